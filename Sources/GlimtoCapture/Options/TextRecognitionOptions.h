@@ -1,0 +1,12 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+namespace glimto {
+
+struct TextRecognitionOptions {
+    std::optional<std::filesystem::path> pathURL;
+};
+
+} // namespace glimto

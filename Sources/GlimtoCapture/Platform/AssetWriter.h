@@ -1,0 +1,98 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "Platform/MediaTime.h"
+#include "Platform/VideoFrame.h"
+
+namespace glimto {
+
+// The numbers are part of messages.
+enum class AssetWriterStatus : int { unknown = 0, writing = 1, completed = 2, failed = 3, cancelled = 4 };
+
+// H.264 High profile, level chosen by the encoder, 4:2:0. Odd sizes are padded to even by repeating
+// the last column or row.
+struct VideoEncodingSettings {
+    int width = 0; // pixels
+    int height = 0;
+    int framesPerSecond = 0; // expected at most; time stamps decide
+    std::int64_t averageBitRate = 0; // bits a second
+    std::int64_t maxKeyFrameInterval = 0; // frames
+    double maxKeyFrameIntervalDuration = 0; // seconds
+};
+
+// What a finished media segment holds.
+struct SegmentReport {
+    std::optional<MediaTime> duration; // absent when the backend cannot tell
+    std::optional<MediaTime> earliestPresentationTime;
+};
+
+// Receives the output of an asset writer: fragmented MP4 (ISO/IEC 14496-12) for HLS (RFC 8216
+// section 3.3). Called on a thread of the writer, one call at a time; must not block for long and
+// must not throw.
+class AssetWriterDelegate {
+public:
+    virtual ~AssetWriterDelegate() = default;
+
+    // The initialization segment ("ftyp" and "moov"), whole, once, before all media.
+    virtual void didOutputInitializationSegment(std::span<const std::byte> data) = 0;
+
+    // The next piece of the current media segment: one or more whole "moof" and "mdat" pairs.
+    virtual void didOutputSegmentData(std::span<const std::byte> data) = 0;
+
+    // The current media segment is complete. It starts with a keyframe, as the next one will.
+    virtual void didFinishSegment(const SegmentReport& report) = 0;
+};
+
+// Encodes one video track in real time and cuts it into media segments, each starting with a
+// keyframe at the first frame at or after a multiple of the preferred interval. Where the picture
+// stands still across such a boundary, the picture before it is repeated exactly there.
+//
+// All operations but cancel() are called from one thread at a time. The delegate outlives the writer.
+class AssetWriter {
+public:
+    virtual ~AssetWriter() = default;
+
+    // Starts writing; the media timeline begins at time zero. False when the encoder cannot start;
+    // `error()` then says why.
+    virtual bool startWriting() = 0;
+
+    // Whether append() would take a frame now. Never blocks.
+    virtual bool isReadyForMoreMediaData() const = 0;
+
+    // Takes a frame whose time is on the media timeline; encoding happens later on the writer's
+    // thread. Never blocks. False when the frame was refused: not ready, not writing, without pixels,
+    // or not later than the frame before.
+    virtual bool append(const VideoFrame& frame) = 0;
+
+    // Encodes what was appended, ends the last segment and waits until all output was delivered.
+    // The last frame lasts no longer than one frame interval, so the track's end follows the
+    // last frame's time.
+    virtual AssetWriterStatus finishWriting() = 0;
+
+    // Stops at once and delivers nothing more. Any thread; any number of times.
+    virtual void cancelWriting() = 0;
+
+    virtual AssetWriterStatus status() const = 0;
+
+    // Why the status is `failed`; empty otherwise.
+    virtual std::string error() const = 0;
+};
+
+class AssetWriterFactory {
+public:
+    virtual ~AssetWriterFactory() = default;
+
+    // A writer for video with the given preferred segment interval (greater than 0). Null when the
+    // encoder refuses these settings. Throws PlatformError when there is no encoder at all.
+    virtual std::unique_ptr<AssetWriter> makeVideoWriter(const VideoEncodingSettings& settings,
+        MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate)
+        = 0;
+};
+
+} // namespace glimto

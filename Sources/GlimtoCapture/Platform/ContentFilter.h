@@ -1,0 +1,32 @@
+#pragma once
+
+#include <optional>
+#include <variant>
+#include <vector>
+
+#include "Platform/ShareableContent.h"
+
+namespace glimto {
+
+// Everything on one display but the windows of `excludedApplications`; of those, the windows in
+// `exceptingWindows` stay visible. Covers applications and windows that appear later as well.
+struct DisplayContentFilter {
+    Display display;
+    std::vector<Application> excludedApplications;
+    std::vector<Window> exceptingWindows;
+};
+
+// One window, wherever it is and whatever covers it.
+struct WindowContentFilter {
+    Window window;
+};
+
+// What a capture shows.
+struct ContentFilter {
+    std::variant<DisplayContentFilter, WindowContentFilter> content;
+
+    // Pixels a point, when the system knows it for this content.
+    std::optional<float> pointPixelScale;
+};
+
+} // namespace glimto

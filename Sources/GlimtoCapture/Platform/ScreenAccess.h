@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "Platform/Geometry.h"
+
+namespace glimto {
+
+// Small questions to the window system. None of them ever asks the user anything, and none throws:
+// what cannot be found out is absent or false.
+class ScreenAccess {
+public:
+    virtual ~ScreenAccess() = default;
+
+    // Whether the screen may be captured by this process now.
+    virtual bool preflightScreenCaptureAccess() = 0;
+
+    // Where the pointer is, in global display points.
+    virtual std::optional<Point> cursorLocation() = 0;
+
+    // The `displayID` of the first display that shows `point`.
+    virtual std::optional<std::uint32_t> displayIDAt(Point point) = 0;
+};
+
+} // namespace glimto

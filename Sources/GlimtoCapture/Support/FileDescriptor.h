@@ -1,0 +1,39 @@
+#pragma once
+
+#include <utility>
+
+namespace glimto {
+
+// Owns one open file descriptor.
+class FileDescriptor {
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int descriptor)
+        : descriptor_(descriptor)
+    {
+    }
+    FileDescriptor(FileDescriptor&& other) noexcept
+        : descriptor_(std::exchange(other.descriptor_, -1))
+    {
+    }
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept
+    {
+        if (this != &other) {
+            close();
+            descriptor_ = std::exchange(other.descriptor_, -1);
+        }
+        return *this;
+    }
+    ~FileDescriptor() { close(); }
+
+    int get() const { return descriptor_; }
+    explicit operator bool() const { return descriptor_ >= 0; }
+
+    // Closes now. Returns the error number of close(2), 0 when all went well or nothing was open.
+    int close() noexcept;
+
+private:
+    int descriptor_ = -1;
+};
+
+} // namespace glimto

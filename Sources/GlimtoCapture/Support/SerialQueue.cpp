@@ -1,0 +1,154 @@
+#include "Support/SerialQueue.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include <pthread.h>
+
+namespace glimto {
+
+namespace {
+
+std::atomic<bool> someQueueWasAbandoned = false;
+
+// Systems differ in whether the call takes the thread; the first form that compiles is used.
+template <typename Thread> void nameThread(Thread thread, const char* name)
+{
+    if constexpr (requires { pthread_setname_np(thread, name); })
+        pthread_setname_np(thread, name);
+    else if constexpr (requires { pthread_setname_np(name); })
+        pthread_setname_np(name);
+}
+
+void nameThisThread(const std::string& label)
+{
+    constexpr std::size_t longest = 15;
+    const std::string name = label.size() > longest ? label.substr(label.size() - longest) : label;
+    nameThread(pthread_self(), name.c_str());
+}
+
+} // namespace
+
+struct SerialQueue::Core {
+    std::string label;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<std::function<void()>> tasks;
+    bool closing = false;
+    bool abandoned = false;
+    bool running = false;
+    std::thread thread;
+    std::thread::id threadId;
+
+    void run()
+    {
+        nameThisThread(label);
+        std::unique_lock lock(mutex);
+        while (true) {
+            changed.wait(lock, [this] { return closing || abandoned || !tasks.empty(); });
+            if (abandoned || tasks.empty())
+                return;
+            auto task = std::move(tasks.front());
+            tasks.pop_front();
+            running = true;
+            lock.unlock();
+            task();
+            task = nullptr;
+            lock.lock();
+            running = false;
+        }
+    }
+};
+
+SerialQueue::SerialQueue(std::string label)
+    : core_(std::make_shared<Core>())
+{
+    core_->label = std::move(label);
+    core_->thread = std::thread([core = core_] { core->run(); });
+    core_->threadId = core_->thread.get_id();
+}
+
+SerialQueue::~SerialQueue()
+{
+    {
+        const std::lock_guard lock(core_->mutex);
+        core_->closing = true;
+    }
+    core_->changed.notify_all();
+    if (core_->thread.joinable())
+        core_->thread.join();
+}
+
+const std::string& SerialQueue::label() const
+{
+    return core_->label;
+}
+
+void SerialQueue::post(std::function<void()> task)
+{
+    {
+        const std::lock_guard lock(core_->mutex);
+        if (core_->abandoned)
+            return;
+        core_->tasks.push_back(std::move(task));
+    }
+    core_->changed.notify_one();
+}
+
+void SerialQueue::sync(const std::function<void()>& task)
+{
+    if (isCurrent()) {
+        task();
+        return;
+    }
+    std::mutex mutex;
+    std::condition_variable done;
+    bool isDone = false;
+    std::exception_ptr failure;
+    post([&] {
+        try {
+            task();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        // Notified under the lock: the waiter's stack is gone as soon as it may leave.
+        const std::lock_guard lock(mutex);
+        isDone = true;
+        done.notify_one();
+    });
+    std::unique_lock lock(mutex);
+    done.wait(lock, [&] { return isDone; });
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+bool SerialQueue::isCurrent() const
+{
+    return std::this_thread::get_id() == core_->threadId;
+}
+
+void SerialQueue::abandon()
+{
+    const std::lock_guard lock(core_->mutex);
+    if (core_->abandoned)
+        return;
+    core_->abandoned = true;
+    core_->tasks.clear();
+    if (core_->running)
+        someQueueWasAbandoned = true;
+    if (core_->thread.joinable())
+        core_->thread.detach();
+    core_->changed.notify_all();
+}
+
+bool SerialQueue::abandonedAny()
+{
+    return someQueueWasAbandoned;
+}
+
+} // namespace glimto

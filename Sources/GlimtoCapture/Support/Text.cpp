@@ -1,0 +1,112 @@
+#include "Support/Text.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+#include <nlohmann/json.hpp>
+
+namespace glimto {
+
+namespace {
+
+struct CodePoint {
+    std::uint32_t value = 0;
+    std::size_t length = 0; // bytes; 0 when the sequence is not well formed
+};
+
+CodePoint decode(std::string_view text)
+{
+    const auto byte = [&](std::size_t index) { return static_cast<std::uint8_t>(text[index]); };
+    const auto continues = [&](std::size_t index) { return index < text.size() && (byte(index) & 0xC0U) == 0x80U; };
+    const std::uint32_t first = byte(0);
+    if (first < 0x80)
+        return {first, 1};
+    if (first >= 0xC2 && first <= 0xDF && continues(1))
+        return {((first & 0x1FU) << 6U) | (byte(1) & 0x3FU), 2};
+    if (first >= 0xE0 && first <= 0xEF && continues(1) && continues(2)) {
+        const std::uint32_t value = ((first & 0x0FU) << 12U) | ((byte(1) & 0x3FU) << 6U) | (byte(2) & 0x3FU);
+        const bool isSurrogate = value >= 0xD800 && value <= 0xDFFF;
+        if (value >= 0x800 && !isSurrogate)
+            return {value, 3};
+    }
+    if (first >= 0xF0 && first <= 0xF4 && continues(1) && continues(2) && continues(3)) {
+        const std::uint32_t value = ((first & 0x07U) << 18U) | ((byte(1) & 0x3FU) << 12U) | ((byte(2) & 0x3FU) << 6U)
+            | (byte(3) & 0x3FU);
+        if (value >= 0x10000 && value <= 0x10FFFF)
+            return {value, 4};
+    }
+    return {};
+}
+
+bool isWhitespaceOrNewline(std::uint32_t value)
+{
+    return (value >= 0x09 && value <= 0x0D) || value == 0x20 || value == 0x85 || value == 0xA0 || value == 0x1680
+        || (value >= 0x2000 && value <= 0x200A) || value == 0x2028 || value == 0x2029 || value == 0x202F
+        || value == 0x205F || value == 0x3000;
+}
+
+} // namespace
+
+std::string trimmed(std::string_view text)
+{
+    std::size_t begin = text.size();
+    std::size_t end = 0;
+    for (std::size_t at = 0; at < text.size();) {
+        const CodePoint point = decode(text.substr(at));
+        const std::size_t length = point.length == 0 ? 1 : point.length;
+        if (point.length == 0 || !isWhitespaceOrNewline(point.value)) {
+            begin = std::min(begin, at);
+            end = at + length;
+        }
+        at += length;
+    }
+    return begin < end ? std::string(text.substr(begin, end - begin)) : std::string();
+}
+
+std::optional<std::string> trimmedNonEmpty(const std::optional<std::string>& text)
+{
+    if (!text)
+        return std::nullopt;
+    auto result = trimmed(*text);
+    if (result.empty())
+        return std::nullopt;
+    return result;
+}
+
+std::string validUTF8(std::string_view text)
+{
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        const CodePoint point = decode(text.substr(at));
+        if (point.length == 0) {
+            result += "\xEF\xBF\xBD";
+            at += 1;
+        } else {
+            result += text.substr(at, point.length);
+            at += point.length;
+        }
+    }
+    return result;
+}
+
+std::string shortestDecimal(double value)
+{
+    if (!std::isfinite(value))
+        return std::isnan(value) ? "nan" : (value < 0 ? "-inf" : "inf");
+    return nlohmann::json(value).dump();
+}
+
+std::string prefixOfCodePoints(std::string_view text, std::size_t count)
+{
+    std::size_t at = 0;
+    for (std::size_t taken = 0; taken < count && at < text.size(); ++taken) {
+        const std::size_t length = decode(text.substr(at)).length;
+        at += length == 0 ? 1 : length;
+    }
+    return std::string(text.substr(0, at));
+}
+
+} // namespace glimto

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace glimto {
+
+// `text` without the white space and newlines at both its ends. White space is that of Unicode's
+// Zs category, tabs and line breaks (U+000A to U+000D, U+0085, U+2028, U+2029).
+std::string trimmed(std::string_view text);
+
+// `trimmed(text)`, or nothing when that is empty.
+std::optional<std::string> trimmedNonEmpty(const std::optional<std::string>& text);
+
+// `text` as valid UTF-8: every byte that is not part of a well-formed sequence (RFC 3629) becomes
+// U+FFFD. Valid text comes back unchanged.
+std::string validUTF8(std::string_view text);
+
+// Shortest decimal form that reads back as the same double, with at least one decimal: 5.0 gives
+// "5.0", 0.1 gives "0.1". Very large and very small values use an exponent: "1e+20".
+std::string shortestDecimal(double value);
+
+// The first `count` code points of valid UTF-8 `text`, or all of it when it has no more.
+std::string prefixOfCodePoints(std::string_view text, std::size_t count);
+
+} // namespace glimto
