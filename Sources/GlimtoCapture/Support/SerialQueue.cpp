@@ -17,7 +17,7 @@ namespace {
 std::atomic<bool> someQueueWasAbandoned = false;
 
 // Systems differ in whether the call takes the thread; the first form that compiles is used.
-template <typename Thread> void nameThread(Thread thread, const char* name)
+template <typename Thread, typename Name> void nameThread(Thread thread, Name name)
 {
     if constexpr (requires { pthread_setname_np(thread, name); })
         pthread_setname_np(thread, name);
