@@ -1,0 +1,100 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <xcb/xcb.h>
+
+#include "Support/Errors.h"
+
+namespace glimto {
+
+struct XCBFree {
+    void operator()(void* memory) const noexcept { std::free(memory); }
+};
+
+// A reply, event or error that xcb allocated.
+template <typename Value> using XCBHandle = std::unique_ptr<Value, XCBFree>;
+
+inline constexpr const char* x11ErrorDomain = "X11";
+
+// Numbers of PlatformErrors of this backend in the domain "X11". Errors of the server itself carry
+// its own error codes (1 to 255).
+enum class X11Failure : std::int64_t {
+    noDisplay = 1001, // DISPLAY is not set
+    cannotConnect = 1002, // nothing answers at DISPLAY
+    waylandSession = 1003, // the screen belongs to a Wayland compositor
+    connectionLost = 1004, // the server went away
+    noAnswer = 1005, // the server does not answer in time
+    missingExtension = 1006,
+    unsupportedVisual = 1007, // not 32 bits a pixel, 24 bit colour, little endian
+    sourceGone = 1008, // the display or window captured is no longer there
+    sharedMemory = 1009,
+};
+
+PlatformError x11Error(X11Failure failure, const std::string& message);
+
+// One connection to an X server, used by one thread at a time.
+//
+// Every wait for a reply has a deadline, so a server that hangs gives an error, never a hang.
+class X11Connection {
+public:
+    // Connects to the display that the environment names. Throws PlatformError when DISPLAY is not
+    // set, when nothing answers, or when WAYLAND_DISPLAY says that the session is a Wayland one.
+    static std::unique_ptr<X11Connection> open();
+
+    ~X11Connection();
+    X11Connection(const X11Connection&) = delete;
+    X11Connection& operator=(const X11Connection&) = delete;
+
+    xcb_connection_t* xcb() const { return connection_; }
+    const xcb_screen_t& screen() const { return *screen_; }
+    xcb_window_t root() const { return screen_->root; }
+    int fileDescriptor() const;
+    bool hasFailed() const;
+
+    // Whether the server has the extension; the answer is asked for once.
+    bool hasExtension(xcb_extension_t& extension) const;
+
+    // The first event code of an extension that the server has.
+    std::uint8_t firstEvent(xcb_extension_t& extension) const;
+
+    // Throws missingExtension, naming it, when the server does not have the extension.
+    void requireExtension(xcb_extension_t& extension, const char* name) const;
+
+    // The reply to a request, flushed and waited for until the deadline: null when the server
+    // answered with an error (a window that is gone, say). Throws connectionLost or noAnswer.
+    //
+    //     auto reply = connection.reply<xcb_get_geometry_reply_t>(xcb_get_geometry(connection.xcb(), window));
+    template <typename Reply, typename Cookie> XCBHandle<Reply> reply(Cookie cookie)
+    {
+        return XCBHandle<Reply>(static_cast<Reply*>(waitForReply(cookie.sequence)));
+    }
+
+    // Whether a checked request without a reply succeeded: null when so, else the server's error.
+    XCBHandle<xcb_generic_error_t> check(xcb_void_cookie_t cookie);
+
+    // The next event already received or readable now; null when there is none. Throws
+    // connectionLost when the server went away.
+    XCBHandle<xcb_generic_event_t> pollEvent();
+
+    void flush();
+
+    // How long a reply is waited for.
+    static constexpr std::chrono::milliseconds answerTimeout{3000};
+
+private:
+    X11Connection(xcb_connection_t* connection, int screenNumber);
+    void* waitForReply(unsigned sequence);
+    void waitReadable(std::chrono::steady_clock::time_point deadline);
+    void throwIfLost() const;
+
+    xcb_connection_t* connection_;
+    const xcb_screen_t* screen_ = nullptr;
+};
+
+} // namespace glimto
