@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <poll.h>
+#include <xcb/xcbext.h>
 
 namespace glimto {
 
