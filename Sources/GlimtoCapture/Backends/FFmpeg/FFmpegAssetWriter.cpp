@@ -1,0 +1,245 @@
+#include "Backends/FFmpeg/FFmpegAssetWriter.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include "Support/Errors.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr std::int32_t timescale = 90'000;
+constexpr int mostFramesHeld = 2;
+
+// A longer segment is written in several fragments, so that memory stays flat.
+constexpr std::size_t largestFragmentBytes = 4 * 1024 * 1024;
+
+// A picture coarser than this is refined while it stands still, this much at a time.
+constexpr int quantizerOfRest = 22;
+constexpr int refinementStep = 8;
+
+// The last frame's own duration, at most.
+constexpr std::int64_t longestLastFrameTicks = timescale / 30;
+
+PixelRect wholePicture(const PixelBuffer& pixels)
+{
+    return {0, 0, pixels.width, pixels.height};
+}
+
+} // namespace
+
+std::unique_ptr<FFmpegAssetWriter> FFmpegAssetWriter::make(
+    const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate)
+{
+    auto encoder = X264Encoder::make(settings, timescale);
+    if (!encoder)
+        return nullptr;
+    return std::unique_ptr<FFmpegAssetWriter>(
+        new FFmpegAssetWriter(settings, preferredSegmentInterval, delegate, std::move(encoder)));
+}
+
+FFmpegAssetWriter::FFmpegAssetWriter(const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval,
+    AssetWriterDelegate& delegate, std::unique_ptr<X264Encoder> encoder)
+    : settings_(settings)
+    , frameTicks_(timescale / std::max(settings.framesPerSecond, 1))
+    , delegate_(delegate)
+    , encoder_(std::move(encoder))
+    , picture_(settings.width, settings.height)
+    , muxer_(std::in_place,
+          VideoTrackDescription{.width = picture_.width(),
+              .height = picture_.height(),
+              .timescale = timescale,
+              .decoderConfiguration = encoder_->decoderConfiguration(),
+              .averageBitRate = settings.averageBitRate})
+    , boundaries_(preferredSegmentInterval.converted(timescale).value, frameTicks_)
+    , queue_("glimto.capture.encoder")
+{
+}
+
+FFmpegAssetWriter::~FFmpegAssetWriter()
+{
+    cancelWriting();
+}
+
+bool FFmpegAssetWriter::startWriting()
+{
+    const bool starts = state_.with([](State& state) {
+        if (state.status != AssetWriterStatus::unknown)
+            return false;
+        state.status = AssetWriterStatus::writing;
+        return true;
+    });
+    if (starts)
+        queue_.post([this] { guardStep([this] { deliverInitializationSegment(); }); });
+    return starts;
+}
+
+bool FFmpegAssetWriter::isReadyForMoreMediaData() const
+{
+    return framesHeld_ < mostFramesHeld && status() == AssetWriterStatus::writing;
+}
+
+bool FFmpegAssetWriter::append(const VideoFrame& frame)
+{
+    if (!frame.pixels || !frame.presentationTime.isValid() || !isReadyForMoreMediaData())
+        return false;
+    const std::int64_t time = frame.presentationTime.converted(timescale).value;
+    if (time <= lastAppendedTime_)
+        return false;
+    if (frame.pixels->width != settings_.width || frame.pixels->height != settings_.height)
+        return false;
+    lastAppendedTime_ = time;
+    framesHeld_ += 1;
+    queue_.post([this, frame] {
+        guardStep([&] { encodeFrame(frame); });
+        framesHeld_ -= 1;
+    });
+    return true;
+}
+
+AssetWriterStatus FFmpegAssetWriter::finishWriting()
+{
+    queue_.sync([this] { guardStep([this] { finishTrack(); }); });
+    return state_.with([](State& state) {
+        if (state.status == AssetWriterStatus::writing)
+            state.status = AssetWriterStatus::completed;
+        return state.status;
+    });
+}
+
+void FFmpegAssetWriter::cancelWriting()
+{
+    isCancelled_ = true;
+    state_.with([](State& state) {
+        if (state.status == AssetWriterStatus::unknown || state.status == AssetWriterStatus::writing)
+            state.status = AssetWriterStatus::cancelled;
+    });
+}
+
+AssetWriterStatus FFmpegAssetWriter::status() const
+{
+    return state_.with([](const State& state) { return state.status; });
+}
+
+std::string FFmpegAssetWriter::error() const
+{
+    return state_.with([](const State& state) { return state.error; });
+}
+
+// Runs one step on the encoder's queue. The first failure ends the writing: what follows is passed over.
+void FFmpegAssetWriter::guardStep(const std::function<void()>& step)
+{
+    if (isCancelled_ || status() != AssetWriterStatus::writing)
+        return;
+    std::string text;
+    try {
+        step();
+        return;
+    } catch (const std::exception& exception) {
+        text = exception.what();
+    } catch (...) {
+        text = "unknown error";
+    }
+    state_.with([&](State& state) {
+        state.status = AssetWriterStatus::failed;
+        state.error = text;
+    });
+}
+
+void FFmpegAssetWriter::deliverInitializationSegment()
+{
+    delegate_.didOutputInitializationSegment(muxer_->takeOutput());
+}
+
+void FFmpegAssetWriter::encodeFrame(const VideoFrame& frame)
+{
+    const std::int64_t time = frame.presentationTime.converted(timescale).value;
+    repeatOnBoundariesBefore(time);
+    const bool followsLast = lastSequenceNumber_ && *lastSequenceNumber_ + 1 == frame.sequenceNumber;
+    const bool isUnchanged = followsLast && frame.changedRects.empty();
+    const bool startsSegment = !held_ || boundaries_.startsSegment(time);
+    lastSequenceNumber_ = frame.sequenceNumber;
+    if (isUnchanged) {
+        refineOrHold(time, startsSegment);
+        return;
+    }
+    if (followsLast)
+        picture_.update(*frame.pixels, frame.changedRects);
+    else
+        picture_.update(*frame.pixels, std::vector{wholePicture(*frame.pixels)});
+    encodePicture(time, startsSegment);
+}
+
+// A picture that stands still is not seen again at a segment's start, but the segment needs it there.
+void FFmpegAssetWriter::repeatOnBoundariesBefore(std::int64_t time)
+{
+    while (held_ && !isCancelled_ && boundaries_.needsRepeatBefore(time)) {
+        picture_.markAllUnchanged();
+        encodePicture(boundaries_.boundary(), true);
+    }
+}
+
+void FFmpegAssetWriter::refineOrHold(std::int64_t time, bool startsSegment)
+{
+    picture_.markAllUnchanged();
+    if (startsSegment)
+        encodePicture(time, true);
+    else if (held_->quantizer > quantizerOfRest)
+        encodePicture(time, false, std::max(held_->quantizer - refinementStep, quantizerOfRest));
+    else
+        lastTime_ = time;
+}
+
+void FFmpegAssetWriter::encodePicture(std::int64_t time, bool startsSegment, std::optional<int> quantizer)
+{
+    const auto kind = startsSegment ? PictureKind::keyframe : PictureKind::predicted;
+    EncodedPicture encoded = encoder_->encode(picture_, time, kind, quantizer);
+    if (held_)
+        writeHeldPicture(time);
+    if (startsSegment) {
+        if (held_)
+            endSegment(time);
+        segmentStart_ = time;
+        boundaries_.startSegment(time);
+    }
+    held_ = std::move(encoded);
+    lastTime_ = time;
+}
+
+void FFmpegAssetWriter::writeHeldPicture(std::int64_t endTime)
+{
+    muxer_->addSample(held_->data, held_->time, endTime - held_->time, held_->isKeyframe);
+    if (muxer_->pendingBytes() >= largestFragmentBytes) {
+        muxer_->endFragment();
+        deliverOutput();
+    }
+}
+
+void FFmpegAssetWriter::endSegment(std::int64_t endTime)
+{
+    muxer_->endFragment();
+    deliverOutput();
+    delegate_.didFinishSegment({.duration = MediaTime{endTime - segmentStart_, timescale},
+        .earliestPresentationTime = MediaTime{segmentStart_, timescale}});
+}
+
+void FFmpegAssetWriter::finishTrack()
+{
+    if (!held_)
+        return;
+    const std::int64_t endTime = lastTime_ + std::min(frameTicks_, longestLastFrameTicks);
+    writeHeldPicture(endTime);
+    endSegment(endTime);
+    held_.reset();
+}
+
+void FFmpegAssetWriter::deliverOutput()
+{
+    const std::vector<std::byte> output = muxer_->takeOutput();
+    if (!output.empty() && !isCancelled_)
+        delegate_.didOutputSegmentData(output);
+}
+
+} // namespace glimto

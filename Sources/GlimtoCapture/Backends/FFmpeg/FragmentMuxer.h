@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+struct AVFormatContext;
+
+namespace glimto {
+
+// What describes an encoded track to the container.
+struct VideoTrackDescription {
+    int width = 0; // pixels, of the encoded picture
+    int height = 0;
+    std::int32_t timescale = 0;
+    std::span<const std::uint8_t> decoderConfiguration; // avcC
+    std::int64_t averageBitRate = 0;
+};
+
+// One track of fragmented MP4 (ISO/IEC 14496-12) in memory, by libavformat. Throws PlatformError
+// with FFmpeg's error numbers.
+class FragmentMuxer {
+public:
+    // The initialization segment lies ready in takeOutput() afterwards.
+    explicit FragmentMuxer(const VideoTrackDescription& track);
+    ~FragmentMuxer();
+    FragmentMuxer(const FragmentMuxer&) = delete;
+    FragmentMuxer& operator=(const FragmentMuxer&) = delete;
+
+    // Adds a sample to the current fragment. `time` rises by exactly the `duration` of the sample before.
+    void addSample(std::span<const std::byte> data, std::int64_t time, std::int64_t duration, bool isKeyframe);
+
+    // Ends the current fragment, if it has a sample: "moof" and "mdat" come out.
+    void endFragment();
+
+    // What has been written since the last call; the caller's to keep.
+    std::vector<std::byte> takeOutput();
+
+    // Payload bytes in the fragment that is not ended yet.
+    std::size_t pendingBytes() const { return pendingBytes_; }
+
+private:
+    static int receive(void* opaque, std::uint8_t* data, int size);
+    void makeContext(const VideoTrackDescription& track);
+
+    struct Context;
+    std::unique_ptr<Context> context_;
+    std::vector<std::byte> output_;
+    std::size_t pendingBytes_ = 0;
+};
+
+} // namespace glimto

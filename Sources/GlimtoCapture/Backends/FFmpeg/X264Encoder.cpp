@@ -1,0 +1,182 @@
+#include "Backends/FFmpeg/X264Encoder.h"
+
+#include <algorithm>
+#include <limits>
+#include <span>
+#include <thread>
+
+#include <x264.h>
+
+#include "Support/Errors.h"
+
+namespace glimto {
+
+namespace {
+
+// Below this quantizer a desktop looks no better and only costs bits.
+constexpr int lowestQuantizer = 16;
+
+// From here on one core is not enough: 1080p at 45 frames a second.
+constexpr std::int64_t pixelsPerSecondOfOneThread = 1920LL * 1080 * 45;
+
+int threadCount(const VideoEncodingSettings& settings)
+{
+    const std::int64_t pixelsPerSecond
+        = static_cast<std::int64_t>(settings.width) * settings.height * settings.framesPerSecond;
+    const bool isTall = settings.height >= 256; // a slice of a few rows is not worth a thread
+    if (pixelsPerSecond <= pixelsPerSecondOfOneThread || !isTall)
+        return 1;
+    return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 4);
+}
+
+void chooseRateControl(x264_param_t& parameters, const VideoEncodingSettings& settings)
+{
+    parameters.rc.i_rc_method = X264_RC_ABR;
+    parameters.rc.i_bitrate = static_cast<int>(std::min<std::int64_t>(settings.averageBitRate / 1000, 2'000'000));
+    parameters.rc.i_qp_min = lowestQuantizer;
+    parameters.rc.i_aq_mode = X264_AQ_NONE;
+    parameters.rc.b_mb_tree = 0;
+    parameters.rc.i_lookahead = 0;
+}
+
+void chooseAnalysis(x264_param_t& parameters)
+{
+    parameters.analyse.i_subpel_refine = 0;
+    parameters.analyse.i_weighted_pred = X264_WEIGHTP_NONE;
+    parameters.analyse.b_transform_8x8 = 1; // what makes it High profile
+    parameters.analyse.b_mb_info = 1;
+    parameters.i_scenecut_threshold = 0;
+    parameters.i_bframe = 0;
+    parameters.i_sync_lookahead = 0;
+}
+
+void chooseColor(x264_param_t& parameters)
+{
+    // sRGB pixels through the BT.601 matrix, limited range (ITU-T H.264 Annex E).
+    parameters.vui.b_fullrange = 0;
+    parameters.vui.i_colorprim = 1;
+    parameters.vui.i_transfer = 13;
+    parameters.vui.i_colmatrix = 6;
+}
+
+x264_param_t encoderParameters(const VideoEncodingSettings& settings, std::int32_t timescale)
+{
+    x264_param_t parameters;
+    x264_param_default_preset(&parameters, "superfast", nullptr);
+    parameters.i_log_level = X264_LOG_NONE;
+    parameters.i_csp = X264_CSP_I420;
+    parameters.i_width = (settings.width + 1) / 2 * 2;
+    parameters.i_height = (settings.height + 1) / 2 * 2;
+    parameters.i_threads = threadCount(settings);
+    parameters.b_sliced_threads = parameters.i_threads > 1 ? 1 : 0;
+    parameters.i_fps_num = static_cast<std::uint32_t>(std::max(settings.framesPerSecond, 1));
+    parameters.i_fps_den = 1;
+    parameters.b_vfr_input = 1;
+    parameters.i_timebase_num = 1;
+    parameters.i_timebase_den = static_cast<std::uint32_t>(timescale);
+    parameters.i_keyint_max = static_cast<int>(
+        std::clamp<std::int64_t>(settings.maxKeyFrameInterval, 1, X264_KEYINT_MAX_INFINITE));
+    parameters.i_keyint_min = 1;
+    parameters.b_repeat_headers = 0;
+    parameters.b_annexb = 0;
+    chooseRateControl(parameters, settings);
+    chooseAnalysis(parameters);
+    chooseColor(parameters);
+    x264_param_apply_profile(&parameters, "high");
+    return parameters;
+}
+
+void append16(std::vector<std::uint8_t>& bytes, std::size_t value)
+{
+    bytes.push_back(static_cast<std::uint8_t>(value >> 8U));
+    bytes.push_back(static_cast<std::uint8_t>(value & 0xFFU));
+}
+
+} // namespace
+
+std::unique_ptr<X264Encoder> X264Encoder::make(const VideoEncodingSettings& settings, std::int32_t timescale)
+{
+    x264_param_t parameters = encoderParameters(settings, timescale);
+    x264_t* opened = x264_encoder_open(&parameters);
+    if (!opened)
+        return nullptr;
+    std::unique_ptr<X264Encoder> encoder(new X264Encoder(opened));
+    if (!encoder->readParameterSets())
+        return nullptr;
+    return encoder;
+}
+
+X264Encoder::X264Encoder(x264_t* encoder)
+    : encoder_(encoder)
+{
+}
+
+X264Encoder::~X264Encoder()
+{
+    x264_encoder_close(encoder_);
+}
+
+bool X264Encoder::readParameterSets()
+{
+    x264_nal_t* units = nullptr;
+    int unitCount = 0;
+    if (x264_encoder_headers(encoder_, &units, &unitCount) < 0)
+        return false;
+    constexpr int lengthBytes = 4;
+    std::span<const std::uint8_t> sequenceSet;
+    std::span<const std::uint8_t> pictureSet;
+    for (const x264_nal_t& unit : std::span(units, static_cast<std::size_t>(unitCount))) {
+        const std::span payload(unit.p_payload + lengthBytes, static_cast<std::size_t>(unit.i_payload - lengthBytes));
+        if (unit.i_type == NAL_SPS)
+            sequenceSet = payload;
+        else if (unit.i_type == NAL_PPS)
+            pictureSet = payload;
+    }
+    if (sequenceSet.size() < 4 || pictureSet.empty())
+        return false;
+    auto& record = decoderConfiguration_;
+    record = {1, sequenceSet[1], sequenceSet[2], sequenceSet[3], 0xFC | (lengthBytes - 1), 0xE0 | 1};
+    append16(record, sequenceSet.size());
+    record.insert(record.end(), sequenceSet.begin(), sequenceSet.end());
+    record.push_back(1);
+    append16(record, pictureSet.size());
+    record.insert(record.end(), pictureSet.begin(), pictureSet.end());
+    // High profile adds the chroma format and bit depths: 4:2:0, 8 and 8.
+    record.insert(record.end(), {0xFC | 1, 0xF8, 0xF8, 0});
+    return true;
+}
+
+EncodedPicture X264Encoder::encode(
+    I420Picture& picture, std::int64_t time, PictureKind kind, std::optional<int> quantizer)
+{
+    x264_picture_t input;
+    x264_picture_init(&input);
+    input.i_type = kind == PictureKind::keyframe ? X264_TYPE_IDR : X264_TYPE_AUTO;
+    input.i_pts = time;
+    input.i_qpplus1 = quantizer ? *quantizer + 1 : X264_QP_AUTO;
+    input.img.i_csp = X264_CSP_I420;
+    input.img.i_plane = 3;
+    for (int index = 0; index < 3; ++index) {
+        input.img.plane[index] = picture.plane(index);
+        input.img.i_stride[index] = picture.stride(index);
+    }
+    static_assert(X264_MBINFO_CONSTANT == 1, "the picture marks unchanged macroblocks with this value");
+    input.prop.mb_info = picture.unchangedMacroblocks().data();
+
+    x264_picture_t output;
+    x264_nal_t* units = nullptr;
+    int unitCount = 0;
+    const int size = x264_encoder_encode(encoder_, &units, &unitCount, &input, &output);
+    if (size <= 0)
+        throw PlatformError("x264", size, "The H.264 encoder failed.");
+    EncodedPicture encoded;
+    // x264 lays the units of one picture out one behind the other.
+    const auto bytes = std::as_bytes(std::span(units[0].p_payload, static_cast<std::size_t>(size)));
+    encoded.data.assign(bytes.begin(), bytes.end());
+    encoded.time = output.i_pts;
+    encoded.isKeyframe = output.b_keyframe != 0;
+    encoded.quantizer = output.i_qpplus1 - 1;
+    return encoded;
+}
+
+} // namespace glimto

@@ -1,0 +1,45 @@
+#include "Backends/Images/TurboImageCodec.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <span>
+#include <string>
+
+#include <turbojpeg.h>
+
+#include "Support/Errors.h"
+
+namespace glimto {
+
+namespace {
+
+struct CompressorDeleter {
+    void operator()(void* compressor) const noexcept { tjDestroy(compressor); }
+};
+
+struct BufferDeleter {
+    void operator()(unsigned char* buffer) const noexcept { tjFree(buffer); }
+};
+
+} // namespace
+
+std::vector<std::byte> TurboImageCodec::encodeJPEG(const PixelBuffer& pixels, double quality)
+{
+    const std::unique_ptr<void, CompressorDeleter> compressor(tjInitCompress());
+    if (!compressor)
+        throw PlatformError("JPEG", -1, "The JPEG encoder could not be started.");
+    unsigned char* raw = nullptr;
+    unsigned long size = 0;
+    const int percent = std::clamp(static_cast<int>(std::lround(quality * 100)), 1, 100);
+    // Text on a screen shows the loss of halved chroma, so it is kept whole.
+    const int result = tjCompress2(compressor.get(), pixels.bytes, pixels.width, static_cast<int>(pixels.bytesPerRow),
+        pixels.height, TJPF_BGRX, &raw, &size, TJSAMP_444, percent, 0);
+    const std::unique_ptr<unsigned char, BufferDeleter> buffer(raw);
+    if (result != 0)
+        throw PlatformError("JPEG", result, std::string("The JPEG encoder failed: ") + tjGetErrorStr2(compressor.get()));
+    const auto bytes = std::as_bytes(std::span(raw, size));
+    return {bytes.begin(), bytes.end()};
+}
+
+} // namespace glimto
