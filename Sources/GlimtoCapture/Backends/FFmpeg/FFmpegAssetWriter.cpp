@@ -19,6 +19,7 @@ constexpr std::size_t largestFragmentBytes = 4 * 1024 * 1024;
 // A picture coarser than this is refined while it stands still, this much at a time.
 constexpr int quantizerOfRest = 22;
 constexpr int refinementStep = 8;
+constexpr int coarsestQuantizer = 51;
 
 // The last frame's own duration, at most.
 constexpr std::int64_t longestLastFrameTicks = timescale / 30;
@@ -158,10 +159,9 @@ void FFmpegAssetWriter::encodeFrame(const VideoFrame& frame)
     const std::int64_t time = frame.presentationTime.converted(timescale).value;
     repeatOnBoundariesBefore(time);
     const bool followsLast = lastSequenceNumber_ && *lastSequenceNumber_ + 1 == frame.sequenceNumber;
-    const bool isUnchanged = followsLast && frame.changedRects.empty();
-    const bool startsSegment = !held_ || boundaries_.startsSegment(time);
+    const bool startsSegment = boundaries_.startsSegment(time);
     lastSequenceNumber_ = frame.sequenceNumber;
-    if (isUnchanged) {
+    if (followsLast && frame.changedRects.empty()) {
         refineOrHold(time, startsSegment);
         return;
     }
@@ -169,13 +169,14 @@ void FFmpegAssetWriter::encodeFrame(const VideoFrame& frame)
         picture_.update(*frame.pixels, frame.changedRects);
     else
         picture_.update(*frame.pixels, std::vector{wholePicture(*frame.pixels)});
+    lastQuantizer_ = coarsestQuantizer;
     encodePicture(time, startsSegment);
 }
 
 // A picture that stands still is not seen again at a segment's start, but the segment needs it there.
 void FFmpegAssetWriter::repeatOnBoundariesBefore(std::int64_t time)
 {
-    while (held_ && !isCancelled_ && boundaries_.needsRepeatBefore(time)) {
+    while (!submitted_.empty() && !isCancelled_ && boundaries_.needsRepeatBefore(time)) {
         picture_.markAllUnchanged();
         encodePicture(boundaries_.boundary(), true);
     }
@@ -186,8 +187,10 @@ void FFmpegAssetWriter::refineOrHold(std::int64_t time, bool startsSegment)
     picture_.markAllUnchanged();
     if (startsSegment)
         encodePicture(time, true);
-    else if (held_->quantizer > quantizerOfRest)
-        encodePicture(time, false, std::max(held_->quantizer - refinementStep, quantizerOfRest));
+    else if (lastQuantizer_ == coarsestQuantizer)
+        encodePicture(time, false);
+    else if (lastQuantizer_ > quantizerOfRest)
+        encodePicture(time, false, std::max(lastQuantizer_ - refinementStep, quantizerOfRest));
     else
         lastTime_ = time;
 }
@@ -195,22 +198,41 @@ void FFmpegAssetWriter::refineOrHold(std::int64_t time, bool startsSegment)
 void FFmpegAssetWriter::encodePicture(std::int64_t time, bool startsSegment, std::optional<int> quantizer)
 {
     const auto kind = startsSegment ? PictureKind::keyframe : PictureKind::predicted;
-    EncodedPicture encoded = encoder_->encode(picture_, time, kind, quantizer);
-    if (held_)
-        writeHeldPicture(time);
-    if (startsSegment) {
-        if (held_)
-            endSegment(time);
-        segmentStart_ = time;
-        boundaries_.startSegment(time);
-    }
-    held_ = std::move(encoded);
+    submitted_.push_back({time, startsSegment});
     lastTime_ = time;
+    if (startsSegment)
+        boundaries_.startSegment(time);
+    keepEncoded(encoder_->encode(picture_, time, kind, quantizer));
+    writeTimedPictures();
 }
 
-void FFmpegAssetWriter::writeHeldPicture(std::int64_t endTime)
+void FFmpegAssetWriter::keepEncoded(std::optional<EncodedPicture> encoded)
 {
-    muxer_->addSample(held_->data, held_->time, endTime - held_->time, held_->isKeyframe);
+    if (!encoded)
+        return;
+    lastQuantizer_ = encoded->quantizer;
+    encoded_.push_back(std::move(*encoded));
+}
+
+// Writes what is encoded and whose end, the time of the picture after it, is known.
+void FFmpegAssetWriter::writeTimedPictures()
+{
+    while (!encoded_.empty() && submitted_.size() >= 2) {
+        writePicture(encoded_.front(), submitted_[0], submitted_[1].time);
+        encoded_.pop_front();
+        submitted_.pop_front();
+    }
+}
+
+void FFmpegAssetWriter::writePicture(
+    const EncodedPicture& encoded, const Submitted& submitted, std::int64_t endTime)
+{
+    if (submitted.startsSegment) {
+        if (segmentStart_)
+            endSegment(submitted.time);
+        segmentStart_ = submitted.time;
+    }
+    muxer_->addSample(encoded.data, submitted.time, endTime - submitted.time, encoded.isKeyframe);
     if (muxer_->pendingBytes() >= largestFragmentBytes) {
         muxer_->endFragment();
         deliverOutput();
@@ -221,18 +243,25 @@ void FFmpegAssetWriter::endSegment(std::int64_t endTime)
 {
     muxer_->endFragment();
     deliverOutput();
-    delegate_.didFinishSegment({.duration = MediaTime{endTime - segmentStart_, timescale},
-        .earliestPresentationTime = MediaTime{segmentStart_, timescale}});
+    delegate_.didFinishSegment({.duration = MediaTime{endTime - *segmentStart_, timescale},
+        .earliestPresentationTime = MediaTime{*segmentStart_, timescale}});
 }
 
 void FFmpegAssetWriter::finishTrack()
 {
-    if (!held_)
+    if (submitted_.empty())
         return;
     const std::int64_t endTime = lastTime_ + std::min(frameTicks_, longestLastFrameTicks);
-    writeHeldPicture(endTime);
+    while (auto encoded = encoder_->flush()) {
+        keepEncoded(std::move(encoded));
+        writeTimedPictures();
+    }
+    if (encoded_.size() != 1 || submitted_.size() != 1)
+        throw PlatformError("x264", 0, "The H.264 encoder lost a picture.");
+    writePicture(encoded_.front(), submitted_.front(), endTime);
     endSegment(endTime);
-    held_.reset();
+    encoded_.clear();
+    submitted_.clear();
 }
 
 void FFmpegAssetWriter::deliverOutput()

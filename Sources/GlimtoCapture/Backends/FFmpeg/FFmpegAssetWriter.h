@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -44,6 +45,12 @@ private:
         std::string error;
     };
 
+    // A picture that went into the encoder.
+    struct Submitted {
+        std::int64_t time = 0;
+        bool startsSegment = false;
+    };
+
     FFmpegAssetWriter(const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval,
         AssetWriterDelegate& delegate, std::unique_ptr<X264Encoder> encoder);
 
@@ -53,7 +60,9 @@ private:
     void repeatOnBoundariesBefore(std::int64_t time);
     void refineOrHold(std::int64_t time, bool startsSegment);
     void encodePicture(std::int64_t time, bool startsSegment, std::optional<int> quantizer = std::nullopt);
-    void writeHeldPicture(std::int64_t endTime);
+    void keepEncoded(std::optional<EncodedPicture> encoded);
+    void writeTimedPictures();
+    void writePicture(const EncodedPicture& encoded, const Submitted& submitted, std::int64_t endTime);
     void endSegment(std::int64_t endTime);
     void finishTrack();
     void deliverOutput();
@@ -71,8 +80,10 @@ private:
     I420Picture picture_;
     std::optional<FragmentMuxer> muxer_;
     SegmentBoundaries boundaries_;
-    std::optional<EncodedPicture> held_; // written once its duration is known
-    std::int64_t segmentStart_ = 0;
+    std::deque<Submitted> submitted_; // not written yet, in order
+    std::deque<EncodedPicture> encoded_; // the first of these, waiting for the time of what follows them
+    std::optional<std::int64_t> segmentStart_;
+    int lastQuantizer_ = 0; // of the newest picture; coarsest while it is not known
     std::int64_t lastTime_ = 0;
     std::optional<std::uint64_t> lastSequenceNumber_;
 

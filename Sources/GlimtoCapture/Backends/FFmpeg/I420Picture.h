@@ -26,7 +26,7 @@ public:
 
     // For each 16x16 macroblock, row by row: 1 when the last update() left it as it was, 0 when it
     // may have changed.
-    std::vector<std::uint8_t>& unchangedMacroblocks() { return unchangedMacroblocks_; }
+    const std::vector<std::uint8_t>& unchangedMacroblocks() const { return unchangedMacroblocks_; }
 
     void markAllUnchanged();
 

@@ -1,7 +1,7 @@
 #include "Backends/FFmpeg/X264Encoder.h"
 
 #include <algorithm>
-#include <limits>
+#include <cstdlib>
 #include <span>
 #include <thread>
 
@@ -146,8 +146,8 @@ bool X264Encoder::readParameterSets()
     return true;
 }
 
-EncodedPicture X264Encoder::encode(
-    I420Picture& picture, std::int64_t time, PictureKind kind, std::optional<int> quantizer)
+std::optional<EncodedPicture> X264Encoder::encode(
+    const I420Picture& picture, std::int64_t time, PictureKind kind, std::optional<int> quantizer)
 {
     x264_picture_t input;
     x264_picture_init(&input);
@@ -161,14 +161,32 @@ EncodedPicture X264Encoder::encode(
         input.img.i_stride[index] = picture.stride(index);
     }
     static_assert(X264_MBINFO_CONSTANT == 1, "the picture marks unchanged macroblocks with this value");
-    input.prop.mb_info = picture.unchangedMacroblocks().data();
+    const auto& unchanged = picture.unchangedMacroblocks();
+    // x264 reads the hints when it encodes the picture, which is later; it frees them then.
+    input.prop.mb_info = static_cast<std::uint8_t*>(std::malloc(unchanged.size()));
+    if (input.prop.mb_info)
+        std::copy(unchanged.begin(), unchanged.end(), input.prop.mb_info);
+    input.prop.mb_info_free = &std::free;
+    return run(&input);
+}
 
+std::optional<EncodedPicture> X264Encoder::flush()
+{
+    if (x264_encoder_delayed_frames(encoder_) == 0)
+        return std::nullopt;
+    return run(nullptr);
+}
+
+std::optional<EncodedPicture> X264Encoder::run(x264_picture_t* input)
+{
     x264_picture_t output;
     x264_nal_t* units = nullptr;
     int unitCount = 0;
-    const int size = x264_encoder_encode(encoder_, &units, &unitCount, &input, &output);
-    if (size <= 0)
+    const int size = x264_encoder_encode(encoder_, &units, &unitCount, input, &output);
+    if (size < 0)
         throw PlatformError("x264", size, "The H.264 encoder failed.");
+    if (size == 0)
+        return std::nullopt;
     EncodedPicture encoded;
     // x264 lays the units of one picture out one behind the other.
     const auto bytes = std::as_bytes(std::span(units[0].p_payload, static_cast<std::size_t>(size)));

@@ -10,6 +10,7 @@
 #include "Platform/AssetWriter.h"
 
 struct x264_t;
+struct x264_picture_t;
 
 namespace glimto {
 
@@ -23,7 +24,8 @@ struct EncodedPicture {
 
 enum class PictureKind { keyframe, predicted };
 
-// H.264 High profile by x264: one picture in, the same picture out, nothing held back.
+// H.264 High profile by x264, pictures in order. x264 gives out a picture only when it has seen the time
+// of the next one: rate control needs its duration.
 //
 // x264 is used directly because it alone takes hints about macroblocks that did not change, which
 // saves a quarter of the time on a desktop where little moves.
@@ -38,13 +40,18 @@ public:
     // The avcC record (ISO/IEC 14496-15 section 5.3.3.1) with the parameter sets.
     const std::vector<std::uint8_t>& decoderConfiguration() const { return decoderConfiguration_; }
 
-    // `time` must rise. `quantizer` overrides rate control. Throws PlatformError when x264 fails.
-    EncodedPicture encode(
-        I420Picture& picture, std::int64_t time, PictureKind kind, std::optional<int> quantizer = std::nullopt);
+    // Copies the picture. `time` must rise. `quantizer` overrides rate control. Returns an earlier
+    // picture that is done now, if there is one. Throws PlatformError when x264 fails.
+    std::optional<EncodedPicture> encode(
+        const I420Picture& picture, std::int64_t time, PictureKind kind, std::optional<int> quantizer);
+
+    // The next of the pictures that are still inside; nothing when all are out. Ends the encoding.
+    std::optional<EncodedPicture> flush();
 
 private:
     explicit X264Encoder(x264_t* encoder);
     bool readParameterSets();
+    std::optional<EncodedPicture> run(x264_picture_t* input);
 
     x264_t* encoder_;
     std::vector<std::uint8_t> decoderConfiguration_;
