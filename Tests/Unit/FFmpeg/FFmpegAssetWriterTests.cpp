@@ -1,0 +1,271 @@
+#include "Backends/FFmpeg/FFmpegAssetWriter.h"
+
+#include <chrono>
+#include <memory>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "Support/Errors.h"
+#include "Unit/FFmpeg/DecodedMedia.h"
+
+namespace glimto {
+namespace {
+
+constexpr std::int64_t ticksPerSecond = 90'000;
+
+// Keeps everything that an asset writer puts out.
+class SegmentCollector final : public AssetWriterDelegate {
+public:
+    struct Segment {
+        std::vector<std::byte> data;
+        SegmentReport report;
+    };
+
+    void didOutputInitializationSegment(std::span<const std::byte> data) override
+    {
+        initialization.assign(data.begin(), data.end());
+    }
+    void didOutputSegmentData(std::span<const std::byte> data) override
+    {
+        current.insert(current.end(), data.begin(), data.end());
+    }
+    void didFinishSegment(const SegmentReport& report) override
+    {
+        segments.push_back({std::exchange(current, {}), report});
+    }
+
+    std::vector<std::byte> playable(const std::vector<Segment>& parts) const
+    {
+        std::vector<std::byte> all = initialization;
+        for (const Segment& part : parts)
+            all.insert(all.end(), part.data.begin(), part.data.end());
+        return all;
+    }
+
+    std::vector<std::byte> initialization;
+    std::vector<std::byte> current;
+    std::vector<Segment> segments;
+};
+
+class FFmpegAssetWriterTests : public testing::Test {
+protected:
+    void makeWriter(int width, int height, double segmentSeconds, int framesPerSecond = 30)
+    {
+        width_ = width;
+        height_ = height;
+        const VideoEncodingSettings settings = {.width = width,
+            .height = height,
+            .framesPerSecond = framesPerSecond,
+            .averageBitRate = 2'000'000,
+            .maxKeyFrameInterval = 4000,
+            .maxKeyFrameIntervalDuration = segmentSeconds};
+        writer_ = FFmpegAssetWriter::make(settings, MediaTime::fromSeconds(segmentSeconds, 600), collector_);
+        ASSERT_TRUE(writer_);
+        ASSERT_TRUE(writer_->startWriting());
+    }
+
+    VideoFrame frame(double seconds, std::uint8_t gray, bool isChanged = true)
+    {
+        auto bytes = std::make_shared<std::vector<std::uint8_t>>(
+            static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_) * 4, gray);
+        auto pixels = std::make_shared<PixelBuffer>(
+            PixelBuffer{width_, height_, static_cast<std::size_t>(width_) * 4, bytes->data(), bytes});
+        VideoFrame result;
+        result.status = FrameStatus::complete;
+        result.presentationTime = MediaTime::fromSeconds(seconds, 1'000'000'000);
+        result.pixels = std::move(pixels);
+        result.sequenceNumber = nextSequenceNumber_++;
+        if (isChanged)
+            result.changedRects = {{0, 0, width_, height_}};
+        return result;
+    }
+
+    bool appendWhenReady(const VideoFrame& next)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!writer_->isReadyForMoreMediaData() && writer_->status() == AssetWriterStatus::writing
+            && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::yield();
+        return writer_->append(next);
+    }
+
+    void appendMotion(int frameCount, int framesPerSecond)
+    {
+        for (int index = 0; index < frameCount; ++index)
+            ASSERT_TRUE(appendWhenReady(
+                frame(static_cast<double>(index) / framesPerSecond, static_cast<std::uint8_t>(index * 5))));
+    }
+
+    SegmentCollector collector_;
+    std::unique_ptr<FFmpegAssetWriter> writer_;
+    int width_ = 0;
+    int height_ = 0;
+    std::uint64_t nextSequenceNumber_ = 0;
+};
+
+TEST_F(FFmpegAssetWriterTests, MovingPictureIsCutAtTheIntervalWithExactReports)
+{
+    makeWriter(64, 48, 1.0);
+    appendMotion(75, 30);
+    EXPECT_EQ(writer_->finishWriting(), AssetWriterStatus::completed);
+
+    ASSERT_EQ(collector_.segments.size(), 3U);
+    EXPECT_EQ(collector_.segments[0].report.duration, (MediaTime{ticksPerSecond, ticksPerSecond}));
+    EXPECT_EQ(collector_.segments[1].report.earliestPresentationTime, (MediaTime{ticksPerSecond, ticksPerSecond}));
+    EXPECT_EQ(collector_.segments[2].report.duration, (MediaTime{ticksPerSecond / 2, ticksPerSecond}));
+}
+
+TEST_F(FFmpegAssetWriterTests, EverySegmentDecodesAloneAfterTheInitializationSegment)
+{
+    makeWriter(64, 48, 1.0);
+    appendMotion(75, 30);
+    writer_->finishWriting();
+
+    for (const auto& segment : collector_.segments) {
+        const DecodedMedia media = decodeMedia(collector_.playable({segment}));
+        ASSERT_FALSE(media.pictures.empty());
+        EXPECT_TRUE(media.pictures.front().isKeyframe);
+        EXPECT_EQ(media.pictures.front().time, segment.report.earliestPresentationTime->value);
+        EXPECT_EQ(media.duration, segment.report.earliestPresentationTime->value + segment.report.duration->value);
+    }
+}
+
+TEST_F(FFmpegAssetWriterTests, TakeIsHighProfileAndShowsEveryFrameAtItsTime)
+{
+    makeWriter(64, 48, 1.0);
+    appendMotion(45, 30);
+    writer_->finishWriting();
+
+    const DecodedMedia media = decodeMedia(collector_.playable(collector_.segments));
+    EXPECT_EQ(media.profile, 100);
+    ASSERT_EQ(media.pictures.size(), 45U);
+    EXPECT_EQ(media.pictures[44].time, 44 * ticksPerSecond / 30);
+    EXPECT_NEAR(media.pictures[20].firstLuma, 16 + 100 * 219 / 255, 3);
+}
+
+TEST_F(FFmpegAssetWriterTests, StillPictureIsCutExactlyAtTheIntervalAndLastsToTheLastFrame)
+{
+    makeWriter(64, 48, 1.0);
+    ASSERT_TRUE(appendWhenReady(frame(0, 200)));
+    for (const double seconds : {0.45, 0.9, 1.35, 1.8, 2.25, 2.7})
+        ASSERT_TRUE(appendWhenReady(frame(seconds, 200, false)));
+    writer_->finishWriting();
+
+    ASSERT_EQ(collector_.segments.size(), 3U);
+    EXPECT_EQ(collector_.segments[0].report.duration, (MediaTime{ticksPerSecond, ticksPerSecond}));
+    EXPECT_EQ(collector_.segments[2].report.earliestPresentationTime, (MediaTime{2 * ticksPerSecond, ticksPerSecond}));
+    const DecodedMedia media = decodeMedia(collector_.playable(collector_.segments));
+    EXPECT_EQ(media.duration, 27 * ticksPerSecond / 10 + ticksPerSecond / 30);
+    EXPECT_LE(media.pictures.size(), 5U);
+}
+
+TEST_F(FFmpegAssetWriterTests, PictureAfterAMissedFrameIsTakenWhole)
+{
+    makeWriter(64, 48, 1.0);
+    ASSERT_TRUE(appendWhenReady(frame(0, 0)));
+    frame(0.1, 250); // never appended
+    VideoFrame next = frame(0.2, 250, false);
+    ASSERT_TRUE(appendWhenReady(next));
+    writer_->finishWriting();
+
+    const DecodedMedia media = decodeMedia(collector_.playable(collector_.segments));
+    ASSERT_EQ(media.pictures.size(), 2U);
+    EXPECT_GT(media.pictures[1].firstLuma, 200);
+}
+
+TEST_F(FFmpegAssetWriterTests, OddSizeIsEncodedAsTheNextEvenSize)
+{
+    makeWriter(65, 47, 1.0);
+    appendMotion(3, 30);
+    writer_->finishWriting();
+
+    const DecodedMedia media = decodeMedia(collector_.playable(collector_.segments));
+    EXPECT_EQ(media.width, 66);
+    EXPECT_EQ(media.height, 48);
+}
+
+TEST_F(FFmpegAssetWriterTests, SmallestPictureIsEncoded)
+{
+    makeWriter(2, 2, 1.0);
+    appendMotion(3, 30);
+    EXPECT_EQ(writer_->finishWriting(), AssetWriterStatus::completed);
+    EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).width, 2);
+}
+
+TEST_F(FFmpegAssetWriterTests, SegmentShorterThanAFrameHoldsOneFrame)
+{
+    makeWriter(64, 48, 0.001);
+    appendMotion(10, 30);
+    writer_->finishWriting();
+    EXPECT_EQ(collector_.segments.size(), 10U);
+}
+
+TEST_F(FFmpegAssetWriterTests, FramesAreRefusedWhileTwoAreHeld)
+{
+    makeWriter(1920, 1080, 1.0);
+    const VideoFrame first = frame(0, 10);
+    const VideoFrame second = frame(0.01, 20);
+    const VideoFrame third = frame(0.02, 30);
+    int accepted = 0;
+    for (const VideoFrame* next : {&first, &second, &third})
+        accepted += writer_->append(*next) ? 1 : 0;
+    EXPECT_EQ(accepted, 2);
+    EXPECT_EQ(writer_->finishWriting(), AssetWriterStatus::completed);
+}
+
+TEST_F(FFmpegAssetWriterTests, FrameThatIsNotLaterThanTheLastIsRefused)
+{
+    makeWriter(64, 48, 1.0);
+    ASSERT_TRUE(appendWhenReady(frame(1.0, 10)));
+    EXPECT_FALSE(appendWhenReady(frame(1.0, 20)));
+    EXPECT_FALSE(appendWhenReady(frame(0.5, 20)));
+}
+
+TEST_F(FFmpegAssetWriterTests, FrameOfAnotherSizeIsRefused)
+{
+    makeWriter(64, 48, 1.0);
+    VideoFrame other = frame(0, 10);
+    other.pixels = std::make_shared<PixelBuffer>(PixelBuffer{32, 48, 128, other.pixels->bytes, other.pixels});
+    EXPECT_FALSE(writer_->append(other));
+}
+
+TEST_F(FFmpegAssetWriterTests, CancelDeliversNothingMore)
+{
+    makeWriter(64, 48, 1.0);
+    appendMotion(10, 30);
+    writer_->cancelWriting();
+    EXPECT_FALSE(writer_->append(frame(2, 10)));
+    EXPECT_EQ(writer_->finishWriting(), AssetWriterStatus::cancelled);
+    EXPECT_TRUE(collector_.segments.empty());
+}
+
+TEST_F(FFmpegAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
+{
+    makeWriter(640, 480, 3600.0);
+    for (int index = 0; index < 60; ++index) {
+        VideoFrame noisy = frame(index / 30.0, 0);
+        auto* bytes = const_cast<std::uint8_t*>(noisy.pixels->bytes);
+        for (std::size_t at = 0; at < noisy.pixels->bytesPerRow * 480; ++at)
+            bytes[at] = static_cast<std::uint8_t>((at * 2654435761U + static_cast<std::size_t>(index) * 40503U) >> 13U);
+        ASSERT_TRUE(appendWhenReady(noisy));
+    }
+    writer_->finishWriting();
+    ASSERT_EQ(collector_.segments.size(), 1U);
+    EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).pictures.size(), 60U);
+}
+
+TEST(FFmpegAssetWriterSettingsTests, SizeThatH264CannotHoldIsRefused)
+{
+    SegmentCollector collector;
+    const VideoEncodingSettings settings = {.width = 40'000,
+        .height = 40'000,
+        .framesPerSecond = 30,
+        .averageBitRate = 2'000'000,
+        .maxKeyFrameInterval = 120,
+        .maxKeyFrameIntervalDuration = 4};
+    EXPECT_EQ(FFmpegAssetWriter::make(settings, MediaTime{4, 1}, collector), nullptr);
+}
+
+} // namespace
+} // namespace glimto
