@@ -1,4 +1,73 @@
-int main()
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "Backends/Desktop/DesktopWorkspace.h"
+#include "Backends/Desktop/LinuxProcessEnvironment.h"
+#include "Backends/Desktop/ProcessStopRequests.h"
+#include "Backends/FFmpeg/Loader/LazyAssetWriterFactory.h"
+#include "Backends/Images/TurboImageCodec.h"
+#include "Backends/X11/X11CaptureStream.h"
+#include "Backends/X11/X11ScreenAccess.h"
+#include "Backends/X11/X11ShareableContentProvider.h"
+#include "CommandLine/Driver.h"
+#include "Platform/PlatformServices.h"
+#include "Support/DescriptorLineOutput.h"
+#include "Support/SerialQueue.h"
+
+namespace {
+
+using namespace glimto;
+
+// Beside the program in a build tree, in the library folder next to it once installed.
+std::vector<std::filesystem::path> moduleDirectories(const ProcessEnvironment& process)
 {
-    return 0;
+    const auto executable = process.executablePath();
+    if (!executable)
+        return {};
+    const auto folder = executable->parent_path();
+    return {folder, folder.parent_path() / "lib" / "glimto-capture"};
+}
+
+int runCommandLine(const std::vector<std::string>& arguments)
+{
+    DescriptorLineOutput standardOutput(1);
+    DescriptorLineOutput standardError(2);
+
+    LinuxProcessEnvironment process;
+    ProcessStopRequests stopRequests;
+    X11ScreenAccess screen;
+    X11ShareableContentProvider content;
+    X11CaptureStreamFactory captureStreams;
+    LazyAssetWriterFactory assetWriters(moduleDirectories(process));
+    TurboImageCodec images;
+    DesktopWorkspace workspace;
+    PlatformServices services = {.process = process,
+        .screen = screen,
+        .content = content,
+        .captureStreams = captureStreams,
+        .assetWriters = assetWriters,
+        .images = images,
+        .workspace = workspace,
+        .stopRequests = stopRequests};
+
+    // The encoder takes as long to load as the screen takes to be looked at: side by side.
+    if (!arguments.empty() && arguments.front() == "record")
+        assetWriters.beginLoading();
+    return Driver(services, {standardOutput, standardError}).run(arguments);
+}
+
+} // namespace
+
+int main(int argumentCount, char** argumentValues)
+{
+    // A reader that goes away must not end a recording.
+    std::signal(SIGPIPE, SIG_IGN);
+    const int status = runCommandLine({argumentValues + 1, argumentValues + argumentCount});
+    // A stage that hangs still uses what static destructors would take from it.
+    if (SerialQueue::abandonedAny())
+        std::_Exit(status);
+    return status;
 }

@@ -10,6 +10,9 @@
 
 namespace glimto {
 
+// Drawn into screenshots unless it is switched off.
+inline constexpr const char* watermarkText = "glimto.com";
+
 struct DisplayTarget {
     int index = 0; // position in the system's display list
 

@@ -251,6 +251,12 @@ void FFmpegAssetWriter::finishTrack()
 {
     if (submitted_.empty())
         return;
+    // Many readers take a track to end with its last frame's time, so a picture that stood still until
+    // the end is there once more.
+    if (lastTime_ - submitted_.back().time >= frameTicks_) {
+        picture_.markAllUnchanged();
+        encodePicture(lastTime_, false);
+    }
     const std::int64_t endTime = lastTime_ + std::min(frameTicks_, longestLastFrameTicks);
     while (auto encoded = encoder_->flush()) {
         keepEncoded(std::move(encoded));

@@ -1,0 +1,81 @@
+#include "Artifacts/HLSPlaylist.h"
+
+#include <algorithm>
+#include <cmath>
+#include <locale>
+#include <sstream>
+#include <string_view>
+
+namespace glimto {
+
+namespace {
+
+// Independent of the process's locale, which may write a decimal comma.
+std::string sixDecimals(double value)
+{
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text.setf(std::ios::fixed, std::ios::floatfield);
+    text.precision(6);
+    text << value;
+    return text.str();
+}
+
+long long targetDuration(const std::vector<CapturedSegment>& segments)
+{
+    double longest = 1;
+    for (const auto& segment : segments)
+        longest = std::max(longest, segment.duration);
+    return std::llround(std::ceil(longest));
+}
+
+std::string withoutEverySegmentsPart(std::string key)
+{
+    constexpr std::string_view part = "segments/";
+    for (auto at = key.find(part); at != std::string::npos; at = key.find(part, at))
+        key.erase(at, part.size());
+    return key;
+}
+
+std::string uri(const std::string& key, PlaylistPlacement placement)
+{
+    if (placement == PlaylistPlacement::aboveSegments)
+        return withoutEverySegmentsPart(key);
+    const auto slash = key.rfind('/');
+    return slash == std::string::npos ? key : key.substr(slash + 1);
+}
+
+} // namespace
+
+std::string mediaPlaylistText(const std::string& initSegmentKey, const std::vector<CapturedSegment>& segments,
+    PlaylistPlacement placement)
+{
+    std::string text = "#EXTM3U\n"
+                       "#EXT-X-VERSION:7\n"
+                       "#EXT-X-TARGETDURATION:"
+        + std::to_string(targetDuration(segments))
+        + "\n"
+          "#EXT-X-MEDIA-SEQUENCE:0\n"
+          "#EXT-X-INDEPENDENT-SEGMENTS\n"
+          "#EXT-X-MAP:URI=\""
+        + uri(initSegmentKey, placement) + "\"\n";
+    for (const auto& segment : segments)
+        text += "#EXTINF:" + sixDecimals(segment.duration) + ",\n" + uri(segment.relativeKey, placement)
+            + "\n";
+    return text + "#EXT-X-ENDLIST\n";
+}
+
+std::string masterPlaylistText(int width, int height, int framesPerSecond)
+{
+    return "#EXTM3U\n"
+           "#EXT-X-VERSION:7\n"
+           "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"system-audio\",NAME=\"Audio\",DEFAULT=YES,AUTOSELECT=YES,"
+           "URI=\"audio/playlist.m3u8\"\n"
+           "#EXT-X-STREAM-INF:BANDWIDTH=16000000,RESOLUTION="
+        + std::to_string(width) + "x" + std::to_string(height)
+        + ",FRAME-RATE=" + std::to_string(framesPerSecond)
+        + ",CODECS=\"avc1.640028,mp4a.40.2\",AUDIO=\"system-audio\"\n"
+          "video/playlist.m3u8\n";
+}
+
+} // namespace glimto

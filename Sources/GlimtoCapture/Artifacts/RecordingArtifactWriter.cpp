@@ -1,0 +1,101 @@
+#include "Artifacts/RecordingArtifactWriter.h"
+
+#include "Support/AtomicFile.h"
+#include "Support/JSONText.h"
+#include "Support/TimeStamps.h"
+
+namespace glimto {
+
+namespace {
+
+std::string audioSource(const RecordOptions& options)
+{
+    if (!options.microphoneDeviceID)
+        return "system";
+    return options.captureSystemAudio ? "system+microphone" : "microphone";
+}
+
+std::string audioNote(const std::optional<MediaManifest::Audio>& audio)
+{
+    if (!audio)
+        return "Screen video only; audio was not requested.";
+    if (audio->source == "system")
+        return "System audio was captured through ScreenCaptureKit and encoded as AAC.";
+    if (audio->source == "microphone")
+        return "Microphone audio was captured through AVFoundation and encoded as AAC.";
+    return "System audio from ScreenCaptureKit and the microphone were mixed into one AAC track.";
+}
+
+double totalDuration(const std::vector<CapturedSegment>& segments)
+{
+    double seconds = 0;
+    for (const auto& segment : segments)
+        seconds += segment.duration;
+    return seconds;
+}
+
+std::int64_t totalBytes(const std::vector<CapturedSegment>& segments)
+{
+    std::int64_t bytes = 0;
+    for (const auto& segment : segments)
+        bytes += segment.bytes;
+    return bytes;
+}
+
+} // namespace
+
+void RecordingArtifactWriter::writeMediaPlaylist(const std::filesystem::path& url,
+    const std::string& initSegmentKey, const std::vector<CapturedSegment>& segments,
+    PlaylistPlacement placement) const
+{
+    writeFileAtomically(url, mediaPlaylistText(initSegmentKey, segments, placement));
+}
+
+void RecordingArtifactWriter::writeMasterPlaylist(int width, int height, int framesPerSecond) const
+{
+    writeFileAtomically(plan.playlistURL, masterPlaylistText(width, height, framesPerSecond));
+}
+
+void RecordingArtifactWriter::writeManifest(const std::string& videoInitSegmentKey,
+    const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
+    int height, const RecordOptions& options, const std::string& sourceDescription) const
+{
+    const auto content = manifest(videoInitSegmentKey, audioInitSegmentKey, tracks, width, height, options,
+        sourceDescription, std::chrono::system_clock::now());
+    writeFileAtomically(plan.manifestURL, encodePrettyJSON(toJSON(content)));
+}
+
+MediaManifest RecordingArtifactWriter::manifest(const std::string& videoInitSegmentKey,
+    const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
+    int height, const RecordOptions& options, const std::string& sourceDescription,
+    std::chrono::system_clock::time_point createdAt) const
+{
+    MediaManifest manifest;
+    manifest.createdAt = iso8601Timestamp(createdAt);
+    manifest.initSegmentKey = videoInitSegmentKey;
+    manifest.preferredSegmentDuration = options.segmentSeconds;
+    manifest.totalDuration = totalDuration(tracks.video);
+    manifest.totalBytes = totalBytes(tracks.video) + totalBytes(tracks.audio);
+    manifest.video.source = sourceDescription;
+    manifest.video.width = width;
+    manifest.video.height = height;
+    manifest.video.framesPerSecond = options.framesPerSecond;
+    manifest.video.hasAudio = audioInitSegmentKey.has_value();
+    manifest.segments = manifestSegments(tracks.video);
+    if (audioInitSegmentKey) {
+        manifest.audio.emplace();
+        manifest.audio->source = audioSource(options);
+        manifest.audio->sampleRate = audioSampleRate;
+        manifest.audio->channelCount = audioChannelCount;
+        manifest.audio->initSegmentKey = *audioInitSegmentKey;
+        manifest.audio->segmentCount = static_cast<int>(tracks.audio.size());
+        manifest.audioSegments = manifestSegments(tracks.audio);
+    }
+    manifest.notes = {
+        "Segments are emitted directly by AVAssetWriter using MPEG4AppleHLS profile.",
+        audioNote(manifest.audio),
+    };
+    return manifest;
+}
+
+} // namespace glimto

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Artifacts/CapturedSegment.h"
+#include "Artifacts/HLSPlaylist.h"
+#include "Artifacts/MediaManifest.h"
+#include "Artifacts/OutputPlan.h"
+#include "Options/RecordOptions.h"
+
+namespace glimto {
+
+// Writes the playlists and the manifest of a finished take. Every file appears whole under its name or
+// not at all; what cannot be written is thrown as PlatformError.
+//
+// A take without audio has one media playlist, `plan.playlistURL`, above its segments. A take with audio
+// has a media playlist "playlist.m3u8" beside the segments of each track, and the master playlist at
+// `plan.playlistURL`, which is written after the manifest.
+struct RecordingArtifactWriter {
+    OutputPlan plan;
+    int audioSampleRate = 0; // Hz
+    int audioChannelCount = 0;
+
+    void writeMediaPlaylist(const std::filesystem::path& url, const std::string& initSegmentKey,
+        const std::vector<CapturedSegment>& segments, PlaylistPlacement placement) const;
+
+    // Writes `plan.playlistURL`.
+    void writeMasterPlaylist(int width, int height, int framesPerSecond) const;
+
+    // Writes `plan.manifestURL`, created now. `audioInitSegmentKey` is present exactly when audio was
+    // captured; `options` then say where it came from. `width` and `height` in pixels.
+    void writeManifest(const std::string& videoInitSegmentKey,
+        const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
+        int height, const RecordOptions& options, const std::string& sourceDescription) const;
+
+    // What writeManifest() writes.
+    MediaManifest manifest(const std::string& videoInitSegmentKey,
+        const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
+        int height, const RecordOptions& options, const std::string& sourceDescription,
+        std::chrono::system_clock::time_point createdAt) const;
+};
+
+} // namespace glimto

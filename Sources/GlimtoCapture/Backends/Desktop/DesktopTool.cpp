@@ -1,0 +1,111 @@
+#include "Backends/Desktop/DesktopTool.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <optional>
+#include <thread>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "Support/Errors.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr std::chrono::milliseconds firstPause{1};
+constexpr std::chrono::milliseconds longestPause{50};
+
+class SpawnSettings {
+public:
+    SpawnSettings()
+    {
+        ::posix_spawnattr_init(&attributes);
+        ::posix_spawn_file_actions_init(&actions);
+        sigset_t none;
+        sigset_t all;
+        ::sigemptyset(&none);
+        ::sigfillset(&all);
+        ::posix_spawnattr_setsigmask(&attributes, &none);
+        ::posix_spawnattr_setsigdefault(&attributes, &all);
+        ::posix_spawnattr_setflags(&attributes,
+            static_cast<short>(POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF));
+        ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+        ::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    }
+    ~SpawnSettings()
+    {
+        ::posix_spawn_file_actions_destroy(&actions);
+        ::posix_spawnattr_destroy(&attributes);
+    }
+    SpawnSettings(const SpawnSettings&) = delete;
+    SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+    posix_spawnattr_t attributes{};
+    posix_spawn_file_actions_t actions{};
+};
+
+pid_t start(std::vector<std::string> arguments)
+{
+    std::vector<char*> pointers;
+    for (auto& argument : arguments)
+        pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    const SpawnSettings settings;
+    pid_t process = 0;
+    const int error = ::posix_spawnp(
+        &process, pointers.front(), &settings.actions, &settings.attributes, pointers.data(), environ);
+    if (error == ENOENT)
+        throw PlatformError("POSIX", error, arguments.front() + " is not installed.");
+    if (error != 0)
+        throw PlatformError::posix("Could not start " + arguments.front(), error);
+    return process;
+}
+
+DesktopToolResult resultOfStatus(int status)
+{
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? DesktopToolResult::succeeded
+                                                         : DesktopToolResult::failed;
+}
+
+// The result when the process has ended.
+std::optional<DesktopToolResult> collect(pid_t process, int options)
+{
+    int status = 0;
+    pid_t ended = 0;
+    do
+        ended = ::waitpid(process, &status, options);
+    while (ended < 0 && errno == EINTR);
+    if (ended == 0)
+        return std::nullopt;
+    // Where the ends of children are ignored, the status is lost.
+    return ended < 0 ? DesktopToolResult::succeeded : resultOfStatus(status);
+}
+
+} // namespace
+
+DesktopToolResult runDesktopTool(const std::vector<std::string>& arguments,
+    std::chrono::milliseconds deadline, DesktopToolOvertime overtime)
+{
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    const pid_t process = start(arguments);
+    auto pause = firstPause;
+    while (std::chrono::steady_clock::now() < end) {
+        if (const auto result = collect(process, WNOHANG))
+            return *result;
+        std::this_thread::sleep_for(pause);
+        pause = std::min(pause * 2, longestPause);
+    }
+    if (overtime == DesktopToolOvertime::end) {
+        ::kill(process, SIGKILL);
+        collect(process, 0);
+    }
+    return DesktopToolResult::stillRunning;
+}
+
+} // namespace glimto

@@ -1,0 +1,92 @@
+#include "Backends/Desktop/DesktopWorkspace.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "Backends/Desktop/DesktopTool.h"
+#include "Backends/Desktop/FileURI.h"
+#include "Support/Errors.h"
+
+namespace glimto {
+
+namespace {
+
+// An absolute path is never taken for an option.
+std::filesystem::path absolutePath(const std::filesystem::path& path)
+{
+    std::error_code error;
+    auto result = std::filesystem::absolute(path, error);
+    if (error)
+        throw PlatformError::posix("Could not find the working directory", error.value());
+    return result.lexically_normal();
+}
+
+// Without a bus of the session the D-Bus tools would start one of their own.
+bool hasSessionBus()
+{
+    const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
+    if (address && *address)
+        return true;
+    const char* directory = std::getenv("XDG_RUNTIME_DIR");
+    std::error_code error;
+    return directory && *directory
+        && std::filesystem::exists(std::filesystem::path(directory) / "bus", error);
+}
+
+std::vector<std::string> gdbusCall(const std::string& uri)
+{
+    return {"gdbus", "call", "--session", "--dest", "org.freedesktop.FileManager1", "--object-path",
+        "/org/freedesktop/FileManager1", "--method", "org.freedesktop.FileManager1.ShowItems",
+        "['" + uri + "']", ""};
+}
+
+std::vector<std::string> dbusSendCall(const std::string& uri)
+{
+    return {"dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.FileManager1",
+        "/org/freedesktop/FileManager1", "org.freedesktop.FileManager1.ShowItems", "array:string:" + uri,
+        "string:"};
+}
+
+} // namespace
+
+DesktopWorkspace::DesktopWorkspace(std::chrono::milliseconds deadline)
+    : deadline_(deadline)
+{
+}
+
+bool DesktopWorkspace::openFile(const std::filesystem::path& path)
+{
+    const auto result = runDesktopTool(
+        {"xdg-open", absolutePath(path).string()}, deadline_, DesktopToolOvertime::leaveRunning);
+    return result != DesktopToolResult::failed;
+}
+
+bool DesktopWorkspace::revealFile(const std::filesystem::path& path)
+{
+    auto item = absolutePath(path);
+    if (!item.has_filename()) // "/tmp/take/" is the folder, not something without a name in it
+        item = item.parent_path();
+    if (hasSessionBus() && showInFileManager(item))
+        return true;
+    std::error_code error;
+    return openFile(std::filesystem::is_directory(item, error) ? item : item.parent_path());
+}
+
+bool DesktopWorkspace::showInFileManager(const std::filesystem::path& path) const
+{
+    const auto uri = fileURI(path);
+    for (const auto& call : {gdbusCall(uri), dbusSendCall(uri)}) {
+        try {
+            return runDesktopTool(call, deadline_, DesktopToolOvertime::end) == DesktopToolResult::succeeded;
+        } catch (const PlatformError& error) {
+            if (error.code() != ENOENT)
+                throw;
+        }
+    }
+    return false;
+}
+
+} // namespace glimto

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <memory>
+
+#include "Backends/X11/X11PictureSource.h"
+#include "Platform/ShareableContent.h"
+
+namespace glimto {
+
+// One display, or a part of it, as the screen shows it.
+class X11DisplayPicture : public X11PictureSource {
+public:
+    // `sourceRect` is in points of the display; its origin is rounded and moved so that a piece of size
+    // `output` lies inside the display. Throws sourceGone when the display is not connected.
+    X11DisplayPicture(X11Connection& connection, std::uint32_t displayID, std::optional<Rect> sourceRect, PixelSize output);
+    ~X11DisplayPicture() override;
+
+    PixelSize size() const override { return {area_.width, area_.height}; }
+    std::uint8_t depth() const override { return connection_.screen().root_depth; }
+    std::uint64_t layout() const override { return layout_; }
+    void handle(const xcb_generic_event_t& event) override;
+    void update() override;
+    bool hasChanges() const override { return geometryMayHaveChanged_ || damage_.isPending(); }
+    void requestChanges(xcb_xfixes_region_t changes) override;
+    void requestCopy(xcb_pixmap_t target, xcb_xfixes_region_t clip) override;
+    std::optional<Place> place() const override { return Place {connection_.root(), area_.x, area_.y}; }
+
+    // What is captured, in coordinates of the root window.
+    const PixelRect& area() const { return area_; }
+
+private:
+    void readGeometry();
+
+    X11Connection& connection_;
+    std::uint32_t displayID_;
+    std::optional<Rect> sourceRect_;
+    PixelSize output_;
+    PixelRect area_;
+    PixelRect visible_; // the part of it that lies on the root window
+    std::uint64_t layout_ = 0;
+    bool geometryMayHaveChanged_ = false;
+    bool hasRandR_ = false;
+    xcb_gcontext_t context_ = XCB_NONE;
+    xcb_xfixes_region_t bounds_ = XCB_NONE; // the visible part in picture coordinates
+    X11Damage damage_;
+};
+
+} // namespace glimto

@@ -1,0 +1,164 @@
+#include "CommandLine/CLI.h"
+
+#include <filesystem>
+
+#include "CommandLine/OptionReader.h"
+#include "CommandLine/UploadDefaults.h"
+#include "Support/Errors.h"
+#include "Support/Text.h"
+
+namespace glimto {
+
+namespace {
+
+using Options = RecordOptions;
+
+void setDuration(Options& options, OptionReader& reader)
+{
+    options.durationSeconds = reader.positiveValue();
+}
+
+void setOutput(Options& options, OptionReader& reader)
+{
+    options.outputDirectory = reader.pathValue();
+}
+
+void setFramerate(Options& options, OptionReader& reader)
+{
+    const auto value = reader.intValue();
+    if (value < 1 || value > 120)
+        throw CLIError(reader.flag() + " must be between 1 and 120.");
+    options.framesPerSecond = static_cast<int>(value);
+}
+
+void setMicrophone(Options& options, OptionReader& reader)
+{
+    options.microphoneDeviceID = trimmedNonEmpty(reader.stringValue());
+    if (!options.microphoneDeviceID)
+        throw CLIError("--microphone requires a device id.");
+}
+
+void setOverwrite(Options& options, OptionReader&)
+{
+    options.overwrite = true;
+}
+
+// The capture source is what the last of these three says; a region or window leaves the display's
+// index as it was.
+void setDisplay(Options& options, OptionReader& reader)
+{
+    options.displayIndex = reader.displayIndexValue();
+    options.captureRegion.reset();
+    options.captureWindowId.reset();
+}
+
+void setRegion(Options& options, OptionReader& reader)
+{
+    options.captureRegion = reader.captureRegionValue();
+    options.captureWindowId.reset();
+}
+
+void setWindow(Options& options, OptionReader& reader)
+{
+    options.captureWindowId = reader.windowIdValue();
+    options.captureRegion.reset();
+}
+
+void setRecordEvents(Options& options, OptionReader&)
+{
+    options.recordEvents = true;
+    // The event track tells where the cursor was, for a player that draws its own.
+    options.includeCursor = false;
+}
+
+OptionTable<Options> captureTable()
+{
+    return {
+        {"-d", setDuration},
+        {"--duration", setDuration},
+        {"--until-stopped", [](Options& options, OptionReader&) { options.recordUntilStopped = true; }},
+        {"--max-duration-seconds",
+            [](Options& options, OptionReader& reader) { options.maxDurationSeconds = reader.positiveValue(); }},
+        {"-o", setOutput},
+        {"--output", setOutput},
+        {"--display", setDisplay},
+        {"-r", setFramerate},
+        {"--framerate", setFramerate},
+        {"--segment-duration",
+            [](Options& options, OptionReader& reader) { options.segmentSeconds = reader.positiveValue(); }},
+        {"--system-audio", [](Options& options, OptionReader&) { options.captureSystemAudio = true; }},
+        {"--microphone", setMicrophone},
+        {"--no-cursor", [](Options& options, OptionReader&) { options.includeCursor = false; }},
+        {"--record-events", setRecordEvents},
+        {"--region", setRegion},
+        {"--window-id", setWindow},
+        {"--except-window-id",
+            [](Options& options, OptionReader& reader) { options.exceptWindowId = reader.windowIdValue(); }},
+        {"-w", setOverwrite},
+        {"--overwrite", setOverwrite},
+        {"--stop-file",
+            [](Options& options, OptionReader& reader) { options.stopFileURL = reader.pathValue(); }},
+        {"--stdout-json", [](Options& options, OptionReader&) { options.stdoutJSON = true; }},
+        {"--reveal", [](Options& options, OptionReader&) { options.revealOutput = true; }},
+    };
+}
+
+double thresholdValue(OptionReader& reader)
+{
+    const double seconds = reader.doubleValue();
+    if (seconds < 0)
+        throw CLIError(reader.flag() + " must be 0 or greater.");
+    return seconds;
+}
+
+// Every one of these flags switches the upload on.
+OptionTable<Options> uploadTable(const ProcessEnvironment& environment)
+{
+    const auto upload = [&environment](Options& options) -> RecordingUploadOptions& {
+        return ensureUploadOptions(options, environment);
+    };
+    return {
+        {"--upload", [upload](Options& options, OptionReader&) { upload(options); }},
+        {"--api-base-url",
+            [upload](Options& options, OptionReader& reader) {
+                upload(options).apiBaseURL = reader.apiBaseURLValue();
+            }},
+        {"--access-key",
+            [upload](Options& options, OptionReader& reader) { upload(options).accessKey = reader.stringValue(); }},
+        {"--recording-id",
+            [upload](Options& options, OptionReader& reader) {
+                upload(options).recordingId = reader.stringValue();
+            }},
+        {"--background-upload-threshold",
+            [upload](Options& options, OptionReader& reader) {
+                upload(options).backgroundUploadThresholdSeconds = thresholdValue(reader);
+            }},
+        {"--no-background-upload",
+            [upload](Options& options, OptionReader&) {
+                upload(options).backgroundUploadThresholdSeconds = 0;
+            }},
+    };
+}
+
+std::filesystem::path defaultOutputDirectory()
+{
+    return (std::filesystem::current_path() / ".glimto-runs" / RecordOptions::timestampedDirectoryName())
+        .lexically_normal();
+}
+
+} // namespace
+
+RecordOptions CLI::parseRecord(std::span<const std::string> arguments, const ProcessEnvironment& environment)
+{
+    OptionTable<RecordOptions> table = captureTable();
+    table.merge(uploadTable(environment));
+    RecordOptions options;
+    readOptions(arguments, table, "record", options);
+    if (options.recordUntilStopped && !options.stopFileURL)
+        throw CLIError("--until-stopped requires --stop-file.");
+    if (options.outputDirectory.empty())
+        options.outputDirectory = defaultOutputDirectory();
+    return options;
+}
+
+} // namespace glimto

@@ -1,0 +1,129 @@
+#include "CommandLine/OptionReader.h"
+
+#include <limits>
+#include <optional>
+
+#include "CommandLine/DecimalText.h"
+#include "CommandLine/WebAddress.h"
+#include "Support/Text.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr double smallestRegionSide = 24;
+
+std::vector<std::string> piecesBetweenCommas(const std::string& text)
+{
+    std::vector<std::string> pieces;
+    std::string piece;
+    for (const char character : text + ",") {
+        if (character != ',') {
+            piece += character;
+        } else if (!piece.empty()) {
+            pieces.push_back(piece);
+            piece.clear();
+        }
+    }
+    return pieces;
+}
+
+} // namespace
+
+bool OptionReader::advance()
+{
+    if (next_ >= arguments_.size())
+        return false;
+    flag_ = arguments_[next_++];
+    return true;
+}
+
+std::string OptionReader::stringValue()
+{
+    if (next_ >= arguments_.size())
+        throw CLIError("Missing value for " + flag_ + ".");
+    return arguments_[next_++];
+}
+
+std::filesystem::path OptionReader::pathValue()
+{
+    std::filesystem::path path = stringValue();
+    if (!path.is_absolute())
+        path = std::filesystem::current_path() / path;
+    path = path.lexically_normal();
+    const bool endsWithSlash = !path.has_filename() && path != path.root_path();
+    return endsWithSlash ? path.parent_path() : path;
+}
+
+std::int64_t OptionReader::intValue()
+{
+    const std::string text = stringValue();
+    const auto value = decimalInteger(text);
+    if (!value)
+        throw CLIError("Invalid integer '" + text + "' for " + flag_ + ".");
+    return *value;
+}
+
+int OptionReader::displayIndexValue()
+{
+    const std::int64_t value = intValue();
+    if (value < 0)
+        throw CLIError(flag_ + " must be 0 or greater.");
+    if (value > std::numeric_limits<int>::max())
+        throw CLIError("Invalid integer '" + std::to_string(value) + "' for " + flag_ + ".");
+    return static_cast<int>(value);
+}
+
+double OptionReader::doubleValue()
+{
+    const std::string text = stringValue();
+    const auto value = decimalNumber(text);
+    if (!value)
+        throw CLIError("Invalid number '" + text + "' for " + flag_ + ".");
+    return *value;
+}
+
+double OptionReader::positiveValue()
+{
+    const double value = doubleValue();
+    if (!(value > 0))
+        throw CLIError(flag_ + " must be greater than 0.");
+    return value;
+}
+
+std::uint32_t OptionReader::windowIdValue()
+{
+    constexpr std::uint32_t largest = std::numeric_limits<std::uint32_t>::max();
+    const std::string text = stringValue();
+    const bool startsWell = !text.empty() && text.front() >= '1' && text.front() <= '9';
+    const auto value = startsWell ? decimalInteger(text) : std::nullopt;
+    if (!value || *value > largest)
+        throw CLIError(flag_ + " must be an integer between 1 and " + std::to_string(largest) + ".");
+    return static_cast<std::uint32_t>(*value);
+}
+
+CaptureRegion OptionReader::captureRegionValue()
+{
+    std::vector<double> numbers;
+    const auto pieces = piecesBetweenCommas(stringValue());
+    for (const auto& piece : pieces) {
+        if (const auto number = decimalNumber(trimmed(piece)))
+            numbers.push_back(*number);
+    }
+    if (pieces.size() != 4 || numbers.size() != 4)
+        throw CLIError("--region must be four finite numbers: x,y,width,height.");
+    const CaptureRegion region = {numbers[0], numbers[1], numbers[2], numbers[3]};
+    if (region.width < smallestRegionSide || region.height < smallestRegionSide)
+        throw CLIError("--region width and height must be at least 24.");
+    return region;
+}
+
+std::string OptionReader::apiBaseURLValue()
+{
+    const std::string text = stringValue();
+    if (!isWebAddress(text))
+        throw CLIError("--api-base-url must be an http or https URL.");
+    return text;
+}
+
+} // namespace glimto

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Options/RecordOptions.h"
+#include "Options/RecordingUploadOptions.h"
+#include "Platform/ProcessEnvironment.h"
+
+namespace glimto {
+
+// Upload options with the access key of the environment, taken as it is.
+RecordingUploadOptions defaultUploadOptions(const ProcessEnvironment& environment);
+
+// The upload options of `options`, made with the defaults first when there are none.
+RecordingUploadOptions& ensureUploadOptions(RecordOptions& options, const ProcessEnvironment& environment);
+
+} // namespace glimto

@@ -1,0 +1,259 @@
+#include "Content/ScreenCapturePayloads.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "Content/CaptureGeometry.h"
+#include "Content/ScreenCaptureShareableContent.h"
+#include "Support/Errors.h"
+#include "Support/JSONText.h"
+#include "Support/Text.h"
+#include "Support/TimeStamps.h"
+
+namespace glimto {
+
+namespace {
+
+double finiteOrZero(double value)
+{
+    return std::isfinite(value) ? value : 0;
+}
+
+template <typename JSONValue, typename Value>
+std::vector<JSONValue> converted(const std::vector<Value>& values, std::size_t count)
+{
+    std::vector<JSONValue> result;
+    result.reserve(count);
+    for (std::size_t index = 0; index < count; ++index)
+        result.emplace_back(values[index]);
+    return result;
+}
+
+nlohmann::json toJSON(const ScreenCaptureEnumerationJSON& enumeration)
+{
+    return {
+        {"excludingDesktopWindows", enumeration.excludingDesktopWindows},
+        {"onScreenWindowsOnly", enumeration.onScreenWindowsOnly},
+    };
+}
+
+nlohmann::json toJSON(const ScreenCaptureOwningApplicationJSON& application)
+{
+    return {
+        {"name", application.name},
+        {"bundleID", application.bundleID},
+        {"pid", application.pid},
+    };
+}
+
+template <typename JSONValue> nlohmann::json listJSON(const std::vector<JSONValue>& values)
+{
+    auto list = nlohmann::json::array();
+    for (const auto& value : values)
+        list.push_back(glimto::toJSON(value));
+    return list;
+}
+
+// The parts that a payload has whether or not the content could be fetched.
+ScreenCaptureWindowListPayload emptyPayload(
+    ScreenCaptureWindowListScope scope, bool includeEnumeration, ScreenCaptureWindowListPayload::Time now)
+{
+    ScreenCaptureWindowListPayload payload;
+    payload.generatedAt = iso8601Timestamp(now);
+    if (includeEnumeration)
+        payload.enumeration.emplace(contentQuery(scope));
+    return payload;
+}
+
+} // namespace
+
+ScreenCaptureEnumerationJSON::ScreenCaptureEnumerationJSON(const ContentQuery& query)
+    : excludingDesktopWindows(query.excludingDesktopWindows)
+    , onScreenWindowsOnly(query.onScreenWindowsOnly)
+{
+}
+
+ScreenCaptureFrameJSON::ScreenCaptureFrameJSON(const Rect& rect)
+    : x(finiteOrZero(rect.x))
+    , y(finiteOrZero(rect.y))
+    , width(finiteOrZero(rect.width))
+    , height(finiteOrZero(rect.height))
+{
+}
+
+ScreenCaptureDisplayJSON::ScreenCaptureDisplayJSON(const Display& display)
+    : id(display.displayID)
+    , frame(display.frame)
+    , width(display.width)
+    , height(display.height)
+    , scale(measuredDisplayScale(display))
+{
+}
+
+ScreenCaptureOwningApplicationJSON::ScreenCaptureOwningApplicationJSON(const Application& application)
+    : name(validUTF8(application.applicationName))
+    , bundleID(validUTF8(application.bundleIdentifier))
+    , pid(application.processID)
+{
+}
+
+ScreenCaptureWindowJSON::ScreenCaptureWindowJSON(const Window& window)
+    : windowID(window.windowID)
+    , frame(window.frame)
+    , title(trimmedNonEmpty(window.title))
+{
+    if (title)
+        title = validUTF8(*title);
+    if (window.owningApplication)
+        owningApplication.emplace(*window.owningApplication);
+}
+
+ScreenCaptureErrorJSON::ScreenCaptureErrorJSON(std::string errorCode, const std::exception& error)
+    : code(std::move(errorCode))
+{
+    const ErrorFacts facts = errorFacts(error);
+    message = validUTF8(facts.message);
+    type = validUTF8(facts.type);
+    domain = validUTF8(facts.domain);
+    nsCode = facts.code;
+}
+
+ContentQuery contentQuery(ScreenCaptureWindowListScope scope)
+{
+    return scope == ScreenCaptureWindowListScope::visible
+        ? ScreenCaptureShareableContent::pickerWindowCandidatesQuery
+        : ScreenCaptureShareableContent::recordingSourcesQuery;
+}
+
+ScreenCaptureWindowListPayload ScreenCaptureWindowListPayload::success(const ShareableContent& content,
+    ScreenCaptureWindowListScope scope, bool includeEnumeration, bool preflightGranted, Time now)
+{
+    auto payload = emptyPayload(scope, includeEnumeration, now);
+    payload.permission = {preflightGranted ? "granted" : "unknown", preflightGranted};
+    payload.displays = converted<ScreenCaptureDisplayJSON>(content.displays, content.displays.size());
+    payload.windows = converted<ScreenCaptureWindowJSON>(content.windows, content.windows.size());
+    return payload;
+}
+
+ScreenCaptureWindowListPayload ScreenCaptureWindowListPayload::failure(const std::exception& error,
+    ScreenCaptureWindowListScope scope, bool includeEnumeration, bool preflightGranted, Time now)
+{
+    auto payload = emptyPayload(scope, includeEnumeration, now);
+    payload.permission = ScreenCapturePermissionJSON::fromPreflight(preflightGranted);
+    payload.error.emplace("sckEnumerationFailed", error);
+    return payload;
+}
+
+ScreenCaptureWindowResolutionFailurePayload::ScreenCaptureWindowResolutionFailurePayload(
+    std::uint32_t windowID, const ShareableContent& content, Time now)
+    : generatedAt(iso8601Timestamp(now))
+    , selectedWindow{windowID}
+    , enumeration(ScreenCaptureShareableContent::recordingSourcesQuery)
+    , candidateCount(content.windows.size())
+    , truncated(candidateCount > mostCandidateWindows)
+    , candidateWindows(
+          converted<ScreenCaptureWindowJSON>(content.windows, std::min(candidateCount, mostCandidateWindows)))
+{
+}
+
+nlohmann::json toJSON(const ScreenCaptureFrameJSON& frame)
+{
+    return {
+        {"x", frame.x},
+        {"y", frame.y},
+        {"width", frame.width},
+        {"height", frame.height},
+    };
+}
+
+nlohmann::json toJSON(const ScreenCaptureDisplayJSON& display)
+{
+    nlohmann::json object = {
+        {"id", display.id},
+        {"frame", toJSON(display.frame)},
+        {"width", display.width},
+        {"height", display.height},
+    };
+    if (display.scale)
+        object["scale"] = *display.scale;
+    return object;
+}
+
+nlohmann::json toJSON(const ScreenCaptureWindowJSON& window)
+{
+    nlohmann::json object = {
+        {"windowID", window.windowID},
+        {"frame", toJSON(window.frame)},
+    };
+    if (window.title)
+        object["title"] = *window.title;
+    if (window.owningApplication)
+        object["owningApplication"] = toJSON(*window.owningApplication);
+    return object;
+}
+
+nlohmann::json toJSON(const ScreenCaptureErrorJSON& error)
+{
+    return {
+        {"code", error.code},
+        {"message", error.message},
+        {"type", error.type},
+        {"domain", error.domain},
+        {"nsCode", error.nsCode},
+    };
+}
+
+nlohmann::json toJSON(const ScreenCaptureWindowListPayload& payload)
+{
+    nlohmann::json object = {
+        {"schemaVersion", payload.schemaVersion},
+        {"coordinateSpace", payload.coordinateSpace},
+        {"generatedAt", payload.generatedAt},
+        {"permission", toJSON(payload.permission)},
+        {"displays", listJSON(payload.displays)},
+        {"windows", listJSON(payload.windows)},
+    };
+    if (payload.enumeration)
+        object["enumeration"] = toJSON(*payload.enumeration);
+    if (payload.error)
+        object["error"] = toJSON(*payload.error);
+    return object;
+}
+
+nlohmann::json toJSON(const ScreenCaptureWindowResolutionFailurePayload& payload)
+{
+    return {
+        {"schemaVersion", payload.schemaVersion},
+        {"code", payload.code},
+        {"coordinateSpace", payload.coordinateSpace},
+        {"generatedAt", payload.generatedAt},
+        {"selectedWindow", {{"windowID", payload.selectedWindow.windowID}}},
+        {"enumeration", toJSON(payload.enumeration)},
+        {"candidateCount", payload.candidateCount},
+        {"truncated", payload.truncated},
+        {"candidateWindows", listJSON(payload.candidateWindows)},
+    };
+}
+
+std::string screenCaptureWindowResolutionFailureMessage(
+    std::uint32_t windowID, const ShareableContent& content)
+{
+    return windowResolutionFailureMessage(
+        windowID, toJSON(ScreenCaptureWindowResolutionFailurePayload(windowID, content)));
+}
+
+std::string windowResolutionFailureMessage(std::uint32_t windowID, const nlohmann::json& payload)
+{
+    const std::string id = std::to_string(windowID);
+    std::string text;
+    try {
+        text = encodeScreenCaptureJSON(payload);
+    } catch (const CLIError&) {
+        text = R"({"code":"sckWindowIDNotFound","selectedWindow":{"windowID":)" + id + "}}";
+    }
+    return "No capturable ScreenCaptureKit window with id " + id
+        + ". Try selecting the window again.\nGLIMTO_CAPTURE_ERROR_JSON=" + text;
+}
+
+} // namespace glimto

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "Support/Errors.h"
+
+namespace glimto {
+
+// A failure with a code that a driving program acts upon, such as "screen_permission_denied". The
+// message is the whole sentence the user reads.
+class GlimtoCaptureLifecycleError : public Error {
+public:
+    GlimtoCaptureLifecycleError(std::string code, const std::string& message)
+        : Error(message)
+        , code_(std::move(code))
+    {
+    }
+
+    const std::string& code() const { return code_; }
+    ErrorFacts facts() const override;
+
+private:
+    std::string code_;
+};
+
+} // namespace glimto

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <chrono>
+
+namespace glimto {
+
+// What a waiting recording needs to know of time, so that tests need not wait.
+class RecordingClock {
+public:
+    using Seconds = std::chrono::duration<double>;
+
+    virtual ~RecordingClock() = default;
+
+    // Time since a fixed moment; never runs backwards.
+    virtual Seconds now() = 0;
+    virtual void sleepFor(Seconds duration) = 0;
+};
+
+// The monotonic clock of the system.
+class SystemRecordingClock final : public RecordingClock {
+public:
+    Seconds now() override;
+    void sleepFor(Seconds duration) override;
+};
+
+} // namespace glimto

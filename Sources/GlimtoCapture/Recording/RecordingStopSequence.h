@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Artifacts/RecordingMetadataJSON.h"
+#include "Options/RecordOptions.h"
+#include "Recording/RecordingProgress.h"
+#include "Recording/RecordingTake.h"
+
+namespace glimto {
+
+// How long each stage of the end may take, in seconds.
+struct RecordingStopLimits {
+    double captureStream = 15;
+    double segmentWriter = 60;
+    double thumbnail = 15;
+};
+
+// Ends a recording that runs: stops the stream, finishes the segments, waits for the thumbnail, writes
+// the playlists and the manifest, and tells about each step.
+//
+// Throws CLIError when a stage takes too long, which is then let go of; GlimtoCaptureLifecycleError
+// "finalization_failed" when the playlists or the manifest cannot be written; and what the stream and
+// the writer throw. The caller cleans up after every failure.
+RecordingMetadataJSON stopRecording(const RecordOptions& options, const RecordingTake& take,
+    const RecordingStopLimits& limits, RecordingProgress& progress);
+
+} // namespace glimto

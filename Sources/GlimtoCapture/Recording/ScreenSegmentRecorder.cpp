@@ -1,0 +1,129 @@
+#include "Recording/ScreenSegmentRecorder.h"
+
+#include "Content/CaptureSourceResolver.h"
+#include "Content/ScreenCaptureShareableContent.h"
+#include "Lifecycle/GlimtoCaptureLifecycleError.h"
+#include "Recording/RecordingSummary.h"
+#include "Recording/RecordingWaitLoop.h"
+#include "Support/Errors.h"
+
+namespace glimto {
+
+namespace {
+
+void requireSupportedTracks(const RecordOptions& options)
+{
+    if (options.includesAudio())
+        throw CLIError("Recording of audio is not supported by this build.");
+    if (options.recordEvents)
+        throw CLIError("Recording of input events is not supported by this build.");
+}
+
+CaptureStreamConfiguration streamConfiguration(
+    const RecordOptions& options, const PreparedCaptureSource& source)
+{
+    CaptureStreamConfiguration configuration;
+    configuration.width = source.width;
+    configuration.height = source.height;
+    configuration.sourceRect = source.sourceRect;
+    configuration.minimumFrameInterval = {1, options.framesPerSecond};
+    configuration.queueDepth = 3;
+    configuration.showsCursor = options.includeCursor;
+    configuration.capturesAudio = options.captureSystemAudio;
+    configuration.excludesCurrentProcessAudio = false;
+    configuration.sampleRate = 48000;
+    configuration.channelCount = 2;
+    return configuration;
+}
+
+} // namespace
+
+ScreenSegmentRecorder::ScreenSegmentRecorder(PlatformServices& services, Outputs outputs)
+    : ScreenSegmentRecorder(services, outputs, systemClock_, RecordingStopLimits())
+{
+}
+
+ScreenSegmentRecorder::ScreenSegmentRecorder(
+    PlatformServices& services, Outputs outputs, RecordingClock& clock, const RecordingStopLimits& limits)
+    : services_(services)
+    , outputs_(outputs)
+    , clock_(clock)
+    , limits_(limits)
+{
+}
+
+RecordingMetadataJSON ScreenSegmentRecorder::record(const RecordOptions& options)
+{
+    requireSupportedTracks(options);
+    RecordingProgress progress(outputs_.standardOutput, GlimtoCaptureEventEmitter::recordingId(options));
+    // From here on a signal ends the recording well, even one that comes before the first frame.
+    services_.stopRequests.beginListening();
+    RecordingTake take;
+    try {
+        prepare(options, take, progress);
+        start(options, take, progress);
+        waitForEnd(options, take, progress);
+        return stopRecording(options, take, limits_, progress);
+    } catch (...) {
+        take.abandon();
+        throw;
+    }
+}
+
+void ScreenSegmentRecorder::requirePermission(std::string_view nextStage, RecordingProgress& progress)
+{
+    const bool isGranted = services_.screen.preflightScreenCaptureAccess();
+    progress.captureStarting(nextStage, isGranted);
+    if (!isGranted)
+        throw GlimtoCaptureLifecycleError(
+            "screen_permission_denied", "Screen Recording permission is not granted for glimto-capture.");
+}
+
+void ScreenSegmentRecorder::prepare(
+    const RecordOptions& options, RecordingTake& take, RecordingProgress& progress)
+{
+    requirePermission("shareable_content", progress);
+    const auto content = ScreenCaptureShareableContent(services_.content).recordingSources();
+    take.plan = OutputPlan::prepare(options.outputDirectory, options.overwrite);
+    const CaptureSourceResolver resolver(services_.process, services_.screen, outputs_.standardError);
+    take.source = resolver.resolve(content, options);
+    // The geometry and the recorder of the input events are made here.
+
+    const SegmentedMP4Writer::Settings settings = {.width = take.source.width,
+        .height = take.source.height,
+        .framesPerSecond = options.framesPerSecond,
+        .segmentSeconds = options.segmentSeconds};
+    take.writer = std::make_shared<SegmentedMP4Writer>(
+        take.plan, settings, services_.assetWriters, outputs_.standardError);
+    // The microphone's access is asked for here; then the mixer and the microphone are made.
+
+    take.thumbnailWriter
+        = std::make_shared<ThumbnailWriter>(take.plan.thumbnailURL, services_.images, outputs_.standardError);
+    take.output
+        = std::make_shared<ScreenCaptureOutput>(take.writer, take.thumbnailWriter, outputs_.standardOutput);
+    take.stream = services_.captureStreams.makeCaptureStream(
+        take.source.filter, streamConfiguration(options, take.source));
+}
+
+void ScreenSegmentRecorder::start(
+    const RecordOptions& options, RecordingTake& take, RecordingProgress& progress)
+{
+    for (const auto& line : recordingStartLines(options, take.source, take.plan))
+        progress.line(line);
+    requirePermission("stream_start", progress);
+    // The microphone starts before the stream, the input events after it.
+    take.stream->start(take.output->handlers());
+    progress.recording();
+}
+
+void ScreenSegmentRecorder::waitForEnd(
+    const RecordOptions& options, const RecordingTake& take, RecordingProgress& progress)
+{
+    const RecordingWatch watch = {
+        .streamFailure = [&] { return take.output->stoppedWithError(); },
+        .writerFailure = [&] { return take.writer->failure(); },
+    };
+    waitUntilDurationElapsedOrStopRequested(options, watch, services_.stopRequests, clock_, progress);
+}
+
+} // namespace glimto

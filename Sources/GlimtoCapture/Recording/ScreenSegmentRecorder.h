@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Artifacts/RecordingMetadataJSON.h"
+#include "Options/RecordOptions.h"
+#include "Platform/PlatformServices.h"
+#include "Recording/RecordingClock.h"
+#include "Recording/RecordingProgress.h"
+#include "Recording/RecordingStopSequence.h"
+#include "Recording/RecordingTake.h"
+#include "Support/LineOutput.h"
+
+namespace glimto {
+
+// Records the screen from start to end: resolves the source, captures it into a take's directory until
+// the recording is to stop, and completes the take.
+//
+// Everything it says goes line by line to standard output; warnings go to standard error.
+class ScreenSegmentRecorder {
+public:
+    // The services and outputs outlive the process's last command, because a stage that hangs is let go
+    // of with them.
+    ScreenSegmentRecorder(PlatformServices& services, Outputs outputs);
+
+    // With another clock, which outlives this object, and other limits.
+    ScreenSegmentRecorder(PlatformServices& services, Outputs outputs, RecordingClock& clock,
+        const RecordingStopLimits& limits);
+
+    // Returns when the take is complete. On a failure of any kind, nothing is captured any more,
+    // finished segments stay on the disk, and the failure is thrown as it is.
+    RecordingMetadataJSON record(const RecordOptions& options);
+
+private:
+    void requirePermission(std::string_view nextStage, RecordingProgress& progress);
+    void prepare(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress);
+    void start(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress);
+    void waitForEnd(const RecordOptions& options, const RecordingTake& take, RecordingProgress& progress);
+
+    PlatformServices& services_;
+    Outputs outputs_;
+    SystemRecordingClock systemClock_;
+    RecordingClock& clock_;
+    RecordingStopLimits limits_;
+};
+
+} // namespace glimto

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "Platform/ScreenAccess.h"
+
+namespace glimto {
+
+class FakeScreenAccess final : public ScreenAccess {
+public:
+    bool granted = true;
+    std::optional<Point> cursor = Point{};
+    std::optional<std::uint32_t> displayIDUnderPoint;
+    std::optional<Point> askedPoint; // the last one displayIDAt() was asked for
+
+    bool preflightScreenCaptureAccess() override { return granted; }
+    std::optional<Point> cursorLocation() override { return cursor; }
+    std::optional<std::uint32_t> displayIDAt(Point point) override
+    {
+        askedPoint = point;
+        return displayIDUnderPoint;
+    }
+};
+
+} // namespace glimto

@@ -1,0 +1,161 @@
+#include "Backends/Desktop/ProcessStopRequests.h"
+
+#include <array>
+#include <csignal>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "Support/FileDescriptor.h"
+
+namespace glimto {
+namespace {
+
+TEST(ProcessStopRequestsTests, ThereIsNoWishAtFirst)
+{
+    ProcessStopRequests requests;
+    EXPECT_EQ(requests.pendingRequest(), std::nullopt);
+    requests.beginListening();
+    EXPECT_EQ(requests.pendingRequest(), std::nullopt);
+}
+
+TEST(ProcessStopRequestsTests, AnInterruptIsAWish)
+{
+    ProcessStopRequests requests;
+    requests.beginListening();
+    ::raise(SIGINT);
+    EXPECT_EQ(requests.pendingRequest(), "Interrupt received; finishing recording");
+}
+
+TEST(ProcessStopRequestsTests, ATerminationSignalIsAWish)
+{
+    ProcessStopRequests requests;
+    requests.beginListening();
+    ::raise(SIGTERM);
+    EXPECT_EQ(requests.pendingRequest(), "Termination signal received; finishing recording");
+}
+
+TEST(ProcessStopRequestsTests, AHangupIsAWish)
+{
+    ::signal(SIGHUP, SIG_DFL);
+    ProcessStopRequests requests;
+    requests.beginListening();
+    ::raise(SIGHUP);
+    EXPECT_EQ(requests.pendingRequest(), "Hangup received; finishing recording");
+}
+
+TEST(ProcessStopRequestsTests, AHangupStaysIgnoredWhereItWas)
+{
+    ::signal(SIGHUP, SIG_IGN);
+    ProcessStopRequests requests;
+    requests.beginListening();
+    ::raise(SIGHUP);
+    EXPECT_EQ(requests.pendingRequest(), std::nullopt);
+    ::signal(SIGHUP, SIG_DFL);
+}
+
+TEST(ProcessStopRequestsTests, TheFirstWishIsKept)
+{
+    ProcessStopRequests requests;
+    requests.beginListening();
+    ::raise(SIGTERM);
+    ::raise(SIGINT);
+    ::raise(SIGINT);
+    EXPECT_EQ(requests.pendingRequest(), "Termination signal received; finishing recording");
+    EXPECT_EQ(requests.pendingRequest(), "Termination signal received; finishing recording");
+}
+
+TEST(ProcessStopRequestsTests, AWishOfAnEarlierListenerIsForgotten)
+{
+    {
+        ProcessStopRequests earlier;
+        earlier.beginListening();
+        ::raise(SIGTERM);
+    }
+    ProcessStopRequests requests;
+    requests.beginListening();
+    EXPECT_EQ(requests.pendingRequest(), std::nullopt);
+}
+
+TEST(ProcessStopRequestsTests, TheSignalsDoWhatTheyDidOnceNobodyListens)
+{
+    {
+        ProcessStopRequests requests;
+        requests.beginListening();
+    }
+    EXPECT_EXIT(::raise(SIGTERM), testing::KilledBySignal(SIGTERM), "");
+    EXPECT_EXIT(::raise(SIGINT), testing::KilledBySignal(SIGINT), "");
+}
+
+// The descriptors of a pipe, reading end first.
+std::array<FileDescriptor, 2> makePipe()
+{
+    std::array<int, 2> ends{};
+    if (::pipe(ends.data()) != 0)
+        return {};
+    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+// What a process with `output` as its standard output says, at most 10 seconds long, after its parent
+// has ended. Runs in a forked process that does not return.
+[[noreturn]] void listenAfterTheParentEnded(int output, int parentIsListening, int report)
+{
+    ::dup2(output, STDOUT_FILENO);
+    ProcessStopRequests requests;
+    requests.beginListening();
+    std::string line = requests.pendingRequest().value_or("none;");
+    line += ' ';
+    const pid_t parent = ::getppid();
+    ::close(parentIsListening);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (::getppid() == parent && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::yield();
+    line += requests.pendingRequest().value_or("none");
+    const auto written = ::write(report, line.data(), line.size());
+    ::_exit(written == static_cast<ssize_t>(line.size()) ? 0 : 1);
+}
+
+// What that process reports when `output` is its standard output.
+std::string reportAfterTheParentEnded(int output)
+{
+    auto report = makePipe();
+    auto ready = makePipe();
+    const pid_t parent = ::fork();
+    if (parent == 0) {
+        if (::fork() == 0)
+            listenAfterTheParentEnded(output, ready[1].get(), report[1].get());
+        ready[1].close();
+        char nothing = 0;
+        ::_exit(::read(ready[0].get(), &nothing, 1) == 0 ? 0 : 1);
+    }
+    report[1].close();
+    ready[1].close();
+    std::string text;
+    std::array<char, 256> piece{};
+    for (pollfd entry{report[0].get(), POLLIN, 0}; ::poll(&entry, 1, 15'000) == 1;) {
+        const auto count = ::read(report[0].get(), piece.data(), piece.size());
+        if (count <= 0)
+            break;
+        text.append(piece.data(), static_cast<std::size_t>(count));
+    }
+    ::waitpid(parent, nullptr, 0);
+    return text;
+}
+
+TEST(ProcessStopRequestsTests, TheEndOfTheParentThatReadsOurOutputIsAWish)
+{
+    const auto output = makePipe();
+    EXPECT_EQ(reportAfterTheParentEnded(output[1].get()), "none; Parent process ended; finishing recording");
+}
+
+TEST(ProcessStopRequestsTests, TheParentsEndIsNoWishWhenOurOutputIsNoPipe)
+{
+    const FileDescriptor file(::fileno(std::tmpfile()));
+    EXPECT_EQ(reportAfterTheParentEnded(file.get()), "none; none");
+}
+
+} // namespace
+} // namespace glimto

@@ -1,0 +1,127 @@
+#include "Recording/ScreenCaptureOutput.h"
+
+#include <gtest/gtest.h>
+
+#include "Artifacts/OutputPlan.h"
+#include "Fakes/FakeAssetWriter.h"
+#include "Fakes/FakeCaptureStream.h"
+#include "Fakes/FakeImageCodec.h"
+#include "Fakes/FakeLineOutput.h"
+#include "RecordingTestSupport.h"
+#include "Support/Errors.h"
+
+namespace glimto {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class ScreenCaptureOutputTests : public ::testing::Test {
+protected:
+    static VideoFrame frameWithStatus(std::optional<FrameStatus> status)
+    {
+        VideoFrame frame = fakeFrame(5);
+        frame.status = status;
+        return frame;
+    }
+
+    TakeDirectory take;
+    OutputPlan plan = OutputPlan::prepare(take.path(), false);
+    FakeAssetWriterFactory assetWriters;
+    FakeImageCodec codec;
+    FakeLineOutput standardOutput;
+    FakeLineOutput standardError;
+    std::shared_ptr<SegmentedMP4Writer> writer = std::make_shared<SegmentedMP4Writer>(plan,
+        SegmentedMP4Writer::Settings{.width = 64, .height = 48, .framesPerSecond = 30, .segmentSeconds = 4},
+        assetWriters, standardError);
+    std::shared_ptr<ThumbnailWriter> thumbnail
+        = std::make_shared<ThumbnailWriter>(plan.thumbnailURL, codec, standardError);
+    std::shared_ptr<ScreenCaptureOutput> output
+        = std::make_shared<ScreenCaptureOutput>(writer, thumbnail, standardOutput);
+};
+
+TEST_F(ScreenCaptureOutputTests, CompleteAndStartedFramesAreUsable)
+{
+    EXPECT_TRUE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(FrameStatus::complete)));
+    EXPECT_TRUE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(FrameStatus::started)));
+}
+
+TEST_F(ScreenCaptureOutputTests, FramesOfOtherStatesAreNotUsable)
+{
+    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(FrameStatus::idle)));
+    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(FrameStatus::blank)));
+    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(FrameStatus::suspended)));
+    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(FrameStatus::stopped)));
+    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(static_cast<FrameStatus>(6))));
+}
+
+TEST_F(ScreenCaptureOutputTests, AFrameWithoutStatusIsUsableWhenItHasAPicture)
+{
+    VideoFrame withoutPicture;
+    EXPECT_TRUE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(std::nullopt)));
+    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(withoutPicture));
+}
+
+TEST_F(ScreenCaptureOutputTests, ACompleteFrameWithoutPictureIsNotUsable)
+{
+    VideoFrame frame = frameWithStatus(FrameStatus::complete);
+    frame.pixels = nullptr;
+    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frame));
+}
+
+TEST_F(ScreenCaptureOutputTests, UsableFramesGoToTheThumbnailAndTheWriter)
+{
+    output->handlers().onFrame(fakeFrame(5));
+    output->handlers().onFrame(fakeFrame(6));
+    thumbnail->waitUntilWritten();
+
+    EXPECT_EQ(codec.encodedPictures, 1);
+    EXPECT_EQ(assetWriters.writer->frames.size(), 2U);
+}
+
+TEST_F(ScreenCaptureOutputTests, UnusableFramesGoNowhere)
+{
+    output->didOutputFrame(frameWithStatus(FrameStatus::idle));
+    thumbnail->waitUntilWritten();
+
+    EXPECT_EQ(codec.encodedPictures, 0);
+    EXPECT_TRUE(assetWriters.writer->frames.empty());
+    EXPECT_EQ(writer->firstVideoSamplePtsAnchor(), std::nullopt);
+}
+
+TEST_F(ScreenCaptureOutputTests, HasNoStopErrorAtFirst)
+{
+    EXPECT_EQ(output->stoppedWithError(), nullptr);
+}
+
+TEST_F(ScreenCaptureOutputTests, TheFirstStopErrorWinsAndEveryOneIsTold)
+{
+    const auto handlers = output->handlers();
+    handlers.onStopped(std::make_exception_ptr(PlatformError("X11", 1, "the display is gone")));
+    handlers.onStopped(std::make_exception_ptr(PlatformError("X11", 2, "the server is gone")));
+
+    EXPECT_EQ(errorFacts(output->stoppedWithError()).message, "the display is gone");
+    EXPECT_EQ(standardOutput.lines(),
+        (Lines{"capture stopped with error: the display is gone",
+            "capture stopped with error: the server is gone"}));
+    EXPECT_EQ(standardError.lines(), Lines());
+}
+
+TEST_F(ScreenCaptureOutputTests, AnUnexpectedFailureOfAFrameEndsTheRecordingAsAStopError)
+{
+    assetWriters.writer->onAppend = [] { throw std::runtime_error("out of luck"); };
+    output->didOutputFrame(fakeFrame(5));
+
+    EXPECT_EQ(errorFacts(output->stoppedWithError()).message, "out of luck");
+}
+
+TEST_F(ScreenCaptureOutputTests, HandlersKeepTheOutputAlive)
+{
+    const auto handlers = output->handlers();
+    output.reset();
+    handlers.onFrame(fakeFrame(5));
+
+    EXPECT_EQ(assetWriters.writer->frames.size(), 1U);
+}
+
+} // namespace
+} // namespace glimto

@@ -1,0 +1,127 @@
+#include "Recording/StopTimeoutRace.h"
+
+#include <atomic>
+#include <future>
+#include <memory>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "Support/Errors.h"
+
+namespace glimto {
+namespace {
+
+std::string messageOf(const std::exception_ptr& error)
+{
+    return errorFacts(error).message;
+}
+
+TEST(StopTimeoutRaceTests, TheFirstOutcomeIsKept)
+{
+    StopTimeoutRace<int> race;
+    race.settle(1);
+    race.settle(2);
+    race.settle(std::make_exception_ptr(CLIError("late")));
+
+    EXPECT_EQ(race.firstResult(), 1);
+}
+
+TEST(StopTimeoutRaceTests, AnErrorThatComesFirstIsThrown)
+{
+    StopTimeoutRace<int> race;
+    race.settle(std::make_exception_ptr(CLIError("first")));
+    race.settle(2);
+
+    EXPECT_THROW(race.firstResult(), CLIError);
+}
+
+TEST(StopTimeoutRaceTests, AWaiterGetsTheOutcomeThatComesLater)
+{
+    StopTimeoutRace<int> race;
+    std::thread other([&] { race.settle(7); });
+
+    EXPECT_EQ(race.firstResult(), 7);
+    other.join();
+}
+
+TEST(StopTimeoutRaceTests, OfManySettlersExactlyOneWins)
+{
+    StopTimeoutRace<int> race;
+    std::vector<std::thread> settlers;
+    for (int value = 1; value <= 4; ++value)
+        settlers.emplace_back([&race, value] { race.settle(value); });
+    const int winner = race.firstResult();
+    for (auto& settler : settlers)
+        settler.join();
+
+    EXPECT_GE(winner, 1);
+    EXPECT_LE(winner, 4);
+}
+
+TEST(WithStopTimeoutTests, ReturnsTheValueOfAnOperationThatIsInTime)
+{
+    EXPECT_EQ(withStopTimeout(15, "stopping capture stream", [] { return 42; }), 42);
+}
+
+TEST(WithStopTimeoutTests, ReturnsAValueThatCanOnlyBeMoved)
+{
+    const auto value = withStopTimeout(15, "any", [] { return std::make_unique<int>(3); });
+
+    EXPECT_EQ(*value, 3);
+}
+
+TEST(WithStopTimeoutTests, RunsAnOperationWithoutAValueOnAnotherThread)
+{
+    std::thread::id runner;
+    withStopTimeout(15, "any", [&] { runner = std::this_thread::get_id(); });
+
+    EXPECT_NE(runner, std::thread::id());
+    EXPECT_NE(runner, std::this_thread::get_id());
+}
+
+TEST(WithStopTimeoutTests, PassesTheOperationsOwnErrorThrough)
+{
+    try {
+        withStopTimeout(15, "any", []() -> int { throw PlatformError("Fake", 5, "broken"); });
+        FAIL() << "nothing was thrown";
+    } catch (const PlatformError& error) {
+        EXPECT_STREQ(error.what(), "broken");
+        EXPECT_EQ(error.code(), 5);
+    }
+}
+
+TEST(WithStopTimeoutTests, AnOperationThatHangsIsLetGoOf)
+{
+    struct Gate {
+        std::promise<void> opened;
+        std::promise<void> passed;
+    };
+    const auto gate = std::make_shared<Gate>();
+    try {
+        withStopTimeout(0.01, "stopping capture stream", [gate] {
+            gate->opened.get_future().wait();
+            gate->passed.set_value();
+        });
+        FAIL() << "nothing was thrown";
+    } catch (const CLIError& error) {
+        EXPECT_STREQ(error.what(), "Stopping capture timed out after 0s at stage: stopping capture stream");
+    }
+
+    // It still owns what it uses when it goes on.
+    gate->opened.set_value();
+    EXPECT_EQ(gate->passed.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+}
+
+TEST(WithStopTimeoutTests, TheMessageTellsWholeSecondsAndTheStage)
+{
+    EXPECT_EQ(messageOf(stopTimeoutError(15, "stopping capture stream")),
+        "Stopping capture timed out after 15s at stage: stopping capture stream");
+    EXPECT_EQ(messageOf(stopTimeoutError(60, "finishing segment writer")),
+        "Stopping capture timed out after 60s at stage: finishing segment writer");
+    EXPECT_EQ(messageOf(stopTimeoutError(15.9, "waiting for thumbnail")),
+        "Stopping capture timed out after 15s at stage: waiting for thumbnail");
+}
+
+} // namespace
+} // namespace glimto

@@ -1,0 +1,122 @@
+#include "Support/AtomicFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <sys/resource.h>
+
+#include <gtest/gtest.h>
+
+#include "Fakes/TemporaryDirectory.h"
+#include "Support/Errors.h"
+
+namespace glimto {
+namespace {
+
+std::string textOf(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::span<const std::byte> bytesOf(std::string_view text)
+{
+    return std::as_bytes(std::span(text.data(), text.size()));
+}
+
+class AtomicFileTests : public testing::Test {
+protected:
+    std::vector<std::string> names() const
+    {
+        std::vector<std::string> result;
+        for (const auto& entry : std::filesystem::directory_iterator(directory.path()))
+            result.push_back(entry.path().filename().string());
+        std::sort(result.begin(), result.end());
+        return result;
+    }
+
+    TemporaryDirectory directory;
+    std::filesystem::path path = directory.path() / "file.json";
+};
+
+TEST_F(AtomicFileTests, AppearsWholeWhenCommitted)
+{
+    AtomicFile file(path);
+    file.write(bytesOf("first "));
+    file.write(bytesOf("second"));
+    EXPECT_FALSE(std::filesystem::exists(path));
+    file.commit();
+    EXPECT_EQ(textOf(path), "first second");
+    EXPECT_EQ(file.size(), 12U);
+    EXPECT_EQ(names(), std::vector<std::string>({"file.json"}));
+}
+
+TEST_F(AtomicFileTests, LeavesTheOldFileWhenNotCommitted)
+{
+    writeFileAtomically(path, "old");
+    {
+        AtomicFile file(path);
+        file.write(bytesOf("new"));
+    }
+    EXPECT_EQ(textOf(path), "old");
+    EXPECT_EQ(names(), std::vector<std::string>({"file.json"}));
+}
+
+TEST_F(AtomicFileTests, ReplacesTheOldFile)
+{
+    writeFileAtomically(path, "old and long");
+    writeFileAtomically(path, "new");
+    EXPECT_EQ(textOf(path), "new");
+}
+
+TEST_F(AtomicFileTests, WritesAnEmptyFile)
+{
+    writeFileAtomically(path, "");
+    EXPECT_TRUE(std::filesystem::exists(path));
+    EXPECT_EQ(textOf(path), "");
+}
+
+TEST_F(AtomicFileTests, ReplacesASymbolicLinkWithoutFollowingIt)
+{
+    const auto target = directory.path() / "target";
+    writeFileAtomically(target, "untouched");
+    std::filesystem::create_symlink(target, path);
+    writeFileAtomically(path, "new");
+    EXPECT_EQ(textOf(target), "untouched");
+    EXPECT_FALSE(std::filesystem::is_symlink(path));
+}
+
+TEST_F(AtomicFileTests, TellsThePathWhenTheDirectoryIsMissing)
+{
+    const auto missing = directory.path() / "nowhere" / "file.json";
+    try {
+        AtomicFile file(missing);
+        FAIL() << "made a file in a directory that does not exist";
+    } catch (const PlatformError& error) {
+        EXPECT_EQ(error.domain(), "POSIX");
+        EXPECT_EQ(error.code(), ENOENT);
+        EXPECT_EQ(std::string(error.what()), "Could not write " + missing.string() + ": No such file or directory");
+    }
+}
+
+TEST_F(AtomicFileTests, LeavesNothingBehindWhenTheDiskTakesNoMore)
+{
+    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit previous = {};
+    ::getrlimit(RLIMIT_FSIZE, &previous);
+    rlimit limited = previous;
+    limited.rlim_cur = 10;
+    ::setrlimit(RLIMIT_FSIZE, &limited);
+    EXPECT_THROW(writeFileAtomically(path, "more than ten bytes"), PlatformError);
+    ::setrlimit(RLIMIT_FSIZE, &previous);
+    std::signal(SIGXFSZ, previousHandler);
+    EXPECT_TRUE(names().empty());
+}
+
+} // namespace
+} // namespace glimto

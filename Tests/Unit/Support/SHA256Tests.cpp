@@ -1,0 +1,22 @@
+#include "Support/SHA256.h"
+
+#include <gtest/gtest.h>
+
+namespace glimto {
+namespace {
+
+// The examples of FIPS 180.
+TEST(SHA256Tests, DigestsAreLowercaseHexadecimal)
+{
+    EXPECT_EQ(sha256Hex("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    EXPECT_EQ(sha256Hex("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"),
+        "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
+}
+
+TEST(SHA256Tests, NothingHasADigestToo)
+{
+    EXPECT_EQ(sha256Hex(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+}
+
+} // namespace
+} // namespace glimto

@@ -1,0 +1,80 @@
+#include "Support/Text.h"
+
+#include <limits>
+
+#include <gtest/gtest.h>
+
+namespace glimto {
+namespace {
+
+TEST(TextTests, TrimsSpacesTabsAndLineBreaksAtBothEnds)
+{
+    EXPECT_EQ(trimmed(" \t\r\n a b \v\f\n"), "a b");
+    EXPECT_EQ(trimmed("abc"), "abc");
+}
+
+TEST(TextTests, TrimsUnicodeWhiteSpace)
+{
+    EXPECT_EQ(trimmed("\u00A0\u2003x\u3000\u0085\u2028"), "x");
+}
+
+TEST(TextTests, TrimsNothingButWhiteSpaceToNothing)
+{
+    EXPECT_EQ(trimmed(" \n\u00A0"), "");
+    EXPECT_EQ(trimmed(""), "");
+}
+
+TEST(TextTests, KeepsBytesThatAreNoCharacterWhenTrimming)
+{
+    EXPECT_EQ(trimmed(" \xFF "), "\xFF");
+}
+
+TEST(TextTests, TrimmedNonEmptyIsAbsentWhenNothingRemains)
+{
+    EXPECT_EQ(trimmedNonEmpty(std::nullopt), std::nullopt);
+    EXPECT_EQ(trimmedNonEmpty(" \n"), std::nullopt);
+    EXPECT_EQ(trimmedNonEmpty("  abc \n"), "abc");
+}
+
+TEST(TextTests, ValidTextIsUnchangedAsUTF8)
+{
+    EXPECT_EQ(validUTF8("a\u00E9\u20AC\U0001F600"), "a\u00E9\u20AC\U0001F600");
+}
+
+TEST(TextTests, EveryByteOutsideAWellFormedSequenceIsReplaced)
+{
+    EXPECT_EQ(validUTF8("a\xFFz"), "a\uFFFDz");
+    EXPECT_EQ(validUTF8("\xE2\x82"), "\uFFFD\uFFFD");
+}
+
+TEST(TextTests, OverlongFormsAndSurrogatesAreNotWellFormed)
+{
+    EXPECT_EQ(validUTF8("\xC0\x80"), "\uFFFD\uFFFD");
+    EXPECT_EQ(validUTF8("\xED\xA0\x80"), "\uFFFD\uFFFD\uFFFD");
+    EXPECT_EQ(validUTF8("\xF4\x90\x80\x80"), "\uFFFD\uFFFD\uFFFD\uFFFD");
+}
+
+TEST(TextTests, DecimalsAreTheShortestThatReadBackTheSame)
+{
+    EXPECT_EQ(shortestDecimal(5), "5.0");
+    EXPECT_EQ(shortestDecimal(0.1), "0.1");
+    EXPECT_EQ(shortestDecimal(-2.25), "-2.25");
+    EXPECT_EQ(shortestDecimal(1e20), "1e+20");
+}
+
+TEST(TextTests, NumbersThatAreNotFiniteHaveNames)
+{
+    EXPECT_EQ(shortestDecimal(std::numeric_limits<double>::quiet_NaN()), "nan");
+    EXPECT_EQ(shortestDecimal(std::numeric_limits<double>::infinity()), "inf");
+    EXPECT_EQ(shortestDecimal(-std::numeric_limits<double>::infinity()), "-inf");
+}
+
+TEST(TextTests, APrefixCountsCodePointsNotBytes)
+{
+    EXPECT_EQ(prefixOfCodePoints("\u20AC\u20ACx", 2), "\u20AC\u20AC");
+    EXPECT_EQ(prefixOfCodePoints("ab", 5), "ab");
+    EXPECT_EQ(prefixOfCodePoints("ab", 0), "");
+}
+
+} // namespace
+} // namespace glimto

@@ -1,0 +1,315 @@
+#!/usr/bin/env python3
+"""Checks the rules of the house: which room sees which, and what stays out of portable code.
+
+    check-rooms.py              checks this tree; one line a violation, exit status 1 when there is one
+    check-rooms.py --self-test  checks that bad examples are refused and good ones are not
+
+Documentation/architecture.md has the picture of the rooms.
+"""
+
+import os
+import re
+import sys
+from pathlib import Path, PurePosixPath
+
+SOURCES = "Sources/GlimtoCapture/"
+LONGEST_FILE = 600  # lines
+
+# What each room builds on; it sees these rooms and everything below them.
+BUILDS_ON = {
+    "Support": [],
+    "Platform": ["Support"],
+    "Options": ["Platform"],
+    "Lifecycle": ["Options"],
+    "Content": ["Lifecycle"],
+    "Artifacts": ["Lifecycle"],
+    "Audio": ["Content", "Artifacts"],
+    "InputEvents": ["Content", "Artifacts"],
+    "Recording": ["Audio", "InputEvents", "Content", "Artifacts"],
+    "Stills": ["Content", "Artifacts"],
+    "Upload": ["Artifacts", "Lifecycle"],
+    "CommandLine": ["Recording", "Stills", "Upload"],
+    "Backends": ["Platform"],
+    "main.cpp": ["CommandLine", "Backends"],
+}
+
+# Who may include the headers of an outside library: rooms, or folders below Backends/.
+LIBRARIES = {
+    r"xcb/.*": ["Backends/X11"],
+    r"X11/.*": ["Backends/X11"],
+    r"lib(av\w+|sw\w+)/.*": ["Backends/FFmpeg"],
+    r"x264\.h": ["Backends/FFmpeg"],
+    r"libyuv(\.h|/.*)": ["Backends/X11", "Backends/FFmpeg"],
+    r"turbojpeg\.h": ["Backends/Images"],
+    r"openssl/.*": ["Support"],
+    r"nlohmann/.*": ["Support", "Lifecycle", "Content", "Artifacts", "CommandLine", "Upload"],
+}
+TEST_LIBRARIES = r"(gtest|gmock|nlohmann|benchmark)/.*"
+
+STANDARD = set("""
+    algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes
+    climits clocale cmath codecvt compare complex concepts condition_variable coroutine csetjmp csignal cstdarg
+    cstddef cstdint cstdio cstdlib cstring ctime cwchar cwctype deque exception execution filesystem forward_list
+    fstream functional future initializer_list iomanip ios iosfwd iostream istream iterator latch limits list
+    locale map memory memory_resource mutex new numbers numeric optional ostream queue random ranges ratio regex
+    scoped_allocator semaphore set shared_mutex source_location span sstream stack stdexcept streambuf string
+    string_view syncstream system_error thread tuple type_traits typeindex typeinfo unordered_map unordered_set
+    utility valarray variant vector version""".split())
+# Both C++ runtimes have <cxxabi.h>, the Itanium ABI's names of types.
+SUPPORT_ONLY = {"stop_token", "cxxabi.h"}
+POSIX = set("""
+    dirent.h dlfcn.h errno.h fcntl.h fnmatch.h glob.h grp.h langinfo.h limits.h locale.h netdb.h poll.h pthread.h
+    pwd.h sched.h signal.h spawn.h stdint.h stdlib.h string.h strings.h sys/file.h sys/ipc.h sys/mman.h
+    sys/resource.h sys/select.h sys/shm.h sys/socket.h sys/stat.h sys/statvfs.h sys/time.h sys/types.h sys/uio.h
+    sys/un.h sys/utsname.h sys/wait.h syslog.h termios.h time.h unistd.h utime.h""".split())
+
+SYSTEM_MACRO = re.compile(
+    r"__linux|__gnu_linux__|\blinux\b|__APPLE__|__MACH__|TARGET_OS_|_WIN32|_WIN64|__unix|__FreeBSD__|__OpenBSD__"
+    r"|__NetBSD__|__ANDROID__|__GLIBC__|_POSIX_|__has_include")
+NOT_PORTABLE = re.compile(
+    r"\b(pipe2|memfd_create|O_TMPFILE|accept4|fdatasync|signalfd|eventfd|epoll_\w+|timerfd_\w+|inotify_\w+|prctl"
+    r"|clock_nanosleep|sendfile|copy_file_range|renameat2|gettid|syscall|getrandom|ppoll|dup3|mkostemp"
+    r"|std::format|std::jthread|std::stop_token|std::stop_source)\b")
+
+# Texts that stand nowhere in the tree: the code speaks for itself, on any machine.
+WORDS = re.compile(
+    r"(?<![.>])\b(the )?sp[e]c(ification)?s?\b|\bParts? [0-9](\.[0-9])?\b|\bissue #?[0-9]+\b|\bthe brief\b", re.I)
+RIGHTFUL_WORDS = re.compile(
+    r"rfc|iso/iec|h\.264|json schema|freedesktop|xdg|desktop entry|directory sp[e]c|icccm|ewmh", re.I)
+MACHINE_PATH = re.compile(r"(^|[^A-Za-z0-9_.$}])/(work|root|farm|home)/")
+REGISTRY = re.compile(r"\bdeb\.debian\.org|\bpypi\.org|\bregistry\.npmjs|\bproxy\.golang|\bcrates\.io", re.I)
+
+
+def rooms_below(room):
+    seen = set()
+    waiting = list(BUILDS_ON.get(room, []))
+    while waiting:
+        below = waiting.pop()
+        if below not in seen:
+            seen.add(below)
+            waiting += BUILDS_ON[below]
+    return seen
+
+
+def room_of(path):
+    """Room of a file or of an include below Sources/GlimtoCapture: its first folder, or main.cpp."""
+    return PurePosixPath(path).parts[0]
+
+
+def backend_of(path):
+    parts = PurePosixPath(path).parts
+    return parts[1] if len(parts) > 2 else ""
+
+
+def without_comments(text):
+    """`text` with comments blanked and strings emptied; every line stays where it is."""
+    pattern = re.compile(
+        r'R"(?P<mark>[^()\\\s]{0,16})\(.*?\)(?P=mark)"'  # raw strings
+        r'|"(?:[^"\\\n]|\\.)*"'
+        r"|(?<![0-9A-Fa-f])'(?:[^'\\\n]|\\.)+'"  # characters, but not the marks in 1'000
+        r"|//[^\n]*|/\*.*?\*/",
+        re.DOTALL)
+
+    def blank(match):
+        found = match.group()
+        return ('""' if found[0] in "\"R'" else " ") + "\n" * found.count("\n")
+
+    return pattern.sub(blank, text)
+
+
+def includes(text):
+    for number, line in enumerate(text.split("\n"), 1):
+        match = re.match(r'\s*#\s*include\s*([<"])([^>"]+)[>"]', line)
+        if match:
+            yield number, match.group(1), match.group(2)
+
+
+def own_include_refused(path, included):
+    """Why the source file `path` may not include our header `included`, or None."""
+    room, other = room_of(path), room_of(included)
+    if other not in BUILDS_ON or other == "main.cpp":
+        return f'"{included}" is no header of a room; write it as seen from {SOURCES[:-1]}'
+    if room == other == "Backends" and backend_of(path) != backend_of(included):
+        return f'a backend includes another one: "{included}"'
+    if room != other and other not in rooms_below(room):
+        return f'{room} may not see {other}: "{included}"'
+    return None
+
+
+def outside_include_refused(path, included):
+    """Why the source file `path` may not include the outside header `included`, or None."""
+    room = room_of(path)
+    place = f"Backends/{backend_of(path)}" if room == "Backends" else room
+    for library, places in LIBRARIES.items():
+        if re.fullmatch(library, included):
+            return None if place in places else f"<{included}> belongs to {', '.join(places)} only"
+    if included in STANDARD or (included in SUPPORT_ONLY and room == "Support"):
+        return None
+    if room == "Backends" or room == "main.cpp" or included in POSIX:
+        return None
+    return f"<{included}> is neither standard C++ nor POSIX, or not for {room}"
+
+
+def is_backend_test(path):
+    parts = PurePosixPath(path).parts
+    return len(parts) > 3 and parts[1] == "Unit" and parts[2] not in BUILDS_ON
+
+
+def test_include_refused(path, kind, included):
+    """Why the file `path` below Tests/ may not include `included`, or None."""
+    parts = PurePosixPath(path).parts
+    if kind == "<":
+        if is_backend_test(path):
+            return None
+        ok = included in STANDARD | SUPPORT_ONLY | POSIX or re.fullmatch(TEST_LIBRARIES, included)
+        return None if ok or parts[1] not in ("Unit", "Fakes") else f"<{included}> does not belong in portable tests"
+    other = room_of(included)
+    if other == "Fakes" or "/" not in included or parts[1] not in ("Unit", "Fakes"):
+        return None
+    if parts[1] == "Fakes":
+        return f'a fake may not see {other}: "{included}"' if other in ("Backends", "main.cpp") else None
+    room = parts[2]
+    if is_backend_test(path):
+        return own_include_refused(f"Backends/{room}/Tests.cpp", included)
+    if other != room and other not in rooms_below(room):
+        return f'the tests of {room} may not see {other}: "{included}"'
+    return None
+
+
+def floating_from_chars(code):
+    """Lines on which from_chars reads into a variable that was last declared as floating."""
+    for call in re.finditer(r"\bfrom_chars\s*\(([^;]*)\)", code):
+        before = code[: call.start()]
+        # Commas inside of the parentheses of an argument separate nothing.
+        arguments = re.sub(r"\([^()]*\)", "", call.group(1)).split(",")
+        target = arguments[2].strip() if len(arguments) > 2 else ""
+        types = re.findall(r"([\w:]+)\s*&?\s+&?" + re.escape(target) + r"\s*[=;,){]", before) if target else []
+        if types and types[-1] in ("double", "float"):
+            yield before.count("\n") + 1
+
+
+def check_portable(code):
+    for number, line in enumerate(code.split("\n"), 1):
+        if re.match(r"\s*#\s*include\b", line):
+            continue
+        if re.match(r"\s*#\s*(if|ifdef|ifndef|elif)\b", line) and SYSTEM_MACRO.search(line):
+            yield number, "an operating system's condition outside of Backends"
+        match = NOT_PORTABLE.search(line)
+        if match:
+            yield number, f"{match.group()} is not portable"
+    for number in floating_from_chars(code):
+        yield number, "floating from_chars is not portable"
+
+
+def check_source(path, text):
+    """Violations in one file below Sources/GlimtoCapture, `path` as seen from there."""
+    for number, kind, included in includes(text):
+        refused = own_include_refused(path, included) if kind == '"' else outside_include_refused(path, included)
+        if refused:
+            yield number, refused
+    code = without_comments(text)
+    if room_of(path) == "Support":
+        code = re.sub(r"std::(jthread|stop_token|stop_source)\b", "", code)
+    if room_of(path) != "Backends":
+        yield from check_portable(code)
+    if path.endswith(".h") and not re.search(r"^#pragma once$", text, re.MULTILINE):
+        yield 1, "a header without #pragma once"
+
+
+def check_test(path, text):
+    for number, kind, included in includes(text):
+        refused = test_include_refused(path, kind, included)
+        if refused:
+            yield number, refused
+    if PurePosixPath(path).parts[1] in ("Unit", "Fakes") and not is_backend_test(path):
+        yield from check_portable(without_comments(text).replace("std::jthread", "").replace("std::stop_token", ""))
+
+
+def check_words(text):
+    for number, line in enumerate(text.split("\n"), 1):
+        match = WORDS.search(line)
+        if match and not RIGHTFUL_WORDS.search(line):
+            yield number, f"wording: '{match.group()}'"
+        if MACHINE_PATH.search(line):
+            yield number, "a path of one machine"
+        if REGISTRY.search(line):
+            yield number, "the name of a registry's host"
+
+
+def check_file(path, text):
+    """Violations in one file of the tree, `path` as seen from its top."""
+    yield from check_words(text)
+    if not path.endswith((".h", ".cpp")):
+        return
+    if path.startswith(SOURCES):
+        yield from check_source(path[len(SOURCES):], text)
+    elif path.startswith("Tests/"):
+        yield from check_test(path, text)
+    lines = text.count("\n")
+    if lines > LONGEST_FILE:
+        yield LONGEST_FILE, f"{lines} lines; look for the second idea"
+
+
+def include_circle(files):
+    """Headers that include each other in a circle, as a list of paths, or None."""
+    edges = {path: [included for _, kind, included in includes(text) if kind == '"' and included in files]
+             for path, text in files.items()}
+    done = set()
+
+    def visit(path, trail):
+        if path in trail:
+            return trail[trail.index(path):] + [path]
+        if path in done:
+            return None
+        for included in edges[path]:
+            circle = visit(included, trail + [path])
+            if circle:
+                return circle
+        done.add(path)
+        return None
+
+    for path in files:
+        circle = visit(path, [])
+        if circle:
+            return circle
+    return None
+
+
+def tree_files(top):
+    """Every text file of the tree: path as seen from its top, and its text."""
+    for directory, folders, names in os.walk(top):
+        folders[:] = sorted(name for name in folders if name not in (".git", ".glimto-runs", "__pycache__", ".cache")
+                            and not (directory == str(top) and re.match(r"build(-|$)", name)))
+        for name in sorted(names):
+            path = Path(directory, name)
+            if path.is_symlink() or not path.is_file() or path.name == "compile_commands.json":
+                continue
+            try:
+                yield path.relative_to(top).as_posix(), path.read_bytes().decode("utf-8")
+            except UnicodeDecodeError:
+                continue  # a picture
+
+
+def check_tree(top):
+    headers = {}
+    violations = 0
+    for path, text in tree_files(top):
+        if path.startswith(SOURCES):
+            headers[path[len(SOURCES):]] = text
+        for number, what in check_file(path, text):
+            print(f"{path}:{number}: {what}")
+            violations += 1
+    circle = include_circle(headers)
+    if circle:
+        print("includes in a circle: " + " -> ".join(circle))
+        violations += 1
+    print(f"rooms: {len(headers)} files, {violations} violations")
+    return 1 if violations or not headers else 0
+
+
+if __name__ == "__main__":
+    if sys.argv[1:] == ["--self-test"]:
+        from check_rooms_examples import self_test
+
+        sys.exit(self_test(check_file, include_circle))
+    sys.exit(check_tree(Path(__file__).resolve().parents[1]))

@@ -1,0 +1,116 @@
+"""Files that check-rooms.py must refuse, each with the words of its refusal, and files that it must accept.
+
+Words that may stand nowhere are written here in two halves.
+"""
+
+S = "Sources/GlimtoCapture/"
+ONCE = "#pragma once\n"
+
+REFUSED = [
+    # Rooms
+    (S + "Support/A.cpp", '#include "Platform/Geometry.h"\n', "Support may not see Platform"),
+    (S + "Content/A.cpp", '#include "Recording/A.h"\n', "Content may not see Recording"),
+    (S + "Content/A.cpp", '#include "Artifacts/A.h"\n', "Content may not see Artifacts"),
+    (S + "Recording/A.cpp", '#include "Stills/A.h"\n', "Recording may not see Stills"),
+    (S + "Upload/A.cpp", '#include "Recording/A.h"\n', "Upload may not see Recording"),
+    (S + "Recording/A.cpp", '#include "Backends/X11/A.h"\n', "Recording may not see Backends"),
+    (S + "CommandLine/A.cpp", '#include "Backends/X11/A.h"\n', "CommandLine may not see Backends"),
+    (S + "Backends/X11/A.cpp", '#include "Options/A.h"\n', "Backends may not see Options"),
+    (S + "Backends/X11/A.cpp", '#include "Backends/FFmpeg/A.h"\n', "a backend includes another one"),
+    (S + "Content/A.cpp", '#include "../Support/Text.h"\n', "is no header of a room"),
+    (S + "Content/A.cpp", '#include "Geometry.h"\n', "is no header of a room"),
+    # Libraries
+    (S + "Recording/A.cpp", "#include <xcb/xcb.h>\n", "belongs to Backends/X11 only"),
+    (S + "Backends/Images/A.cpp", "#include <xcb/xcb.h>\n", "belongs to Backends/X11 only"),
+    (S + "Recording/A.cpp", "extern \"C\" {\n#include <libavcodec/avcodec.h>\n}\n", "belongs to Backends/FFmpeg only"),
+    (S + "Backends/X11/A.cpp", "#include <x264.h>\n", "belongs to Backends/FFmpeg only"),
+    (S + "Platform/A.cpp", "#include <libyuv.h>\n", "belongs to Backends/X11, Backends/FFmpeg only"),
+    (S + "Recording/A.cpp", "#include <turbojpeg.h>\n", "belongs to Backends/Images only"),
+    (S + "Artifacts/A.cpp", "#include <openssl/sha.h>\n", "belongs to Support only"),
+    (S + "Platform/A.cpp", "#include <nlohmann/json.hpp>\n", "<nlohmann/json.hpp> belongs to"),
+    (S + "Support/A.cpp", "#include <sys/prctl.h>\n", "neither standard C++ nor POSIX"),
+    (S + "Support/A.cpp", "#include <linux/fs.h>\n", "neither standard C++ nor POSIX"),
+    (S + "Recording/A.cpp", "#include <stop_token>\n", "not for Recording"),
+    (S + "Content/A.cpp", "#include <format>\n", "neither standard C++ nor POSIX"),
+    # Portability
+    (S + "Support/A.cpp", "#ifdef __linux__\n#endif\n", "an operating system's condition"),
+    (S + "Recording/A.cpp", "#if defined(__APPLE__)\n#endif\n", "an operating system's condition"),
+    (S + "main.cpp", "  #  elif defined(_WIN32)\n", "an operating system's condition"),
+    (S + "Support/A.cpp", "int f(int* p) { return pipe2(p, 0); }\n", "pipe2 is not portable"),
+    (S + "Support/A.cpp", "int f() { return ::open(path, O_TMPFILE); }\n", "O_TMPFILE is not portable"),
+    (S + "Recording/A.cpp", "memfd_create(name, 0);\n", "memfd_create is not portable"),
+    (S + "Recording/A.cpp", "accept4(s, a, l, 0);\n", "accept4 is not portable"),
+    (S + "Support/A.cpp", "fdatasync(f);\n", "fdatasync is not portable"),
+    (S + "CommandLine/A.cpp", "signalfd(-1, &set, 0);\n", "signalfd is not portable"),
+    (S + "Support/A.cpp", "clock_nanosleep(a, b, c, d);\n", "clock_nanosleep is not portable"),
+    (S + "Artifacts/A.cpp", 'auto s = std::format("{}", 1);\n', "std::format is not portable"),
+    (S + "Recording/A.cpp", "std::jthread t;\n", "std::jthread is not portable"),
+    (S + "CommandLine/A.cpp", "double value = 0;\nstd::from_chars(first, last, value);\n", "floating from_chars"),
+    (S + "CommandLine/A.cpp", "f(double& value) { std::from_chars(a, b, value, std::chars_format::fixed); }\n",
+     "floating from_chars"),
+    (S + "CommandLine/A.cpp", "int value = 0;\n}\ndouble value = 0;\nstd::from_chars(\n    first, last, value);\n",
+     "floating from_chars"),
+    (S + "Support/A.h", "int a;\n", "without #pragma once"),
+    (S + "Support/A.cpp", "\n" * 601, "look for the second idea"),
+    # Tests
+    ("Tests/Unit/Content/ATests.cpp", '#include "Backends/X11/A.h"\n', "the tests of Content may not see Backends"),
+    ("Tests/Unit/Content/ATests.cpp", '#include "Recording/A.h"\n', "the tests of Content may not see Recording"),
+    ("Tests/Unit/Content/ATests.cpp", "#include <xcb/xcb.h>\n", "does not belong in portable tests"),
+    ("Tests/Fakes/FakeA.h", '#include "Backends/X11/A.h"\n', "a fake may not see Backends"),
+    ("Tests/Unit/Content/ATests.cpp", "pipe2(p, 0);\n", "pipe2 is not portable"),
+    ("Tests/Unit/X11/ATests.cpp", '#include "Backends/FFmpeg/A.h"\n', "a backend includes another one"),
+    ("Tests/Unit/X11/ATests.cpp", '#include "Content/A.h"\n', "Backends may not see Content"),
+    # Wording
+    ("README.md", "As the sp" "ec says.\n", "wording"),
+    (S + "Support/A.cpp", "// See the sp" "ecification.\n", "wording"),
+    (S + "Support/A.cpp", "// Pa" "rt 3.1 wants it.\n", "wording"),
+    ("Documentation/a.md", "Mends iss" "ue #12.\n", "wording"),
+    ("Documentation/a.md", "As the br" "ief has it.\n", "wording"),
+    ("scripts/a.sh", "cd /wo" "rk/main\n", "a path of one machine"),
+    ("scripts/a.sh", "cp x \"/ro" "ot/x\"\n", "a path of one machine"),
+    ("scripts/a.sh", "echo deb.deb" "ian.org\n", "a registry's host"),
+]
+
+ACCEPTED = [
+    (S + "Recording/A.h", ONCE + '#include <vector>\n#include <unistd.h>\n#include "Content/A.h"\n'
+     '#include "Support/Text.h"\n#include "Recording/B.h"\n'),
+    (S + "Backends/FFmpeg/Loader/A.cpp", '#include <dlfcn.h>\n#include "Backends/FFmpeg/B.h"\n#ifdef __linux__\n#endif\n'),
+    (S + "Backends/X11/A.cpp", '#include <xcb/shm.h>\n#include <libyuv.h>\n#include "Platform/VideoFrame.h"\npipe2(p, 0);\n'),
+    (S + "main.cpp", '#include "CommandLine/Driver.h"\n#include "Backends/X11/A.h"\n'),
+    (S + "Support/A.cpp", "#include <stop_token>\nstd::jthread t;\n// pipe2 is not everywhere\n"),
+    (S + "Recording/A.cpp", 'const char* text = "signalfd and std::format";\nchar q = \'"\'; int i = 1\'000;\n'),
+    (S + "CommandLine/A.cpp", "int value = 0;\nstd::from_chars(first, last, value);\n"),
+    (S + "CommandLine/A.cpp", "int value = 0;\nconst auto r = std::from_chars(first, last, value);\ndouble value = 0;\n"),
+    ("Tests/Unit/X11/ATests.cpp", '#include <xcb/xcb.h>\n#include "Backends/X11/A.h"\n#include "Fakes/FakeA.h"\n'),
+    (S + "Recording/A.cpp", "#ifndef NDEBUG\n#endif\n// A part of the picture, 16 in all; specific, inspect\n"),
+    (S + "Backends/X11/A.cpp", "// See the Desktop Entry Sp" "ecification.\nuse(at->sp" "ec.mask);\n"),
+    (S + "Artifacts/A.cpp", "// RFC 8216, section 4 of that sp" "ecification\n"),
+    ("Tests/Unit/Content/ATests.cpp", '#include <gtest/gtest.h>\n#include "Fakes/FakeA.h"\n#include "Content/A.h"\n'
+     '#include "Support/Text.h"\n#include "Helpers.h"\n'),
+    ("scripts/a.sh", 'cd "$top/work/x" && ls ./root/y /usr/bin/env\n'),
+]
+
+CIRCLE = {"A/a.h": '#include "A/b.h"\n', "A/b.h": '#include "A/c.h"\n', "A/c.h": '#include "A/a.h"\n'}
+NO_CIRCLE = {"A/a.h": '#include "A/b.h"\n#include "A/c.h"\n', "A/b.h": '#include "A/c.h"\n', "A/c.h": ""}
+
+
+def self_test(check_file, include_circle):
+    """Checks every example; exit status 0 when each is judged rightly."""
+    wrong = 0
+    for path, text, reason in REFUSED:
+        if path.endswith(".h") and reason != "without #pragma once":
+            text = ONCE + text
+        found = [what for _, what in check_file(path, text)]
+        if len(found) != 1 or reason not in found[0]:
+            print(f"self-test: {path}: {text[:60]!r} should be refused once with '{reason}', not with {found}")
+            wrong += 1
+    for path, text in ACCEPTED:
+        found = list(check_file(path, text))
+        if found:
+            print(f"self-test: {path}: {text[:60]!r} should be accepted, not refused with {found}")
+            wrong += 1
+    if not include_circle(CIRCLE) or include_circle(NO_CIRCLE):
+        print("self-test: circles of includes are not told from others")
+        wrong += 1
+    print(f"rooms self-test: {len(REFUSED) + len(ACCEPTED) + 1} examples, {wrong} judged wrongly")
+    return 1 if wrong else 0

@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that this project needs, without asking anything, and only those that
+# are missing.
+#
+#     scripts/install-packages.sh <set>...
+#
+# Sets: build (to compile), quickstart (to record, verify and show), test (to run every test).
+# Needs root or a sudo that asks for no password, but only when something is missing.
+set -euo pipefail
+export PATH="/usr/bin:/bin:/usr/sbin:/sbin:/usr/local/bin${PATH:+:$PATH}"
+
+build=(build-essential cmake ninja-build pkg-config ccache
+    libavcodec-dev libavformat-dev libavutil-dev libx264-dev
+    libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-xfixes0-dev libxcb-randr0-dev
+    libxcb-composite0-dev libxcb-render0-dev libxcb-res0-dev libxcb-shape0-dev
+    libyuv-dev libturbojpeg0-dev nlohmann-json3-dev libssl-dev
+    # The tests are configured with every build.
+    libgtest-dev libgmock-dev)
+quickstart=(ffmpeg xvfb x11-utils x11-xserver-utils x11-apps xterm python3 jq)
+test=(libbenchmark-dev xdotool openbox xserver-xorg-core xserver-xorg-video-dummy imagemagick
+    gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
+    gstreamer1.0-plugins-bad gstreamer1.0-libav fonts-dejavu-core
+    # Plays takes as a web page does.
+    chromium)
+
+fail() {
+    echo "error: $*" >&2
+    exit 1
+}
+
+wanted=()
+for set in "$@"; do
+    case $set in
+    build) wanted+=("${build[@]}") ;;
+    quickstart) wanted+=("${quickstart[@]}") ;;
+    test) wanted+=("${test[@]}") ;;
+    *) fail "Unknown package set '$set'; there are build, quickstart and test." ;;
+    esac
+done
+[ ${#wanted[@]} -gt 0 ] || fail "usage: scripts/install-packages.sh <set>..."
+
+if ! command -v dpkg-query >/dev/null; then
+    echo "warning: this system has no dpkg; what is needed is named here as Debian names it: ${wanted[*]}" >&2
+    exit 0
+fi
+
+# A package that dpkg has never heard of makes dpkg-query fail; it is missing all the same.
+installed=$(dpkg-query --show --showformat '${Package} ${db:Status-Status}\n' "${wanted[@]}" 2>/dev/null || true)
+missing=()
+for package in "${wanted[@]}"; do
+    grep -qxF "$package installed" <<<"$installed" || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null || ! sudo -n true 2>/dev/null; then
+        fail "These packages are missing and this user may not install them: apt-get install ${missing[*]}"
+    fi
+    as_root=(sudo -n)
+fi
+apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3)
+
+echo "Installing ${missing[*]}"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+if ! { "${apt[@]}" update && "${apt[@]}" install --yes --no-install-recommends "${missing[@]}"; } >"$log" 2>&1 </dev/null; then
+    tail -n 20 "$log" >&2
+    fail "The packages could not be installed."
+fi

@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything with warnings as errors, checks the rooms' rules and
+# runs every test: the unit tests two at a time, then the end-to-end tests one by one.
+#
+# The last line tells how many passed and failed. Exit status: 0 only when there were tests and none
+# failed. A test that was not run counts as failed.
+set -euo pipefail
+export PATH="/usr/bin:/bin:/usr/sbin:/sbin:/usr/local/bin${PATH:+:$PATH}"
+
+cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/.."
+
+scripts/install-packages.sh build quickstart test
+
+cmake -G Ninja -B build -DCMAKE_BUILD_TYPE=Release -DGLIMTO_WARNINGS_AS_ERRORS=ON
+ninja -C build
+
+results=$PWD/build/test-results
+rm -rf -- "$results"
+mkdir -p -- "$results"
+passed=0
+failed=0
+
+# Counts one check that is a program of its own.
+check() {
+    if "$@"; then
+        passed=$((passed + 1))
+    else
+        echo "FAILED: $*"
+        failed=$((failed + 1))
+    fi
+}
+
+# Runs the tests that ctest selects and counts them as its report has them.
+run_tests() {
+    local name=$1 counts status=0
+    shift
+    ctest --test-dir build --output-on-failure --output-junit "$results/$name.xml" "$@" || status=$?
+    counts=$(python3 scripts/count-tests.py "$results/$name.xml") || exit 1
+    read -r ran_well ran_badly <<<"$counts"
+    # ctest may fail for a reason that no test shows.
+    if [ "$status" -ne 0 ] && [ "$ran_badly" -eq 0 ]; then
+        ran_badly=1
+    fi
+    passed=$((passed + ran_well))
+    failed=$((failed + ran_badly))
+}
+
+check python3 scripts/check-rooms.py --self-test
+check python3 scripts/check-rooms.py
+run_tests unit --label-exclude '^e2e$' --parallel 2
+run_tests e2e --label-regex '^e2e$'
+
+echo "$passed passed, $failed failed"
+[ "$failed" -eq 0 ] && [ "$passed" -gt 0 ]
