@@ -1,6 +1,8 @@
 #include "Backends/FFmpeg/FFmpegAssetWriter.h"
 
 #include <chrono>
+#include <functional>
+#include <future>
 #include <memory>
 #include <thread>
 
@@ -24,6 +26,8 @@ public:
 
     void didOutputInitializationSegment(std::span<const std::byte> data) override
     {
+        if (beforeInitialization)
+            beforeInitialization();
         initialization.assign(data.begin(), data.end());
     }
     void didOutputSegmentData(std::span<const std::byte> data) override
@@ -43,6 +47,7 @@ public:
         return all;
     }
 
+    std::function<void()> beforeInitialization;
     std::vector<std::byte> initialization;
     std::vector<std::byte> current;
     std::vector<Segment> segments;
@@ -204,15 +209,19 @@ TEST_F(FFmpegAssetWriterTests, SegmentShorterThanAFrameHoldsOneFrame)
 
 TEST_F(FFmpegAssetWriterTests, FramesAreRefusedWhileTwoAreHeld)
 {
-    makeWriter(1920, 1080, 1.0);
-    const VideoFrame first = frame(0, 10);
-    const VideoFrame second = frame(0.01, 20);
-    const VideoFrame third = frame(0.02, 30);
-    int accepted = 0;
-    for (const VideoFrame* next : {&first, &second, &third})
-        accepted += writer_->append(*next) ? 1 : 0;
-    EXPECT_EQ(accepted, 2);
+    // The encoder stands still inside the delegate until the gate opens.
+    std::promise<void> gate;
+    collector_.beforeInitialization = [opened = gate.get_future().share()] { opened.wait_for(std::chrono::seconds(20)); };
+    makeWriter(64, 48, 1.0);
+    EXPECT_TRUE(writer_->append(frame(0, 10)));
+    EXPECT_TRUE(writer_->isReadyForMoreMediaData());
+    EXPECT_TRUE(writer_->append(frame(0.1, 20)));
+    EXPECT_FALSE(writer_->isReadyForMoreMediaData());
+    EXPECT_FALSE(writer_->append(frame(0.2, 30)));
+    gate.set_value();
+    EXPECT_TRUE(appendWhenReady(frame(0.3, 40)));
     EXPECT_EQ(writer_->finishWriting(), AssetWriterStatus::completed);
+    EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).pictures.size(), 3U);
 }
 
 TEST_F(FFmpegAssetWriterTests, FrameThatIsNotLaterThanTheLastIsRefused)
