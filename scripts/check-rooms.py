@@ -76,7 +76,7 @@ WORDS = re.compile(
     r"(?<![.>])\b(the )?sp[e]c(ification)?s?\b|\bParts? [0-9](\.[0-9])?\b|\bissue #?[0-9]+\b|\bthe brief\b", re.I)
 RIGHTFUL_WORDS = re.compile(
     r"rfc|iso/iec|h\.264|json schema|freedesktop|xdg|desktop entry|directory sp[e]c|icccm|ewmh", re.I)
-MACHINE_PATH = re.compile(r"(^|[^A-Za-z0-9_.$}])/(work|root|farm|home)/")
+MACHINE_PATH = re.compile(r"(^|[^A-Za-z0-9_.$}])/(work|root|farm)/")
 REGISTRY = re.compile(r"\bdeb\.debian\.org|\bpypi\.org|\bregistry\.npmjs|\bproxy\.golang|\bcrates\.io", re.I)
 
 
@@ -164,7 +164,8 @@ def test_include_refused(path, kind, included):
         ok = included in STANDARD | SUPPORT_ONLY | POSIX or re.fullmatch(TEST_LIBRARIES, included)
         return None if ok or parts[1] not in ("Unit", "Fakes") else f"<{included}> does not belong in portable tests"
     other = room_of(included)
-    if other == "Fakes" or "/" not in included or parts[1] not in ("Unit", "Fakes"):
+    beside = "/" not in included or included.startswith("/".join(parts[1:3]) + "/")
+    if other == "Fakes" or beside or parts[1] not in ("Unit", "Fakes"):
         return None
     if parts[1] == "Fakes":
         return f'a fake may not see {other}: "{included}"' if other in ("Backends", "main.cpp") else None

@@ -81,7 +81,8 @@ ACCEPTED = [
     (S + "Recording/A.cpp", 'const char* text = "signalfd and std::format";\nchar q = \'"\'; int i = 1\'000;\n'),
     (S + "CommandLine/A.cpp", "int value = 0;\nstd::from_chars(first, last, value);\n"),
     (S + "CommandLine/A.cpp", "int value = 0;\nconst auto r = std::from_chars(first, last, value);\ndouble value = 0;\n"),
-    ("Tests/Unit/X11/ATests.cpp", '#include <xcb/xcb.h>\n#include "Backends/X11/A.h"\n#include "Fakes/FakeA.h"\n'),
+    ("Tests/Unit/X11/ATests.cpp", '#include <xcb/xcb.h>\n#include "Backends/X11/A.h"\n#include "Fakes/FakeA.h"\n'
+     '#include "Unit/X11/Helpers.h"\n'),
     (S + "Recording/A.cpp", "#ifndef NDEBUG\n#endif\n// A part of the picture, 16 in all; specific, inspect\n"),
     (S + "Backends/X11/A.cpp", "// See the Desktop Entry Sp" "ecification.\nuse(at->sp" "ec.mask);\n"),
     (S + "Artifacts/A.cpp", "// RFC 8216, section 4 of that sp" "ecification\n"),

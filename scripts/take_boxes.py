@@ -77,6 +77,8 @@ def last_sample_duration(init, segment):
     run = inside(segment, b"moof", b"traf", b"trun")
     flags = number(run, 0)
     count = number(run, 4)
+    if count == 0:
+        raise Problem("the last fragment holds no sample")
     size = 4 * bin(flags & 0xF00).count("1")
     if flags & 0x100:
         first = 8 + 4 * bin(flags & 0x5).count("1")

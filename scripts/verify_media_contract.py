@@ -273,14 +273,18 @@ def check_media(report, take, track, packets):
         return
     starts = [min(seconds(packet, "pts_time") for packet in found) for found in lists]
     last = max(seconds(packet, "pts_time") for packet in lists[-1])
-    # ffprobe does not know how long the last frame of a variable rate lasts.
     try:
-        init, segment = (take.file(key).read_bytes() for key in (track.init_key, track.keys[-1]))
-        end = last + take_boxes.last_sample_duration(init, segment)
+        end = last + last_frame_duration(take, track)
     except Problem as problem:
         report.add(f"{name} last frame", "has a duration", str(problem), False)
         return
     check_times(report, track, starts, end)
+
+
+def last_frame_duration(take, track):
+    """Seconds. FFmpeg's tools do not find out how long the last frame of a variable rate lasts."""
+    init, segment = (take.file(key).read_bytes() for key in (track.init_key, track.keys[-1]))
+    return take_boxes.last_sample_duration(init, segment)
 
 
 def check_times(report, track, starts, end):
@@ -341,13 +345,14 @@ def probe_to_file(take, arguments, name, timeout):
         hidden.unlink(missing_ok=True)
 
 
-def join_and_decode(take, timeout):
+def join_and_decode(take, video, timeout):
     """Joins the take and decodes it; returns what ffprobe says of the joined file, and the decoder's Problem."""
     hidden = take.root / f".result.mp4.{os.getpid()}"
+    keep_end = f"setts=duration='if(eq(NEXT_PTS,NOPTS),round({last_frame_duration(take, video):.9f}/TB),DURATION)'"
     try:
         take_files.run_tool(["ffmpeg", "-nostdin", "-v", "error", *take_files.SAFE_INPUT, "-i",
-                             str(take.root / PLAYLIST), "-map", "0", "-c", "copy", "-f", "mp4", "-y", str(hidden)],
-                            timeout)
+                             str(take.root / PLAYLIST), "-map", "0", "-c", "copy", "-bsf:v", keep_end,
+                             "-f", "mp4", "-y", str(hidden)], timeout)
         os.replace(hidden, take.root / "result.mp4")
     finally:
         hidden.unlink(missing_ok=True)
@@ -355,7 +360,8 @@ def join_and_decode(take, timeout):
     probe = probe_to_file(take, [result], "result.ffprobe.json", timeout)
     try:
         take_files.run_tool(["ffmpeg", "-nostdin", "-v", "error", "-xerror", *take_files.SAFE_INPUT, "-i", result,
-                             "-map", "0", "-fps_mode", "passthrough", "-f", "null", "-"], timeout)
+                             "-map", "0", "-fps_mode", "passthrough", "-enc_time_base:v", "1:90000", "-f", "null", "-"],
+                            timeout)
     except Problem as problem:
         return probe, problem
     return probe, None
@@ -369,7 +375,7 @@ def check_all_media(report, take, manifest, tracks):
             [take.file(track.init_key), *(take.file(key) for key in track.keys)], timeout)
 
     with ThreadPoolExecutor(max_workers=2) as pool:
-        joining = pool.submit(join_and_decode, take, timeout)
+        joining = pool.submit(join_and_decode, take, tracks[0], timeout)
         probing = [pool.submit(packets_of, track) for track in tracks]
         playing = pool.submit(probe_to_file, take, [str(take.root / PLAYLIST)], "playlist.ffprobe.json", timeout)
     counts = {}

@@ -33,11 +33,10 @@ std::vector<std::filesystem::path> moduleDirectories(const ProcessEnvironment& p
 
 int runCommandLine(const std::vector<std::string>& arguments)
 {
+    ProcessStopRequests stopRequests; // first: it remembers who our parent is
     DescriptorLineOutput standardOutput(1);
     DescriptorLineOutput standardError(2);
-
     LinuxProcessEnvironment process;
-    ProcessStopRequests stopRequests;
     X11ScreenAccess screen;
     X11ShareableContentProvider content;
     X11CaptureStreamFactory captureStreams;

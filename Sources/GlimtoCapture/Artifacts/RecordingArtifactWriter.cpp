@@ -1,5 +1,8 @@
 #include "Artifacts/RecordingArtifactWriter.h"
 
+#include <cstdint>
+#include <utility>
+
 #include "Support/AtomicFile.h"
 #include "Support/JSONText.h"
 #include "Support/TimeStamps.h"
@@ -83,12 +86,13 @@ MediaManifest RecordingArtifactWriter::manifest(const std::string& videoInitSegm
     manifest.video.hasAudio = audioInitSegmentKey.has_value();
     manifest.segments = manifestSegments(tracks.video);
     if (audioInitSegmentKey) {
-        manifest.audio.emplace();
-        manifest.audio->source = audioSource(options);
-        manifest.audio->sampleRate = audioSampleRate;
-        manifest.audio->channelCount = audioChannelCount;
-        manifest.audio->initSegmentKey = *audioInitSegmentKey;
-        manifest.audio->segmentCount = static_cast<int>(tracks.audio.size());
+        MediaManifest::Audio audio;
+        audio.source = audioSource(options);
+        audio.sampleRate = audioSampleRate;
+        audio.channelCount = audioChannelCount;
+        audio.initSegmentKey = *audioInitSegmentKey;
+        audio.segmentCount = static_cast<int>(tracks.audio.size());
+        manifest.audio = std::move(audio);
         manifest.audioSegments = manifestSegments(tracks.audio);
     }
     manifest.notes = {

@@ -20,8 +20,9 @@ bool isOneOf(const std::string& word, std::initializer_list<std::string_view> wo
 
 bool asksForHelp(std::span<const std::string> arguments)
 {
-    return std::any_of(arguments.begin(), arguments.end(),
-        [](const std::string& argument) { return isOneOf(argument, {"-h", "--help"}); });
+    return std::any_of(arguments.begin(), arguments.end(), [](const std::string& argument) {
+        return isOneOf(argument, {"-h", "--help"});
+    });
 }
 
 WindowListOptions withEnumeration(WindowListOptions options)
@@ -55,13 +56,13 @@ struct UploadArguments {
 Command CLI::parse(std::span<const std::string> arguments, const ProcessEnvironment& environment)
 {
     if (arguments.empty() || isOneOf(arguments.front(), {"help", "--help", "-h"}))
-        return HelpCommand {};
+        return HelpCommand{};
     const std::string& word = arguments.front();
     const auto rest = arguments.subspan(1);
     if (isOneOf(word, {"permission-json", "permissions-json", "preflight-json"}))
-        return PermissionJSONCommand {};
+        return PermissionJSONCommand{};
     if (word == "sources")
-        return SourcesCommand {};
+        return SourcesCommand{};
 
     const bool isKnown = isOneOf(word,
         {"windows", "list-windows", "windows-json", "--list-windows-json", "screenshot", "clipboard-image",
@@ -69,7 +70,7 @@ Command CLI::parse(std::span<const std::string> arguments, const ProcessEnvironm
     if (!isKnown)
         throw CLIError("Unknown command '" + word + "'. Run `glimto-capture help`.");
     if (asksForHelp(rest))
-        return HelpCommand {};
+        return HelpCommand{};
     if (isOneOf(word, {"windows", "list-windows"}))
         return withEnumeration(parseWindowList(rest));
     if (word == "screenshot")
@@ -87,8 +88,9 @@ Command CLI::parse(std::span<const std::string> arguments, const ProcessEnvironm
 
 WindowListOptions CLI::parseWindowList(std::span<const std::string> arguments)
 {
-    const auto setAll
-        = [](WindowListOptions& options, OptionReader&) { options.scope = ScreenCaptureWindowListScope::all; };
+    const auto setAll = [](WindowListOptions& options, OptionReader&) {
+        options.scope = ScreenCaptureWindowListScope::all;
+    };
     const OptionTable<WindowListOptions> table = {
         {"--visible",
             [](WindowListOptions& options, OptionReader&) {
@@ -118,7 +120,9 @@ UploadRecordingOptions CLI::parseUpload(
     const OptionTable<UploadArguments> table = {
         {"--dir", [](UploadArguments& given, OptionReader& reader) { given.directory = reader.pathValue(); }},
         {"--api-base-url",
-            [](UploadArguments& given, OptionReader& reader) { given.apiBaseURL = reader.apiBaseURLValue(); }},
+            [](UploadArguments& given, OptionReader& reader) {
+                given.apiBaseURL = reader.apiBaseURLValue();
+            }},
         {"--recording-id",
             [](UploadArguments& given, OptionReader& reader) { given.recordingId = reader.stringValue(); }},
     };
@@ -131,7 +135,8 @@ UploadRecordingOptions CLI::parseUpload(
     if (!given.recordingId)
         throw CLIError("upload requires --recording-id <id>.");
 
-    UploadRecordingOptions options {.outputDirectory = *given.directory, .upload = defaultUploadOptions(environment)};
+    UploadRecordingOptions options{
+        .outputDirectory = *given.directory, .upload = defaultUploadOptions(environment)};
     options.upload.apiBaseURL = *given.apiBaseURL;
     options.upload.recordingId = given.recordingId;
     return options;

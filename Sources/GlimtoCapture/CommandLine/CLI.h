@@ -23,7 +23,8 @@ public:
     static ScreenshotOptions parseScreenshot(std::span<const std::string> arguments);
     static ClipboardImageOptions parseClipboardImage(std::span<const std::string> arguments);
     static TextRecognitionOptions parseRecognizeText(std::span<const std::string> arguments);
-    static RecordOptions parseRecord(std::span<const std::string> arguments, const ProcessEnvironment& environment);
+    static RecordOptions parseRecord(
+        std::span<const std::string> arguments, const ProcessEnvironment& environment);
     static UploadRecordingOptions parseUpload(
         std::span<const std::string> arguments, const ProcessEnvironment& environment);
 };

@@ -78,7 +78,9 @@ OptionTable<Options> captureTable()
         {"--duration", setDuration},
         {"--until-stopped", [](Options& options, OptionReader&) { options.recordUntilStopped = true; }},
         {"--max-duration-seconds",
-            [](Options& options, OptionReader& reader) { options.maxDurationSeconds = reader.positiveValue(); }},
+            [](Options& options, OptionReader& reader) {
+                options.maxDurationSeconds = reader.positiveValue();
+            }},
         {"-o", setOutput},
         {"--output", setOutput},
         {"--display", setDisplay},
@@ -124,7 +126,9 @@ OptionTable<Options> uploadTable(const ProcessEnvironment& environment)
                 upload(options).apiBaseURL = reader.apiBaseURLValue();
             }},
         {"--access-key",
-            [upload](Options& options, OptionReader& reader) { upload(options).accessKey = reader.stringValue(); }},
+            [upload](Options& options, OptionReader& reader) {
+                upload(options).accessKey = reader.stringValue();
+            }},
         {"--recording-id",
             [upload](Options& options, OptionReader& reader) {
                 upload(options).recordingId = reader.stringValue();
@@ -134,9 +138,8 @@ OptionTable<Options> uploadTable(const ProcessEnvironment& environment)
                 upload(options).backgroundUploadThresholdSeconds = thresholdValue(reader);
             }},
         {"--no-background-upload",
-            [upload](Options& options, OptionReader&) {
-                upload(options).backgroundUploadThresholdSeconds = 0;
-            }},
+            [upload](
+                Options& options, OptionReader&) { upload(options).backgroundUploadThresholdSeconds = 0; }},
     };
 }
 

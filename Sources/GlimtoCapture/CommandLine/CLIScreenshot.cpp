@@ -37,10 +37,12 @@ const OptionTable<Options>& screenshotTable()
         {"--display-strategy", setDisplayStrategy},
         {"--display",
             [](Options& options, OptionReader& reader) {
-                options.target = DisplayTarget {reader.displayIndexValue()};
+                options.target = DisplayTarget{reader.displayIndexValue()};
             }},
         {"--target-json",
-            [](Options& options, OptionReader& reader) { options.target = reader.screenshotTargetJSONValue(); }},
+            [](Options& options, OptionReader& reader) {
+                options.target = reader.screenshotTargetJSONValue();
+            }},
         {"--include-glimto-window-ids",
             [](Options& options, OptionReader& reader) {
                 options.includedGlimtoWindowIDs = reader.windowIDsJSONValue();

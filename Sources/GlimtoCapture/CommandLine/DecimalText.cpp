@@ -67,7 +67,7 @@ std::optional<double> decimalNumber(std::string_view text)
 {
     if (!isDecimalNumber(text))
         return std::nullopt;
-    std::istringstream stream {std::string(text)};
+    std::istringstream stream{std::string(text)};
     stream.imbue(std::locale::classic());
     double value = 0;
     stream >> value;

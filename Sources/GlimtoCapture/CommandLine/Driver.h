@@ -31,7 +31,8 @@ private:
     void record(const RecordOptions& options);
     void announceLaunch(const RecordOptions& options, const std::optional<std::string>& recordingId);
     void recordAndPrint(const RecordOptions& options);
-    void reportRecordingFailure(const std::exception_ptr& error, const std::optional<std::string>& recordingId);
+    void reportRecordingFailure(
+        const std::exception_ptr& error, const std::optional<std::string>& recordingId);
     void warn(const std::string& message);
 
     PlatformServices& services_;

@@ -120,7 +120,7 @@ CaptureRegion OptionReader::captureRegionValue()
 
 std::string OptionReader::apiBaseURLValue()
 {
-    const std::string text = stringValue();
+    std::string text = stringValue();
     if (!isWebAddress(text))
         throw CLIError("--api-base-url must be an http or https URL.");
     return text;

@@ -72,13 +72,14 @@ private:
 };
 
 // What each flag of a command does to the command's options.
-template <typename Options> using OptionTable = std::map<std::string, std::function<void(Options&, OptionReader&)>>;
+template <typename Options>
+using OptionTable = std::map<std::string, std::function<void(Options&, OptionReader&)>>;
 
 // Applies every flag of `arguments`. Throws CLIError for a flag that is not in the table; `command` is
 // the command's name in that message.
 template <typename Options>
-void readOptions(std::span<const std::string> arguments, const OptionTable<Options>& table, const std::string& command,
-    Options& options)
+void readOptions(std::span<const std::string> arguments, const OptionTable<Options>& table,
+    const std::string& command, Options& options)
 {
     OptionReader reader(arguments);
     while (reader.advance()) {

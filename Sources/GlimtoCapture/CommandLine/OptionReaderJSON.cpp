@@ -88,7 +88,7 @@ std::optional<int> integerMember(const JSON& object, const char* key)
 struct DecodedTarget {
     explicit DecodedTarget(const JSON& object)
         : kind(stringMember(object, "kind"))
-        , indices {integerMember(object, "index"), integerMember(object, "displayIndex"),
+        , indices{integerMember(object, "index"), integerMember(object, "displayIndex"),
               integerMember(object, "display_index")}
         , x(numberMember(object, "x"))
         , y(numberMember(object, "y"))
@@ -124,7 +124,7 @@ ScreenshotTarget displayTarget(const DecodedTarget& target)
             continue;
         if (*index < 0)
             break;
-        return DisplayTarget {*index};
+        return DisplayTarget{*index};
     }
     throw CLIError("--target-json display requires index 0 or greater.");
 }

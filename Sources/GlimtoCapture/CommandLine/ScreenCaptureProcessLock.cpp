@@ -18,7 +18,8 @@ constexpr const char* productIdentifier = "com.glimto.capture";
 
 bool usesScreenCapture(const Command& command)
 {
-    return std::holds_alternative<WindowListOptions>(command) || std::holds_alternative<ScreenshotOptions>(command)
+    return std::holds_alternative<WindowListOptions>(command)
+        || std::holds_alternative<ScreenshotOptions>(command)
         || std::holds_alternative<RecordOptions>(command) || std::holds_alternative<SourcesCommand>(command);
 }
 
@@ -38,7 +39,7 @@ std::filesystem::path lockDirectory(const ProcessEnvironment& environment)
     const auto caches = environment.cachesDirectory();
     if (!caches)
         throw PlatformError::posix("Could not find the user's caches directory", ENOENT);
-    const auto directory = *caches / productIdentifier / "locks";
+    auto directory = *caches / productIdentifier / "locks";
     std::error_code error;
     std::filesystem::create_directories(directory, error);
     if (error)

@@ -72,7 +72,8 @@ std::string recordSection()
             {"--region <x,y,width,height>", "Capture a screen region in global display points"},
             {"--window-id <id>", "Capture a window by macOS CGWindowID"},
             {"--except-window-id <id>",
-                "Keep this Glimto window (the camera preview bubble) in the recording. Display and region captures"
+                "Keep this Glimto window (the camera preview bubble) in the recording. Display and region "
+                "captures"
                 " only"},
             {"-w, --overwrite", "Replace known proof artifacts in the output directory"},
             {"--stop-file <path>", "Finish capture early when this file appears"},
@@ -124,7 +125,8 @@ std::string usageText()
                 {"--all", "List the broader recording/screenshot candidate set"},
             })
         + screenshotSection()
-        + sectionText("CLIPBOARD OPTIONS", {{"--path <png>", "Put the PNG image data at this path onto the clipboard"}})
+        + sectionText(
+            "CLIPBOARD OPTIONS", {{"--path <png>", "Put the PNG image data at this path onto the clipboard"}})
         + sectionText(
             "RECOGNIZE-TEXT OPTIONS", {{"--path <png>", "Recognize text in this PNG and print it as JSON"}})
         + recordSection() + uploadSection()

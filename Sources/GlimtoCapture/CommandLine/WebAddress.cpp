@@ -53,7 +53,8 @@ bool isHostAndPort(std::string_view text)
     }
     const std::size_t hostEnd = std::min(text.find(':'), text.size());
     const std::string_view host = text.substr(0, hostEnd);
-    return !host.empty() && host.find_first_of("[]") == std::string_view::npos && isPortSuffix(text.substr(hostEnd));
+    return !host.empty() && host.find_first_of("[]") == std::string_view::npos
+        && isPortSuffix(text.substr(hostEnd));
 }
 
 } // namespace

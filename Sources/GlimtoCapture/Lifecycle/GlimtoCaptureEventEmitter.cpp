@@ -92,7 +92,8 @@ std::string GlimtoCaptureEventEmitter::errorCode(const ErrorFacts& error,
     const std::optional<ScreenCapturePermissionJSON>& permission, std::string_view fallback)
 {
     const bool isNotPermitted = permission && !permission->preflightGranted;
-    const bool wasDeclined = error.domain == captureStreamErrorDomain && error.code == captureDeclinedErrorCode;
+    const bool wasDeclined
+        = error.domain == captureStreamErrorDomain && error.code == captureDeclinedErrorCode;
     return isNotPermitted || wasDeclined ? "screen_permission_denied" : std::string(fallback);
 }
 

@@ -43,9 +43,10 @@ struct SegmentTrack::Files {
     // Touched on the queue only.
     int nextIndex = 0;
     std::unique_ptr<AtomicFile> unfinished;
-    bool currentSegmentFailed = false;
+    bool hasFailed = false;
 
-    // Nothing may leave a task of the queue, so a failure is kept for whoever asks.
+    // Nothing may leave a task of the queue, so a failure is kept for whoever asks. After one, the take
+    // is over: a segment behind a hole would be of no use to anybody.
     template <typename Function> bool attempt(Function&& function)
     {
         try {
@@ -57,6 +58,7 @@ struct SegmentTrack::Files {
                 if (!state.firstFailure)
                     state.firstFailure = error;
             });
+            hasFailed = true;
             return false;
         }
     }
@@ -64,35 +66,34 @@ struct SegmentTrack::Files {
     void writeInitializationSegment(const Bytes& data)
     {
         const std::string key = keyPrefix + "init.mp4";
-        if (attempt([&] { writeFileAtomically(root / key, data); }))
+        if (!hasFailed && attempt([&] { writeFileAtomically(root / key, data); }))
             outcome.with([&](Outcome& state) { state.initializationSegmentKey = key; });
     }
 
     void writePiece(const Bytes& data)
     {
-        if (currentSegmentFailed)
+        if (hasFailed)
             return;
-        currentSegmentFailed = !attempt([&] {
+        const bool isWritten = attempt([&] {
             // The index is taken only when the segment turns out to count.
             if (!unfinished)
                 unfinished = std::make_unique<AtomicFile>(root / (keyPrefix + segmentFileName(nextIndex)));
             unfinished->write(data);
         });
         // What cannot be completed should not keep a full disk full.
-        if (currentSegmentFailed)
+        if (!isWritten)
             unfinished.reset();
     }
 
     void finishSegment(const SegmentReport& report)
     {
         const auto file = std::move(unfinished);
-        const bool failed = std::exchange(currentSegmentFailed, false);
         const double duration
             = report.duration && report.duration->isValid() ? report.duration->seconds() : segmentSeconds;
-        if (!(duration > 0) || (!file && !failed))
+        if (!file || !(duration > 0))
             return;
         const int index = nextIndex++;
-        if (failed || !attempt([&] { file->commit(); }))
+        if (!attempt([&] { file->commit(); }))
             return;
         CapturedSegment segment;
         segment.index = index;

@@ -21,8 +21,9 @@ std::string segmentFileName(int index);
 // "segment_001.m4s" and so on in "segments/<track>" of the take.
 //
 // A segment streams into a temporary file as its pieces arrive, and gets its name when it is complete,
-// so that whoever watches the directory sees whole segments only. The delegate operations copy the data
-// and leave the file work to the queue; the other operations may be called from any thread.
+// so that whoever watches the directory sees whole segments only. After a file that could not be written
+// nothing more is. The delegate operations copy the data and leave the file work to the queue; the other
+// operations may be called from any thread.
 class SegmentTrack final : public AssetWriterDelegate {
 public:
     // `track` is "video" or "audio". A segment whose writer tells no duration counts as

@@ -99,9 +99,6 @@ CapturedTracks SegmentedMP4Writer::finish()
         if (state_.lifecycle == Lifecycle::finishing)
             state_.lifecycle = Lifecycle::completed;
     });
-    // A take with a hole is no whole recording, however the rest turned out.
-    if (const auto error = videoTrack_.firstFailure())
-        std::rethrow_exception(error);
     requireWholeTake(stateNow());
     return {.video = videoTrack_.segments(), .audio = {}};
 }
@@ -119,9 +116,13 @@ void SegmentedMP4Writer::requireWholeTake(const State& state)
 {
     if (state.appendedFrames < 1)
         throw CLIError("Capture ended without appended frames.");
-    if (state.appendFailures >= 1)
-        standardError_.writeLine("warning: dropped or rejected " + std::to_string(state.appendFailures)
-            + " sample buffer(s) while writing");
+    const std::int64_t failures = state.appendFailures + videoTrack_.writeFailures();
+    if (failures >= 1)
+        standardError_.writeLine(
+            "warning: dropped or rejected " + std::to_string(failures) + " sample buffer(s) while writing");
+    // A take with a hole is no whole recording, however the rest turned out.
+    if (const auto error = videoTrack_.firstFailure())
+        std::rethrow_exception(error);
     if (!videoTrack_.initializationSegmentKey())
         throw CLIError("AVAssetWriter did not output an initialization segment.");
     if (videoTrack_.segments().empty())

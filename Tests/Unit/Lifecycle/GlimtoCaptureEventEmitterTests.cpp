@@ -15,9 +15,9 @@ using Emitter = GlimtoCaptureEventEmitter;
 class GlimtoCaptureEventEmitterTests : public testing::Test {
 protected:
     // 2024-01-31T15:45:02.123Z
-    std::chrono::system_clock::time_point now {std::chrono::milliseconds(1706715902123)};
+    std::chrono::system_clock::time_point now{std::chrono::milliseconds(1706715902123)};
     FakeLineOutput output;
-    Emitter emitter {output, [this] { return now; }};
+    Emitter emitter{output, [this] { return now; }};
 };
 
 TEST_F(GlimtoCaptureEventEmitterTests, WritesAnEventAsOneLineWithoutAbsentFields)
@@ -97,8 +97,10 @@ TEST_F(GlimtoCaptureEventEmitterTests, PageAddressHasOneSlashBetweenComponents)
 
 TEST_F(GlimtoCaptureEventEmitterTests, PageAddressEscapesTheIdAsOnePathSegment)
 {
-    EXPECT_EQ(Emitter::recordingPageURL("http://host", "a/b ?#\u00E9%"), "http://host/recordings/a%2Fb%20%3F%23%C3%A9%25");
-    EXPECT_EQ(Emitter::recordingPageURL("http://host", "rec_a-B.9~@=:"), "http://host/recordings/rec_a-B.9~@=:");
+    EXPECT_EQ(Emitter::recordingPageURL("http://host", "a/b ?#\u00E9%"),
+        "http://host/recordings/a%2Fb%20%3F%23%C3%A9%25");
+    EXPECT_EQ(
+        Emitter::recordingPageURL("http://host", "rec_a-B.9~@=:"), "http://host/recordings/rec_a-B.9~@=:");
 }
 
 TEST_F(GlimtoCaptureEventEmitterTests, PageAddressKeepsAQueryBehindThePath)
@@ -140,8 +142,7 @@ TEST_F(GlimtoCaptureEventEmitterTests, AnyOtherErrorHasTheFallbackCode)
     const auto granted = ScreenCapturePermissionJSON::fromPreflight(true);
     EXPECT_EQ(Emitter::errorCode(someError, granted, "recording_failed"), "recording_failed");
     EXPECT_EQ(Emitter::errorCode(someError, std::nullopt, "screenshot_failed"), "screenshot_failed");
-    EXPECT_EQ(
-        Emitter::errorCode({"", "", "com.glimto.capture.stream", -3802}, granted, "recording_failed"),
+    EXPECT_EQ(Emitter::errorCode({"", "", "com.glimto.capture.stream", -3802}, granted, "recording_failed"),
         "recording_failed");
 }
 

@@ -155,16 +155,19 @@ TEST_F(SegmentTrackTests, ASegmentThatDoesNotFitTheDiskLeavesNoFile)
         "Could not write " + (take.path() / "segments/video/segment_001.m4s").string() + ": File too large");
 }
 
-TEST_F(SegmentTrackTests, TheFirstWriteFailureIsRemembered)
+TEST_F(SegmentTrackTests, NothingIsWrittenAfterAFailureAndItIsRemembered)
 {
     std::filesystem::remove_all(take.path() / "segments");
     track.didOutputInitializationSegment(bytes("ftypmoov"));
+    queue.drain();
+    std::filesystem::create_directories(take.path() / "segments" / "video");
     putSegment("x", 4.0);
     queue.drain();
 
-    EXPECT_EQ(track.writeFailures(), 2);
+    EXPECT_EQ(track.writeFailures(), 1);
     EXPECT_EQ(track.initializationSegmentKey(), std::nullopt);
     EXPECT_TRUE(track.segments().empty());
+    EXPECT_TRUE(take.files().empty());
     EXPECT_EQ(errorFacts(track.firstFailure()).message,
         "Could not write " + (take.path() / "segments/video/init.mp4").string()
             + ": No such file or directory");

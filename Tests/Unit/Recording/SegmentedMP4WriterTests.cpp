@@ -237,6 +237,7 @@ TEST_F(SegmentedMP4WriterTests, AFileThatCannotBeWrittenIsTheWritersFailureAndFa
         + ": No such file or directory";
 
     EXPECT_EQ(finishError(), message);
+    EXPECT_EQ(standardError.lines(), Lines{"warning: dropped or rejected 1 sample buffer(s) while writing"});
     EXPECT_EQ(errorFacts(writer->failure()).message, message);
 }
 

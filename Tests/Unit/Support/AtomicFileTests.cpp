@@ -100,7 +100,8 @@ TEST_F(AtomicFileTests, TellsThePathWhenTheDirectoryIsMissing)
     } catch (const PlatformError& error) {
         EXPECT_EQ(error.domain(), "POSIX");
         EXPECT_EQ(error.code(), ENOENT);
-        EXPECT_EQ(std::string(error.what()), "Could not write " + missing.string() + ": No such file or directory");
+        EXPECT_EQ(
+            std::string(error.what()), "Could not write " + missing.string() + ": No such file or directory");
     }
 }
 

@@ -61,7 +61,8 @@ TEST_F(FileLockTests, DoesNotFollowASymbolicLink)
 
 TEST_F(FileLockTests, CannotBeOpenedInAMissingDirectory)
 {
-    EXPECT_EQ(FileLock::tryAcquire(directory.path() / "nowhere" / "lock", lock), FileLockOutcome::couldNotOpen);
+    EXPECT_EQ(
+        FileLock::tryAcquire(directory.path() / "nowhere" / "lock", lock), FileLockOutcome::couldNotOpen);
 }
 
 } // namespace

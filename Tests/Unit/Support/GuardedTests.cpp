@@ -14,14 +14,14 @@ struct Counter {
 
 TEST(GuardedTests, StateIsReachedThroughAFunction)
 {
-    Guarded<Counter> guarded(Counter {41});
+    Guarded<Counter> guarded(Counter{41});
     guarded.with([](Counter& counter) { ++counter.count; });
     EXPECT_EQ(guarded.with([](const Counter& counter) { return counter.count; }), 42);
 }
 
 TEST(GuardedTests, AConstantObjectShowsConstantState)
 {
-    const Guarded<Counter> guarded(Counter {7});
+    const Guarded<Counter> guarded(Counter{7});
     guarded.with([](auto& counter) {
         static_assert(std::is_const_v<std::remove_reference_t<decltype(counter)>>);
         EXPECT_EQ(counter.count, 7);

@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 using std::chrono::system_clock;
 
 // 2024-01-31T15:45:02Z
-constexpr system_clock::time_point afternoon {std::chrono::seconds(1706715902)};
+constexpr system_clock::time_point afternoon{std::chrono::seconds(1706715902)};
 
 class TimeZone {
 public:

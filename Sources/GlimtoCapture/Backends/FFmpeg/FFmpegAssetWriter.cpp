@@ -19,7 +19,6 @@ constexpr std::size_t largestFragmentBytes = 4 * 1024 * 1024;
 // A picture coarser than this is refined while it stands still, this much at a time.
 constexpr int quantizerOfRest = 22;
 constexpr int refinementStep = 8;
-constexpr int coarsestQuantizer = 51;
 
 // The last frame's own duration, at most.
 constexpr std::int64_t longestLastFrameTicks = timescale / 30;
@@ -55,6 +54,7 @@ FFmpegAssetWriter::FFmpegAssetWriter(const VideoEncodingSettings& settings, Medi
               .decoderConfiguration = encoder_->decoderConfiguration(),
               .averageBitRate = settings.averageBitRate})
     , boundaries_(preferredSegmentInterval.converted(timescale).value, frameTicks_)
+    , rate_(settings.averageBitRate, settings.framesPerSecond, picture_.macroblockCount())
     , queue_("glimto.capture.encoder")
 {
 }
@@ -169,14 +169,13 @@ void FFmpegAssetWriter::encodeFrame(const VideoFrame& frame)
         picture_.update(*frame.pixels, frame.changedRects);
     else
         picture_.update(*frame.pixels, std::vector{wholePicture(*frame.pixels)});
-    lastQuantizer_ = coarsestQuantizer;
     encodePicture(time, startsSegment);
 }
 
 // A picture that stands still is not seen again at a segment's start, but the segment needs it there.
 void FFmpegAssetWriter::repeatOnBoundariesBefore(std::int64_t time)
 {
-    while (!submitted_.empty() && !isCancelled_ && boundaries_.needsRepeatBefore(time)) {
+    while (held_ && !isCancelled_ && boundaries_.needsRepeatBefore(time)) {
         picture_.markAllUnchanged();
         encodePicture(boundaries_.boundary(), true);
     }
@@ -187,10 +186,8 @@ void FFmpegAssetWriter::refineOrHold(std::int64_t time, bool startsSegment)
     picture_.markAllUnchanged();
     if (startsSegment)
         encodePicture(time, true);
-    else if (lastQuantizer_ == coarsestQuantizer)
-        encodePicture(time, false);
-    else if (lastQuantizer_ > quantizerOfRest)
-        encodePicture(time, false, std::max(lastQuantizer_ - refinementStep, quantizerOfRest));
+    else if (heldQuantizer_ > quantizerOfRest)
+        encodePicture(time, false, std::max(heldQuantizer_ - refinementStep, quantizerOfRest));
     else
         lastTime_ = time;
 }
@@ -198,41 +195,29 @@ void FFmpegAssetWriter::refineOrHold(std::int64_t time, bool startsSegment)
 void FFmpegAssetWriter::encodePicture(std::int64_t time, bool startsSegment, std::optional<int> quantizer)
 {
     const auto kind = startsSegment ? PictureKind::keyframe : PictureKind::predicted;
-    submitted_.push_back({time, startsSegment});
-    lastTime_ = time;
-    if (startsSegment)
+    const double secondsSinceLast = held_ ? static_cast<double>(time - held_->time) / timescale : 0;
+    // What is refined changes all over, whatever the screen did.
+    const int changed = quantizer ? picture_.macroblockCount() : picture_.changedMacroblockCount();
+    const int chosen = rate_.chooseQuantizer(kind, changed, secondsSinceLast);
+    const int used = quantizer.value_or(chosen);
+    EncodedPicture encoded = encoder_->encode(picture_, time, kind, used);
+    rate_.pictureEncoded(kind, used, static_cast<std::int64_t>(encoded.data.size()) * 8);
+    if (held_)
+        writeHeldPicture(time);
+    if (startsSegment) {
+        if (held_)
+            endSegment(time);
+        segmentStart_ = time;
         boundaries_.startSegment(time);
-    keepEncoded(encoder_->encode(picture_, time, kind, quantizer));
-    writeTimedPictures();
-}
-
-void FFmpegAssetWriter::keepEncoded(std::optional<EncodedPicture> encoded)
-{
-    if (!encoded)
-        return;
-    lastQuantizer_ = encoded->quantizer;
-    encoded_.push_back(std::move(*encoded));
-}
-
-// Writes what is encoded and whose end, the time of the picture after it, is known.
-void FFmpegAssetWriter::writeTimedPictures()
-{
-    while (!encoded_.empty() && submitted_.size() >= 2) {
-        writePicture(encoded_.front(), submitted_[0], submitted_[1].time);
-        encoded_.pop_front();
-        submitted_.pop_front();
     }
+    held_ = std::move(encoded);
+    heldQuantizer_ = used;
+    lastTime_ = time;
 }
 
-void FFmpegAssetWriter::writePicture(
-    const EncodedPicture& encoded, const Submitted& submitted, std::int64_t endTime)
+void FFmpegAssetWriter::writeHeldPicture(std::int64_t endTime)
 {
-    if (submitted.startsSegment) {
-        if (segmentStart_)
-            endSegment(submitted.time);
-        segmentStart_ = submitted.time;
-    }
-    muxer_->addSample(encoded.data, submitted.time, endTime - submitted.time, encoded.isKeyframe);
+    muxer_->addSample(held_->data, held_->time, endTime - held_->time, held_->isKeyframe);
     if (muxer_->pendingBytes() >= largestFragmentBytes) {
         muxer_->endFragment();
         deliverOutput();
@@ -243,31 +228,24 @@ void FFmpegAssetWriter::endSegment(std::int64_t endTime)
 {
     muxer_->endFragment();
     deliverOutput();
-    delegate_.didFinishSegment({.duration = MediaTime{endTime - *segmentStart_, timescale},
-        .earliestPresentationTime = MediaTime{*segmentStart_, timescale}});
+    delegate_.didFinishSegment({.duration = MediaTime{endTime - segmentStart_, timescale},
+        .earliestPresentationTime = MediaTime{segmentStart_, timescale}});
 }
 
 void FFmpegAssetWriter::finishTrack()
 {
-    if (submitted_.empty())
+    if (!held_)
         return;
     // Many readers take a track to end with its last frame's time, so a picture that stood still until
     // the end is there once more.
-    if (lastTime_ - submitted_.back().time >= frameTicks_) {
+    if (lastTime_ - held_->time >= frameTicks_) {
         picture_.markAllUnchanged();
         encodePicture(lastTime_, false);
     }
     const std::int64_t endTime = lastTime_ + std::min(frameTicks_, longestLastFrameTicks);
-    while (auto encoded = encoder_->flush()) {
-        keepEncoded(std::move(encoded));
-        writeTimedPictures();
-    }
-    if (encoded_.size() != 1 || submitted_.size() != 1)
-        throw PlatformError("x264", 0, "The H.264 encoder lost a picture.");
-    writePicture(encoded_.front(), submitted_.front(), endTime);
+    writeHeldPicture(endTime);
     endSegment(endTime);
-    encoded_.clear();
-    submitted_.clear();
+    held_.reset();
 }
 
 void FFmpegAssetWriter::deliverOutput()

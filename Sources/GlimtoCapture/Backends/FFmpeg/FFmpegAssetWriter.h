@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -11,6 +10,7 @@
 
 #include "Backends/FFmpeg/FragmentMuxer.h"
 #include "Backends/FFmpeg/I420Picture.h"
+#include "Backends/FFmpeg/RateController.h"
 #include "Backends/FFmpeg/SegmentBoundaries.h"
 #include "Backends/FFmpeg/X264Encoder.h"
 #include "Platform/AssetWriter.h"
@@ -45,12 +45,6 @@ private:
         std::string error;
     };
 
-    // A picture that went into the encoder.
-    struct Submitted {
-        std::int64_t time = 0;
-        bool startsSegment = false;
-    };
-
     FFmpegAssetWriter(const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval,
         AssetWriterDelegate& delegate, std::unique_ptr<X264Encoder> encoder);
 
@@ -60,9 +54,7 @@ private:
     void repeatOnBoundariesBefore(std::int64_t time);
     void refineOrHold(std::int64_t time, bool startsSegment);
     void encodePicture(std::int64_t time, bool startsSegment, std::optional<int> quantizer = std::nullopt);
-    void keepEncoded(std::optional<EncodedPicture> encoded);
-    void writeTimedPictures();
-    void writePicture(const EncodedPicture& encoded, const Submitted& submitted, std::int64_t endTime);
+    void writeHeldPicture(std::int64_t endTime);
     void endSegment(std::int64_t endTime);
     void finishTrack();
     void deliverOutput();
@@ -80,10 +72,10 @@ private:
     I420Picture picture_;
     std::optional<FragmentMuxer> muxer_;
     SegmentBoundaries boundaries_;
-    std::deque<Submitted> submitted_; // not written yet, in order
-    std::deque<EncodedPicture> encoded_; // the first of these, waiting for the time of what follows them
-    std::optional<std::int64_t> segmentStart_;
-    int lastQuantizer_ = 0; // of the newest picture; coarsest while it is not known
+    RateController rate_;
+    std::optional<EncodedPicture> held_; // written once the time of the next one tells its duration
+    int heldQuantizer_ = 0;
+    std::int64_t segmentStart_ = 0;
     std::int64_t lastTime_ = 0;
     std::optional<std::uint64_t> lastSequenceNumber_;
 

@@ -71,6 +71,11 @@ void I420Picture::markAllUnchanged()
     std::fill(unchangedMacroblocks_.begin(), unchangedMacroblocks_.end(), std::uint8_t{1});
 }
 
+int I420Picture::changedMacroblockCount() const
+{
+    return static_cast<int>(std::count(unchangedMacroblocks_.begin(), unchangedMacroblocks_.end(), std::uint8_t{0}));
+}
+
 void I420Picture::convert(const PixelBuffer& pixels, const PixelRect& rect)
 {
     const std::uint8_t* source

@@ -26,7 +26,9 @@ public:
 
     // For each 16x16 macroblock, row by row: 1 when the last update() left it as it was, 0 when it
     // may have changed.
-    const std::vector<std::uint8_t>& unchangedMacroblocks() const { return unchangedMacroblocks_; }
+    std::vector<std::uint8_t>& unchangedMacroblocks() { return unchangedMacroblocks_; }
+    int macroblockCount() const { return static_cast<int>(unchangedMacroblocks_.size()); }
+    int changedMacroblockCount() const;
 
     void markAllUnchanged();
 

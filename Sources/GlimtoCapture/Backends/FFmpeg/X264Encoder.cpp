@@ -1,7 +1,6 @@
 #include "Backends/FFmpeg/X264Encoder.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <span>
 #include <thread>
 
@@ -12,9 +11,6 @@
 namespace glimto {
 
 namespace {
-
-// Below this quantizer a desktop looks no better and only costs bits.
-constexpr int lowestQuantizer = 16;
 
 // From here on one core is not enough: 1080p at 45 frames a second.
 constexpr std::int64_t pixelsPerSecondOfOneThread = 1920LL * 1080 * 45;
@@ -29,18 +25,16 @@ int threadCount(const VideoEncodingSettings& settings)
     return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 4);
 }
 
-void chooseRateControl(x264_param_t& parameters, const VideoEncodingSettings& settings)
+// The superfast preset without what costs more than it brings on a screen: measured in Benchmarks/record.
+void chooseAnalysis(x264_param_t& parameters)
 {
-    parameters.rc.i_rc_method = X264_RC_ABR;
-    parameters.rc.i_bitrate = static_cast<int>(std::min<std::int64_t>(settings.averageBitRate / 1000, 2'000'000));
-    parameters.rc.i_qp_min = lowestQuantizer;
+    parameters.rc.i_rc_method = X264_RC_CQP;
+    parameters.rc.i_qp_constant = 23; // each picture brings its own
     parameters.rc.i_aq_mode = X264_AQ_NONE;
     parameters.rc.b_mb_tree = 0;
     parameters.rc.i_lookahead = 0;
-}
-
-void chooseAnalysis(x264_param_t& parameters)
-{
+    parameters.b_cabac = 0;
+    parameters.analyse.inter = 0;
     parameters.analyse.i_subpel_refine = 0;
     parameters.analyse.i_weighted_pred = X264_WEIGHTP_NONE;
     parameters.analyse.b_transform_8x8 = 1; // what makes it High profile
@@ -71,7 +65,7 @@ x264_param_t encoderParameters(const VideoEncodingSettings& settings, std::int32
     parameters.b_sliced_threads = parameters.i_threads > 1 ? 1 : 0;
     parameters.i_fps_num = static_cast<std::uint32_t>(std::max(settings.framesPerSecond, 1));
     parameters.i_fps_den = 1;
-    parameters.b_vfr_input = 1;
+    parameters.b_vfr_input = 0; // else each picture waits for the next
     parameters.i_timebase_num = 1;
     parameters.i_timebase_den = static_cast<std::uint32_t>(timescale);
     parameters.i_keyint_max = static_cast<int>(
@@ -79,7 +73,6 @@ x264_param_t encoderParameters(const VideoEncodingSettings& settings, std::int32
     parameters.i_keyint_min = 1;
     parameters.b_repeat_headers = 0;
     parameters.b_annexb = 0;
-    chooseRateControl(parameters, settings);
     chooseAnalysis(parameters);
     chooseColor(parameters);
     x264_param_apply_profile(&parameters, "high");
@@ -146,14 +139,13 @@ bool X264Encoder::readParameterSets()
     return true;
 }
 
-std::optional<EncodedPicture> X264Encoder::encode(
-    const I420Picture& picture, std::int64_t time, PictureKind kind, std::optional<int> quantizer)
+EncodedPicture X264Encoder::encode(I420Picture& picture, std::int64_t time, PictureKind kind, int quantizer)
 {
     x264_picture_t input;
     x264_picture_init(&input);
     input.i_type = kind == PictureKind::keyframe ? X264_TYPE_IDR : X264_TYPE_AUTO;
     input.i_pts = time;
-    input.i_qpplus1 = quantizer ? *quantizer + 1 : X264_QP_AUTO;
+    input.i_qpplus1 = quantizer + 1;
     input.img.i_csp = X264_CSP_I420;
     input.img.i_plane = 3;
     for (int index = 0; index < 3; ++index) {
@@ -161,39 +153,20 @@ std::optional<EncodedPicture> X264Encoder::encode(
         input.img.i_stride[index] = picture.stride(index);
     }
     static_assert(X264_MBINFO_CONSTANT == 1, "the picture marks unchanged macroblocks with this value");
-    const auto& unchanged = picture.unchangedMacroblocks();
-    // x264 reads the hints when it encodes the picture, which is later; it frees them then.
-    input.prop.mb_info = static_cast<std::uint8_t*>(std::malloc(unchanged.size()));
-    if (input.prop.mb_info)
-        std::copy(unchanged.begin(), unchanged.end(), input.prop.mb_info);
-    input.prop.mb_info_free = &std::free;
-    return run(&input);
-}
+    input.prop.mb_info = picture.unchangedMacroblocks().data();
 
-std::optional<EncodedPicture> X264Encoder::flush()
-{
-    if (x264_encoder_delayed_frames(encoder_) == 0)
-        return std::nullopt;
-    return run(nullptr);
-}
-
-std::optional<EncodedPicture> X264Encoder::run(x264_picture_t* input)
-{
     x264_picture_t output;
     x264_nal_t* units = nullptr;
     int unitCount = 0;
-    const int size = x264_encoder_encode(encoder_, &units, &unitCount, input, &output);
-    if (size < 0)
+    const int size = x264_encoder_encode(encoder_, &units, &unitCount, &input, &output);
+    if (size <= 0)
         throw PlatformError("x264", size, "The H.264 encoder failed.");
-    if (size == 0)
-        return std::nullopt;
     EncodedPicture encoded;
     // x264 lays the units of one picture out one behind the other.
     const auto bytes = std::as_bytes(std::span(units[0].p_payload, static_cast<std::size_t>(size)));
     encoded.data.assign(bytes.begin(), bytes.end());
     encoded.time = output.i_pts;
     encoded.isKeyframe = output.b_keyframe != 0;
-    encoded.quantizer = output.i_qpplus1 - 1;
     return encoded;
 }
 

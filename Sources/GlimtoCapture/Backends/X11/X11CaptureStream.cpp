@@ -10,6 +10,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include "Backends/X11/X11ComposedPicture.h"
 #include "Backends/X11/X11DisplayPicture.h"
 #include "Backends/X11/X11WindowPicture.h"
 #include "Support/TimeStamps.h"
@@ -27,6 +28,8 @@ std::unique_ptr<X11PictureSource> makeSource(
         return std::make_unique<X11WindowPicture>(connection, window->window.windowID);
     const PixelSize output {configuration.width, configuration.height};
     const auto& content = std::get<DisplayContentFilter>(filter.content);
+    if (!content.excludedApplications.empty())
+        return std::make_unique<X11ComposedPicture>(connection, content, configuration.sourceRect, output);
     return std::make_unique<X11DisplayPicture>(
         connection, content.display.displayID, configuration.sourceRect, output);
 }

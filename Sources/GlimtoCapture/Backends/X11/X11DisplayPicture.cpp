@@ -99,7 +99,8 @@ void X11DisplayPicture::readGeometry()
         area.x = frame.x + clampedOrigin(wanted.x, area.width, frame.width);
         area.y = frame.y + clampedOrigin(wanted.y, area.height, frame.height);
     }
-    const PixelRect visible = intersection(area, {0, 0, root->width, root->height});
+    rootSize_ = {root->width, root->height};
+    const PixelRect visible = intersection(area, wholeOf(rootSize_));
     if (area == area_ && visible == visible_)
         return;
     area_ = area;

@@ -27,6 +27,7 @@ public:
 
     // What is captured, in coordinates of the root window.
     const PixelRect& area() const { return area_; }
+    PixelSize rootSize() const { return rootSize_; }
 
 private:
     void readGeometry();
@@ -36,6 +37,7 @@ private:
     std::optional<Rect> sourceRect_;
     PixelSize output_;
     PixelRect area_;
+    PixelSize rootSize_;
     PixelRect visible_; // the part of it that lies on the root window
     std::uint64_t layout_ = 0;
     bool geometryMayHaveChanged_ = false;

@@ -11,6 +11,8 @@ namespace {
 // More rectangles cost consumers more than the pixels between them.
 constexpr std::size_t mostChangedRects = 64;
 
+constexpr int mostAttempts = 3;
+
 xcb_xfixes_region_t makeRegion(X11Connection& connection)
 {
     const xcb_xfixes_region_t region = xcb_generate_id(connection.xcb());
@@ -70,6 +72,17 @@ bool X11FrameGrabber::cursorHasMoved()
 
 X11FrameGrabber::Result X11FrameGrabber::grab()
 {
+    // What a source rejects is seldom out of date a second time.
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        if (const auto result = tryGrab())
+            return *result;
+    }
+    return Result::later;
+}
+
+// Nothing when the source has rejected the picture.
+std::optional<X11FrameGrabber::Result> X11FrameGrabber::tryGrab()
+{
     source_->update();
     takeLayout();
     if (!source_->isReady())
@@ -84,7 +97,7 @@ X11FrameGrabber::Result X11FrameGrabber::grab()
     handleEvents();
     if (!source_->approvesPicture()) {
         reject(drawn);
-        return Result::later;
+        return std::nullopt;
     }
     if (cursor_)
         addCursorChange(drawn.size());

@@ -49,6 +49,7 @@ public:
 
 private:
     bool isScaled() const { return source_->size() != output_; }
+    std::optional<Result> tryGrab();
     void takeLayout();
     X11Canvas* acquire();
     void prepare(X11Canvas& canvas) const;

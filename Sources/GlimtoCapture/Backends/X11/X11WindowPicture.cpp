@@ -59,7 +59,8 @@ X11WindowPicture::X11WindowPicture(X11Connection& connection, xcb_window_t windo
         throw x11Error(X11Failure::unsupportedVisual, "The window to capture has no picture: it only takes input.");
     requirePixelFormat(connection_, geometry->depth, attributes->visual, "The window to capture");
     depth_ = geometry->depth;
-    frameExtents_ = extents ? extents->atom : XCB_ATOM_NONE;
+    if (extents)
+        frameExtents_ = extents->atom;
     isShown_ = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
 
     context_ = makeCopyContext(connection_, depth_);
