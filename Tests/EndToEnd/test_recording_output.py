@@ -6,7 +6,6 @@ import time
 import unittest
 
 from support.case import EndToEndCase
-from support.processes import wait_until
 from support.tool import STATUS, TIME_STAMP
 
 GRANTED = {"preflightGranted": True, "screenRecording": "granted"}
@@ -176,16 +175,6 @@ class OverwriteTests(EndToEndCase):
         (self.take / "notes.txt").write_text("mine")
         self.record("-d", "0.3")
         self.assertEqual((self.take / "notes.txt").read_text(), "mine")
-
-
-class ManyLinesTests(EndToEndCase):
-    def test_stopped_status_and_segments_are_there_before_the_program_ends(self):
-        self.start_screen()
-        recording = self.start_recording("-d", "1.5", "--segment-duration", "0.5")
-        recording.wait_until_recording()
-        wait_until(lambda: "segment_001.m4s" in self.segments(), "the second segment", limit=10)
-        self.assertIsNone(recording.line_with("stopped"))
-        self.assertEqual(recording.finish().status, 0)
 
 
 if __name__ == "__main__":

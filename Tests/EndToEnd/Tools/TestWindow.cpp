@@ -212,8 +212,7 @@ private:
         describe(window, windowClass, title, pid);
         keepPlace(window, geometry);
         paint(window, picture);
-        xcb_map_window(xcb_.get(), window);
-        waitUntilMapped(window);
+        mapAndWait(window);
         return std::to_string(window);
     }
 
@@ -261,21 +260,33 @@ private:
         return reply ? reply->atom : xcb_atom_t {XCB_ATOM_NONE};
     }
 
-    void waitUntilMapped(xcb_window_t window)
+    // A window manager that is only just starting may miss the first request.
+    void mapAndWait(xcb_window_t window)
+    {
+        constexpr int mostRequests = 50;
+        for (int request = 0; request < mostRequests; ++request) {
+            xcb_map_window(xcb_.get(), window);
+            if (isMappedWithin(window, 200'000'000))
+                return;
+        }
+        throw std::runtime_error("the window was not mapped");
+    }
+
+    bool isMappedWithin(xcb_window_t window, std::int64_t nanoseconds)
     {
         xcb_flush(xcb_.get());
-        const std::int64_t deadline = now() + 10'000'000'000;
+        const std::int64_t deadline = now() + nanoseconds;
         while (now() < deadline) {
             while (const auto event = owned(xcb_poll_for_event(xcb_.get()))) {
                 handle(*event);
                 if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY
                     && reinterpret_cast<xcb_map_notify_event_t&>(*event).window == window)
-                    return;
+                    return true;
             }
             pollfd entry = {.fd = fileDescriptor(), .events = POLLIN, .revents = 0};
-            ::poll(&entry, 1, 100);
+            ::poll(&entry, 1, 50);
         }
-        throw std::runtime_error("the window was not mapped");
+        return false;
     }
 
     void paint(xcb_window_t window, const std::string& picture)

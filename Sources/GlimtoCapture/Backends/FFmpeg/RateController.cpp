@@ -7,13 +7,10 @@ namespace glimto {
 
 namespace {
 
-// Below this a desktop looks no better and only costs bits.
-constexpr int finestQuantizer = 16;
-constexpr int coarsestQuantizer = 48;
-
 // Before anything is known: a picture full of text takes about this at the first quantizer.
 constexpr int firstQuantizer = 21;
 constexpr double firstBitsPerMacroblock = 350;
+constexpr double predictionGain = 8; // how much less a changed macroblock costs than one of a keyframe
 
 constexpr double reserveSeconds = 4;
 constexpr double restingReserveSeconds = 1; // where spending and income balance
@@ -28,7 +25,8 @@ double scale(int quantizer)
 int quantizerFor(double cost, double bits)
 {
     const double ideal = 6 * std::log2(std::max(cost, 1.0) / std::max(bits, 1.0));
-    return std::clamp(static_cast<int>(std::lround(std::min(ideal, 60.0))), finestQuantizer, coarsestQuantizer);
+    return std::clamp(static_cast<int>(std::lround(std::min(ideal, 60.0))), RateController::finestQuantizer,
+        RateController::coarsestQuantizer);
 }
 
 // Follows the newest measurement fast, but not at once.
@@ -45,7 +43,7 @@ RateController::RateController(std::int64_t bitsPerSecond, int framesPerSecond, 
     , macroblockCount_(std::max(macroblockCount, 1))
     , reserve_(bitsPerSecond_ * restingReserveSeconds)
     , keyframeCost_(firstBitsPerMacroblock * scale(firstQuantizer))
-    , changeCost_(keyframeCost_ / 4)
+    , changeCost_(keyframeCost_ / predictionGain)
 {
 }
 
@@ -79,7 +77,8 @@ int RateController::quantizerOfPredicted() const
     const int quantizer = quantizerFor(cost * changedShare_ * macroblockCount_, bitsPerFrame_ * fill);
     if (isNewScene || !isMoving())
         return quantizer;
-    return std::clamp(quantizer, lastPredictedQuantizer_ - largestStep, lastPredictedQuantizer_ + largestStep);
+    // Half-way towards it, so that the quality of a moving picture does not tremble.
+    return lastPredictedQuantizer_ + std::clamp((quantizer - lastPredictedQuantizer_) / 2, -largestStep, largestStep);
 }
 
 void RateController::pictureEncoded(PictureKind kind, int quantizer, std::int64_t bits)
@@ -90,9 +89,11 @@ void RateController::pictureEncoded(PictureKind kind, int quantizer, std::int64_
     const double cost = spent * scale(quantizer) / macroblockCount_;
     if (kind == PictureKind::keyframe) {
         keyframeCost_ = blended(keyframeCost_, cost, 0.8);
+        if (lastPredictedQuantizer_ == 0)
+            changeCost_ = keyframeCost_ / predictionGain;
         return;
     }
-    changeCost_ = blended(changeCost_, cost / changedShare_, 0.25 + 0.5 * changedShare_ * (cost > changeCost_ ? 1 : 0));
+    changeCost_ = blended(changeCost_, cost / changedShare_, 0.25 + 0.5 * changedShare_);
     usualChangedShare_ = blended(usualChangedShare_, changedShare_, 0.2);
     lastPredictedQuantizer_ = quantizer;
 }

@@ -16,6 +16,10 @@ enum class PictureKind { keyframe, predicted };
 // is encoded: a quarter of the time of encoding it.
 class RateController {
 public:
+    // Finer than this a desktop looks no better and only costs bits.
+    static constexpr int finestQuantizer = 16;
+    static constexpr int coarsestQuantizer = 48;
+
     // `framesPerSecond` is the rate of a picture that moves all the time.
     RateController(std::int64_t bitsPerSecond, int framesPerSecond, int macroblockCount);
 

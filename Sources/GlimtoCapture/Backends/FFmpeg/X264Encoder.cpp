@@ -1,6 +1,7 @@
 #include "Backends/FFmpeg/X264Encoder.h"
 
 #include <algorithm>
+#include <cmath>
 #include <span>
 #include <thread>
 
@@ -25,11 +26,24 @@ int threadCount(const VideoEncodingSettings& settings)
     return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 4);
 }
 
+// With a constant quantizer x264 takes the one given with each picture, but only between those of its own
+// keyframes and B-frames: their distance from the middle has to span the whole range.
+void takeQuantizersFromCaller(x264_param_t& parameters)
+{
+    constexpr int middle = (RateController::finestQuantizer + RateController::coarsestQuantizer) / 2;
+    constexpr double stepsPerDoubling = 6;
+    parameters.rc.i_rc_method = X264_RC_CQP;
+    parameters.rc.i_qp_constant = middle;
+    parameters.rc.f_ip_factor
+        = static_cast<float>(std::exp2((middle - RateController::finestQuantizer) / stepsPerDoubling));
+    parameters.rc.f_pb_factor
+        = static_cast<float>(std::exp2((RateController::coarsestQuantizer - middle) / stepsPerDoubling));
+}
+
 // The superfast preset without what costs more than it brings on a screen: measured in Benchmarks/record.
 void chooseAnalysis(x264_param_t& parameters)
 {
-    parameters.rc.i_rc_method = X264_RC_CQP;
-    parameters.rc.i_qp_constant = 23; // each picture brings its own
+    takeQuantizersFromCaller(parameters);
     parameters.rc.i_aq_mode = X264_AQ_NONE;
     parameters.rc.b_mb_tree = 0;
     parameters.rc.i_lookahead = 0;

@@ -172,6 +172,10 @@ void X11TopLevels::remove(xcb_window_t window)
 
 void X11TopLevels::add(xcb_window_t window, const PixelRect& outline, int border)
 {
+    // This connection's own windows are never seen.
+    const xcb_setup_t* setup = xcb_get_setup(connection_.xcb());
+    if ((window & ~setup->resource_id_mask) == setup->resource_id_base)
+        return;
     remove(window);
     X11TopLevel topLevel;
     topLevel.window = window;
