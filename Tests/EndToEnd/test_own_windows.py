@@ -72,7 +72,8 @@ class OwnWindowTests(EndToEndCase):
         self.assert_shows(frames[0], "00ff00", 90, 80)
         self.assert_shows(frames[-1], "ffffff", 90, 80)
 
-    def test_own_window_opened_while_recording_is_hidden(self):
+    def test_further_window_of_the_own_application_is_hidden_when_it_opens_while_recording(self):
+        self.open_own(geometry="20x20+280+200")
         recording = self.start_recording("-d", "1.5", "--no-cursor")
         recording.wait_until_recording()
         time.sleep(0.4)
@@ -98,6 +99,24 @@ class OwnWindowTests(EndToEndCase):
         window = self.open_own()
         self.record("-d", "0.5", "--no-cursor", "--window-id", window.id)
         self.assert_shows(self.frames()[-1], OWN, 50, 40)
+
+
+class MinimisedOwnWindowTests(EndToEndCase):
+    def test_minimised_own_window_is_hidden_when_it_comes_back_while_recording(self):
+        self.start_screen("320x240")
+        self.start_window_manager()
+        self.start_painter().open("320x240+0+0", BEHIND, window_class="Desk")
+        window = self.start_painter().open("100x80+40+40", OWN, window_class="Glimto")
+        window.iconify()
+        recording = self.start_recording("-d", "1.5", "--no-cursor")
+        recording.wait_until_recording()
+        time.sleep(0.4)
+        window.map()
+        time.sleep(0.4)
+        self.assertEqual(window.place()[2:], (100, 80))
+        self.assertEqual(recording.finish().status, 0)
+        for frame in self.frames():
+            self.assert_shows(frame, BEHIND, 90, 80)
 
 
 if __name__ == "__main__":

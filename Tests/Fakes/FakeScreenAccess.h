@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "Platform/ScreenAccess.h"
 
@@ -15,6 +16,10 @@ public:
     std::optional<Point> askedPoint; // the last one displayIDAt() was asked for
 
     bool preflightScreenCaptureAccess() override { return granted; }
+    std::optional<std::string> screenCaptureObstacle() override
+    {
+        return granted ? std::nullopt : std::optional<std::string>("The screen is out of reach.");
+    }
     std::optional<Point> cursorLocation() override { return cursor; }
     std::optional<std::uint32_t> displayIDAt(Point point) override
     {

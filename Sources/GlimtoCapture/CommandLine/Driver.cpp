@@ -118,11 +118,11 @@ void Driver::recordAndPrint(const RecordOptions& options)
 void Driver::reportRecordingFailure(
     const std::exception_ptr& error, const std::optional<std::string>& recordingId)
 {
-    const auto permission
-        = ScreenCapturePermissionJSON::fromPreflight(services_.screen.preflightScreenCaptureAccess());
     const ErrorFacts facts = errorFacts(error);
+    // A permission that was missing brought its own code. Asking again now would blame the permission for
+    // a window system that went away.
     const auto code = ownCode(error).value_or(
-        GlimtoCaptureEventEmitter::errorCode(facts, permission, "recording_failed"));
+        GlimtoCaptureEventEmitter::errorCode(facts, std::nullopt, "recording_failed"));
     emitter_.emit({.kind = "recording_failed",
         .recordingId = recordingId,
         .error = GlimtoCaptureEventError(code, facts),

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "Platform/Geometry.h"
 
@@ -15,6 +16,9 @@ public:
 
     // Whether the screen may be captured by this process now.
     virtual bool preflightScreenCaptureAccess() = 0;
+
+    // What stands in the way of capturing the screen, as a sentence for the user; absent when nothing does.
+    virtual std::optional<std::string> screenCaptureObstacle() = 0;
 
     // Where the pointer is, in global display points.
     virtual std::optional<Point> cursorLocation() = 0;

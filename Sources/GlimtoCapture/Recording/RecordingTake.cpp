@@ -22,6 +22,8 @@ void RecordingTake::abandon() noexcept
         ignoringErrors([this] { stream->removeOutputs(); });
     if (writer)
         ignoringErrors([this] { writer->cancel(); });
+    if (directories)
+        directories->removeEmpty();
 }
 
 } // namespace glimto

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "Artifacts/OutputPlan.h"
+#include "Artifacts/TakeDirectories.h"
 #include "Content/PreparedCaptureSource.h"
 #include "Platform/CaptureStream.h"
 #include "Recording/ScreenCaptureOutput.h"
@@ -17,6 +19,7 @@ namespace glimto {
 // Stages of the end that hang own the stream and the writers together with this.
 struct RecordingTake {
     OutputPlan plan;
+    std::optional<TakeDirectories> directories; // set once the plan is prepared
     PreparedCaptureSource source;
     std::shared_ptr<SegmentedMP4Writer> writer;
     std::shared_ptr<ThumbnailWriter> thumbnailWriter;
@@ -24,7 +27,7 @@ struct RecordingTake {
     std::shared_ptr<CaptureStream> stream;
 
     // Ends a recording that failed: the stream's outputs go first, then the microphone, then the writer.
-    // Finished segments stay on the disk.
+    // Finished segments stay on the disk; directories that hold nothing go.
     void abandon() noexcept;
 };
 

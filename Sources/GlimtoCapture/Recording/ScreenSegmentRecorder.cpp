@@ -72,11 +72,13 @@ RecordingMetadataJSON ScreenSegmentRecorder::record(const RecordOptions& options
 
 void ScreenSegmentRecorder::requirePermission(std::string_view nextStage, RecordingProgress& progress)
 {
-    const bool isGranted = services_.screen.preflightScreenCaptureAccess();
-    progress.captureStarting(nextStage, isGranted);
-    if (!isGranted)
-        throw GlimtoCaptureLifecycleError(
-            "screen_permission_denied", "Screen Recording permission is not granted for glimto-capture.");
+    const auto obstacle = services_.screen.screenCaptureObstacle();
+    progress.captureStarting(nextStage, !obstacle);
+    if (!obstacle)
+        return;
+    outputs_.standardError.writeLine("warning: " + *obstacle);
+    throw GlimtoCaptureLifecycleError(
+        "screen_permission_denied", "Screen Recording permission is not granted for glimto-capture.");
 }
 
 void ScreenSegmentRecorder::prepare(
@@ -84,7 +86,9 @@ void ScreenSegmentRecorder::prepare(
 {
     requirePermission("shareable_content", progress);
     const auto content = ScreenCaptureShareableContent(services_.content).recordingSources();
+    const TakeDirectories directories(options.outputDirectory);
     take.plan = OutputPlan::prepare(options.outputDirectory, options.overwrite);
+    take.directories = directories;
     const CaptureSourceResolver resolver(services_.process, services_.screen, outputs_.standardError);
     take.source = resolver.resolve(content, options);
     // The geometry and the recorder of the input events are made here.

@@ -15,15 +15,16 @@ namespace {
 constexpr std::size_t pipeBufferBytes = 4096;
 
 // A driving program that stopped reading must not stop a recording for good, so a line that fits the
-// pipe is dropped after this long. Longer output is a document, whose reader may be a pager: it waits.
+// pipe is dropped after this long, and those after it at once until there is room again. Longer output
+// is a document, whose reader may be a pager: it waits.
 constexpr int patienceMilliseconds = 2000;
 
-bool waitUntilWritable(int descriptor, bool isDocument)
+bool waitUntilWritable(int descriptor, int milliseconds)
 {
     pollfd entry = {.fd = descriptor, .events = POLLOUT, .revents = 0};
     int result = 0;
     do {
-        result = ::poll(&entry, 1, isDocument ? -1 : patienceMilliseconds);
+        result = ::poll(&entry, 1, milliseconds);
     } while (result < 0 && errno == EINTR);
     return result > 0;
 }
@@ -35,9 +36,12 @@ void DescriptorLineOutput::writeLine(std::string_view line)
     std::string text(line);
     text += '\n';
     const std::lock_guard lock(mutex_);
+    const bool isDocument = text.size() > pipeBufferBytes;
     std::string_view rest = text;
     while (!rest.empty()) {
-        if (!waitUntilWritable(descriptor_, text.size() > pipeBufferBytes))
+        const int patience = readerHasStopped_ ? 0 : patienceMilliseconds;
+        readerHasStopped_ = !waitUntilWritable(descriptor_, isDocument ? -1 : patience);
+        if (readerHasStopped_)
             return;
         // Never more than the pipe has room for once it is writable, so that the write cannot block.
         const ssize_t written = ::write(descriptor_, rest.data(), std::min(rest.size(), pipeBufferBytes));

@@ -19,6 +19,7 @@ public:
 private:
     int descriptor_;
     std::mutex mutex_;
+    bool readerHasStopped_ = false;
 };
 
 } // namespace glimto

@@ -211,6 +211,7 @@ private:
             XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values.data());
         describe(window, windowClass, title, pid);
         keepPlace(window, geometry);
+        sizes_[window] = {static_cast<std::uint16_t>(geometry.width), static_cast<std::uint16_t>(geometry.height)};
         paint(window, picture);
         mapAndWait(window);
         return std::to_string(window);
@@ -363,8 +364,6 @@ private:
     {
         const std::array<std::uint32_t, 2> values = {wire(numberFrom(words)), wire(numberFrom(words))};
         xcb_configure_window(xcb_.get(), window, static_cast<std::uint16_t>(mask), values.data());
-        if (mask & XCB_CONFIG_WINDOW_WIDTH)
-            paint(window, pictures_[window]);
     }
 
     void raise(xcb_window_t window)
@@ -390,6 +389,7 @@ private:
     {
         clocks_.erase(window);
         pictures_.erase(window);
+        sizes_.erase(window);
         xcb_destroy_window(xcb_.get(), window);
     }
 
@@ -420,10 +420,10 @@ private:
             return;
         const auto& configured = reinterpret_cast<xcb_configure_notify_event_t&>(event);
         const auto size = std::pair(configured.width, configured.height);
-        const auto known = sizes_.try_emplace(configured.window, size);
-        const bool isResized = !known.second && known.first->second != size;
-        known.first->second = size;
-        if (isResized && pictures_.contains(configured.window) && !clocks_.contains(configured.window))
+        if (!pictures_.contains(configured.window) || sizes_[configured.window] == size)
+            return;
+        sizes_[configured.window] = size;
+        if (!clocks_.contains(configured.window))
             paint(configured.window, pictures_[configured.window]);
         xcb_flush(xcb_.get());
     }

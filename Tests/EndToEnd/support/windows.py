@@ -73,6 +73,9 @@ class Window:
     def iconify(self):
         return self.painter.ask("iconify", self.id)
 
+    def map(self):
+        return self.painter.ask("map", self.id)
+
     def unmap(self):
         return self.painter.ask("unmap", self.id)
 

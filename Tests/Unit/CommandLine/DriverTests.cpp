@@ -301,7 +301,16 @@ TEST_F(DriverTests, ARecordingWithoutPermissionSaysSo)
     EXPECT_EQ(documents().back()["error"]["code"], "screen_permission_denied");
     EXPECT_EQ(standardOutput.lines().back(), "GLIMTO_RECORDING_STATUS=failed");
     EXPECT_EQ(
-        standardError.text(), "error: Screen Recording permission is not granted for glimto-capture.\n");
+        standardError.text(), "warning: The screen is out of reach.\n"
+                              "error: Screen Recording permission is not granted for glimto-capture.\n");
+}
+
+TEST_F(DriverTests, AWindowSystemThatGoesAwayIsNotAMissingPermission)
+{
+    captureStreams.stream->startError
+        = std::make_exception_ptr(PlatformError("X11", 1004, "The connection to the X server was lost."));
+    EXPECT_EQ(record(), 1);
+    EXPECT_EQ(documents().back()["error"]["code"], "recording_failed");
 }
 
 TEST_F(DriverTests, AStreamThatTheUserDeclinedIsAMissingPermission)

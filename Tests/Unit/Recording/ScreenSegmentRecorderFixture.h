@@ -25,7 +25,13 @@ using Lines = std::vector<std::string>;
 // Grants the capture for the first questions only.
 class LimitedScreenAccess final : public ScreenAccess {
 public:
-    bool preflightScreenCaptureAccess() override { return grantedAnswers-- > 0; }
+    bool preflightScreenCaptureAccess() override { return !screenCaptureObstacle(); }
+    std::optional<std::string> screenCaptureObstacle() override
+    {
+        if (grantedAnswers-- > 0)
+            return std::nullopt;
+        return "The screen is out of reach.";
+    }
     std::optional<Point> cursorLocation() override { return std::nullopt; }
     std::optional<std::uint32_t> displayIDAt(Point) override { return std::nullopt; }
 

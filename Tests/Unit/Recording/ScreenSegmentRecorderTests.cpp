@@ -47,6 +47,13 @@ TEST_F(ScreenSegmentRecorderTests, ATimedRecordingTellsItsWholeStory)
     EXPECT_EQ(standardError.lines(), Lines());
 }
 
+TEST_F(ScreenSegmentRecorderTests, ARecordingThatCannotStartLeavesNoDirectoryBehind)
+{
+    options.displayIndex = 7;
+    EXPECT_THROW(record(), CLIError);
+    EXPECT_FALSE(std::filesystem::exists(root));
+}
+
 TEST_F(ScreenSegmentRecorderTests, ATakeHasAllItsFiles)
 {
     const auto metadata = record();

@@ -1,12 +1,14 @@
 #include "Support/DescriptorLineOutput.h"
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <future>
 #include <stdexcept>
 #include <string>
 #include <thread>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -37,6 +39,19 @@ protected:
         for (ssize_t count = 0; (count = ::read(readingEnd.get(), piece.data(), piece.size())) > 0;)
             text.append(piece.data(), static_cast<std::size_t>(count));
         return text;
+    }
+
+    // Leaves no room in the pipe; how many bytes it holds.
+    std::size_t fillPipe() const
+    {
+        const int flags = ::fcntl(writingEnd.get(), F_GETFL);
+        ::fcntl(writingEnd.get(), F_SETFL, flags | O_NONBLOCK);
+        const std::array<char, 4096> piece = {};
+        std::size_t filled = 0;
+        for (ssize_t count = 0; (count = ::write(writingEnd.get(), piece.data(), piece.size())) > 0;)
+            filled += static_cast<std::size_t>(count);
+        ::fcntl(writingEnd.get(), F_SETFL, flags);
+        return filled;
     }
 
     void (*previousHandler)(int);
@@ -94,6 +109,29 @@ TEST_F(DescriptorLineOutputTests, AReaderThatWentAwayIsNoError)
     readingEnd.close();
     DescriptorLineOutput output(writingEnd.get());
     EXPECT_NO_THROW(output.writeLine("nobody reads this"));
+}
+
+TEST_F(DescriptorLineOutputTests, AReaderThatStoppedHoldsUpOneLineOnly)
+{
+    fillPipe();
+    DescriptorLineOutput output(writingEnd.get());
+    output.writeLine("waited for");
+    const auto begin = std::chrono::steady_clock::now();
+    for (int line = 0; line < 10; ++line)
+        output.writeLine("dropped at once");
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+}
+
+TEST_F(DescriptorLineOutputTests, AReaderThatReadsAgainGetsTheNextLine)
+{
+    const std::size_t filled = fillPipe();
+    DescriptorLineOutput output(writingEnd.get());
+    output.writeLine("dropped");
+    std::string text(filled, ' ');
+    ASSERT_EQ(::read(readingEnd.get(), text.data(), text.size()), static_cast<ssize_t>(filled));
+    output.writeLine("seen");
+    writingEnd.close();
+    EXPECT_EQ(readAll(), "seen\n");
 }
 
 TEST_F(DescriptorLineOutputTests, AClosedDescriptorIsNoError)

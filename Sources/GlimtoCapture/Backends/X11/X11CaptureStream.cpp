@@ -142,7 +142,7 @@ void X11CaptureStream::grab(std::int64_t now)
 
 void X11CaptureStream::deliver(std::int64_t now, bool isNew)
 {
-    pacer_.didDeliver(now);
+    pacer_.didDeliver(now, isNew ? X11FramePacer::Delivery::newPicture : X11FramePacer::Delivery::repetition);
     if (!grabber_->picture())
         return;
     lastTime_ = std::max(now, lastTime_ + 1);

@@ -16,7 +16,7 @@ namespace glimto {
 // a thread of its own.
 //
 // The server says what has changed, so an unchanged screen costs two wake-ups a second, and with the
-// pointer shown one short question to the server per frame interval. Frames are complete pictures; their
+// pointer shown up to 15 short questions to the server as well. Frames are complete pictures; their
 // time is that at which they were asked for. Audio is not captured here.
 class X11CaptureStream : public CaptureStream {
 public:

@@ -8,8 +8,12 @@ namespace {
 
 constexpr std::int64_t repeatInterval = 500'000'000;
 
-// A little less than 1/60 s, so that points of a 60 Hz grid are not missed by their jitter.
+// A little less than 1/60 s and 1/15 s, so that points of a grid are not missed by their jitter.
 constexpr std::int64_t pollInterval = 16'000'000;
+constexpr std::int64_t restingPollInterval = 66'000'000;
+
+// How long nothing has to change for a screen to be at rest.
+constexpr std::int64_t timeToRest = 1'000'000'000;
 
 } // namespace
 
@@ -33,8 +37,10 @@ X11FramePacer::Step X11FramePacer::next(std::int64_t now, bool hasChanges)
         until = std::min(until, *changeDue_);
     }
     if (polling_ == PointerPolling::on) {
-        if (!pollDue_)
-            pollDue_ = grid_.pointAtOrAfter(std::max(now, lastTick_ + pollInterval));
+        if (!pollDue_) {
+            const bool isAtRest = now - lastNewPicture_ > timeToRest;
+            pollDue_ = grid_.pointAtOrAfter(std::max(now, lastTick_ + (isAtRest ? restingPollInterval : pollInterval)));
+        }
         if (now >= *pollDue_)
             return {Action::pollPointer, now};
         until = std::min(until, *pollDue_);
@@ -56,8 +62,10 @@ void X11FramePacer::didTick(std::int64_t now)
     pollDue_.reset();
 }
 
-void X11FramePacer::didDeliver(std::int64_t now)
+void X11FramePacer::didDeliver(std::int64_t now, Delivery delivery)
 {
+    if (delivery == Delivery::newPicture)
+        lastNewPicture_ = now;
     repeatDue_ = std::max(grid_.pointAtOrBefore(now + repeatInterval), grid_.pointAfter(now));
 }
 

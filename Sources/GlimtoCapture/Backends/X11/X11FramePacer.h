@@ -11,6 +11,9 @@ namespace glimto {
 //
 // Pictures are taken on the points of a grid that begins with the first one; points that pass meanwhile
 // are skipped, never made up for. While nothing changes, the last frame is repeated every half second.
+//
+// The pointer is polled at most 60 times a second, and 15 times once nothing has changed for a second:
+// a screen at rest is to cost next to nothing.
 class X11FramePacer {
 public:
     enum class PointerPolling { off, on };
@@ -28,14 +31,16 @@ public:
     // A picture was taken, or tried to, or the pointer polled.
     void didTick(std::int64_t now);
 
-    // A frame was delivered, new or repeated.
-    void didDeliver(std::int64_t now);
+    // A frame was delivered.
+    enum class Delivery { newPicture, repetition };
+    void didDeliver(std::int64_t now, Delivery delivery);
 
 private:
     FrameGrid grid_;
     PointerPolling polling_;
     bool hasBegun_ = false;
     std::int64_t lastTick_ = 0;
+    std::int64_t lastNewPicture_ = 0;
     std::int64_t repeatDue_ = 0;
     // Fixed when the need shows itself: the point after a later "now" would never come.
     std::optional<std::int64_t> changeDue_;

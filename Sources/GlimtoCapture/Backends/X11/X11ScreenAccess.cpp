@@ -25,12 +25,22 @@ template <typename Answer, typename Question> Answer answerOr(Answer otherwise, 
 
 bool X11ScreenAccess::preflightScreenCaptureAccess()
 {
-    return answerOr(false, [](X11Connection& connection) {
+    return !screenCaptureObstacle();
+}
+
+std::optional<std::string> X11ScreenAccess::screenCaptureObstacle()
+{
+    try {
+        const auto connection = X11Connection::open();
         constexpr auto allPlanes = std::numeric_limits<std::uint32_t>::max();
         const auto cookie = xcb_get_image(
-            connection.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection.root(), 0, 0, 1, 1, allPlanes);
-        return connection.reply<xcb_get_image_reply_t>(cookie) != nullptr;
-    });
+            connection->xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection->root(), 0, 0, 1, 1, allPlanes);
+        if (!connection->reply<xcb_get_image_reply_t>(cookie))
+            return "The X server does not let this program read the screen.";
+        return std::nullopt;
+    } catch (const std::exception& error) {
+        return error.what();
+    }
 }
 
 std::optional<Point> X11ScreenAccess::cursorLocation()

@@ -9,6 +9,7 @@ namespace glimto {
 class X11ScreenAccess final : public ScreenAccess {
 public:
     bool preflightScreenCaptureAccess() override;
+    std::optional<std::string> screenCaptureObstacle() override;
     std::optional<Point> cursorLocation() override;
     std::optional<std::uint32_t> displayIDAt(Point point) override;
 };

@@ -1,0 +1,29 @@
+#include "Artifacts/TakeDirectories.h"
+
+#include <system_error>
+
+#include "Artifacts/OutputPlan.h"
+
+namespace glimto {
+
+TakeDirectories::TakeDirectories(const std::filesystem::path& root)
+{
+    const OutputPlan plan = OutputPlan::forRoot(root);
+    missing_ = {plan.audioSegmentsDirectory, plan.videoSegmentsDirectory, plan.segmentsDirectory};
+    std::error_code ignored;
+    // With --overwrite an old take goes first, so what lies inside the root is new in any case.
+    for (auto path = plan.root; path.has_relative_path() && !std::filesystem::exists(path, ignored);
+         path = path.parent_path())
+        missing_.push_back(path);
+}
+
+void TakeDirectories::removeEmpty() const noexcept
+{
+    for (const auto& path : missing_) {
+        std::error_code ignored;
+        if (std::filesystem::is_directory(std::filesystem::symlink_status(path, ignored)))
+            std::filesystem::remove(path, ignored); // fails, as it should, when something lies in it
+    }
+}
+
+} // namespace glimto

@@ -1,0 +1,118 @@
+#include "Backends/FFmpeg/RateController.h"
+
+#include <cmath>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace glimto {
+namespace {
+
+constexpr int framesPerSecond = 30;
+constexpr int macroblocks = 8160; // 1920x1088
+constexpr std::int64_t bitsPerSecond = 7'776'000;
+
+// An encoder whose pictures need `cost` bits a changed macroblock at quantizer 0.
+class ModelEncoder {
+public:
+    double encode(PictureKind kind, int changed, double seconds, double cost)
+    {
+        lastQuantizer = controller.chooseQuantizer(kind, changed, seconds);
+        const double bits = cost * changed / std::exp2(lastQuantizer / 6.0);
+        controller.pictureEncoded(kind, lastQuantizer, std::llround(bits));
+        return bits;
+    }
+
+    // One second of moving pictures; the bits that they took.
+    double encodeMovingSecond(double cost)
+    {
+        double bits = 0;
+        for (int frame = 0; frame < framesPerSecond; ++frame)
+            bits += encode(PictureKind::predicted, macroblocks, 1.0 / framesPerSecond, cost);
+        return bits;
+    }
+
+    RateController controller{bitsPerSecond, framesPerSecond, macroblocks};
+    int lastQuantizer = 0;
+};
+
+TEST(RateControllerTests, MovingPictureKeepsToTheAverageBitRate)
+{
+    for (const double cost : {800.0, 2000.0, 5000.0}) {
+        ModelEncoder encoder;
+        encoder.encode(PictureKind::keyframe, macroblocks, 0, cost * 8);
+        for (int second = 0; second < 10; ++second)
+            encoder.encodeMovingSecond(cost);
+        double bits = 0;
+        for (int second = 0; second < 20; ++second)
+            bits += encoder.encodeMovingSecond(cost);
+        EXPECT_NEAR(bits / 20, bitsPerSecond, 0.1 * bitsPerSecond) << "cost " << cost;
+    }
+}
+
+TEST(RateControllerTests, EasyPictureIsNotMadeFinerThanCanBeSeen)
+{
+    ModelEncoder encoder;
+    encoder.encode(PictureKind::keyframe, macroblocks, 0, 100);
+    const double bits = encoder.encodeMovingSecond(10);
+    EXPECT_LE(encoder.lastQuantizer, RateController::finestQuantizer + 1);
+    EXPECT_LT(bits, bitsPerSecond);
+}
+
+TEST(RateControllerTests, QuantizerOfASteadySceneDoesNotTremble)
+{
+    ModelEncoder encoder;
+    encoder.encode(PictureKind::keyframe, macroblocks, 0, 24'000);
+    for (int second = 0; second < 10; ++second)
+        encoder.encodeMovingSecond(3000);
+    const int before = encoder.lastQuantizer;
+    for (int frame = 0; frame < 60; ++frame) {
+        encoder.encode(PictureKind::predicted, macroblocks, 1.0 / framesPerSecond, 3000);
+        EXPECT_LE(std::abs(encoder.lastQuantizer - before), 1);
+    }
+}
+
+TEST(RateControllerTests, SmallChangeOfADesktopIsFine)
+{
+    ModelEncoder encoder;
+    encoder.encode(PictureKind::keyframe, macroblocks, 0, 3000);
+    encoder.encode(PictureKind::predicted, 10, 0.05, 3000);
+    EXPECT_EQ(encoder.lastQuantizer, RateController::finestQuantizer);
+}
+
+TEST(RateControllerTests, NewSceneAfterARestIsCoarserThanASmallChange)
+{
+    ModelEncoder encoder;
+    encoder.encode(PictureKind::keyframe, macroblocks, 0, 40'000);
+    for (int frame = 0; frame < 30; ++frame)
+        encoder.encode(PictureKind::predicted, 10, 0.05, 3000);
+    encoder.encode(PictureKind::predicted, macroblocks, 0.05, 20'000);
+    EXPECT_GT(encoder.lastQuantizer, RateController::finestQuantizer + 4);
+}
+
+TEST(RateControllerTests, KeyframeWithinASceneStandsOutByLittle)
+{
+    ModelEncoder encoder;
+    encoder.encode(PictureKind::keyframe, macroblocks, 0, 40'000);
+    for (int second = 0; second < 5; ++second)
+        encoder.encodeMovingSecond(9000);
+    const int moving = encoder.lastQuantizer;
+    encoder.encode(PictureKind::keyframe, macroblocks, 1.0 / framesPerSecond, 40'000);
+    EXPECT_GE(encoder.lastQuantizer, moving - 4);
+    EXPECT_LE(encoder.lastQuantizer, moving + 2);
+}
+
+TEST(RateControllerTests, QuantizerStaysInItsRangeWhateverHappens)
+{
+    ModelEncoder encoder;
+    for (const double cost : {1e12, 0.0, 1e12, 1.0}) {
+        for (int frame = 0; frame < 100; ++frame) {
+            encoder.encode(frame % 50 == 0 ? PictureKind::keyframe : PictureKind::predicted, frame % 7 * 1000, 0.03, cost);
+            EXPECT_GE(encoder.lastQuantizer, RateController::finestQuantizer);
+            EXPECT_LE(encoder.lastQuantizer, RateController::coarsestQuantizer);
+        }
+    }
+}
+
+} // namespace
+} // namespace glimto
