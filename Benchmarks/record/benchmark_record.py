@@ -21,6 +21,8 @@ import sys
 import tempfile
 import time
 
+import picture_quality
+
 FRAMES_PER_SECOND = 30
 WIDTH, HEIGHT = 1920, 1080
 BIT_RATE = WIDTH * HEIGHT * FRAMES_PER_SECOND // 8
@@ -110,6 +112,15 @@ def size_of(folder):
     return sum(file.stat().st_size for file in folder.rglob("*.m4s"))
 
 
+def print_quality(build, folder):
+    playlists = {"ours": folder / "ours" / "segments" / "playlist.m3u8", "ffmpeg": folder / "ffmpeg" / "playlist.m3u8"}
+    for recorder, playlist in playlists.items():
+        numbers = picture_quality.picture_numbers(playlist)
+        ssim = picture_quality.similarity(playlist, numbers, build / "glimto-motion-scene", folder)
+        lost = picture_quality.lost_pictures(numbers)
+        print(f"         {recorder:7} SSIM {ssim:.4f}, {lost} of {numbers[-1] - numbers[0] + 1} pictures lost or doubled")
+
+
 def run_content(name, arguments, build, server, environment, folder):
     results = {"ffmpeg": [], "ours": []}
     with content(name, build, environment):
@@ -145,6 +156,8 @@ def main():
                   f" {GOALS[name]:6.2f} {ours['server'] * minute:7.2f} :{peer['server'] * minute:7.2f} {server_ratio:7.2f}"
                   f" {ours['peakMegabytes']:5.0f} :{peer['peakMegabytes']:5.0f} {ours['megabytes']:6.2f} :{peer['megabytes']:6.2f}",
                   flush=True)
+            if name == "motion":
+                print_quality(build, pathlib.Path(folder))
     if arguments.json:
         pathlib.Path(arguments.json).write_text(json.dumps(figures, indent=2) + "\n")
 

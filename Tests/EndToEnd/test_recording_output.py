@@ -177,5 +177,35 @@ class OverwriteTests(EndToEndCase):
         self.assertEqual((self.take / "notes.txt").read_text(), "mine")
 
 
+class RevealTests(EndToEndCase):
+    def tools(self, script):
+        folder = self.directory / "tools"
+        folder.mkdir()
+        tool = folder / "xdg-open"
+        tool.write_text("#!/bin/sh\n" + script)
+        tool.chmod(0o755)
+        return str(folder)
+
+    def reveal(self, path):
+        return self.record("-d", "0.3", "--reveal", PATH=path, DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent")
+
+    def test_finished_take_is_shown_in_the_file_manager(self):
+        self.start_screen()
+        output = self.reveal(self.tools(f'echo "$1" > {self.directory}/opened\n') + ":/usr/bin:/bin")
+        self.assertEqual(output.errors, "")
+        self.assertIn(str(self.directory), (self.directory / "opened").read_text())
+
+    def test_file_manager_that_fails_only_warns(self):
+        self.start_screen()
+        output = self.reveal(self.tools("exit 3\n") + ":/usr/bin:/bin")
+        self.assertEqual(output.errors, "Warning: Could not reveal file.\n")
+
+    def test_file_manager_that_is_missing_only_warns(self):
+        self.start_screen()
+        output = self.reveal(str(self.work / "nothing"))
+        self.assertEqual(len(output.error_lines), 1)
+        self.assertTrue(output.error_lines[0].startswith("Warning: Could not reveal file"))
+
+
 if __name__ == "__main__":
     unittest.main()

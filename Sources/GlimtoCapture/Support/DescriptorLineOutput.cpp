@@ -14,11 +14,6 @@ namespace {
 // What a pipe takes in one piece: a shorter line is written whole or not at all.
 constexpr std::size_t pipeBufferBytes = 4096;
 
-// A driving program that stopped reading must not stop a recording for good, so a line that fits the
-// pipe is dropped after this long, and those after it at once until there is room again. Longer output
-// is a document, whose reader may be a pager: it waits.
-constexpr int patienceMilliseconds = 2000;
-
 bool waitUntilWritable(int descriptor, int milliseconds)
 {
     pollfd entry = {.fd = descriptor, .events = POLLOUT, .revents = 0};
@@ -36,10 +31,13 @@ void DescriptorLineOutput::writeLine(std::string_view line)
     std::string text(line);
     text += '\n';
     const std::lock_guard lock(mutex_);
+    // A driving program that stopped reading must not stop a recording for good, so a line that fits the
+    // pipe is dropped after a while, and those after it at once until there is room again. Longer output
+    // is a document, whose reader may be a pager: it waits.
     const bool isDocument = text.size() > pipeBufferBytes;
     std::string_view rest = text;
     while (!rest.empty()) {
-        const int patience = readerHasStopped_ ? 0 : patienceMilliseconds;
+        const int patience = readerHasStopped_ ? 0 : static_cast<int>(patience_.count());
         readerHasStopped_ = !waitUntilWritable(descriptor_, isDocument ? -1 : patience);
         if (readerHasStopped_)
             return;

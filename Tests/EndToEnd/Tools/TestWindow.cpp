@@ -91,7 +91,8 @@ public:
             std::istringstream words(line);
             const std::string result = obey(words);
             sync();
-            return "ok " + std::to_string(before) + " " + std::to_string(now()) + (result.empty() ? "" : " " + result);
+            return "ok " + std::to_string(before) + " " + std::to_string(now())
+                + (result.empty() ? "" : " " + result);
         } catch (const std::exception& error) {
             return std::string("error ") + error.what();
         }
@@ -105,7 +106,8 @@ public:
         std::int64_t next = -1;
         for (const auto& [window, clock] : clocks_) {
             const std::int64_t left = clock.nextStep() - now();
-            next = next < 0 ? std::max<std::int64_t>(left, 0) : std::min(next, std::max<std::int64_t>(left, 0));
+            next = next < 0 ? std::max<std::int64_t>(left, 0)
+                            : std::min(next, std::max<std::int64_t>(left, 0));
         }
         return next < 0 ? -1 : static_cast<int>(next / 1'000'000);
     }
@@ -187,7 +189,9 @@ private:
     static Geometry geometryFrom(const std::string& text)
     {
         Geometry geometry;
-        if (std::sscanf(text.c_str(), "%dx%d%d%d", &geometry.width, &geometry.height, &geometry.x, &geometry.y) != 4)
+        if (std::sscanf(
+                text.c_str(), "%dx%d%d%d", &geometry.width, &geometry.height, &geometry.x, &geometry.y)
+            != 4)
             throw std::runtime_error("bad geometry " + text);
         return geometry;
     }
@@ -202,8 +206,8 @@ private:
         const std::string picture = wordFrom(words);
 
         const xcb_window_t window = xcb_generate_id(xcb_.get());
-        const std::array<std::uint32_t, 3> values = {screen_->black_pixel, overridesRedirect ? 1U : 0U,
-            XCB_EVENT_MASK_STRUCTURE_NOTIFY};
+        const std::array<std::uint32_t, 3> values
+            = {screen_->black_pixel, overridesRedirect ? 1U : 0U, XCB_EVENT_MASK_STRUCTURE_NOTIFY};
         xcb_create_window(xcb_.get(), XCB_COPY_FROM_PARENT, window, screen_->root,
             static_cast<std::int16_t>(geometry.x), static_cast<std::int16_t>(geometry.y),
             static_cast<std::uint16_t>(geometry.width), static_cast<std::uint16_t>(geometry.height), 0,
@@ -211,7 +215,8 @@ private:
             XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values.data());
         describe(window, windowClass, title, pid);
         keepPlace(window, geometry);
-        sizes_[window] = {static_cast<std::uint16_t>(geometry.width), static_cast<std::uint16_t>(geometry.height)};
+        sizes_[window]
+            = {static_cast<std::uint16_t>(geometry.width), static_cast<std::uint16_t>(geometry.height)};
         paint(window, picture);
         mapAndWait(window);
         return std::to_string(window);
@@ -246,8 +251,8 @@ private:
         setProperty(window, motif, motif, 32, motifHints.size(), motifHints.data());
     }
 
-    void setProperty(xcb_window_t window, xcb_atom_t name, xcb_atom_t type, std::uint8_t format, std::size_t count,
-        const void* data)
+    void setProperty(xcb_window_t window, xcb_atom_t name, xcb_atom_t type, std::uint8_t format,
+        std::size_t count, const void* data)
     {
         xcb_change_property(xcb_.get(), XCB_PROP_MODE_REPLACE, window, name, type, format,
             static_cast<std::uint32_t>(count), data);
@@ -258,7 +263,7 @@ private:
         const auto cookie
             = xcb_intern_atom(xcb_.get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
         const auto reply = owned(xcb_intern_atom_reply(xcb_.get(), cookie, nullptr));
-        return reply ? reply->atom : xcb_atom_t {XCB_ATOM_NONE};
+        return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
     }
 
     // A window manager that is only just starting may miss the first request.
@@ -323,8 +328,8 @@ private:
     xcb_pixmap_t makePixmap(xcb_window_t window, const Geometry& size)
     {
         const xcb_pixmap_t pixmap = xcb_generate_id(xcb_.get());
-        xcb_create_pixmap(xcb_.get(), screen_->root_depth, pixmap, window, static_cast<std::uint16_t>(size.width),
-            static_cast<std::uint16_t>(size.height));
+        xcb_create_pixmap(xcb_.get(), screen_->root_depth, pixmap, window,
+            static_cast<std::uint16_t>(size.width), static_cast<std::uint16_t>(size.height));
         return pixmap;
     }
 
@@ -336,7 +341,7 @@ private:
 
     void startClock(xcb_window_t window, int stepMilliseconds)
     {
-        clocks_[window] = {.start = now(), .step = std::int64_t {stepMilliseconds} * 1'000'000};
+        clocks_[window] = {.start = now(), .step = std::int64_t{stepMilliseconds} * 1'000'000};
         paintClock(window, clocks_[window]);
     }
 
@@ -354,8 +359,8 @@ private:
                 {static_cast<std::int16_t>(left), 0, static_cast<std::uint16_t>(right - left),
                     static_cast<std::uint16_t>(size.height)});
         }
-        xcb_copy_area(xcb_.get(), pixmap, window, graphics_, 0, 0, 0, 0, static_cast<std::uint16_t>(size.width),
-            static_cast<std::uint16_t>(size.height));
+        xcb_copy_area(xcb_.get(), pixmap, window, graphics_, 0, 0, 0, 0,
+            static_cast<std::uint16_t>(size.width), static_cast<std::uint16_t>(size.height));
         xcb_free_pixmap(xcb_.get(), pixmap);
         xcb_flush(xcb_.get());
     }
@@ -400,8 +405,8 @@ private:
         const auto place = owned(xcb_translate_coordinates_reply(xcb_.get(), cookie, nullptr));
         if (!place)
             throw std::runtime_error("no such window");
-        return std::to_string(place->dst_x) + " " + std::to_string(place->dst_y) + " " + std::to_string(size.width)
-            + " " + std::to_string(size.height);
+        return std::to_string(place->dst_x) + " " + std::to_string(place->dst_y) + " "
+            + std::to_string(size.width) + " " + std::to_string(size.height);
     }
 
     Geometry sizeOf(xcb_window_t window)

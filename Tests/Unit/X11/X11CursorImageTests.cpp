@@ -9,7 +9,7 @@ namespace {
 
 // A picture of 4x3 pixels of one grey.
 struct Picture {
-    static constexpr PixelSize size {4, 3};
+    static constexpr PixelSize size{4, 3};
     static constexpr std::size_t bytesPerRow = 20; // longer than the row
     std::vector<std::uint8_t> bytes = std::vector<std::uint8_t>(bytesPerRow * 3, 100);
 
@@ -31,7 +31,7 @@ TEST(X11CursorImageTests, AnOpaquePixelReplacesWhatIsThere)
 {
     Picture picture;
     onePixel(0xff102030).drawAt(1, 2, picture.bytes.data(), Picture::bytesPerRow, Picture::size);
-    EXPECT_EQ(picture.blueGreenRed(1, 2), (std::array<int, 3> {0x30, 0x20, 0x10}));
+    EXPECT_EQ(picture.blueGreenRed(1, 2), (std::array<int, 3>{0x30, 0x20, 0x10}));
     EXPECT_EQ(picture.blueGreenRed(0, 2), untouched);
     EXPECT_EQ(picture.blueGreenRed(2, 2), untouched);
 }
@@ -48,31 +48,29 @@ TEST(X11CursorImageTests, AHalfClearPixelIsMixed)
     Picture picture;
     // Half of white, premultiplied: 128 + 100 * 127 / 255.
     onePixel(0x80808080).drawAt(1, 1, picture.bytes.data(), Picture::bytesPerRow, Picture::size);
-    EXPECT_EQ(picture.blueGreenRed(1, 1), (std::array<int, 3> {178, 178, 178}));
+    EXPECT_EQ(picture.blueGreenRed(1, 1), (std::array<int, 3>{178, 178, 178}));
 }
 
 TEST(X11CursorImageTests, ThePixelThatPointsLiesAtThePosition)
 {
-    const X11CursorImage image {.size = {2, 2}, .hotspotX = 1, .hotspotY = 1, .pixels = {0, 0, 0, 0xff0000ff}};
+    const X11CursorImage image{.size = {2, 2}, .hotspotX = 1, .hotspotY = 1, .pixels = {0, 0, 0, 0xff0000ff}};
     Picture picture;
     image.drawAt(2, 1, picture.bytes.data(), Picture::bytesPerRow, Picture::size);
-    EXPECT_EQ(picture.blueGreenRed(2, 1), (std::array<int, 3> {255, 0, 0}));
-    EXPECT_EQ(image.rectAt(2, 1, Picture::size), (PixelRect {1, 0, 2, 2}));
+    EXPECT_EQ(picture.blueGreenRed(2, 1), (std::array<int, 3>{255, 0, 0}));
+    EXPECT_EQ(image.rectAt(2, 1, Picture::size), (PixelRect{1, 0, 2, 2}));
 }
 
 TEST(X11CursorImageTests, WhatSticksOutIsLeftOut)
 {
-    const X11CursorImage image {.size = {3, 3},
-        .hotspotX = 1,
-        .hotspotY = 1,
-        .pixels = std::vector<std::uint32_t>(9, 0xffffffff)};
+    const X11CursorImage image{
+        .size = {3, 3}, .hotspotX = 1, .hotspotY = 1, .pixels = std::vector<std::uint32_t>(9, 0xffffffff)};
     Picture picture;
     image.drawAt(0, 0, picture.bytes.data(), Picture::bytesPerRow, Picture::size);
     image.drawAt(4, 3, picture.bytes.data(), Picture::bytesPerRow, Picture::size);
-    EXPECT_EQ(image.rectAt(0, 0, Picture::size), (PixelRect {0, 0, 2, 2}));
-    EXPECT_EQ(image.rectAt(4, 3, Picture::size), (PixelRect {3, 2, 1, 1}));
-    EXPECT_EQ(picture.blueGreenRed(1, 1), (std::array<int, 3> {255, 255, 255}));
-    EXPECT_EQ(picture.blueGreenRed(3, 2), (std::array<int, 3> {255, 255, 255}));
+    EXPECT_EQ(image.rectAt(0, 0, Picture::size), (PixelRect{0, 0, 2, 2}));
+    EXPECT_EQ(image.rectAt(4, 3, Picture::size), (PixelRect{3, 2, 1, 1}));
+    EXPECT_EQ(picture.blueGreenRed(1, 1), (std::array<int, 3>{255, 255, 255}));
+    EXPECT_EQ(picture.blueGreenRed(3, 2), (std::array<int, 3>{255, 255, 255}));
     EXPECT_EQ(picture.blueGreenRed(2, 2), untouched);
     // The bytes beyond a row's end belong to nobody.
     EXPECT_EQ(picture.bytes[16], 100);

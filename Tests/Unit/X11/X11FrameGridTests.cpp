@@ -53,7 +53,7 @@ TEST(X11FrameGridTests, IntervalsInNanosecondsDoNotOverflow)
 
 TEST(X11FrameGridTests, AnIntervalThatIsNoTimeIsASixtiethOfASecond)
 {
-    const FrameGrid invalid(MediaTime {});
+    const FrameGrid invalid(MediaTime{});
     const FrameGrid zero({0, 30});
     EXPECT_EQ(invalid.pointAtOrAfter(1), 16'666'666);
     EXPECT_EQ(zero.pointAtOrAfter(1), 16'666'666);

@@ -48,17 +48,17 @@ TEST(X11PixelRectsTests, DistantGroupsAreNotBridged)
 
 TEST(X11PixelRectsTests, ContentOfTheSameShapeFillsThePicture)
 {
-    EXPECT_EQ(aspectFitRect({800, 600}, {400, 300}), (PixelRect {0, 0, 400, 300}));
+    EXPECT_EQ(aspectFitRect({800, 600}, {400, 300}), (PixelRect{0, 0, 400, 300}));
 }
 
 TEST(X11PixelRectsTests, WideContentGetsBarsAboveAndBelow)
 {
-    EXPECT_EQ(aspectFitRect({200, 100}, {100, 100}), (PixelRect {0, 25, 100, 50}));
+    EXPECT_EQ(aspectFitRect({200, 100}, {100, 100}), (PixelRect{0, 25, 100, 50}));
 }
 
 TEST(X11PixelRectsTests, NarrowContentGetsBarsAtTheSides)
 {
-    EXPECT_EQ(aspectFitRect({800, 600}, {1280, 720}), (PixelRect {160, 0, 960, 720}));
+    EXPECT_EQ(aspectFitRect({800, 600}, {1280, 720}), (PixelRect{160, 0, 960, 720}));
 }
 
 TEST(X11PixelRectsTests, ExtremeShapesKeepAtLeastOnePixel)
@@ -77,9 +77,9 @@ TEST(X11PixelRectsTests, OriginsAreMovedInside)
 
 TEST(X11PixelRectsTests, AnEmptyRectangleAddsNothingToBounds)
 {
-    EXPECT_EQ(boundingRect({}, {4, 5, 6, 7}), (PixelRect {4, 5, 6, 7}));
-    EXPECT_EQ(boundingRect({4, 5, 6, 7}, {}), (PixelRect {4, 5, 6, 7}));
-    EXPECT_EQ(boundingRect({0, 0, 1, 1}, {9, 9, 1, 1}), (PixelRect {0, 0, 10, 10}));
+    EXPECT_EQ(boundingRect({}, {4, 5, 6, 7}), (PixelRect{4, 5, 6, 7}));
+    EXPECT_EQ(boundingRect({4, 5, 6, 7}, {}), (PixelRect{4, 5, 6, 7}));
+    EXPECT_EQ(boundingRect({0, 0, 1, 1}, {9, 9, 1, 1}), (PixelRect{0, 0, 10, 10}));
 }
 
 } // namespace

@@ -13,7 +13,8 @@ struct Received {
 
     CaptureStream::Handlers handlers()
     {
-        return {.onFrame = [this](const VideoFrame&) { ++frames; }, .onStopped = [this](std::exception_ptr) { ++failures; }};
+        return {.onFrame = [this](const VideoFrame&) { ++frames; },
+            .onStopped = [this](std::exception_ptr) { ++failures; }};
     }
 };
 

@@ -26,7 +26,7 @@ std::unique_ptr<X11PictureSource> makeSource(
 {
     if (const auto* window = std::get_if<WindowContentFilter>(&filter.content))
         return std::make_unique<X11WindowPicture>(connection, window->window.windowID);
-    const PixelSize output {configuration.width, configuration.height};
+    const PixelSize output{configuration.width, configuration.height};
     const auto& content = std::get<DisplayContentFilter>(filter.content);
     if (!content.excludedApplications.empty())
         return std::make_unique<X11ComposedPicture>(connection, content, configuration.sourceRect, output);
@@ -62,9 +62,10 @@ void X11CaptureStream::start(Handlers handlers)
         throw PlatformError::posix("Could not start the capture", errno);
     connection_ = X11Connection::open();
     startPictureExtensions(*connection_);
-    grabber_ = std::make_unique<X11FrameGrabber>(*connection_, makeSource(*connection_, filter_, configuration_),
-        PixelSize {configuration_.width, configuration_.height}, std::max(1, configuration_.queueDepth),
-        configuration_.showsCursor);
+    grabber_
+        = std::make_unique<X11FrameGrabber>(*connection_, makeSource(*connection_, filter_, configuration_),
+            PixelSize{configuration_.width, configuration_.height}, std::max(1, configuration_.queueDepth),
+            configuration_.showsCursor);
     thread_ = std::thread([this] { run(); });
 }
 
@@ -163,7 +164,9 @@ void X11CaptureStream::waitUntil(std::int64_t deadline, bool forEvents)
     const std::int64_t left = std::max<std::int64_t>(0, deadline - hostTimeNanoseconds());
     const timespec timeout = {.tv_sec = left / nanosecondsPerSecond, .tv_nsec = left % nanosecondsPerSecond};
     std::array<pollfd, 2> entries = {{
-        {.fd = connection_->fileDescriptor(), .events = static_cast<short>(forEvents ? POLLIN : 0), .revents = 0},
+        {.fd = connection_->fileDescriptor(),
+            .events = static_cast<short>(forEvents ? POLLIN : 0),
+            .revents = 0},
         {.fd = wakeUp_.get(), .events = POLLIN, .revents = 0},
     }};
     connection_->flush();

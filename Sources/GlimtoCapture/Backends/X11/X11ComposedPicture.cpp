@@ -13,6 +13,11 @@ namespace {
 // not kept that.
 constexpr std::chrono::milliseconds timeToRepaint{100};
 
+// How far a compositing manager's shadows reach out of a window, in pixels, and how long it shows one
+// that is no longer there.
+constexpr int shadowMargin = 32;
+constexpr std::chrono::milliseconds fadingTime{500};
+
 std::int16_t coordinate(int value)
 {
     return static_cast<std::int16_t>(value);
@@ -37,7 +42,7 @@ void setRects(X11Connection& connection, xcb_xfixes_region_t region, const std::
 xcb_atom_t atom(X11Connection& connection, xcb_intern_atom_cookie_t cookie)
 {
     const auto reply = connection.reply<xcb_intern_atom_reply_t>(cookie);
-    return reply ? reply->atom : xcb_atom_t {XCB_ATOM_NONE};
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
 bool looksTheSame(const X11TopLevel& a, const X11TopLevel& b)
@@ -65,7 +70,7 @@ X11ComposedPicture::Layer::~Layer()
 void X11ComposedPicture::Layer::takePixmap()
 {
     if (picture != XCB_NONE)
-        xcb_render_free_picture(connection.xcb(), std::exchange(picture, xcb_render_picture_t {XCB_NONE}));
+        xcb_render_free_picture(connection.xcb(), std::exchange(picture, xcb_render_picture_t{XCB_NONE}));
     if (pixmap != XCB_NONE)
         xcb_free_pixmap(connection.xcb(), pixmap);
     pixmap = xcb_generate_id(connection.xcb());
@@ -85,12 +90,14 @@ X11ComposedPicture::X11ComposedPicture(X11Connection& connection, const DisplayC
     xcb_connection_t* xcb = connection_.xcb();
     const auto composite = xcb_composite_query_version(xcb, 0, 4);
     const auto render = xcb_render_query_version(xcb, 0, 11);
+    const auto compositor = xcb_intern_atom(xcb, false, 13, "_NET_WM_CM_S0");
     const auto rootPixmap = xcb_intern_atom(xcb, false, 13, "_XROOTPMAP_ID");
     const auto clientList = xcb_intern_atom(xcb, false, 16, "_NET_CLIENT_LIST");
     const auto stacking = xcb_intern_atom(xcb, false, 25, "_NET_CLIENT_LIST_STACKING");
     clientListStacking_ = atom(connection_, stacking);
     clientList_ = atom(connection_, clientList);
     rootPixmap_ = atom(connection_, rootPixmap);
+    compositor_ = atom(connection_, compositor);
     connection_.reply<xcb_render_query_version_reply_t>(render);
     connection_.reply<xcb_composite_query_version_reply_t>(composite);
     context_ = makeCopyContext(connection_, depth());
@@ -148,7 +155,8 @@ void X11ComposedPicture::handleRootProperty(const xcb_property_notify_event_t& e
 void X11ComposedPicture::update()
 {
     plain_.update();
-    if (mayBeArrangedAnew_ || arrangedLayout_ != plain_.layout())
+    if (mayBeArrangedAnew_ || arrangedLayout_ != plain_.layout()
+        || hiddenWindows_.hasExpired(std::chrono::steady_clock::now()))
         arrange();
 }
 
@@ -167,7 +175,9 @@ void X11ComposedPicture::arrange()
     applications_.forgetAllBut(all);
     applications_.learn(mapped);
 
-    auto hidden = hiddenRects();
+    const bool hasCompositor = isComposited();
+    auto hidden = hiddenWindows_.update(hiddenRects(hasCompositor ? shadowMargin : 0),
+        std::chrono::steady_clock::now(), hasCompositor ? fadingTime : std::chrono::milliseconds(0));
     setRedirected(!hidden.empty());
     if (hidden != hiddenRects_) {
         redrawHidden();
@@ -178,14 +188,24 @@ void X11ComposedPicture::arrange()
     takeLayers(hiddenRects_);
 }
 
-std::vector<PixelRect> X11ComposedPicture::hiddenRects() const
+bool X11ComposedPicture::isComposited()
+{
+    const auto owner = connection_.reply<xcb_get_selection_owner_reply_t>(
+        xcb_get_selection_owner(connection_.xcb(), compositor_));
+    return owner && owner->owner != XCB_WINDOW_NONE;
+}
+
+// What the hidden windows cover of the picture.
+std::vector<PixelRect> X11ComposedPicture::hiddenRects(int margin) const
 {
     std::vector<PixelRect> rects;
     const PixelRect& area = plain_.area();
     for (const auto& each : topLevels_.bottomToTop()) {
         if (!each.isMapped || !each.hasPicture || !applications_.hides(each.window))
             continue;
-        PixelRect rect = intersection(each.outline, area);
+        PixelRect rect = intersection({each.outline.x - margin, each.outline.y - margin,
+                                          each.outline.width + 2 * margin, each.outline.height + 2 * margin},
+            area);
         if (rect.isEmpty())
             continue;
         rect.x -= area.x;
@@ -201,10 +221,12 @@ void X11ComposedPicture::setRedirected(bool isRedirected)
         return;
     isRedirected_ = isRedirected;
     if (isRedirected) {
-        xcb_composite_redirect_subwindows(connection_.xcb(), connection_.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+        xcb_composite_redirect_subwindows(
+            connection_.xcb(), connection_.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
         readyAt_ = std::chrono::steady_clock::now() + timeToRepaint;
     } else {
-        xcb_composite_unredirect_subwindows(connection_.xcb(), connection_.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+        xcb_composite_unredirect_subwindows(
+            connection_.xcb(), connection_.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
         background_.forget();
     }
 }
@@ -224,7 +246,8 @@ void X11ComposedPicture::takeLayers(const std::vector<PixelRect>& hidden)
     bool isSame = true;
     for (const auto& each : topLevels_.bottomToTop()) {
         const bool isSeen = std::any_of(hidden.begin(), hidden.end(), [&](const PixelRect& rect) {
-            return !intersection(each.outline, {rect.x + area.x, rect.y + area.y, rect.width, rect.height}).isEmpty();
+            return !intersection(each.outline, {rect.x + area.x, rect.y + area.y, rect.width, rect.height})
+                        .isEmpty();
         });
         if (!isSeen || !each.isMapped || !each.hasPicture || applications_.hides(each.window))
             continue;
@@ -252,8 +275,10 @@ void X11ComposedPicture::takeLayers(const std::vector<PixelRect>& hidden)
 
 bool X11ComposedPicture::hasChanges() const
 {
-    return mayBeArrangedAnew_ || mustRedraw_ || plain_.hasChanges()
-        || std::any_of(layers_.begin(), layers_.end(), [](const auto& layer) { return layer->damage.isPending(); });
+    return mayBeArrangedAnew_ || mustRedraw_ || hiddenWindows_.hasExpired(std::chrono::steady_clock::now())
+        || plain_.hasChanges() || std::any_of(layers_.begin(), layers_.end(), [](const auto& layer) {
+               return layer->damage.isPending();
+           });
 }
 
 bool X11ComposedPicture::isReady() const
@@ -272,7 +297,8 @@ void X11ComposedPicture::requestChanges(xcb_xfixes_region_t changes)
             continue;
         const X11TopLevel& topLevel = layer->topLevel;
         layer->damage.requestTake(part_);
-        xcb_xfixes_translate_region(xcb, part_, coordinate(topLevel.outline.x + topLevel.border - plain_.area().x),
+        xcb_xfixes_translate_region(xcb, part_,
+            coordinate(topLevel.outline.x + topLevel.border - plain_.area().x),
             coordinate(topLevel.outline.y + topLevel.border - plain_.area().y));
         xcb_xfixes_intersect_region(xcb, part_, hidden_, part_);
         xcb_xfixes_union_region(xcb, changes, part_, changes);
@@ -309,11 +335,13 @@ void X11ComposedPicture::compose(xcb_pixmap_t target)
         if (layer->topLevel.depth != depth() && targetPicture == XCB_NONE) {
             readFormats();
             targetPicture = xcb_generate_id(xcb);
-            xcb_render_create_picture(xcb, targetPicture, target, format(connection_.screen().root_visual), 0, nullptr);
+            xcb_render_create_picture(
+                xcb, targetPicture, target, format(connection_.screen().root_visual), 0, nullptr);
         }
         if (layer->picture == XCB_NONE && layer->topLevel.depth != depth()) {
             layer->picture = xcb_generate_id(xcb);
-            xcb_render_create_picture(xcb, layer->picture, layer->pixmap, format(layer->topLevel.visual), 0, nullptr);
+            xcb_render_create_picture(
+                xcb, layer->picture, layer->pixmap, format(layer->topLevel.visual), 0, nullptr);
         }
         drawLayer(*layer, target, targetPicture);
     }
@@ -321,7 +349,8 @@ void X11ComposedPicture::compose(xcb_pixmap_t target)
         xcb_render_free_picture(xcb, targetPicture);
 }
 
-void X11ComposedPicture::drawLayer(const Layer& layer, xcb_pixmap_t target, xcb_render_picture_t targetPicture)
+void X11ComposedPicture::drawLayer(
+    const Layer& layer, xcb_pixmap_t target, xcb_render_picture_t targetPicture)
 {
     xcb_connection_t* xcb = connection_.xcb();
     const X11TopLevel& topLevel = layer.topLevel;
@@ -332,11 +361,13 @@ void X11ComposedPicture::drawLayer(const Layer& layer, xcb_pixmap_t target, xcb_
     // The window's own outline, which need not be a rectangle.
     xcb_xfixes_destroy_region(xcb, std::exchange(shape_, xcb_generate_id(xcb)));
     xcb_xfixes_create_region_from_window(xcb, shape_, topLevel.window, XCB_SHAPE_SK_BOUNDING);
-    xcb_xfixes_translate_region(xcb, shape_, coordinate(x + topLevel.border), coordinate(y + topLevel.border));
+    xcb_xfixes_translate_region(
+        xcb, shape_, coordinate(x + topLevel.border), coordinate(y + topLevel.border));
     xcb_xfixes_intersect_region(xcb, shape_, part_, shape_);
     if (layer.picture != XCB_NONE) {
         xcb_xfixes_set_picture_clip_region(xcb, targetPicture, shape_, 0, 0);
-        xcb_render_composite(xcb, XCB_RENDER_PICT_OP_OVER, layer.picture, XCB_NONE, targetPicture, 0, 0, 0, 0, x, y, width, height);
+        xcb_render_composite(xcb, XCB_RENDER_PICT_OP_OVER, layer.picture, XCB_NONE, targetPicture, 0, 0, 0, 0,
+            x, y, width, height);
         return;
     }
     // Stands if the window has vanished meanwhile and has no outline.

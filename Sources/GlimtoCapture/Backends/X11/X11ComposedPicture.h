@@ -8,6 +8,7 @@
 
 #include "Backends/X11/X11DisplayPicture.h"
 #include "Backends/X11/X11HiddenApplications.h"
+#include "Backends/X11/X11LingeringRects.h"
 #include "Backends/X11/X11RootBackground.h"
 #include "Backends/X11/X11TopLevels.h"
 
@@ -56,7 +57,8 @@ private:
 
     void handleRootProperty(const xcb_property_notify_event_t& event);
     void arrange();
-    std::vector<PixelRect> hiddenRects() const;
+    bool isComposited();
+    std::vector<PixelRect> hiddenRects(int margin) const;
     void takeLayers(const std::vector<PixelRect>& hidden);
     void setRedirected(bool isRedirected);
     void redrawHidden();
@@ -70,6 +72,7 @@ private:
     X11HiddenApplications applications_;
     X11TopLevels topLevels_;
     X11RootBackground background_;
+    xcb_atom_t compositor_ = XCB_ATOM_NONE; // the selection that a compositing manager owns
     xcb_atom_t rootPixmap_ = XCB_ATOM_NONE;
     xcb_atom_t clientList_ = XCB_ATOM_NONE;
     xcb_atom_t clientListStacking_ = XCB_ATOM_NONE;
@@ -80,6 +83,7 @@ private:
     bool isRedirected_ = false;
     std::uint64_t arrangedLayout_ = 0;
     std::chrono::steady_clock::time_point readyAt_;
+    X11LingeringRects hiddenWindows_;
     std::vector<PixelRect> hiddenRects_; // in picture coordinates
     std::vector<std::unique_ptr<Layer>> layers_; // bottom to top
 

@@ -27,13 +27,17 @@ PixelRect X11CursorImage::rectAt(int x, int y, PixelSize picture) const
     return intersection({x - hotspotX, y - hotspotY, size.width, size.height}, wholeOf(picture));
 }
 
-void X11CursorImage::drawAt(int x, int y, std::uint8_t* bytes, std::size_t bytesPerRow, PixelSize picture) const
+void X11CursorImage::drawAt(
+    int x, int y, std::uint8_t* bytes, std::size_t bytesPerRow, PixelSize picture) const
 {
     const PixelRect rect = rectAt(x, y, picture);
     for (int row = rect.y; row < rect.y + rect.height; ++row) {
-        const auto sourceRow = static_cast<std::size_t>(row - (y - hotspotY)) * static_cast<std::size_t>(size.width);
-        const std::uint32_t* source = pixels.data() + sourceRow + static_cast<std::size_t>(rect.x - (x - hotspotX));
-        std::uint8_t* target = bytes + static_cast<std::size_t>(row) * bytesPerRow + 4 * static_cast<std::size_t>(rect.x);
+        const auto sourceRow
+            = static_cast<std::size_t>(row - (y - hotspotY)) * static_cast<std::size_t>(size.width);
+        const std::uint32_t* source
+            = pixels.data() + sourceRow + static_cast<std::size_t>(rect.x - (x - hotspotX));
+        std::uint8_t* target
+            = bytes + static_cast<std::size_t>(row) * bytesPerRow + 4 * static_cast<std::size_t>(rect.x);
         for (int column = 0; column < rect.width; ++column, target += 4) {
             // A pixel without alpha may still add light: only an all-zero one changes nothing.
             if (source[column] != 0)

@@ -115,8 +115,8 @@ void X11DisplayPicture::requestChanges(xcb_xfixes_region_t changes)
 {
     damage_.requestTake(changes);
     if (area_.x != 0 || area_.y != 0) {
-        xcb_xfixes_translate_region(
-            connection_.xcb(), changes, static_cast<std::int16_t>(-area_.x), static_cast<std::int16_t>(-area_.y));
+        xcb_xfixes_translate_region(connection_.xcb(), changes, static_cast<std::int16_t>(-area_.x),
+            static_cast<std::int16_t>(-area_.y));
     }
     xcb_xfixes_intersect_region(connection_.xcb(), changes, bounds_, changes);
 }

@@ -12,7 +12,8 @@ class X11DisplayPicture : public X11PictureSource {
 public:
     // `sourceRect` is in points of the display; its origin is rounded and moved so that a piece of size
     // `output` lies inside the display. Throws sourceGone when the display is not connected.
-    X11DisplayPicture(X11Connection& connection, std::uint32_t displayID, std::optional<Rect> sourceRect, PixelSize output);
+    X11DisplayPicture(
+        X11Connection& connection, std::uint32_t displayID, std::optional<Rect> sourceRect, PixelSize output);
     ~X11DisplayPicture() override;
 
     PixelSize size() const override { return {area_.width, area_.height}; }
@@ -23,7 +24,7 @@ public:
     bool hasChanges() const override { return geometryMayHaveChanged_ || damage_.isPending(); }
     void requestChanges(xcb_xfixes_region_t changes) override;
     void requestCopy(xcb_pixmap_t target, xcb_xfixes_region_t clip) override;
-    std::optional<Place> place() const override { return Place {connection_.root(), area_.x, area_.y}; }
+    std::optional<Place> place() const override { return Place{connection_.root(), area_.x, area_.y}; }
 
     // What is captured, in coordinates of the root window.
     const PixelRect& area() const { return area_; }

@@ -208,7 +208,7 @@ void X11FrameGrabber::reject(X11Canvas& canvas)
 
 void X11FrameGrabber::addCursorChange(PixelSize size)
 {
-    const PixelRect rect = source_->place() ? cursor_->rect(size) : PixelRect {};
+    const PixelRect rect = source_->place() ? cursor_->rect(size) : PixelRect{};
     if (cursor_->state() == drawnCursor_ && rect == drawnCursorRect_)
         return;
     for (const PixelRect& each : {drawnCursorRect_, rect}) {

@@ -9,7 +9,7 @@ constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 } // namespace
 
 FrameGrid::FrameGrid(MediaTime interval)
-    : interval_(interval.isValid() && interval.value > 0 ? interval : MediaTime {1, 60})
+    : interval_(interval.isValid() && interval.value > 0 ? interval : MediaTime{1, 60})
 {
 }
 
@@ -33,7 +33,8 @@ std::int64_t FrameGrid::indexAtOrAfter(std::int64_t nanoseconds) const
 {
     if (nanoseconds <= origin_)
         return 0;
-    const double seconds = static_cast<double>(nanoseconds - origin_) / static_cast<double>(nanosecondsPerSecond);
+    const double seconds
+        = static_cast<double>(nanoseconds - origin_) / static_cast<double>(nanosecondsPerSecond);
     auto index = static_cast<std::int64_t>(
         seconds * static_cast<double>(interval_.timescale) / static_cast<double>(interval_.value));
     // The quotient is inexact by at most a few units.

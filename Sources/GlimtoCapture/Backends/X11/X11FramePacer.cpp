@@ -39,7 +39,8 @@ X11FramePacer::Step X11FramePacer::next(std::int64_t now, bool hasChanges)
     if (polling_ == PointerPolling::on) {
         if (!pollDue_) {
             const bool isAtRest = now - lastNewPicture_ > timeToRest;
-            pollDue_ = grid_.pointAtOrAfter(std::max(now, lastTick_ + (isAtRest ? restingPollInterval : pollInterval)));
+            pollDue_ = grid_.pointAtOrAfter(
+                std::max(now, lastTick_ + (isAtRest ? restingPollInterval : pollInterval)));
         }
         if (now >= *pollDue_)
             return {Action::pollPointer, now};

@@ -41,7 +41,7 @@ std::shared_ptr<const PixelBuffer> X11FramePool::lease(X11Canvas& canvas)
     memory->leases.fetch_add(1, std::memory_order_relaxed);
     std::shared_ptr<const void> storage(static_cast<const void*>(memory->bytes()),
         [memory](const void*) { memory->leases.fetch_sub(1, std::memory_order_release); });
-    return std::make_shared<const PixelBuffer>(PixelBuffer {.width = canvas.size().width,
+    return std::make_shared<const PixelBuffer>(PixelBuffer{.width = canvas.size().width,
         .height = canvas.size().height,
         .bytesPerRow = canvas.bytesPerRow(),
         .bytes = memory->bytes(),

@@ -47,7 +47,8 @@ void X11HiddenApplications::learn(std::span<const xcb_window_t> topLevels)
     for (std::size_t index = 0; index < clues.size(); ++index) {
         for (auto& client : found) {
             if (client.window == clues[index].window)
-                client.isHidden = owners[index] && isExcluded(*owners[index]) && !excepted_.contains(client.window);
+                client.isHidden
+                    = owners[index] && isExcluded(*owners[index]) && !excepted_.contains(client.window);
         }
     }
     for (std::size_t index = 0; index < unknown.size(); ++index)
@@ -56,7 +57,8 @@ void X11HiddenApplications::learn(std::span<const xcb_window_t> topLevels)
 
 // For each top-level the window inside that its application made: the one that the window manager has
 // marked, else the first with a class (a frame is mapped before its client is marked), else itself.
-std::vector<X11HiddenApplications::Client> X11HiddenApplications::clients(std::span<const xcb_window_t> topLevels)
+std::vector<X11HiddenApplications::Client> X11HiddenApplications::clients(
+    std::span<const xcb_window_t> topLevels)
 {
     struct Asked {
         std::size_t index;
@@ -77,7 +79,8 @@ std::vector<X11HiddenApplications::Client> X11HiddenApplications::clients(std::s
         }
         std::vector<Asked> next;
         for (const auto& each : level) {
-            const bool isClient = X11Property::receive(connection_, each.state).firstNumber().value_or(0) != 0;
+            const bool isClient
+                = X11Property::receive(connection_, each.state).firstNumber().value_or(0) != 0;
             const bool hasClass = !X11Property::receive(connection_, each.windowClass).bytes().empty();
             const auto tree = connection_.reply<xcb_query_tree_reply_t>(each.tree);
             Client& client = result[each.index];

@@ -48,11 +48,13 @@ xcb_gcontext_t makeCopyContext(X11Connection& connection, std::uint8_t depth)
     return context;
 }
 
-void requirePixelFormat(const X11Connection& connection, std::uint8_t depth, xcb_visualid_t visual, const char* what)
+void requirePixelFormat(
+    const X11Connection& connection, std::uint8_t depth, xcb_visualid_t visual, const char* what)
 {
     const std::string subject = what;
     if (depth != 24 && depth != 32) {
-        throw x11Error(X11Failure::unsupportedVisual, subject + " has " + std::to_string(depth)
+        throw x11Error(X11Failure::unsupportedVisual,
+            subject + " has " + std::to_string(depth)
                 + "-bit colour, which cannot be captured. Switch it to 24-bit colour.");
     }
     const xcb_setup_t* setup = xcb_get_setup(connection.xcb());
@@ -62,7 +64,8 @@ void requirePixelFormat(const X11Connection& connection, std::uint8_t depth, xcb
             bitsPerPixel = format.data->bits_per_pixel;
     }
     bool hasKnownMasks = false;
-    for (auto each = xcb_screen_allowed_depths_iterator(&connection.screen()); each.rem > 0; xcb_depth_next(&each)) {
+    for (auto each = xcb_screen_allowed_depths_iterator(&connection.screen()); each.rem > 0;
+         xcb_depth_next(&each)) {
         for (auto type = xcb_depth_visuals_iterator(each.data); type.rem > 0; xcb_visualtype_next(&type)) {
             if (type.data->visual_id == visual)
                 hasKnownMasks = type.data->red_mask == 0xff0000 && type.data->green_mask == 0xff00
@@ -71,8 +74,9 @@ void requirePixelFormat(const X11Connection& connection, std::uint8_t depth, xcb
     }
     if (bitsPerPixel != 32 || !hasKnownMasks || setup->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) {
         throw x11Error(X11Failure::unsupportedVisual,
-            subject + " stores its pixels in a format that cannot be captured (not 32 bits a pixel in the order "
-                      "blue, green, red).");
+            subject
+                + " stores its pixels in a format that cannot be captured (not 32 bits a pixel in the order "
+                  "blue, green, red).");
     }
 }
 

@@ -86,7 +86,8 @@ xcb_gcontext_t makeCopyContext(X11Connection& connection, std::uint8_t depth);
 
 // Throws unsupportedVisual unless pixels are 32 bits with 8 bits each of blue, green and red, in this
 // order of bytes. `what` begins the message: "The X display".
-void requirePixelFormat(const X11Connection& connection, std::uint8_t depth, xcb_visualid_t visual, const char* what);
+void requirePixelFormat(
+    const X11Connection& connection, std::uint8_t depth, xcb_visualid_t visual, const char* what);
 
 // Starts the extensions that sources and canvases need. Throws missingExtension.
 void startPictureExtensions(X11Connection& connection);

@@ -57,8 +57,10 @@ PixelRect aspectFitRect(PixelSize content, PixelSize picture)
 {
     const bool widthDecides = static_cast<std::int64_t>(content.width) * picture.height
         >= static_cast<std::int64_t>(content.height) * picture.width;
-    const int width = widthDecides ? picture.width : std::max(1, scaled(content.width, picture.height, content.height));
-    const int height = widthDecides ? std::max(1, scaled(content.height, picture.width, content.width)) : picture.height;
+    const int width
+        = widthDecides ? picture.width : std::max(1, scaled(content.width, picture.height, content.height));
+    const int height
+        = widthDecides ? std::max(1, scaled(content.height, picture.width, content.width)) : picture.height;
     return {(picture.width - width) / 2, (picture.height - height) / 2, width, height};
 }
 

@@ -15,7 +15,10 @@ struct PixelSize {
     friend bool operator==(const PixelSize&, const PixelSize&) = default;
 };
 
-inline PixelRect wholeOf(PixelSize size) { return {0, 0, size.width, size.height}; }
+inline PixelRect wholeOf(PixelSize size)
+{
+    return {0, 0, size.width, size.height};
+}
 
 // The smallest rectangle that contains both; an empty one counts as nothing.
 PixelRect boundingRect(const PixelRect& a, const PixelRect& b);

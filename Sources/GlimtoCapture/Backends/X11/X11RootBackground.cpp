@@ -35,9 +35,11 @@ xcb_pixmap_t X11RootBackground::pixmap(PixelSize rootSize)
     const std::uint32_t values[] = {XCB_BACK_PIXMAP_PARENT_RELATIVE, 1};
     xcb_create_window(xcb, XCB_COPY_FROM_PARENT, window, connection_.root(), 0, 0,
         static_cast<std::uint16_t>(rootSize.width), static_cast<std::uint16_t>(rootSize.height), 0,
-        XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT, values);
+        XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT,
+        values);
     if (connection_.hasExtension(xcb_shape_id))
-        xcb_shape_rectangles(xcb, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, window, 0, 0, 0, nullptr);
+        xcb_shape_rectangles(
+            xcb, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED, window, 0, 0, 0, nullptr);
     xcb_composite_redirect_window(xcb, window, XCB_COMPOSITE_REDIRECT_MANUAL);
     const std::uint32_t below = XCB_STACK_MODE_BELOW;
     xcb_configure_window(xcb, window, XCB_CONFIG_WINDOW_STACK_MODE, &below);

@@ -53,7 +53,9 @@ std::shared_ptr<X11SharedMemory> X11SharedMemory::make(X11Connection& connection
         return makePlain(size);
     const auto version
         = connection.reply<xcb_shm_query_version_reply_t>(xcb_shm_query_version(connection.xcb()));
-    const bool takesDescriptors = version && std::pair(version->major_version, version->minor_version) >= std::pair<std::uint16_t, std::uint16_t>(1, 2);
+    const bool takesDescriptors = version
+        && std::pair(version->major_version, version->minor_version)
+            >= std::pair<std::uint16_t, std::uint16_t>(1, 2);
     std::shared_ptr<X11SharedMemory> memory;
     if (takesDescriptors)
         memory = makeByDescriptor(connection, size);
@@ -70,7 +72,8 @@ std::shared_ptr<X11SharedMemory> X11SharedMemory::makePlain(std::size_t size)
     return std::shared_ptr<X11SharedMemory>(new X11SharedMemory(Kind::mapped, bytes, size));
 }
 
-std::shared_ptr<X11SharedMemory> X11SharedMemory::makeByDescriptor(X11Connection& connection, std::size_t size)
+std::shared_ptr<X11SharedMemory> X11SharedMemory::makeByDescriptor(
+    X11Connection& connection, std::size_t size)
 {
     FileDescriptor file(memfd_create("glimto-picture", MFD_CLOEXEC));
     if (!file || ftruncate(file.get(), static_cast<off_t>(size)) != 0)
@@ -100,7 +103,8 @@ std::shared_ptr<X11SharedMemory> X11SharedMemory::makeSystemV(X11Connection& con
     if (address != reinterpret_cast<void*>(-1)) {
         memory.reset(new X11SharedMemory(Kind::systemV, static_cast<std::uint8_t*>(address), size));
         const xcb_shm_seg_t segment = xcb_generate_id(connection.xcb());
-        if (connection.check(xcb_shm_attach_checked(connection.xcb(), segment, static_cast<std::uint32_t>(id), false)))
+        if (connection.check(
+                xcb_shm_attach_checked(connection.xcb(), segment, static_cast<std::uint32_t>(id), false)))
             memory.reset();
         else
             memory->segment_ = segment;

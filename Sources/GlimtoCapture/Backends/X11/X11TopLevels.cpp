@@ -59,8 +59,8 @@ void X11TopLevels::update()
         topLevel.isKnown = true;
         // Windows of the server itself are the compositing overlay and the screen saver.
         const bool isServers = (topLevel.window & ~xcb_get_setup(connection_.xcb())->resource_id_mask) == 0;
-        topLevel.hasPicture = attributes && geometry && !isServers
-            && attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
+        topLevel.hasPicture
+            = attributes && geometry && !isServers && attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
         if (!topLevel.hasPicture)
             continue;
         topLevel.visual = attributes->visual;
@@ -81,7 +81,8 @@ X11TopLevels::Change X11TopLevels::handle(const xcb_generic_event_t& event)
     case XCB_CREATE_NOTIFY: {
         const auto& created = reinterpret_cast<const xcb_create_notify_event_t&>(event);
         if (created.parent == connection_.root())
-            add(created.window, outlineOf(created.x, created.y, created.width, created.height, created.border_width),
+            add(created.window,
+                outlineOf(created.x, created.y, created.width, created.height, created.border_width),
                 created.border_width);
         return Change::none;
     }
@@ -113,7 +114,8 @@ X11TopLevels::Change X11TopLevels::handle(const xcb_generic_event_t& event)
         if (X11TopLevel* topLevel = find(circulated.window)) {
             const X11TopLevel moved = *topLevel;
             remove(moved.window);
-            topLevels_.insert(circulated.place == XCB_PLACE_ON_TOP ? topLevels_.end() : topLevels_.begin(), moved);
+            topLevels_.insert(
+                circulated.place == XCB_PLACE_ON_TOP ? topLevels_.end() : topLevels_.begin(), moved);
             return Change::arrangement;
         }
         return Change::none;
@@ -160,8 +162,8 @@ X11TopLevels::Change X11TopLevels::handleConfigure(const xcb_configure_notify_ev
 
 X11TopLevel* X11TopLevels::find(xcb_window_t window)
 {
-    const auto found = std::find_if(topLevels_.begin(), topLevels_.end(),
-        [&](const X11TopLevel& each) { return each.window == window; });
+    const auto found = std::find_if(
+        topLevels_.begin(), topLevels_.end(), [&](const X11TopLevel& each) { return each.window == window; });
     return found == topLevels_.end() ? nullptr : &*found;
 }
 

@@ -12,6 +12,10 @@ namespace glimto {
 
 namespace {
 
+// How long the window gets to draw what others have covered up to now: the server has not kept that,
+// and has put what covered it there instead.
+constexpr std::chrono::milliseconds timeToRepaint{30};
+
 constexpr char frameExtentsName[] = "_GTK_FRAME_EXTENTS";
 
 PlatformError windowGone()
@@ -27,8 +31,8 @@ PixelRect contentOf(PixelSize size, const xcb_get_property_reply_t* extents)
         numbers = {static_cast<const std::uint32_t*>(xcb_get_property_value(extents)),
             static_cast<std::size_t>(xcb_get_property_value_length(extents)) / sizeof(std::uint32_t)};
     }
-    const Rect inner = withoutShadow(
-        {0, 0, static_cast<double>(size.width), static_cast<double>(size.height)}, numbers);
+    const Rect inner
+        = withoutShadow({0, 0, static_cast<double>(size.width), static_cast<double>(size.height)}, numbers);
     return {static_cast<int>(std::lround(inner.x)), static_cast<int>(std::lround(inner.y)),
         static_cast<int>(std::lround(inner.width)), static_cast<int>(std::lround(inner.height))};
 }
@@ -56,7 +60,8 @@ X11WindowPicture::X11WindowPicture(X11Connection& connection, xcb_window_t windo
     if (!geometry || !attributes)
         throw windowGone();
     if (attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY)
-        throw x11Error(X11Failure::unsupportedVisual, "The window to capture has no picture: it only takes input.");
+        throw x11Error(
+            X11Failure::unsupportedVisual, "The window to capture has no picture: it only takes input.");
     requirePixelFormat(connection_, geometry->depth, attributes->visual, "The window to capture");
     depth_ = geometry->depth;
     if (extents)
@@ -68,6 +73,7 @@ X11WindowPicture::X11WindowPicture(X11Connection& connection, xcb_window_t windo
     xcb_xfixes_create_region(xcb, bounds_, 0, nullptr);
     // From here on the window has all of its contents in memory of its own.
     xcb_composite_redirect_window(xcb, window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+    readyAt_ = std::chrono::steady_clock::now() + timeToRepaint;
     takePixmap();
 }
 
@@ -121,7 +127,7 @@ void X11WindowPicture::handleVisibility(const xcb_visibility_notify_event_t& eve
 void X11WindowPicture::handleConfigure(const xcb_configure_notify_event_t& event)
 {
     if (event.window == window_
-        && (PixelSize {event.width, event.height} != windowSize_ || event.border_width != border_))
+        && (PixelSize{event.width, event.height} != windowSize_ || event.border_width != border_))
         mayHaveNewPixmap_ = true;
 }
 
@@ -179,16 +185,16 @@ void X11WindowPicture::requestCopy(xcb_pixmap_t target, xcb_xfixes_region_t clip
     if (pixmap_ == XCB_NONE)
         return;
     xcb_xfixes_set_gc_clip_region(connection_.xcb(), context_, clip, 0, 0);
-    xcb_copy_area(connection_.xcb(), pixmap_, target, context_, static_cast<std::int16_t>(border_ + content_.x),
-        static_cast<std::int16_t>(border_ + content_.y), 0, 0, static_cast<std::uint16_t>(content_.width),
-        static_cast<std::uint16_t>(content_.height));
+    xcb_copy_area(connection_.xcb(), pixmap_, target, context_,
+        static_cast<std::int16_t>(border_ + content_.x), static_cast<std::int16_t>(border_ + content_.y), 0,
+        0, static_cast<std::uint16_t>(content_.width), static_cast<std::uint16_t>(content_.height));
 }
 
 std::optional<X11PictureSource::Place> X11WindowPicture::place() const
 {
     if (!isShown_)
         return std::nullopt;
-    return Place {window_, content_.x, content_.y};
+    return Place{window_, content_.x, content_.y};
 }
 
 } // namespace glimto

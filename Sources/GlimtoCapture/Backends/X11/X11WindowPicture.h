@@ -19,6 +19,7 @@ public:
     void handle(const xcb_generic_event_t& event) override;
     void update() override;
     bool hasChanges() const override { return isGone_ || mayHaveNewPixmap_ || damage_.isPending(); }
+    bool isReady() const override { return std::chrono::steady_clock::now() >= readyAt_; }
     void requestChanges(xcb_xfixes_region_t changes) override;
     void requestCopy(xcb_pixmap_t target, xcb_xfixes_region_t clip) override;
     std::optional<Place> place() const override;
@@ -42,6 +43,7 @@ private:
     xcb_pixmap_t pixmap_ = XCB_NONE; // the window with its border; stays when the window is hidden
     xcb_gcontext_t context_ = XCB_NONE;
     xcb_xfixes_region_t bounds_ = XCB_NONE;
+    std::chrono::steady_clock::time_point readyAt_;
     X11Damage damage_;
 };
 
