@@ -174,13 +174,16 @@ void X11CaptureStream::waitUntil(std::int64_t deadline, bool forEvents)
         throw PlatformError::posix("Could not wait for the X server", errno);
 }
 
-// What has changed up to now is a frame of its own; then the last picture comes once more, so that the
-// recording lasts until the moment it was stopped.
+// What has changed up to now is a frame of its own, unless the one before it is too young; then the last
+// picture comes once more, so that the recording lasts until the moment it was stopped.
 void X11CaptureStream::deliverLastPicture()
 {
     grabber_->handleEvents();
-    if (grabber_->hasChanges() || grabber_->cursorHasMoved())
-        grab(hostTimeNanoseconds());
+    const std::int64_t now = hostTimeNanoseconds();
+    const std::int64_t interval = configuration_.minimumFrameInterval.nanoseconds();
+    const bool isDue = now - lastTime_ >= interval / 4 * 3;
+    if (isDue && (grabber_->hasChanges() || grabber_->cursorHasMoved()))
+        grab(now);
     deliver(hostTimeNanoseconds(), false);
 }
 
