@@ -64,6 +64,8 @@ int main(int argumentCount, char** argumentValues)
 {
     // A reader that goes away must not end a recording.
     std::signal(SIGPIPE, SIG_IGN);
+    // A file that grows past the user's limit is an error of its writing, like a full disk.
+    std::signal(SIGXFSZ, SIG_IGN);
     const int status = runCommandLine({argumentValues + 1, argumentValues + argumentCount});
     // A stage that hangs still uses what static destructors would take from it.
     if (SerialQueue::abandonedAny())

@@ -95,6 +95,38 @@ class OwnWindowTests(EndToEndCase):
             for x, y in [(90, 80), (150, 130), (200, 140)]:
                 self.assert_shows(frame, BEHIND, x, y)
 
+    def test_own_window_is_never_seen_among_windows_that_move_resize_and_restack(self):
+        own = self.open_own()
+        others = [self.painter.open(f"40x40+{30 * at}+100", "00ff00", override=True) for at in range(8)]
+        recording = self.start_recording("-d", "1.5", "--no-cursor")
+        recording.wait_until_recording()
+        step = 0
+        while recording.line_with("stopping_capture") is None and recording.is_running():
+            other = others[step % 8]
+            other.move(step * 37 % 300, step * 53 % 200)
+            other.resize(20 + step % 60, 20 + step % 40)
+            own.raise_to_top()
+            others[(step + 3) % 8].raise_to_top()
+            if step % 10 == 0:
+                other.unmap()
+            if step % 10 == 5:
+                others[(step - 5) % 8].map()
+            step += 1
+        self.assertEqual(recording.finish().status, 0)
+        for frame in self.frames():
+            seen = [(x, y) for x in range(44, 140, 8) for y in range(44, 120, 8) if frame.shows(OWN, x, y, 60)]
+            self.assertEqual(seen, [], f"frame at {frame.time}")
+
+    def test_own_application_that_ends_while_recording_changes_nothing(self):
+        self.open_own()
+        recording = self.start_recording("-d", "1.2", "--no-cursor")
+        recording.wait_until_recording()
+        time.sleep(0.4)
+        self.other.process.kill()
+        self.assertEqual(recording.finish().status, 0)
+        for frame in self.frames():
+            self.assert_shows(frame, BEHIND, 90, 80)
+
     def test_own_window_is_not_hidden_when_it_is_the_one_recorded(self):
         window = self.open_own()
         self.record("-d", "0.5", "--no-cursor", "--window-id", window.id)

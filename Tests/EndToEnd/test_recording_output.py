@@ -1,12 +1,15 @@
 """The lines of a recording, which a driving program reads as they come."""
 
 import json
+import os
 import re
+import subprocess
 import time
 import unittest
 
 from support.case import EndToEndCase
 from support.tool import STATUS, TIME_STAMP
+from support.windows import BINARY
 
 GRANTED = {"preflightGranted": True, "screenRecording": "granted"}
 
@@ -175,6 +178,41 @@ class OverwriteTests(EndToEndCase):
         (self.take / "notes.txt").write_text("mine")
         self.record("-d", "0.3")
         self.assertEqual((self.take / "notes.txt").read_text(), "mine")
+
+
+class OutputPathTests(EndToEndCase):
+    def test_unusual_names_of_the_output_directory_are_kept(self):
+        self.start_screen()
+        for name in ("sp ace/\u00fc'\"x", "new\nline", "a/b/c"):
+            with self.subTest(name=name):
+                self.take = self.work / name
+                output = self.run_tool("record", "-o", self.take, "-d", "0.3", "--stdout-json")
+                self.assertEqual(output.status, 0, output.errors)
+                self.assertEqual(json.loads(output.texts[-1])["path"], str(self.take))
+                self.verify_contract()
+
+    def test_directory_name_that_is_no_text_gives_well_formed_json(self):
+        self.start_screen()
+        name = os.fsdecode(b"ta\xffke")
+        output = self.run_tool("record", "-o", name, "-d", "0.3", "--stdout-json", "--stop-file", "plain")
+        self.assertEqual(output.status, 0, output.errors)
+        self.assertEqual(json.loads(output.texts[-1])["path"], str(self.work / "ta\ufffdke"))
+        self.assertTrue((self.work / name / "manifest.json").is_file())
+
+    def test_relative_path_is_told_as_an_absolute_one_without_dots(self):
+        self.start_screen()
+        output = self.run_tool("record", "-o", "a/b/../c/./d/", "-d", "0.3")
+        self.assertEqual(output.status, 0, output.errors)
+        self.assertIn(f"Output: {self.work}/a/c/d", output.texts)
+        self.assertTrue((self.work / "a/c/d/manifest.json").is_file())
+
+    def test_output_that_cannot_be_written_does_not_end_the_recording(self):
+        self.start_screen()
+        with open("/dev/full", "w") as full:
+            done = subprocess.run([BINARY, "record", "-o", self.take, "-d", "0.5"], env=self.environment(),
+                                  stdout=full, stderr=subprocess.PIPE, timeout=60, cwd=self.work)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.verify_contract()
 
 
 class RevealTests(EndToEndCase):

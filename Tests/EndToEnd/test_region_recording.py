@@ -75,9 +75,7 @@ class RegionErrorTests(EndToEndCase):
             with self.subTest(region=region):
                 self.assert_fails(self.refuse(region), "Selected region extends outside display 0. Capture regions "
                                                        "must fit within a single display and are not clipped.")
-                self.assertEqual([path for path in self.take.rglob("*") if path.is_file()], [])
-                self.assertEqual(self.manifest_exists(), False)
-                self.remove_take()
+                self.assertEqual(list(self.take.rglob("*")), [])
 
     def test_region_on_two_displays_is_refused(self):
         self.start_screen("640x240")
@@ -85,13 +83,6 @@ class RegionErrorTests(EndToEndCase):
         self.server.run("xrandr", "--setmonitor", "RIGHT", "320/80x240/60+320+0", "none")
         self.assert_fails(self.refuse("300,10,50,50"), "Selected region spans multiple displays. Capture regions must "
                                                        "fit within a single display.")
-
-    def manifest_exists(self):
-        return (self.take / "manifest.json").exists()
-
-    def remove_take(self):
-        for path in sorted(self.take.rglob("*"), reverse=True):
-            path.rmdir()
 
 
 if __name__ == "__main__":

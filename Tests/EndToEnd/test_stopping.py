@@ -125,6 +125,19 @@ class SignalTests(StoppingCase):
         self.assertEqual(self.kinds(output).count("stop_seen"), 1)
         self.assert_whole_take(output)
 
+    def test_second_interrupt_after_a_second_gives_up_the_end_but_not_the_segments(self):
+        self.start_painter().open("320x240+0+0", override=True).run_clock(20)
+        recording = self.start_recording("-d", LONG, "--segment-duration", "0.3")
+        wait_until(lambda: "segment_002.m4s" in self.segments(), "the third segment")
+        self.server.process.send_signal(signal.SIGSTOP)  # the end of the capture waits for the server
+        self.addCleanup(self.server.process.send_signal, signal.SIGCONT)
+        recording.process.send_signal(signal.SIGINT)
+        recording.wait_for("Glimto stop: stopping capture stream")
+        time.sleep(1.1)
+        recording.process.send_signal(signal.SIGINT)
+        self.assertEqual(recording.finish(limit=10).status, -signal.SIGINT)
+        self.assertGreater(media.frame_times(self.joined())[-1], 0.5)
+
     def test_hangup_that_the_parent_ignores_stays_ignored(self):
         def ignore_hangups():
             signal.signal(signal.SIGHUP, signal.SIG_IGN)

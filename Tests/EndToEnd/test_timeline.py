@@ -1,5 +1,6 @@
 """Time in a take: its length, its segments as they appear, and when changes are seen."""
 
+import signal
 import struct
 import time
 import unittest
@@ -166,6 +167,26 @@ class ChangeTests(EndToEndCase):
         times = media.frame_times(self.joined())
         self.assertLessEqual(len(times), 6)
         self.assertAlmostEqual(self.manifest()["totalDuration"], 3, delta=1.1)
+
+
+class SuspendedTests(EndToEndCase):
+    def test_suspended_recording_keeps_the_wall_clocks_time(self):
+        self.start_screen()
+        self.start_painter().open("320x240+0+0", override=True).run_clock(20)
+        recording = self.start_recording("-d", "2.5", "--segment-duration", "0.5")
+        recording.wait_until_recording()
+        time.sleep(0.6)
+        recording.process.send_signal(signal.SIGSTOP)
+        time.sleep(1.1)
+        recording.process.send_signal(signal.SIGCONT)
+        self.assertEqual(recording.finish().status, 0)
+        self.assertAlmostEqual(self.manifest()["totalDuration"], 2.5, delta=0.2)
+        frames = self.frames()
+        for frame in frames:
+            shown = (clock_value(frame) - clock_value(frames[0])) * 0.02
+            self.assertGreaterEqual(shown + 1.1 + 2 * ACCURACY, frame.time)
+        self.assertAlmostEqual(shown, frames[-1].time, delta=1 / 30 + ACCURACY + 0.02)
+        self.verify_contract()
 
 
 if __name__ == "__main__":

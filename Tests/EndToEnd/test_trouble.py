@@ -1,6 +1,7 @@
 """Recordings that cannot begin or cannot go on."""
 
 import os
+import resource
 import signal
 import subprocess
 import time
@@ -41,7 +42,9 @@ class NoScreenTests(EndToEndCase):
 
     def test_recording_in_a_wayland_session_is_denied_beside_an_x_server(self):
         self.start_screen()
-        self.assert_denied(WAYLAND_DISPLAY="wayland-0")
+        output = self.assert_denied(WAYLAND_DISPLAY="wayland-0")
+        self.assertEqual(len(output.error_lines), 2)
+        self.assertRegex(output.error_lines[0], r"\Awarning: .*Wayland")
 
     def test_sources_says_what_is_missing(self):
         for environment, word in [({"DISPLAY": None}, "DISPLAY"), ({"DISPLAY": ":4711"}, ":4711"),
@@ -175,6 +178,21 @@ class FullDiskTests(EndToEndCase):
         self.assertEqual(output.status, 1)
         self.assertIn("Read-only file system", output.error_lines[-1])
         self.assertIn(str(self.take), output.error_lines[-1])
+
+
+class FileSizeLimitTests(EndToEndCase):
+    def test_file_size_limit_ends_the_recording_like_a_full_disk(self):
+        def limit_file_sizes():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (12000, 12000))
+
+        self.start_screen("640x480")
+        self.start_painter().open("640x480+0+0", override=True).run_clock(20)
+        output = self.start_recording("-d", "20", "--segment-duration", "2",
+                                      options={"preexec_fn": limit_file_sizes}).finish(limit=30)
+        self.assertEqual(output.status, 1)
+        self.assertIn("File too large", output.error_lines[-1])
+        self.assertEqual(output.texts[-1], STATUS + "failed")
+        self.assert_leaves_no_temporary_file()
 
 
 class RemovedOutputTests(EndToEndCase):

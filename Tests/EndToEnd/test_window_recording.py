@@ -92,6 +92,25 @@ class WindowRecordingTests(EndToEndCase):
         self.assertAlmostEqual(self.manifest()["totalDuration"], 2, delta=0.2)
         self.assert_quadrants(self.frames()[-1], 200, 100)
 
+    def test_window_minimised_before_the_start_is_seen_once_it_comes_back(self):
+        window = self.painter.open("200x100+50+60", "quadrants")
+        window.iconify()
+        output = self.record_while(window, window.map, seconds="1.5")
+        self.assertEqual(output.status, 0, output.errors)
+        self.assert_quadrants(self.frames()[-1], 200, 100)
+
+    def test_window_that_closes_during_the_start_ends_it_with_an_error(self):
+        for delay in (0.0, 0.03, 0.06, 0.09):
+            with self.subTest(delay=delay):
+                window = self.painter.open("200x100+50+60", "quadrants")
+                recording = self.start_recording("-d", "20", "-w", "--window-id", window.id)
+                time.sleep(delay)
+                window.destroy()
+                output = recording.finish(limit=15)
+                self.assertEqual(output.status, 1)
+                self.assertTrue(output.error_lines[0].startswith("error: "), output.errors)
+                self.assertEqual(output.texts[-1], STATUS + "failed")
+
     def test_closed_window_ends_the_recording_with_an_error_and_playable_segments(self):
         window = self.painter.open("200x100+50+60", "quadrants")
         started = time.monotonic()

@@ -109,7 +109,9 @@ def run(command, environment, directory, limit=RUN_LIMIT):
     done = subprocess.run([str(word) for word in command], env=environment, cwd=directory, capture_output=True,
                           timeout=limit, stdin=subprocess.DEVNULL)
     output = Output()
-    output.lines = [Line(text, None) for text in done.stdout.decode().splitlines()]
+    # Bytes that are no text stand as U+FFFD where a path is printed as it is.
+    output.lines = [Line(text, None) for text in done.stdout.decode(errors="replace").rstrip("\n").split("\n")
+                    if done.stdout]
     output.errors = done.stderr.decode()
     output.status = done.returncode
     return output
