@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything with warnings as errors, checks the rooms' rules and
-# runs every test: the unit tests two at a time, then the end-to-end tests one by one.
+# runs every test: the unit tests, then the end-to-end tests, two at a time.
 #
 # The last line tells how many passed and failed. Exit status: 0 only when there were tests and none
 # failed. A test that was not run counts as failed.
@@ -48,7 +48,7 @@ run_tests() {
 check python3 scripts/check-rooms.py --self-test
 check python3 scripts/check-rooms.py
 run_tests unit --label-exclude '^e2e$' --parallel 2
-run_tests e2e --label-regex '^e2e$'
+run_tests e2e --label-regex '^e2e$' --parallel 2
 
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ] && [ "$passed" -gt 0 ]

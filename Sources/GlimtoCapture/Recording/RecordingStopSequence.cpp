@@ -32,10 +32,17 @@ CapturedTracks finishWriter(
 {
     progress.finalizing();
     progress.line("Glimto stop: finishing segment writer");
-    return withStopTimeout(limits.segmentWriter, "finishing segment writer", [writer = take.writer] {
-        // The mixer's last buffers go to the writer first.
-        return writer->finish();
-    });
+    try {
+        return withStopTimeout(limits.segmentWriter, "finishing segment writer", [writer = take.writer] {
+            // The mixer's last buffers go to the writer first.
+            return writer->finish();
+        });
+    } catch (const CLIError&) {
+        // A stream that failed in the last moment is why there were no frames.
+        if (const auto cause = take.output->stoppedWithError())
+            std::rethrow_exception(cause);
+        throw;
+    }
 }
 
 void waitForThumbnail(

@@ -50,6 +50,16 @@ TEST_F(RecordingStopSequenceTests, AnErrorOfTheStreamsStopPassesUpAndIsCleanedUp
     expectCleanedUp();
 }
 
+TEST_F(RecordingStopSequenceTests, AStreamThatFailsInTheLastMomentIsTheReasonForATakeWithoutFrames)
+{
+    clock.onSleep = nullptr;
+    stream.onStop
+        = [this] { stream.fail(std::make_exception_ptr(PlatformError("X11", 1005, "The X server does not answer."))); };
+
+    EXPECT_EQ(recordError(), "The X server does not answer.");
+    expectCleanedUp();
+}
+
 TEST_F(RecordingStopSequenceTests, TheStagesOfTheEndHaveTheirLimits)
 {
     EXPECT_EQ(limits.captureStream, 15);
