@@ -8,29 +8,13 @@
 #include <thread>
 #include <utility>
 
-#include <pthread.h>
+#include "Support/NamedThread.h"
 
 namespace glimto {
 
 namespace {
 
 std::atomic<bool> someQueueWasAbandoned = false;
-
-// Systems differ in whether the call takes the thread; the first form that compiles is used.
-template <typename Thread, typename Name> void nameThread(Thread thread, Name name)
-{
-    if constexpr (requires { pthread_setname_np(thread, name); })
-        pthread_setname_np(thread, name);
-    else if constexpr (requires { pthread_setname_np(name); })
-        pthread_setname_np(name);
-}
-
-void nameThisThread(const std::string& label)
-{
-    constexpr std::size_t longest = 15;
-    const std::string name = label.size() > longest ? label.substr(label.size() - longest) : label;
-    nameThread(pthread_self(), name.c_str());
-}
 
 } // namespace
 
