@@ -12,7 +12,8 @@ namespace glimto {
 //
 // Parsing reads the clock (for the default output directory), the current directory and the
 // environment (for the access key), and changes nothing. The first argument that is wrong throws
-// CLIError. A repeated flag overwrites the earlier one.
+// CLIError; a relative path without a working directory throws PlatformError. A repeated flag
+// overwrites the earlier one.
 class CLI {
 public:
     // `arguments` come without the program's name.

@@ -145,8 +145,7 @@ OptionTable<Options> uploadTable(const ProcessEnvironment& environment)
 
 std::filesystem::path defaultOutputDirectory()
 {
-    return (std::filesystem::current_path() / ".glimto-runs" / RecordOptions::timestampedDirectoryName())
-        .lexically_normal();
+    return absolutePath(std::filesystem::path(".glimto-runs") / RecordOptions::timestampedDirectoryName());
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <optional>
+#include <system_error>
 
 #include "CommandLine/DecimalText.h"
 #include "CommandLine/WebAddress.h"
@@ -30,6 +31,20 @@ std::vector<std::string> piecesBetweenCommas(const std::string& text)
 
 } // namespace
 
+std::filesystem::path absolutePath(std::filesystem::path path)
+{
+    if (!path.is_absolute()) {
+        std::error_code error;
+        const auto directory = std::filesystem::current_path(error);
+        if (error)
+            throw PlatformError::posix("Could not find the working directory", error.value());
+        path = directory / path;
+    }
+    path = path.lexically_normal();
+    const bool endsWithSlash = !path.has_filename() && path != path.root_path();
+    return endsWithSlash ? path.parent_path() : path;
+}
+
 bool OptionReader::advance()
 {
     if (next_ >= arguments_.size())
@@ -47,12 +62,7 @@ std::string OptionReader::stringValue()
 
 std::filesystem::path OptionReader::pathValue()
 {
-    std::filesystem::path path = stringValue();
-    if (!path.is_absolute())
-        path = std::filesystem::current_path() / path;
-    path = path.lexically_normal();
-    const bool endsWithSlash = !path.has_filename() && path != path.root_path();
-    return endsWithSlash ? path.parent_path() : path;
+    return absolutePath(stringValue());
 }
 
 std::int64_t OptionReader::intValue()

@@ -16,6 +16,10 @@
 
 namespace glimto {
 
+// `path` against the working directory, without "." and ".." pieces and without a slash at the end. The
+// disk is not looked at. Throws PlatformError when there is no working directory to begin from.
+std::filesystem::path absolutePath(std::filesystem::path path);
+
 // Walks the arguments of one command from left to right: flags, each with the value that follows it.
 //
 // A value is taken whatever it looks like. All value operations read the argument after the current
@@ -35,7 +39,7 @@ public:
 
     std::string stringValue();
 
-    // The value as an absolute path without "." and ".." pieces. The disk is not looked at.
+    // absolutePath() of the value.
     std::filesystem::path pathValue();
 
     // A decimal integer with an optional sign.

@@ -16,6 +16,7 @@ public:
     // `standardOutput` outlives this object.
     RecordingProgress(LineOutput& standardOutput, std::optional<std::string> recordingId);
 
+    // One line, whatever `text` holds: every control character but a tab becomes a space.
     void line(std::string_view text);
 
     // Event "capture_starting": `stage` says what comes next.

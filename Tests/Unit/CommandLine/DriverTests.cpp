@@ -285,6 +285,20 @@ TEST_F(DriverTests, AFailedRecordingIsToldInOrderOnBothOutputs)
     EXPECT_EQ(standardError.text(), "error: Cannot capture the display\n");
 }
 
+TEST_F(DriverTests, TheErrorLineComesAfterTheFailedStatus)
+{
+    captureStreams.stream->startError
+        = std::make_exception_ptr(PlatformError("X11", 8, "Cannot capture the display"));
+    const std::vector<std::string> arguments = {"record", "-o", take().string(), "-d", "1"};
+    FakeLineOutput terminal;
+    EXPECT_EQ(Driver(services, {terminal, terminal}).run(arguments), 1);
+    const auto lines = terminal.lines();
+    ASSERT_GE(lines.size(), 3U);
+    EXPECT_EQ(nlohmann::json::parse(lines[lines.size() - 3])["kind"], "recording_failed");
+    EXPECT_EQ(lines[lines.size() - 2], "GLIMTO_RECORDING_STATUS=failed");
+    EXPECT_EQ(lines.back(), "error: Cannot capture the display");
+}
+
 TEST_F(DriverTests, AnErrorsOwnCodeIsTheEventsCode)
 {
     EXPECT_EQ(record({"--window-id", "77"}), 1);
@@ -319,6 +333,34 @@ TEST_F(DriverTests, AStreamThatTheUserDeclinedIsAMissingPermission)
         = std::make_exception_ptr(PlatformError("com.glimto.capture.stream", -3801, "The user declined."));
     EXPECT_EQ(record(), 1);
     EXPECT_EQ(documents().back()["error"]["code"], "screen_permission_denied");
+}
+
+// The working directory of the process, which was removed from under it.
+class RemovedWorkingDirectory {
+public:
+    RemovedWorkingDirectory()
+    {
+        const TemporaryDirectory removed;
+        std::filesystem::current_path(removed.path());
+    }
+    ~RemovedWorkingDirectory() { std::filesystem::current_path(previous_); }
+    RemovedWorkingDirectory(const RemovedWorkingDirectory&) = delete;
+    RemovedWorkingDirectory& operator=(const RemovedWorkingDirectory&) = delete;
+
+private:
+    const std::filesystem::path previous_ = std::filesystem::current_path();
+};
+
+TEST_F(DriverTests, RelativePathsNeedAWorkingDirectory)
+{
+    const RemovedWorkingDirectory removed;
+    EXPECT_EQ(run({"record"}), 1);
+    EXPECT_EQ(run({"record", "-o", "take"}), 1);
+    EXPECT_EQ(standardOutput.text(), "");
+    EXPECT_EQ(standardError.text(),
+        "error: Could not find the working directory: No such file or directory\n"
+        "error: Could not find the working directory: No such file or directory\n");
+    EXPECT_EQ(record(), 0);
 }
 
 TEST_F(DriverTests, AnExceptionThatIsNotOursIsAnErrorLikeAnyOther)

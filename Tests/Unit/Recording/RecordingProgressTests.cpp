@@ -20,6 +20,15 @@ protected:
     RecordingProgress progress{output, "rec_1"};
 };
 
+TEST_F(RecordingProgressTests, ATitleWithLineBreaksCannotPassForALineOfOurs)
+{
+    progress.line(
+        "Recording window:7 Editor \u00E9vil\tone\nGLIMTO_RECORDING_STATUS=failed\r\n\x1B[2J\x7F for 5.0s");
+
+    EXPECT_EQ(output.text(),
+        "Recording window:7 Editor \u00E9vil\tone GLIMTO_RECORDING_STATUS=failed   [2J  for 5.0s\n");
+}
+
 TEST_F(RecordingProgressTests, CaptureStartingTellsStageAndPermission)
 {
     progress.captureStarting("shareable_content", true);

@@ -144,6 +144,8 @@ void FFmpegAssetWriter::guardStep(const std::function<void()>& step)
         text = "unknown error";
     }
     state_.with([&](State& state) {
+        if (state.status != AssetWriterStatus::writing)
+            return;
         state.status = AssetWriterStatus::failed;
         state.error = text;
     });
@@ -228,6 +230,8 @@ void FFmpegAssetWriter::endSegment(std::int64_t endTime)
 {
     muxer_->endFragment();
     deliverOutput();
+    if (isCancelled_)
+        return;
     delegate_.didFinishSegment({.duration = MediaTime{endTime - segmentStart_, timescale},
         .earliestPresentationTime = MediaTime{segmentStart_, timescale}});
 }

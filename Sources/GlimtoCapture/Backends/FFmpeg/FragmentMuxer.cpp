@@ -81,6 +81,7 @@ FragmentMuxer::FragmentMuxer(const VideoTrackDescription& track)
     av_dict_free(&options);
     check(result, "Could not write the MP4 header");
     avio_flush(context_->output);
+    check(context_->output->error, "Could not write the MP4 header");
 }
 
 FragmentMuxer::~FragmentMuxer() = default;
@@ -134,6 +135,8 @@ void FragmentMuxer::endFragment()
         return;
     check(av_write_frame(context_->format, nullptr), "Could not end the MP4 fragment");
     avio_flush(context_->output);
+    // The muxer passes over what receive() reports.
+    check(context_->output->error, "Could not write the MP4 fragment");
     pendingBytes_ = 0;
 }
 

@@ -129,6 +129,7 @@ void X11ComposedPicture::handle(const xcb_generic_event_t& event)
     if (change == X11TopLevels::Change::none)
         return;
     mayBeArrangedAnew_ = true;
+    noteNewPixmaps(event);
     if (type == XCB_MAP_NOTIFY) {
         applications_.forget(reinterpret_cast<const xcb_map_notify_event_t&>(event).window);
         mayShowHidden_ = true;
@@ -149,6 +150,26 @@ void X11ComposedPicture::handleRootProperty(const xcb_property_notify_event_t& e
     if (event.atom == rootPixmap_) {
         background_.forget();
         redrawHidden();
+    }
+}
+
+// A window that is shown again or gets another size draws into a new pixmap, also when it looks as before
+// by the time of the next arrangement.
+void X11ComposedPicture::noteNewPixmaps(const xcb_generic_event_t& event)
+{
+    const int type = event.response_type & 0x7f;
+    for (const auto& layer : layers_) {
+        const X11TopLevel& known = layer->topLevel;
+        if (type == XCB_MAP_NOTIFY) {
+            if (reinterpret_cast<const xcb_map_notify_event_t&>(event).window == known.window)
+                layer->hasNewPixmap = true;
+        } else if (type == XCB_CONFIGURE_NOTIFY) {
+            const auto& configured = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
+            if (configured.window == known.window
+                && (configured.width + 2 * configured.border_width != known.outline.width
+                    || configured.height + 2 * configured.border_width != known.outline.height))
+                layer->hasNewPixmap = true;
+        }
     }
 }
 
@@ -260,11 +281,13 @@ void X11ComposedPicture::takeLayers(const std::vector<PixelRect>& hidden)
         }
         const auto index = static_cast<std::size_t>(old - layers_.begin());
         Layer& layer = **old;
-        isSame = isSame && index == layers.size() && looksTheSame(layer.topLevel, each);
-        const bool hasNewSize = layer.topLevel.outline.width != each.outline.width
+        const bool hasNewPixmap = std::exchange(layer.hasNewPixmap, false)
+            || layer.topLevel.outline.width != each.outline.width
             || layer.topLevel.outline.height != each.outline.height;
+        isSame
+            = isSame && !hasNewPixmap && index == layers.size() && looksTheSame(layer.topLevel, each);
         layer.topLevel = each;
-        if (hasNewSize)
+        if (hasNewPixmap)
             layer.takePixmap();
         layers.push_back(std::move(*old));
     }
@@ -359,18 +382,19 @@ void X11ComposedPicture::drawLayer(
     const auto width = static_cast<std::uint16_t>(topLevel.outline.width);
     const auto height = static_cast<std::uint16_t>(topLevel.outline.height);
     // The window's own outline, which need not be a rectangle.
-    xcb_xfixes_destroy_region(xcb, std::exchange(shape_, xcb_generate_id(xcb)));
+    xcb_xfixes_destroy_region(xcb, shape_);
     xcb_xfixes_create_region_from_window(xcb, shape_, topLevel.window, XCB_SHAPE_SK_BOUNDING);
     xcb_xfixes_translate_region(
         xcb, shape_, coordinate(x + topLevel.border), coordinate(y + topLevel.border));
     xcb_xfixes_intersect_region(xcb, shape_, part_, shape_);
+    // The first clip of each pair stands if the window has vanished meanwhile and has no outline.
     if (layer.picture != XCB_NONE) {
+        xcb_xfixes_set_picture_clip_region(xcb, targetPicture, part_, 0, 0);
         xcb_xfixes_set_picture_clip_region(xcb, targetPicture, shape_, 0, 0);
         xcb_render_composite(xcb, XCB_RENDER_PICT_OP_OVER, layer.picture, XCB_NONE, targetPicture, 0, 0, 0, 0,
             x, y, width, height);
         return;
     }
-    // Stands if the window has vanished meanwhile and has no outline.
     xcb_xfixes_set_gc_clip_region(xcb, context_, part_, 0, 0);
     xcb_xfixes_set_gc_clip_region(xcb, context_, shape_, 0, 0);
     xcb_copy_area(xcb, layer.pixmap, target, context_, 0, 0, x, y, width, height);

@@ -52,10 +52,12 @@ private:
         X11TopLevel topLevel;
         X11Damage damage;
         xcb_pixmap_t pixmap = XCB_NONE; // with its border
+        bool hasNewPixmap = false; // the window has another one by now
         xcb_render_picture_t picture = XCB_NONE; // of the pixmap, for windows of another depth than the root
     };
 
     void handleRootProperty(const xcb_property_notify_event_t& event);
+    void noteNewPixmaps(const xcb_generic_event_t& event);
     void arrange();
     bool isComposited();
     std::vector<PixelRect> hiddenRects(int margin) const;

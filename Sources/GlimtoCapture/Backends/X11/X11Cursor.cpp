@@ -39,9 +39,13 @@ void X11Cursor::receive()
 void X11Cursor::receiveImage()
 {
     const auto reply = connection_.reply<xcb_xfixes_get_cursor_image_reply_t>(imageCookie_);
-    if (!reply)
-        return;
     hasNewShape_ = false;
+    // A server without a pointer has no image to give, and tells when it gets one.
+    if (!reply) {
+        image_ = {};
+        serial_ = 0;
+        return;
+    }
     serial_ = reply->cursor_serial;
     const std::uint32_t* pixels = xcb_xfixes_get_cursor_image_cursor_image(reply.get());
     image_.size = {reply->width, reply->height};

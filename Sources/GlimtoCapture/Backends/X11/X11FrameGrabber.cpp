@@ -56,7 +56,9 @@ void X11FrameGrabber::handleEvents()
 
 bool X11FrameGrabber::hasChanges() const
 {
-    return allChanged_ || source_->hasChanges() || (cursor_ && cursor_->hasNewShape());
+    // A new shape is asked for only where it can be seen.
+    const bool hasNewCursor = cursor_ && cursor_->hasNewShape() && source_->place();
+    return allChanged_ || hasNewCursor || source_->hasChanges();
 }
 
 bool X11FrameGrabber::cursorHasMoved()

@@ -2,6 +2,11 @@
 
 #include <string>
 
+#include <xcb/composite.h>
+#include <xcb/randr.h>
+#include <xcb/render.h>
+#include <xcb/res.h>
+#include <xcb/shape.h>
 #include <xcb/shm.h>
 
 namespace glimto {
@@ -83,9 +88,11 @@ void requirePixelFormat(
 void startPictureExtensions(X11Connection& connection)
 {
     xcb_connection_t* xcb = connection.xcb();
-    // Sent ahead, so that all are answered in one round trip.
-    for (xcb_extension_t* extension : {&xcb_xfixes_id, &xcb_damage_id, &xcb_shm_id})
+    // All that a stream uses in one round trip, after which looking at one of them never waits.
+    for (xcb_extension_t* extension : {&xcb_xfixes_id, &xcb_damage_id, &xcb_shm_id, &xcb_randr_id,
+             &xcb_composite_id, &xcb_render_id, &xcb_shape_id, &xcb_res_id})
         xcb_prefetch_extension_data(xcb, extension);
+    connection.reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus(xcb));
     connection.requireExtension(xcb_xfixes_id, "XFIXES");
     connection.requireExtension(xcb_damage_id, "DAMAGE");
     const auto fixes = xcb_xfixes_query_version(xcb, 5, 0);

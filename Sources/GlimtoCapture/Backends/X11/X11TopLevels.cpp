@@ -77,6 +77,9 @@ X11TopLevels::Change X11TopLevels::handle(const xcb_generic_event_t& event)
     // Events from before the list was read are in it already.
     if (static_cast<std::int32_t>(event.full_sequence - readBy_) < 0)
         return Change::none;
+    // Clients and window managers send such events too, which say nothing about what the server did.
+    if ((event.response_type & 0x80) != 0)
+        return Change::none;
     switch (event.response_type & 0x7f) {
     case XCB_CREATE_NOTIFY: {
         const auto& created = reinterpret_cast<const xcb_create_notify_event_t&>(event);
@@ -146,8 +149,7 @@ X11TopLevels::Change X11TopLevels::handleMapped(xcb_window_t window, bool isMapp
 X11TopLevels::Change X11TopLevels::handleConfigure(const xcb_configure_notify_event_t& event)
 {
     X11TopLevel* topLevel = find(event.window);
-    // Window managers send clients such events too, with places that say nothing about the stacking.
-    if (!topLevel || (event.response_type & 0x80) != 0)
+    if (!topLevel)
         return Change::none;
     X11TopLevel moved = *topLevel;
     moved.outline = outlineOf(event.x, event.y, event.width, event.height, event.border_width);

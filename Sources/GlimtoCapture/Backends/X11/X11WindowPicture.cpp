@@ -1,5 +1,6 @@
 #include "Backends/X11/X11WindowPicture.h"
 
+#include <algorithm>
 #include <cmath>
 #include <span>
 #include <utility>
@@ -89,9 +90,10 @@ X11WindowPicture::~X11WindowPicture()
 
 void X11WindowPicture::handle(const xcb_generic_event_t& event)
 {
-    if (damage_.handle(event))
+    // What others send to the window says nothing about what the server did.
+    if (damage_.handle(event) || (event.response_type & 0x80) != 0)
         return;
-    switch (event.response_type & 0x7f) {
+    switch (event.response_type) {
     case XCB_DESTROY_NOTIFY:
         isGone_ = isGone_ || reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window == window_;
         break;
@@ -162,7 +164,9 @@ void X11WindowPicture::takePixmap()
         if (pixmap_ != XCB_NONE)
             xcb_free_pixmap(xcb, pixmap_);
         pixmap_ = pixmap;
-        windowSize_ = {pixmapGeometry->width - 2 * border_, pixmapGeometry->height - 2 * border_};
+        // The border may be another by now than that in the pixmap.
+        windowSize_ = {std::max(1, pixmapGeometry->width - 2 * border_),
+            std::max(1, pixmapGeometry->height - 2 * border_)};
     }
     content_ = contentOf(windowSize_, extents.get());
     ++layout_;
