@@ -1,8 +1,11 @@
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
+
+#include <fcntl.h>
 
 #include "Backends/Desktop/DesktopWorkspace.h"
 #include "Backends/Desktop/LinuxProcessEnvironment.h"
@@ -58,10 +61,21 @@ int runCommandLine(const std::vector<std::string>& arguments)
     return Driver(services, {standardOutput, standardError}).run(arguments);
 }
 
+// A standard stream that was closed would give its number to the next file we open, and our lines would
+// end up in that file.
+void openStandardStreams()
+{
+    for (const int descriptor : {0, 1, 2}) {
+        if (::fcntl(descriptor, F_GETFD) < 0 && errno == EBADF)
+            ::open("/dev/null", O_RDWR); // takes the lowest free number: this one
+    }
+}
+
 } // namespace
 
 int main(int argumentCount, char** argumentValues)
 {
+    openStandardStreams();
     // A reader that goes away must not end a recording.
     std::signal(SIGPIPE, SIG_IGN);
     // A file that grows past the user's limit is an error of its writing, like a full disk.

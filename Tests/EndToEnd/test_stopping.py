@@ -1,6 +1,7 @@
 """Everything that ends a recording well before or at its time."""
 
 import os
+import pathlib
 import signal
 import subprocess
 import time
@@ -189,6 +190,9 @@ class ReaderTests(StoppingCase):
                               timeout=30)
         self.assertEqual(done.returncode, 0)
         self.assert_whole_take()
+        # The lock file was the first to be opened: nothing may have been printed into it.
+        locks = list(pathlib.Path(self.environment()["XDG_CACHE_HOME"]).rglob("*.lock"))
+        self.assertEqual([lock.stat().st_size for lock in locks], [0])
 
     def start_under_a_parent(self, output):
         """A shell that starts a recording and prints its id; the shell and that id."""

@@ -99,7 +99,7 @@ OptionTable<Options> captureTable()
         {"-w", setOverwrite},
         {"--overwrite", setOverwrite},
         {"--stop-file",
-            [](Options& options, OptionReader& reader) { options.stopFileURL = reader.pathValue(); }},
+            [](Options& options, OptionReader& reader) { options.stopFileURL = reader.foreignPathValue(); }},
         {"--stdout-json", [](Options& options, OptionReader&) { options.stdoutJSON = true; }},
         {"--reveal", [](Options& options, OptionReader&) { options.revealOutput = true; }},
     };
@@ -145,7 +145,7 @@ OptionTable<Options> uploadTable(const ProcessEnvironment& environment)
 
 std::filesystem::path defaultOutputDirectory()
 {
-    return absolutePath(std::filesystem::path(".glimto-runs") / RecordOptions::timestampedDirectoryName());
+    return standardizedPath(std::filesystem::path(".glimto-runs") / RecordOptions::timestampedDirectoryName());
 }
 
 } // namespace

@@ -110,7 +110,7 @@ void Driver::recordAndPrint(const RecordOptions& options)
         return;
     try {
         runOpenCommand(OpenAction::revealFile, options.outputDirectory, services_.workspace);
-    } catch (const CLIError& error) {
+    } catch (const std::exception& error) {
         warn(error.what());
     }
 }

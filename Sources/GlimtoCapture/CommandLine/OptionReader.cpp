@@ -31,18 +31,22 @@ std::vector<std::string> piecesBetweenCommas(const std::string& text)
 
 } // namespace
 
-std::filesystem::path absolutePath(std::filesystem::path path)
+std::filesystem::path absolutePath(const std::filesystem::path& path)
 {
-    if (!path.is_absolute()) {
-        std::error_code error;
-        const auto directory = std::filesystem::current_path(error);
-        if (error)
-            throw PlatformError::posix("Could not find the working directory", error.value());
-        path = directory / path;
-    }
-    path = path.lexically_normal();
-    const bool endsWithSlash = !path.has_filename() && path != path.root_path();
-    return endsWithSlash ? path.parent_path() : path;
+    if (path.is_absolute())
+        return path;
+    std::error_code error;
+    const auto directory = std::filesystem::current_path(error);
+    if (error)
+        throw PlatformError::posix("Could not find the working directory", error.value());
+    return directory / path;
+}
+
+std::filesystem::path standardizedPath(const std::filesystem::path& path)
+{
+    auto standardized = absolutePath(path).lexically_normal();
+    const bool endsWithSlash = !standardized.has_filename() && standardized != standardized.root_path();
+    return endsWithSlash ? standardized.parent_path() : standardized;
 }
 
 bool OptionReader::advance()
@@ -62,6 +66,11 @@ std::string OptionReader::stringValue()
 
 std::filesystem::path OptionReader::pathValue()
 {
+    return standardizedPath(stringValue());
+}
+
+std::filesystem::path OptionReader::foreignPathValue()
+{
     return absolutePath(stringValue());
 }
 
@@ -74,14 +83,12 @@ std::int64_t OptionReader::intValue()
     return *value;
 }
 
-int OptionReader::displayIndexValue()
+std::int64_t OptionReader::displayIndexValue()
 {
     const std::int64_t value = intValue();
     if (value < 0)
         throw CLIError(flag_ + " must be 0 or greater.");
-    if (value > std::numeric_limits<int>::max())
-        throw CLIError("Invalid integer '" + std::to_string(value) + "' for " + flag_ + ".");
-    return static_cast<int>(value);
+    return value;
 }
 
 double OptionReader::doubleValue()

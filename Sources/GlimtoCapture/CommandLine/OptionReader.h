@@ -16,9 +16,12 @@
 
 namespace glimto {
 
-// `path` against the working directory, without "." and ".." pieces and without a slash at the end. The
-// disk is not looked at. Throws PlatformError when there is no working directory to begin from.
-std::filesystem::path absolutePath(std::filesystem::path path);
+// `path` against the working directory. The disk is not looked at. Throws PlatformError when there is no
+// working directory to begin from.
+std::filesystem::path absolutePath(const std::filesystem::path& path);
+
+// absolutePath() without "." and ".." pieces and without a slash at the end.
+std::filesystem::path standardizedPath(const std::filesystem::path& path);
 
 // Walks the arguments of one command from left to right: flags, each with the value that follows it.
 //
@@ -39,14 +42,18 @@ public:
 
     std::string stringValue();
 
-    // absolutePath() of the value.
+    // standardizedPath() of the value.
     std::filesystem::path pathValue();
+
+    // absolutePath() of the value, for a file that others make: ".." behind a symbolic link has to mean the
+    // same to them and to us.
+    std::filesystem::path foreignPathValue();
 
     // A decimal integer with an optional sign.
     std::int64_t intValue();
 
     // An integer of 0 or greater.
-    int displayIndexValue();
+    std::int64_t displayIndexValue();
 
     // A finite decimal number, with a point in every locale: "5", "-0.5", "1e3".
     double doubleValue();

@@ -73,15 +73,16 @@ std::optional<double> wholeNumber(const JSON& value)
     return value.get<double>();
 }
 
-std::optional<int> integerMember(const JSON& object, const char* key)
+std::optional<std::int64_t> integerMember(const JSON& object, const char* key)
 {
     const JSON* value = member(object, key);
     if (value == nullptr)
         return std::nullopt;
     const auto number = wholeNumber(*value);
-    if (!number || *number < std::numeric_limits<int>::min() || *number > std::numeric_limits<int>::max())
+    constexpr double limit = 9223372036854775808.0; // 2 to the 63rd
+    if (!number || *number < -limit || *number >= limit)
         throwInvalidTarget("\"" + std::string(key) + "\" is not an integer");
-    return static_cast<int>(*number);
+    return value->is_number_integer() ? value->get<std::int64_t>() : static_cast<std::int64_t>(*number);
 }
 
 // All keys are decoded before any rule is checked, so that a wrong type is always told as such.
@@ -98,7 +99,7 @@ struct DecodedTarget {
     }
 
     std::optional<std::string> kind;
-    std::array<std::optional<int>, 3> indices;
+    std::array<std::optional<std::int64_t>, 3> indices;
     std::optional<double> x;
     std::optional<double> y;
     std::optional<double> width;

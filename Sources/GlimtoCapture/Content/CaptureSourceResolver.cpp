@@ -52,9 +52,9 @@ const Window& requireWindow(std::uint32_t windowID, const ShareableContent& cont
         "window_not_found", screenCaptureWindowResolutionFailureMessage(windowID, content));
 }
 
-const Display& requireDisplay(int index, const ShareableContent& content)
+const Display& requireDisplay(std::int64_t index, const ShareableContent& content)
 {
-    if (index < 0 || static_cast<std::size_t>(index) >= content.displays.size())
+    if (index < 0 || static_cast<std::uint64_t>(index) >= content.displays.size())
         throw CLIError("No display at index " + std::to_string(index) + ". Run `glimto-capture sources`.");
     return content.displays[static_cast<std::size_t>(index)];
 }
@@ -210,7 +210,7 @@ ContentFilter CaptureSourceResolver::displayFilter(const Display& display, const
         std::nullopt};
 }
 
-PreparedCaptureSource CaptureSourceResolver::displaySource(int displayIndex, const ShareableContent& content,
+PreparedCaptureSource CaptureSourceResolver::displaySource(std::int64_t displayIndex, const ShareableContent& content,
     std::optional<std::uint32_t> exceptWindowId,
     const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const
 {

@@ -55,7 +55,7 @@ public:
     int displayIndexUnderCursor(const ShareableContent& content) const;
 
     // The whole display, in the size of its points. Throws CLIError when there is no such display.
-    PreparedCaptureSource displaySource(int displayIndex, const ShareableContent& content,
+    PreparedCaptureSource displaySource(std::int64_t displayIndex, const ShareableContent& content,
         std::optional<std::uint32_t> exceptWindowId,
         const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const;
 

@@ -7,6 +7,7 @@
 #include "Content/ScreenCapturePayloads.h"
 #include "Content/ScreenCaptureShareableContent.h"
 #include "Support/JSONText.h"
+#include "Support/Text.h"
 
 namespace glimto {
 
@@ -40,8 +41,8 @@ void listApplications(std::vector<Application> applications, LineOutput& standar
     standardOutput.writeLine("");
     standardOutput.writeLine("Applications with windows:");
     for (const Application& application : applications) {
-        standardOutput.writeLine("  " + application.applicationName);
-        standardOutput.writeLine("    App ID: " + application.bundleIdentifier);
+        standardOutput.writeLine("  " + singleLine(application.applicationName));
+        standardOutput.writeLine("    App ID: " + singleLine(application.bundleIdentifier));
     }
 }
 

@@ -4,6 +4,8 @@ namespace glimto {
 
 ErrorFacts GlimtoCaptureLifecycleError::facts() const
 {
+    if (cause_)
+        return *cause_;
     return {what(), "GlimtoCaptureLifecycleError", "GlimtoCapture.GlimtoCaptureLifecycleError", 1};
 }
 

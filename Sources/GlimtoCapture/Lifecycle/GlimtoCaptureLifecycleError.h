@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -17,11 +18,20 @@ public:
     {
     }
 
+    // For a failure that another error caused: its message, type, domain and number are kept.
+    GlimtoCaptureLifecycleError(std::string code, ErrorFacts cause)
+        : Error(cause.message)
+        , code_(std::move(code))
+        , cause_(std::move(cause))
+    {
+    }
+
     const std::string& code() const { return code_; }
     ErrorFacts facts() const override;
 
 private:
     std::string code_;
+    std::optional<ErrorFacts> cause_;
 };
 
 } // namespace glimto

@@ -11,7 +11,7 @@
 namespace glimto {
 
 struct RecordOptions {
-    int displayIndex = 0;
+    std::int64_t displayIndex = 0;
     double durationSeconds = 5.0;
     bool recordUntilStopped = false;
     std::optional<double> maxDurationSeconds;

@@ -14,7 +14,7 @@ namespace glimto {
 inline constexpr const char* watermarkText = "glimto.com";
 
 struct DisplayTarget {
-    int index = 0; // position in the system's display list
+    std::int64_t index = 0; // position in the system's display list
 
     friend bool operator==(const DisplayTarget&, const DisplayTarget&) = default;
 };

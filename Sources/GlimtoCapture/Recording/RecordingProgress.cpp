@@ -1,27 +1,11 @@
 #include "Recording/RecordingProgress.h"
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
+#include "Support/Text.h"
+
 namespace glimto {
-
-namespace {
-
-bool isControlCharacterButTab(char character)
-{
-    return (character >= '\0' && character < ' ' && character != '\t') || character == '\x7F';
-}
-
-// Titles and paths may hold line breaks, behind which anything could pass for a line of ours.
-std::string oneLine(std::string_view text)
-{
-    std::string result(text);
-    std::replace_if(result.begin(), result.end(), isControlCharacterButTab, ' ');
-    return result;
-}
-
-} // namespace
 
 RecordingProgress::RecordingProgress(LineOutput& standardOutput, std::optional<std::string> recordingId)
     : standardOutput_(standardOutput)
@@ -32,7 +16,7 @@ RecordingProgress::RecordingProgress(LineOutput& standardOutput, std::optional<s
 
 void RecordingProgress::line(std::string_view text)
 {
-    standardOutput_.writeLine(oneLine(text));
+    standardOutput_.writeLine(singleLine(text));
 }
 
 void RecordingProgress::captureStarting(std::string_view stage, bool permissionGranted)

@@ -63,7 +63,7 @@ void writeArtifacts(const RecordOptions& options, const RecordingTake& take, con
         artifacts.writeManifest(initSegmentKey, std::nullopt, tracks, take.source.width, take.source.height,
             options, take.source.description);
     } catch (const std::exception& error) {
-        throw GlimtoCaptureLifecycleError("finalization_failed", errorFacts(error).message);
+        throw GlimtoCaptureLifecycleError("finalization_failed", errorFacts(error));
     }
 }
 

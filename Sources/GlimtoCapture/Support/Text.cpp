@@ -1,5 +1,6 @@
 #include "Support/Text.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -89,6 +90,19 @@ std::string validUTF8(std::string_view text)
             at += point.length;
         }
     }
+    return result;
+}
+
+std::string singleLine(std::string_view text)
+{
+    std::string result(text);
+    std::replace_if(
+        result.begin(), result.end(),
+        [](char character) {
+            const auto value = static_cast<unsigned char>(character);
+            return (value < 0x20 && value != '\t') || value == 0x7F;
+        },
+        ' ');
     return result;
 }
 

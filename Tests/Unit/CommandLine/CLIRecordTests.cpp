@@ -167,10 +167,15 @@ TEST_F(CLIRecordTests, FramerateLiesBetween1And120)
     EXPECT_EQ(record({"-r", "120"}).framesPerSecond, 120);
 }
 
+TEST_F(CLIRecordTests, StopFileIsLookedForWhereTheSystemFindsIt)
+{
+    EXPECT_EQ(record({"--stop-file", "link/../stop"}).stopFileURL, here("link/../stop"));
+}
+
 TEST_F(CLIRecordTests, DisplayIsAnIndex)
 {
     EXPECT_EQ(failure({"record", "--display", "-1"}), "--display must be 0 or greater.");
-    EXPECT_EQ(failure({"record", "--display", "3000000000"}), "Invalid integer '3000000000' for --display.");
+    EXPECT_EQ(record({"--display", "3000000000"}).displayIndex, 3000000000);
 }
 
 TEST_F(CLIRecordTests, MicrophoneNeedsADeviceID)

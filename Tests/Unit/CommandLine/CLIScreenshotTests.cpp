@@ -165,7 +165,7 @@ TEST_F(CLIScreenshotTests, TargetOfTheWrongTypesIsInvalid)
         "Invalid JSON for --target-json: \"index\" is not an integer.");
     EXPECT_EQ(targetFailure(R"({"kind":"display","index":true})"),
         "Invalid JSON for --target-json: \"index\" is not an integer.");
-    EXPECT_EQ(targetFailure(R"({"kind":"display","index":3000000000})"),
+    EXPECT_EQ(targetFailure(R"({"kind":"display","index":30000000000000000000})"),
         "Invalid JSON for --target-json: \"index\" is not an integer.");
 }
 

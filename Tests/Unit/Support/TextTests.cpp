@@ -7,6 +7,11 @@
 namespace glimto {
 namespace {
 
+TEST(TextTests, SingleLineKeepsTextAndTabsAndReplacesOtherControlCharacters)
+{
+    EXPECT_EQ(singleLine("a\nb\r\tc\x7F\xC3\xA9"), "a b \tc \xC3\xA9");
+}
+
 TEST(TextTests, TrimsSpacesTabsAndLineBreaksAtBothEnds)
 {
     EXPECT_EQ(trimmed(" \t\r\n a b \v\f\n"), "a b");

@@ -1,7 +1,12 @@
 #include "Backends/X11/X11RootBackground.h"
 
+#include <string_view>
+
 #include <xcb/composite.h>
 #include <xcb/shape.h>
+
+#include "Backends/X11/X11Property.h"
+#include "Backends/X11/X11Regions.h"
 
 namespace glimto {
 
@@ -44,11 +49,47 @@ xcb_pixmap_t X11RootBackground::pixmap(PixelSize rootSize)
     const std::uint32_t below = XCB_STACK_MODE_BELOW;
     xcb_configure_window(xcb, window, XCB_CONFIG_WINDOW_STACK_MODE, &below);
     xcb_map_window(xcb, window);
+    size_ = rootSize;
+    paint(window);
     pixmap_ = xcb_generate_id(xcb);
     xcb_composite_name_window_pixmap(xcb, window, pixmap_);
     xcb_destroy_window(xcb, window);
-    size_ = rootSize;
     return pixmap_;
+}
+
+// A new window holds what the screen shows in its place, and a root without a background, as compositing
+// managers make it, would leave it there. So it is painted with what these show instead: the picture that
+// was announced to them, or grey.
+void X11RootBackground::paint(xcb_window_t window)
+{
+    xcb_connection_t* xcb = connection_.xcb();
+    const xcb_rectangle_t whole = xcbRectangle(wholeOf(size_));
+    const xcb_gcontext_t grey = xcb_generate_id(xcb);
+    const std::uint32_t foreground = 0x808080;
+    xcb_create_gc(xcb, grey, window, XCB_GC_FOREGROUND, &foreground);
+    xcb_poly_fill_rectangle(xcb, window, grey, 1, &whole);
+    xcb_free_gc(xcb, grey);
+    if (const xcb_pixmap_t announced = announcedPixmap(); announced != XCB_NONE) {
+        const xcb_gcontext_t tiled = xcb_generate_id(xcb);
+        const std::uint32_t values[] = {XCB_FILL_STYLE_TILED, announced};
+        xcb_create_gc(xcb, tiled, window, XCB_GC_FILL_STYLE | XCB_GC_TILE, values);
+        xcb_poly_fill_rectangle(xcb, window, tiled, 1, &whole);
+        xcb_free_gc(xcb, tiled);
+    }
+    // The root's own background over all that, if it has one.
+    xcb_clear_area(xcb, 0, window, 0, 0, 0, 0);
+}
+
+xcb_pixmap_t X11RootBackground::announcedPixmap()
+{
+    constexpr std::string_view name = "_XROOTPMAP_ID";
+    const auto atom = connection_.reply<xcb_intern_atom_reply_t>(
+        xcb_intern_atom(connection_.xcb(), 1, static_cast<std::uint16_t>(name.size()), name.data()));
+    if (!atom || atom->atom == XCB_ATOM_NONE)
+        return XCB_NONE;
+    const auto property = X11Property::receive(
+        connection_, X11Property::ask(connection_, connection_.root(), atom->atom));
+    return property.type() == XCB_ATOM_PIXMAP ? property.firstNumber().value_or(XCB_NONE) : XCB_NONE;
 }
 
 } // namespace glimto

@@ -20,6 +20,9 @@ public:
     void forget();
 
 private:
+    void paint(xcb_window_t window);
+    xcb_pixmap_t announcedPixmap();
+
     X11Connection& connection_;
     xcb_pixmap_t pixmap_ = XCB_NONE;
     PixelSize size_;
