@@ -1,8 +1,8 @@
 #include "Support/Errors.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <memory>
+#include <system_error>
 #include <typeinfo>
 
 #include <cxxabi.h>
@@ -40,7 +40,7 @@ ErrorFacts PlatformError::facts() const
 
 PlatformError PlatformError::posix(const std::string& what, int errorNumber)
 {
-    return {"POSIX", errorNumber, what + ": " + std::strerror(errorNumber)};
+    return {"POSIX", errorNumber, what + ": " + std::generic_category().message(errorNumber)};
 }
 
 ErrorFacts errorFacts(const std::exception& error)

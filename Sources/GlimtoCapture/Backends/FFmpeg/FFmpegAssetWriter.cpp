@@ -14,7 +14,7 @@ constexpr std::int32_t timescale = 90'000;
 constexpr int mostFramesHeld = 2;
 
 // A longer segment is written in several fragments, so that memory stays flat.
-constexpr std::size_t largestFragmentBytes = 4 * 1024 * 1024;
+constexpr std::size_t largestFragmentBytes = std::size_t{4} * 1024 * 1024;
 
 // A picture coarser than this is refined while it stands still, this much at a time.
 constexpr int quantizerOfRest = 22;
