@@ -77,7 +77,7 @@ RecordingMetadataJSON stopRecording(const RecordOptions& options, const Recordin
     waitForThumbnail(take, limits, progress);
     progress.line("Glimto stop: writing playlists and manifest");
     writeArtifacts(options, take, tracks);
-    const auto metadata = recordingMetadata(options, take.source, take.plan, tracks);
+    auto metadata = recordingMetadata(options, take.source, take.plan, tracks);
     for (const auto& line : recordingSummaryLines(options, metadata))
         progress.line(line);
     progress.completed();

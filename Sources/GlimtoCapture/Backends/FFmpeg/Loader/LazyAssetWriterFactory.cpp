@@ -30,7 +30,7 @@ std::filesystem::path findModule(const std::vector<std::filesystem::path>& direc
 
 std::string lastLoaderError()
 {
-    const char* text = ::dlerror(); // NOLINT(concurrency-mt-unsafe): kept for each thread by itself
+    const char* text = ::dlerror();
     return text ? text : "unknown error";
 }
 
