@@ -8,8 +8,8 @@
 
 namespace glimto {
 
-// Everything on one display but the windows of `excludedApplications`; of those, the windows in
-// `exceptingWindows` stay visible. Covers applications and windows that appear later as well.
+// Everything on one display but the windows of `excludedApplications`, those that they open later included;
+// the windows in `exceptingWindows` stay visible.
 struct DisplayContentFilter {
     Display display;
     std::vector<Application> excludedApplications;

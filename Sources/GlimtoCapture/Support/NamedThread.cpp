@@ -1,5 +1,6 @@
 #include "Support/NamedThread.h"
 
+#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -8,6 +9,8 @@
 namespace glimto {
 
 namespace {
+
+std::atomic<bool> someThreadWasDetached = false;
 
 struct ThreadStart {
     std::string label;
@@ -60,8 +63,21 @@ NamedThread::~NamedThread()
 
 void NamedThread::join()
 {
-    if (!std::exchange(isJoined_, true))
+    if (!std::exchange(isOver_, true))
         pthread_join(thread_, nullptr);
+}
+
+void NamedThread::detach()
+{
+    if (std::exchange(isOver_, true))
+        return;
+    someThreadWasDetached = true;
+    pthread_detach(thread_);
+}
+
+bool NamedThread::detachedAny()
+{
+    return someThreadWasDetached;
 }
 
 } // namespace glimto

@@ -5,6 +5,7 @@
 #include <deque>
 #include <exception>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 #include <utility>
 
@@ -28,6 +29,19 @@ struct SerialQueue::Core {
     bool running = false;
     std::thread thread;
     std::thread::id threadId;
+
+    // False when the queue was abandoned.
+    bool accept(std::function<void()> task)
+    {
+        {
+            const std::lock_guard lock(mutex);
+            if (abandoned)
+                return false;
+            tasks.push_back(std::move(task));
+        }
+        changed.notify_one();
+        return true;
+    }
 
     void run()
     {
@@ -75,13 +89,7 @@ const std::string& SerialQueue::label() const
 
 void SerialQueue::post(std::function<void()> task)
 {
-    {
-        const std::lock_guard lock(core_->mutex);
-        if (core_->abandoned)
-            return;
-        core_->tasks.push_back(std::move(task));
-    }
-    core_->changed.notify_one();
+    core_->accept(std::move(task));
 }
 
 void SerialQueue::sync(const std::function<void()>& task)
@@ -94,7 +102,7 @@ void SerialQueue::sync(const std::function<void()>& task)
     std::condition_variable done;
     bool isDone = false;
     std::exception_ptr failure;
-    post([&] {
+    const bool isAccepted = core_->accept([&] {
         try {
             task();
         } catch (...) {
@@ -105,6 +113,8 @@ void SerialQueue::sync(const std::function<void()>& task)
         isDone = true;
         done.notify_one();
     });
+    if (!isAccepted)
+        throw std::logic_error("The queue " + core_->label + " was abandoned.");
     std::unique_lock lock(mutex);
     done.wait(lock, [&] { return isDone; });
     if (failure)
@@ -118,11 +128,12 @@ bool SerialQueue::isCurrent() const
 
 void SerialQueue::abandon()
 {
+    std::deque<std::function<void()>> dropped; // destroyed after the lock: what they own may call back
     const std::lock_guard lock(core_->mutex);
     if (core_->abandoned)
         return;
     core_->abandoned = true;
-    core_->tasks.clear();
+    dropped.swap(core_->tasks);
     if (core_->running)
         someQueueWasAbandoned = true;
     if (core_->thread.joinable())

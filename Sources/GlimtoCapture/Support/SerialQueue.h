@@ -23,7 +23,7 @@ public:
     void post(std::function<void()> task);
 
     // Runs `task` on the queue and returns when it is done, passing on what it throws. Runs it
-    // directly when the caller is already on the queue.
+    // directly when the caller is already on the queue. Throws std::logic_error when it was abandoned.
     void sync(const std::function<void()>& task);
 
     bool isCurrent() const;

@@ -91,5 +91,12 @@ TEST(SerialQueueTests, AnAbandonedQueueDoesNotWaitForATaskThatHangs)
     EXPECT_FALSE(laterTaskRan);
 }
 
+TEST(SerialQueueTests, SyncOnAnAbandonedQueueIsRefused)
+{
+    SerialQueue queue("test.abandoned");
+    queue.abandon();
+    EXPECT_THROW(queue.sync([] { }), std::logic_error);
+}
+
 } // namespace
 } // namespace glimto

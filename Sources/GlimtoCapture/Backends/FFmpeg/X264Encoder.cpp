@@ -13,6 +13,9 @@ namespace glimto {
 
 namespace {
 
+// The most that x264 takes; it would refuse as well, but not without losing some memory.
+constexpr int largestSide = 16384;
+
 // From here on one core is not enough: 1080p at 45 frames a second.
 constexpr std::int64_t pixelsPerSecondOfOneThread = 1920LL * 1080 * 45;
 
@@ -103,6 +106,8 @@ void append16(std::vector<std::uint8_t>& bytes, std::size_t value)
 
 std::unique_ptr<X264Encoder> X264Encoder::make(const VideoEncodingSettings& settings, std::int32_t timescale)
 {
+    if (settings.width > largestSide || settings.height > largestSide)
+        return nullptr;
     x264_param_t parameters = encoderParameters(settings, timescale);
     x264_t* opened = x264_encoder_open(&parameters);
     if (!opened)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <utility>
 
 #include <poll.h>
@@ -18,6 +19,11 @@
 namespace glimto {
 
 namespace {
+
+// A client that grabs the server, as a window manager does while it drags an outline, must not end a
+// recording; a server that hangs must. Shorter than the time a stop is waited for.
+constexpr std::chrono::seconds answerTimeout{10};
+
 
 constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 
@@ -61,6 +67,7 @@ void X11CaptureStream::start(Handlers handlers)
     if (!wakeUp_)
         throw PlatformError::posix("Could not start the capture", errno);
     connection_ = X11Connection::open();
+    connection_->setAnswerTimeout(answerTimeout);
     startPictureExtensions(*connection_);
     grabber_
         = std::make_unique<X11FrameGrabber>(*connection_, makeSource(*connection_, filter_, configuration_),
@@ -178,12 +185,16 @@ void X11CaptureStream::waitUntil(std::int64_t deadline, bool forEvents)
 // picture comes once more, so that the recording lasts until the moment it was stopped.
 void X11CaptureStream::deliverLastPicture()
 {
-    grabber_->handleEvents();
     const std::int64_t now = hostTimeNanoseconds();
     const std::int64_t interval = configuration_.minimumFrameInterval.nanoseconds();
     const bool isDue = now - lastTime_ >= interval / 4 * 3;
-    if (isDue && (grabber_->hasChanges() || grabber_->cursorHasMoved()))
-        grab(now);
+    try {
+        grabber_->handleEvents();
+        if (isDue && (grabber_->hasChanges() || grabber_->cursorHasMoved()))
+            grab(now);
+    } catch (const PlatformError&) {
+        // The source went in the very moment of the stop: what was taken before is whole without it.
+    }
     deliver(hostTimeNanoseconds(), false);
 }
 

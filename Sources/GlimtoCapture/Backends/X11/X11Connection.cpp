@@ -137,7 +137,7 @@ void X11Connection::flush()
 
 void* X11Connection::waitForReply(unsigned sequence)
 {
-    const auto deadline = std::chrono::steady_clock::now() + answerTimeout;
+    const auto deadline = std::chrono::steady_clock::now() + answerTimeout_;
     flush();
     while (true) {
         void* reply = nullptr;

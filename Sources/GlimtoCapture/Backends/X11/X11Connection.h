@@ -84,8 +84,9 @@ public:
 
     void flush();
 
-    // How long a reply is waited for.
-    static constexpr std::chrono::milliseconds answerTimeout{3000};
+    // How long a reply is waited for, 3 seconds unless set. Another client that grabs the server keeps all
+    // others waiting, so who depends on no answer at once had better be patient.
+    void setAnswerTimeout(std::chrono::milliseconds timeout) { answerTimeout_ = timeout; }
 
 private:
     X11Connection(xcb_connection_t* connection, int screenNumber);
@@ -95,6 +96,7 @@ private:
 
     xcb_connection_t* connection_;
     const xcb_screen_t* screen_ = nullptr;
+    std::chrono::milliseconds answerTimeout_{3000};
 };
 
 } // namespace glimto
