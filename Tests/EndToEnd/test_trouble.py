@@ -75,6 +75,18 @@ class LostServerTests(EndToEndCase):
         self.assert_leaves_no_temporary_file()
         self.assertFalse((self.take / "manifest.json").exists())
 
+    def test_server_grabbed_by_another_client_is_waited_for(self):
+        self.start_screen()
+        painter = self.start_painter()
+        painter.open("320x240+0+0", override=True).run_clock(20)
+        recording = self.start_recording("-d", "6", "--segment-duration", "0.5")
+        wait_until(lambda: "segment_000.m4s" in self.segments(), "the first segment")
+        painter.grab_server(4000)
+        output = recording.finish(limit=30)
+        self.assertEqual(output.status, 0)
+        self.assert_whole_take()
+        self.assertGreater(media.frame_times(self.joined())[-1], 5)
+
     def test_server_that_hangs_ends_the_recording_and_keeps_what_is_finished(self):
         self.start_screen()
         self.start_painter().open("320x240+0+0", override=True).run_clock(20)

@@ -26,6 +26,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <string_view>
 
 #include <poll.h>
@@ -143,6 +144,10 @@ private:
         words >> command;
         if (command == "open")
             return open(words);
+        if (command == "grab-server") {
+            grabServer(std::chrono::milliseconds(numberFrom(words)));
+            return {};
+        }
         const xcb_window_t window = idFrom(words);
         if (command == "paint")
             paint(window, wordFrom(words));
@@ -169,6 +174,16 @@ private:
         else
             throw std::runtime_error("unknown command " + command);
         return {};
+    }
+
+    // Keeps every other client waiting, as a window manager does while it drags an outline.
+    void grabServer(std::chrono::milliseconds duration)
+    {
+        xcb_grab_server(xcb_.get());
+        xcb_flush(xcb_.get());
+        std::this_thread::sleep_for(duration);
+        xcb_ungrab_server(xcb_.get());
+        xcb_flush(xcb_.get());
     }
 
     static std::string wordFrom(std::istringstream& words)

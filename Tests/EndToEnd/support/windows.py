@@ -31,6 +31,10 @@ class Painter(Child):
         answer = self.ask("open", geometry, hexadecimal(window_class), hexadecimal(title), owner, mode, paint)
         return Window(self, int(answer.result))
 
+    def grab_server(self, milliseconds):
+        """Returns when the server answers the others again."""
+        return self.ask("grab-server", milliseconds)
+
     def ask(self, *words):
         self.process.stdin.write((" ".join(map(str, words)) + "\n").encode())
         self.process.stdin.flush()
