@@ -12,7 +12,7 @@ export PATH="/usr/bin:/bin:/usr/sbin:/sbin:/usr/local/bin${PATH:+:$PATH}"
 build=(build-essential cmake ninja-build pkg-config ccache
     libavcodec-dev libavformat-dev libavutil-dev libx264-dev
     libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-xfixes0-dev libxcb-randr0-dev
-    libxcb-composite0-dev libxcb-render0-dev libxcb-res0-dev libxcb-shape0-dev
+    libxcb-composite0-dev libxcb-render0-dev libxcb-res0-dev libxcb-shape0-dev libxcb-xinput-dev
     libyuv-dev libturbojpeg0-dev nlohmann-json3-dev libssl-dev
     # The tests are configured with every build.
     libgtest-dev libgmock-dev)

@@ -48,23 +48,23 @@ class Take:
             raise Problem(f"{shown(key)} is not a regular file")
         return path
 
-    def text(self, key):
+    def text(self, key, largest=LARGEST_TEXT):
         path = self.file(key)
         try:
-            if path.stat().st_size > LARGEST_TEXT:
-                raise Problem(f"{key} is larger than {LARGEST_TEXT} bytes")
+            if path.stat().st_size > largest:
+                raise Problem(f"{key} is larger than {largest} bytes")
             return path.read_bytes().decode("utf-8")
         except OSError as error:
             raise Problem(f"{key}: {reason(error)}") from None
         except UnicodeDecodeError:
             raise Problem(f"{key} is not UTF-8") from None
 
-    def json(self, key):
+    def json(self, key, largest=LARGEST_TEXT):
         def refuse(constant):
             raise ValueError(f"{constant} is not a JSON number")
 
         try:
-            return json.loads(self.text(key), parse_constant=refuse)
+            return json.loads(self.text(key, largest), parse_constant=refuse)
         except (ValueError, RecursionError) as error:
             raise Problem(f"{key} is not JSON: {error}") from None
 

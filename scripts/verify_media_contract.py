@@ -10,6 +10,7 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 import take_boxes
+import take_events
 import take_files
 from take_files import Problem, Take, shown
 from take_manifest import PLAYLIST, expected_notes, require_manifest_keys
@@ -188,6 +189,21 @@ def check_thumbnail(report, take, video):
         return declared
 
     report.attempt("thumbnail", declared, thumbnail)
+
+
+def check_events(report, take, video):
+    if not os.path.lexists(take.root / take_events.EVENTS):
+        return
+    loaded = []
+    if not report.attempt("input events keys", "all with valid values",
+                          lambda: loaded.append(take_events.load_events(take)) or "all with valid values"):
+        return
+    display = loaded[0]["display"]
+    report.equal("input events picture size", f"{video['width']}x{video['height']}",
+                 f"{display['capturePixelWidth']}x{display['capturePixelHeight']}")
+    report.attempt("input events clock", "one moment", lambda: take_events.require_clock(loaded[0]["clock"]))
+    report.attempt("input events", "in order, within the picture",
+                   lambda: take_events.require_events(loaded[0]["events"]))
 
 
 # Media
@@ -415,6 +431,7 @@ def verify(take):
     report.equal("total bytes", total_bytes, manifest["totalBytes"])
     report.near("total duration", sum(tracks[0].durations), manifest["totalDuration"], 1e-6)
     check_thumbnail(report, take, manifest["video"])
+    check_events(report, take, manifest["video"])
     if safe:
         check_all_media(report, take, manifest, tracks)
     else:

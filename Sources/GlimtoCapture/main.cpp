@@ -13,11 +13,13 @@
 #include "Backends/FFmpeg/Loader/LazyAssetWriterFactory.h"
 #include "Backends/Images/TurboImageCodec.h"
 #include "Backends/X11/X11CaptureStream.h"
+#include "Backends/X11/X11EventTap.h"
 #include "Backends/X11/X11ScreenAccess.h"
 #include "Backends/X11/X11ShareableContentProvider.h"
 #include "CommandLine/Driver.h"
 #include "Platform/PlatformServices.h"
 #include "Support/DescriptorLineOutput.h"
+#include "Support/NamedThread.h"
 #include "Support/SerialQueue.h"
 
 namespace {
@@ -44,6 +46,7 @@ int runCommandLine(const std::vector<std::string>& arguments)
     X11ShareableContentProvider content;
     X11CaptureStreamFactory captureStreams;
     LazyAssetWriterFactory assetWriters(moduleDirectories(process));
+    X11EventTapFactory eventTaps;
     TurboImageCodec images;
     DesktopWorkspace workspace;
     PlatformServices services = {.process = process,
@@ -51,6 +54,7 @@ int runCommandLine(const std::vector<std::string>& arguments)
         .content = content,
         .captureStreams = captureStreams,
         .assetWriters = assetWriters,
+        .eventTaps = eventTaps,
         .images = images,
         .workspace = workspace,
         .stopRequests = stopRequests};
@@ -82,7 +86,7 @@ int main(int argumentCount, char** argumentValues)
     std::signal(SIGXFSZ, SIG_IGN);
     const int status = runCommandLine({argumentValues + 1, argumentValues + argumentCount});
     // A stage that hangs still uses what static destructors would take from it.
-    if (SerialQueue::abandonedAny())
+    if (SerialQueue::abandonedAny() || NamedThread::detachedAny())
         std::_Exit(status);
     return status;
 }

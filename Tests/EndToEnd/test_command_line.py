@@ -112,7 +112,7 @@ class UnavailableFeatureTests(EndToEndCase):
 
     def test_record_options_of_missing_subsystems_end_with_one_error_line(self):
         self.start_screen()
-        for option in [["--system-audio"], ["--microphone", "x"], ["--record-events"], ["--upload"]]:
+        for option in [["--system-audio"], ["--microphone", "x"], ["--upload"]]:
             with self.subTest(option=option):
                 self.assert_unavailable(["record", "-o", "take", "-d", "1", *option], "record " + option[0])
 

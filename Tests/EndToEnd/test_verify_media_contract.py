@@ -6,11 +6,16 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 import tempfile
 import unittest
 from pathlib import Path
 
 SCRIPT = Path(__file__).resolve().parents[2] / "scripts" / "verify-media-contract.sh"
+sys.path.insert(0, str(SCRIPT.parent))
+import verify_media_contract  # noqa: E402
+from take_files import Take  # noqa: E402
+
 VIDEO_NOTES = ["Segments are emitted directly by AVAssetWriter using MPEG4AppleHLS profile.",
                "Screen video only; audio was not requested."]
 SOUND_NOTES = [VIDEO_NOTES[0], "System audio was captured through ScreenCaptureKit and encoded as AAC."]
@@ -89,6 +94,21 @@ def add_sound(root, manifest):
         'CODECS="avc1.640028,mp4a.40.2",AUDIO="system-audio"\nvideo/playlist.m3u8\n')
 
 
+def make_events(root, change=lambda document: None):
+    """An events.json that belongs to make_take()'s take, as `change` leaves it."""
+    document = {"version": 1,
+                "clock": {"firstVideoSamplePtsValue": 7_000_000_001, "firstVideoSamplePtsTimescale": 1_000_000_000,
+                          "firstVideoSampleHostTimeNs": 7_000_000_001},
+                "display": {"capturePixelWidth": 161, "capturePixelHeight": 121, "pointScale": 1.0},
+                "cursorHidden": True,
+                "events": [{"t": 0.0, "k": "move", "x": 0.0, "y": 1.0},
+                           {"t": 500.0, "k": "down", "x": 0.25, "y": 0.5, "button": 0},
+                           {"t": 500.0, "k": "up", "x": 0.25, "y": 0.5, "button": 1},
+                           {"t": 501.25, "k": "scroll", "x": 0.25, "y": 0.5, "dx": 0.0, "dy": -1.0}]}
+    change(document)
+    (root / "events.json").write_text(json.dumps(document, separators=(",", ":")))
+
+
 def read_manifest(root):
     return json.loads((root / "manifest.json").read_text())
 
@@ -161,6 +181,16 @@ class VerifyMediaContractTests(unittest.TestCase):
 
     def test_a_take_without_thumbnail_passes(self):
         (self.take / "thumbnail.jpg").unlink()
+        self.assertEqual(self.verify(self.take).returncode, 0)
+
+    def test_a_take_with_input_events_passes(self):
+        make_events(self.take)
+        run = self.verify(self.take)
+        self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
+        self.assertRegex(run.stdout, "PASS  input events +4 events")
+
+    def test_a_take_with_an_empty_list_of_input_events_passes(self):
+        make_events(self.take, lambda document: document.update(events=[]))
         self.assertEqual(self.verify(self.take).returncode, 0)
 
     def test_the_result_of_an_earlier_run_does_not_outlive_a_failure(self):
@@ -353,6 +383,78 @@ class VerifyMediaContractTests(unittest.TestCase):
             (self.take / name).symlink_to(victim)
         self.assertEqual(self.verify(self.take).returncode, 0)
         self.assertEqual(victim.read_text(), "mine")
+
+
+class VerifyInputEventsTests(unittest.TestCase):
+    """events.json without the rest of its take."""
+
+    def setUp(self):
+        self.directory = tempfile.TemporaryDirectory()
+        self.addCleanup(self.directory.cleanup)
+        self.root = Path(self.directory.name)
+
+    def failing(self, change=lambda document: None):
+        """Names of the checks that fail."""
+        make_events(self.root, change)
+        return self.failing_now()
+
+    def failing_now(self):
+        report = verify_media_contract.Report()
+        verify_media_contract.check_events(report, Take(self.root), {"width": 161, "height": 121})
+        return [check["name"] for check in report.checks if not check["passed"]]
+
+    def assert_event_refused(self, event):
+        with self.subTest(event=event):
+            self.assertEqual(self.failing(lambda document: document["events"].append(event)), ["input events"])
+
+    def test_a_right_document_passes(self):
+        self.assertEqual(self.failing(), [])
+
+    def test_no_document_is_no_check(self):
+        self.assertEqual(self.failing_now(), [])
+
+    def test_what_is_no_document_is_refused(self):
+        for text in ("", "[]", "{", "null", '{"version":1}'):
+            (self.root / "events.json").write_text(text)
+            self.assertEqual(self.failing_now(), ["input events keys"])
+
+    def test_wrong_keys_are_refused(self):
+        for key, value in (("version", 2), ("version", True), ("clock", None), ("display", []), ("cursorHidden", 1),
+                           ("events", {})):
+            with self.subTest(key=key, value=value):
+                self.assertEqual(self.failing(lambda document: document.update({key: value})), ["input events keys"])
+        for part, key, value in (("clock", "firstVideoSamplePtsTimescale", 0),
+                                 ("clock", "firstVideoSampleHostTimeNs", 7.5),
+                                 ("clock", "firstVideoSamplePtsValue", "7"), ("display", "pointScale", 0),
+                                 ("display", "capturePixelWidth", -161)):
+            with self.subTest(key=key, value=value):
+                self.assertEqual(self.failing(lambda document: document[part].update({key: value})),
+                                 ["input events keys"])
+        self.assertEqual(self.failing(lambda document: document.pop("cursorHidden")), ["input events keys"])
+
+    def test_a_size_other_than_the_pictures_is_refused(self):
+        self.assertEqual(self.failing(lambda document: document["display"].update(capturePixelHeight=122)),
+                         ["input events picture size"])
+
+    def test_a_clock_of_two_moments_is_refused(self):
+        self.assertEqual(self.failing(lambda document: document["clock"].update(firstVideoSamplePtsValue=7_000_000_003)),
+                         ["input events clock"])
+
+    def test_a_clock_is_as_exact_as_its_timescale(self):
+        def change(document):
+            document["clock"] = {"firstVideoSamplePtsValue": 630_001, "firstVideoSamplePtsTimescale": 90_000,
+                                 "firstVideoSampleHostTimeNs": 7_000_011_111}
+
+        self.assertEqual(self.failing(change), [])
+
+    def test_events_that_are_wrong_are_refused(self):
+        move = {"t": 600.0, "k": "move", "x": 0.5, "y": 0.5}
+        for change in ({"t": -1.0}, {"t": 501.0}, {"t": "600"}, {"k": "drag"}, {"k": None}, {"x": 1.001},
+                       {"y": -0.001}, {"y": True}, {"button": 0}, {"dx": 1.0}, {"k": "down"},
+                       {"k": "down", "button": 2}, {"k": "up", "button": 0, "dy": 1.0}, {"k": "scroll", "dx": 1.0}):
+            self.assert_event_refused({**move, **change})
+        self.assert_event_refused({"t": 600.0, "k": "move", "x": 0.5})
+        self.assert_event_refused(7)
 
 
 def cut_everywhere(whole, take):

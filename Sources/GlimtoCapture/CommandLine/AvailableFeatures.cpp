@@ -18,8 +18,6 @@ std::optional<std::string> missingRecordFeature(const RecordOptions& options)
         return "record --system-audio";
     if (options.microphoneDeviceID)
         return "record --microphone";
-    if (options.recordEvents)
-        return "record --record-events";
     return std::nullopt;
 }
 

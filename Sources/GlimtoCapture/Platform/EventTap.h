@@ -26,7 +26,7 @@ enum class InputEventType : std::int64_t {
 struct InputEvent {
     InputEventType type = InputEventType::mouseMoved;
     std::int64_t hostNs = 0; // when it happened, nanoseconds on the host clock
-    Point globalLocation; // where the pointer was then, global display points
+    Point globalLocation = {}; // where the pointer was then, global display points
     double scrollDeltaY = 0; // axis 1, lines; positive moves the content down, as a wheel turned away from the user
     double scrollDeltaX = 0; // axis 2, lines; positive moves the content right
 };
@@ -48,6 +48,8 @@ public:
     // Delivers events until stop() was called, before or during this. Does not throw: a tap that can no
     // longer listen is disabled, and its timer goes on.
     virtual void run(std::chrono::nanoseconds timerPeriod, const Handlers& handlers) = 0;
+
+    // Returns at once: it waits neither for run() to return nor for a handler.
     virtual void stop() = 0;
 
     virtual bool isEnabled() const = 0;

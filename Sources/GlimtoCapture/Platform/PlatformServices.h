@@ -2,6 +2,7 @@
 
 #include "Platform/AssetWriter.h"
 #include "Platform/CaptureStream.h"
+#include "Platform/EventTap.h"
 #include "Platform/ImageCodec.h"
 #include "Platform/ProcessEnvironment.h"
 #include "Platform/ScreenAccess.h"
@@ -19,6 +20,7 @@ struct PlatformServices {
     ShareableContentProvider& content;
     CaptureStreamFactory& captureStreams;
     AssetWriterFactory& assetWriters;
+    EventTapFactory& eventTaps;
     ImageCodec& images;
     Workspace& workspace;
     StopRequests& stopRequests;

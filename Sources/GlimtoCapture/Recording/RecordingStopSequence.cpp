@@ -23,8 +23,16 @@ void stopStream(const RecordingTake& take, const RecordingStopLimits& limits, Re
     withStopTimeout(
         limits.captureStream, "stopping capture stream", [stream = take.stream] { stream->stop(); });
     take.stream->removeOutputs();
-    // The microphone stops here, and the input events end with the clock anchor of the first frame.
+    // The microphone stops here.
     progress.stopped();
+}
+
+void finishInputEvents(const RecordOptions& options, const RecordingTake& take, RecordingProgress& progress)
+{
+    if (!take.eventRecorder)
+        return;
+    take.stopInputEvents(!options.includeCursor);
+    progress.line("Events: " + take.plan.eventsURL.string());
 }
 
 CapturedTracks finishWriter(
@@ -73,6 +81,7 @@ RecordingMetadataJSON stopRecording(const RecordOptions& options, const Recordin
     const RecordingStopLimits& limits, RecordingProgress& progress)
 {
     stopStream(take, limits, progress);
+    finishInputEvents(options, take, progress);
     const CapturedTracks tracks = finishWriter(take, limits, progress);
     waitForThumbnail(take, limits, progress);
     progress.line("Glimto stop: writing playlists and manifest");

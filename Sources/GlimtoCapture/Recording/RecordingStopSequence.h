@@ -14,8 +14,8 @@ struct RecordingStopLimits {
     double thumbnail = 15;
 };
 
-// Ends a recording that runs: stops the stream, finishes the segments, waits for the thumbnail, writes
-// the playlists and the manifest, and tells about each step.
+// Ends a recording that runs: stops the stream, writes the input events, finishes the segments, waits for
+// the thumbnail, writes the playlists and the manifest, and tells about each step.
 //
 // Throws CLIError when a stage takes too long, which is then let go of; GlimtoCaptureLifecycleError
 // "finalization_failed" when the playlists or the manifest cannot be written; and what the stream and

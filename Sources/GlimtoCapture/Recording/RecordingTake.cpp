@@ -16,12 +16,25 @@ template <typename Function> void ignoringErrors(Function&& function) noexcept
 
 } // namespace
 
-void RecordingTake::abandon() noexcept
+void RecordingTake::stopInputEvents(bool cursorHidden) const
+{
+    if (const auto anchor = writer->firstVideoSamplePtsAnchor())
+        eventRecorder->setClockAnchor(anchor->value, anchor->timescale, anchor->hostTimeNs);
+    eventRecorder->stop(cursorHidden);
+}
+
+void RecordingTake::abandon(bool cursorHidden) noexcept
 {
     if (stream)
         ignoringErrors([this] { stream->removeOutputs(); });
     if (writer)
         ignoringErrors([this] { writer->cancel(); });
+    ignoringErrors([&] {
+        // Without a frame there is nothing that the events could belong to.
+        if (eventRecorder && writer && writer->firstVideoSamplePtsAnchor())
+            stopInputEvents(cursorHidden);
+        eventRecorder.reset();
+    });
     if (directories)
         directories->removeEmpty();
 }

@@ -6,6 +6,7 @@
 #include "Artifacts/OutputPlan.h"
 #include "Artifacts/TakeDirectories.h"
 #include "Content/PreparedCaptureSource.h"
+#include "InputEvents/InputEventRecorder.h"
 #include "Platform/CaptureStream.h"
 #include "Recording/ScreenCaptureOutput.h"
 #include "Recording/SegmentedMP4Writer.h"
@@ -13,8 +14,8 @@
 
 namespace glimto {
 
-// What one recording consists of, as far as it has come: null is what was not made yet. The mixer, the
-// microphone and the input event recorder of a take belong here as well.
+// What one recording consists of, as far as it has come: null is what was not made yet or not asked for.
+// The mixer and the microphone of a take belong here as well.
 //
 // Stages of the end that hang own the stream and the writers together with this.
 struct RecordingTake {
@@ -25,10 +26,15 @@ struct RecordingTake {
     std::shared_ptr<ThumbnailWriter> thumbnailWriter;
     std::shared_ptr<ScreenCaptureOutput> output;
     std::shared_ptr<CaptureStream> stream;
+    std::unique_ptr<InputEventRecorder> eventRecorder;
 
-    // Ends a recording that failed: the stream's outputs go first, then the microphone, then the writer.
-    // Finished segments stay on the disk; directories that hold nothing go.
-    void abandon() noexcept;
+    // Ends the track of input events, with the time of the first frame, and writes it.
+    void stopInputEvents(bool cursorHidden) const;
+
+    // Ends a recording that failed: the stream's outputs go first, then the microphone, then the writer,
+    // then the input events. Finished segments stay on the disk, with the input events that belong to
+    // them; directories that hold nothing go.
+    void abandon(bool cursorHidden) noexcept;
 };
 
 } // namespace glimto

@@ -1,5 +1,7 @@
 #include "Recording/ScreenSegmentRecorder.h"
 
+#include <chrono>
+
 #include "Content/CaptureSourceResolver.h"
 #include "Content/ScreenCaptureShareableContent.h"
 #include "Lifecycle/GlimtoCaptureLifecycleError.h"
@@ -11,12 +13,12 @@ namespace glimto {
 
 namespace {
 
+constexpr std::chrono::seconds inputEventFlushInterval(1);
+
 void requireSupportedTracks(const RecordOptions& options)
 {
     if (options.includesAudio())
         throw CLIError("Recording of audio is not supported by this build.");
-    if (options.recordEvents)
-        throw CLIError("Recording of input events is not supported by this build.");
 }
 
 CaptureStreamConfiguration streamConfiguration(
@@ -65,7 +67,7 @@ RecordingMetadataJSON ScreenSegmentRecorder::record(const RecordOptions& options
         waitForEnd(options, take, progress);
         return stopRecording(options, take, limits_, progress);
     } catch (...) {
-        take.abandon();
+        take.abandon(!options.includeCursor);
         throw;
     }
 }
@@ -91,7 +93,12 @@ void ScreenSegmentRecorder::prepare(
     take.directories = directories;
     const CaptureSourceResolver resolver(services_.process, services_.screen, outputs_.standardError);
     take.source = resolver.resolve(content, options);
-    // The geometry and the recorder of the input events are made here.
+    if (options.recordEvents) {
+        const auto geometry
+            = resolver.resolveGeometry(content, options, take.source.width, take.source.height);
+        take.eventRecorder = std::make_unique<InputEventRecorder>(take.plan.eventsURL, geometry,
+            inputEventFlushInterval, services_.eventTaps, outputs_.standardError);
+    }
 
     const SegmentedMP4Writer::Settings settings = {.width = take.source.width,
         .height = take.source.height,
@@ -115,8 +122,10 @@ void ScreenSegmentRecorder::start(
     for (const auto& line : recordingStartLines(options, take.source, take.plan))
         progress.line(line);
     requirePermission("stream_start", progress);
-    // The microphone starts before the stream, the input events after it.
+    // The microphone starts before the stream.
     take.stream->start(take.output->handlers());
+    if (take.eventRecorder)
+        take.eventRecorder->start();
     progress.recording();
 }
 

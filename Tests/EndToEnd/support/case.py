@@ -92,7 +92,7 @@ class EndToEndCase(unittest.TestCase):
     def assert_leaves_no_temporary_file(self):
         """Nothing in the take but files under their final names."""
         names = [path.name for path in self.take.rglob("*") if path.is_file()]
-        known = {"manifest.json", "thumbnail.jpg", "playlist.m3u8", "init.mp4"}
+        known = {"manifest.json", "thumbnail.jpg", "events.json", "playlist.m3u8", "init.mp4"}
         strange = [name for name in names if name not in known and not name.startswith("segment_")]
         self.assertEqual(strange, [])
         for path in self.take.rglob("*"):

@@ -14,6 +14,7 @@
 #include "CommandLine/UsageText.h"
 #include "Fakes/FakeAssetWriter.h"
 #include "Fakes/FakeCaptureStream.h"
+#include "Fakes/FakeEventTap.h"
 #include "Fakes/FakeImageCodec.h"
 #include "Fakes/FakeLineOutput.h"
 #include "Fakes/FakeProcessEnvironment.h"
@@ -79,6 +80,7 @@ protected:
     FakeShareableContentProvider content;
     FakeCaptureStreamFactory captureStreams;
     FakeAssetWriterFactory assetWriters;
+    FakeEventTapFactory eventTaps;
     FakeImageCodec images;
     FakeWorkspace workspace;
     FakeStopRequests stopRequests;
@@ -87,6 +89,7 @@ protected:
         .content = content,
         .captureStreams = captureStreams,
         .assetWriters = assetWriters,
+        .eventTaps = eventTaps,
         .images = images,
         .workspace = workspace,
         .stopRequests = stopRequests};
@@ -214,7 +217,6 @@ const std::vector<UnavailableCommand> unavailableCommands = {
     {"RecordUploadSetting", "record --upload", {"record", "-o", "/nowhere/take", "--recording-id", "r"}},
     {"RecordSystemAudio", "record --system-audio", {"record", "-o", "/nowhere/take", "--system-audio"}},
     {"RecordMicrophone", "record --microphone", {"record", "-o", "/nowhere/take", "--microphone", "m"}},
-    {"RecordEvents", "record --record-events", {"record", "-o", "/nowhere/take", "--record-events"}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Commands, DriverUnavailableTests, testing::ValuesIn(unavailableCommands),

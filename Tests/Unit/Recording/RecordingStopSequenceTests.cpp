@@ -99,7 +99,7 @@ TEST_F(RecordingStopSequenceTests, AThumbnailThatHangsFailsWithTheTimeLimit)
     static FakeImageCodec codec;
     codec.beforeEncoding = hanging.operation();
     PlatformServices lastingServices{
-        process, screen, content, captureStreams, assetWriters, codec, workspace, stopRequests};
+        process, screen, content, captureStreams, assetWriters, eventTaps, codec, workspace, stopRequests};
     ScreenSegmentRecorder recorder(lastingServices, {standardOutput, standardError}, clock, limits);
     try {
         recorder.record(options);

@@ -9,6 +9,7 @@
 
 #include "Fakes/FakeAssetWriter.h"
 #include "Fakes/FakeCaptureStream.h"
+#include "Fakes/FakeEventTap.h"
 #include "Fakes/FakeImageCodec.h"
 #include "Fakes/FakeLineOutput.h"
 #include "Fakes/FakeProcessEnvironment.h"
@@ -103,11 +104,12 @@ protected:
     FakeShareableContentProvider content;
     FakeCaptureStreamFactory captureStreams;
     FakeAssetWriterFactory assetWriters;
+    FakeEventTapFactory eventTaps;
     FakeImageCodec images;
     NoWorkspace workspace;
     FakeStopRequests stopRequests;
     PlatformServices services{
-        process, screen, content, captureStreams, assetWriters, images, workspace, stopRequests};
+        process, screen, content, captureStreams, assetWriters, eventTaps, images, workspace, stopRequests};
 
     FakeCaptureStreamState& stream = *captureStreams.stream;
     FakeAssetWriterState& encoder = *assetWriters.writer;

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <optional>
+#include <string_view>
+
+namespace glimto {
+
+enum class InputEventKind : std::uint8_t { down, up, move, scroll };
+
+// One event on the recording's timeline. There may be millions: no strings in here.
+struct RecordedEvent {
+    double t = 0; // milliseconds since the first video frame, at least 0
+    double x = 0; // within the captured picture: 0 is its left edge, 1 its right one
+    double y = 0; // 0 is the top, 1 the bottom
+    double dx = 0; // scroll deltas; written for `scroll` only
+    double dy = 0;
+    InputEventKind k = InputEventKind::move;
+    std::optional<std::uint8_t> button = std::nullopt; // 0 left, 1 right; for `down` and `up`
+
+    friend bool operator==(const RecordedEvent&, const RecordedEvent&) = default;
+};
+
+// The first video frame's presentation time, and the same moment on the host clock. All zero when there
+// was no frame.
+struct EventsClock {
+    std::int64_t firstVideoSamplePtsValue = 0;
+    std::int32_t firstVideoSamplePtsTimescale = 0;
+    std::int64_t firstVideoSampleHostTimeNs = 0;
+
+    friend bool operator==(const EventsClock&, const EventsClock&) = default;
+};
+
+struct EventsDisplay {
+    int capturePixelWidth = 0;
+    int capturePixelHeight = 0;
+    double pointScale = 1; // pixels a point
+};
+
+// What events.json holds.
+struct EventsDocument {
+    static constexpr int version = 1;
+
+    EventsClock clock;
+    EventsDisplay display;
+    bool cursorHidden = false; // left out of the video
+    std::deque<RecordedEvent> events; // in the order in which they arrived
+};
+
+// The document as one line of JSON without spaces, keys in the order of the fields, numbers in the
+// shortest form that reads back as the same number. `write` gets it in pieces of about 64 KiB, so that a
+// long recording's text never stands in memory whole; what it throws passes on.
+//
+//     {"version":1,"clock":{...},"display":{...},"cursorHidden":true,"events":[
+//      {"t":500.0,"k":"down","x":0.25,"y":0.5,"button":0}]}
+void encodeEventsDocument(
+    const EventsDocument& document, const std::function<void(std::string_view piece)>& write);
+
+} // namespace glimto

@@ -1,0 +1,73 @@
+#include "InputEvents/InputEventRecorder.h"
+
+#include <exception>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "Support/AtomicFile.h"
+#include "Support/Text.h"
+
+namespace glimto {
+
+InputEventRecorder::InputEventRecorder(std::filesystem::path outputURL, const CaptureGeometry& geometry,
+    std::chrono::nanoseconds flushInterval, EventTapFactory& factory, LineOutput& standardError)
+    : InputEventRecorder(std::move(outputURL), geometry, flushInterval, factory, standardError, Limits())
+{
+}
+
+InputEventRecorder::InputEventRecorder(std::filesystem::path outputURL, const CaptureGeometry& geometry,
+    std::chrono::nanoseconds flushInterval, EventTapFactory& factory, LineOutput& standardError,
+    const Limits& limits)
+    : outputURL_(std::move(outputURL))
+    , standardError_(standardError)
+    , limits_(limits)
+    , track_(std::make_shared<InputEventTrack>(geometry))
+    , tapThread_(factory, standardError, flushInterval,
+          [track = track_](const InputEvent& event) { track->append(event); })
+{
+}
+
+InputEventRecorder::~InputEventRecorder()
+{
+    tapThread_.stop(limits_.stop);
+}
+
+void InputEventRecorder::start()
+{
+    tapThread_.start(limits_.start);
+}
+
+void InputEventRecorder::setClockAnchor(
+    std::int64_t ptsValue, std::int32_t ptsTimescale, std::int64_t hostTimeNs)
+{
+    track_->setClockAnchor({.firstVideoSamplePtsValue = ptsValue,
+        .firstVideoSamplePtsTimescale = ptsTimescale,
+        .firstVideoSampleHostTimeNs = hostTimeNs});
+}
+
+void InputEventRecorder::stop(bool cursorHidden)
+{
+    if (stopped_.exchange(true))
+        return;
+    // The tap hands on what it still holds before it ends.
+    tapThread_.stop(limits_.stop);
+    try {
+        write(cursorHidden);
+    } catch (const std::exception& error) {
+        standardError_.writeLine(
+            singleLine(std::string("warning: failed to write events.json: ") + error.what()));
+    }
+}
+
+void InputEventRecorder::write(bool cursorHidden)
+{
+    const EventsDocument document = track_->finish(cursorHidden);
+    AtomicFile file(outputURL_);
+    encodeEventsDocument(document,
+        [&](std::string_view piece) { file.write(std::as_bytes(std::span(piece.data(), piece.size()))); });
+    file.commit();
+}
+
+} // namespace glimto

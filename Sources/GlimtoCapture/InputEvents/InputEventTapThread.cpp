@@ -1,0 +1,160 @@
+#include "InputEvents/InputEventTapThread.h"
+
+#include <atomic>
+#include <exception>
+#include <future>
+#include <string>
+#include <utility>
+
+#include "Support/Guarded.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr std::uint64_t bit(InputEventType type)
+{
+    return std::uint64_t{1} << static_cast<unsigned>(type);
+}
+
+using enum InputEventType;
+static_assert(InputEventTapThread::eventMask
+    == (bit(leftMouseDown) | bit(leftMouseUp) | bit(rightMouseDown) | bit(rightMouseUp) | bit(mouseMoved)
+        | bit(leftMouseDragged) | bit(rightMouseDragged) | bit(scrollWheel)));
+
+} // namespace
+
+struct InputEventTapThread::Core {
+    EventTapFactory& factory;
+    LineOutput& standardError;
+    const std::chrono::nanoseconds checkInterval;
+    const std::function<void(const InputEvent&)> onEvent;
+
+    std::promise<void> installed = {}; // or refused
+    std::promise<void> ended = {};
+    std::atomic<bool> stopped = false;
+    // The tap while it may be stopped; nothing that runs on the tap's thread takes this lock meanwhile.
+    Guarded<EventTap*> runningTap{nullptr};
+
+    bool tapWasDisabledAtLastPoll = false; // of the tap's thread
+
+    void installTapAndRun();
+    std::unique_ptr<EventTap> makeTap();
+    void handle(const InputEvent& event, EventTap& tap);
+    void reenable(EventTap& tap, const std::string& reason);
+    void check(EventTap& tap);
+    void requestStop();
+};
+
+std::unique_ptr<EventTap> InputEventTapThread::Core::makeTap()
+{
+    std::unique_ptr<EventTap> tap;
+    try {
+        tap = factory.makeListenOnlyTap(eventMask);
+    } catch (const std::exception&) {
+        tap = nullptr; // no tap, whatever the reason
+    }
+    if (!tap)
+        standardError.writeLine("warning: listen-only CGEventTap not permitted; event track will be empty");
+    return tap;
+}
+
+void InputEventTapThread::Core::installTapAndRun()
+{
+    auto tap = makeTap();
+    if (tap) {
+        tap->enable();
+        runningTap.with([&](EventTap*& running) { running = tap.get(); });
+    }
+    installed.set_value();
+    if (tap && !stopped) {
+        tap->run(checkInterval,
+            {.onEvent = [&](const InputEvent& event) { handle(event, *tap); },
+                .onTimer = [&] { check(*tap); }});
+    }
+    runningTap.with([](EventTap*& running) { running = nullptr; });
+    tap.reset();
+    ended.set_value();
+}
+
+void InputEventTapThread::Core::handle(const InputEvent& event, EventTap& tap)
+{
+    switch (event.type) {
+    case InputEventType::tapDisabledByTimeout:
+        return reenable(tap, "timeout");
+    case InputEventType::tapDisabledByUserInput:
+        return reenable(tap, "user input");
+    default:
+        onEvent(event);
+    }
+}
+
+void InputEventTapThread::Core::reenable(EventTap& tap, const std::string& reason)
+{
+    standardError.writeLine("warning: input event tap disabled (" + reason + "); re-enabling");
+    tap.enable();
+}
+
+void InputEventTapThread::Core::check(EventTap& tap)
+{
+    if (stopped)
+        return;
+    if (tap.isEnabled()) {
+        tapWasDisabledAtLastPoll = false;
+        return;
+    }
+    if (!std::exchange(tapWasDisabledAtLastPoll, true))
+        standardError.writeLine("warning: input event tap found disabled at flush; re-enabling");
+    tap.enable();
+}
+
+void InputEventTapThread::Core::requestStop()
+{
+    stopped = true;
+    runningTap.with([](EventTap* running) {
+        if (running)
+            running->stop();
+    });
+}
+
+InputEventTapThread::InputEventTapThread(EventTapFactory& factory, LineOutput& standardError,
+    std::chrono::nanoseconds checkInterval, std::function<void(const InputEvent& event)> onEvent)
+    : core_(new Core{.factory = factory,
+        .standardError = standardError,
+        .checkInterval = checkInterval,
+        .onEvent = std::move(onEvent)})
+{
+}
+
+InputEventTapThread::~InputEventTapThread()
+{
+    stop(std::chrono::seconds(2));
+}
+
+void InputEventTapThread::start(std::chrono::nanoseconds limit)
+{
+    const auto installed = core_->installed.get_future();
+    try {
+        thread_ = std::make_unique<NamedThread>(
+            "glimto.capture.input-events", stackBytes, [core = core_] { core->installTapAndRun(); });
+    } catch (const std::exception& error) {
+        core_->standardError.writeLine(
+            std::string("warning: ") + error.what() + "; event track will be empty");
+        return;
+    }
+    installed.wait_for(limit);
+}
+
+void InputEventTapThread::stop(std::chrono::nanoseconds limit)
+{
+    core_->requestStop();
+    if (!thread_)
+        return;
+    if (core_->ended.get_future().wait_for(limit) == std::future_status::ready)
+        thread_->join();
+    else
+        thread_->detach();
+    thread_.reset();
+}
+
+} // namespace glimto

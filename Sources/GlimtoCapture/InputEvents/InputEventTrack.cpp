@@ -1,0 +1,131 @@
+#include "InputEvents/InputEventTrack.h"
+
+namespace glimto {
+
+namespace {
+
+struct EventClass {
+    InputEventKind kind;
+    std::optional<std::uint8_t> button;
+};
+
+std::optional<EventClass> eventClass(InputEventType type)
+{
+    switch (type) {
+    case InputEventType::leftMouseDown:
+        return EventClass{InputEventKind::down, 0};
+    case InputEventType::leftMouseUp:
+        return EventClass{InputEventKind::up, 0};
+    case InputEventType::rightMouseDown:
+        return EventClass{InputEventKind::down, 1};
+    case InputEventType::rightMouseUp:
+        return EventClass{InputEventKind::up, 1};
+    case InputEventType::mouseMoved:
+    case InputEventType::leftMouseDragged:
+    case InputEventType::rightMouseDragged:
+        return EventClass{InputEventKind::move, std::nullopt};
+    case InputEventType::scrollWheel:
+        return EventClass{InputEventKind::scroll, std::nullopt};
+    case InputEventType::tapDisabledByTimeout:
+    case InputEventType::tapDisabledByUserInput:
+        break;
+    }
+    return std::nullopt;
+}
+
+// Where `position` lies between `start`, which is 0, and `start` + `length`, which is 1.
+double normalized(double position, double start, double length)
+{
+    const double value = (position - start) / length;
+    if (!(value > 0)) // also what is no number
+        return 0;
+    return value < 1 ? value : 1;
+}
+
+// `later` must not be before `earlier`. Exact wherever the two lie.
+double millisecondsBetween(std::int64_t earlier, std::int64_t later)
+{
+    return static_cast<double>(static_cast<std::uint64_t>(later) - static_cast<std::uint64_t>(earlier)) / 1e6;
+}
+
+} // namespace
+
+InputEventTrack::InputEventTrack(const CaptureGeometry& geometry)
+    : geometry_(geometry)
+{
+}
+
+std::optional<InputEventTrack::PendingEvent> InputEventTrack::classified(const InputEvent& event)
+{
+    const auto found = eventClass(event.type);
+    if (!found)
+        return std::nullopt;
+    const bool scrolls = found->kind == InputEventKind::scroll;
+    return PendingEvent{.hostNs = event.hostNs,
+        .globalLocation = event.globalLocation,
+        .dx = scrolls ? event.scrollDeltaX : 0,
+        .dy = scrolls ? event.scrollDeltaY : 0,
+        .kind = found->kind,
+        .button = found->button};
+}
+
+void InputEventTrack::record(const PendingEvent& event, State& state) const
+{
+    const std::int64_t anchor = state.anchor->firstVideoSampleHostTimeNs;
+    if (event.hostNs < anchor)
+        return;
+    const Rect& frame = geometry_.globalFrame;
+    const Point place = event.globalLocation;
+    state.recorded.push_back({.t = millisecondsBetween(anchor, event.hostNs),
+        .x = frame.isEmpty() ? 0 : normalized(place.x, frame.minX(), frame.width),
+        .y = frame.isEmpty() ? 0 : normalized(place.y, frame.minY(), frame.height),
+        .dx = event.dx,
+        .dy = event.dy,
+        .k = event.kind,
+        .button = event.button});
+}
+
+void InputEventTrack::append(const InputEvent& event)
+{
+    const auto pending = classified(event);
+    if (!pending)
+        return;
+    state_.with([&](State& state) {
+        if (state.finished)
+            return;
+        if (state.anchor)
+            record(*pending, state);
+        else
+            state.pending.push_back(*pending);
+    });
+}
+
+void InputEventTrack::setClockAnchor(const EventsClock& anchor)
+{
+    state_.with([&](State& state) {
+        if (state.anchor)
+            return;
+        state.anchor = anchor;
+        // One by one, so that a long recording is not in memory twice.
+        for (; !state.pending.empty(); state.pending.pop_front())
+            record(state.pending.front(), state);
+    });
+}
+
+EventsDocument InputEventTrack::finish(bool cursorHidden)
+{
+    EventsDocument document;
+    document.display = {.capturePixelWidth = geometry_.capturePixelWidth,
+        .capturePixelHeight = geometry_.capturePixelHeight,
+        .pointScale = geometry_.pointScale};
+    document.cursorHidden = cursorHidden;
+    state_.with([&](State& state) {
+        document.clock = state.anchor.value_or(EventsClock());
+        document.events.swap(state.recorded);
+        state.pending.clear();
+        state.finished = true;
+    });
+    return document;
+}
+
+} // namespace glimto

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+
+#include "Content/CaptureGeometry.h"
+#include "InputEvents/EventsDocument.h"
+#include "Platform/EventTap.h"
+#include "Support/Guarded.h"
+
+namespace glimto {
+
+// The events of one recording. They wait as they came until the first video frame's time is known, and
+// are then placed on the recording's timeline and in its picture.
+//
+// Safe to use from any thread; the lock is held for a short time only, never while anything is written.
+class InputEventTrack {
+public:
+    explicit InputEventTrack(const CaptureGeometry& geometry);
+
+    // Takes a click, a move or a scroll; ignores every other type, events from before the anchor, and
+    // everything after finish().
+    void append(const InputEvent& event);
+
+    // Tells when the first frame was; only the first call counts.
+    void setClockAnchor(const EventsClock& anchor);
+
+    // Moves the events out; nothing more is appended. Events that still wait for an anchor are lost.
+    EventsDocument finish(bool cursorHidden);
+
+private:
+    // An event that waits for the anchor.
+    struct PendingEvent {
+        std::int64_t hostNs = 0;
+        Point globalLocation;
+        double dx = 0;
+        double dy = 0;
+        InputEventKind kind = InputEventKind::move;
+        std::optional<std::uint8_t> button = std::nullopt;
+    };
+
+    // Deques grow without moving what they hold, and shrink while they are emptied.
+    struct State {
+        std::optional<EventsClock> anchor;
+        std::deque<PendingEvent> pending;
+        std::deque<RecordedEvent> recorded;
+        bool finished = false;
+    };
+
+    static std::optional<PendingEvent> classified(const InputEvent& event);
+    void record(const PendingEvent& event, State& state) const;
+
+    const CaptureGeometry geometry_;
+    Guarded<State> state_;
+};
+
+} // namespace glimto
