@@ -151,6 +151,17 @@ TEST_F(AudioMixerFormatTests, SourceIsHeardAgainOnceItsFormatIsSupported)
     EXPECT_EQ(track.stretches(), (Stretches{{480, 480, {0.25F, 0.25F}}}));
 }
 
+TEST_F(AudioMixerFormatTests, SourceIsSilentWhileItsFormatIsUnsupported)
+{
+    converters.refusedType = AudioSampleType::integer32;
+    const AudioFormat refused{48000, 2, AudioSampleType::integer32, AudioLayout::planar};
+    appendFrames(systemSource, 0, AudioSamples(stereo, 480, {0.25F, 0.25F}));
+    appendFrames(systemSource, 480, AudioSamples(refused, 480, {0.5F, 0.5F}));
+    appendFrames(systemSource, 960, AudioSamples(refused, 480, {0.5F, 0.5F}));
+    mixer->finish();
+    EXPECT_EQ(track.stretches(), (Stretches{{0, 480, {0.25F, 0.25F}}}));
+}
+
 TEST_F(AudioMixerFormatTests, WithoutAnyConverterOtherFormatsAreUnsupported)
 {
     converters.isMissing = true;
