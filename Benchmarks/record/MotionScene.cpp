@@ -50,7 +50,8 @@ std::vector<std::uint32_t> makeTexture()
     constexpr double turn = 6.283185307179586 / textureSize;
     for (std::uint32_t y = 0; y < textureSize; ++y) {
         for (std::uint32_t x = 0; x < textureSize; ++x) {
-            const double wave = std::sin(turn * 5 * x) + std::cos(turn * 7 * y) + std::sin(turn * 3 * (x + 2 * y));
+            const double wave
+                = std::sin(turn * 5 * x) + std::cos(turn * 7 * y) + std::sin(turn * 3 * (x + 2 * y));
             const bool isEdge = ((x / 97U) + (y / 61U)) % 5U == 0;
             const double grain = static_cast<double>(noise(x, y) & 15U);
             const double base = 110 + 35 * wave + (isEdge ? 40 : 0) + grain;
@@ -78,7 +79,8 @@ void drawPicture(std::uint32_t* pixels, const std::vector<std::uint32_t>& textur
     const unsigned shiftX = number * 9;
     const unsigned shiftY = number * 4;
     for (unsigned y = 0; y < height; ++y) {
-        const std::uint32_t* row = texture.data() + static_cast<std::size_t>((y + shiftY) & (textureSize - 1)) * textureSize;
+        const std::uint32_t* row
+            = texture.data() + static_cast<std::size_t>((y + shiftY) & (textureSize - 1)) * textureSize;
         const unsigned first = shiftX & (textureSize - 1);
         const unsigned beforeWrap = std::min<unsigned>(width, textureSize - first);
         std::uint32_t* target = pixels + static_cast<std::size_t>(y) * width;
@@ -162,7 +164,8 @@ void show(const std::vector<std::uint32_t>& texture)
     const auto start = std::chrono::steady_clock::now();
     for (unsigned number = 0;; ++number) {
         drawPicture(screen.pixels(), texture, number & 0xFFFFU);
-        std::this_thread::sleep_until(start + std::chrono::microseconds(number * 1'000'000LL / framesPerSecond));
+        std::this_thread::sleep_until(
+            start + std::chrono::microseconds(number * 1'000'000LL / framesPerSecond));
         screen.show();
     }
 }

@@ -145,7 +145,8 @@ OptionTable<Options> uploadTable(const ProcessEnvironment& environment)
 
 std::filesystem::path defaultOutputDirectory()
 {
-    return standardizedPath(std::filesystem::path(".glimto-runs") / RecordOptions::timestampedDirectoryName());
+    return standardizedPath(
+        std::filesystem::path(".glimto-runs") / RecordOptions::timestampedDirectoryName());
 }
 
 } // namespace

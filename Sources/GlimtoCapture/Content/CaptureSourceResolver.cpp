@@ -210,8 +210,8 @@ ContentFilter CaptureSourceResolver::displayFilter(const Display& display, const
         std::nullopt};
 }
 
-PreparedCaptureSource CaptureSourceResolver::displaySource(std::int64_t displayIndex, const ShareableContent& content,
-    std::optional<std::uint32_t> exceptWindowId,
+PreparedCaptureSource CaptureSourceResolver::displaySource(std::int64_t displayIndex,
+    const ShareableContent& content, std::optional<std::uint32_t> exceptWindowId,
     const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const
 {
     const Display& display = requireDisplay(displayIndex, content);

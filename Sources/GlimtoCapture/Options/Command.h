@@ -16,7 +16,8 @@ struct SourcesCommand { };
 struct PermissionJSONCommand { };
 
 // One parsed command line.
-using Command = std::variant<WindowListOptions, ScreenshotOptions, ClipboardImageOptions, TextRecognitionOptions,
-    RecordOptions, UploadRecordingOptions, HelpCommand, SourcesCommand, PermissionJSONCommand>;
+using Command
+    = std::variant<WindowListOptions, ScreenshotOptions, ClipboardImageOptions, TextRecognitionOptions,
+        RecordOptions, UploadRecordingOptions, HelpCommand, SourcesCommand, PermissionJSONCommand>;
 
 } // namespace glimto

@@ -27,7 +27,8 @@ struct InputEvent {
     InputEventType type = InputEventType::mouseMoved;
     std::int64_t hostNs = 0; // when it happened, nanoseconds on the host clock
     Point globalLocation = {}; // where the pointer was then, global display points
-    double scrollDeltaY = 0; // axis 1, lines; positive moves the content down, as a wheel turned away from the user
+    double scrollDeltaY
+        = 0; // axis 1, lines; positive moves the content down, as a wheel turned away from the user
     double scrollDeltaX = 0; // axis 2, lines; positive moves the content right
 };
 

@@ -20,7 +20,8 @@ struct CodePoint {
 CodePoint decode(std::string_view text)
 {
     const auto byte = [&](std::size_t index) { return static_cast<std::uint8_t>(text[index]); };
-    const auto continues = [&](std::size_t index) { return index < text.size() && (byte(index) & 0xC0U) == 0x80U; };
+    const auto continues
+        = [&](std::size_t index) { return index < text.size() && (byte(index) & 0xC0U) == 0x80U; };
     const std::uint32_t first = byte(0);
     if (first < 0x80)
         return {first, 1};
@@ -33,8 +34,8 @@ CodePoint decode(std::string_view text)
             return {value, 3};
     }
     if (first >= 0xF0 && first <= 0xF4 && continues(1) && continues(2) && continues(3)) {
-        const std::uint32_t value = ((first & 0x07U) << 18U) | ((byte(1) & 0x3FU) << 12U) | ((byte(2) & 0x3FU) << 6U)
-            | (byte(3) & 0x3FU);
+        const std::uint32_t value = ((first & 0x07U) << 18U) | ((byte(1) & 0x3FU) << 12U)
+            | ((byte(2) & 0x3FU) << 6U) | (byte(3) & 0x3FU);
         if (value >= 0x10000 && value <= 0x10FFFF)
             return {value, 4};
     }
@@ -43,9 +44,9 @@ CodePoint decode(std::string_view text)
 
 bool isWhitespaceOrNewline(std::uint32_t value)
 {
-    return (value >= 0x09 && value <= 0x0D) || value == 0x20 || value == 0x85 || value == 0xA0 || value == 0x1680
-        || (value >= 0x2000 && value <= 0x200A) || value == 0x2028 || value == 0x2029 || value == 0x202F
-        || value == 0x205F || value == 0x3000;
+    return (value >= 0x09 && value <= 0x0D) || value == 0x20 || value == 0x85 || value == 0xA0
+        || value == 0x1680 || (value >= 0x2000 && value <= 0x200A) || value == 0x2028 || value == 0x2029
+        || value == 0x202F || value == 0x205F || value == 0x3000;
 }
 
 } // namespace

@@ -169,6 +169,8 @@ private:
             iconify(window);
         else if (command == "destroy")
             destroy(window);
+        else if (command == "grab")
+            grab(window);
         else if (command == "where")
             return where(window);
         else
@@ -411,6 +413,18 @@ private:
         pictures_.erase(window);
         sizes_.erase(window);
         xcb_destroy_window(xcb_.get(), window);
+    }
+
+    // From now on all clicks and moves of the pointer go to this window alone.
+    void grab(xcb_window_t window)
+    {
+        constexpr std::uint16_t mask
+            = XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE | XCB_EVENT_MASK_POINTER_MOTION;
+        const auto cookie = xcb_grab_pointer(xcb_.get(), 0, window, mask, XCB_GRAB_MODE_ASYNC,
+            XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME);
+        const auto reply = owned(xcb_grab_pointer_reply(xcb_.get(), cookie, nullptr));
+        if (!reply || reply->status != XCB_GRAB_STATUS_SUCCESS)
+            throw std::runtime_error("the pointer could not be grabbed");
     }
 
     std::string where(xcb_window_t window)

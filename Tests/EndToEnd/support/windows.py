@@ -83,6 +83,10 @@ class Window:
     def unmap(self):
         return self.painter.ask("unmap", self.id)
 
+    def grab_pointer(self):
+        """Takes all clicks and moves of the pointer from every other client."""
+        return self.painter.ask("grab", self.id)
+
     def destroy(self):
         return self.painter.ask("destroy", self.id)
 

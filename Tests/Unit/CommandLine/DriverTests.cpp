@@ -316,9 +316,9 @@ TEST_F(DriverTests, ARecordingWithoutPermissionSaysSo)
     EXPECT_EQ(record(), 1);
     EXPECT_EQ(documents().back()["error"]["code"], "screen_permission_denied");
     EXPECT_EQ(standardOutput.lines().back(), "GLIMTO_RECORDING_STATUS=failed");
-    EXPECT_EQ(
-        standardError.text(), "warning: The screen is out of reach.\n"
-                              "error: Screen Recording permission is not granted for glimto-capture.\n");
+    EXPECT_EQ(standardError.text(),
+        "warning: The screen is out of reach.\n"
+        "error: Screen Recording permission is not granted for glimto-capture.\n");
 }
 
 TEST_F(DriverTests, AWindowSystemThatGoesAwayIsNotAMissingPermission)

@@ -38,11 +38,11 @@ int readSource(void* opaque, std::uint8_t* buffer, int size)
 
 struct Decoder {
     explicit Decoder(std::span<const std::byte> data)
-        : source {data}
+        : source{data}
     {
         constexpr int bufferSize = 32768;
-        io = avio_alloc_context(
-            static_cast<unsigned char*>(av_malloc(bufferSize)), bufferSize, 0, &source, &readSource, nullptr, nullptr);
+        io = avio_alloc_context(static_cast<unsigned char*>(av_malloc(bufferSize)), bufferSize, 0, &source,
+            &readSource, nullptr, nullptr);
         format = avformat_alloc_context();
         format->pb = io;
         require(avformat_open_input(&format, nullptr, nullptr, nullptr) == 0, "not an MP4");
@@ -89,7 +89,8 @@ DecodedMedia decodeMedia(std::span<const std::byte> data)
     Decoder decoder(data);
     DecodedMedia media;
     AVPacket* packet = av_packet_alloc();
-    const std::unique_ptr<AVPacket, void (*)(AVPacket*)> owner(packet, [](AVPacket* owned) { av_packet_free(&owned); });
+    const std::unique_ptr<AVPacket, void (*)(AVPacket*)> owner(
+        packet, [](AVPacket* owned) { av_packet_free(&owned); });
     while (av_read_frame(decoder.format, packet) == 0) {
         require(avcodec_send_packet(decoder.codec, packet) == 0, "a packet does not decode");
         decoder.takePictures(media);

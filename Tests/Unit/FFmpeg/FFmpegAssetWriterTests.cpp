@@ -117,7 +117,8 @@ TEST_F(FFmpegAssetWriterTests, MovingPictureIsCutAtTheIntervalWithExactReports)
 
     ASSERT_EQ(collector_.segments.size(), 3U);
     EXPECT_EQ(collector_.segments[0].report.duration, (MediaTime{ticksPerSecond, ticksPerSecond}));
-    EXPECT_EQ(collector_.segments[1].report.earliestPresentationTime, (MediaTime{ticksPerSecond, ticksPerSecond}));
+    EXPECT_EQ(
+        collector_.segments[1].report.earliestPresentationTime, (MediaTime{ticksPerSecond, ticksPerSecond}));
     EXPECT_EQ(collector_.segments[2].report.duration, (MediaTime{ticksPerSecond / 2, ticksPerSecond}));
 }
 
@@ -132,7 +133,8 @@ TEST_F(FFmpegAssetWriterTests, EverySegmentDecodesAloneAfterTheInitializationSeg
         ASSERT_FALSE(media.pictures.empty());
         EXPECT_TRUE(media.pictures.front().isKeyframe);
         EXPECT_EQ(media.pictures.front().time, segment.report.earliestPresentationTime->value);
-        EXPECT_EQ(media.duration, segment.report.earliestPresentationTime->value + segment.report.duration->value);
+        EXPECT_EQ(
+            media.duration, segment.report.earliestPresentationTime->value + segment.report.duration->value);
     }
 }
 
@@ -159,7 +161,8 @@ TEST_F(FFmpegAssetWriterTests, StillPictureIsCutExactlyAtTheIntervalAndLastsToTh
 
     ASSERT_EQ(collector_.segments.size(), 3U);
     EXPECT_EQ(collector_.segments[0].report.duration, (MediaTime{ticksPerSecond, ticksPerSecond}));
-    EXPECT_EQ(collector_.segments[2].report.earliestPresentationTime, (MediaTime{2 * ticksPerSecond, ticksPerSecond}));
+    EXPECT_EQ(collector_.segments[2].report.earliestPresentationTime,
+        (MediaTime{2 * ticksPerSecond, ticksPerSecond}));
     const DecodedMedia media = decodeMedia(collector_.playable(collector_.segments));
     EXPECT_EQ(media.duration, 27 * ticksPerSecond / 10 + ticksPerSecond / 30);
     EXPECT_EQ(media.pictures.back().time, 27 * ticksPerSecond / 10);
@@ -211,7 +214,8 @@ TEST_F(FFmpegAssetWriterTests, FramesAreRefusedWhileTwoAreHeld)
 {
     // The encoder stands still inside the delegate until the gate opens.
     std::promise<void> gate;
-    collector_.beforeInitialization = [opened = gate.get_future().share()] { opened.wait_for(std::chrono::seconds(20)); };
+    collector_.beforeInitialization
+        = [opened = gate.get_future().share()] { opened.wait_for(std::chrono::seconds(20)); };
     makeWriter(64, 48, 1.0);
     EXPECT_TRUE(writer_->append(frame(0, 10)));
     EXPECT_TRUE(writer_->isReadyForMoreMediaData());
@@ -257,7 +261,8 @@ TEST_F(FFmpegAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
         VideoFrame noisy = frame(index / 30.0, 0);
         auto* bytes = const_cast<std::uint8_t*>(noisy.pixels->bytes);
         for (std::size_t at = 0; at < noisy.pixels->bytesPerRow * 480; ++at)
-            bytes[at] = static_cast<std::uint8_t>((at * 2654435761U + static_cast<std::size_t>(index) * 40503U) >> 13U);
+            bytes[at] = static_cast<std::uint8_t>(
+                (at * 2654435761U + static_cast<std::size_t>(index) * 40503U) >> 13U);
         ASSERT_TRUE(appendWhenReady(noisy));
     }
     writer_->finishWriting();

@@ -11,7 +11,7 @@ namespace {
 struct Canvas {
     Canvas(int width, int height)
         : bytes(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4)
-        , pixels {width, height, static_cast<std::size_t>(width) * 4, bytes.data(), nullptr}
+        , pixels{width, height, static_cast<std::size_t>(width) * 4, bytes.data(), nullptr}
     {
     }
 
@@ -19,8 +19,8 @@ struct Canvas {
     {
         for (int y = rect.y; y < rect.y + rect.height; ++y) {
             for (int x = rect.x; x < rect.x + rect.width; ++x) {
-                std::uint8_t* pixel
-                    = bytes.data() + static_cast<std::size_t>(y) * pixels.bytesPerRow + static_cast<std::size_t>(x) * 4;
+                std::uint8_t* pixel = bytes.data() + static_cast<std::size_t>(y) * pixels.bytesPerRow
+                    + static_cast<std::size_t>(x) * 4;
                 std::fill(pixel, pixel + 3, gray);
             }
         }

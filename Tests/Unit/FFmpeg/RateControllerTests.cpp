@@ -107,7 +107,8 @@ TEST(RateControllerTests, QuantizerStaysInItsRangeWhateverHappens)
     ModelEncoder encoder;
     for (const double cost : {1e12, 0.0, 1e12, 1.0}) {
         for (int frame = 0; frame < 100; ++frame) {
-            encoder.encode(frame % 50 == 0 ? PictureKind::keyframe : PictureKind::predicted, frame % 7 * 1000, 0.03, cost);
+            encoder.encode(frame % 50 == 0 ? PictureKind::keyframe : PictureKind::predicted, frame % 7 * 1000,
+                0.03, cost);
             EXPECT_GE(encoder.lastQuantizer, RateController::finestQuantizer);
             EXPECT_LE(encoder.lastQuantizer, RateController::coarsestQuantizer);
         }

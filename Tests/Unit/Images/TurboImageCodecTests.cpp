@@ -32,7 +32,8 @@ TEST(TurboImageCodecTests, JPEGHasTheFullSizeAndTheColorsOfThePicture)
     EXPECT_EQ(decodedWidth, width);
     EXPECT_EQ(decodedHeight, height);
     std::vector<std::uint8_t> decoded(bytes.size());
-    ASSERT_EQ(tjDecompress2(decoder.get(), data, jpeg.size(), decoded.data(), width, 0, height, TJPF_BGRX, 0), 0);
+    ASSERT_EQ(
+        tjDecompress2(decoder.get(), data, jpeg.size(), decoded.data(), width, 0, height, TJPF_BGRX, 0), 0);
     EXPECT_NEAR(decoded[0], 200, 4);
     EXPECT_NEAR(decoded[1], 100, 4);
     EXPECT_NEAR(decoded[2], 50, 4);

@@ -53,8 +53,9 @@ TEST_F(RecordingStopSequenceTests, AnErrorOfTheStreamsStopPassesUpAndIsCleanedUp
 TEST_F(RecordingStopSequenceTests, AStreamThatFailsInTheLastMomentIsTheReasonForATakeWithoutFrames)
 {
     clock.onSleep = nullptr;
-    stream.onStop
-        = [this] { stream.fail(std::make_exception_ptr(PlatformError("X11", 1005, "The X server does not answer."))); };
+    stream.onStop = [this] {
+        stream.fail(std::make_exception_ptr(PlatformError("X11", 1005, "The X server does not answer.")));
+    };
 
     EXPECT_EQ(recordError(), "The X server does not answer.");
     expectCleanedUp();

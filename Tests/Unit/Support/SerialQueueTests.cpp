@@ -95,7 +95,7 @@ TEST(SerialQueueTests, SyncOnAnAbandonedQueueIsRefused)
 {
     SerialQueue queue("test.abandoned");
     queue.abandon();
-    EXPECT_THROW(queue.sync([] { }), std::logic_error);
+    EXPECT_THROW(queue.sync([] {}), std::logic_error);
 }
 
 } // namespace

@@ -64,7 +64,8 @@ TEST_F(X11PointerTrackTests, TheLastEventAgreesWithTheAnswerThatIsAPixelOff)
 
 TEST_F(X11PointerTrackTests, AButtonAloneIsWhereTheAnswerSays)
 {
-    EXPECT_THAT(track.follow(Motions{button, button}, Point{300, 20}), ElementsAre(Point{300, 20}, Point{300, 20}));
+    EXPECT_THAT(
+        track.follow(Motions{button, button}, Point{300, 20}), ElementsAre(Point{300, 20}, Point{300, 20}));
     EXPECT_THAT(track.follow(Motions{button}, Point{301, 20}), ElementsAre(Point{301, 20}));
 }
 
@@ -125,7 +126,8 @@ TEST_F(X11PointerTrackTests, ALargerScreenHasRoomForMore)
 TEST(X11PointerTrackFirstAnswerTests, TheFirstAnswerIsFollowedBack)
 {
     X11PointerTrack track(640, 480);
-    EXPECT_THAT(track.follow(Motions{by(5, 0), by(5, 0)}, Point{110, 50}), ElementsAre(Point{105, 50}, Point{110, 50}));
+    EXPECT_THAT(track.follow(Motions{by(5, 0), by(5, 0)}, Point{110, 50}),
+        ElementsAre(Point{105, 50}, Point{110, 50}));
 }
 
 } // namespace

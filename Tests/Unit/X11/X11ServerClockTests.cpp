@@ -23,7 +23,8 @@ struct Server {
     }
 };
 
-void expectWithin(const X11ServerClock& clock, const Server& server, std::int64_t hostNs, std::int64_t tolerance)
+void expectWithin(
+    const X11ServerClock& clock, const Server& server, std::int64_t hostNs, std::int64_t tolerance)
 {
     EXPECT_NEAR(static_cast<double>(clock.hostTime(server.stampAt(hostNs), hostNs + millisecond)),
         static_cast<double>(hostNs), static_cast<double>(tolerance));
@@ -59,9 +60,8 @@ TEST(X11ServerClockTests, ASlowMeasurementSpoilsNothing)
     const Server server{.zero = 123'456'789'012};
     X11ServerClock clock;
     clock.add(server.measureAt(200'000'000'000));
-    clock.add({.stamp = server.stampAt(200'100'000'000),
-        .before = 200'099'000'000,
-        .after = 200'900'000'000});
+    clock.add(
+        {.stamp = server.stampAt(200'100'000'000), .before = 200'099'000'000, .after = 200'900'000'000});
     expectWithin(clock, server, 200'300'700'000, 1'200'000);
 }
 

@@ -40,8 +40,8 @@ std::unique_ptr<FFmpegAssetWriter> FFmpegAssetWriter::make(
         new FFmpegAssetWriter(settings, preferredSegmentInterval, delegate, std::move(encoder)));
 }
 
-FFmpegAssetWriter::FFmpegAssetWriter(const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval,
-    AssetWriterDelegate& delegate, std::unique_ptr<X264Encoder> encoder)
+FFmpegAssetWriter::FFmpegAssetWriter(const VideoEncodingSettings& settings,
+    MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate, std::unique_ptr<X264Encoder> encoder)
     : settings_(settings)
     , frameTicks_(timescale / std::max(settings.framesPerSecond, 1))
     , delegate_(delegate)

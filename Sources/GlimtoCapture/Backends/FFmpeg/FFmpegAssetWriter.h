@@ -27,8 +27,8 @@ namespace glimto {
 class FFmpegAssetWriter final : public AssetWriter {
 public:
     // Null when the encoder refuses the settings. Throws PlatformError.
-    static std::unique_ptr<FFmpegAssetWriter> make(
-        const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate);
+    static std::unique_ptr<FFmpegAssetWriter> make(const VideoEncodingSettings& settings,
+        MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate);
     ~FFmpegAssetWriter() override;
 
     bool startWriting() override;

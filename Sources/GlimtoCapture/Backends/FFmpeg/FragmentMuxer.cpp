@@ -42,7 +42,8 @@ void describeStream(AVStream& stream, const VideoTrackDescription& track)
     codec.height = track.height;
     codec.bit_rate = track.averageBitRate;
     const std::size_t size = track.decoderConfiguration.size();
-    codec.extradata = static_cast<std::uint8_t*>(checkAllocated(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE)));
+    codec.extradata
+        = static_cast<std::uint8_t*>(checkAllocated(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE)));
     std::memcpy(codec.extradata, track.decoderConfiguration.data(), size);
     codec.extradata_size = static_cast<int>(size);
     stream.time_base = {1, track.timescale};
@@ -74,7 +75,8 @@ FragmentMuxer::FragmentMuxer(const VideoTrackDescription& track)
     makeContext(track);
     AVDictionary* options = nullptr;
     // The caller ends fragments; times count from the track's start and need no edit list.
-    av_dict_set(&options, "movflags", "frag_custom+empty_moov+default_base_moof+dash+skip_sidx+skip_trailer", 0);
+    av_dict_set(
+        &options, "movflags", "frag_custom+empty_moov+default_base_moof+dash+skip_sidx+skip_trailer", 0);
     av_dict_set(&options, "use_editlist", "0", 0);
     av_dict_set_int(&options, "video_track_timescale", track.timescale, 0);
     const int result = avformat_write_header(context_->format, &options);
@@ -88,9 +90,11 @@ FragmentMuxer::~FragmentMuxer() = default;
 
 void FragmentMuxer::makeContext(const VideoTrackDescription& track)
 {
-    check(avformat_alloc_output_context2(&context_->format, nullptr, "mp4", nullptr), "Could not make the MP4 writer");
+    check(avformat_alloc_output_context2(&context_->format, nullptr, "mp4", nullptr),
+        "Could not make the MP4 writer");
     auto* buffer = static_cast<unsigned char*>(checkAllocated(av_malloc(bufferBytes)));
-    context_->output = avio_alloc_context(buffer, bufferBytes, 1, this, nullptr, &FragmentMuxer::receive, nullptr);
+    context_->output
+        = avio_alloc_context(buffer, bufferBytes, 1, this, nullptr, &FragmentMuxer::receive, nullptr);
     if (!context_->output)
         av_free(buffer);
     checkAllocated(context_->output);

@@ -30,7 +30,8 @@ public:
     FragmentMuxer& operator=(const FragmentMuxer&) = delete;
 
     // Adds a sample to the current fragment. `time` rises by exactly the `duration` of the sample before.
-    void addSample(std::span<const std::byte> data, std::int64_t time, std::int64_t duration, bool isKeyframe);
+    void addSample(
+        std::span<const std::byte> data, std::int64_t time, std::int64_t duration, bool isKeyframe);
 
     // Ends the current fragment, if it has a sample: "moof" and "mdat" come out.
     void endFragment();

@@ -42,7 +42,8 @@ I420Picture::I420Picture(int frameWidth, int frameHeight)
     , macroblocksPerRow_(roundedUp(width_, macroblockSize) / macroblockSize)
 {
     const std::size_t lumaBytes = static_cast<std::size_t>(lumaStride_) * static_cast<std::size_t>(height_);
-    const std::size_t chromaBytes = static_cast<std::size_t>(chromaStride_) * static_cast<std::size_t>(height_ / 2);
+    const std::size_t chromaBytes
+        = static_cast<std::size_t>(chromaStride_) * static_cast<std::size_t>(height_ / 2);
     memory_.resize(lumaBytes + 2 * chromaBytes + alignment);
     const auto misaligned = reinterpret_cast<std::uintptr_t>(memory_.data()) % alignment;
     planes_[0] = memory_.data() + (misaligned == 0 ? 0 : alignment - misaligned);
@@ -73,18 +74,20 @@ void I420Picture::markAllUnchanged()
 
 int I420Picture::changedMacroblockCount() const
 {
-    return static_cast<int>(std::count(unchangedMacroblocks_.begin(), unchangedMacroblocks_.end(), std::uint8_t{0}));
+    return static_cast<int>(
+        std::count(unchangedMacroblocks_.begin(), unchangedMacroblocks_.end(), std::uint8_t{0}));
 }
 
 void I420Picture::convert(const PixelBuffer& pixels, const PixelRect& rect)
 {
-    const std::uint8_t* source
-        = pixels.bytes + static_cast<std::size_t>(rect.y) * pixels.bytesPerRow + static_cast<std::size_t>(rect.x) * 4;
+    const std::uint8_t* source = pixels.bytes + static_cast<std::size_t>(rect.y) * pixels.bytesPerRow
+        + static_cast<std::size_t>(rect.x) * 4;
     const std::ptrdiff_t lumaOffset = static_cast<std::ptrdiff_t>(rect.y) * lumaStride_ + rect.x;
     const std::ptrdiff_t chromaOffset = static_cast<std::ptrdiff_t>(rect.y / 2) * chromaStride_ + rect.x / 2;
     // libyuv's "ARGB" is B, G, R, A in memory.
     libyuv::ARGBToI420(source, static_cast<int>(pixels.bytesPerRow), planes_[0] + lumaOffset, lumaStride_,
-        planes_[1] + chromaOffset, chromaStride_, planes_[2] + chromaOffset, chromaStride_, rect.width, rect.height);
+        planes_[1] + chromaOffset, chromaStride_, planes_[2] + chromaOffset, chromaStride_, rect.width,
+        rect.height);
 }
 
 void I420Picture::padEdges(const PixelRect& rect)
@@ -111,7 +114,8 @@ void I420Picture::markChanged(const PixelRect& rect)
     const int firstRow = rect.y / macroblockSize;
     const int lastRow = (rect.y + rect.height - 1) / macroblockSize;
     for (int row = firstRow; row <= lastRow; ++row) {
-        const auto begin = unchangedMacroblocks_.begin() + static_cast<std::ptrdiff_t>(row) * macroblocksPerRow_;
+        const auto begin
+            = unchangedMacroblocks_.begin() + static_cast<std::ptrdiff_t>(row) * macroblocksPerRow_;
         std::fill(begin + firstColumn, begin + lastColumn + 1, std::uint8_t{0});
     }
 }

@@ -65,7 +65,8 @@ int RateController::quantizerOfKeyframe() const
     if (!isMoving())
         return quantizer;
     // In the middle of a scene a keyframe must not stand out.
-    return std::clamp(quantizer, std::max(lastPredictedQuantizer_ - 4, finestQuantizer), lastPredictedQuantizer_ + 2);
+    return std::clamp(
+        quantizer, std::max(lastPredictedQuantizer_ - 4, finestQuantizer), lastPredictedQuantizer_ + 2);
 }
 
 int RateController::quantizerOfPredicted() const
@@ -78,7 +79,8 @@ int RateController::quantizerOfPredicted() const
     if (isNewScene || !isMoving())
         return quantizer;
     // Half-way towards it, so that the quality of a moving picture does not tremble.
-    return lastPredictedQuantizer_ + std::clamp((quantizer - lastPredictedQuantizer_) / 2, -largestStep, largestStep);
+    return lastPredictedQuantizer_
+        + std::clamp((quantizer - lastPredictedQuantizer_) / 2, -largestStep, largestStep);
 }
 
 void RateController::pictureEncoded(PictureKind kind, int quantizer, std::int64_t bits)

@@ -138,7 +138,8 @@ bool X264Encoder::readParameterSets()
     std::span<const std::uint8_t> sequenceSet;
     std::span<const std::uint8_t> pictureSet;
     for (const x264_nal_t& unit : std::span(units, static_cast<std::size_t>(unitCount))) {
-        const std::span payload(unit.p_payload + lengthBytes, static_cast<std::size_t>(unit.i_payload - lengthBytes));
+        const std::span payload(
+            unit.p_payload + lengthBytes, static_cast<std::size_t>(unit.i_payload - lengthBytes));
         if (unit.i_type == NAL_SPS)
             sequenceSet = payload;
         else if (unit.i_type == NAL_PPS)

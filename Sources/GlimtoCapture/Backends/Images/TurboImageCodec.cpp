@@ -33,11 +33,12 @@ std::vector<std::byte> TurboImageCodec::encodeJPEG(const PixelBuffer& pixels, do
     unsigned long size = 0;
     const int percent = std::clamp(static_cast<int>(std::lround(quality * 100)), 1, 100);
     // Text on a screen shows the loss of halved chroma, so it is kept whole.
-    const int result = tjCompress2(compressor.get(), pixels.bytes, pixels.width, static_cast<int>(pixels.bytesPerRow),
-        pixels.height, TJPF_BGRX, &raw, &size, TJSAMP_444, percent, 0);
+    const int result = tjCompress2(compressor.get(), pixels.bytes, pixels.width,
+        static_cast<int>(pixels.bytesPerRow), pixels.height, TJPF_BGRX, &raw, &size, TJSAMP_444, percent, 0);
     const std::unique_ptr<unsigned char, BufferDeleter> buffer(raw);
     if (result != 0)
-        throw PlatformError("JPEG", result, std::string("The JPEG encoder failed: ") + tjGetErrorStr2(compressor.get()));
+        throw PlatformError(
+            "JPEG", result, std::string("The JPEG encoder failed: ") + tjGetErrorStr2(compressor.get()));
     const auto bytes = std::as_bytes(std::span(raw, size));
     return {bytes.begin(), bytes.end()};
 }

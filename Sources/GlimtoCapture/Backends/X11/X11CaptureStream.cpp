@@ -24,7 +24,6 @@ namespace {
 // recording; a server that hangs must. Shorter than the time a stop is waited for.
 constexpr std::chrono::seconds answerTimeout{10};
 
-
 constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 
 std::unique_ptr<X11PictureSource> makeSource(

@@ -284,8 +284,7 @@ void X11ComposedPicture::takeLayers(const std::vector<PixelRect>& hidden)
         const bool hasNewPixmap = std::exchange(layer.hasNewPixmap, false)
             || layer.topLevel.outline.width != each.outline.width
             || layer.topLevel.outline.height != each.outline.height;
-        isSame
-            = isSame && !hasNewPixmap && index == layers.size() && looksTheSame(layer.topLevel, each);
+        isSame = isSame && !hasNewPixmap && index == layers.size() && looksTheSame(layer.topLevel, each);
         layer.topLevel = each;
         if (hasNewPixmap)
             layer.takePixmap();

@@ -52,7 +52,8 @@ std::unique_ptr<X11Connection> X11Connection::open()
 {
     if (environmentValue("WAYLAND_DISPLAY")) {
         throw x11Error(X11Failure::waylandSession,
-            "This is a Wayland session (WAYLAND_DISPLAY is set), and this build has no Wayland backend. Use an "
+            "This is a Wayland session (WAYLAND_DISPLAY is set), and this build has no Wayland backend. Use "
+            "an "
             "X11 session, or unset WAYLAND_DISPLAY to capture the X display that DISPLAY names.");
     }
     const char* display = environmentValue("DISPLAY");
@@ -105,7 +106,8 @@ std::uint8_t X11Connection::firstEvent(xcb_extension_t& extension) const
 void X11Connection::requireExtension(xcb_extension_t& extension, const char* name) const
 {
     if (!hasExtension(extension))
-        throw x11Error(X11Failure::missingExtension, "The X server has no " + std::string(name) + " extension.");
+        throw x11Error(
+            X11Failure::missingExtension, "The X server has no " + std::string(name) + " extension.");
 }
 
 XCBHandle<xcb_generic_error_t> X11Connection::check(xcb_void_cookie_t cookie)
@@ -155,7 +157,8 @@ void* X11Connection::waitForReply(unsigned sequence)
 
 void X11Connection::waitReadable(std::chrono::steady_clock::time_point deadline)
 {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    const auto left
+        = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     pollfd entry = {.fd = fileDescriptor(), .events = POLLIN, .revents = 0};
     const int ready = left.count() > 0 ? ::poll(&entry, 1, static_cast<int>(left.count())) : 0;
     if (ready == 0)

@@ -69,7 +69,8 @@ public:
     // The reply to a request, flushed and waited for until the deadline: null when the server
     // answered with an error (a window that is gone, say). Throws connectionLost or noAnswer.
     //
-    //     auto reply = connection.reply<xcb_get_geometry_reply_t>(xcb_get_geometry(connection.xcb(), window));
+    //     auto reply = connection.reply<xcb_get_geometry_reply_t>(xcb_get_geometry(connection.xcb(),
+    //     window));
     template <typename Reply, typename Cookie> XCBHandle<Reply> reply(Cookie cookie)
     {
         return XCBHandle<Reply>(static_cast<Reply*>(waitForReply(cookie.sequence)));

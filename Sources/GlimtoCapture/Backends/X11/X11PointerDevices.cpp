@@ -36,8 +36,8 @@ void addScrollAxis(X11PointerDevice& device, const xcb_input_scroll_class_t& scr
 X11PointerDevice deviceFrom(const xcb_input_xi_device_info_t& info)
 {
     X11PointerDevice device;
-    const std::string_view name(
-        xcb_input_xi_device_info_name(&info), static_cast<std::size_t>(xcb_input_xi_device_info_name_length(&info)));
+    const std::string_view name(xcb_input_xi_device_info_name(&info),
+        static_cast<std::size_t>(xcb_input_xi_device_info_name_length(&info)));
     device.belongsToTestClients = name.ends_with(testDeviceName);
     for (auto classes = xcb_input_xi_device_info_classes_iterator(&info); classes.rem > 0;
          xcb_input_device_class_next(&classes)) {

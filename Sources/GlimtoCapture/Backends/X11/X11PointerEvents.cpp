@@ -110,8 +110,7 @@ void X11PointerEvents::move(Pointer& pointer, std::int64_t hostNs, Point locatio
         emit(pointer.buttons.move(), hostNs, location);
 }
 
-void X11PointerEvents::emit(
-    InputEventType type, std::int64_t hostNs, Point location, X11ScrollLines lines)
+void X11PointerEvents::emit(InputEventType type, std::int64_t hostNs, Point location, X11ScrollLines lines)
 {
     lastTime_ = std::max(lastTime_, hostNs);
     settled_.push_back({

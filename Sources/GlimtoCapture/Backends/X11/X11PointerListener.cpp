@@ -109,8 +109,8 @@ void X11PointerListener::askForTime()
     constexpr std::uint8_t bitsPerItem = 8;
     timeAskedAt_ = hostTimeNanoseconds();
     nextMeasurement_ = *timeAskedAt_ + measurementInterval;
-    xcb_change_property(connection_->xcb(), XCB_PROP_MODE_APPEND, clockWindow_, XCB_ATOM_WM_NAME, XCB_ATOM_STRING,
-        bitsPerItem, 0, nullptr);
+    xcb_change_property(connection_->xcb(), XCB_PROP_MODE_APPEND, clockWindow_, XCB_ATOM_WM_NAME,
+        XCB_ATOM_STRING, bitsPerItem, 0, nullptr);
 }
 
 void X11PointerListener::measureClock()
@@ -123,8 +123,8 @@ void X11PointerListener::measureClock()
 void X11PointerListener::selectEvents()
 {
     // Every device's raw events come once more as those of the pointer that the device moves.
-    constexpr std::uint32_t raw = XCB_INPUT_XI_EVENT_MASK_RAW_MOTION | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS
-        | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
+    constexpr std::uint32_t raw = XCB_INPUT_XI_EVENT_MASK_RAW_MOTION
+        | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
     constexpr std::uint32_t changes
         = XCB_INPUT_XI_EVENT_MASK_HIERARCHY | XCB_INPUT_XI_EVENT_MASK_DEVICE_CHANGED;
     const std::array<EventMask, 2> masks = {
@@ -136,7 +136,8 @@ void X11PointerListener::selectEvents()
     const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(connection_->xcb(), connection_->root(), XCB_CW_EVENT_MASK, &structure);
     if (const auto error = connection_->check(input))
-        throw PlatformError(x11ErrorDomain, error->error_code, "The X server does not give its input events.");
+        throw PlatformError(
+            x11ErrorDomain, error->error_code, "The X server does not give its input events.");
 }
 
 void X11PointerListener::receive()

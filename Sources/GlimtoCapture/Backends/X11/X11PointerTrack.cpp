@@ -30,7 +30,8 @@ bool isNear(Point a, Point b)
 
 std::size_t firstMotion(std::span<const X11Motion> motions)
 {
-    const auto found = std::ranges::find_if(motions, [](const auto& motion) { return motion.kind != Kind::none; });
+    const auto found
+        = std::ranges::find_if(motions, [](const auto& motion) { return motion.kind != Kind::none; });
     return static_cast<std::size_t>(found - motions.begin());
 }
 
@@ -85,7 +86,8 @@ std::optional<std::vector<Point>> X11PointerTrack::explained(
         if (isNear(wholePixel(path.back()), answer))
             return path;
     }
-    for (std::size_t count = motions.size(), attempt = 0; count > 0 && attempt < mostAttempts; --count, ++attempt) {
+    for (std::size_t count = motions.size(), attempt = 0; count > 0 && attempt < mostAttempts;
+         --count, ++attempt) {
         if (motions[count - 1].kind != Kind::either)
             continue;
         auto path = walk(start, motions, count);
@@ -116,8 +118,8 @@ std::vector<Point> X11PointerTrack::walk(
     path.reserve(motions.size());
     Point at = start;
     for (const auto& motion : motions) {
-        const bool isAbsolute = motion.kind == Kind::absolute
-            || (motion.kind == Kind::either && path.size() < absoluteCount);
+        const bool isAbsolute
+            = motion.kind == Kind::absolute || (motion.kind == Kind::either && path.size() < absoluteCount);
         if (isAbsolute)
             at = clamped({motion.x.value_or(at.x), motion.y.value_or(at.y)});
         else if (motion.kind != Kind::none)

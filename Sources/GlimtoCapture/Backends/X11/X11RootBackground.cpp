@@ -87,8 +87,8 @@ xcb_pixmap_t X11RootBackground::announcedPixmap()
         xcb_intern_atom(connection_.xcb(), 1, static_cast<std::uint16_t>(name.size()), name.data()));
     if (!atom || atom->atom == XCB_ATOM_NONE)
         return XCB_NONE;
-    const auto property = X11Property::receive(
-        connection_, X11Property::ask(connection_, connection_.root(), atom->atom));
+    const auto property
+        = X11Property::receive(connection_, X11Property::ask(connection_, connection_.root(), atom->atom));
     return property.type() == XCB_ATOM_PIXMAP ? property.firstNumber().value_or(XCB_NONE) : XCB_NONE;
 }
 

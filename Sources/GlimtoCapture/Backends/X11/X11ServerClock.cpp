@@ -25,7 +25,8 @@ void X11ServerClock::add(const Measurement& measurement)
 void X11ServerClock::settle()
 {
     Offset common = offset(measurements_.back());
-    for (auto measurement = std::next(measurements_.rbegin()); measurement != measurements_.rend(); ++measurement) {
+    for (auto measurement = std::next(measurements_.rbegin()); measurement != measurements_.rend();
+         ++measurement) {
         const Offset other = offset(*measurement);
         const Offset both{std::max(common.least, other.least), std::min(common.most, other.most)};
         if (both.least > both.most) {

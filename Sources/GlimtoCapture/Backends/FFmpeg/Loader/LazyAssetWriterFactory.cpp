@@ -56,7 +56,8 @@ LazyAssetWriterFactory::LazyAssetWriterFactory(std::vector<std::filesystem::path
 void LazyAssetWriterFactory::beginLoading()
 {
     if (!factory_.valid())
-        factory_ = std::async(std::launch::async, [directories = directories_] { return openModule(directories); });
+        factory_ = std::async(
+            std::launch::async, [directories = directories_] { return openModule(directories); });
 }
 
 std::unique_ptr<AssetWriter> LazyAssetWriterFactory::makeVideoWriter(
