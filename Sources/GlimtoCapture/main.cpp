@@ -10,6 +10,7 @@
 #include "Backends/Desktop/DesktopWorkspace.h"
 #include "Backends/Desktop/LinuxProcessEnvironment.h"
 #include "Backends/Desktop/ProcessStopRequests.h"
+#include "Backends/FFmpeg/Loader/FFmpegModuleEntry.h"
 #include "Backends/FFmpeg/Loader/LazyAssetWriterFactory.h"
 #include "Backends/Images/TurboImageCodec.h"
 #include "Backends/X11/X11CaptureStream.h"
@@ -19,6 +20,7 @@
 #include "CommandLine/Driver.h"
 #include "Platform/PlatformServices.h"
 #include "Support/DescriptorLineOutput.h"
+#include "Support/LoadableModule.h"
 #include "Support/NamedThread.h"
 #include "Support/SerialQueue.h"
 
@@ -45,7 +47,8 @@ int runCommandLine(const std::vector<std::string>& arguments)
     X11ScreenAccess screen;
     X11ShareableContentProvider content;
     X11CaptureStreamFactory captureStreams;
-    LazyAssetWriterFactory assetWriters(moduleDirectories(process));
+    LoadableModule mediaLibraries(ffmpegModuleFileName, moduleDirectories(process), "The media encoder");
+    LazyAssetWriterFactory assetWriters(mediaLibraries);
     X11EventTapFactory eventTaps;
     TurboImageCodec images;
     DesktopWorkspace workspace;
@@ -61,7 +64,7 @@ int runCommandLine(const std::vector<std::string>& arguments)
 
     // The encoder takes as long to load as the screen takes to be looked at: side by side.
     if (!arguments.empty() && arguments.front() == "record")
-        assetWriters.beginLoading();
+        mediaLibraries.beginLoading();
     return Driver(services, {standardOutput, standardError}).run(arguments);
 }
 

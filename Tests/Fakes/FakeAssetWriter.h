@@ -61,7 +61,7 @@ struct FakeAssetWriterState {
     }
 };
 
-class FakeAssetWriter final : public AssetWriter {
+class FakeAssetWriter final : public VideoAssetWriter {
 public:
     explicit FakeAssetWriter(std::shared_ptr<FakeAssetWriterState> state)
         : state_(std::move(state))
@@ -124,7 +124,7 @@ private:
 
 class FakeAssetWriterFactory final : public AssetWriterFactory {
 public:
-    std::unique_ptr<AssetWriter> makeVideoWriter(const VideoEncodingSettings& settings,
+    std::unique_ptr<VideoAssetWriter> makeVideoWriter(const VideoEncodingSettings& settings,
         MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate) override
     {
         writer->settings = settings;
@@ -133,6 +133,12 @@ public:
             return nullptr;
         writer->delegate = &delegate;
         return std::make_unique<FakeAssetWriter>(writer);
+    }
+
+    std::unique_ptr<AudioAssetWriter> makeAudioWriter(
+        const AudioEncodingSettings&, MediaTime, AssetWriterDelegate&) override
+    {
+        return nullptr;
     }
 
     // Shared with the writer that is made.

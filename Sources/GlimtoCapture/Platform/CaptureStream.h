@@ -18,10 +18,6 @@ struct CaptureStreamConfiguration {
     MediaTime minimumFrameInterval; // frames come at most this often
     int queueDepth = 3; // frames that consumers may hold before the stream has to wait for one
     bool showsCursor = true;
-    bool capturesAudio = false;
-    bool excludesCurrentProcessAudio = false;
-    int sampleRate = 48000; // Hz
-    int channelCount = 2;
 };
 
 // A running capture of one content filter. Implemented once per window system.

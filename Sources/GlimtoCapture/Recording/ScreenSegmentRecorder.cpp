@@ -31,10 +31,6 @@ CaptureStreamConfiguration streamConfiguration(
     configuration.minimumFrameInterval = {1, options.framesPerSecond};
     configuration.queueDepth = 3;
     configuration.showsCursor = options.includeCursor;
-    configuration.capturesAudio = options.captureSystemAudio;
-    configuration.excludesCurrentProcessAudio = false;
-    configuration.sampleRate = 48000;
-    configuration.channelCount = 2;
     return configuration;
 }
 

@@ -94,7 +94,7 @@ private:
     // Declared in this order because each is used by the next until that is destroyed.
     SegmentFileQueue files_;
     SegmentTrack videoTrack_;
-    std::unique_ptr<AssetWriter> videoWriter_;
+    std::unique_ptr<VideoAssetWriter> videoWriter_;
 
     State state_;
     SerialQueue writerQueue_;

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Backends/FFmpeg/Loader/FFmpegModuleEntry.h"
 #include "Support/AtomicFile.h"
 #include "Support/Errors.h"
 
@@ -29,9 +30,10 @@ std::string failureOf(LazyAssetWriterFactory& factory)
 
 TEST(LazyAssetWriterFactoryTests, MissingModuleIsNamed)
 {
-    LazyAssetWriterFactory factory({"/nonexistent"});
+    LoadableModule module(ffmpegModuleFileName, {"/nonexistent"}, "The media encoder");
+    LazyAssetWriterFactory factory(module);
     EXPECT_EQ(failureOf(factory),
-        "The H.264 encoder is not available: glimto-capture-ffmpeg.so is missing beside the program.");
+        "The media encoder is not available: glimto-capture-ffmpeg.so is missing beside the program.");
 }
 
 TEST(LazyAssetWriterFactoryTests, ModuleThatCannotBeLoadedIsReportedWithTheLoadersWords)
@@ -39,9 +41,10 @@ TEST(LazyAssetWriterFactoryTests, ModuleThatCannotBeLoadedIsReportedWithTheLoade
     const auto directory = std::filesystem::path(testing::TempDir()) / "lazy-asset-writer-factory";
     std::filesystem::create_directories(directory);
     writeFileAtomically(directory / "glimto-capture-ffmpeg.so", std::string_view("not a library"));
-    LazyAssetWriterFactory factory({directory});
+    LoadableModule module(ffmpegModuleFileName, {directory}, "The media encoder");
+    LazyAssetWriterFactory factory(module);
     EXPECT_THAT(failureOf(factory), testing::HasSubstr("glimto-capture-ffmpeg.so"));
-    EXPECT_THAT(failureOf(factory), testing::StartsWith("The H.264 encoder is not available: "));
+    EXPECT_THAT(failureOf(factory), testing::StartsWith("The media encoder is not available: "));
     std::filesystem::remove_all(directory);
 }
 

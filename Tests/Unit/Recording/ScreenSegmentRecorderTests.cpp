@@ -104,10 +104,6 @@ TEST_F(ScreenSegmentRecorderTests, TheStreamIsConfiguredFromTheOptions)
     EXPECT_EQ(stream.configuration->minimumFrameInterval, (MediaTime{1, 25}));
     EXPECT_EQ(stream.configuration->queueDepth, 3);
     EXPECT_FALSE(stream.configuration->showsCursor);
-    EXPECT_FALSE(stream.configuration->capturesAudio);
-    EXPECT_FALSE(stream.configuration->excludesCurrentProcessAudio);
-    EXPECT_EQ(stream.configuration->sampleRate, 48000);
-    EXPECT_EQ(stream.configuration->channelCount, 2);
 }
 
 TEST_F(ScreenSegmentRecorderTests, ARegionIsCapturedAsPartOfItsDisplay)

@@ -24,7 +24,7 @@ namespace glimto {
 //
 // A frame that changes nothing is not encoded: the one before lasts longer. Only while that one was
 // encoded coarsely (a scene has just come to rest) is it encoded again, finer.
-class FFmpegAssetWriter final : public AssetWriter {
+class FFmpegAssetWriter final : public VideoAssetWriter {
 public:
     // Null when the encoder refuses the settings. Throws PlatformError.
     static std::unique_ptr<FFmpegAssetWriter> make(const VideoEncodingSettings& settings,

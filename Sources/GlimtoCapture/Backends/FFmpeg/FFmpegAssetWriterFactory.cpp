@@ -4,10 +4,16 @@
 
 namespace glimto {
 
-std::unique_ptr<AssetWriter> FFmpegAssetWriterFactory::makeVideoWriter(
+std::unique_ptr<VideoAssetWriter> FFmpegAssetWriterFactory::makeVideoWriter(
     const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate)
 {
     return FFmpegAssetWriter::make(settings, preferredSegmentInterval, delegate);
+}
+
+std::unique_ptr<AudioAssetWriter> FFmpegAssetWriterFactory::makeAudioWriter(
+    const AudioEncodingSettings&, MediaTime, AssetWriterDelegate&)
+{
+    return nullptr;
 }
 
 } // namespace glimto

@@ -1,32 +1,26 @@
 #pragma once
 
-#include <filesystem>
-#include <future>
-#include <vector>
-
 #include "Platform/AssetWriter.h"
+#include "Support/LoadableModule.h"
 
 namespace glimto {
 
-// Makes asset writers with the encoder's module, which it opens on first use.
-//
-// The module stands apart because the libraries that it brings take longer to load than most commands
-// take to run. Once opened it stays.
+// Makes asset writers with the module of the media libraries, which it opens on first use.
 class LazyAssetWriterFactory final : public AssetWriterFactory {
 public:
-    // `directories` are searched in order for the module.
-    explicit LazyAssetWriterFactory(std::vector<std::filesystem::path> directories);
+    // `module` outlives the factory.
+    explicit LazyAssetWriterFactory(LoadableModule& module);
 
-    // Opens the module on another thread, so that it is there when the first writer is made.
-    void beginLoading();
-
-    // Throws PlatformError "The H.264 encoder is not available: ..." when the module cannot be opened.
-    std::unique_ptr<AssetWriter> makeVideoWriter(const VideoEncodingSettings& settings,
+    // Both throw PlatformError when the module cannot be opened.
+    std::unique_ptr<VideoAssetWriter> makeVideoWriter(const VideoEncodingSettings& settings,
+        MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate) override;
+    std::unique_ptr<AudioAssetWriter> makeAudioWriter(const AudioEncodingSettings& settings,
         MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate) override;
 
 private:
-    std::vector<std::filesystem::path> directories_;
-    std::shared_future<AssetWriterFactory*> factory_;
+    AssetWriterFactory& factory();
+
+    LoadableModule& module_;
 };
 
 } // namespace glimto
