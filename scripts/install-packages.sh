@@ -14,6 +14,7 @@ build=(build-essential cmake ninja-build pkg-config ccache
     libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-xfixes0-dev libxcb-randr0-dev
     libxcb-composite0-dev libxcb-render0-dev libxcb-res0-dev libxcb-shape0-dev libxcb-xinput-dev
     libyuv-dev libturbojpeg0-dev nlohmann-json3-dev libssl-dev
+    libcpp-httplib-dev
     # The tests are configured with every build.
     libgtest-dev libgmock-dev)
 quickstart=(ffmpeg xvfb x11-utils x11-xserver-utils x11-apps xterm python3 jq)

@@ -1,0 +1,382 @@
+#include "DevServer.h"
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <httplib.h>
+
+#include "ObjectStore.h"
+#include "RecordingAPI.h"
+#include "RecordingKeys.h"
+#include "RecordingPages.h"
+#include "RecordingRegistry.h"
+#include "Support/Errors.h"
+#include "Support/FileDescriptor.h"
+#include "Support/Text.h"
+#include "UploadURLSigner.h"
+#include "WebFiles.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr std::size_t mostObjectBytes = std::size_t(16) << 30;
+constexpr std::size_t mostJSONBytes = 8 << 20;
+constexpr int connectionThreads = 64; // each connection that is kept open holds one
+constexpr int timeoutSeconds = 60;
+constexpr const char* accessKeyHeader = "x-glimto-access-key";
+constexpr const char* jsonType = "application/json";
+constexpr const char* htmlType = "text/html; charset=utf-8";
+
+void answerJSON(httplib::Response& response, const nlohmann::json& json, int status = 200)
+{
+    response.status = status;
+    response.set_header("Cache-Control", "no-store");
+    response.set_content(json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace), jsonType);
+}
+
+void answerError(httplib::Response& response, int status, const std::string& message)
+{
+    answerJSON(response, {{"error", {{"message", message}}}}, status);
+}
+
+// Runs one step of a request; what it throws becomes the answer.
+template <typename Step> void answering(httplib::Response& response, Step&& step)
+{
+    try {
+        step();
+    } catch (const APIError& error) {
+        answerError(response, error.status(), error.what());
+    } catch (const std::exception& error) {
+        answerError(response, 500, error.what());
+    }
+}
+
+std::optional<std::string> parameter(const httplib::Request& request, const char* name)
+{
+    if (request.get_param_value_count(name) != 1)
+        return std::nullopt;
+    return request.get_param_value(name);
+}
+
+// The host part of a Host header, without port and brackets.
+std::string hostName(const std::string& header)
+{
+    if (header.starts_with("["))
+        return header.substr(1, header.find(']') - 1);
+    return header.substr(0, header.rfind(':'));
+}
+
+bool isLoopback(const std::string& address)
+{
+    return address == "localhost" || address.starts_with("127.") || address == "::1";
+}
+
+bool isPlainHost(const std::string& header)
+{
+    return !header.empty() && header.size() <= 255
+        && header.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.:[]-")
+        == std::string::npos;
+}
+
+// A file piece by piece, as the client takes it.
+void answerFile(httplib::Response& response, const std::filesystem::path& path, const std::string& type)
+{
+    auto file = std::make_shared<FileDescriptor>(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    std::error_code error;
+    const auto size = std::filesystem::file_size(path, error);
+    if (!*file || error) {
+        answerError(response, 404, "There is no such object.");
+        return;
+    }
+    if (size == 0) {
+        response.set_content("", type);
+        return;
+    }
+    response.set_content_provider(static_cast<std::size_t>(size), type,
+        [file](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+            char buffer[64 * 1024];
+            const auto wanted = std::min(length, sizeof(buffer));
+            const auto got = ::pread(file->get(), buffer, wanted, static_cast<off_t>(offset));
+            return got > 0 && sink.write(buffer, static_cast<std::size_t>(got));
+        });
+}
+
+} // namespace
+
+struct DevServer::Rooms {
+    Rooms(const DevServerOptions& serverOptions, LogLine logLine)
+        : options(serverOptions)
+        , log(std::move(logLine))
+        , recordings(options.directory / "recordings")
+        , objects(options.directory / "objects")
+        , signer(UploadURLSigner::randomSecret())
+        , api(recordings, objects, signer, [] { return std::chrono::system_clock::now(); })
+        , pages(recordings, objects)
+    {
+        configure();
+        addAPI();
+        addObjects();
+        addPages();
+    }
+
+    void configure();
+    void addAPI();
+    void addObjects();
+    void addPages();
+    void requireAccessKey(const httplib::Request& request) const;
+    std::string readJSON(const httplib::ContentReader& reader) const;
+    void receiveObject(const httplib::Request& request, const httplib::ContentReader& reader);
+    std::string origin(const httplib::Request& request) const;
+    bool mayBeAskedAs(const std::string& host) const;
+    void answerWebFile(httplib::Response& response, const std::string& name) const;
+
+    const DevServerOptions options;
+    const LogLine log;
+    RecordingRegistry recordings;
+    ObjectStore objects;
+    const UploadURLSigner signer;
+    RecordingAPI api;
+    const RecordingPages pages;
+    httplib::Server server;
+};
+
+// A page of another site may not speak to a server on this machine by a name of its own.
+bool DevServer::Rooms::mayBeAskedAs(const std::string& host) const
+{
+    if (!isPlainHost(host))
+        return false;
+    return !isLoopback(options.address) || isLoopback(hostName(host)) || hostName(host) == options.address;
+}
+
+void DevServer::Rooms::configure()
+{
+    server.new_task_queue = [] { return new httplib::ThreadPool(connectionThreads); };
+    server.set_payload_max_length(mostObjectBytes);
+    server.set_read_timeout(timeoutSeconds);
+    server.set_write_timeout(timeoutSeconds);
+    server.set_keep_alive_max_count(1'000'000);
+    server.set_keep_alive_timeout(timeoutSeconds);
+    server.set_tcp_nodelay(true);
+    server.set_default_headers({{"X-Content-Type-Options", "nosniff"}, {"Referrer-Policy", "no-referrer"},
+        {"Content-Security-Policy",
+            "default-src 'self'; media-src 'self' blob:; worker-src 'self' blob:; object-src 'none'; "
+            "frame-ancestors 'none'; base-uri 'none'; form-action 'none'"}});
+    server.set_pre_routing_handler([this](const auto& request, auto& response) {
+        if (mayBeAskedAs(request.get_header_value("Host")))
+            return httplib::Server::HandlerResponse::Unhandled;
+        answerError(response, 403, "This server does not answer under that name.");
+        return httplib::Server::HandlerResponse::Handled;
+    });
+    server.set_error_handler([](const auto&, auto& response) {
+        if (response.body.empty())
+            answerError(response, response.status, "The request cannot be answered.");
+    });
+    server.set_exception_handler([](const auto&, auto& response, const std::exception_ptr&) {
+        answerError(response, 500, "The request could not be answered.");
+    });
+    server.set_logger([this](const auto& request, const auto& response) {
+        // The query holds signatures.
+        log(singleLine(request.method + " " + request.path + " " + std::to_string(response.status)));
+    });
+}
+
+void DevServer::Rooms::requireAccessKey(const httplib::Request& request) const
+{
+    if (options.accessKey && !equalInConstantTime(request.get_header_value(accessKeyHeader), *options.accessKey))
+        throw APIError(401, "The access key is missing or wrong.");
+}
+
+std::string DevServer::Rooms::readJSON(const httplib::ContentReader& reader) const
+{
+    std::string body;
+    bool isTooLong = false;
+    // What is too long is read to its end, or the next request on the connection would begin in it.
+    const bool isWhole = reader([&](const char* data, std::size_t size) {
+        isTooLong = isTooLong || body.size() + size > mostJSONBytes;
+        if (!isTooLong)
+            body.append(data, size);
+        return true;
+    });
+    if (isTooLong)
+        throw APIError(413, "The request body is too long.");
+    if (!isWhole)
+        throw APIError(400, "The request body was cut off.");
+    return body;
+}
+
+std::string DevServer::Rooms::origin(const httplib::Request& request) const
+{
+    return "http://" + request.get_header_value("Host");
+}
+
+void DevServer::Rooms::addAPI()
+{
+    server.Post("/api/recordings", [this](const auto& request, auto& response, const auto& reader) {
+        answering(response, [&] {
+            const auto body = readJSON(reader);
+            requireAccessKey(request);
+            answerJSON(response, api.createRecording(body));
+        });
+    });
+    server.Get("/api/recordings/([^/]+)", [this](const auto& request, auto& response) {
+        answering(response, [&] {
+            requireAccessKey(request);
+            answerJSON(response, api.readRecording(request.matches[1]));
+        });
+    });
+    server.Post("/api/recordings/([^/]+)/upload-urls",
+        [this](const auto& request, auto& response, const auto& reader) {
+            answering(response, [&] {
+                const auto body = readJSON(reader);
+                requireAccessKey(request);
+                answerJSON(response, api.uploadURLs(request.matches[1], body, origin(request)));
+            });
+        });
+    server.Post("/api/recordings/([^/]+)/recording-complete",
+        [this](const auto& request, auto& response, const auto& reader) {
+            answering(response, [&] {
+                readJSON(reader);
+                requireAccessKey(request);
+                answerJSON(response, api.completeRecording(request.matches[1]));
+            });
+        });
+}
+
+void DevServer::Rooms::receiveObject(const httplib::Request& request, const httplib::ContentReader& reader)
+{
+    const std::string key = request.matches[1];
+    std::unique_ptr<AtomicFile> file;
+    std::exception_ptr failure;
+    const auto attempt = [&](auto&& step) {
+        if (failure)
+            return;
+        try {
+            step();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    };
+    attempt([&] {
+        api.requireUploadAllowed(
+            request.method, key, parameter(request, "expires"), parameter(request, "signature"));
+        file = objects.beginObject(key);
+    });
+    // A body that nobody wants is read all the same: the connection goes on behind it.
+    const bool isWhole = reader([&](const char* data, std::size_t size) {
+        attempt([&] { file->write(std::as_bytes(std::span(data, size))); });
+        return true;
+    });
+    if (failure)
+        std::rethrow_exception(failure);
+    if (!isWhole)
+        throw APIError(400, "The object was cut off.");
+    file->commit();
+}
+
+void DevServer::Rooms::addObjects()
+{
+    server.Put("/objects/(.+)", [this](const auto& request, auto& response, const auto& reader) {
+        answering(response, [&] {
+            receiveObject(request, reader);
+            response.status = 200;
+        });
+    });
+}
+
+void DevServer::Rooms::answerWebFile(httplib::Response& response, const std::string& name) const
+{
+    const auto content = webFile(name);
+    if (content.empty()) {
+        answerError(response, 404, "There is no such page.");
+        return;
+    }
+    const char* type = name.ends_with(".js") ? "text/javascript; charset=utf-8"
+        : name.ends_with(".css")             ? "text/css; charset=utf-8"
+                                             : htmlType;
+    response.set_header("Cache-Control", "no-cache");
+    response.set_content(std::string(content), type);
+}
+
+void DevServer::Rooms::addPages()
+{
+    server.Get("/", [](const auto&, auto& response) { response.set_redirect("/recordings"); });
+    server.Get("/recordings", [this](const auto&, auto& response) { answerWebFile(response, "list.html"); });
+    server.Get("/recordings.json",
+        [this](const auto&, auto& response) { answering(response, [&] { answerJSON(response, pages.list()); }); });
+    server.Get("/web/hls.min.js", [this](const auto&, auto& response) {
+        if (options.webDirectory)
+            answerFile(response, *options.webDirectory / "hls.min.js", "text/javascript; charset=utf-8");
+        else
+            answerError(response, 404, "This server has no HLS player of its own.");
+    });
+    server.Get("/web/([a-z.]+)",
+        [this](const auto& request, auto& response) { answerWebFile(response, request.matches[1]); });
+    server.Get("/recordings/([^/]+)", [this](const auto& request, auto& response) {
+        const std::string id = request.matches[1];
+        if (!recordings.find(id)) {
+            answerWebFile(response, "missing.html");
+            response.status = 404;
+            return;
+        }
+        response.set_header("Cache-Control", "no-cache");
+        response.set_content(pageForRecording(std::string(webFile("player.html")), id), htmlType);
+    });
+    server.Get("/recordings/([^/]+)/details.json", [this](const auto& request, auto& response) {
+        answering(response, [&] {
+            const auto details = pages.details(request.matches[1]);
+            if (details.is_null())
+                throw APIError(404, "There is no such recording.");
+            answerJSON(response, details);
+        });
+    });
+    server.Get("/recordings/([^/]+)/files/(.+)", [this](const auto& request, auto& response) {
+        const std::string id = request.matches[1];
+        const auto key = objectPrefix(id) + "/" + std::string(request.matches[2]);
+        const auto file = isRecordingId(id) ? objects.file(key) : std::nullopt;
+        if (!file) {
+            answerError(response, 404, "There is no such object.");
+            return;
+        }
+        response.set_header("Cache-Control", "no-cache");
+        answerFile(response, *file, contentTypeOfKey(key));
+    });
+}
+
+DevServer::DevServer(const DevServerOptions& options, LogLine log)
+    : rooms_(std::make_unique<Rooms>(options, std::move(log)))
+{
+}
+
+DevServer::~DevServer() = default;
+
+int DevServer::listen()
+{
+    const auto& options = rooms_->options;
+    const int port = options.port == 0 ? rooms_->server.bind_to_any_port(options.address)
+        : rooms_->server.bind_to_port(options.address, options.port) ? options.port
+                                                                     : -1;
+    if (port <= 0)
+        throw CLIError("Could not listen on " + options.address + ", port " + std::to_string(options.port)
+            + ". Choose another one with --port.");
+    return port;
+}
+
+void DevServer::run()
+{
+    rooms_->server.listen_after_bind();
+}
+
+void DevServer::stop()
+{
+    rooms_->server.stop();
+}
+
+} // namespace glimto

@@ -1,0 +1,78 @@
+#include "ObjectStore.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "RecordingKeys.h"
+#include "Support/Errors.h"
+
+namespace glimto {
+
+ObjectStore::ObjectStore(std::filesystem::path directory)
+    : directory_(std::move(directory))
+{
+    std::error_code error;
+    std::filesystem::create_directories(directory_, error);
+    if (error)
+        throw PlatformError::posix("Could not create directory " + directory_.string(), error.value());
+}
+
+std::unique_ptr<AtomicFile> ObjectStore::beginObject(const std::string& key)
+{
+    if (!isObjectKey(key))
+        throw CLIError("The object key is not allowed.");
+    const auto path = directory_ / key;
+    std::error_code error;
+    std::filesystem::create_directories(path.parent_path(), error);
+    if (error)
+        throw PlatformError::posix("Could not create a directory for an object", error.value());
+    return std::make_unique<AtomicFile>(path);
+}
+
+std::optional<std::filesystem::path> ObjectStore::file(const std::string& key) const
+{
+    if (!isObjectKey(key))
+        return std::nullopt;
+    auto path = directory_ / key;
+    std::error_code ignored;
+    // A symbolic link could lead out of the directory.
+    if (std::filesystem::symlink_status(path, ignored).type() != std::filesystem::file_type::regular)
+        return std::nullopt;
+    return path;
+}
+
+std::optional<std::uint64_t> ObjectStore::size(const std::string& key) const
+{
+    const auto path = file(key);
+    if (!path)
+        return std::nullopt;
+    std::error_code error;
+    const auto bytes = std::filesystem::file_size(*path, error);
+    if (error)
+        return std::nullopt;
+    return bytes;
+}
+
+std::vector<StoredObject> ObjectStore::objects(const std::string& prefix) const
+{
+    std::vector<StoredObject> found;
+    if (!isObjectKey(prefix))
+        return found;
+    std::error_code error;
+    std::filesystem::recursive_directory_iterator entries(directory_ / prefix, error);
+    const std::filesystem::recursive_directory_iterator end;
+    for (; !error && entries != end; entries.increment(error)) {
+        const auto name = entries->path().filename().string();
+        // Objects on their way have hidden names.
+        if (name.starts_with("."))
+            continue;
+        const auto key = entries->path().lexically_relative(directory_).generic_string();
+        if (const auto bytes = size(key))
+            found.push_back({key, *bytes});
+    }
+    std::sort(found.begin(), found.end(),
+        [](const StoredObject& left, const StoredObject& right) { return left.key < right.key; });
+    return found;
+}
+
+} // namespace glimto

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Support/AtomicFile.h"
+
+namespace glimto {
+
+struct StoredObject {
+    std::string key;
+    std::uint64_t bytes = 0;
+};
+
+// Objects as files below one directory, by their keys. Keys that are no object keys are never used.
+// Any thread may call.
+class ObjectStore {
+public:
+    // Makes the directory. Throws PlatformError.
+    explicit ObjectStore(std::filesystem::path directory);
+
+    // A file that becomes the object when it is committed. Throws PlatformError.
+    std::unique_ptr<AtomicFile> beginObject(const std::string& key);
+
+    // Absent when there is no such object.
+    std::optional<std::uint64_t> size(const std::string& key) const;
+
+    // Where an object lies; absent when there is none. It is a regular file inside the directory.
+    std::optional<std::filesystem::path> file(const std::string& key) const;
+
+    // All objects whose keys begin with `prefix` and a slash, sorted.
+    std::vector<StoredObject> objects(const std::string& prefix) const;
+
+private:
+    std::filesystem::path directory_;
+};
+
+} // namespace glimto

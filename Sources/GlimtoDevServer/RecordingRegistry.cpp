@@ -1,0 +1,146 @@
+#include "RecordingRegistry.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+#include "RecordingKeys.h"
+#include "Support/AtomicFile.h"
+#include "Support/Errors.h"
+#include "Support/JSONText.h"
+#include "Support/TimeStamps.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr RecordingState states[]
+    = {RecordingState::created, RecordingState::uploading, RecordingState::uploaded};
+
+std::optional<RecordingState> stateNamed(const std::string& name)
+{
+    for (const auto state : states) {
+        if (recordingStateName(state) == name)
+            return state;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::string recordingStateName(RecordingState state)
+{
+    switch (state) {
+    case RecordingState::created:
+        return "created";
+    case RecordingState::uploading:
+        return "uploading";
+    case RecordingState::uploaded:
+        break;
+    }
+    return "uploaded";
+}
+
+RecordingRegistry::RecordingRegistry(std::filesystem::path directory)
+    : directory_(std::move(directory))
+{
+    std::error_code error;
+    std::filesystem::create_directories(directory_, error);
+    if (error)
+        throw PlatformError::posix("Could not create directory " + directory_.string(), error.value());
+}
+
+std::filesystem::path RecordingRegistry::file(const std::string& recordingId) const
+{
+    return directory_ / (recordingId + ".json");
+}
+
+std::optional<Recording> RecordingRegistry::read(const std::filesystem::path& path) const
+{
+    std::ifstream stream(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    const auto json = nlohmann::json::parse(text, nullptr, false);
+    if (!json.is_object())
+        return std::nullopt;
+    try {
+        const auto state = stateNamed(json.at("state").get<std::string>());
+        Recording recording = {.recordingId = json.at("recordingId").get<std::string>(),
+            .state = state.value_or(RecordingState::created),
+            .createdAt = json.at("createdAt").get<std::string>(),
+            .createdAtUnixMs = json.at("createdAtUnixMs").get<std::uint64_t>()};
+        // The name of the file decides; another id inside would serve another recording's pages.
+        if (!state || !isRecordingId(recording.recordingId) || file(recording.recordingId) != path)
+            return std::nullopt;
+        return recording;
+    } catch (const nlohmann::json::exception&) {
+        return std::nullopt;
+    }
+}
+
+void RecordingRegistry::write(const Recording& recording) const
+{
+    const nlohmann::json json = {{"recordingId", recording.recordingId},
+        {"state", recordingStateName(recording.state)}, {"createdAt", recording.createdAt},
+        {"createdAtUnixMs", recording.createdAtUnixMs}};
+    writeFileAtomically(file(recording.recordingId), encodePrettyJSON(json) + "\n");
+}
+
+Recording RecordingRegistry::open(
+    const std::string& recordingId, std::chrono::system_clock::time_point now)
+{
+    const std::lock_guard lock(mutex_);
+    if (auto known = read(file(recordingId)))
+        return *known;
+    const auto milliseconds
+        = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
+    const Recording recording = {.recordingId = recordingId,
+        .state = RecordingState::created,
+        .createdAt = iso8601Timestamp(now),
+        .createdAtUnixMs = static_cast<std::uint64_t>(milliseconds)};
+    write(recording);
+    return recording;
+}
+
+std::optional<Recording> RecordingRegistry::find(const std::string& recordingId) const
+{
+    if (!isRecordingId(recordingId))
+        return std::nullopt;
+    const std::lock_guard lock(mutex_);
+    return read(file(recordingId));
+}
+
+std::vector<Recording> RecordingRegistry::all() const
+{
+    const std::lock_guard lock(mutex_);
+    std::vector<Recording> recordings;
+    std::error_code error;
+    std::filesystem::directory_iterator entries(directory_, error);
+    for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
+        if (entries->path().extension() != ".json")
+            continue;
+        if (auto recording = read(entries->path()))
+            recordings.push_back(std::move(*recording));
+    }
+    std::sort(recordings.begin(), recordings.end(), [](const Recording& left, const Recording& right) {
+        return std::pair(left.createdAtUnixMs, left.recordingId)
+            > std::pair(right.createdAtUnixMs, right.recordingId);
+    });
+    return recordings;
+}
+
+Recording RecordingRegistry::setState(const std::string& recordingId, RecordingState state)
+{
+    const std::lock_guard lock(mutex_);
+    auto recording = read(file(recordingId));
+    if (!recording)
+        throw CLIError("There is no such recording.");
+    const bool takesBack = recording->state == RecordingState::uploaded && state != RecordingState::uploaded;
+    if (recording->state != state && !takesBack) {
+        recording->state = state;
+        write(*recording);
+    }
+    return *recording;
+}
+
+} // namespace glimto

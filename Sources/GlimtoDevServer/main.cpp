@@ -1,0 +1,70 @@
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include "DevServer.h"
+#include "DevServerOptions.h"
+#include "Support/DescriptorLineOutput.h"
+#include "Support/NamedThread.h"
+
+namespace {
+
+using namespace glimto;
+
+constexpr std::size_t signalThreadStackBytes = 256 * 1024;
+
+sigset_t endingSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        sigaddset(&signals, signal);
+    return signals;
+}
+
+int serve(const std::vector<std::string>& arguments, LineOutput& standardOutput)
+{
+    const auto options = DevServerOptions::parse(arguments);
+    if (options.showsHelp) {
+        standardOutput.writeLine(devServerUsage());
+        return 0;
+    }
+    DevServer server(options, [&](const std::string& line) { standardOutput.writeLine(line); });
+    const int port = server.listen();
+    const bool isNumericV6 = options.address.find(':') != std::string::npos;
+    const std::string host = isNumericV6 ? "[" + options.address + "]" : options.address;
+    standardOutput.writeLine("For development and tests only: whoever reaches this address sees all recordings.");
+    standardOutput.writeLine("Recordings: http://" + host + ":" + std::to_string(port) + "/recordings");
+
+    // Blocked in every thread, so that only this one takes them.
+    const auto signals = endingSignals();
+    NamedThread waiter("glimto.dev.signals", signalThreadStackBytes, [&] {
+        int signal = 0;
+        sigwait(&signals, &signal);
+        server.stop();
+    });
+    server.run();
+    // However the server ended, the waiter has to.
+    ::kill(::getpid(), SIGTERM);
+    return 0;
+}
+
+} // namespace
+
+int main(int argumentCount, char** argumentValues)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    const auto signals = endingSignals();
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    DescriptorLineOutput standardOutput(1);
+    DescriptorLineOutput standardError(2);
+    try {
+        return serve({argumentValues + 1, argumentValues + argumentCount}, standardOutput);
+    } catch (const std::exception& error) {
+        standardError.writeLine(std::string("error: ") + error.what());
+        return 1;
+    }
+}
