@@ -8,6 +8,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <httplib.h>
@@ -165,6 +166,11 @@ void DevServer::Rooms::configure()
     server.set_keep_alive_max_count(1'000'000);
     server.set_keep_alive_timeout(timeoutSeconds);
     server.set_tcp_nodelay(true);
+    // Not SO_REUSEPORT, with which two servers would share a port and its requests.
+    server.set_socket_options([](auto socket) {
+        const int yes = 1;
+        ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
+    });
     server.set_default_headers({{"X-Content-Type-Options", "nosniff"}, {"Referrer-Policy", "no-referrer"},
         {"Content-Security-Policy",
             "default-src 'self'; media-src 'self' blob:; worker-src 'self' blob:; object-src 'none'; "
