@@ -1,5 +1,8 @@
 #include <csignal>
+#include <filesystem>
+#include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <pthread.h>
@@ -25,13 +28,25 @@ sigset_t endingSignals()
     return signals;
 }
 
-int serve(const std::vector<std::string>& arguments, LineOutput& standardOutput)
+// hls.js lies beside the program when it was fetched.
+std::optional<std::filesystem::path> webDirectoryBesideProgram(const char* program)
 {
-    const auto options = DevServerOptions::parse(arguments);
+    std::error_code error;
+    const auto path = std::filesystem::canonical(program, error).parent_path() / "web";
+    if (error || !std::filesystem::is_directory(path, error))
+        return std::nullopt;
+    return path;
+}
+
+int serve(const char* program, const std::vector<std::string>& arguments, LineOutput& standardOutput)
+{
+    auto options = DevServerOptions::parse(arguments);
     if (options.showsHelp) {
         standardOutput.writeLine(devServerUsage());
         return 0;
     }
+    if (!options.webDirectory)
+        options.webDirectory = webDirectoryBesideProgram(program);
     DevServer server(options, [&](const std::string& line) { standardOutput.writeLine(line); });
     const int port = server.listen();
     const bool isNumericV6 = options.address.find(':') != std::string::npos;
@@ -62,7 +77,7 @@ int main(int argumentCount, char** argumentValues)
     DescriptorLineOutput standardOutput(1);
     DescriptorLineOutput standardError(2);
     try {
-        return serve({argumentValues + 1, argumentValues + argumentCount}, standardOutput);
+        return serve(argumentValues[0], {argumentValues + 1, argumentValues + argumentCount}, standardOutput);
     } catch (const std::exception& error) {
         standardError.writeLine(std::string("error: ") + error.what());
         return 1;

@@ -12,6 +12,19 @@ PIXEL = """(() => { const canvas = document.createElement('canvas'); canvas.widt
     const context = canvas.getContext('2d'); context.drawImage(video, 0, 0, 320, 240);
     return [...context.getImageData(%d, %d, 1, 1).data]; })()"""
 
+# Does with a playlist what the page asks of hls.js.
+PLAYER = """window.Hls = class { static Events = { ERROR: 'error' }; on() {} loadSource(address) { this.address = address; }
+    attachMedia(video) { const source = new MediaSource(); video.src = URL.createObjectURL(source);
+        source.onsourceopen = async () => {
+            const lines = (await (await fetch(this.address)).text()).split('\\n');
+            const names = lines.flatMap(line => /MAP:URI="(.*)"/.exec(line)?.[1] ?? (line && line[0] !== '#' ? line : []));
+            const buffer = source.addSourceBuffer('video/mp4; codecs="avc1.640028"');
+            for (const name of names) {
+                buffer.appendBuffer(await (await fetch(new URL(name, new URL(this.address, location)))).arrayBuffer());
+                await new Promise(done => buffer.onupdateend = done);
+            }
+            source.endOfStream(); }; } };"""
+
 
 class DevServerPagesTests(EndToEndCase):
     def setUp(self):
@@ -55,6 +68,29 @@ class DevServerPagesTests(EndToEndCase):
             self.seek(moment)
             self.assertEqual(self.shown(), colour, moment)
         self.assert_no_page_error()
+
+    def test_a_browser_without_hls_plays_by_the_script_beside_the_server(self):
+        self.upload_two_colours()
+        web = self.directory / "web"
+        web.mkdir()
+        (web / "hls.min.js").write_text(PLAYER)
+        self.web.end()
+        self.web = self.started(DevServer(self.directory / "store", "--web-dir", web))
+        self.browser.open(self.web.pages + "/rec_two?player=hls.js")
+        self.browser.wait_for(f"{VIDEO}.readyState >= 3 && {VIDEO}.src.startsWith('blob:')")
+        self.browser.evaluate(f"window.video = {VIDEO}; 0")
+        self.seek(3.5)
+        self.assertEqual(self.shown(), "blue")
+        self.assert_no_page_error()
+
+    def test_without_any_player_the_page_says_so(self):
+        self.upload_two_colours()
+        web = self.directory / "empty"
+        web.mkdir()
+        self.web.end()
+        self.web = self.started(DevServer(self.directory / "store", "--web-dir", web))
+        self.browser.open(self.web.pages + "/rec_two?player=hls.js")
+        self.browser.wait_for("document.getElementById('warning').textContent.includes('does not play HLS by itself')")
 
     def test_keys_steer_the_video(self):
         self.upload_two_colours()

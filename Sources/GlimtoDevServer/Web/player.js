@@ -43,10 +43,12 @@ function showProgress(details) {
     }
 }
 
-// The browser's own HLS where it has one, else hls.js where the server has it.
+// The browser's own HLS where it has one, else hls.js where the server has it; "?player=hls.js" asks for
+// that anyway.
 async function attachSource() {
     const source = `${path}/files/segments/playlist.m3u8`;
-    if (video.canPlayType("application/vnd.apple.mpegurl")) {
+    const wantsScript = new URLSearchParams(location.search).get("player") === "hls.js";
+    if (!wantsScript && video.canPlayType("application/vnd.apple.mpegurl")) {
         video.src = source;
         return;
     }
