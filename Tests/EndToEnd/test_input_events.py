@@ -1,6 +1,7 @@
 """The track of input events: events.json of takes whose pointer clicks, moves and scrolls."""
 
 import json
+import subprocess
 import time
 import unittest
 
@@ -97,6 +98,32 @@ class InputEventsTests(EndToEndCase):
         window = self.start_painter().open("160x120+100+60", "808080", override=True)
         self.record_while(lambda: self.click(140, 150), "--window-id", window.id)
         self.assert_at(self.of_kind("down")[0], 0.25, 0.75)
+
+    def test_a_killed_recording_leaves_its_events_but_the_last_second(self):
+        recording = self.start_recording("--until-stopped", "--stop-file", self.work / "stop", "--record-events")
+        recording.wait_until_recording()
+        time.sleep(0.4)
+        self.click(80, 60)
+        time.sleep(2.2)
+        recording.process.kill()
+        recording.finish()
+        self.assertEqual(recording.output.errors, "")
+        self.assertFalse((self.take / "events.json").exists())
+        text = subprocess.run(["jq", "-nR", "[inputs | fromjson?] | .[0] + {cursorHidden: true, events: .[1:]}",
+                               self.take / ".events.partial"], capture_output=True, check=True).stdout
+        (self.take / "events.json").write_bytes(text)
+        clicks = self.of_kind("down", "up")
+        self.assertEqual([click["k"] for click in clicks], ["down", "up"])
+        self.assert_at(clicks[0], 0.25, 0.25)
+        self.assertEqual(sorted(self.document()), ["clock", "cursorHidden", "display", "events", "version"])
+        self.record("-d", "1.5", "--record-events", "--overwrite")
+        self.assertEqual([path.name for path in self.take.glob(".*")], [])
+
+    def test_a_partial_file_that_cannot_be_written_costs_nothing_else(self):
+        self.take.mkdir()
+        (self.take / ".events.partial").mkdir()
+        self.record_while(lambda: (self.click(80, 60), time.sleep(1.2)))
+        self.assertEqual(len(self.of_kind("down", "up")), 2)
 
     def test_without_the_option_there_is_no_track(self):
         self.record("-d", "0.6")

@@ -18,6 +18,9 @@ namespace fs = std::filesystem;
 constexpr std::array knownProofArtifacts = {"segments", "manifest.json", "thumbnail.jpg", "events.json",
     "result.mp4", "result.ffprobe.json", "playlist.ffprobe.json", "verification.json"};
 
+// Events of a recording that was killed. It belongs to what else that recording has left.
+constexpr const char* partialEventsName = ".events.partial";
+
 fs::path standardized(const fs::path& path)
 {
     std::error_code error;
@@ -97,6 +100,8 @@ OutputPlan OutputPlan::prepare(const fs::path& root, bool overwrite)
             + ". Use --overwrite or choose a new directory.");
     for (const auto& path : existing)
         removeArtifact(path);
+    if (const fs::path partial = plan.root / partialEventsName; overwrite && stands(partial))
+        removeArtifact(partial);
     makeDirectories(plan.root);
     makeDirectories(plan.videoSegmentsDirectory);
     makeDirectories(plan.audioSegmentsDirectory);

@@ -22,9 +22,9 @@ struct OutputPlan {
     // The plan for a take in `root`, whose directories then exist and hold no file of an earlier take.
     //
     // Files of an earlier take are "segments", "manifest.json", "thumbnail.jpg", "events.json" and what
-    // the outside verification leaves. With `overwrite` they are removed, and a symbolic link among
-    // them goes without what it points to; nothing else is touched. Without it they make this throw
-    // CLIError. Throws PlatformError (POSIX) when something cannot be removed or made.
+    // the outside verification leaves. With `overwrite` they are removed (and so is ".events.partial"), and a
+    // symbolic link among them goes without what it points to; nothing else is touched. Without it they make
+    // this throw CLIError. Throws PlatformError (POSIX) when something cannot be removed or made.
     static OutputPlan prepare(const std::filesystem::path& root, bool overwrite);
 
     friend bool operator==(const OutputPlan&, const OutputPlan&) = default;

@@ -96,12 +96,9 @@ void encodeEvent(const RecordedEvent& event, PieceWriter& out)
     out << "}";
 }
 
-} // namespace
-
-void encodeEventsDocument(
-    const EventsDocument& document, const std::function<void(std::string_view piece)>& write)
+// Without the brace that ends it.
+void encodeHeading(const EventsDocument& document, PieceWriter& out)
 {
-    PieceWriter out(write);
     const EventsClock& clock = document.clock;
     out << R"({"version":)" << std::int64_t{EventsDocument::version};
     out << R"(,"clock":{"firstVideoSamplePtsValue":)" << clock.firstVideoSamplePtsValue
@@ -110,6 +107,15 @@ void encodeEventsDocument(
     out << R"(,"display":{"capturePixelWidth":)" << std::int64_t{document.display.capturePixelWidth}
         << R"(,"capturePixelHeight":)" << std::int64_t{document.display.capturePixelHeight}
         << R"(,"pointScale":)" << document.display.pointScale << "}";
+}
+
+} // namespace
+
+void encodeEventsDocument(
+    const EventsDocument& document, const std::function<void(std::string_view piece)>& write)
+{
+    PieceWriter out(write);
+    encodeHeading(document, out);
     out << R"(,"cursorHidden":)" << (document.cursorHidden ? "true" : "false") << R"(,"events":[)";
     const char* separator = "";
     for (const RecordedEvent& event : document.events) {
@@ -119,6 +125,27 @@ void encodeEventsDocument(
         separator = ",";
     }
     out << "]}";
+    out.flush();
+}
+
+void encodeEventsHeading(
+    const EventsDocument& document, const std::function<void(std::string_view piece)>& write)
+{
+    PieceWriter out(write);
+    encodeHeading(document, out);
+    out << "}\n";
+    out.flush();
+}
+
+void encodeEventLines(
+    std::span<const RecordedEvent> events, const std::function<void(std::string_view piece)>& write)
+{
+    PieceWriter out(write);
+    for (const RecordedEvent& event : events) {
+        encodeEvent(event, out);
+        out << "\n";
+        out.flushWhenFull();
+    }
     out.flush();
 }
 

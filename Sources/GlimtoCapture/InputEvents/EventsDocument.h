@@ -4,6 +4,7 @@
 #include <deque>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string_view>
 
 namespace glimto {
@@ -57,5 +58,12 @@ struct EventsDocument {
 //      {"t":500.0,"k":"down","x":0.25,"y":0.5,"button":0}]}
 void encodeEventsDocument(
     const EventsDocument& document, const std::function<void(std::string_view piece)>& write);
+
+// The same in lines, so that it can grow while the recording runs: first what the document begins with,
+// but for `cursorHidden`, then one event a line.
+void encodeEventsHeading(
+    const EventsDocument& document, const std::function<void(std::string_view piece)>& write);
+void encodeEventLines(
+    std::span<const RecordedEvent> events, const std::function<void(std::string_view piece)>& write);
 
 } // namespace glimto

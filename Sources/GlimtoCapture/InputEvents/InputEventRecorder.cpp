@@ -4,8 +4,10 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
+#include "InputEvents/PartialEventsFile.h"
 #include "Support/AtomicFile.h"
 #include "Support/Text.h"
 
@@ -24,14 +26,21 @@ InputEventRecorder::InputEventRecorder(std::filesystem::path outputURL, const Ca
     , standardError_(standardError)
     , limits_(limits)
     , track_(std::make_shared<InputEventTrack>(geometry))
-    , tapThread_(factory, standardError, flushInterval,
-          [track = track_](const InputEvent& event) { track->append(event); })
+    , tapThread_(
+          factory, standardError, flushInterval,
+          [track = track_](const InputEvent& event) { track->append(event); },
+          [track = track_,
+              file = std::make_shared<PartialEventsFile>(PartialEventsFile::pathFor(outputURL_))] {
+              file->append(*track);
+          })
 {
 }
 
 InputEventRecorder::~InputEventRecorder()
 {
     tapThread_.stop(limits_.stop);
+    if (!stopped_)
+        removePartialFile();
 }
 
 void InputEventRecorder::start()
@@ -55,6 +64,7 @@ void InputEventRecorder::stop(bool cursorHidden)
     tapThread_.stop(limits_.stop);
     try {
         write(cursorHidden);
+        removePartialFile();
     } catch (const std::exception& error) {
         standardError_.writeLine(
             singleLine(std::string("warning: failed to write events.json: ") + error.what()));
@@ -68,6 +78,12 @@ void InputEventRecorder::write(bool cursorHidden)
     encodeEventsDocument(document,
         [&](std::string_view piece) { file.write(std::as_bytes(std::span(piece.data(), piece.size()))); });
     file.commit();
+}
+
+void InputEventRecorder::removePartialFile() const
+{
+    std::error_code ignored;
+    std::filesystem::remove(PartialEventsFile::pathFor(outputURL_), ignored);
 }
 
 } // namespace glimto

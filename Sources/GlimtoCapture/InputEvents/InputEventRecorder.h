@@ -18,7 +18,8 @@ namespace glimto {
 // and scrolls by the time of the first video frame and by their place in the picture.
 //
 // Only listens. Nothing of this ever fails a recording: what goes wrong is a warning on standard error,
-// and at worst the track is empty.
+// and at worst the track is empty. While the recording runs, the events that have their place on its
+// timeline are also kept in a PartialEventsFile, which goes when events.json is there.
 class InputEventRecorder {
 public:
     struct Limits {
@@ -35,7 +36,7 @@ public:
         std::chrono::nanoseconds flushInterval, EventTapFactory& factory, LineOutput& standardError,
         const Limits& limits);
 
-    // Ends the tap; writes nothing.
+    // Ends the tap; writes nothing, and removes the partial file unless events.json could not be written.
     ~InputEventRecorder();
 
     // Waits until the tap is installed or refused, for `limits.start` at most.
@@ -50,6 +51,7 @@ public:
 
 private:
     void write(bool cursorHidden);
+    void removePartialFile() const;
 
     const std::filesystem::path outputURL_;
     LineOutput& standardError_;

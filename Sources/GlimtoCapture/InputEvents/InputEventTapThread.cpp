@@ -29,6 +29,7 @@ struct InputEventTapThread::Core {
     LineOutput& standardError;
     const std::chrono::nanoseconds checkInterval;
     const std::function<void(const InputEvent&)> onEvent;
+    const std::function<void()> onCheck;
 
     std::promise<void> installed = {}; // or refused
     std::promise<void> ended = {};
@@ -43,6 +44,7 @@ struct InputEventTapThread::Core {
     void handle(const InputEvent& event, EventTap& tap);
     void reenable(EventTap& tap, const std::string& reason);
     void check(EventTap& tap);
+    void keepEnabled(EventTap& tap);
     void requestStop();
 };
 
@@ -99,6 +101,12 @@ void InputEventTapThread::Core::check(EventTap& tap)
 {
     if (stopped)
         return;
+    keepEnabled(tap);
+    onCheck();
+}
+
+void InputEventTapThread::Core::keepEnabled(EventTap& tap)
+{
     if (tap.isEnabled()) {
         tapWasDisabledAtLastPoll = false;
         return;
@@ -118,11 +126,13 @@ void InputEventTapThread::Core::requestStop()
 }
 
 InputEventTapThread::InputEventTapThread(EventTapFactory& factory, LineOutput& standardError,
-    std::chrono::nanoseconds checkInterval, std::function<void(const InputEvent& event)> onEvent)
+    std::chrono::nanoseconds checkInterval, std::function<void(const InputEvent& event)> onEvent,
+    std::function<void()> onCheck)
     : core_(new Core{.factory = factory,
         .standardError = standardError,
         .checkInterval = checkInterval,
-        .onEvent = std::move(onEvent)})
+        .onEvent = std::move(onEvent),
+        .onCheck = std::move(onCheck)})
 {
 }
 

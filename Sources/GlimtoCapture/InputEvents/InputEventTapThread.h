@@ -23,10 +23,11 @@ public:
     static constexpr std::size_t stackBytes = 0x80000;
 
     // `onEvent` runs on the tap's thread, must own what it touches, and gets clicks, moves and scrolls.
-    // The factory and `standardError` outlive the process's last command, because a tap that hangs is let
-    // go of with them.
+    // `onCheck` does so every `checkInterval`, once the tap was looked after. The factory and `standardError`
+    // outlive the process's last command, because a tap that hangs is let go of with them.
     InputEventTapThread(EventTapFactory& factory, LineOutput& standardError,
-        std::chrono::nanoseconds checkInterval, std::function<void(const InputEvent& event)> onEvent);
+        std::chrono::nanoseconds checkInterval, std::function<void(const InputEvent& event)> onEvent,
+        std::function<void()> onCheck);
 
     // Stops.
     ~InputEventTapThread();

@@ -1,5 +1,7 @@
 #include "InputEvents/InputEventTrack.h"
 
+#include <algorithm>
+
 namespace glimto {
 
 namespace {
@@ -112,17 +114,44 @@ void InputEventTrack::setClockAnchor(const EventsClock& anchor)
     });
 }
 
-EventsDocument InputEventTrack::finish(bool cursorHidden)
+std::optional<EventsDocument> InputEventTrack::heading()
+{
+    const auto anchor = state_.with([](const State& state) { return state.anchor; });
+    if (!anchor)
+        return std::nullopt;
+    EventsDocument document = emptyDocument();
+    document.clock = *anchor;
+    return document;
+}
+
+std::vector<RecordedEvent> InputEventTrack::nextEvents(std::size_t most)
+{
+    return state_.with([most](State& state) {
+        const auto begin = state.recorded.begin() + static_cast<std::ptrdiff_t>(state.givenCount);
+        const std::size_t count = std::min(most, state.recorded.size() - state.givenCount);
+        state.givenCount += count;
+        return std::vector<RecordedEvent>(begin, begin + static_cast<std::ptrdiff_t>(count));
+    });
+}
+
+EventsDocument InputEventTrack::emptyDocument() const
 {
     EventsDocument document;
     document.display = {.capturePixelWidth = geometry_.capturePixelWidth,
         .capturePixelHeight = geometry_.capturePixelHeight,
         .pointScale = geometry_.pointScale};
+    return document;
+}
+
+EventsDocument InputEventTrack::finish(bool cursorHidden)
+{
+    EventsDocument document = emptyDocument();
     document.cursorHidden = cursorHidden;
     state_.with([&](State& state) {
         document.clock = state.anchor.value_or(EventsClock());
         document.events.swap(state.recorded);
         state.pending.clear();
+        state.givenCount = 0;
         state.finished = true;
     });
     return document;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
+#include <vector>
 
 #include "Content/CaptureGeometry.h"
 #include "InputEvents/EventsDocument.h"
@@ -26,6 +27,12 @@ public:
     // Tells when the first frame was; only the first call counts.
     void setClockAnchor(const EventsClock& anchor);
 
+    // What the document begins with, without events; nothing before the anchor is known.
+    std::optional<EventsDocument> heading();
+
+    // The next events, at most `most`, that no call has given before.
+    std::vector<RecordedEvent> nextEvents(std::size_t most);
+
     // Moves the events out; nothing more is appended. Events that still wait for an anchor are lost.
     EventsDocument finish(bool cursorHidden);
 
@@ -45,11 +52,13 @@ private:
         std::optional<EventsClock> anchor;
         std::deque<PendingEvent> pending;
         std::deque<RecordedEvent> recorded;
+        std::size_t givenCount = 0; // of recorded, by nextEvents()
         bool finished = false;
     };
 
     static std::optional<PendingEvent> classified(const InputEvent& event);
     void record(const PendingEvent& event, State& state) const;
+    EventsDocument emptyDocument() const;
 
     const CaptureGeometry geometry_;
     Guarded<State> state_;

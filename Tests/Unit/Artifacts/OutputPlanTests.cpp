@@ -137,6 +137,15 @@ TEST_F(OutputPlanTests, VerificationAloneIsRemovedWithOverwrite)
     EXPECT_FALSE(fs::exists(root() / "verification.json"));
 }
 
+TEST_F(OutputPlanTests, EventsOfAKilledRecordingAreNoArtifactAndGoWithOverwrite)
+{
+    writeFile(root() / ".events.partial", "{}");
+    OutputPlan::prepare(root(), false);
+    EXPECT_TRUE(fs::exists(root() / ".events.partial"));
+    OutputPlan::prepare(root(), true);
+    EXPECT_FALSE(fs::exists(root() / ".events.partial"));
+}
+
 TEST_F(OutputPlanTests, OverwriteRemovesTheSegmentsOfTheEarlierTake)
 {
     writeFile(root() / "segments/video/segment_000.m4s", "old");

@@ -76,6 +76,44 @@ TEST_F(InputEventRecorderTests, WritesTheDocumentWhenStopped)
     EXPECT_EQ(standardError.lines(), Lines());
 }
 
+TEST_F(InputEventRecorderTests, KeepsTheEventsInAPartialFileWhileItRuns)
+{
+    const auto partial = directory.path() / ".events.partial";
+    recorder->start();
+    recorder->setClockAnchor(1'000'000'000, 1'000'000'000, 1'000'000'000);
+    click(1'500'000'000);
+    EXPECT_FALSE(std::filesystem::exists(partial));
+    tap.fireTimer();
+    EXPECT_TRUE(std::filesystem::exists(partial));
+    recorder->stop(true);
+    EXPECT_FALSE(std::filesystem::exists(partial));
+    EXPECT_EQ(document()["events"].size(), 1U);
+}
+
+TEST_F(InputEventRecorderTests, LeavesNoPartialFileWhenItIsGivenUp)
+{
+    recorder->start();
+    recorder->setClockAnchor(1'000'000'000, 1'000'000'000, 1'000'000'000);
+    click(1'500'000'000);
+    tap.fireTimer();
+    recorder.reset();
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
+}
+
+TEST_F(InputEventRecorderTests, KeepsThePartialFileWhenTheDocumentCannotBeWritten)
+{
+    recorder->start();
+    recorder->setClockAnchor(1'000'000'000, 1'000'000'000, 1'000'000'000);
+    click(1'500'000'000);
+    tap.fireTimer();
+    std::filesystem::create_directory(path);
+    std::ofstream(path / "inTheWay") << "x";
+    recorder->stop(true);
+    recorder.reset();
+    EXPECT_TRUE(std::filesystem::exists(directory.path() / ".events.partial"));
+    EXPECT_EQ(standardError.lines().size(), 1U);
+}
+
 TEST_F(InputEventRecorderTests, ListensOnlyToThePointer)
 {
     recorder->start();

@@ -72,5 +72,17 @@ TEST(X11PointerPacerTests, APointerAtRestIsLookedAtTenTimesASecond)
     EXPECT_EQ(pacer.next(begin + 2001 * millisecond, false).until, begin + 2100 * millisecond);
 }
 
+TEST(X11PointerPacerTests, WhatIsRecordedIsReadOftenAndAskedAboutSeldom)
+{
+    X11PointerPacer pacer(X11PointerPacer::whenRecorded);
+    pacer.didAsk(begin);
+    const auto step = pacer.next(begin + millisecond, true);
+    EXPECT_FALSE(step.mustAsk);
+    EXPECT_FALSE(step.wakesOnEvents);
+    EXPECT_EQ(step.until, begin + 5 * millisecond);
+    EXPECT_TRUE(pacer.next(begin + 40 * millisecond, true).mustAsk);
+    EXPECT_LE(questionsOfFastMouse(pacer, 10'000 * millisecond), 251);
+}
+
 } // namespace
 } // namespace glimto

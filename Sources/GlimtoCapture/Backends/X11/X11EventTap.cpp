@@ -59,7 +59,7 @@ void X11EventTap::enable()
         if (!listener_)
             listener_ = X11PointerListener::open();
         listener_->listen();
-        pacer_ = {};
+        pacer_ = listener_->hasRecord() ? X11PointerPacer(X11PointerPacer::whenRecorded) : X11PointerPacer();
         isEnabled_ = true;
     } catch (const std::exception&) {
         listener_.reset();
@@ -98,7 +98,7 @@ std::optional<X11EventTap::Wait> X11EventTap::listenFor(std::int64_t now)
         listener_->receive();
         if (listener_->isAsking())
             return Wait{never, true};
-        const auto next = pacer_.next(now, listener_->events().isWaiting());
+        const auto next = pacer_.next(now, listener_->isWaiting());
         if (!next.mustAsk)
             return Wait{next.until, next.wakesOnEvents};
         listener_->ask();
@@ -111,8 +111,8 @@ std::optional<X11EventTap::Wait> X11EventTap::listenFor(std::int64_t now)
 
 void X11EventTap::disable()
 {
-    listener_->events().settleUnanswered();
-    settled_ = listener_->events().take();
+    listener_->settleUnanswered();
+    settled_ = listener_->take();
     listener_.reset();
     isEnabled_ = false;
 }
@@ -124,15 +124,18 @@ void X11EventTap::finish()
         return;
     try {
         const std::int64_t deadline = hostTimeNanoseconds() + endTimeout;
-        listener_->receive();
-        if (listener_->events().isWaiting() && !listener_->isAsking())
-            listener_->ask();
-        listener_->receive();
-        while (listener_->isAsking() && hostTimeNanoseconds() < deadline) {
-            waitForServer(deadline);
+        // The answer to the second question follows all that was recorded before the first one.
+        for (int question = 0; question < 2; ++question) {
             listener_->receive();
+            if (!listener_->isAsking())
+                listener_->ask();
+            listener_->receive();
+            while (listener_->isAsking() && hostTimeNanoseconds() < deadline) {
+                waitForServer(deadline);
+                listener_->receive();
+            }
         }
-        listener_->events().settleUnanswered();
+        listener_->settleUnanswered();
     } catch (const std::exception&) {
         disable();
     }
@@ -141,7 +144,7 @@ void X11EventTap::finish()
 void X11EventTap::deliver(const Handlers& handlers)
 {
     if (listener_)
-        settled_ = listener_->events().take();
+        settled_ = listener_->take();
     if (!settled_.empty())
         pacer_.didHappen(hostTimeNanoseconds());
     for (const auto& event : std::exchange(settled_, {})) {
@@ -153,9 +156,10 @@ void X11EventTap::deliver(const Handlers& handlers)
 
 void X11EventTap::waitUntil(std::int64_t deadline, bool forServer)
 {
-    std::array<pollfd, 2> entries = {{
+    std::array<pollfd, 3> entries = {{
         {.fd = wakeUp_.get(), .events = POLLIN, .revents = 0},
         {.fd = forServer ? listener_->fileDescriptor() : -1, .events = POLLIN, .revents = 0},
+        {.fd = forServer ? listener_->recordFileDescriptor() : -1, .events = POLLIN, .revents = 0},
     }};
     waitFor(entries, deadline);
 }

@@ -42,6 +42,7 @@ struct X11PointerDevice {
     std::array<std::optional<PlaceAxis>, 2> placeAxes; // X and Y are axes 0 and 1 of every pointer
     std::vector<ScrollAxis> scrollAxes;
     bool belongsToTestClients = false;
+    bool isTouchScreen = false; // a finger is where it touches; on a touch pad it only moves the pointer
     std::vector<std::uint8_t> buttonMap; // the logical number of each physical button, from button 1 on
 
     // Where an event moves the pointer on a root of this size.

@@ -46,6 +46,9 @@ X11PointerDevice deviceFrom(const xcb_input_xi_device_info_t& info)
             addPlaceAxis(device, *reinterpret_cast<const xcb_input_valuator_class_t*>(data));
         else if (data->type == XCB_INPUT_DEVICE_CLASS_TYPE_SCROLL)
             addScrollAxis(device, *reinterpret_cast<const xcb_input_scroll_class_t*>(data));
+        else if (data->type == XCB_INPUT_DEVICE_CLASS_TYPE_TOUCH)
+            device.isTouchScreen
+                = reinterpret_cast<const xcb_input_touch_class_t*>(data)->mode == XCB_INPUT_TOUCH_MODE_DIRECT;
     }
     // An axis that scrolls is none of the place, whatever its number.
     for (const auto& scroll : device.scrollAxes) {

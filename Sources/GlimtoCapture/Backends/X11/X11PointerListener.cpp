@@ -14,7 +14,10 @@ namespace {
 constexpr std::int64_t measurementInterval = 10'000'000'000;
 constexpr int firstMeasurements = 5;
 constexpr std::uint16_t majorVersion = 2;
-constexpr std::uint16_t minorVersion = 1; // raw events also while another client holds a grab
+constexpr std::uint16_t leastMinorVersion = 1; // raw events also while another client holds a grab
+constexpr std::uint16_t minorVersion = 2; // touches
+// What happened that long before a question is sure to be known when the answer comes.
+constexpr std::int64_t clockTolerance = 2'000'000;
 
 struct EventMask {
     xcb_input_event_mask_t head;
@@ -78,9 +81,10 @@ X11PointerListener::X11PointerListener(std::unique_ptr<X11Connection> connection
     inputOpcode_ = xcb_get_extension_data(connection_->xcb(), &xcb_input_id)->major_opcode;
     const auto cookie = xcb_input_xi_query_version(connection_->xcb(), majorVersion, minorVersion);
     const auto version = connection_->reply<xcb_input_xi_query_version_reply_t>(cookie);
-    const bool isEnough = version
-        && std::pair(version->major_version, version->minor_version) >= std::pair(majorVersion, minorVersion);
-    if (!isEnough)
+    const auto offered = version ? std::pair(version->major_version, version->minor_version)
+                                 : std::pair<std::uint16_t, std::uint16_t>();
+    hasTouches_ = offered >= std::pair(majorVersion, minorVersion);
+    if (offered < std::pair(majorVersion, leastMinorVersion))
         throw x11Error(X11Failure::missingExtension, "The X server has no X Input extension of version 2.1.");
 }
 
@@ -89,9 +93,20 @@ void X11PointerListener::listen()
     makeClockWindow();
     for (int count = 0; count < firstMeasurements; ++count)
         measureClock();
+    startRecord();
     selectEvents();
     devices_.read();
     devicesAreOld_ = false;
+}
+
+// Without a record the tap is less exact, and works.
+void X11PointerListener::startRecord()
+{
+    try {
+        record_ = X11EventRecord::start();
+    } catch (const PlatformError&) {
+        record_ = nullptr;
+    }
 }
 
 // Never mapped; its property changes only for the time stamps that the server puts on them.
@@ -127,8 +142,10 @@ void X11PointerListener::selectEvents()
         | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
     constexpr std::uint32_t changes
         = XCB_INPUT_XI_EVENT_MASK_HIERARCHY | XCB_INPUT_XI_EVENT_MASK_DEVICE_CHANGED;
+    constexpr std::uint32_t touches = XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_BEGIN
+        | XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_UPDATE | XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_END;
     const std::array<EventMask, 2> masks = {
-        maskFor(XCB_INPUT_DEVICE_ALL_MASTER, raw),
+        maskFor(XCB_INPUT_DEVICE_ALL_MASTER, hasTouches_ && record_ ? raw | touches : raw),
         maskFor(XCB_INPUT_DEVICE_ALL, changes),
     };
     const auto input = xcb_input_xi_select_events_checked(
@@ -143,6 +160,8 @@ void X11PointerListener::selectEvents()
 void X11PointerListener::receive()
 {
     drain();
+    if (record_) // read often, because the server does not keep much of it
+        drainRecord();
     // An answer may have come together with events that follow it.
     while (receiveAnswers())
         drain();
@@ -196,8 +215,13 @@ void X11PointerListener::handleInput(const xcb_ge_generic_event_t& event)
     case XCB_INPUT_RAW_BUTTON_RELEASE:
         addRaw(reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event));
         break;
+    case XCB_INPUT_RAW_TOUCH_BEGIN:
+    case XCB_INPUT_RAW_TOUCH_UPDATE:
+    case XCB_INPUT_RAW_TOUCH_END:
+        addTouch(reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event));
+        break;
     case XCB_INPUT_HIERARCHY:
-        devicesAreOld_ = true;
+        handleHierarchy(reinterpret_cast<const xcb_input_hierarchy_event_t&>(event));
         break;
     case XCB_INPUT_DEVICE_CHANGED:
         // That another device moves a pointer than before is no change of a device.
@@ -214,6 +238,7 @@ void X11PointerListener::addRaw(const xcb_input_raw_button_press_event_t& event)
 {
     // The server makes buttons of a wheel's motion for old clients; the motion itself was there before.
     const bool isMotion = event.event_type == XCB_INPUT_RAW_MOTION;
+    hasHeard_ = true;
     if (!isMotion && (event.flags & XCB_INPUT_POINTER_EVENT_FLAGS_POINTER_EMULATED) != 0)
         return;
     if (std::exchange(devicesAreOld_, false))
@@ -233,7 +258,57 @@ void X11PointerListener::addRaw(const xcb_input_raw_button_press_event_t& event)
         made.kind = event.event_type == XCB_INPUT_RAW_BUTTON_PRESS ? Kind::press : Kind::release;
         made.button = device.logicalButton(event.detail);
     }
-    events_.add(made);
+    if (record_)
+        addToRecord(made, event.time);
+    else
+        events_.add(made);
+}
+
+void X11PointerListener::addToRecord(const X11PointerEvent& event, std::uint32_t stamp)
+{
+    using Kind = X11RawAddition::Kind;
+    X11RawAddition addition;
+    addition.stamp = stamp;
+    addition.lines = event.scroll;
+    addition.button = event.button;
+    if (event.kind != X11PointerEvent::Kind::motion)
+        addition.kind = event.kind == X11PointerEvent::Kind::press ? Kind::press : Kind::release;
+    // Of plain motions the record tells all there is to know.
+    if (addition.kind != Kind::scroll || !event.scroll.isZero())
+        placed_.add(addition);
+}
+
+void X11PointerListener::addTouch(const xcb_input_raw_button_press_event_t& event)
+{
+    hasHeard_ = true;
+    if (std::exchange(devicesAreOld_, false))
+        devices_.read();
+    const auto& device = devices_.device(event.sourceid);
+    if (!device.isTouchScreen)
+        return;
+    const auto place = device.motion(axisValues(event), width_, height_);
+    const X11Touches::Touch touch
+        = {.device = event.sourceid, .id = event.detail, .stamp = event.time, .x = place.x, .y = place.y};
+    std::optional<X11RawAddition> addition;
+    if (event.event_type == XCB_INPUT_RAW_TOUCH_BEGIN)
+        addition = touches_.begin(touch);
+    else if (event.event_type == XCB_INPUT_RAW_TOUCH_UPDATE)
+        addition = touches_.move(touch);
+    else
+        addition = touches_.end(touch);
+    if (addition)
+        placed_.add(*addition);
+}
+
+void X11PointerListener::handleHierarchy(const xcb_input_hierarchy_event_t& event)
+{
+    devicesAreOld_ = true;
+    constexpr std::uint32_t gone
+        = XCB_INPUT_HIERARCHY_MASK_SLAVE_REMOVED | XCB_INPUT_HIERARCHY_MASK_DEVICE_DISABLED;
+    if ((event.flags & gone) == 0)
+        return;
+    for (const auto& addition : touches_.endAll(event.time))
+        placed_.add(addition);
 }
 
 void X11PointerListener::ask()
@@ -243,6 +318,7 @@ void X11PointerListener::ask()
     const std::int64_t now = hostTimeNanoseconds();
     if (now >= nextMeasurement_ || clock_.needsMeasurement())
         askForTime();
+    hasHeard_ = false;
     Question question;
     question.askedAt = now;
     for (const auto pointer : devices_.pointers()) {
@@ -277,8 +353,47 @@ bool X11PointerListener::receiveAnswers()
     // What came before the answer is to be known before it counts.
     const Question answered = *std::exchange(question_, std::nullopt);
     drain();
-    events_.settle(answered.pointers.front().second.sequence, answered.askedAt, answered.answers);
+    settle(answered);
     return true;
+}
+
+void X11PointerListener::settle(const Question& answered)
+{
+    if (!record_)
+        return events_.settle(answered.pointers.front().second.sequence, answered.askedAt, answered.answers);
+    drainRecord();
+    placed_.settle(clock_, hostTimeNanoseconds(), answered.askedAt - clockTolerance);
+    if (answered.answers.empty())
+        return;
+    // With several pointers nothing says which of them the record is about.
+    const Point place = answered.answers.front().location;
+    if (answered.answers.size() == 1 && !hasHeard_)
+        placed_.setPlace(place, answered.askedAt);
+    else
+        placed_.setFirstPlace(place);
+}
+
+void X11PointerListener::drainRecord()
+{
+    for (const auto& event : record_->take())
+        placed_.add(event);
+}
+
+bool X11PointerListener::isWaiting() const
+{
+    return record_ ? hasHeard_ || placed_.isWaiting() : events_.isWaiting();
+}
+
+void X11PointerListener::settleUnanswered()
+{
+    const std::int64_t now = hostTimeNanoseconds();
+    events_.settleUnanswered();
+    placed_.settle(clock_, now, now);
+}
+
+std::vector<InputEvent> X11PointerListener::take()
+{
+    return record_ ? placed_.take() : events_.take();
 }
 
 } // namespace glimto

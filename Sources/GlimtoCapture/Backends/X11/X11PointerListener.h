@@ -9,14 +9,21 @@
 #include <xcb/xinput.h>
 
 #include "Backends/X11/X11Connection.h"
+#include "Backends/X11/X11EventRecord.h"
+#include "Backends/X11/X11PlacedEvents.h"
 #include "Backends/X11/X11PointerDevices.h"
 #include "Backends/X11/X11PointerEvents.h"
 #include "Backends/X11/X11ServerClock.h"
+#include "Backends/X11/X11Touches.h"
 
 namespace glimto {
 
 // Hears the raw events of all pointers on a connection of its own. Raw events come to every client that
 // asks for them, whoever gets the events proper or holds a grab, and nobody misses them.
+//
+// Raw events have no place. Where the server has the RECORD extension, its record tells the places, and
+// raw events only tell what turns of wheels and touches are. Elsewhere the server is asked where the
+// pointers are, and the steps between two answers are followed; touches are not heard then.
 //
 // Used by one thread; every operation throws PlatformError when the server has gone.
 class X11PointerListener {
@@ -32,15 +39,26 @@ public:
     // Readable when receive() has something to do, unless another operation has read it into memory:
     // call receive() before every wait.
     int fileDescriptor() const { return connection_->fileDescriptor(); }
+    int recordFileDescriptor() const { return record_ ? record_->fileDescriptor() : -1; } // -1: none
 
-    // Takes in what the server has sent. Events wait in events() for an answer that settles them.
+    // Takes in what the server has sent. Events wait for an answer that settles them.
     void receive();
 
     // Asks where the pointers are now. Not to be used while an answer is awaited.
     void ask();
     bool isAsking() const { return question_.has_value(); }
 
-    X11PointerEvents& events() { return events_; }
+    // Whether the server records places, so that a question may wait and share its answer with others.
+    bool hasRecord() const { return record_ != nullptr; }
+
+    // Whether events wait to be settled.
+    bool isWaiting() const;
+
+    // Settles what waits, with what is known.
+    void settleUnanswered();
+
+    // The events settled since the last call, in order of time.
+    std::vector<InputEvent> take();
 
 private:
     struct Question {
@@ -50,6 +68,7 @@ private:
         std::size_t answeredCount = 0;
     };
 
+    void startRecord();
     void makeClockWindow();
     void askForTime();
     void measureClock();
@@ -58,14 +77,24 @@ private:
     void handle(const xcb_generic_event_t& event);
     void handleTime(std::uint32_t stamp);
     void handleInput(const xcb_ge_generic_event_t& event);
+    void handleHierarchy(const xcb_input_hierarchy_event_t& event);
     void addRaw(const xcb_input_raw_button_press_event_t& event);
+    void addTouch(const xcb_input_raw_button_press_event_t& event);
+    void addToRecord(const X11PointerEvent& event, std::uint32_t stamp);
+    void drainRecord();
     bool receiveAnswers();
+    void settle(const Question& answered);
 
     std::unique_ptr<X11Connection> connection_;
     X11PointerDevices devices_;
     X11PointerEvents events_;
+    std::unique_ptr<X11EventRecord> record_; // null when the server has none
+    X11PlacedEvents placed_; // used with a record, instead of events_
+    X11Touches touches_;
+    bool hasHeard_ = false; // something since the last question
     X11ServerClock clock_;
     std::uint8_t inputOpcode_ = 0;
+    bool hasTouches_ = false;
     xcb_window_t clockWindow_ = XCB_NONE;
     int width_;
     int height_;

@@ -7,11 +7,7 @@ namespace glimto {
 namespace {
 
 constexpr std::int64_t millisecond = 1'000'000;
-constexpr std::int64_t gatheringTime = 8 * millisecond;
-constexpr std::int64_t activeInterval = 33 * millisecond;
-constexpr std::int64_t restInterval = 100 * millisecond;
 constexpr std::int64_t timeToRest = 2000 * millisecond;
-constexpr double mostCredits = 8;
 constexpr double nanosecondsPerCredit = 16.0 * millisecond;
 
 } // namespace
@@ -21,11 +17,11 @@ X11PointerPacer::Step X11PointerPacer::next(std::int64_t now, bool hasEvents) co
     if (!hasAsked_)
         return {.mustAsk = true};
     if (hasEvents) {
-        const std::int64_t due = creditsAt(now) >= 1 ? now : lastAsk_ + gatheringTime;
-        return {.mustAsk = now >= due, .until = due, .wakesOnEvents = false};
+        const std::int64_t due = creditsAt(now) >= 1 ? now : lastAsk_ + pace_.gathering;
+        return {.mustAsk = now >= due, .until = std::min(due, now + pace_.reading), .wakesOnEvents = false};
     }
     const bool rests = now - lastActivity_ >= timeToRest;
-    const std::int64_t due = lastAsk_ + (rests ? restInterval : activeInterval);
+    const std::int64_t due = lastAsk_ + (rests ? pace_.resting : pace_.active);
     return {.mustAsk = now >= due, .until = due, .wakesOnEvents = true};
 }
 
@@ -38,7 +34,7 @@ void X11PointerPacer::didAsk(std::int64_t now)
 
 double X11PointerPacer::creditsAt(std::int64_t now) const
 {
-    return std::min(mostCredits, credits_ + static_cast<double>(now - lastAsk_) / nanosecondsPerCredit);
+    return std::min(pace_.mostCredits, credits_ + static_cast<double>(now - lastAsk_) / nanosecondsPerCredit);
 }
 
 } // namespace glimto

@@ -12,6 +12,33 @@ namespace glimto {
 // once nothing has happened for two seconds: a pointer that a program sets down elsewhere sends none.
 class X11PointerPacer {
 public:
+    struct Pace {
+        std::int64_t gathering = 8'000'000; // how long events wait for company
+        std::int64_t reading = 8'000'000; // how long they may lie unread
+        std::int64_t active = 33'000'000; // how long nothing is asked without events
+        std::int64_t resting = 100'000'000; // the same, after two seconds without any
+        double mostCredits = 8; // how many questions may be asked at once
+    };
+
+    // Where answers only say that what was recorded has come, they are not urgent, and a pointer that is
+    // set down elsewhere is recorded as well.
+    static constexpr Pace whenRecorded = {.gathering = 40'000'000,
+        .reading = 4'000'000,
+        .active = 250'000'000,
+        .resting = 250'000'000,
+        .mostCredits = 0};
+
+    X11PointerPacer()
+        : X11PointerPacer(Pace())
+    {
+    }
+
+    explicit X11PointerPacer(const Pace& pace)
+        : pace_(pace)
+        , credits_(pace.mostCredits)
+    {
+    }
+
     struct Step {
         bool mustAsk = false;
         std::int64_t until = 0; // else: when to look again, at the latest
@@ -29,10 +56,11 @@ public:
 private:
     double creditsAt(std::int64_t now) const;
 
+    Pace pace_;
     bool hasAsked_ = false;
     std::int64_t lastAsk_ = 0;
     std::int64_t lastActivity_ = 0;
-    double credits_ = 8; // questions that may be asked at once
+    double credits_;
 };
 
 } // namespace glimto

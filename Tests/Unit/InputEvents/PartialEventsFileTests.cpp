@@ -1,0 +1,125 @@
+#include "InputEvents/PartialEventsFile.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "Fakes/TemporaryDirectory.h"
+
+namespace glimto {
+namespace {
+
+constexpr std::int64_t second = 1'000'000'000;
+const std::string heading
+    = R"({"version":1,"clock":{"firstVideoSamplePtsValue":7,)"
+      R"("firstVideoSamplePtsTimescale":600,"firstVideoSampleHostTimeNs":1000000000},)"
+      R"("display":{"capturePixelWidth":200,"capturePixelHeight":100,"pointScale":1.0}})"
+      "\n";
+
+class PartialEventsFileTests : public testing::Test {
+protected:
+    void click(std::int64_t hostNs)
+    {
+        track.append({.type = InputEventType::leftMouseDown, .hostNs = hostNs, .globalLocation = {50, 50}});
+    }
+
+    void setAnchor()
+    {
+        track.setClockAnchor({.firstVideoSamplePtsValue = 7,
+            .firstVideoSamplePtsTimescale = 600,
+            .firstVideoSampleHostTimeNs = second});
+    }
+
+    std::string written() const
+    {
+        std::ifstream stream(path);
+        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    }
+
+    TemporaryDirectory directory;
+    std::filesystem::path path = PartialEventsFile::pathFor(directory.path() / "events.json");
+    InputEventTrack track{{.globalFrame = {0, 0, 200, 100},
+        .pointScale = 1,
+        .capturePixelWidth = 200,
+        .capturePixelHeight = 100}};
+    PartialEventsFile file{path};
+};
+
+TEST_F(PartialEventsFileTests, IsHiddenBesideTheDocument)
+{
+    EXPECT_EQ(path, directory.path() / ".events.partial");
+}
+
+TEST_F(PartialEventsFileTests, AppearsWithTheFirstEventThatHasItsPlaceInTime)
+{
+    click(2 * second);
+    file.append(track);
+    EXPECT_FALSE(std::filesystem::exists(path));
+    setAnchor();
+    file.append(track);
+    EXPECT_EQ(written(),
+        heading
+            + R"({"t":1000.0,"k":"down","x":0.25,"y":0.5,"button":0})"
+              "\n");
+}
+
+TEST_F(PartialEventsFileTests, GrowsByTheNewEventsOnly)
+{
+    setAnchor();
+    click(2 * second);
+    file.append(track);
+    const auto before = written();
+    file.append(track);
+    EXPECT_EQ(written(), before);
+    click(3 * second);
+    file.append(track);
+    EXPECT_EQ(written(),
+        before
+            + R"({"t":2000.0,"k":"down","x":0.25,"y":0.5,"button":0})"
+              "\n");
+}
+
+TEST_F(PartialEventsFileTests, HoldsManyEventsInTheirOrder)
+{
+    setAnchor();
+    std::string expected = heading;
+    for (int index = 0; index < 10'000; ++index) {
+        click(second * (2 + index));
+        expected += R"({"t":)" + std::to_string(1000 * (1 + index))
+            + R"(.0,"k":"down","x":0.25,"y":0.5,"button":0})"
+              "\n";
+    }
+    file.append(track);
+    EXPECT_EQ(written(), expected);
+}
+
+TEST_F(PartialEventsFileTests, TakesThePlaceOfALinkAndLeavesWhatItNames)
+{
+    const auto target = directory.path() / "target";
+    std::ofstream(target) << "kept";
+    std::filesystem::create_symlink(target, path);
+    setAnchor();
+    click(2 * second);
+    file.append(track);
+    EXPECT_FALSE(std::filesystem::is_symlink(path));
+    EXPECT_EQ(std::filesystem::file_size(target), 4U);
+}
+
+TEST_F(PartialEventsFileTests, ThatCannotBeWrittenIsGivenUpInSilence)
+{
+    PartialEventsFile elsewhere(directory.path() / "missing" / ".events.partial");
+    setAnchor();
+    click(2 * second);
+    elsewhere.append(track);
+    std::filesystem::create_directory(directory.path() / "missing");
+    click(3 * second);
+    elsewhere.append(track);
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path() / "missing"));
+    EXPECT_EQ(track.finish(true).events.size(), 2U);
+}
+
+} // namespace
+} // namespace glimto
