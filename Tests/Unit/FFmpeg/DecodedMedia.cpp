@@ -76,6 +76,41 @@ struct Decoder {
         av_frame_free(&frame);
     }
 
+    void takeSound(DecodedSound& sound) const
+    {
+        AVFrame* frame = av_frame_alloc();
+        while (avcodec_receive_frame(codec, frame) == 0) {
+            require(frame->format == AV_SAMPLE_FMT_FLTP, "another sample format");
+            if (sound.channels.empty()) {
+                sound.start = frame->pts;
+                sound.channels.resize(static_cast<std::size_t>(frame->ch_layout.nb_channels));
+            }
+            const auto end = sound.start + static_cast<std::int64_t>(sound.channels.front().size());
+            require(frame->pts == end, "a gap or overlap in the time stamps");
+            for (std::size_t channel = 0; channel < sound.channels.size(); ++channel) {
+                const auto* samples = reinterpret_cast<const float*>(frame->extended_data[channel]);
+                sound.channels[channel].insert(
+                    sound.channels[channel].end(), samples, samples + frame->nb_samples);
+            }
+        }
+        av_frame_free(&frame);
+    }
+
+    // Decodes all; `take` takes what has come out so far.
+    template <typename Take> void run(Take take) const
+    {
+        AVPacket* packet = av_packet_alloc();
+        const std::unique_ptr<AVPacket, void (*)(AVPacket*)> owner(
+            packet, [](AVPacket* owned) { av_packet_free(&owned); });
+        while (av_read_frame(format, packet) == 0) {
+            require(avcodec_send_packet(codec, packet) == 0, "a packet does not decode");
+            take();
+            av_packet_unref(packet);
+        }
+        avcodec_send_packet(codec, nullptr);
+        take();
+    }
+
     Source source;
     AVIOContext* io = nullptr;
     AVFormatContext* format = nullptr;
@@ -88,19 +123,21 @@ DecodedMedia decodeMedia(std::span<const std::byte> data)
 {
     Decoder decoder(data);
     DecodedMedia media;
-    AVPacket* packet = av_packet_alloc();
-    const std::unique_ptr<AVPacket, void (*)(AVPacket*)> owner(
-        packet, [](AVPacket* owned) { av_packet_free(&owned); });
-    while (av_read_frame(decoder.format, packet) == 0) {
-        require(avcodec_send_packet(decoder.codec, packet) == 0, "a packet does not decode");
-        decoder.takePictures(media);
-        av_packet_unref(packet);
-    }
-    avcodec_send_packet(decoder.codec, nullptr);
-    decoder.takePictures(media);
+    decoder.run([&] { decoder.takePictures(media); });
     media.profile = decoder.codec->profile;
     media.duration = decoder.format->streams[0]->duration;
     return media;
+}
+
+DecodedSound decodeSound(std::span<const std::byte> data)
+{
+    Decoder decoder(data);
+    DecodedSound sound;
+    decoder.run([&] { decoder.takeSound(sound); });
+    sound.sampleRate = decoder.codec->sample_rate;
+    sound.profile = decoder.codec->profile;
+    sound.duration = decoder.format->streams[0]->duration;
+    return sound;
 }
 
 } // namespace glimto

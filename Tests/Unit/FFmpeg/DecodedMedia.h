@@ -21,7 +21,17 @@ struct DecodedMedia {
     std::int64_t duration = 0; // end of the last picture, ticks
 };
 
-// Demuxes and decodes an MP4 in memory; throws std::runtime_error at the first fault.
+// Sound whose time stamps join without gaps and overlaps.
+struct DecodedSound {
+    int sampleRate = 0;
+    int profile = 0; // as in the decoder's configuration: 1 is AAC-LC
+    std::int64_t start = 0; // of the first frame, frames
+    std::vector<std::vector<float>> channels;
+    std::int64_t duration = 0; // end of the track as declared, frames
+};
+
+// Both demux and decode an MP4 in memory; they throw std::runtime_error at the first fault.
 DecodedMedia decodeMedia(std::span<const std::byte> data);
+DecodedSound decodeSound(std::span<const std::byte> data);
 
 } // namespace glimto

@@ -1,6 +1,7 @@
 #include "Backends/FFmpeg/FFmpegAssetWriterFactory.h"
 
 #include "Backends/FFmpeg/FFmpegAssetWriter.h"
+#include "Backends/FFmpeg/FFmpegAudioAssetWriter.h"
 
 namespace glimto {
 
@@ -11,9 +12,9 @@ std::unique_ptr<VideoAssetWriter> FFmpegAssetWriterFactory::makeVideoWriter(
 }
 
 std::unique_ptr<AudioAssetWriter> FFmpegAssetWriterFactory::makeAudioWriter(
-    const AudioEncodingSettings&, MediaTime, AssetWriterDelegate&)
+    const AudioEncodingSettings& settings, MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate)
 {
-    return nullptr;
+    return FFmpegAudioAssetWriter::make(settings, preferredSegmentInterval, delegate);
 }
 
 } // namespace glimto

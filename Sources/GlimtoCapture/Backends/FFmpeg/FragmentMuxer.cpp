@@ -1,8 +1,6 @@
 #include "Backends/FFmpeg/FragmentMuxer.h"
 
-#include <array>
 #include <cstring>
-#include <string>
 #include <utility>
 
 extern "C" {
@@ -10,7 +8,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-#include "Support/Errors.h"
+#include "Backends/FFmpeg/FFmpegErrors.h"
 
 namespace glimto {
 
@@ -18,35 +16,37 @@ namespace {
 
 constexpr int bufferBytes = 64 * 1024;
 
-int check(int result, const char* what)
+constexpr const char* makingFailed = "Could not make the MP4 writer";
+
+void describeDecoder(AVCodecParameters& codec, std::span<const std::uint8_t> configuration)
 {
-    if (result >= 0)
-        return result;
-    std::array<char, AV_ERROR_MAX_STRING_SIZE> text = {};
-    av_strerror(result, text.data(), text.size());
-    throw PlatformError("FFmpeg", result, std::string(what) + ": " + text.data());
+    const std::size_t size = configuration.size();
+    codec.extradata = static_cast<std::uint8_t*>(
+        requireAllocated(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE), makingFailed));
+    std::memcpy(codec.extradata, configuration.data(), size);
+    codec.extradata_size = static_cast<int>(size);
 }
 
-template <typename Pointer> Pointer checkAllocated(Pointer pointer)
+void describeTrack(AVCodecParameters& codec, const VideoTrackDescription& track)
 {
-    check(pointer ? 0 : AVERROR(ENOMEM), "Could not make the MP4 writer");
-    return pointer;
-}
-
-void describeStream(AVStream& stream, const VideoTrackDescription& track)
-{
-    AVCodecParameters& codec = *stream.codecpar;
     codec.codec_type = AVMEDIA_TYPE_VIDEO;
     codec.codec_id = AV_CODEC_ID_H264;
     codec.width = track.width;
     codec.height = track.height;
     codec.bit_rate = track.averageBitRate;
-    const std::size_t size = track.decoderConfiguration.size();
-    codec.extradata
-        = static_cast<std::uint8_t*>(checkAllocated(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE)));
-    std::memcpy(codec.extradata, track.decoderConfiguration.data(), size);
-    codec.extradata_size = static_cast<int>(size);
-    stream.time_base = {1, track.timescale};
+    describeDecoder(codec, track.decoderConfiguration);
+}
+
+void describeTrack(AVCodecParameters& codec, const AudioTrackDescription& track)
+{
+    codec.codec_type = AVMEDIA_TYPE_AUDIO;
+    codec.codec_id = AV_CODEC_ID_AAC;
+    codec.profile = FF_PROFILE_AAC_LOW;
+    codec.sample_rate = track.sampleRate;
+    codec.frame_size = track.framesPerSample;
+    codec.bit_rate = track.averageBitRate;
+    av_channel_layout_default(&codec.ch_layout, track.channelCount);
+    describeDecoder(codec, track.decoderConfiguration);
 }
 
 } // namespace
@@ -72,37 +72,49 @@ struct FragmentMuxer::Context {
 FragmentMuxer::FragmentMuxer(const VideoTrackDescription& track)
     : context_(std::make_unique<Context>())
 {
-    makeContext(track);
+    describeTrack(*makeStream().codecpar, track);
+    writeHeader(track.timescale);
+}
+
+FragmentMuxer::FragmentMuxer(const AudioTrackDescription& track)
+    : context_(std::make_unique<Context>())
+{
+    describeTrack(*makeStream().codecpar, track);
+    writeHeader(track.sampleRate);
+}
+
+FragmentMuxer::~FragmentMuxer() = default;
+
+AVStream& FragmentMuxer::makeStream()
+{
+    requireFFmpeg(avformat_alloc_output_context2(&context_->format, nullptr, "mp4", nullptr), makingFailed);
+    auto* buffer = static_cast<unsigned char*>(requireAllocated(av_malloc(bufferBytes), makingFailed));
+    context_->output
+        = avio_alloc_context(buffer, bufferBytes, 1, this, nullptr, &FragmentMuxer::receive, nullptr);
+    if (!context_->output)
+        av_free(buffer);
+    requireAllocated(context_->output, makingFailed);
+    context_->packet = requireAllocated(av_packet_alloc(), makingFailed);
+    context_->format->pb = context_->output;
+    context_->format->flags |= AVFMT_FLAG_CUSTOM_IO;
+    context_->format->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
+    return *requireAllocated(avformat_new_stream(context_->format, nullptr), makingFailed);
+}
+
+void FragmentMuxer::writeHeader(std::int32_t timescale)
+{
+    context_->format->streams[0]->time_base = {1, timescale};
     AVDictionary* options = nullptr;
     // The caller ends fragments; times count from the track's start and need no edit list.
     av_dict_set(
         &options, "movflags", "frag_custom+empty_moov+default_base_moof+dash+skip_sidx+skip_trailer", 0);
     av_dict_set(&options, "use_editlist", "0", 0);
-    av_dict_set_int(&options, "video_track_timescale", track.timescale, 0);
+    av_dict_set_int(&options, "video_track_timescale", timescale, 0); // audio has its sample rate
     const int result = avformat_write_header(context_->format, &options);
     av_dict_free(&options);
-    check(result, "Could not write the MP4 header");
+    requireFFmpeg(result, "Could not write the MP4 header");
     avio_flush(context_->output);
-    check(context_->output->error, "Could not write the MP4 header");
-}
-
-FragmentMuxer::~FragmentMuxer() = default;
-
-void FragmentMuxer::makeContext(const VideoTrackDescription& track)
-{
-    check(avformat_alloc_output_context2(&context_->format, nullptr, "mp4", nullptr),
-        "Could not make the MP4 writer");
-    auto* buffer = static_cast<unsigned char*>(checkAllocated(av_malloc(bufferBytes)));
-    context_->output
-        = avio_alloc_context(buffer, bufferBytes, 1, this, nullptr, &FragmentMuxer::receive, nullptr);
-    if (!context_->output)
-        av_free(buffer);
-    checkAllocated(context_->output);
-    context_->packet = checkAllocated(av_packet_alloc());
-    context_->format->pb = context_->output;
-    context_->format->flags |= AVFMT_FLAG_CUSTOM_IO;
-    context_->format->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
-    describeStream(*checkAllocated(avformat_new_stream(context_->format, nullptr)), track);
+    requireFFmpeg(context_->output->error, "Could not write the MP4 header");
 }
 
 int FragmentMuxer::receive(void* opaque, std::uint8_t* data, int size)
@@ -129,7 +141,7 @@ void FragmentMuxer::addSample(
     packet.dts = time;
     packet.duration = duration;
     packet.flags = isKeyframe ? AV_PKT_FLAG_KEY : 0;
-    check(av_write_frame(context_->format, &packet), "Could not write to the MP4 fragment");
+    requireFFmpeg(av_write_frame(context_->format, &packet), "Could not write to the MP4 fragment");
     pendingBytes_ += data.size();
 }
 
@@ -137,10 +149,10 @@ void FragmentMuxer::endFragment()
 {
     if (pendingBytes_ == 0)
         return;
-    check(av_write_frame(context_->format, nullptr), "Could not end the MP4 fragment");
+    requireFFmpeg(av_write_frame(context_->format, nullptr), "Could not end the MP4 fragment");
     avio_flush(context_->output);
     // The muxer passes over what receive() reports.
-    check(context_->output->error, "Could not write the MP4 fragment");
+    requireFFmpeg(context_->output->error, "Could not write the MP4 fragment");
     pendingBytes_ = 0;
 }
 

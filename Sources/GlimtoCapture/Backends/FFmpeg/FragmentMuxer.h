@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-struct AVFormatContext;
+struct AVStream;
 
 namespace glimto {
 
@@ -19,12 +19,22 @@ struct VideoTrackDescription {
     std::int64_t averageBitRate = 0;
 };
 
+// AAC. The timescale is the sample rate.
+struct AudioTrackDescription {
+    std::int32_t sampleRate = 0; // Hz
+    int channelCount = 0;
+    int framesPerSample = 0; // of a sample in the container's sense, which is one block of the encoder
+    std::span<const std::uint8_t> decoderConfiguration; // AudioSpecificConfig
+    std::int64_t averageBitRate = 0;
+};
+
 // One track of fragmented MP4 (ISO/IEC 14496-12) in memory, by libavformat. Throws PlatformError
 // with FFmpeg's error numbers.
 class FragmentMuxer {
 public:
     // The initialization segment lies ready in takeOutput() afterwards.
     explicit FragmentMuxer(const VideoTrackDescription& track);
+    explicit FragmentMuxer(const AudioTrackDescription& track);
     ~FragmentMuxer();
     FragmentMuxer(const FragmentMuxer&) = delete;
     FragmentMuxer& operator=(const FragmentMuxer&) = delete;
@@ -44,7 +54,8 @@ public:
 
 private:
     static int receive(void* opaque, std::uint8_t* data, int size);
-    void makeContext(const VideoTrackDescription& track);
+    AVStream& makeStream();
+    void writeHeader(std::int32_t timescale);
 
     struct Context;
     std::unique_ptr<Context> context_;

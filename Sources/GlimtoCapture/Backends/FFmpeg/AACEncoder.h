@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "Platform/AssetWriter.h"
+
+namespace glimto {
+
+struct EncodedSound {
+    std::vector<std::byte> data;
+    std::int64_t time = 0; // of its first decoded frame, in frames of the sound given
+};
+
+// AAC-LC by libavcodec. One thread at a time.
+class AACEncoder {
+public:
+    // Sound goes in and comes out of a decoder in blocks of this many frames.
+    static constexpr std::int64_t framesPerBlock = 1024;
+
+    // Null when the encoder refuses the settings. Throws PlatformError when there is no encoder.
+    static std::unique_ptr<AACEncoder> make(const AudioEncodingSettings& settings);
+    ~AACEncoder();
+
+    // AudioSpecificConfig (ISO/IEC 14496-3).
+    std::span<const std::uint8_t> decoderConfiguration() const;
+
+    // Encodes the next block, interleaved, which begins where the last one ended. What comes out belongs to
+    // an earlier block: a block and the one after it must have been seen before it can be encoded. The very
+    // first output has a negative time: it is what a decoder needs to have seen before time zero. Samples
+    // beyond full scale are clipped, what is no number is silent. Throws PlatformError.
+    std::optional<EncodedSound> encode(std::span<const float> block);
+
+private:
+    struct Context;
+
+    explicit AACEncoder(std::unique_ptr<Context> context);
+    void fillFrame(std::span<const float> block);
+
+    std::unique_ptr<Context> context_;
+    std::int64_t nextTime_ = 0;
+};
+
+} // namespace glimto

@@ -1,0 +1,93 @@
+#include "Backends/FFmpeg/ChannelWeights.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace glimto {
+
+namespace {
+
+constexpr float minus3dB = 0.70710678F;
+constexpr float minus6dB = 0.5F;
+
+struct StereoWeights {
+    float left = 0;
+    float right = 0;
+};
+
+// Left, Right, Center, low Frequencies, Back center; l and r are surround. One text for each number of
+// channels from three on.
+constexpr std::array<std::string_view, 6> places = {"LRC", "LRlr", "LRClr", "LRCFlr", "LRCFBlr", "LRCFlrlr"};
+
+StereoWeights weightsOf(char place)
+{
+    switch (place) {
+    case 'L':
+        return {1, 0};
+    case 'R':
+        return {0, 1};
+    case 'C':
+        return {minus3dB, minus3dB};
+    case 'B':
+        return {minus6dB, minus6dB};
+    case 'l':
+        return {minus3dB, 0};
+    case 'r':
+        return {0, minus3dB};
+    default:
+        return {};
+    }
+}
+
+char placeOf(int input, int inputCount)
+{
+    if (inputCount == 2)
+        return input == 0 ? 'L' : 'R';
+    const auto row = static_cast<std::size_t>(inputCount - 3);
+    if (row < places.size())
+        return places[row][static_cast<std::size_t>(input)];
+    return input % 2 == 0 ? 'l' : 'r';
+}
+
+} // namespace
+
+ChannelWeights::ChannelWeights(int inputCount, int outputCount, ChannelMapping mapping)
+    : inputCount_(inputCount)
+    , outputCount_(outputCount)
+    , weights_(static_cast<std::size_t>(inputCount) * static_cast<std::size_t>(outputCount))
+{
+    if (inputCount == 1) {
+        std::fill(weights_.begin(), weights_.end(), 1.0F);
+    } else if (mapping == ChannelMapping::downmix && outputCount < std::min(inputCount, 3)) {
+        mixDown();
+    } else {
+        for (int channel = 0; channel < std::min(inputCount, outputCount); ++channel)
+            set(channel, channel, 1);
+    }
+}
+
+float ChannelWeights::weight(int input, int output) const
+{
+    return weights_[static_cast<std::size_t>(input * outputCount_ + output)];
+}
+
+void ChannelWeights::set(int input, int output, float weight)
+{
+    weights_[static_cast<std::size_t>(input * outputCount_ + output)] = weight;
+}
+
+void ChannelWeights::mixDown()
+{
+    for (int input = 0; input < inputCount_; ++input) {
+        const StereoWeights weights = weightsOf(placeOf(input, inputCount_));
+        if (outputCount_ == 1) {
+            set(input, 0, (weights.left + weights.right) / 2);
+        } else {
+            set(input, 0, weights.left);
+            set(input, 1, weights.right);
+        }
+    }
+}
+
+} // namespace glimto

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "Platform/AudioConverter.h"
+
+namespace glimto {
+
+// How much of each input channel goes to each output channel.
+//
+// A single input channel goes whole to all outputs. Otherwise output n is input n, and an output beyond
+// the inputs is silent, unless more inputs are to be mixed down to one or two outputs. Then they are taken to
+// lie around the listener, in this order:
+//
+//     3: left, right, center                  6: left, right, center, low frequencies, surround left and
+//     right 4: left, right, surround left and right 7: as 6, with back center before the surround channels 5:
+//     as 3, surround left and right        8: as 6, with a second surround left and right
+//
+// They are weighted as in ITU-R BS.775: center and surround are 3 dB lower than left and right, back center
+// is 6 dB lower, and low frequencies are left out. More than eight channels have no usual places; they go
+// left and right by turns, 3 dB lower. The sum is not scaled down: what lies on left and right alone keeps
+// its level, and loud sound everywhere may go beyond full scale. A single output is the mean of left and
+// right.
+class ChannelWeights {
+public:
+    ChannelWeights(int inputCount, int outputCount, ChannelMapping mapping);
+
+    float weight(int input, int output) const;
+
+private:
+    void set(int input, int output, float weight);
+    void mixDown();
+
+    int inputCount_;
+    int outputCount_;
+    std::vector<float> weights_; // an input's for all outputs, then the next input's
+};
+
+} // namespace glimto
