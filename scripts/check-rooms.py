@@ -41,8 +41,14 @@ LIBRARIES = {
     r"x264\.h": ["Backends/FFmpeg"],
     r"libyuv(\.h|/.*)": ["Backends/X11", "Backends/FFmpeg"],
     r"turbojpeg\.h": ["Backends/Images"],
+    r"(libdeflate|spng)\.h": ["Backends/Images"],
+    r"(pango|cairo|glib).*": ["Backends/Pango"],
+    r"(tesseract|leptonica)/.*": ["Backends/Tesseract"],
+    r"omp\.h": ["Backends/Tesseract"],
+    r"curl/.*": ["Backends/Network"],
+    r"unicode/.*": ["Backends/Network"],
     r"openssl/.*": ["Support"],
-    r"nlohmann/.*": ["Support", "Lifecycle", "Content", "Artifacts", "CommandLine", "Upload"],
+    r"nlohmann/.*": ["Support", "Lifecycle", "Content", "Artifacts", "Stills", "CommandLine", "Upload"],
 }
 TEST_LIBRARIES = r"(gtest|gmock|nlohmann|benchmark)/.*"
 

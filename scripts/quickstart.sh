@@ -3,7 +3,7 @@
 # seconds and checks the take.
 #
 # Records the screen that DISPLAY names when it answers, else a virtual screen of its own with a
-# clock and running text. Exit status: 0 only when the take was recorded and holds every check.
+# clock and running text. With sound when a sound server answers and has something to play on. Exit status: 0 only when the take was recorded and holds every check.
 set -euo pipefail
 export PATH="/usr/bin:/bin:/usr/sbin:/sbin:/usr/local/bin${PATH:+:$PATH}"
 
@@ -95,6 +95,11 @@ start_virtual_screen() {
     start_moving_picture
 }
 
+# Whether what the system plays can be recorded.
+sound_server_answers() {
+    timeout 5 pactl info 2>/dev/null | grep -q '^Default Sink: .' && timeout 5 pactl list short sinks 2>/dev/null | grep -q .
+}
+
 # How many different pictures the take shows.
 count_pictures() {
     ffmpeg -nostdin -v error -i "$1/result.mp4" -map 0:v -f framemd5 - |
@@ -118,8 +123,14 @@ fi
 [ "$virtual" = no ] || start_virtual_screen
 
 take=$PWD/.glimto-runs/quickstart-$(date +%Y%m%d-%H%M%S)-$$
-step "Recording five seconds of the display $DISPLAY"
-build/glimto-capture record --duration 5 --output "$take" || fail "The recording failed."
+if sound_server_answers; then
+    step "Recording five seconds of the display $DISPLAY, with what the system plays"
+    sound=(--system-audio)
+else
+    step "Recording five seconds of the display $DISPLAY, without sound: no sound server answers"
+    sound=()
+fi
+build/glimto-capture record --duration 5 --output "$take" "${sound[@]}" || fail "The recording failed."
 
 step "Verifying the take"
 scripts/verify-media-contract.sh "$take" || fail "The take does not hold the media contract."

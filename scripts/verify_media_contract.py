@@ -15,6 +15,7 @@ import take_files
 from take_files import Problem, Take, shown
 from take_manifest import PLAYLIST, expected_notes, require_manifest_keys
 
+END_TOLERANCE = 0.05  # seconds between the ends of a take's tracks
 RESULTS = ["result.mp4", "result.ffprobe.json", "playlist.ffprobe.json", "verification.json"]
 
 
@@ -428,6 +429,7 @@ def verify(take):
     if "audio" in manifest:
         safe = check_master(report, take, manifest) and safe
         report.equal("audio segment count", len(manifest["audioSegments"]), manifest["audio"]["segmentCount"])
+        report.near("audio ends with the video", sum(tracks[0].durations), sum(tracks[1].durations), END_TOLERANCE)
     report.equal("total bytes", total_bytes, manifest["totalBytes"])
     report.near("total duration", sum(tracks[0].durations), manifest["totalDuration"], 1e-6)
     check_thumbnail(report, take, manifest["video"])

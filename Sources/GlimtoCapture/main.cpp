@@ -1,3 +1,4 @@
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -6,17 +7,32 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include "Backends/Desktop/DesktopWorkspace.h"
 #include "Backends/Desktop/LinuxProcessEnvironment.h"
 #include "Backends/Desktop/ProcessStopRequests.h"
 #include "Backends/FFmpeg/Loader/FFmpegModuleEntry.h"
 #include "Backends/FFmpeg/Loader/LazyAssetWriterFactory.h"
+#include "Backends/FFmpeg/Loader/LazyAudioConverterFactory.h"
+#include "Backends/Images/DeflatePNGCodec.h"
 #include "Backends/Images/TurboImageCodec.h"
+#include "Backends/Pango/Loader/LazyTextDrawing.h"
+#include "Backends/Pango/Loader/StillsModuleEntry.h"
+#include "Backends/Tesseract/Loader/LazyTextRecognitionEngine.h"
+#include "Backends/Tesseract/Loader/TextModuleEntry.h"
+#include "Backends/Network/Loader/LazyHTTPTransport.h"
+#include "Backends/Network/Loader/LazyTextPatternCompiler.h"
+#include "Backends/Network/Loader/NetworkModuleEntry.h"
+#include "Backends/PulseAudio/Loader/LazyAudioInputFactory.h"
+#include "Backends/PulseAudio/Loader/SoundModuleEntry.h"
 #include "Backends/X11/X11CaptureStream.h"
 #include "Backends/X11/X11EventTap.h"
+#include "Backends/X11/X11Pasteboard.h"
+#include "Backends/X11/X11PasteboardOwner.h"
 #include "Backends/X11/X11ScreenAccess.h"
 #include "Backends/X11/X11ShareableContentProvider.h"
+#include "Backends/X11/X11StillCapture.h"
 #include "CommandLine/Driver.h"
 #include "Platform/PlatformServices.h"
 #include "Support/DescriptorLineOutput.h"
@@ -49,18 +65,40 @@ int runCommandLine(const std::vector<std::string>& arguments)
     X11CaptureStreamFactory captureStreams;
     LoadableModule mediaLibraries(ffmpegModuleFileName, moduleDirectories(process), "The media encoder");
     LazyAssetWriterFactory assetWriters(mediaLibraries);
+    LazyAudioConverterFactory audioConverters(mediaLibraries);
+    LoadableModule soundLibraries(soundModuleFileName, moduleDirectories(process), "Sound recording");
+    LazyAudioInputFactory audioInputs(soundLibraries);
     X11EventTapFactory eventTaps;
     TurboImageCodec images;
+    X11StillCapture stillCapture;
+    DeflatePNGCodec pngCodec;
+    LoadableModule stillLibraries(stillsModuleFileName, moduleDirectories(process), "Text drawing");
+    LazyTextDrawing textDrawing(stillLibraries);
+    X11Pasteboard pasteboard;
+    LoadableModule textLibraries(textModuleFileName, moduleDirectories(process), "Text recognition");
+    LazyTextRecognitionEngine textRecognition(textLibraries, pngCodec);
     DesktopWorkspace workspace;
+    LoadableModule networkLibraries(networkModuleFileName, moduleDirectories(process), "The network");
+    LazyHTTPTransport http(networkLibraries);
+    LazyTextPatternCompiler textPatterns(networkLibraries);
     PlatformServices services = {.process = process,
         .screen = screen,
         .content = content,
         .captureStreams = captureStreams,
         .assetWriters = assetWriters,
+        .audioConverters = audioConverters,
+        .audioInputs = audioInputs,
         .eventTaps = eventTaps,
         .images = images,
+        .stillCapture = stillCapture,
+        .pngCodec = pngCodec,
+        .textDrawing = textDrawing,
+        .pasteboard = pasteboard,
+        .textRecognition = textRecognition,
         .workspace = workspace,
-        .stopRequests = stopRequests};
+        .stopRequests = stopRequests,
+        .http = http,
+        .textPatterns = textPatterns};
 
     // The encoder takes as long to load as the screen takes to be looked at: side by side.
     if (!arguments.empty() && arguments.front() == "record")
@@ -68,13 +106,28 @@ int runCommandLine(const std::vector<std::string>& arguments)
     return Driver(services, {standardOutput, standardError}).run(arguments);
 }
 
+bool isOpen(int descriptor)
+{
+    return ::fcntl(descriptor, F_GETFD) >= 0 || errno != EBADF;
+}
+
 // A standard stream that was closed would give its number to the next file we open, and our lines would
-// end up in that file.
+// end up in that file. A closed input becomes one that is in error, not one at its end: the writing end of a
+// pipe that nobody reads.
 void openStandardStreams()
 {
-    for (const int descriptor : {0, 1, 2}) {
-        if (::fcntl(descriptor, F_GETFD) < 0 && errno == EBADF)
-            ::open("/dev/null", O_RDWR); // takes the lowest free number: this one
+    if (!isOpen(STDIN_FILENO)) {
+        const int reserved = ::open("/dev/null", O_RDWR); // takes the lowest free number: this one
+        std::array<int, 2> ends = {};
+        if (::pipe(ends.data()) == 0) {
+            ::dup2(ends[1], reserved);
+            ::close(ends[0]);
+            ::close(ends[1]);
+        }
+    }
+    for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
+        if (!isOpen(descriptor))
+            ::open("/dev/null", O_RDWR);
     }
 }
 
@@ -82,6 +135,9 @@ void openStandardStreams()
 
 int main(int argumentCount, char** argumentValues)
 {
+    // The clipboard's owner is this program, started again by X11Pasteboard.
+    if (isPasteboardOwner(argumentCount, argumentValues))
+        return runPasteboardOwner();
     openStandardStreams();
     // A reader that goes away must not end a recording.
     std::signal(SIGPIPE, SIG_IGN);

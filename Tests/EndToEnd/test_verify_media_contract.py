@@ -52,7 +52,7 @@ def media_playlist(segments, prefix):
     return "\n".join([*lines, "#EXT-X-ENDLIST"]) + "\n"
 
 
-def make_take(root, width=161, height=121, keyframe_interval=30, sound=False):
+def make_take(root, width=161, height=121, keyframe_interval=30, sound=False, sound_seconds=3.0):
     """Three seconds in segments of one second, of an odd size padded to even."""
     padded = (width + width % 2, height + height % 2)
     video = hls(root / "segments" / "video",
@@ -66,15 +66,15 @@ def make_take(root, width=161, height=121, keyframe_interval=30, sound=False):
                 "video": {"source": "screen:0", "codec": "h264", "container": "fmp4", "width": width,
                           "height": height, "framesPerSecond": 30, "hasAudio": sound}}
     if sound:
-        add_sound(root, manifest)
+        add_sound(root, manifest, sound_seconds)
     else:
         (root / "segments" / "playlist.m3u8").write_text(media_playlist(video, "video/"))
     ffmpeg("-f", "lavfi", "-i", f"testsrc=size={width}x{height}", "-frames:v", 1, root / "thumbnail.jpg")
     write_manifest(root, manifest)
 
 
-def add_sound(root, manifest):
-    audio = hls(root / "segments" / "audio", ["-f", "lavfi", "-i", "sine=sample_rate=48000", "-t", 3],
+def add_sound(root, manifest, seconds):
+    audio = hls(root / "segments" / "audio", ["-f", "lavfi", "-i", "sine=sample_rate=48000", "-t", seconds],
                 ["-c:a", "aac", "-ac", 2], 1)
     for segment in audio:
         del segment["earliestPresentationTime"]  # the encoder's delay shifts it
@@ -178,6 +178,16 @@ class VerifyMediaContractTests(unittest.TestCase):
         run = self.verify(take)
         self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
         self.assertEqual(len(json.loads((take / "result.ffprobe.json").read_text())["streams"]), 2)
+
+    def test_sound_that_ends_before_the_video_is_refused(self):
+        self.take = self.work / "sound"
+        make_take(self.take, sound=True, sound_seconds=2.9)
+        self.assertRefused("audio ends with the video")
+
+    def test_sound_that_ends_after_the_video_is_refused(self):
+        self.take = self.work / "sound"
+        make_take(self.take, sound=True, sound_seconds=3.1)
+        self.assertRefused("audio ends with the video")
 
     def test_a_take_without_thumbnail_passes(self):
         (self.take / "thumbnail.jpg").unlink()

@@ -11,20 +11,29 @@
 #include <utility>
 #include <vector>
 
+#include "Fakes/AudioSamples.h"
 #include "Platform/AssetWriter.h"
 
 namespace glimto {
 
-// An encoder whose output the test decides; outlives its writer object as a record.
+// An encoder of one track whose output the test decides; outlives its writer object as a record.
 //
 // By itself it puts out the initialization segment "INIT" when it starts, and when it finishes, if it
-// has taken a frame, one segment "MEDIA" of one second.
+// has taken anything, one segment "MEDIA" of one second.
 struct FakeAssetWriterState {
+    // Sound that was taken.
+    struct Piece {
+        MediaTime time;
+        AudioFormat format;
+        std::size_t frameCount = 0;
+        float firstSample = 0;
+    };
+
     // How it behaves.
     bool refusesSettings = false;
     bool failsToStart = false;
     bool isReady = true;
-    bool refusesFrames = false;
+    bool refusesMedia = false;
     bool outputsInitialization = true;
     bool outputsLastSegment = true;
     AssetWriterStatus finalStatus = AssetWriterStatus::completed;
@@ -34,8 +43,13 @@ struct FakeAssetWriterState {
 
     // What happened.
     std::optional<VideoEncodingSettings> settings;
+    std::optional<AudioEncodingSettings> audioSettings;
     std::optional<MediaTime> segmentInterval;
     std::vector<VideoFrame> frames;
+    std::vector<Piece> pieces;
+    std::vector<MediaTime> silenceFills;
+    std::optional<MediaTime> sessionEnd;
+    int finishes = 0;
     std::atomic<int> cancels = 0;
     std::atomic<AssetWriterStatus> status = AssetWriterStatus::unknown;
 
@@ -61,13 +75,14 @@ struct FakeAssetWriterState {
     }
 };
 
-class FakeAssetWriter final : public VideoAssetWriter {
+// What both kinds of writers do alike.
+template <typename Interface> class FakeTrackWriter : public Interface {
 public:
-    explicit FakeAssetWriter(std::shared_ptr<FakeAssetWriterState> state)
+    explicit FakeTrackWriter(std::shared_ptr<FakeAssetWriterState> state)
         : state_(std::move(state))
     {
     }
-    ~FakeAssetWriter() override { state_->delegate = nullptr; }
+    ~FakeTrackWriter() override { state_->delegate = nullptr; }
 
     bool startWriting() override
     {
@@ -83,22 +98,13 @@ public:
 
     bool isReadyForMoreMediaData() const override { return state_->isReady; }
 
-    bool append(const VideoFrame& frame) override
-    {
-        if (state_->refusesFrames)
-            return false;
-        state_->frames.push_back(frame);
-        if (state_->onAppend)
-            state_->onAppend();
-        return true;
-    }
-
     AssetWriterStatus finishWriting() override
     {
+        ++state_->finishes;
         if (state_->onFinish)
             state_->onFinish();
         if (state_->status == AssetWriterStatus::writing) {
-            if (state_->outputsLastSegment && !state_->frames.empty())
+            if (state_->outputsLastSegment && !(state_->frames.empty() && state_->pieces.empty()))
                 state_->outputSegment("MEDIA", 1.0);
             state_->status = state_->finalStatus;
         }
@@ -118,8 +124,43 @@ public:
         return state_->status == AssetWriterStatus::failed ? state_->error : std::string();
     }
 
-private:
-    std::shared_ptr<FakeAssetWriterState> state_; // shared with the factory
+protected:
+    const std::shared_ptr<FakeAssetWriterState> state_; // shared with the factory
+};
+
+class FakeVideoAssetWriter final : public FakeTrackWriter<VideoAssetWriter> {
+public:
+    using FakeTrackWriter::FakeTrackWriter;
+
+    bool append(const VideoFrame& frame) override
+    {
+        if (state_->refusesMedia)
+            return false;
+        state_->frames.push_back(frame);
+        if (state_->onAppend)
+            state_->onAppend();
+        return true;
+    }
+};
+
+class FakeAudioAssetWriter final : public FakeTrackWriter<AudioAssetWriter> {
+public:
+    using FakeTrackWriter::FakeTrackWriter;
+
+    bool append(const AudioBuffer& buffer) override
+    {
+        if (state_->refusesMedia)
+            return false;
+        state_->pieces.push_back(
+            {buffer.presentationTime, buffer.format, buffer.frameCount, sampleIn(buffer, 0, 0)});
+        if (state_->onAppend)
+            state_->onAppend();
+        return true;
+    }
+
+    void fillWithSilence(MediaTime end) override { state_->silenceFills.push_back(end); }
+
+    void endSession(MediaTime end) override { state_->sessionEnd = end; }
 };
 
 class FakeAssetWriterFactory final : public AssetWriterFactory {
@@ -128,21 +169,31 @@ public:
         MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate) override
     {
         writer->settings = settings;
-        writer->segmentInterval = preferredSegmentInterval;
-        if (writer->refusesSettings)
-            return nullptr;
-        writer->delegate = &delegate;
-        return std::make_unique<FakeAssetWriter>(writer);
+        return made<FakeVideoAssetWriter>(writer, preferredSegmentInterval, delegate);
     }
 
-    std::unique_ptr<AudioAssetWriter> makeAudioWriter(
-        const AudioEncodingSettings&, MediaTime, AssetWriterDelegate&) override
+    std::unique_ptr<AudioAssetWriter> makeAudioWriter(const AudioEncodingSettings& settings,
+        MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate) override
     {
-        return nullptr;
+        audioWriter->audioSettings = settings;
+        return made<FakeAudioAssetWriter>(audioWriter, preferredSegmentInterval, delegate);
     }
 
-    // Shared with the writer that is made.
+    // Shared with the writers that are made.
     std::shared_ptr<FakeAssetWriterState> writer = std::make_shared<FakeAssetWriterState>();
+    std::shared_ptr<FakeAssetWriterState> audioWriter = std::make_shared<FakeAssetWriterState>();
+
+private:
+    template <typename Writer>
+    static std::unique_ptr<Writer> made(const std::shared_ptr<FakeAssetWriterState>& state,
+        MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate)
+    {
+        state->segmentInterval = preferredSegmentInterval;
+        if (state->refusesSettings)
+            return nullptr;
+        state->delegate = &delegate;
+        return std::make_unique<Writer>(state);
+    }
 };
 
 } // namespace glimto

@@ -11,6 +11,7 @@ namespace glimto {
 class FakeScreenAccess final : public ScreenAccess {
 public:
     bool granted = true;
+    std::optional<std::int32_t> frontmostProcess;
     std::optional<Point> cursor = Point{};
     std::optional<std::uint32_t> displayIDUnderPoint;
     std::optional<Point> askedPoint; // the last one displayIDAt() was asked for
@@ -20,6 +21,7 @@ public:
     {
         return granted ? std::nullopt : std::optional<std::string>("The screen is out of reach.");
     }
+    std::optional<std::int32_t> frontmostProcessID() override { return frontmostProcess; }
     std::optional<Point> cursorLocation() override { return cursor; }
     std::optional<std::uint32_t> displayIDAt(Point point) override
     {

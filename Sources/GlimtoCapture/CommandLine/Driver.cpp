@@ -1,36 +1,23 @@
 #include "CommandLine/Driver.h"
 
+#include <string>
 #include <variant>
 
-#include "CommandLine/AvailableFeatures.h"
 #include "CommandLine/CLI.h"
-#include "CommandLine/OpenCommand.h"
+#include "CommandLine/RecordCommand.h"
 #include "CommandLine/ScreenCaptureProcessLock.h"
 #include "CommandLine/UsageText.h"
 #include "Content/ScreenCaptureListings.h"
-#include "Lifecycle/GlimtoCaptureLifecycleError.h"
 #include "Lifecycle/ScreenCapturePermissionJSON.h"
-#include "Recording/ScreenSegmentRecorder.h"
+#include "Stills/ClipboardImageWriter.h"
+#include "Stills/ScreenshotCapturer.h"
+#include "Stills/TextRecognizer.h"
 #include "Support/Errors.h"
 #include "Support/JSONText.h"
+#include "Upload/RecordingUploadJobStore.h"
+#include "Upload/UploadCommand.h"
 
 namespace glimto {
-
-namespace {
-
-// The code that an error brings with it.
-std::optional<std::string> ownCode(const std::exception_ptr& error)
-{
-    try {
-        std::rethrow_exception(error);
-    } catch (const GlimtoCaptureLifecycleError& lifecycleError) {
-        return lifecycleError.code();
-    } catch (...) {
-        return std::nullopt;
-    }
-}
-
-} // namespace
 
 Driver::Driver(PlatformServices& services, Outputs outputs)
     : services_(services)
@@ -53,7 +40,6 @@ int Driver::run(std::span<const std::string> arguments)
 void Driver::parseAndExecute(std::span<const std::string> arguments)
 {
     const Command command = CLI::parse(arguments, services_.process);
-    requireAvailable(command);
     const auto lock = ScreenCaptureProcessLock::acquire(command, services_.process);
     execute(command);
 }
@@ -68,8 +54,16 @@ void Driver::execute(const Command& command)
         listSources(services_.content, outputs_.standardOutput);
     else if (const auto* windowList = std::get_if<WindowListOptions>(&command))
         listWindowsJSON(services_.content, services_.screen, *windowList, outputs_.standardOutput);
+    else if (const auto* picture = std::get_if<ScreenshotOptions>(&command))
+        screenshot(*picture);
+    else if (const auto* image = std::get_if<ClipboardImageOptions>(&command))
+        putOnClipboard(*image);
+    else if (const auto* text = std::get_if<TextRecognitionOptions>(&command))
+        recognizeText(*text);
     else if (const auto* recording = std::get_if<RecordOptions>(&command))
-        record(*recording);
+        RecordCommand(services_, outputs_).run(*recording);
+    else if (const auto* take = std::get_if<UploadRecordingOptions>(&command))
+        upload(*take);
 }
 
 void Driver::printPermission()
@@ -79,55 +73,70 @@ void Driver::printPermission()
     outputs_.standardOutput.writeLine(encodeScreenCaptureJSON(toJSON(permission)));
 }
 
-void Driver::record(const RecordOptions& options)
+void Driver::screenshot(const ScreenshotOptions& options)
 {
-    const auto recordingId = GlimtoCaptureEventEmitter::recordingId(options);
+    const auto metadata = captureScreenshot(options);
+    if (options.stdoutJSON) {
+        outputs_.standardOutput.writeLine(encodeScreenCaptureJSON(toJSON(metadata)));
+    } else {
+        outputs_.standardOutput.writeLine("Screenshot: " + metadata.path);
+        outputs_.standardOutput.writeLine("Format: " + metadata.format + ", " + std::to_string(metadata.width)
+            + "x" + std::to_string(metadata.height) + ", " + std::to_string(metadata.byteSize) + " bytes");
+    }
+    if (options.copyImage)
+        copyImage(*options.outputURL);
+    if (options.revealOutput)
+        open(OpenAction::revealFile, *options.outputURL);
+    if (options.openOutput)
+        open(OpenAction::openFile, *options.outputURL);
+}
+
+ScreenshotMetadataJSON Driver::captureScreenshot(const ScreenshotOptions& options)
+{
     try {
-        announceLaunch(options, recordingId);
-        recordAndPrint(options);
+        return ScreenshotCapturer(services_, outputs_).capture(options);
     } catch (...) {
-        reportRecordingFailure(std::current_exception(), recordingId);
+        const auto facts = errorFacts(std::current_exception());
+        const auto permission
+            = ScreenCapturePermissionJSON::fromPreflight(services_.screen.preflightScreenCaptureAccess());
+        const auto code = GlimtoCaptureEventEmitter::errorCode(facts, permission, "screenshot_failed");
+        emitter_.emit({.kind = "screenshot_failed", .error = GlimtoCaptureEventError(code, facts)});
         throw;
     }
 }
 
-void Driver::announceLaunch(const RecordOptions& options, const std::optional<std::string>& recordingId)
+void Driver::copyImage(const std::filesystem::path& path)
 {
-    std::optional<std::string> pageURL;
-    if (options.upload)
-        pageURL = GlimtoCaptureEventEmitter::recordingPageURL(options.upload->apiBaseURL, recordingId);
-    emitter_.emit({.kind = "launched", .recordingId = recordingId, .pageUrl = pageURL});
-    if (pageURL)
-        emitter_.emit({.kind = "page_url", .recordingId = recordingId, .pageUrl = pageURL});
-}
-
-void Driver::recordAndPrint(const RecordOptions& options)
-{
-    const auto metadata = ScreenSegmentRecorder(services_, outputs_).record(options);
-    if (options.stdoutJSON)
-        outputs_.standardOutput.writeLine(encodeScreenCaptureJSON(toJSON(metadata)));
-    if (!options.revealOutput)
-        return;
     try {
-        runOpenCommand(OpenAction::revealFile, options.outputDirectory, services_.workspace);
+        ClipboardImageWriter(services_.pngCodec, services_.pasteboard).write(path);
     } catch (const std::exception& error) {
         warn(error.what());
     }
 }
 
-void Driver::reportRecordingFailure(
-    const std::exception_ptr& error, const std::optional<std::string>& recordingId)
+void Driver::open(OpenAction action, const std::filesystem::path& path)
 {
-    const ErrorFacts facts = errorFacts(error);
-    // A permission that was missing brought its own code. Asking again now would blame the permission for
-    // a window system that went away.
-    const auto code = ownCode(error).value_or(
-        GlimtoCaptureEventEmitter::errorCode(facts, std::nullopt, "recording_failed"));
-    emitter_.emit({.kind = "recording_failed",
-        .recordingId = recordingId,
-        .error = GlimtoCaptureEventError(code, facts),
-        .state = "failed"});
-    emitter_.emitStatus("failed");
+    runOpenCommandOrWarn(action, path, services_.workspace, outputs_.standardError);
+}
+
+void Driver::putOnClipboard(const ClipboardImageOptions& options)
+{
+    const auto result = ClipboardImageWriter(services_.pngCodec, services_.pasteboard).write(options);
+    outputs_.standardOutput.writeLine("Clipboard image: " + result.path.string());
+    outputs_.standardOutput.writeLine("Bytes: " + std::to_string(result.byteCount));
+}
+
+void Driver::recognizeText(const TextRecognitionOptions& options)
+{
+    const auto result = TextRecognizer(services_.textRecognition).recognize(options);
+    outputs_.standardOutput.writeLine(encodeScreenCaptureJSON(toJSON(result)));
+}
+
+void Driver::upload(const UploadRecordingOptions& options)
+{
+    SystemUploadClock clock;
+    uploadRecording(options, {services_.http, services_.textPatterns, clock, outputs_},
+        RecordingUploadJobStore::managedRecordingsRoot(services_.process));
 }
 
 void Driver::warn(const std::string& message)

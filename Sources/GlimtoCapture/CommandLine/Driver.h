@@ -1,13 +1,14 @@
 #pragma once
 
-#include <exception>
-#include <optional>
+#include <filesystem>
 #include <span>
 #include <string>
 
+#include "CommandLine/OpenCommand.h"
 #include "Lifecycle/GlimtoCaptureEventEmitter.h"
 #include "Options/Command.h"
 #include "Platform/PlatformServices.h"
+#include "Stills/ScreenshotMetadataJSON.h"
 #include "Support/LineOutput.h"
 
 namespace glimto {
@@ -28,11 +29,13 @@ private:
     void parseAndExecute(std::span<const std::string> arguments);
     void execute(const Command& command);
     void printPermission();
-    void record(const RecordOptions& options);
-    void announceLaunch(const RecordOptions& options, const std::optional<std::string>& recordingId);
-    void recordAndPrint(const RecordOptions& options);
-    void reportRecordingFailure(
-        const std::exception_ptr& error, const std::optional<std::string>& recordingId);
+    void screenshot(const ScreenshotOptions& options);
+    ScreenshotMetadataJSON captureScreenshot(const ScreenshotOptions& options);
+    void copyImage(const std::filesystem::path& path);
+    void open(OpenAction action, const std::filesystem::path& path);
+    void putOnClipboard(const ClipboardImageOptions& options);
+    void recognizeText(const TextRecognitionOptions& options);
+    void upload(const UploadRecordingOptions& options);
     void warn(const std::string& message);
 
     PlatformServices& services_;

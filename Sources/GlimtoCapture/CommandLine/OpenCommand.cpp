@@ -20,4 +20,14 @@ void runOpenCommand(OpenAction action, const std::filesystem::path& path, Worksp
         throw CLIError(failure + ".");
 }
 
+void runOpenCommandOrWarn(OpenAction action, const std::filesystem::path& path, Workspace& workspace,
+    LineOutput& standardError)
+{
+    try {
+        runOpenCommand(action, path, workspace);
+    } catch (const std::exception& error) {
+        standardError.writeLine(std::string("Warning: ") + error.what());
+    }
+}
+
 } // namespace glimto

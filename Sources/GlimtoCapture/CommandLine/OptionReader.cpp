@@ -5,8 +5,8 @@
 #include <system_error>
 
 #include "CommandLine/DecimalText.h"
-#include "CommandLine/WebAddress.h"
 #include "Support/Text.h"
+#include "Support/WebAddress.h"
 
 namespace glimto {
 

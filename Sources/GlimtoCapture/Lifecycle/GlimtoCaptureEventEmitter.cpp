@@ -1,43 +1,13 @@
 #include "Lifecycle/GlimtoCaptureEventEmitter.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "Support/JSONText.h"
 #include "Support/Text.h"
 #include "Support/TimeStamps.h"
+#include "Support/WebAddress.h"
 
 namespace glimto {
-
-namespace {
-
-// Whether the byte may stand in a path segment as it is (pchar of RFC 3986).
-bool isPathSegmentCharacter(char character)
-{
-    const bool isLetter = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-    const bool isDigit = character >= '0' && character <= '9';
-    constexpr std::string_view others = "-._~!$&'()*+,;=:@";
-    return isLetter || isDigit || others.find(character) != std::string_view::npos;
-}
-
-std::string percentEncodedPathSegment(std::string_view text)
-{
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string result;
-    for (const char character : text) {
-        if (isPathSegmentCharacter(character)) {
-            result += character;
-        } else {
-            const auto byte = static_cast<unsigned char>(character);
-            result += '%';
-            result += digits[byte >> 4U];
-            result += digits[byte & 0x0FU];
-        }
-    }
-    return result;
-}
-
-} // namespace
 
 GlimtoCaptureEventEmitter::GlimtoCaptureEventEmitter(LineOutput& standardOutput, Clock now)
     : standardOutput_(standardOutput)
@@ -75,12 +45,7 @@ std::optional<std::string> GlimtoCaptureEventEmitter::recordingPageURL(
     const auto id = trimmedNonEmpty(recordingId);
     if (!id)
         return std::nullopt;
-    const std::size_t pathEnd = std::min(apiBaseURL.find_first_of("?#"), apiBaseURL.size());
-    std::string_view base = apiBaseURL.substr(0, pathEnd);
-    while (base.ends_with('/'))
-        base.remove_suffix(1);
-    return std::string(base) + "/recordings/" + percentEncodedPathSegment(*id)
-        + std::string(apiBaseURL.substr(pathEnd));
+    return appendingPathSegments(apiBaseURL, {"recordings", *id});
 }
 
 std::optional<std::string> GlimtoCaptureEventEmitter::trimmedNonEmpty(const std::optional<std::string>& text)

@@ -20,6 +20,9 @@ public:
     // What stands in the way of capturing the screen, as a sentence for the user; absent when nothing does.
     virtual std::optional<std::string> screenCaptureObstacle() = 0;
 
+    // The process whose application is in front: that of the active window.
+    virtual std::optional<std::int32_t> frontmostProcessID() = 0;
+
     // Where the pointer is, in global display points.
     virtual std::optional<Point> cursorLocation() = 0;
 

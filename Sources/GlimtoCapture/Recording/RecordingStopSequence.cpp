@@ -4,6 +4,7 @@
 
 #include "Artifacts/RecordingArtifactWriter.h"
 #include "Lifecycle/GlimtoCaptureLifecycleError.h"
+#include "Recording/RecordingAudio.h"
 #include "Recording/RecordingSummary.h"
 #include "Recording/StopTimeoutRace.h"
 #include "Support/Errors.h"
@@ -12,18 +13,21 @@ namespace glimto {
 
 namespace {
 
-// What is written with the artifacts of a take, which has one audio track at most.
-constexpr int audioSampleRate = 48000;
-constexpr int audioChannelCount = 2;
+constexpr const char* mediaPlaylistFileName = "playlist.m3u8"; // of a track, beside its segments
 
 void stopStream(const RecordingTake& take, const RecordingStopLimits& limits, RecordingProgress& progress)
 {
     progress.emitStoppingCaptureIfNeeded();
     progress.line("Glimto stop: stopping capture stream");
-    withStopTimeout(
-        limits.captureStream, "stopping capture stream", [stream = take.stream] { stream->stop(); });
-    take.stream->removeOutputs();
-    // The microphone stops here.
+    withStopTimeout(limits.captureStream, "stopping capture stream",
+        [stream = take.stream, systemAudio = take.systemAudio] {
+            stream->stop();
+            if (systemAudio)
+                systemAudio->stop();
+        });
+    take.removeStreamOutputs();
+    if (take.microphone)
+        take.microphone->stop();
     progress.stopped();
 }
 
@@ -41,10 +45,13 @@ CapturedTracks finishWriter(
     progress.finalizing();
     progress.line("Glimto stop: finishing segment writer");
     try {
-        return withStopTimeout(limits.segmentWriter, "finishing segment writer", [writer = take.writer] {
-            // The mixer's last buffers go to the writer first.
-            return writer->finish();
-        });
+        return withStopTimeout(limits.segmentWriter, "finishing segment writer",
+            [mixer = take.audioMixer, writer = take.writer] {
+                // Its last buffers still go to the writer.
+                if (mixer)
+                    mixer->finish();
+                return writer->finish();
+            });
     } catch (const CLIError&) {
         // A stream that failed in the last moment is why there were no frames.
         if (const auto cause = take.output->stoppedWithError())
@@ -61,15 +68,32 @@ void waitForThumbnail(
         [thumbnailWriter = take.thumbnailWriter] { thumbnailWriter->waitUntilWritten(); });
 }
 
+void writePlaylistsAndManifest(
+    const RecordOptions& options, const RecordingTake& take, const CapturedTracks& tracks)
+{
+    const OutputPlan& plan = take.plan;
+    const RecordingArtifactWriter artifacts{plan, recordingAudioSampleRate, recordingAudioChannelCount};
+    const std::string videoKey = take.writer->initializationSegmentKey().value();
+    const auto audioKey = take.writer->audioInitializationSegmentKey();
+    if (audioKey) {
+        artifacts.writeMediaPlaylist(plan.videoSegmentsDirectory / mediaPlaylistFileName, videoKey,
+            tracks.video, PlaylistPlacement::besideSegments);
+        artifacts.writeMediaPlaylist(plan.audioSegmentsDirectory / mediaPlaylistFileName, *audioKey,
+            tracks.audio, PlaylistPlacement::besideSegments);
+    } else {
+        artifacts.writeMediaPlaylist(
+            plan.playlistURL, videoKey, tracks.video, PlaylistPlacement::aboveSegments);
+    }
+    artifacts.writeManifest(
+        videoKey, audioKey, tracks, take.source.width, take.source.height, options, take.source.description);
+    if (audioKey)
+        artifacts.writeMasterPlaylist(take.source.width, take.source.height, options.framesPerSecond);
+}
+
 void writeArtifacts(const RecordOptions& options, const RecordingTake& take, const CapturedTracks& tracks)
 {
-    const RecordingArtifactWriter artifacts{take.plan, audioSampleRate, audioChannelCount};
-    const std::string initSegmentKey = take.writer->initializationSegmentKey().value();
     try {
-        artifacts.writeMediaPlaylist(
-            take.plan.playlistURL, initSegmentKey, tracks.video, PlaylistPlacement::aboveSegments);
-        artifacts.writeManifest(initSegmentKey, std::nullopt, tracks, take.source.width, take.source.height,
-            options, take.source.description);
+        writePlaylistsAndManifest(options, take, tracks);
     } catch (const std::exception& error) {
         throw GlimtoCaptureLifecycleError("finalization_failed", errorFacts(error));
     }

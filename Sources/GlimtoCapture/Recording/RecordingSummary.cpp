@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "Recording/RecordingAudio.h"
 #include "Support/Text.h"
 
 namespace glimto {
@@ -19,7 +20,7 @@ std::vector<std::string> recordingStartLines(
         "Video: H.264 fMP4, " + std::to_string(source.width) + "x" + std::to_string(source.height) + ", "
             + std::to_string(options.framesPerSecond) + " fps, ~" + shortestDecimal(options.segmentSeconds)
             + "s segments",
-        "Audio: none",
+        recordingAudioLine(options),
     };
     if (options.stopFileURL)
         lines.push_back("Stop file: " + options.stopFileURL->string());

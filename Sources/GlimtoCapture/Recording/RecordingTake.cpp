@@ -16,17 +16,33 @@ template <typename Function> void ignoringErrors(Function&& function) noexcept
 
 } // namespace
 
-void RecordingTake::stopInputEvents(bool cursorHidden) const
+void RecordingTake::anchorInputEvents() const
 {
+    if (!eventRecorder)
+        return;
     if (const auto anchor = writer->firstVideoSamplePtsAnchor())
         eventRecorder->setClockAnchor(anchor->value, anchor->timescale, anchor->hostTimeNs);
+}
+
+void RecordingTake::stopInputEvents(bool cursorHidden) const
+{
+    anchorInputEvents();
     eventRecorder->stop(cursorHidden);
+}
+
+void RecordingTake::removeStreamOutputs() const noexcept
+{
+    if (stream)
+        ignoringErrors([this] { stream->removeOutputs(); });
+    if (systemAudio)
+        ignoringErrors([this] { systemAudio->stop(); });
 }
 
 void RecordingTake::abandon(bool cursorHidden) noexcept
 {
-    if (stream)
-        ignoringErrors([this] { stream->removeOutputs(); });
+    removeStreamOutputs();
+    if (microphone)
+        ignoringErrors([this] { microphone->stop(); });
     if (writer)
         ignoringErrors([this] { writer->cancel(); });
     ignoringErrors([&] {

@@ -5,6 +5,9 @@
 
 #include "Artifacts/OutputPlan.h"
 #include "Artifacts/TakeDirectories.h"
+#include "Audio/AudioMixer.h"
+#include "Audio/MicrophoneCapture.h"
+#include "Audio/SystemAudioCapture.h"
 #include "Content/PreparedCaptureSource.h"
 #include "InputEvents/InputEventRecorder.h"
 #include "Platform/CaptureStream.h"
@@ -15,7 +18,6 @@
 namespace glimto {
 
 // What one recording consists of, as far as it has come: null is what was not made yet or not asked for.
-// The mixer and the microphone of a take belong here as well.
 //
 // Stages of the end that hang own the stream and the writers together with this.
 struct RecordingTake {
@@ -23,13 +25,22 @@ struct RecordingTake {
     std::optional<TakeDirectories> directories; // set once the plan is prepared
     PreparedCaptureSource source;
     std::shared_ptr<SegmentedMP4Writer> writer;
+    std::shared_ptr<AudioMixer> audioMixer; // null without audio
+    std::unique_ptr<MicrophoneCapture> microphone;
     std::shared_ptr<ThumbnailWriter> thumbnailWriter;
     std::shared_ptr<ScreenCaptureOutput> output;
     std::shared_ptr<CaptureStream> stream;
+    std::shared_ptr<SystemAudioCapture> systemAudio;
     std::unique_ptr<InputEventRecorder> eventRecorder;
+
+    // Tells the track of input events when the first frame was, once that is known.
+    void anchorInputEvents() const;
 
     // Ends the track of input events, with the time of the first frame, and writes it.
     void stopInputEvents(bool cursorHidden) const;
+
+    // Neither a frame nor system audio comes any more; errors are ignored.
+    void removeStreamOutputs() const noexcept;
 
     // Ends a recording that failed: the stream's outputs go first, then the microphone, then the writer,
     // then the input events. Finished segments stay on the disk, with the input events that belong to

@@ -44,9 +44,8 @@ bool stopFileExists(const RecordOptions& options)
 }
 
 // Announces the first reason to end the recording before its duration has passed; false without one.
-// A microphone that was lost will be the last reason of this list.
-bool sawStop(const RecordOptions& options, const Limits& limits, StopRequests& stopRequests,
-    RecordingClock& clock, RecordingProgress& progress)
+bool sawStop(const RecordOptions& options, const RecordingWatch& watch, const Limits& limits,
+    StopRequests& stopRequests, RecordingClock& clock, RecordingProgress& progress)
 {
     if (stopFileExists(options)) {
         progress.stopSeen("Stop file detected; finishing recording");
@@ -58,6 +57,10 @@ bool sawStop(const RecordOptions& options, const Limits& limits, StopRequests& s
     }
     if (limits.maximum && clock.now() >= *limits.maximum) {
         progress.maximumDurationReached(*options.maxDurationSeconds);
+        return true;
+    }
+    if (const auto failure = watch.microphoneFailure()) {
+        progress.stopSeen("Microphone stopped (" + *failure + "); finishing recording");
         return true;
     }
     return false;
@@ -73,7 +76,7 @@ void waitUntilDurationElapsedOrStopRequested(const RecordOptions& options, const
     const Limits limits = limitsFrom(clock.now(), options);
     while (true) {
         throwFailure(watch);
-        if (sawStop(options, limits, stopRequests, clock, progress))
+        if (sawStop(options, watch, limits, stopRequests, clock, progress))
             return;
         if (!limits.deadline) {
             clock.sleepFor(roundInterval);

@@ -3,6 +3,8 @@
 #include <exception>
 #include <filesystem>
 #include <functional>
+#include <optional>
+#include <string>
 
 #include "Options/RecordOptions.h"
 #include "Platform/StopRequests.h"
@@ -16,11 +18,14 @@ struct RecordingWatch {
     // Why the stream ended by itself, and why the take can no longer be written; null while all is well.
     std::function<std::exception_ptr()> streamFailure;
     std::function<std::exception_ptr()> writerFailure;
+
+    // Why the microphone stopped; nothing while it has not.
+    std::function<std::optional<std::string>()> microphoneFailure;
 };
 
 // Returns when the recording is to end normally: its duration or the maximum duration has passed, the
-// stop file exists, or somebody asked for the end. Says why, but for the duration. The answer comes
-// within 0.2 s.
+// stop file exists, somebody asked for the end, or the microphone was lost. Says why, but for the duration.
+// The answer comes within 0.2 s.
 //
 // Throws the failure of the stream or the writer, and CLIError when the recording could never end.
 void waitUntilDurationElapsedOrStopRequested(const RecordOptions& options, const RecordingWatch& watch,

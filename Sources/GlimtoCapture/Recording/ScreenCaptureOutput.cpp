@@ -3,14 +3,16 @@
 #include <utility>
 
 #include "Support/Errors.h"
+#include "Support/Text.h"
 
 namespace glimto {
 
 ScreenCaptureOutput::ScreenCaptureOutput(std::shared_ptr<SegmentedMP4Writer> writer,
-    std::shared_ptr<ThumbnailWriter> thumbnailWriter, LineOutput& standardOutput)
+    std::shared_ptr<ThumbnailWriter> thumbnailWriter, std::shared_ptr<AudioMixer> audioMixer, Outputs outputs)
     : writer_(std::move(writer))
     , thumbnailWriter_(std::move(thumbnailWriter))
-    , standardOutput_(standardOutput)
+    , audioMixer_(std::move(audioMixer))
+    , outputs_(outputs)
 {
 }
 
@@ -20,6 +22,20 @@ CaptureStream::Handlers ScreenCaptureOutput::handlers()
         .onFrame = [self = shared_from_this()](const VideoFrame& frame) { self->didOutputFrame(frame); },
         .onStopped
         = [self = shared_from_this()](const std::exception_ptr& cause) { self->didStopWithError(cause); },
+    };
+}
+
+AudioInput::Handlers ScreenCaptureOutput::systemAudioHandlers()
+{
+    const auto self = shared_from_this();
+    return {
+        .onBuffer = [self](const AudioBuffer& buffer) { self->didOutputAudio(buffer); },
+        .onDisconnected = [self] { self->didInterruptAudio("System audio was disconnected"); },
+        .onFailed =
+            [self](const std::string& description) {
+                self->didInterruptAudio(description.empty() ? "System audio failed" : description);
+            },
+        .onInterrupted = [self](const std::string& description) { self->didInterruptAudio(description); },
     };
 }
 
@@ -35,6 +51,23 @@ void ScreenCaptureOutput::didOutputFrame(const VideoFrame& frame) noexcept
     }
 }
 
+void ScreenCaptureOutput::didOutputAudio(const AudioBuffer& buffer) const
+{
+    if (audioMixer_)
+        audioMixer_->append(buffer, AudioMixerSource::system, buffer.presentationTime);
+}
+
+void ScreenCaptureOutput::didInterruptAudio(const std::string& description) noexcept
+{
+    if (didWarnOfAudio_.exchange(true))
+        return;
+    try {
+        outputs_.standardError.writeLine(singleLine("warning: " + description));
+    } catch (...) {
+        return; // Only the line is lost.
+    }
+}
+
 void ScreenCaptureOutput::didStopWithError(const std::exception_ptr& error) noexcept
 {
     stoppedWithError_.with([&](std::exception_ptr& first) {
@@ -42,7 +75,7 @@ void ScreenCaptureOutput::didStopWithError(const std::exception_ptr& error) noex
             first = error;
     });
     try {
-        standardOutput_.writeLine("capture stopped with error: " + errorFacts(error).message);
+        outputs_.standardOutput.writeLine("capture stopped with error: " + errorFacts(error).message);
     } catch (...) {
         // The error is kept; only the line about it is lost.
         return;

@@ -5,6 +5,7 @@
 #include "Content/CaptureSourceResolver.h"
 #include "Content/ScreenCaptureShareableContent.h"
 #include "Lifecycle/GlimtoCaptureLifecycleError.h"
+#include "Recording/RecordingAudio.h"
 #include "Recording/RecordingSummary.h"
 #include "Recording/RecordingWaitLoop.h"
 #include "Support/Errors.h"
@@ -14,12 +15,6 @@ namespace glimto {
 namespace {
 
 constexpr std::chrono::seconds inputEventFlushInterval(1);
-
-void requireSupportedTracks(const RecordOptions& options)
-{
-    if (options.includesAudio())
-        throw CLIError("Recording of audio is not supported by this build.");
-}
 
 CaptureStreamConfiguration streamConfiguration(
     const RecordOptions& options, const PreparedCaptureSource& source)
@@ -50,9 +45,9 @@ ScreenSegmentRecorder::ScreenSegmentRecorder(
 {
 }
 
-RecordingMetadataJSON ScreenSegmentRecorder::record(const RecordOptions& options)
+RecordingMetadataJSON ScreenSegmentRecorder::record(
+    const RecordOptions& options, const std::function<void()>& captureStarted)
 {
-    requireSupportedTracks(options);
     RecordingProgress progress(outputs_.standardOutput, GlimtoCaptureEventEmitter::recordingId(options));
     // From here on a signal ends the recording well, even one that comes before the first frame.
     services_.stopRequests.beginListening();
@@ -60,6 +55,8 @@ RecordingMetadataJSON ScreenSegmentRecorder::record(const RecordOptions& options
     try {
         prepare(options, take, progress);
         start(options, take, progress);
+        if (captureStarted)
+            captureStarted();
         waitForEnd(options, take, progress);
         return stopRecording(options, take, limits_, progress);
     } catch (...) {
@@ -84,6 +81,7 @@ void ScreenSegmentRecorder::prepare(
 {
     requirePermission("shareable_content", progress);
     const auto content = ScreenCaptureShareableContent(services_.content).recordingSources();
+    const auto microphone = prepareAudioSources(options, take);
     const TakeDirectories directories(options.outputDirectory);
     take.plan = OutputPlan::prepare(options.outputDirectory, options.overwrite);
     take.directories = directories;
@@ -96,20 +94,54 @@ void ScreenSegmentRecorder::prepare(
             inputEventFlushInterval, services_.eventTaps, outputs_.standardError);
     }
 
-    const SegmentedMP4Writer::Settings settings = {.width = take.source.width,
-        .height = take.source.height,
-        .framesPerSecond = options.framesPerSecond,
-        .segmentSeconds = options.segmentSeconds};
-    take.writer = std::make_shared<SegmentedMP4Writer>(
-        take.plan, settings, services_.assetWriters, outputs_.standardError);
-    // The microphone's access is asked for here; then the mixer and the microphone are made.
-
+    makeWriter(options, microphone, take);
     take.thumbnailWriter
         = std::make_shared<ThumbnailWriter>(take.plan.thumbnailURL, services_.images, outputs_.standardError);
     take.output
-        = std::make_shared<ScreenCaptureOutput>(take.writer, take.thumbnailWriter, outputs_.standardOutput);
+        = std::make_shared<ScreenCaptureOutput>(take.writer, take.thumbnailWriter, take.audioMixer, outputs_);
     take.stream = services_.captureStreams.makeCaptureStream(
         take.source.filter, streamConfiguration(options, take.source));
+}
+
+// Before anything is written: a sound server that is absent or a microphone that is not there must not cost
+// an earlier take.
+std::optional<AudioInputDevice> ScreenSegmentRecorder::prepareAudioSources(
+    const RecordOptions& options, RecordingTake& take)
+{
+    std::optional<AudioInputDevice> microphone;
+    if (options.microphoneDeviceID) {
+        MicrophoneCapture::requireAccess(services_.audioInputs);
+        microphone = MicrophoneCapture::requireDevice(
+            *options.microphoneDeviceID, services_.audioInputs, outputs_.standardError);
+    }
+    if (options.captureSystemAudio)
+        take.systemAudio = std::make_shared<SystemAudioCapture>(
+            services_.audioInputs, recordingAudioSampleRate, recordingAudioChannelCount);
+    return microphone;
+}
+
+// The writer, and with audio the mixer that feeds it and the microphone that feeds the mixer.
+void ScreenSegmentRecorder::makeWriter(
+    const RecordOptions& options, const std::optional<AudioInputDevice>& microphone, RecordingTake& take)
+{
+    const SegmentedMP4Writer::Settings settings = {.width = take.source.width,
+        .height = take.source.height,
+        .framesPerSecond = options.framesPerSecond,
+        .segmentSeconds = options.segmentSeconds,
+        .includeAudio = options.includesAudio(),
+        .audioSampleRate = recordingAudioSampleRate,
+        .audioChannelCount = recordingAudioChannelCount};
+    take.writer = std::make_shared<SegmentedMP4Writer>(
+        take.plan, settings, services_.assetWriters, outputs_.standardError);
+    if (!options.includesAudio())
+        return;
+    take.audioMixer = std::make_shared<AudioMixer>(
+        recordingAudioSources(options), recordingAudioSampleRate,
+        [writer = take.writer](const AudioBuffer& buffer) { writer->appendAudioSampleBuffer(buffer); },
+        services_.audioConverters, outputs_.standardOutput);
+    if (microphone)
+        take.microphone
+            = std::make_unique<MicrophoneCapture>(*microphone, take.audioMixer, services_.audioInputs);
 }
 
 void ScreenSegmentRecorder::start(
@@ -118,7 +150,11 @@ void ScreenSegmentRecorder::start(
     for (const auto& line : recordingStartLines(options, take.source, take.plan))
         progress.line(line);
     requirePermission("stream_start", progress);
-    // The microphone starts before the stream.
+    if (take.microphone)
+        take.microphone->start();
+    // Before the picture, so that there is sound from the first frame on.
+    if (take.systemAudio)
+        take.systemAudio->start(take.output->systemAudioHandlers());
     take.stream->start(take.output->handlers());
     if (take.eventRecorder)
         take.eventRecorder->start();
@@ -130,7 +166,12 @@ void ScreenSegmentRecorder::waitForEnd(
 {
     const RecordingWatch watch = {
         .streamFailure = [&] { return take.output->stoppedWithError(); },
-        .writerFailure = [&] { return take.writer->failure(); },
+        .writerFailure =
+            [&] {
+                take.anchorInputEvents();
+                return take.writer->failure();
+            },
+        .microphoneFailure = [&] { return take.microphone ? take.microphone->failure() : std::nullopt; },
     };
     waitUntilDurationElapsedOrStopRequested(options, watch, services_.stopRequests, clock_, progress);
 }

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <functional>
+#include <optional>
+#include <string_view>
+
 #include "Artifacts/RecordingMetadataJSON.h"
 #include "Options/RecordOptions.h"
 #include "Platform/PlatformServices.h"
@@ -26,12 +30,18 @@ public:
         const RecordingStopLimits& limits);
 
     // Returns when the take is complete. On a failure of any kind, nothing is captured any more,
-    // finished segments stay on the disk, and the failure is thrown as it is.
-    RecordingMetadataJSON record(const RecordOptions& options);
+    // finished segments stay on the disk, and the failure is thrown as it is. `captureStarted` is called
+    // once the screen is being recorded into a directory that holds nothing of an earlier take; what it
+    // throws is such a failure.
+    RecordingMetadataJSON record(
+        const RecordOptions& options, const std::function<void()>& captureStarted = nullptr);
 
 private:
     void requirePermission(std::string_view nextStage, RecordingProgress& progress);
     void prepare(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress);
+    std::optional<AudioInputDevice> prepareAudioSources(const RecordOptions& options, RecordingTake& take);
+    void makeWriter(
+        const RecordOptions& options, const std::optional<AudioInputDevice>& microphone, RecordingTake& take);
     void start(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress);
     void waitForEnd(const RecordOptions& options, const RecordingTake& take, RecordingProgress& progress);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -25,12 +26,14 @@ struct VideoSamplePtsAnchor {
     friend bool operator==(const VideoSamplePtsAnchor&, const VideoSamplePtsAnchor&) = default;
 };
 
-// Turns live frames into fragmented MP4 files for HLS (RFC 8216 section 3.3) in the take's segment
-// directories, while the recording runs.
+// Turns live frames and sound into fragmented MP4 files for HLS (RFC 8216 section 3.3) in the take's
+// segment directories, while the recording runs: one track of segments for video and, if wanted, one for
+// audio.
 //
-// The first frame starts the timeline: its time becomes zero. A frame that the encoder has no room for
-// is dropped and counted, never queued. All operations may be called from any thread; none of them
-// holds a lock while pictures are encoded or files are written.
+// The first frame starts the timeline: its time becomes zero, and sound from before it is left out. Where
+// no sound comes the audio track is silent, and it ends where the video does. A frame or piece of sound that
+// the encoder has no room for is dropped and counted, never queued. All operations may be called from any
+// thread; none of them holds a lock while anything is encoded or files are written.
 class SegmentedMP4Writer {
 public:
     struct Settings {
@@ -38,7 +41,14 @@ public:
         int height = 0;
         int framesPerSecond = 0;
         double segmentSeconds = 0; // preferred segment length, greater than 0
+        bool includeAudio = false;
+        int audioSampleRate = 0; // Hz
+        int audioChannelCount = 0;
     };
+
+    // So far the audio track may fall behind the video before the missing sound is taken as silence, so that
+    // its segments keep coming when its source is dead.
+    static constexpr std::chrono::seconds longestAudioLag = std::chrono::seconds(10);
 
     // Throws CLIError when the encoder refuses the settings, and what the factory throws. The factory
     // and `standardError` outlive the writer.
@@ -50,7 +60,13 @@ public:
     // frame that cannot be written: it is counted.
     void appendVideoFrame(const VideoFrame& frame);
 
-    // Completes the last segment and waits until all files are on the disk. Call it once. Throws
+    // Takes sound at the settings' rate and channel count, whose time is on the clock of the frames. Ignored
+    // without an audio track, before the first frame, after finish() or cancel(), and when the buffer is not
+    // ready or begins at no valid time or before the first frame. Never throws for sound that cannot be
+    // written: the buffer is counted.
+    void appendAudioSampleBuffer(const AudioBuffer& buffer);
+
+    // Completes the last segments and waits until all files are on the disk. Call it once. Throws
     // CLIError when the take holds no whole recording, and the first failure to write a file; prints a
     // warning when samples were dropped.
     CapturedTracks finish();
@@ -66,8 +82,9 @@ public:
     // Absent before the first frame.
     std::optional<VideoSamplePtsAnchor> firstVideoSamplePtsAnchor();
 
-    // "segments/video/init.mp4" once that file is on the disk.
+    // "segments/video/init.mp4" and "segments/audio/init.mp4" once these files are on the disk.
     std::optional<std::string> initializationSegmentKey();
+    std::optional<std::string> audioInitializationSegmentKey();
 
 private:
     enum class Lifecycle { initialized, writing, finishing, completed, cancelled };
@@ -79,14 +96,20 @@ private:
         std::optional<VideoSamplePtsAnchor> firstSample;
         std::int64_t appendFailures = 0;
         std::int64_t appendedFrames = 0;
+        std::int64_t appendedAudioSamples = 0; // of one channel
+        std::chrono::nanoseconds audioEnd{0}; // on the media timeline: what lies before was taken care of
         std::exception_ptr encoderFailure;
     };
 
-    void appendOnQueue(const VideoFrame& frame);
+    void appendVideoOnQueue(const VideoFrame& frame);
+    void appendAudioOnQueue(const AudioBuffer& buffer);
+    void fillAudioLag(std::chrono::nanoseconds videoTime);
     bool startSession(MediaTime firstTime);
-    void noteEncoderFailure();
+    bool startWriter(AssetWriter& writer, const char* track);
+    void noteEncoderFailure(const AssetWriter& writer, const char* track);
     State stateNow();
-    void requireCompleted(AssetWriterStatus status);
+    void finishTracks();
+    void requireCompleted(AssetWriter& writer, const char* track);
     void requireWholeTake(const State& state);
 
     LineOutput& standardError_;
@@ -94,7 +117,9 @@ private:
     // Declared in this order because each is used by the next until that is destroyed.
     SegmentFileQueue files_;
     SegmentTrack videoTrack_;
+    SegmentTrack audioTrack_; // stays empty without an audio writer
     std::unique_ptr<VideoAssetWriter> videoWriter_;
+    std::unique_ptr<AudioAssetWriter> audioWriter_; // null without audio
 
     State state_;
     SerialQueue writerQueue_;

@@ -30,8 +30,13 @@ std::filesystem::path temporaryPathFor(const std::filesystem::path& path)
 } // namespace
 
 AtomicFile::AtomicFile(std::filesystem::path path)
+    : AtomicFile(path, temporaryPathFor(path))
+{
+}
+
+AtomicFile::AtomicFile(std::filesystem::path path, std::filesystem::path temporaryPath)
     : path_(std::move(path))
-    , temporaryPath_(temporaryPathFor(path_))
+    , temporaryPath_(std::move(temporaryPath))
     , descriptor_(::open(temporaryPath_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644))
 {
     if (!descriptor_)
@@ -60,12 +65,19 @@ void AtomicFile::write(std::span<const std::byte> data)
     }
 }
 
-void AtomicFile::commit()
+void AtomicFile::finish()
 {
+    if (!descriptor_)
+        return;
     if (::fsync(descriptor_.get()) != 0)
         throwWriteError(path_, errno);
     if (const int errorNumber = descriptor_.close(); errorNumber != 0)
         throwWriteError(path_, errorNumber);
+}
+
+void AtomicFile::commit()
+{
+    finish();
     if (::rename(temporaryPath_.c_str(), path_.c_str()) != 0)
         throwWriteError(path_, errno);
     temporaryPath_.clear();

@@ -17,11 +17,18 @@ namespace glimto {
 class AtomicFile {
 public:
     explicit AtomicFile(std::filesystem::path path);
+
+    // With a temporary file of the caller's choice, in the same directory; it must not exist yet.
+    AtomicFile(std::filesystem::path path, std::filesystem::path temporaryPath);
     ~AtomicFile();
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;
 
     void write(std::span<const std::byte> data);
+
+    // Flushes and closes the temporary file: all that can fail for want of space has been done then.
+    // commit() does it if need be.
+    void finish();
     void commit();
 
     // Bytes written so far.

@@ -33,6 +33,25 @@ Section "ServerFlags"
 EndSection
 """
 
+# Devices that a test drives through a socket each.
+DEVICES = {"mouse": "Pointer", "touchscreen": "Touch"}
+DEVICE_CONFIGURATION = """
+Section "InputDevice"
+    Identifier "{name}"
+    Driver "inputtest"
+    Option "DeviceType" "{kind}"
+    Option "SocketPath" "{path}"
+    Option "TouchCount" "5"
+    Option "AccelerationProfile" "-1"
+EndSection
+"""
+LAYOUT_CONFIGURATION = """
+Section "ServerLayout"
+    Identifier "layout"
+    Screen "screen"
+{devices}EndSection
+"""
+
 
 class XServer(Child):
     """A server on a display number of its own choice, named by `display` (":3")."""
@@ -74,11 +93,16 @@ class Xvfb(XServer):
 
 
 class DummyXorg(XServer):
-    """A server with outputs that can be switched on and off while it runs."""
+    """A server with outputs that can be switched on and off while it runs, and with input devices."""
 
     def __init__(self, directory):
+        self.devices = {name: directory / f"{name}.input" for name in DEVICES}
+        sections = [DEVICE_CONFIGURATION.format(name=name, kind=kind, path=self.devices[name])
+                    for name, kind in DEVICES.items()]
+        layout = LAYOUT_CONFIGURATION.format(
+            devices="".join(f'    InputDevice "{name}"\n' for name in DEVICES))
         configuration = directory / "dummy.conf"
-        configuration.write_text(DUMMY_CONFIGURATION)
+        configuration.write_text(DUMMY_CONFIGURATION + "".join(sections) + layout)
         super().__init__(["Xorg", "-config", str(configuration), "-configdir", str(directory), "-novtswitch",
                           "-sharevts", "-logfile", str(directory / "Xorg.log")])
 

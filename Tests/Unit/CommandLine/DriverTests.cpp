@@ -12,88 +12,15 @@
 
 #include "CommandLine/ScreenCaptureProcessLock.h"
 #include "CommandLine/UsageText.h"
-#include "Fakes/FakeAssetWriter.h"
-#include "Fakes/FakeCaptureStream.h"
-#include "Fakes/FakeEventTap.h"
-#include "Fakes/FakeImageCodec.h"
+#include "DriverFixture.h"
 #include "Fakes/FakeLineOutput.h"
-#include "Fakes/FakeProcessEnvironment.h"
-#include "Fakes/FakeScreenAccess.h"
-#include "Fakes/FakeShareableContentProvider.h"
-#include "Fakes/FakeStopRequests.h"
-#include "Fakes/FakeWorkspace.h"
 #include "Fakes/TemporaryDirectory.h"
 #include "Lifecycle/GlimtoCaptureLifecycleError.h"
 
 namespace glimto {
 namespace {
 
-// A machine with one display of 640x480 points, whose stream delivers one frame as it starts.
-class DriverTests : public testing::Test {
-protected:
-    DriverTests()
-    {
-        process.executable = directory.path() / "glimto-capture";
-        process.caches = directory.path() / "caches";
-        content.content.displays = {{.displayID = 1,
-            .frame = {0, 0, 640, 480},
-            .width = 640,
-            .height = 480,
-            .pixelsWide = 640,
-            .pixelsHigh = 480}};
-        auto* stream = captureStreams.stream.get();
-        stream->onStart = [stream] { stream->deliver(fakeFrame(1'000'000'000)); };
-    }
-
-    int run(const std::vector<std::string>& arguments)
-    {
-        return Driver(services, {standardOutput, standardError}).run(arguments);
-    }
-
-    // A recording that a stop file ends in its first round.
-    int record(const std::vector<std::string>& options = {})
-    {
-        std::ofstream(directory.path() / "stop") << "stop";
-        std::vector<std::string> arguments
-            = {"record", "-o", take().string(), "--stop-file", (directory.path() / "stop").string()};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        return run(arguments);
-    }
-
-    std::filesystem::path take() const { return directory.path() / "take"; }
-
-    // The JSON lines on standard output.
-    std::vector<nlohmann::json> documents() const
-    {
-        std::vector<nlohmann::json> result;
-        for (const auto& line : standardOutput.lines())
-            if (line.starts_with('{'))
-                result.push_back(nlohmann::json::parse(line));
-        return result;
-    }
-
-    TemporaryDirectory directory;
-    FakeLineOutput standardOutput;
-    FakeLineOutput standardError;
-    FakeProcessEnvironment process;
-    FakeScreenAccess screen;
-    FakeShareableContentProvider content;
-    FakeCaptureStreamFactory captureStreams;
-    FakeAssetWriterFactory assetWriters;
-    FakeEventTapFactory eventTaps;
-    FakeImageCodec images;
-    FakeWorkspace workspace;
-    FakeStopRequests stopRequests;
-    PlatformServices services{.process = process,
-        .screen = screen,
-        .content = content,
-        .captureStreams = captureStreams,
-        .assetWriters = assetWriters,
-        .eventTaps = eventTaps,
-        .images = images,
-        .workspace = workspace,
-        .stopRequests = stopRequests};
-};
+class DriverTests : public DriverFixture { };
 
 TEST_F(DriverTests, HelpPrintsTheUsageText)
 {
@@ -187,41 +114,6 @@ TEST_F(DriverTests, TheLockIsHeldWhileACommandRuns)
     EXPECT_TRUE(ScreenCaptureProcessLock::acquire(SourcesCommand(), process).has_value());
 }
 
-struct UnavailableCommand {
-    std::string name; // of the test
-    std::string feature;
-    std::vector<std::string> arguments;
-
-    friend void PrintTo(const UnavailableCommand& command, std::ostream* stream) { *stream << command.name; }
-};
-
-class DriverUnavailableTests : public DriverTests, public testing::WithParamInterface<UnavailableCommand> { };
-
-TEST_P(DriverUnavailableTests, IsRefusedBeforeAnythingIsWrittenOrCaptured)
-{
-    EXPECT_EQ(run(GetParam().arguments), 1);
-    EXPECT_EQ(standardOutput.text(), "");
-    EXPECT_EQ(standardError.text(),
-        "error: " + GetParam().feature + " is not available in this version of glimto-capture.\n");
-    EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
-    EXPECT_EQ(captureStreams.stream->starts, 0);
-}
-
-const std::vector<UnavailableCommand> unavailableCommands = {
-    {"Screenshot", "screenshot", {"screenshot", "-o", "/nowhere/x.png"}},
-    {"ClipboardImage", "clipboard-image", {"clipboard-image", "--path", "/nowhere/x.png"}},
-    {"RecognizeText", "recognize-text", {"recognize-text", "--path", "/nowhere/x.png"}},
-    {"Upload", "upload",
-        {"upload", "--dir", "/nowhere", "--api-base-url", "http://h", "--recording-id", "r"}},
-    {"RecordUpload", "record --upload", {"record", "-o", "/nowhere/take", "--upload"}},
-    {"RecordUploadSetting", "record --upload", {"record", "-o", "/nowhere/take", "--recording-id", "r"}},
-    {"RecordSystemAudio", "record --system-audio", {"record", "-o", "/nowhere/take", "--system-audio"}},
-    {"RecordMicrophone", "record --microphone", {"record", "-o", "/nowhere/take", "--microphone", "m"}},
-};
-
-INSTANTIATE_TEST_SUITE_P(Commands, DriverUnavailableTests, testing::ValuesIn(unavailableCommands),
-    [](const auto& test) { return test.param.name; });
-
 TEST_F(DriverTests, ARecordingIsAnnouncedAndEndsWell)
 {
     EXPECT_EQ(record(), 0) << standardError.text();
@@ -285,6 +177,24 @@ TEST_F(DriverTests, AFailedRecordingIsToldInOrderOnBothOutputs)
         R"("type":"recording_lifecycle"})");
     EXPECT_EQ(lines.back(), "GLIMTO_RECORDING_STATUS=failed");
     EXPECT_EQ(standardError.text(), "error: Cannot capture the display\n");
+}
+
+TEST_F(DriverTests, AnUnknownMicrophoneIsToldWithTheOnesThereAreAndTheErrorLineComesLast)
+{
+    EXPECT_EQ(record({"--microphone", "webcam"}), 1);
+    EXPECT_EQ(standardError.text(),
+        "Available microphone: mic (Desk Microphone)\n"
+        "error: Microphone webcam was not found. Choose another microphone and try again.\n");
+    EXPECT_EQ(documents().back()["error"]["code"], "recording_failed");
+    EXPECT_FALSE(std::filesystem::exists(take()));
+}
+
+TEST_F(DriverTests, SystemAudioWithoutASoundServerFailsBeforeAnythingIsWritten)
+{
+    audioInputs.error = std::make_exception_ptr(PlatformError("PulseAudio", 6, "There is no sound server."));
+    EXPECT_EQ(record({"--system-audio"}), 1);
+    EXPECT_EQ(standardError.text(), "error: There is no sound server.\n");
+    EXPECT_FALSE(std::filesystem::exists(take()));
 }
 
 TEST_F(DriverTests, TheErrorLineComesAfterTheFailedStatus)

@@ -57,8 +57,10 @@ protected:
     std::filesystem::path stopFile = directory.path() / "stop";
     std::exception_ptr streamFailure;
     std::exception_ptr writerFailure;
-    RecordingWatch watch = {
-        .streamFailure = [this] { return streamFailure; }, .writerFailure = [this] { return writerFailure; }};
+    std::optional<std::string> microphoneFailure;
+    RecordingWatch watch = {.streamFailure = [this] { return streamFailure; },
+        .writerFailure = [this] { return writerFailure; },
+        .microphoneFailure = [this] { return microphoneFailure; }};
     RecordOptions options;
     FakeStopRequests stopRequests;
     FakeRecordingClock clock;
@@ -183,6 +185,41 @@ TEST_F(RecordingWaitLoopTests, AWriterFailureEndsTheRecordingWithThatError)
 
     EXPECT_EQ(waitError(), "Could not write /take/x: No space left on device");
     EXPECT_NEAR(waited(), 1, 0.2);
+}
+
+TEST_F(RecordingWaitLoopTests, AMicrophoneThatIsLostEndsTheRecordingNormally)
+{
+    recordUntilStopped();
+    after(1, [this] { microphoneFailure = "Desk Microphone disconnected"; });
+    wait();
+
+    EXPECT_NEAR(waited(), 1, 0.2);
+    EXPECT_EQ(told(),
+        (Lines{"Microphone stopped (Desk Microphone disconnected); finishing recording",
+            R"({"kind":"stop_seen"})"}));
+}
+
+TEST_F(RecordingWaitLoopTests, TheStopFileAndTheMaximumDurationComeBeforeALostMicrophone)
+{
+    options.maxDurationSeconds = 0;
+    microphoneFailure = "Desk Microphone disconnected";
+    wait();
+    EXPECT_EQ(told().front(), "Maximum recording duration reached; finishing recording");
+
+    recordUntilStopped();
+    createStopFile();
+    wait();
+    EXPECT_EQ(told()[2], "Stop file detected; finishing recording");
+    EXPECT_EQ(told().size(), 4U);
+}
+
+TEST_F(RecordingWaitLoopTests, ALostMicrophoneComesBeforeTheEndOfTheDuration)
+{
+    options.durationSeconds = 0;
+    microphoneFailure = "capture session error";
+    wait();
+
+    EXPECT_EQ(told().front(), "Microphone stopped (capture session error); finishing recording");
 }
 
 TEST_F(RecordingWaitLoopTests, TheStreamsErrorComesBeforeTheWritersAndBeforeAnyStop)

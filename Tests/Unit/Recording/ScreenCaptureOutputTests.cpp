@@ -1,9 +1,13 @@
 #include "Recording/ScreenCaptureOutput.h"
 
+#include <array>
+
 #include <gtest/gtest.h>
 
 #include "Artifacts/OutputPlan.h"
 #include "Fakes/FakeAssetWriter.h"
+#include "Fakes/FakeAudioConverter.h"
+#include "Fakes/FakeAudioInput.h"
 #include "Fakes/FakeCaptureStream.h"
 #include "Fakes/FakeImageCodec.h"
 #include "Fakes/FakeLineOutput.h"
@@ -35,8 +39,22 @@ protected:
         assetWriters, standardError);
     std::shared_ptr<ThumbnailWriter> thumbnail
         = std::make_shared<ThumbnailWriter>(plan.thumbnailURL, codec, standardError);
-    std::shared_ptr<ScreenCaptureOutput> output
-        = std::make_shared<ScreenCaptureOutput>(writer, thumbnail, standardOutput);
+    // Hands what it mixed to `mixedTimes`.
+    std::shared_ptr<AudioMixer> makeMixer()
+    {
+        constexpr std::array sources = {AudioMixerSource::system};
+        return std::make_shared<AudioMixer>(
+            sources, 48000,
+            [this](const AudioBuffer& buffer) { mixedTimes.push_back(buffer.presentationTime); }, converters,
+            standardOutput);
+    }
+
+    FakeAudioConverterFactory converters;
+    FakeAudioInputFactory inputs;
+    FakeAudioInputState& input = *inputs.systemInput;
+    std::vector<MediaTime> mixedTimes;
+    std::shared_ptr<ScreenCaptureOutput> output = std::make_shared<ScreenCaptureOutput>(
+        writer, thumbnail, nullptr, Outputs{standardOutput, standardError});
 };
 
 TEST_F(ScreenCaptureOutputTests, CompleteAndStartedFramesAreUsable)
@@ -86,6 +104,56 @@ TEST_F(ScreenCaptureOutputTests, UnusableFramesGoNowhere)
     EXPECT_EQ(codec.encodedPictures, 0);
     EXPECT_TRUE(assetWriters.writer->frames.empty());
     EXPECT_EQ(writer->firstVideoSamplePtsAnchor(), std::nullopt);
+}
+
+TEST_F(ScreenCaptureOutputTests, SystemAudioGoesToTheMixerAtItsOwnTime)
+{
+    const auto mixer = makeMixer();
+    output = std::make_shared<ScreenCaptureOutput>(
+        writer, thumbnail, mixer, Outputs{standardOutput, standardError});
+    const auto source = inputs.makeSystemAudioInput({});
+    source->start(output->systemAudioHandlers());
+    input.deliverTone({96'000, 48000});
+    mixer->finish();
+
+    EXPECT_EQ(mixedTimes.front(), (MediaTime{96'000, 48000}));
+}
+
+TEST_F(ScreenCaptureOutputTests, WithoutAMixerSystemAudioIsDropped)
+{
+    const auto source = inputs.makeSystemAudioInput({});
+    source->start(output->systemAudioHandlers());
+    input.deliverTone({96'000, 48000});
+
+    EXPECT_EQ(output->stoppedWithError(), nullptr);
+    EXPECT_EQ(standardError.lines(), Lines());
+}
+
+TEST_F(ScreenCaptureOutputTests, AnInterruptionOfSystemAudioIsOneWarningAndNoError)
+{
+    const auto source = inputs.makeSystemAudioInput({});
+    source->start(output->systemAudioHandlers());
+    input.interrupt("The sound server went away; system audio is silent until it is back");
+    input.disconnect();
+    input.fail("no sound server");
+
+    EXPECT_EQ(standardError.lines(),
+        Lines{"warning: The sound server went away; system audio is silent until it is back"});
+    EXPECT_EQ(output->stoppedWithError(), nullptr);
+}
+
+TEST_F(ScreenCaptureOutputTests, SystemAudioThatFailsIsAWarningAsWell)
+{
+    output->systemAudioHandlers().onFailed("");
+
+    EXPECT_EQ(standardError.lines(), Lines{"warning: System audio failed"});
+}
+
+TEST_F(ScreenCaptureOutputTests, SystemAudioThatIsDisconnectedIsAWarningAsWell)
+{
+    output->systemAudioHandlers().onDisconnected();
+
+    EXPECT_EQ(standardError.lines(), Lines{"warning: System audio was disconnected"});
 }
 
 TEST_F(ScreenCaptureOutputTests, HasNoStopErrorAtFirst)

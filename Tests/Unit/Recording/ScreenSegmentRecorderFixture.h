@@ -8,13 +8,17 @@
 #include <gtest/gtest.h>
 
 #include "Fakes/FakeAssetWriter.h"
+#include "Fakes/FakeAudioConverter.h"
+#include "Fakes/FakeAudioInput.h"
 #include "Fakes/FakeCaptureStream.h"
 #include "Fakes/FakeEventTap.h"
 #include "Fakes/FakeImageCodec.h"
 #include "Fakes/FakeLineOutput.h"
+#include "Fakes/FakeNetwork.h"
 #include "Fakes/FakeProcessEnvironment.h"
 #include "Fakes/FakeRecordingClock.h"
 #include "Fakes/FakeShareableContentProvider.h"
+#include "Fakes/FakeStillServices.h"
 #include "Fakes/FakeStopRequests.h"
 #include "Recording/ScreenSegmentRecorder.h"
 #include "RecordingTestSupport.h"
@@ -33,6 +37,7 @@ public:
             return std::nullopt;
         return "The screen is out of reach.";
     }
+    std::optional<std::int32_t> frontmostProcessID() override { return std::nullopt; }
     std::optional<Point> cursorLocation() override { return std::nullopt; }
     std::optional<std::uint32_t> displayIDAt(Point) override { return std::nullopt; }
 
@@ -104,15 +109,38 @@ protected:
     FakeShareableContentProvider content;
     FakeCaptureStreamFactory captureStreams;
     FakeAssetWriterFactory assetWriters;
+    FakeAudioConverterFactory audioConverters;
+    FakeAudioInputFactory audioInputs;
     FakeEventTapFactory eventTaps;
     FakeImageCodec images;
+    FakeStillServices stills;
     NoWorkspace workspace;
     FakeStopRequests stopRequests;
-    PlatformServices services{
-        process, screen, content, captureStreams, assetWriters, eventTaps, images, workspace, stopRequests};
+    FakeNetwork network;
+    PlatformServices services{.process = process,
+        .screen = screen,
+        .content = content,
+        .captureStreams = captureStreams,
+        .assetWriters = assetWriters,
+        .audioConverters = audioConverters,
+        .audioInputs = audioInputs,
+        .eventTaps = eventTaps,
+        .images = images,
+        .stillCapture = stills.capture,
+        .pngCodec = stills.png,
+        .textDrawing = stills.textDrawing,
+        .pasteboard = stills.pasteboard,
+        .textRecognition = stills.textRecognition,
+        .workspace = workspace,
+        .stopRequests = stopRequests,
+        .http = network.http,
+        .textPatterns = network.textPatterns};
 
     FakeCaptureStreamState& stream = *captureStreams.stream;
     FakeAssetWriterState& encoder = *assetWriters.writer;
+    FakeAssetWriterState& audioEncoder = *assetWriters.audioWriter;
+    FakeAudioInputState& systemAudio = *audioInputs.systemInput;
+    FakeAudioInputState& microphone = *audioInputs.microphoneInput;
     FakeLineOutput standardOutput;
     FakeLineOutput standardError;
     FakeRecordingClock clock;

@@ -321,12 +321,5 @@ TEST_F(ScreenSegmentRecorderTests, FramesThatShowNothingAreNoFrames)
     EXPECT_FALSE(std::filesystem::exists(take / "thumbnail.jpg"));
 }
 
-TEST_F(ScreenSegmentRecorderTests, TracksThatCannotBeRecordedAreRefusedAtOnce)
-{
-    options.captureSystemAudio = true;
-    EXPECT_EQ(recordError(), "Recording of audio is not supported by this build.");
-    EXPECT_EQ(told(), Lines());
-}
-
 } // namespace
 } // namespace glimto

@@ -161,7 +161,7 @@ TEST_F(SegmentedMP4WriterTests, DroppedFramesAreCountedAndTheTakeSucceeds)
     writer->appendVideoFrame(fakeFrame(1));
     writer->appendVideoFrame(fakeFrame(2));
     encoder.isReady = true;
-    encoder.refusesFrames = true;
+    encoder.refusesMedia = true;
     writer->appendVideoFrame(fakeFrame(3));
     writer->appendVideoFrame(fakeFrame(4));
 

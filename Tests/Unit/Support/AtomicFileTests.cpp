@@ -91,6 +91,39 @@ TEST_F(AtomicFileTests, ReplacesASymbolicLinkWithoutFollowingIt)
     EXPECT_FALSE(std::filesystem::is_symlink(path));
 }
 
+TEST_F(AtomicFileTests, TheTemporaryFileMayHaveANameOfTheCallersChoice)
+{
+    const auto temporary = directory.path() / "my.tmp";
+    {
+        AtomicFile file(path, temporary);
+        file.write(bytesOf("new"));
+        EXPECT_EQ(names(), std::vector<std::string>({"my.tmp"}));
+        file.finish();
+        EXPECT_FALSE(std::filesystem::exists(path));
+        file.commit();
+    }
+    EXPECT_EQ(textOf(path), "new");
+    EXPECT_EQ(names(), std::vector<std::string>({"file.json"}));
+}
+
+TEST_F(AtomicFileTests, AFileThatIsInTheWayOfTheTemporaryOneIsLeftAlone)
+{
+    const auto temporary = directory.path() / "my.tmp";
+    writeFileAtomically(temporary, "another's");
+    EXPECT_THROW(AtomicFile(path, temporary), PlatformError);
+    EXPECT_EQ(textOf(temporary), "another's");
+}
+
+TEST_F(AtomicFileTests, AFinishedFileGoesWithoutACommit)
+{
+    {
+        AtomicFile file(path);
+        file.write(bytesOf("new"));
+        file.finish();
+    }
+    EXPECT_TRUE(names().empty());
+}
+
 TEST_F(AtomicFileTests, TellsThePathWhenTheDirectoryIsMissing)
 {
     const auto missing = directory.path() / "nowhere" / "file.json";

@@ -11,9 +11,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include "Backends/X11/X11ComposedPicture.h"
-#include "Backends/X11/X11DisplayPicture.h"
-#include "Backends/X11/X11WindowPicture.h"
+#include "Backends/X11/X11ContentPicture.h"
 #include "Support/TimeStamps.h"
 
 namespace glimto {
@@ -25,19 +23,6 @@ namespace {
 constexpr std::chrono::seconds answerTimeout{10};
 
 constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
-
-std::unique_ptr<X11PictureSource> makeSource(
-    X11Connection& connection, const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
-{
-    if (const auto* window = std::get_if<WindowContentFilter>(&filter.content))
-        return std::make_unique<X11WindowPicture>(connection, window->window.windowID);
-    const PixelSize output{configuration.width, configuration.height};
-    const auto& content = std::get<DisplayContentFilter>(filter.content);
-    if (!content.excludedApplications.empty())
-        return std::make_unique<X11ComposedPicture>(connection, content, configuration.sourceRect, output);
-    return std::make_unique<X11DisplayPicture>(
-        connection, content.display.displayID, configuration.sourceRect, output);
-}
 
 X11FramePacer::PointerPolling polling(const CaptureStreamConfiguration& configuration)
 {
@@ -69,7 +54,7 @@ void X11CaptureStream::start(Handlers handlers)
     connection_->setAnswerTimeout(answerTimeout);
     startPictureExtensions(*connection_);
     grabber_
-        = std::make_unique<X11FrameGrabber>(*connection_, makeSource(*connection_, filter_, configuration_),
+        = std::make_unique<X11FrameGrabber>(*connection_, makeX11PictureSource(*connection_, filter_, configuration_),
             PixelSize{configuration_.width, configuration_.height}, std::max(1, configuration_.queueDepth),
             configuration_.showsCursor);
     thread_ = std::thread([this] { run(); });

@@ -1,5 +1,6 @@
 #include "Backends/X11/X11Connection.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <future>
 #include <thread>
@@ -139,7 +140,7 @@ void X11Connection::flush()
 
 void* X11Connection::waitForReply(unsigned sequence)
 {
-    const auto deadline = std::chrono::steady_clock::now() + answerTimeout_;
+    const auto deadline = std::min(std::chrono::steady_clock::now() + answerTimeout_, deadline_);
     flush();
     while (true) {
         void* reply = nullptr;

@@ -89,6 +89,9 @@ public:
     // others waiting, so who depends on no answer at once had better be patient.
     void setAnswerTimeout(std::chrono::milliseconds timeout) { answerTimeout_ = timeout; }
 
+    // No reply is waited for beyond this moment, whatever the time-out.
+    void setDeadline(std::chrono::steady_clock::time_point deadline) { deadline_ = deadline; }
+
 private:
     X11Connection(xcb_connection_t* connection, int screenNumber);
     void* waitForReply(unsigned sequence);
@@ -98,6 +101,7 @@ private:
     xcb_connection_t* connection_;
     const xcb_screen_t* screen_ = nullptr;
     std::chrono::milliseconds answerTimeout_{3000};
+    std::chrono::steady_clock::time_point deadline_ = std::chrono::steady_clock::time_point::max();
 };
 
 } // namespace glimto

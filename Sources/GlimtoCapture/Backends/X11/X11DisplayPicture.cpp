@@ -28,6 +28,30 @@ void addRootEvents(X11Connection& connection, std::uint32_t mask)
 
 } // namespace
 
+PixelRect capturedArea(const Display& display, const std::optional<Rect>& sourceRect, PixelSize output)
+{
+    const PixelRect frame = pixelRect(display.frame);
+    if (!sourceRect)
+        return frame;
+    const PixelRect wanted = pixelRect(*sourceRect);
+    PixelRect area;
+    area.width = std::min(output.width, frame.width);
+    area.height = std::min(output.height, frame.height);
+    area.x = frame.x + clampedOrigin(wanted.x, area.width, frame.width);
+    area.y = frame.y + clampedOrigin(wanted.y, area.height, frame.height);
+    return area;
+}
+
+Display connectedDisplay(X11Connection& connection, std::uint32_t displayID)
+{
+    const auto displays = x11Displays(connection);
+    const auto display = std::find_if(displays.begin(), displays.end(),
+        [displayID](const Display& each) { return each.displayID == displayID; });
+    if (display == displays.end())
+        throw x11Error(X11Failure::sourceGone, "The display being captured was disconnected.");
+    return *display;
+}
+
 X11DisplayPicture::X11DisplayPicture(
     X11Connection& connection, std::uint32_t displayID, std::optional<Rect> sourceRect, PixelSize output)
     : connection_(connection)
@@ -82,23 +106,12 @@ void X11DisplayPicture::update()
 
 void X11DisplayPicture::readGeometry()
 {
-    const auto displays = x11Displays(connection_);
-    const auto display = std::find_if(displays.begin(), displays.end(),
-        [this](const Display& each) { return each.displayID == displayID_; });
+    const Display display = connectedDisplay(connection_, displayID_);
     const auto root = connection_.reply<xcb_get_geometry_reply_t>(
         xcb_get_geometry(connection_.xcb(), connection_.root()));
-    if (display == displays.end() || !root)
+    if (!root)
         throw x11Error(X11Failure::sourceGone, "The display being captured was disconnected.");
-
-    const PixelRect frame = pixelRect(display->frame);
-    PixelRect area = frame;
-    if (sourceRect_) {
-        const PixelRect wanted = pixelRect(*sourceRect_);
-        area.width = std::min(output_.width, frame.width);
-        area.height = std::min(output_.height, frame.height);
-        area.x = frame.x + clampedOrigin(wanted.x, area.width, frame.width);
-        area.y = frame.y + clampedOrigin(wanted.y, area.height, frame.height);
-    }
+    const PixelRect area = capturedArea(display, sourceRect_, output_);
     rootSize_ = {root->width, root->height};
     const PixelRect visible = intersection(area, wholeOf(rootSize_));
     if (area == area_ && visible == visible_)

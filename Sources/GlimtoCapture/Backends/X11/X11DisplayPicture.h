@@ -7,11 +7,18 @@
 
 namespace glimto {
 
+// What of a display is captured, in coordinates of the root window: all of it, or a piece of size `output`
+// at `sourceRect`, whose origin is in points of the display and is rounded and moved so that the piece lies
+// inside.
+PixelRect capturedArea(const Display& display, const std::optional<Rect>& sourceRect, PixelSize output);
+
+// The display with that id. Throws sourceGone when it is not connected.
+Display connectedDisplay(X11Connection& connection, std::uint32_t displayID);
+
 // One display, or a part of it, as the screen shows it.
 class X11DisplayPicture : public X11PictureSource {
 public:
-    // `sourceRect` is in points of the display; its origin is rounded and moved so that a piece of size
-    // `output` lies inside the display. Throws sourceGone when the display is not connected.
+    // Throws sourceGone when the display is not connected.
     X11DisplayPicture(
         X11Connection& connection, std::uint32_t displayID, std::optional<Rect> sourceRect, PixelSize output);
     ~X11DisplayPicture() override;

@@ -1,27 +1,64 @@
 #include "Backends/X11/X11ScreenAccess.h"
 
+#include <cstdint>
 #include <exception>
 #include <limits>
+#include <string_view>
 
+#include <xcb/res.h>
+
+#include "Backends/X11/X11ClientProcesses.h"
 #include "Backends/X11/X11Connection.h"
 #include "Backends/X11/X11Displays.h"
+#include "Backends/X11/X11Property.h"
 
 namespace glimto {
 
 namespace {
 
-// The answer that `question` finds with a new connection; `otherwise` when it cannot be found out.
-template <typename Answer, typename Question> Answer answerOr(Answer otherwise, Question question)
+xcb_atom_t internedAtom(X11Connection& connection, std::string_view name)
+{
+    const auto cookie
+        = xcb_intern_atom(connection.xcb(), 0, static_cast<std::uint16_t>(name.size()), name.data());
+    const auto reply = connection.reply<xcb_intern_atom_reply_t>(cookie);
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+} // namespace
+
+X11ScreenAccess::X11ScreenAccess() = default;
+
+X11ScreenAccess::~X11ScreenAccess() = default;
+
+// A connection that was open before may have been lost since; then a new one decides.
+template <typename Question> auto X11ScreenAccess::ask(Question question)
+{
+    if (connection_) {
+        try {
+            return question(*connection_);
+        } catch (const std::exception&) {
+            connection_.reset();
+        }
+    }
+    connection_ = X11Connection::open();
+    try {
+        return question(*connection_);
+    } catch (...) {
+        connection_.reset();
+        throw;
+    }
+}
+
+// The answer that `question` finds; `otherwise` when it cannot be found out.
+template <typename Answer, typename Question>
+Answer X11ScreenAccess::answerOr(Answer otherwise, Question question)
 {
     try {
-        const auto connection = X11Connection::open();
-        return question(*connection);
+        return ask(question);
     } catch (const std::exception&) {
         return otherwise;
     }
 }
-
-} // namespace
 
 bool X11ScreenAccess::preflightScreenCaptureAccess()
 {
@@ -31,16 +68,44 @@ bool X11ScreenAccess::preflightScreenCaptureAccess()
 std::optional<std::string> X11ScreenAccess::screenCaptureObstacle()
 {
     try {
-        const auto connection = X11Connection::open();
-        constexpr auto allPlanes = std::numeric_limits<std::uint32_t>::max();
-        const auto cookie = xcb_get_image(
-            connection->xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection->root(), 0, 0, 1, 1, allPlanes);
-        if (!connection->reply<xcb_get_image_reply_t>(cookie))
+        const bool isReadable = ask([](X11Connection& connection) {
+            constexpr auto allPlanes = std::numeric_limits<std::uint32_t>::max();
+            const auto cookie = xcb_get_image(
+                connection.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection.root(), 0, 0, 1, 1, allPlanes);
+            return connection.reply<xcb_get_image_reply_t>(cookie) != nullptr;
+        });
+        if (!isReadable)
             return "The X server does not let this program read the screen.";
         return std::nullopt;
     } catch (const std::exception& error) {
         return error.what();
     }
+}
+
+// The same number as the owner of that window has in the shareable content.
+std::optional<std::int32_t> X11ScreenAccess::frontmostProcessID()
+{
+    return answerOr(std::optional<std::int32_t>(), [](X11Connection& connection) {
+        xcb_connection_t* xcb = connection.xcb();
+        xcb_prefetch_extension_data(xcb, &xcb_res_id);
+        const auto activeWindow = internedAtom(connection, "_NET_ACTIVE_WINDOW");
+        const auto processID = internedAtom(connection, "_NET_WM_PID");
+        const xcb_window_t window = X11Property::receive(
+            connection, X11Property::ask(connection, connection.root(), activeWindow))
+                                        .firstNumber()
+                                        .value_or(XCB_WINDOW_NONE);
+        std::optional<std::int32_t> process;
+        if (window == XCB_WINDOW_NONE)
+            return process;
+        const auto claimed = X11Property::receive(
+            connection, X11Property::ask(connection, window, processID))
+                                 .firstNumber();
+        if (claimed && *claimed > 0 && *claimed <= INT32_MAX)
+            process = static_cast<std::int32_t>(*claimed);
+        if (const auto owner = x11ClientProcesses(connection, {&window, 1}).front(); owner != 0)
+            process = owner;
+        return process;
+    });
 }
 
 std::optional<Point> X11ScreenAccess::cursorLocation()

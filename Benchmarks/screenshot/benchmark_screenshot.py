@@ -1,0 +1,132 @@
+#!/usr/bin/env python3
+"""CPU milliseconds of a screenshot of a 1080p screen, beside scrot, maim and ImageMagick's import.
+
+All take the same screen of one X server of our own in turn. Counted is user and system time of the whole
+process with its children; ours draws its watermark like the others draw nothing. Contents: a desktop (a smooth
+wallpaper, a light window and a dark one full of text), and noise, the worst that can be compressed. Then the time
+from the trigger byte until the file stands under its name.
+
+    Benchmarks/screenshot/benchmark_screenshot.py [--build build] [--runs 15]
+"""
+import argparse
+import contextlib
+import os
+import pathlib
+import random
+import resource
+import statistics
+import subprocess
+import tempfile
+import time
+
+WIDTH, HEIGHT = 1920, 1080
+CPU_GOAL = 0.6  # of scrot's
+LATENCY_GOAL = 60  # milliseconds
+
+
+@contextlib.contextmanager
+def x_server():
+    reading, writing = os.pipe()
+    process = subprocess.Popen(
+        ["Xvfb", "-displayfd", str(writing), "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-noreset", "-nolisten", "tcp"],
+        pass_fds=[writing], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    os.close(writing)
+    try:
+        with os.fdopen(reading) as answer:
+            display = answer.readline().strip()
+        if not display:
+            raise SystemExit("Xvfb did not start")
+        yield ":" + display
+    finally:
+        process.terminate()
+        process.wait()
+
+
+def text_lines(count, length):
+    words = pathlib.Path(__file__).read_text().split()
+    chosen = random.Random(3)
+    return "\n".join(" ".join(chosen.choice(words) for _ in range(length)) for _ in range(count)).replace("%", "")
+
+
+def draw_desktop(path):
+    subprocess.run(
+        ["convert", "-seed", "7", "-size", f"{WIDTH}x{HEIGHT}", "plasma:navy-teal", "-blur", "0x12",
+         "-fill", "white", "-draw", "rectangle 120,80 1060,960", "-fill", "#d8dce4", "-draw", "rectangle 120,80 1060,112",
+         "-fill", "#181c20", "-draw", "rectangle 900,300 1800,1000", "-fill", "black", "-font", "DejaVu-Sans",
+         "-pointsize", "14", "-annotate", "+140+140", text_lines(44, 9), "-fill", "#c0f0c0", "-font",
+         "DejaVu-Sans-Mono", "-pointsize", "13", "-annotate", "+910+325", text_lines(42, 10), f"ppm:{path}"],
+        check=True)
+
+
+def draw_noise(path):
+    path.write_bytes(b"P6 %d %d 255\n" % (WIDTH, HEIGHT) + random.Random(1).randbytes(3 * WIDTH * HEIGHT))
+
+
+def measured(command, environment):
+    """CPU and wall time of a command with its children, in milliseconds."""
+    before, began = resource.getrusage(resource.RUSAGE_CHILDREN), time.monotonic()
+    subprocess.run(command, env=environment, check=True, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+    after, ended = resource.getrusage(resource.RUSAGE_CHILDREN), time.monotonic()
+    cpu = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
+    return 1000 * cpu, 1000 * (ended - began)
+
+
+def trigger_latency(tool, path, environment):
+    """Milliseconds from the trigger byte until the file is there and whole."""
+    path.unlink(missing_ok=True)
+    process = subprocess.Popen([tool, "screenshot", "-o", path, "--wait-for-capture-trigger"], env=environment,
+                               stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+    process.stderr.readline()
+    time.sleep(0.3)
+    began = time.monotonic()
+    process.stdin.write(b"x")
+    process.stdin.flush()
+    while not path.exists():
+        time.sleep(0.0002)
+    latency = 1000 * (time.monotonic() - began)
+    process.communicate()
+    return latency
+
+
+def measure(tool, directory, environment, runs):
+    ours, plain = directory / "ours.png", directory / "plain.png"
+    commands = {
+        "ours": ([tool, "screenshot", "-o", ours], ours),
+        "ours, no watermark": ([tool, "screenshot", "--no-watermark", "-o", plain], plain),
+        "scrot": (["scrot", "-o", directory / "scrot.png"], directory / "scrot.png"),
+        "maim": (["maim", directory / "maim.png"], directory / "maim.png"),
+        "import": (["import", "-window", "root", directory / "import.png"], directory / "import.png"),
+    }
+    times = {name: [] for name in commands}
+    for _ in range(runs):
+        for name, (command, _) in commands.items():
+            times[name].append(measured(command, environment))
+    peer = statistics.median(cpu for cpu, _ in times["scrot"])
+    for name, (_, path) in commands.items():
+        cpu = statistics.median(cpu for cpu, _ in times[name])
+        wall = statistics.median(wall for _, wall in times[name])
+        print(f"  {name:20} {cpu:7.1f} ms CPU  {cpu / peer:5.2f} x scrot  {wall:7.1f} ms  "
+              f"{path.stat().st_size / 1000:8.0f} kB")
+    latency = statistics.median(trigger_latency(tool, ours, environment) for _ in range(runs))
+    print(f"  trigger to file      {latency:7.1f} ms (goal {LATENCY_GOAL}); CPU goal {CPU_GOAL} x scrot")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--build", default="build", type=pathlib.Path)
+    parser.add_argument("--runs", default=15, type=int)
+    options = parser.parse_args()
+    tool = (options.build / "glimto-capture").resolve()
+    with tempfile.TemporaryDirectory() as name, x_server() as display:
+        directory = pathlib.Path(name)
+        environment = {**os.environ, "DISPLAY": display, "XDG_CACHE_HOME": name}
+        environment.pop("WAYLAND_DISPLAY", None)
+        for content, draw in {"desktop": draw_desktop, "noise": draw_noise}.items():
+            draw(directory / "screen.ppm")
+            subprocess.run(["display", "-window", "root", directory / "screen.ppm"], env=environment, check=False)
+            print(content)
+            measure(tool, directory, environment, options.runs)
+
+
+if __name__ == "__main__":
+    main()

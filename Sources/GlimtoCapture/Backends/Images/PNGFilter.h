@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "Platform/VideoFrame.h"
+
+namespace glimto {
+
+// The number of a row's filter (ISO/IEC 15948, 9.2).
+enum class PNGFilterType : std::uint8_t { none = 0, sub = 1, up = 2 };
+
+// The rows of a picture as PNG compresses them: each is the number of its filter and its filtered RGB bytes.
+struct PNGRows {
+    std::unique_ptr<std::uint8_t[]> bytes;
+    std::size_t size = 0;
+};
+
+// The filter for one row of RGB bytes: the one that leaves the smaller differences, and `up` for a row that
+// repeats the one above. `above` is the row before, or zeros.
+PNGFilterType filterForRow(std::span<const std::uint8_t> row, std::span<const std::uint8_t> above);
+
+// All rows of `pixels`, which has at least one.
+PNGRows filteredRows(const PixelBuffer& pixels);
+
+} // namespace glimto

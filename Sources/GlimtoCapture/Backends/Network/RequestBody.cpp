@@ -1,0 +1,74 @@
+#include "Backends/Network/RequestBody.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "Support/Errors.h"
+
+namespace glimto {
+
+namespace {
+
+[[noreturn]] void throwReadError(const std::filesystem::path& path, int errorNumber)
+{
+    throw PlatformError::posix("Could not read " + path.string(), errorNumber);
+}
+
+} // namespace
+
+RequestBody::RequestBody(const std::variant<std::monostate, std::string, std::filesystem::path>& source)
+{
+    isPresent_ = !std::holds_alternative<std::monostate>(source);
+    if (const auto* bytes = std::get_if<std::string>(&source)) {
+        bytes_ = bytes;
+        size_ = static_cast<std::int64_t>(bytes->size());
+    } else if (const auto* path = std::get_if<std::filesystem::path>(&source)) {
+        path_ = *path;
+        // Never waits for somebody to write into a FIFO.
+        file_ = FileDescriptor(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+        struct stat status = {};
+        if (!file_ || ::fstat(file_.get(), &status) != 0)
+            throwReadError(path_, errno);
+        if (!S_ISREG(status.st_mode))
+            throwReadError(path_, EINVAL);
+        size_ = status.st_size;
+    }
+}
+
+std::size_t RequestBody::read(char* buffer, std::size_t capacity)
+{
+    const auto wanted = std::min(capacity, static_cast<std::size_t>(size_ - offset_));
+    if (wanted == 0)
+        return 0;
+    std::size_t count = 0;
+    if (bytes_) {
+        count = bytes_->copy(buffer, wanted, static_cast<std::size_t>(offset_));
+    } else {
+        ssize_t result = 0;
+        do {
+            result = ::pread(file_.get(), buffer, wanted, offset_);
+        } while (result < 0 && errno == EINTR);
+        if (result < 0)
+            throwReadError(path_, errno);
+        if (result == 0)
+            throw PlatformError(
+                "POSIX", EIO, "Could not read " + path_.string() + ": it became shorter while it was sent.");
+        count = static_cast<std::size_t>(result);
+    }
+    offset_ += static_cast<std::int64_t>(count);
+    return count;
+}
+
+bool RequestBody::seek(std::int64_t offset)
+{
+    if (offset < 0 || offset > size_)
+        return false;
+    offset_ = offset;
+    return true;
+}
+
+} // namespace glimto

@@ -1,0 +1,149 @@
+#include "Backends/Pango/PangoTextDrawing.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <utility>
+
+#include <pango/pangocairo.h>
+
+#include "Backends/Pango/CoverageMask.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr const char* systemFamilies = "system-ui,sans-serif";
+
+struct PangoDeleter {
+    void operator()(PangoFontDescription* description) const noexcept
+    {
+        pango_font_description_free(description);
+    }
+    void operator()(PangoFontMetrics* metrics) const noexcept { pango_font_metrics_unref(metrics); }
+    void operator()(cairo_font_options_t* options) const noexcept { cairo_font_options_destroy(options); }
+    void operator()(cairo_surface_t* surface) const noexcept { cairo_surface_destroy(surface); }
+    void operator()(cairo_t* context) const noexcept { cairo_destroy(context); }
+    template <typename Object> void operator()(Object* object) const noexcept { g_object_unref(object); }
+};
+
+template <typename Object> using PangoHandle = std::unique_ptr<Object, PangoDeleter>;
+
+double pixels(int units)
+{
+    return static_cast<double>(units) / PANGO_SCALE;
+}
+
+PangoHandle<PangoFontDescription> descriptionOf(const TextFont& font)
+{
+    PangoHandle<PangoFontDescription> description(pango_font_description_new());
+    pango_font_description_set_family_static(description.get(), systemFamilies);
+    pango_font_description_set_weight(description.get(),
+        font.weight == TextFont::Weight::medium ? PANGO_WEIGHT_MEDIUM : PANGO_WEIGHT_NORMAL);
+    pango_font_description_set_absolute_size(description.get(), font.size * PANGO_SCALE);
+    return description;
+}
+
+PangoHandle<PangoContext> makeContext()
+{
+    const PangoHandle<PangoFontMap> map(pango_cairo_font_map_new());
+    PangoHandle<PangoContext> context(pango_font_map_create_context(map.get()));
+    const PangoHandle<cairo_font_options_t> options(cairo_font_options_create());
+    cairo_font_options_set_antialias(options.get(), CAIRO_ANTIALIAS_GRAY);
+    cairo_font_options_set_hint_style(options.get(), CAIRO_HINT_STYLE_NONE);
+    cairo_font_options_set_hint_metrics(options.get(), CAIRO_HINT_METRICS_OFF);
+    pango_cairo_context_set_font_options(context.get(), options.get());
+    pango_context_set_round_glyph_positions(context.get(), FALSE);
+    return context;
+}
+
+class PangoTextLine final : public TextLine {
+public:
+    PangoTextLine(
+        PangoHandle<PangoContext> context, PangoHandle<PangoLayout> layout, const PangoFontMetrics& metrics)
+        : context_(std::move(context))
+        , layout_(std::move(layout))
+        , ascent_(pixels(pango_font_metrics_get_ascent(const_cast<PangoFontMetrics*>(&metrics))))
+        , descent_(pixels(pango_font_metrics_get_descent(const_cast<PangoFontMetrics*>(&metrics))))
+    {
+        PangoRectangle ink{};
+        PangoRectangle logical{};
+        pango_layout_line_get_extents(line(), &ink, &logical);
+        width_ = pixels(logical.width);
+        ink_ = {pixels(ink.x), pixels(ink.y), pixels(ink.width), pixels(ink.height)};
+    }
+
+    double width() const override { return width_; }
+    double ascent() const override { return ascent_; }
+    double descent() const override { return descent_; }
+
+    bool draw(const PixelCanvas& canvas, double x, double baseline, const TextStyle& style) override
+    {
+        try {
+            const CoverageMask text = mask(x, baseline);
+            if (style.shadowAlpha > 0) {
+                const CoverageMask shadow
+                    = mask(x + style.shadowOffsetX, baseline + style.shadowOffsetY).blurred(style.shadowBlur);
+                shadow.paint(canvas, style.shadowGray, style.shadowAlpha);
+            }
+            text.paint(canvas, style.gray, style.alpha);
+            return true;
+        } catch (const DrawingFailed&) {
+        } catch (const std::bad_alloc&) {
+        }
+        return false;
+    }
+
+private:
+    struct DrawingFailed { };
+
+    PangoLayoutLine* line() const { return pango_layout_get_line_readonly(layout_.get(), 0); }
+
+    // What the line covers when its baseline starts at (`x`, `baseline`) of a canvas.
+    CoverageMask mask(double x, double baseline) const
+    {
+        // One pixel more on each side, for what antialiasing adds.
+        const int left = static_cast<int>(std::floor(x + ink_.x)) - 1;
+        const int top = static_cast<int>(std::floor(baseline + ink_.y)) - 1;
+        const int width = static_cast<int>(std::ceil(x + ink_.x + ink_.width)) + 1 - left;
+        const int height = static_cast<int>(std::ceil(baseline + ink_.y + ink_.height)) + 1 - top;
+        const PangoHandle<cairo_surface_t> surface(
+            cairo_image_surface_create(CAIRO_FORMAT_A8, width, height));
+        const PangoHandle<cairo_t> context(cairo_create(surface.get()));
+        cairo_move_to(context.get(), x - left, baseline - top);
+        pango_cairo_show_layout_line(context.get(), line());
+        cairo_surface_flush(surface.get());
+        if (cairo_status(context.get()) != CAIRO_STATUS_SUCCESS)
+            throw DrawingFailed();
+        return CoverageMask::copied({left, top, width, height}, cairo_image_surface_get_data(surface.get()),
+            static_cast<std::size_t>(cairo_image_surface_get_stride(surface.get())));
+    }
+
+    PangoHandle<PangoContext> context_;
+    PangoHandle<PangoLayout> layout_;
+    double width_ = 0;
+    double ascent_;
+    double descent_;
+    Rect ink_; // relative to the baseline's start
+};
+
+} // namespace
+
+std::unique_ptr<TextLine> PangoTextDrawing::makeLine(const std::string& text, const TextFont& font)
+{
+    if (!(font.size > 0) || !std::isfinite(font.size))
+        return nullptr;
+    auto context = makeContext();
+    const auto description = descriptionOf(font);
+    const PangoHandle<PangoFont> loaded(pango_context_load_font(context.get(), description.get()));
+    if (!loaded)
+        return nullptr;
+    PangoHandle<PangoLayout> layout(pango_layout_new(context.get()));
+    pango_layout_set_single_paragraph_mode(layout.get(), TRUE);
+    pango_layout_set_font_description(layout.get(), description.get());
+    pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
+    const PangoHandle<PangoFontMetrics> metrics(pango_font_get_metrics(loaded.get(), nullptr));
+    return std::make_unique<PangoTextLine>(std::move(context), std::move(layout), *metrics);
+}
+
+} // namespace glimto

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Platform/TextDrawing.h"
+
+namespace glimto {
+
+// Text by Pango and Cairo in the fonts that fontconfig knows.
+//
+// Glyphs are not hinted, so that widths follow the size exactly and text looks the same on every system
+// that has the font. A line is used by one thread at a time; lines are independent of each other.
+class PangoTextDrawing final : public TextDrawing {
+public:
+    // The system's font is what fontconfig has for "system-ui", else its default sans-serif font.
+    std::unique_ptr<TextLine> makeLine(const std::string& text, const TextFont& font) override;
+};
+
+} // namespace glimto

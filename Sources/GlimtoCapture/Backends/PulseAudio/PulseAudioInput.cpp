@@ -1,0 +1,113 @@
+#include "Backends/PulseAudio/PulseAudioInput.h"
+
+#include <chrono>
+#include <exception>
+#include <utility>
+
+#include <pulse/context.h>
+#include <pulse/subscribe.h>
+
+#include "Support/Errors.h"
+#include "Support/TimeStamps.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr const char* threadLabel = "glimto.capture.sound";
+constexpr std::size_t threadStackBytes = 512 * 1024;
+// Above everything that the thread itself waits for.
+constexpr std::chrono::seconds startTimeout{20};
+
+} // namespace
+
+PulseAudioInput::PulseAudioInput() = default;
+
+PulseAudioInput::~PulseAudioInput() = default;
+
+AudioInputStart PulseAudioInput::start(Handlers handlers)
+{
+    handlers_ = std::move(handlers);
+    auto outcome = started_.get_future();
+    try {
+        thread_ = std::make_unique<NamedThread>(threadLabel, threadStackBytes, [this] { runGuarded(); });
+    } catch (const std::exception&) {
+        return AudioInputStart::notRunning;
+    }
+    if (outcome.wait_for(startTimeout) == std::future_status::ready) {
+        const auto result = outcome.get();
+        if (result == AudioInputStart::running)
+            return result;
+        stop();
+        return result;
+    }
+    stop();
+    return AudioInputStart::notRunning;
+}
+
+void PulseAudioInput::stop()
+{
+    if (!thread_)
+        return;
+    loop_.end();
+    thread_.reset();
+}
+
+void PulseAudioInput::runGuarded()
+{
+    std::string failure;
+    try {
+        run();
+    } catch (const std::exception& error) {
+        failure = error.what();
+    }
+    if (!failure.empty() && hasStarted_ && !loop_.mustEnd() && handlers_.onFailed)
+        handlers_.onFailed(failure);
+    didStart(AudioInputStart::notRunning);
+}
+
+void PulseAudioInput::didStart(AudioInputStart outcome)
+{
+    if (!std::exchange(hasStarted_, true))
+        started_.set_value(outcome);
+}
+
+std::unique_ptr<PulseRecordStream> PulseAudioInput::openStream(
+    PulseConnection& connection, const PulseSource& source)
+{
+    watchedSource_ = source.index;
+    return std::make_unique<PulseRecordStream>(
+        connection, source, pulseServerTiming(connection), [this](const AudioBuffer& buffer) { handlers_.onBuffer(buffer); });
+}
+
+void PulseAudioInput::watchDevices(PulseConnection& connection)
+{
+    outputsChanged_ = false;
+    removedSource_.reset();
+    pa_context_set_subscribe_callback(
+        connection.get(),
+        [](pa_context* context, pa_subscription_event_type_t event, std::uint32_t index, void* self) {
+            onDeviceEvent(context, static_cast<int>(event), index, self);
+        },
+        this);
+    const auto mask = static_cast<pa_subscription_mask_t>(
+        PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_SOURCE | PA_SUBSCRIPTION_MASK_SINK);
+    connection.finish(pa_context_subscribe(connection.get(), mask,
+                          [](pa_context*, int, void*) {}, nullptr),
+        "The sound server does not tell of its devices");
+}
+
+void PulseAudioInput::onDeviceEvent(pa_context*, int event, std::uint32_t index, void* self)
+{
+    auto& input = *static_cast<PulseAudioInput*>(self);
+    const int facility = event & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
+    const bool isRemoval = (event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) == PA_SUBSCRIPTION_EVENT_REMOVE;
+    const bool isChange = (event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) == PA_SUBSCRIPTION_EVENT_CHANGE;
+    // The volume of an output changes often, and is none of these.
+    if (facility == PA_SUBSCRIPTION_EVENT_SERVER || (facility == PA_SUBSCRIPTION_EVENT_SINK && !isChange))
+        input.outputsChanged_ = true;
+    if (facility == PA_SUBSCRIPTION_EVENT_SOURCE && isRemoval && input.watchedSource_ == index)
+        input.removedSource_ = index;
+}
+
+} // namespace glimto

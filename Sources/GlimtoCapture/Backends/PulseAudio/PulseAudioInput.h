@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <future>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Backends/PulseAudio/PulseConnection.h"
+#include "Backends/PulseAudio/PulseRecordStream.h"
+#include "Platform/AudioInput.h"
+#include "Support/NamedThread.h"
+
+namespace glimto {
+
+// What microphones and system audio share: a thread that talks to the sound server and calls the handlers.
+class PulseAudioInput : public AudioInput {
+public:
+    PulseAudioInput();
+
+    AudioInputStart start(Handlers handlers) final;
+    void stop() final;
+
+protected:
+    // Derived classes stop() in their destructors: the thread uses them.
+    ~PulseAudioInput() override;
+
+    // The life of the thread. Returns when the loop must end or the input is over. What it throws before
+    // didStart() lets the start fail; afterwards it is a failure of the input.
+    virtual void run() = 0;
+
+    PulseMainloop& loop() { return loop_; }
+    const Handlers& handlers() const { return handlers_; }
+
+    // Lets start() return; only the first call counts.
+    void didStart(AudioInputStart outcome);
+    bool hasStarted() const { return hasStarted_; }
+
+    // Sound that goes to the handlers.
+    std::unique_ptr<PulseRecordStream> openStream(PulseConnection& connection, const PulseSource& source);
+
+    // Watches devices come, go and change, from now on.
+    void watchDevices(PulseConnection& connection);
+
+    // Whether the default output may have changed, or `source` has gone, since watchDevices().
+    bool outputsChanged() const { return outputsChanged_; }
+    void clearOutputsChanged() { outputsChanged_ = false; }
+    bool isRemoved(std::uint32_t source) const { return removedSource_ == source; }
+
+private:
+    void runGuarded();
+    static void onDeviceEvent(pa_context* context, int event, std::uint32_t index, void* self);
+
+    PulseMainloop loop_;
+    Handlers handlers_;
+    std::promise<AudioInputStart> started_;
+    bool hasStarted_ = false; // on the thread
+    bool outputsChanged_ = false;
+    std::optional<std::uint32_t> watchedSource_;
+    std::optional<std::uint32_t> removedSource_;
+    std::unique_ptr<NamedThread> thread_;
+};
+
+} // namespace glimto

@@ -1,0 +1,116 @@
+#include "Backends/PulseAudio/PulseConnection.h"
+
+#include <algorithm>
+#include <limits>
+
+#include <pulse/context.h>
+#include <pulse/error.h>
+#include <pulse/mainloop.h>
+#include <pulse/operation.h>
+#include <pulse/proplist.h>
+
+#include "Support/TimeStamps.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr std::int64_t nanosecondsPerMicrosecond = 1000;
+
+PlatformError noServer(int code)
+{
+    return {"PulseAudio", code,
+        "No sound server answers (" + std::string(pa_strerror(code))
+            + "). Start PulseAudio, or PipeWire with pipewire-pulse, or let PULSE_SERVER name the one to use."};
+}
+
+} // namespace
+
+PulseMainloop::PulseMainloop()
+    : loop_(pa_mainloop_new())
+{
+    if (!loop_)
+        throw PlatformError("PulseAudio", PA_ERR_INTERNAL, "The sound library could not be prepared.");
+}
+
+void PulseMainloop::iterate(std::int64_t deadline)
+{
+    if (mustEnd_)
+        return;
+    // Rounded up, or the last microsecond would be spent in a circle.
+    const std::int64_t left = std::max<std::int64_t>(0, deadline - hostTimeNanoseconds());
+    const auto microseconds = std::min<std::int64_t>(
+        (left + nanosecondsPerMicrosecond - 1) / nanosecondsPerMicrosecond, std::numeric_limits<int>::max());
+    if (pa_mainloop_prepare(loop_.get(), static_cast<int>(microseconds)) < 0)
+        return end();
+    if (pa_mainloop_poll(loop_.get()) < 0 || pa_mainloop_dispatch(loop_.get()) < 0)
+        end();
+}
+
+bool PulseMainloop::wait(const std::function<bool()>& condition, std::int64_t deadline)
+{
+    while (!condition()) {
+        if (mustEnd_ || hostTimeNanoseconds() >= deadline)
+            return false;
+        iterate(deadline);
+    }
+    return true;
+}
+
+void PulseMainloop::end()
+{
+    mustEnd_ = true;
+    pa_mainloop_wakeup(loop_.get());
+}
+
+PulseConnection::PulseConnection(PulseMainloop& loop)
+    : loop_(loop)
+{
+    const PulsePropertiesHandle properties(pa_proplist_new());
+    pa_proplist_sets(properties.get(), PA_PROP_APPLICATION_NAME, "Glimto Capture");
+    pa_proplist_sets(properties.get(), PA_PROP_APPLICATION_ID, "com.glimto.capture");
+    context_.reset(
+        pa_context_new_with_proplist(pa_mainloop_get_api(loop.get()), "Glimto Capture", properties.get()));
+    if (!context_)
+        throw PlatformError("PulseAudio", PA_ERR_INTERNAL, "The sound library could not be prepared.");
+    if (pa_context_connect(context_.get(), nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)
+        throw noServer(pa_context_errno(context_.get()));
+    waitUntilReady();
+}
+
+void PulseConnection::waitUntilReady()
+{
+    const auto isDecided = [this] {
+        const auto state = pa_context_get_state(context_.get());
+        return state == PA_CONTEXT_READY || !PA_CONTEXT_IS_GOOD(state);
+    };
+    if (!loop_.wait(isDecided, hostTimeNanoseconds() + answerTimeout))
+        throw noServer(PA_ERR_TIMEOUT);
+    if (!isAlive())
+        throw noServer(pa_context_errno(context_.get()));
+}
+
+bool PulseConnection::isAlive() const
+{
+    return PA_CONTEXT_IS_GOOD(pa_context_get_state(context_.get()));
+}
+
+void PulseConnection::finish(pa_operation* operation, const std::string& what)
+{
+    if (!operation)
+        throw error(what);
+    const PulseOperationHandle handle(operation);
+    const auto isOver = [&] { return pa_operation_get_state(operation) != PA_OPERATION_RUNNING; };
+    if (!loop_.wait(isOver, hostTimeNanoseconds() + answerTimeout))
+        throw PlatformError("PulseAudio", PA_ERR_TIMEOUT, what + ": " + pa_strerror(PA_ERR_TIMEOUT));
+    if (pa_operation_get_state(operation) == PA_OPERATION_CANCELLED)
+        throw error(what);
+}
+
+PlatformError PulseConnection::error(const std::string& what) const
+{
+    const int code = pa_context_errno(context_.get());
+    return {"PulseAudio", code, what + ": " + pa_strerror(code)};
+}
+
+} // namespace glimto

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "Backends/PulseAudio/PulseHandles.h"
+#include "Support/Errors.h"
+
+namespace glimto {
+
+// Runs the sound server's library, always on the thread that calls it. No call to the server waits for
+// longer than the caller allows.
+class PulseMainloop {
+public:
+    // Throws PlatformError when the system has no descriptors left.
+    PulseMainloop();
+
+    pa_mainloop* get() const { return loop_.get(); }
+
+    // Works off what is there, after waiting for something until `deadline` on the host clock. Returns at
+    // once after end().
+    void iterate(std::int64_t deadline);
+
+    // Iterates until `condition` holds; false when the deadline passed or end() was called before.
+    bool wait(const std::function<bool()>& condition, std::int64_t deadline);
+
+    // Lets every wait return from now on. Any thread.
+    void end();
+    bool mustEnd() const { return mustEnd_; }
+
+private:
+    PulseMainloopHandle loop_;
+    std::atomic<bool> mustEnd_ = false;
+};
+
+// A connection to the sound server that the environment names; no server is ever started for it.
+class PulseConnection {
+public:
+    static constexpr std::int64_t answerTimeout = 5'000'000'000; // ns
+
+    // Throws PlatformError "No sound server answers ..." when there is none, and after five seconds when it
+    // does not answer. `loop` outlives the connection.
+    explicit PulseConnection(PulseMainloop& loop);
+
+    pa_context* get() const { return context_.get(); }
+    PulseMainloop& loop() const { return loop_; }
+
+    bool isAlive() const;
+
+    // Waits for the end of an operation that has just begun. Throws PlatformError with `what` when it could
+    // not begin, the connection breaks, or the server does not answer within five seconds.
+    void finish(pa_operation* operation, const std::string& what);
+
+    // The library's last error on this connection.
+    PlatformError error(const std::string& what) const;
+
+private:
+    void waitUntilReady();
+
+    PulseMainloop& loop_;
+    PulseContextHandle context_;
+};
+
+} // namespace glimto

@@ -1,0 +1,204 @@
+#include "Backends/PulseAudio/PulseRecordStream.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <span>
+#include <utility>
+
+#include <pulse/stream.h>
+#include <sys/time.h>
+
+#include "Support/TimeStamps.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr std::int64_t millisecond = 1'000'000;
+constexpr std::int64_t timingInterval = 250 * millisecond;
+// Whoever waits looks so often what state things are in.
+constexpr std::int64_t longestRest = 500 * millisecond;
+constexpr std::int64_t openingRest = 10 * millisecond;
+constexpr std::int64_t nanosecondsPerMicrosecond = 1000;
+
+// By place in the order of mixing.
+constexpr std::array channelOrder = {PA_CHANNEL_POSITION_FRONT_LEFT, PA_CHANNEL_POSITION_FRONT_RIGHT,
+    PA_CHANNEL_POSITION_FRONT_CENTER, PA_CHANNEL_POSITION_LFE, PA_CHANNEL_POSITION_REAR_CENTER,
+    PA_CHANNEL_POSITION_REAR_LEFT, PA_CHANNEL_POSITION_REAR_RIGHT, PA_CHANNEL_POSITION_SIDE_LEFT,
+    PA_CHANNEL_POSITION_SIDE_RIGHT};
+
+std::ptrdiff_t orderOf(pa_channel_position_t position)
+{
+    return std::find(channelOrder.begin(), channelOrder.end(), position) - channelOrder.begin();
+}
+
+std::int64_t nanosecondsSince(const timeval& wallTime)
+{
+    timeval now = {};
+    ::gettimeofday(&now, nullptr);
+    return (std::int64_t{now.tv_sec} - wallTime.tv_sec) * 1'000'000'000
+        + (std::int64_t{now.tv_usec} - wallTime.tv_usec) * nanosecondsPerMicrosecond;
+}
+
+} // namespace
+
+pa_channel_map recordedChannelMap(const pa_channel_map& source)
+{
+    pa_channel_map map = source;
+    const auto end = map.map + map.channels;
+    std::sort(map.map, end, [](auto a, auto b) { return orderOf(a) < orderOf(b); });
+    const bool hasPlaces
+        = std::all_of(map.map, end, [](auto position) { return orderOf(position) < std::ssize(channelOrder); })
+        && std::adjacent_find(map.map, end) == end;
+    return hasPlaces ? map : source;
+}
+
+PulseRecordStream::PulseRecordStream(PulseConnection& connection, const PulseSource& source,
+    const PulseServerTiming& serverTiming, SteadySound::Output output)
+    : connection_(connection)
+    , source_(source)
+    , serverTiming_(serverTiming)
+    , sound_(static_cast<int>(source.sampleSpec.rate), source.sampleSpec.channels, std::move(output))
+    , silentSince_(hostTimeNanoseconds())
+{
+    // Every sample type but 32-bit integers fits into float without loss, and resampling needs float.
+    const pa_sample_spec spec
+        = {.format = PA_SAMPLE_FLOAT32NE, .rate = source.sampleSpec.rate, .channels = source.sampleSpec.channels};
+    const pa_channel_map map = recordedChannelMap(source.channelMap);
+    stream_.reset(pa_stream_new(connection.get(), "Recording", &spec, &map));
+    if (!stream_)
+        throw connection.error("The sound server refuses to record from " + source.name);
+    pa_stream_set_moved_callback(stream_.get(), &PulseRecordStream::onMoved, this);
+    pa_stream_set_suspended_callback(stream_.get(), &PulseRecordStream::onSuspended, this);
+    const auto fragment = static_cast<std::uint32_t>(pa_usec_to_bytes(serverTiming_.latency, &spec));
+    constexpr auto whatServerLikes = static_cast<std::uint32_t>(-1);
+    const pa_buffer_attr attributes = {.maxlength = whatServerLikes,
+        .tlength = whatServerLikes,
+        .prebuf = whatServerLikes,
+        .minreq = whatServerLikes,
+        .fragsize = fragment};
+    const auto flags = static_cast<pa_stream_flags_t>(
+        PA_STREAM_DONT_MOVE | PA_STREAM_ADJUST_LATENCY | PA_STREAM_START_UNMUTED);
+    if (pa_stream_connect_record(stream_.get(), source.name.c_str(), &attributes, flags) < 0)
+        throw connection.error("The sound server refuses to record from " + source.name);
+}
+
+PulseRecordStream::State PulseRecordStream::state() const
+{
+    const auto state = pa_stream_get_state(stream_.get());
+    if (state == PA_STREAM_CREATING || state == PA_STREAM_UNCONNECTED)
+        return State::opening;
+    if (state != PA_STREAM_READY || !connection_.isAlive())
+        return State::ended;
+    if (wasMoved_ || pa_stream_get_device_index(stream_.get()) != source_.index)
+        return State::moved;
+    const bool isOverdue = timing_.isAsked && !timing_.isAnswered
+        && hostTimeNanoseconds() - timing_.askedAt > PulseConnection::answerTimeout;
+    return isOverdue ? State::hung : State::recording;
+}
+
+std::int64_t PulseRecordStream::work()
+{
+    const std::int64_t now = hostTimeNanoseconds();
+    if (state() != State::recording)
+        return now + openingRest;
+    if (std::exchange(wasSuspended_, false))
+        sound_.didPause();
+    takeTiming(now);
+    if (takeSound(now))
+        askForTiming(now);
+    sound_.deliver(now);
+    return std::min(now + longestRest, sound_.nextDelivery());
+}
+
+void PulseRecordStream::finish()
+{
+    work();
+    sound_.deliver(hostTimeNanoseconds());
+}
+
+void PulseRecordStream::takeTiming(std::int64_t now)
+{
+    if (!timing_.isAnswered)
+        return;
+    timingRequest_.reset();
+    timing_.isAsked = timing_.isAnswered = false;
+    if (timing_.isUsable)
+        sound_.observe(timing_.heardAt);
+    timing_.nextAt = now + (sound_.isWaitingForReports() ? 0 : timingInterval);
+}
+
+// Whether anything came.
+bool PulseRecordStream::takeSound(std::int64_t now)
+{
+    bool hasCome = false;
+    while (pa_stream_readable_size(stream_.get()) > 0) {
+        const void* data = nullptr;
+        std::size_t size = 0;
+        if (pa_stream_peek(stream_.get(), &data, &size) < 0 || size == 0)
+            break;
+        hasCome = true;
+        silentSince_ = now;
+        const bool wasWaiting = sound_.isWaitingForReports();
+        if (data)
+            sound_.append({static_cast<const float*>(data), size / sizeof(float)}, now);
+        else
+            sound_.appendSilence(size / sizeof(float) / source_.sampleSpec.channels, now);
+        pa_stream_drop(stream_.get());
+        if (!wasWaiting && sound_.isWaitingForReports())
+            timing_.nextAt = now;
+    }
+    return hasCome;
+}
+
+// Only when sound has just come: sources that hand on whole blocks and know nothing of their own delay report
+// the time since the last block as if it were part of it.
+void PulseRecordStream::askForTiming(std::int64_t now)
+{
+    if (timing_.isAsked || now < timing_.nextAt)
+        return;
+    timingRequest_.reset(pa_stream_update_timing_info(stream_.get(), &PulseRecordStream::onTiming, this));
+    timing_.isAsked = timingRequest_ != nullptr;
+    timing_.askedAt = now;
+}
+
+void PulseRecordStream::onTiming(pa_stream*, int success, void* self)
+{
+    static_cast<PulseRecordStream*>(self)->didGetTiming(success != 0);
+}
+
+// Called before the sound that arrived behind the answer is taken in: the library counts that out itself.
+void PulseRecordStream::didGetTiming(bool success)
+{
+    timing_.isAnswered = true;
+    timing_.isUsable = false;
+    const pa_timing_info* const info = pa_stream_get_timing_info(stream_.get());
+    if (!success || !info || info->read_index_corrupt != 0 || info->write_index_corrupt != 0)
+        return;
+    // The server looked at its clocks between our question and now; its wall clock tells when, unless one
+    // was set meanwhile.
+    const std::int64_t now = hostTimeNanoseconds();
+    const std::int64_t age = std::clamp<std::int64_t>(nanosecondsSince(info->timestamp), 0, now - timing_.askedAt);
+    const auto waiting = std::max<std::int64_t>(0, info->write_index - info->read_index);
+    const auto inServer = pa_bytes_to_usec(
+        static_cast<std::uint64_t>(waiting), pa_stream_get_sample_spec(stream_.get()));
+    // What a monitor hears is played only later.
+    const std::int64_t delay = static_cast<std::int64_t>(inServer) + static_cast<std::int64_t>(info->source_usec)
+        - static_cast<std::int64_t>(info->sink_usec)
+        - (source_.isMonitor ? static_cast<std::int64_t>(serverTiming_.unreportedMonitorDelay) : 0);
+    timing_.heardAt = now - age - delay * nanosecondsPerMicrosecond;
+    timing_.isUsable = true;
+}
+
+void PulseRecordStream::onMoved(pa_stream*, void* self)
+{
+    static_cast<PulseRecordStream*>(self)->wasMoved_ = true;
+}
+
+void PulseRecordStream::onSuspended(pa_stream*, void* self)
+{
+    static_cast<PulseRecordStream*>(self)->wasSuspended_ = true;
+}
+
+} // namespace glimto

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Backends/PulseAudio/PulseConnection.h"
+#include "Backends/PulseAudio/PulseDevices.h"
+#include "Backends/PulseAudio/SteadySound.h"
+
+namespace glimto {
+
+// One stream that records from one source and from no other.
+//
+// Calls are made between iterations of the connection's loop; that is where sound is handed out, too.
+class PulseRecordStream {
+public:
+    // Asks the server for the stream. Throws PlatformError when it refuses at once. The connection outlives
+    // the stream.
+    PulseRecordStream(PulseConnection& connection, const PulseSource& source,
+        const PulseServerTiming& serverTiming, SteadySound::Output output);
+
+    PulseRecordStream(const PulseRecordStream&) = delete;
+    PulseRecordStream& operator=(const PulseRecordStream&) = delete;
+
+    // Takes in what has arrived and asks the server for its timing when that is due. Returns the host time
+    // at which to come again even if nothing arrives.
+    std::int64_t work();
+
+    // Hands out what is left and has been heard by now.
+    void finish();
+
+    enum class State {
+        opening,
+        recording,
+        ended, // by the server, or as the connection broke
+        moved, // the server made it record another device
+        hung, // the server has not answered for five seconds
+    };
+    State state() const;
+
+    bool hasDelivered() const { return sound_.hasDelivered(); }
+    bool hasArrived() const { return sound_.appendedFrames() > 0; }
+
+    // Since when nothing has come, on the host clock.
+    std::int64_t silentSince() const { return silentSince_; }
+
+    std::uint32_t sourceIndex() const { return source_.index; }
+
+private:
+    struct Timing {
+        bool isAsked = false;
+        bool isAnswered = false;
+        std::int64_t askedAt = 0;
+        std::int64_t nextAt = 0;
+        std::int64_t heardAt = 0; // the next frame to be read
+        bool isUsable = false;
+    };
+
+    void takeTiming(std::int64_t now);
+    bool takeSound(std::int64_t now);
+    void askForTiming(std::int64_t now);
+    void didGetTiming(bool success);
+
+    static void onTiming(pa_stream* stream, int success, void* self);
+    static void onMoved(pa_stream* stream, void* self);
+    static void onSuspended(pa_stream* stream, void* self);
+
+    PulseConnection& connection_;
+    const PulseSource source_;
+    const PulseServerTiming serverTiming_;
+    SteadySound sound_;
+    Timing timing_;
+    std::int64_t silentSince_;
+    bool wasMoved_ = false;
+    bool wasSuspended_ = false;
+    PulseStreamHandle stream_;
+    PulseOperationHandle timingRequest_; // after the stream: cancelled first
+};
+
+// The channels of a source in the order in which mixing takes them (left, right, center, low frequencies,
+// back center, surround); as the source has them when they have no such places.
+pa_channel_map recordedChannelMap(const pa_channel_map& source);
+
+} // namespace glimto

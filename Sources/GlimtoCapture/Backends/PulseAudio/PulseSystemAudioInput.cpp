@@ -1,0 +1,121 @@
+#include "Backends/PulseAudio/PulseSystemAudioInput.h"
+
+#include <utility>
+
+#include "Support/Errors.h"
+#include "Support/TimeStamps.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr std::int64_t second = 1'000'000'000;
+constexpr std::int64_t retryInterval = second;
+// An output on which nothing is played may deliver nothing.
+constexpr std::int64_t firstSoundPatience = second / 2;
+
+const char* const outputChanged
+    = "the sound output changed; system audio follows the new one, what was played in between is missing";
+const char* const serverGone
+    = "the sound server stopped; system audio is silent until it is back";
+
+} // namespace
+
+PulseSystemAudioInput::~PulseSystemAudioInput()
+{
+    stop();
+}
+
+void PulseSystemAudioInput::run()
+{
+    began_ = hostTimeNanoseconds();
+    while (!loop().mustEnd()) {
+        try {
+            PulseConnection connection(loop());
+            recordOutputs(connection);
+        } catch (const PlatformError&) {
+            // The server is away, or on its way out or in.
+        }
+        if (!hasStarted())
+            return;
+        if (!loop().mustEnd())
+            interrupt(serverGone);
+        pause();
+    }
+}
+
+// Returns when the connection is of no use any more.
+void PulseSystemAudioInput::recordOutputs(PulseConnection& connection)
+{
+    watchDevices(connection);
+    while (!loop().mustEnd() && connection.isAlive()) {
+        clearOutputsChanged();
+        const auto sink = defaultPulseSink(connection);
+        const auto source = sink ? findPulseSource(connection, sink->monitorName) : std::nullopt;
+        bool isFruitless = true;
+        if (source) {
+            const auto stream = openStream(connection, *source);
+            record(connection, *stream, sink->name);
+            if (stream->state() == PulseRecordStream::State::hung)
+                return;
+            stream->finish();
+            isFruitless = !stream->hasArrived();
+        }
+        if (!hasStarted() || loop().mustEnd() || !connection.isAlive())
+            return;
+        interrupt(outputChanged);
+        if (isFruitless)
+            waitForOutputs(connection);
+    }
+}
+
+// Returns when this is no longer what is to be recorded.
+void PulseSystemAudioInput::record(
+    PulseConnection& connection, PulseRecordStream& stream, const std::string& sinkName)
+{
+    while (!loop().mustEnd() && connection.isAlive() && !isRemoved(stream.sourceIndex())) {
+        const std::int64_t next = stream.work();
+        const auto state = stream.state();
+        if (state != PulseRecordStream::State::opening && state != PulseRecordStream::State::recording)
+            return;
+        lookAtStart(stream);
+        if (outputsChanged()) {
+            clearOutputsChanged();
+            const auto sink = defaultPulseSink(connection);
+            if (!sink || sink->name != sinkName)
+                return;
+        }
+        loop().iterate(next);
+    }
+}
+
+void PulseSystemAudioInput::lookAtStart(const PulseRecordStream& stream)
+{
+    if (hasStarted())
+        return;
+    const std::int64_t passed = hostTimeNanoseconds() - began_;
+    const bool isReady = stream.state() == PulseRecordStream::State::recording;
+    if (stream.hasDelivered() || (isReady && passed > firstSoundPatience))
+        didStart(AudioInputStart::running);
+    else if (passed > PulseConnection::answerTimeout)
+        didStart(AudioInputStart::notRunning);
+}
+
+void PulseSystemAudioInput::waitForOutputs(PulseConnection& connection)
+{
+    const auto isWorthATry = [&] { return outputsChanged() || !connection.isAlive(); };
+    loop().wait(isWorthATry, hostTimeNanoseconds() + retryInterval);
+}
+
+void PulseSystemAudioInput::interrupt(const std::string& description)
+{
+    if (!std::exchange(wasInterrupted_, true) && handlers().onInterrupted)
+        handlers().onInterrupted(description);
+}
+
+void PulseSystemAudioInput::pause()
+{
+    loop().wait([] { return false; }, hostTimeNanoseconds() + retryInterval);
+}
+
+} // namespace glimto

@@ -1,0 +1,123 @@
+#include "Backends/Tesseract/TextLanguages.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include <tesseract/baseapi.h>
+
+namespace glimto {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr std::string_view suffix = ".traineddata";
+constexpr std::string_view english = "eng";
+
+struct Script {
+    std::string_view name;
+    std::string_view languages; // separated by spaces
+};
+
+constexpr std::array scripts = {
+    Script{"Arabic", "ara fas pus snd uig urd"},
+    Script{"Armenian", "hye"},
+    Script{"Bengali", "asm ben"},
+    Script{"Canadian_Aboriginal", "iku"},
+    Script{"Cherokee", "chr"},
+    Script{"Cyrillic", "bel bul kaz kir mkd mon rus srp tat tgk ukr uzb_cyrl"},
+    Script{"Devanagari", "hin mar nep san"},
+    Script{"Ethiopic", "amh tir"},
+    Script{"Georgian", "kat kat_old"},
+    Script{"Greek", "ell grc"},
+    Script{"Gujarati", "guj"},
+    Script{"Gurmukhi", "pan"},
+    Script{"Han", "chi_sim chi_tra jpn"},
+    Script{"Hangul", "kor"},
+    Script{"Hebrew", "heb yid"},
+    Script{"Kannada", "kan"},
+    Script{"Khmer", "khm"},
+    Script{"Lao", "lao"},
+    Script{"Malayalam", "mal"},
+    Script{"Myanmar", "mya"},
+    Script{"Oriya", "ori"},
+    Script{"Sinhala", "sin"},
+    Script{"Syriac", "syr"},
+    Script{"Tamil", "tam"},
+    Script{"Telugu", "tel"},
+    Script{"Thaana", "div"},
+    Script{"Thai", "tha"},
+    Script{"Tibetan", "bod dzo"},
+};
+
+bool holdsWord(std::string_view words, std::string_view word)
+{
+    for (std::size_t at = words.find(word); at != std::string_view::npos; at = words.find(word, at + 1)) {
+        const std::size_t end = at + word.size();
+        if ((at == 0 || words[at - 1] == ' ') && (end == words.size() || words[end] == ' '))
+            return true;
+    }
+    return false;
+}
+
+bool isRunningText(std::string_view language)
+{
+    return language != "osd" && language != "equ" && !language.ends_with("_vert");
+}
+
+// The stems of the language files in `folder`, sorted.
+std::vector<std::string> namesIn(const std::filesystem::path& folder)
+{
+    std::vector<std::string> names;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        std::error_code ignored;
+        const std::string name = entry->path().filename().string();
+        if (!name.ends_with(suffix) || !entry->is_regular_file(ignored))
+            continue;
+        std::string stem = name.substr(0, name.size() - suffix.size());
+        if (!stem.empty() && isRunningText(stem))
+            names.push_back(std::move(stem));
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+} // namespace
+
+std::filesystem::path languageFolder()
+{
+    tesseract::TessBaseAPI api;
+    api.SetVariable("debug_file", "/dev/null");
+    // The folder is known even when the language is not, and no language has no name.
+    api.Init(nullptr, "-", tesseract::OEM_LSTM_ONLY);
+    return api.GetDatapath();
+}
+
+std::vector<std::string> languagesIn(const std::filesystem::path& folder)
+{
+    std::vector<std::string> names = namesIn(folder);
+    if (names.empty()) {
+        for (const auto& script : namesIn(folder / "script"))
+            names.push_back("script/" + script);
+    }
+    std::stable_partition(
+        names.begin(), names.end(), [](const std::string& name) { return name == english; });
+    return names;
+}
+
+std::string scriptOf(const std::string& language)
+{
+    constexpr std::string_view folder = "script/";
+    if (language.starts_with(folder))
+        return language.substr(folder.size());
+    const auto script = std::find_if(scripts.begin(), scripts.end(),
+        [&language](const Script& candidate) { return holdsWord(candidate.languages, language); });
+    return std::string(script == scripts.end() ? "Latin"sv : script->name);
+}
+
+} // namespace glimto

@@ -1,0 +1,98 @@
+#include "Backends/Tesseract/TextReader.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include <leptonica/allheaders.h>
+#include <omp.h>
+#include <tesseract/baseapi.h>
+#include <tesseract/resultiterator.h>
+
+#include "Support/Errors.h"
+
+namespace glimto {
+
+namespace {
+
+std::string joined(const std::vector<std::string>& languages)
+{
+    std::string text;
+    for (const auto& language : languages)
+        text += (text.empty() ? "" : "+") + language;
+    return text;
+}
+
+bool isLetterOrDigit(char character)
+{
+    const auto byte = static_cast<unsigned char>(character);
+    // Beyond ASCII nearly all is letters: they count by their first byte.
+    return (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z')
+        || byte >= 0xc0;
+}
+
+// Icons and edges read as a few characters that Tesseract is not sure of. What is longer is text, though
+// perhaps with errors.
+bool looksLikeText(const RecognizedLine& line)
+{
+    constexpr std::ptrdiff_t fewCharacters = 3;
+    constexpr float sureOfFew = 50;
+    constexpr float sureOfMany = 10;
+    const auto characters = std::count_if(line.text.begin(), line.text.end(), isLetterOrDigit);
+    return line.confidence >= (characters <= fewCharacters ? sureOfFew : sureOfMany);
+}
+
+std::string textOf(const tesseract::ResultIterator& line)
+{
+    const std::unique_ptr<char[]> text(line.GetUTF8Text(tesseract::RIL_TEXTLINE));
+    return text ? text.get() : "";
+}
+
+} // namespace
+
+TextReader::TextReader(const std::vector<std::string>& languages)
+    : api_(std::make_unique<tesseract::TessBaseAPI>())
+{
+    // Tesseract asks for four threads, which spend most of their time waiting for each other in a loop.
+    omp_set_max_active_levels(0);
+    setMsgSeverity(L_SEVERITY_NONE);
+    api_->SetVariable("debug_file", "/dev/null");
+    const std::string names = joined(languages);
+    if (api_->Init(nullptr, names.c_str(), tesseract::OEM_LSTM_ONLY) != 0)
+        throw PlatformError("tesseract", 0, "The language data of " + names + " could not be loaded.");
+}
+
+TextReader::~TextReader() = default;
+
+std::vector<RecognizedLine> TextReader::read(const TextPicture& picture)
+{
+    auto lines = readAs(picture, tesseract::PSM_AUTO);
+    if (!lines.empty())
+        return lines;
+    // The analysis of pages passes over a single word; looking for any sees words in icons, too.
+    constexpr float sureOfAny = 75;
+    lines = readAs(picture, tesseract::PSM_SPARSE_TEXT);
+    std::erase_if(lines, [](const RecognizedLine& line) { return line.confidence < sureOfAny; });
+    return lines;
+}
+
+std::vector<RecognizedLine> TextReader::readAs(const TextPicture& picture, int pageSegmentation)
+{
+    api_->SetPageSegMode(static_cast<tesseract::PageSegMode>(pageSegmentation));
+    api_->SetImage(picture.pixels.get());
+    std::vector<RecognizedLine> lines;
+    if (api_->Recognize(nullptr) != 0)
+        return lines;
+    const std::unique_ptr<tesseract::ResultIterator> line(api_->GetIterator());
+    if (!line)
+        return lines;
+    do {
+        RecognizedLine found{textOf(*line), line->Confidence(tesseract::RIL_TEXTLINE)};
+        while (!found.text.empty() && (found.text.back() == '\n' || found.text.back() == ' '))
+            found.text.pop_back();
+        if (!found.text.empty() && looksLikeText(found))
+            lines.push_back(std::move(found));
+    } while (line->Next(tesseract::RIL_TEXTLINE));
+    return lines;
+}
+
+} // namespace glimto

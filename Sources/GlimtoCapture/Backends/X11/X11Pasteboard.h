@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Platform/Pasteboard.h"
+
+namespace glimto {
+
+// The CLIPBOARD selection (ICCCM, section 2).
+//
+// A selection's contents are asked of its owner each time, so the owner has to live on: setPNG() starts this
+// program once more, as a small process that only offers the picture (X11PasteboardOwner.h), and hears from
+// it whether it got the selection.
+class X11Pasteboard final : public Pasteboard {
+public:
+    // Waits at most 5 seconds. When it gives false, no process is left behind. In a Wayland session it is
+    // false: that clipboard is another one.
+    bool setPNG(std::span<const std::byte> data) override;
+};
+
+} // namespace glimto

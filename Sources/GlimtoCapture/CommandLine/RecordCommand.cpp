@@ -1,0 +1,133 @@
+#include "CommandLine/RecordCommand.h"
+
+#include "CommandLine/OpenCommand.h"
+#include "Lifecycle/GlimtoCaptureLifecycleError.h"
+#include "Recording/ScreenSegmentRecorder.h"
+#include "Support/Errors.h"
+#include "Support/JSONText.h"
+#include "Upload/RecordingUploadReport.h"
+#include "Upload/RecordingUploadRun.h"
+
+namespace glimto {
+
+namespace {
+
+// The code that an error brings with it.
+std::optional<std::string> ownCode(const std::exception_ptr& error)
+{
+    try {
+        std::rethrow_exception(error);
+    } catch (const GlimtoCaptureLifecycleError& lifecycleError) {
+        return lifecycleError.code();
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+RecordCommand::RecordCommand(PlatformServices& services, Outputs outputs)
+    : services_(services)
+    , outputs_(outputs)
+    , emitter_(outputs.standardOutput)
+{
+}
+
+void RecordCommand::run(const RecordOptions& options)
+{
+    recordingId_ = GlimtoCaptureEventEmitter::recordingId(options);
+    try {
+        announceLaunch(options);
+        if (options.upload)
+            recordAndUpload(options);
+        else
+            recordLocally(options);
+    } catch (...) {
+        reportFailure(std::current_exception());
+        throw;
+    }
+}
+
+void RecordCommand::announceLaunch(const RecordOptions& options) const
+{
+    std::optional<std::string> pageURL;
+    if (options.upload)
+        pageURL = GlimtoCaptureEventEmitter::recordingPageURL(options.upload->apiBaseURL, recordingId_);
+    emitter_.emit({.kind = "launched", .recordingId = recordingId_, .pageUrl = pageURL});
+    if (pageURL)
+        emitter_.emit({.kind = "page_url", .recordingId = recordingId_, .pageUrl = pageURL});
+}
+
+void RecordCommand::recordLocally(const RecordOptions& options)
+{
+    // A take that has a job may be on its way to a server: opening it says why it is not replaced.
+    if (RecordingUploadJobStore::hasJob(options.outputDirectory))
+        RecordingUploadJobStore(
+            options.outputDirectory, std::nullopt, TakeUse::capturing, managedRoot());
+    record(options, nullptr, nullptr);
+}
+
+void RecordCommand::recordAndUpload(const RecordOptions& options)
+{
+    RecordingUploadJobStore job(
+        options.outputDirectory, options.upload, TakeUse::capturing, managedRoot());
+    recordingId_ = job.read().recordingId;
+    RecordingUploadOptions uploadOptions = *options.upload;
+    uploadOptions.recordingId = recordingId_;
+    RecordOptions known = options;
+    known.upload = uploadOptions;
+
+    SystemUploadClock clock;
+    RecordingUploadRun upload(
+        uploadOptions, job, {services_.http, services_.textPatterns, clock, outputs_});
+    try {
+        upload.start();
+        record(
+            known, [&] { upload.captureStarted(); }, [&] { upload.captureFinished(); });
+    } catch (...) {
+        upload.fail(std::current_exception());
+        throw;
+    }
+    isUploading_ = true;
+    emitter_.emitStatus("uploading");
+    const auto result = upload.complete();
+    reportRecordingUploadCompletion(result, uploadOptions.apiBaseURL, outputs_.standardOutput);
+}
+
+void RecordCommand::record(const RecordOptions& options, const std::function<void()>& captureStarted,
+    const std::function<void()>& captureFinished)
+{
+    const auto metadata = ScreenSegmentRecorder(services_, outputs_).record(options, captureStarted);
+    if (captureFinished)
+        captureFinished();
+    if (options.stdoutJSON)
+        outputs_.standardOutput.writeLine(encodeScreenCaptureJSON(toJSON(metadata)));
+    if (options.revealOutput)
+        runOpenCommandOrWarn(
+            OpenAction::revealFile, options.outputDirectory, services_.workspace, outputs_.standardError);
+}
+
+void RecordCommand::reportFailure(const std::exception_ptr& error) const
+{
+    if (isUploading_) {
+        reportRecordingUploadFailure(error, recordingId_, outputs_.standardOutput);
+        return;
+    }
+    const ErrorFacts facts = errorFacts(error);
+    // A permission that was missing brought its own code. Asking again now would blame the permission for
+    // a window system that went away.
+    const auto code = ownCode(error).value_or(
+        GlimtoCaptureEventEmitter::errorCode(facts, std::nullopt, "recording_failed"));
+    emitter_.emit({.kind = "recording_failed",
+        .recordingId = recordingId_,
+        .error = GlimtoCaptureEventError(code, facts),
+        .state = "failed"});
+    emitter_.emitStatus("failed");
+}
+
+std::optional<std::filesystem::path> RecordCommand::managedRoot() const
+{
+    return RecordingUploadJobStore::managedRecordingsRoot(services_.process);
+}
+
+} // namespace glimto

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <span>
+
+#include "Options/ClipboardImageOptions.h"
+#include "Platform/PNGCodec.h"
+#include "Platform/Pasteboard.h"
+
+namespace glimto {
+
+// Puts PNG files on the clipboard, byte for byte. The services outlive it.
+class ClipboardImageWriter {
+public:
+    struct Result {
+        std::filesystem::path path;
+        std::size_t byteCount = 0;
+    };
+
+    ClipboardImageWriter(PNGCodec& codec, Pasteboard& pasteboard);
+
+    // Throws CLIError: "clipboard-image requires --path <png>.", "PNG file does not exist at <path>." when
+    // there is no regular file, what validatePNG() throws, and "Could not write PNG image data to the
+    // clipboard."; PlatformError when the file cannot be read.
+    Result write(const ClipboardImageOptions& options);
+    Result write(const std::filesystem::path& path);
+
+    // Throws CLIError "clipboard-image requires a readable PNG image at <path>." unless the data is a PNG
+    // that can be decoded.
+    void validatePNG(std::span<const std::byte> data, const std::filesystem::path& path);
+
+private:
+    PNGCodec& codec_;
+    Pasteboard& pasteboard_;
+};
+
+} // namespace glimto

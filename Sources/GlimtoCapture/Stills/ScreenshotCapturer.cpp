@@ -1,0 +1,189 @@
+#include "Stills/ScreenshotCapturer.h"
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "Content/ScreenCaptureShareableContent.h"
+#include "Lifecycle/GlimtoCaptureLifecycleError.h"
+#include "Stills/ScreenshotFailure.h"
+#include "Stills/ScreenshotFile.h"
+#include "Stills/ScreenshotFirstFrameOutput.h"
+#include "Stills/ScreenshotImage.h"
+#include "Stills/ScreenshotWatermark.h"
+#include "Support/Errors.h"
+#include "Support/SerialQueue.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr double firstFrameTimeoutSeconds = 8;
+
+// Fonts take as long to load as the screen takes to be looked at, so the watermark has a thread of its own.
+class WatermarkQueue {
+public:
+    explicit WatermarkQueue(TextDrawing& textDrawing)
+        : watermark_(textDrawing)
+        , queue_("glimto.capture.screenshot.watermark")
+    {
+    }
+
+    void prepare(int width, int height)
+    {
+        queue_.post([this, width, height] { watermark_.prepare(width, height); });
+    }
+
+    void apply(StillImage& image)
+    {
+        queue_.sync([&] { watermark_.apply(image); });
+    }
+
+private:
+    ScreenshotWatermark watermark_;
+    SerialQueue queue_; // uses the watermark, so it ends first
+};
+
+// Stops the stream however the wait for its frame ends.
+ScreenshotFrame firstFrame(CaptureStream& stream, ScreenshotFirstFrameOutput& output)
+{
+    try {
+        auto frame = output.waitForFirstFrame(firstFrameTimeoutSeconds);
+        stream.stop();
+        stream.removeOutputs();
+        return frame;
+    } catch (...) {
+        stream.removeOutputs();
+        throw;
+    }
+}
+
+} // namespace
+
+ScreenshotCapturer::ScreenshotCapturer(
+    PlatformServices& services, Outputs outputs, ScreenshotTriggerSystem triggerSystem)
+    : services_(services)
+    , outputs_(outputs)
+    , triggerSystem_(std::move(triggerSystem))
+    , resolver_(services.process, services.screen, outputs.standardError)
+{
+}
+
+ScreenshotMetadataJSON ScreenshotCapturer::capture(const ScreenshotOptions& options)
+{
+    if (!options.outputURL)
+        throw CLIError("screenshot requires --output <png>.");
+    const auto foregroundProcessID = services_.screen.frontmostProcessID();
+    requirePermission();
+    const auto content = ScreenCaptureShareableContent(services_.content).recordingSources();
+    const auto includedGlimtoWindowIDs = options.includedGlimtoWindowIDs
+        ? *options.includedGlimtoWindowIDs
+        : resolver_.screenshotWindowIDs(content, foregroundProcessID);
+    Target target = resolve(options, content, includedGlimtoWindowIDs);
+
+    std::optional<WatermarkQueue> watermark;
+    if (options.applyWatermark) {
+        const auto& crop = target.pixelCropRect;
+        watermark.emplace(services_.textDrawing);
+        watermark->prepare(
+            crop ? crop->width : target.source.width, crop ? crop->height : target.source.height);
+    }
+    if (options.waitForCaptureTrigger) {
+        if (services_.stillCapture.isSupported())
+            services_.stillCapture.prepare(target.source.filter, streamConfiguration(target.source));
+        waitForCaptureTriggerIfNeeded(options);
+        target = resolveRefreshed(options, includedGlimtoWindowIDs);
+    }
+
+    auto image = captureImage(target);
+    if (watermark)
+        watermark->apply(image);
+    ScreenshotFile(services_.pngCodec, outputs_.standardError).writePNG(image.pixels(), *options.outputURL);
+    return {.path = options.outputURL->string(),
+        .width = image.width,
+        .height = image.height,
+        .byteSize = fileSize(*options.outputURL),
+        .captureKind = target.captureKind};
+}
+
+void ScreenshotCapturer::waitForCaptureTriggerIfNeeded(const ScreenshotOptions& options)
+{
+    if (options.waitForCaptureTrigger)
+        waitForScreenshotTrigger(outputs_.standardError, triggerSystem_);
+}
+
+CaptureStreamConfiguration ScreenshotCapturer::streamConfiguration(const PreparedCaptureSource& source)
+{
+    CaptureStreamConfiguration configuration;
+    configuration.width = source.width;
+    configuration.height = source.height;
+    configuration.sourceRect = source.sourceRect;
+    configuration.minimumFrameInterval = {1, 60};
+    configuration.queueDepth = 1;
+    configuration.showsCursor = false;
+    return configuration;
+}
+
+StillImage ScreenshotCapturer::captureImageWithStillCapture(
+    const PreparedCaptureSource& source, const CaptureStreamConfiguration& configuration)
+{
+    auto image = services_.stillCapture.captureImage(source.filter, configuration);
+    if (!image)
+        throw screenshotError(
+            ScreenshotFailure::noImage, "ScreenCaptureKit did not return a screenshot image.");
+    return *image;
+}
+
+StillImage ScreenshotCapturer::captureImageWithFirstFrameStream(
+    const PreparedCaptureSource& source, const CaptureStreamConfiguration& configuration)
+{
+    const auto output = std::make_shared<ScreenshotFirstFrameOutput>();
+    const auto stream = services_.captureStreams.makeCaptureStream(source.filter, configuration);
+    stream->start(output->handlers());
+    return imageOfFrame(*firstFrame(*stream, *output).pixelBuffer);
+}
+
+void ScreenshotCapturer::requirePermission()
+{
+    const auto obstacle = services_.screen.screenCaptureObstacle();
+    if (!obstacle)
+        return;
+    outputs_.standardError.writeLine("warning: " + *obstacle);
+    throw GlimtoCaptureLifecycleError(
+        "screen_permission_denied", "Screen Recording permission is not granted for glimto-capture.");
+}
+
+ScreenshotCapturer::Target ScreenshotCapturer::resolve(const ScreenshotOptions& options,
+    const ShareableContent& content, const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const
+{
+    if (options.target) {
+        if (const auto* region = std::get_if<CaptureRegion>(&*options.target)) {
+            auto resolved = resolver_.resolveScreenshotRegion(content, *region, includedGlimtoWindowIDs);
+            return {.source = std::move(resolved.source),
+                .pixelCropRect = resolved.pixelCropRect,
+                .captureKind = "region"};
+        }
+    }
+    const auto* display = options.target ? std::get_if<DisplayTarget>(&*options.target) : nullptr;
+    const std::int64_t index = display ? display->index : resolver_.displayIndexUnderCursor(content);
+    return {.source = resolver_.displaySource(index, content, std::nullopt, includedGlimtoWindowIDs),
+        .pixelCropRect = std::nullopt};
+}
+
+ScreenshotCapturer::Target ScreenshotCapturer::resolveRefreshed(
+    const ScreenshotOptions& options, const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const
+{
+    const auto content = ScreenCaptureShareableContent(services_.content).recordingSources();
+    return resolve(options, content, includedGlimtoWindowIDs);
+}
+
+StillImage ScreenshotCapturer::captureImage(const Target& target)
+{
+    const auto configuration = streamConfiguration(target.source);
+    auto image = services_.stillCapture.isSupported()
+        ? captureImageWithStillCapture(target.source, configuration)
+        : captureImageWithFirstFrameStream(target.source, configuration);
+    return target.pixelCropRect ? croppedImage(image, *target.pixelCropRect) : image;
+}
+
+} // namespace glimto

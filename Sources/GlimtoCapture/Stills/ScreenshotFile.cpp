@@ -1,0 +1,91 @@
+#include "Stills/ScreenshotFile.h"
+
+#include <exception>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "Stills/ScreenshotFailure.h"
+#include "Support/AtomicFile.h"
+#include "Support/RemovedOnSignal.h"
+#include "Support/UUID.h"
+
+namespace glimto {
+
+namespace {
+
+void createParentDirectory(const std::filesystem::path& path)
+{
+    const auto directory = path.parent_path();
+    std::error_code error;
+    if (directory.empty() || std::filesystem::is_directory(directory, error))
+        return;
+    std::filesystem::create_directories(directory, error);
+    if (error)
+        throw PlatformError::posix("Could not create directory " + directory.string(), error.value());
+}
+
+// Its length does not depend on the final name, which may be as long as the file system allows.
+std::filesystem::path temporaryPathFor(const std::filesystem::path& path)
+{
+    return path.parent_path() / (".glimto-screenshot-" + makeUUID() + ".tmp");
+}
+
+} // namespace
+
+ScreenshotFile::ScreenshotFile(PNGCodec& codec, LineOutput& standardError)
+    : codec_(codec)
+    , standardError_(standardError)
+{
+}
+
+void ScreenshotFile::writePNG(const PixelBuffer& image, const std::filesystem::path& path)
+{
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored))
+        throw screenshotError(
+            ScreenshotFailure::outputIsDirectory, "Screenshot output path is a directory: " + path.string());
+    createParentDirectory(path);
+    std::vector<std::byte> data;
+    try {
+        data = codec_.encode(image);
+    } catch (const std::exception& error) {
+        failToFinalize(error, path);
+    }
+
+    const auto temporaryPath = temporaryPathFor(path);
+    const RemovedOnSignal guard(temporaryPath);
+    std::optional<AtomicFile> file;
+    try {
+        file.emplace(path, temporaryPath);
+    } catch (const PlatformError& error) {
+        standardError_.writeLine("warning: " + std::string(error.what()));
+        throw screenshotError(
+            ScreenshotFailure::noDestination, "Could not create PNG destination at " + path.string());
+    }
+    try {
+        file->write(data);
+        file->finish();
+    } catch (const PlatformError& error) {
+        failToFinalize(error, path);
+    }
+    file->commit();
+}
+
+void ScreenshotFile::failToFinalize(const std::exception& cause, const std::filesystem::path& path)
+{
+    standardError_.writeLine("warning: " + std::string(cause.what()));
+    throw screenshotError(ScreenshotFailure::notFinalized, "Could not finalize PNG at " + path.string());
+}
+
+std::int64_t fileSize(const std::filesystem::path& path)
+{
+    std::error_code error;
+    const auto size = std::filesystem::file_size(path, error);
+    if (error)
+        throw PlatformError::posix("Could not read the size of " + path.string(), error.value());
+    return static_cast<std::int64_t>(size);
+}
+
+} // namespace glimto

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <condition_variable>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <variant>
+
+#include "Platform/CaptureStream.h"
+
+namespace glimto {
+
+// One captured frame.
+struct ScreenshotFrame {
+    std::shared_ptr<const PixelBuffer> pixelBuffer;
+};
+
+// How a stream that was started for one frame came out.
+using ScreenshotFirstFrameCompletion = std::variant<ScreenshotFrame, std::exception_ptr>;
+
+// Receives what a capture stream delivers and keeps its first usable frame, or the error that came before
+// it. The stream's handlers and the one who waits own it together; any thread.
+class ScreenshotFirstFrameOutput : public std::enable_shared_from_this<ScreenshotFirstFrameOutput> {
+public:
+    // Handlers that keep this object alive. The object must be owned by a shared_ptr.
+    CaptureStream::Handlers handlers();
+
+    // Usable is a frame with a picture whose status, when it has one, is complete or started. All others,
+    // and all after the first, are ignored.
+    void didOutputFrame(const VideoFrame& frame) noexcept;
+
+    // The stream ended by itself.
+    void didStopWithError(const std::exception_ptr& error) noexcept;
+
+    // The first usable frame, waited for if need be. To be called once. Throws what the stream ended with,
+    // PlatformError "Timed out waiting for the first screenshot frame." after that time, and "Screenshot
+    // stream had already completed." when somebody else got the frame.
+    ScreenshotFrame waitForFirstFrame(double timeoutSeconds);
+
+private:
+    void complete(ScreenshotFirstFrameCompletion completion);
+
+    std::mutex stateLock_;
+    std::condition_variable completed_;
+    std::optional<ScreenshotFirstFrameCompletion> pendingCompletion_; // that nobody has taken yet
+    bool didComplete_ = false;
+};
+
+} // namespace glimto

@@ -1,0 +1,104 @@
+#include "Stills/ScreenshotWatermark.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "Options/ScreenshotOptions.h"
+#include "Stills/ScreenshotImage.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr double smallestFontSize = 14; // pixels
+constexpr double largestFontSize = 32;
+
+constexpr TextStyle style = {.gray = 1.0,
+    .alpha = 0.9,
+    .shadowOffsetX = 0,
+    .shadowOffsetY = 1,
+    .shadowBlur = 1,
+    .shadowGray = 0,
+    .shadowAlpha = 0.65};
+
+} // namespace
+
+ScreenshotWatermark::ScreenshotWatermark(TextDrawing& textDrawing)
+    : textDrawing_(textDrawing)
+{
+}
+
+double ScreenshotWatermark::fontSize(int width, int height)
+{
+    return std::clamp(std::round(std::min(width, height) * 0.018), smallestFontSize, largestFontSize);
+}
+
+double ScreenshotWatermark::margin(double fontSize)
+{
+    return std::round(fontSize * 0.75);
+}
+
+void ScreenshotWatermark::prepare(int width, int height) noexcept
+{
+    try {
+        line(fontSize(width, height));
+    } catch (...) {
+        // apply() will find out the same.
+    }
+}
+
+void ScreenshotWatermark::apply(StillImage& image) noexcept
+{
+    if (image.width < 1 || image.height < 1)
+        return;
+    try {
+        draw(image);
+    } catch (...) {
+        // The picture is only touched once all has gone well.
+    }
+}
+
+TextLine* ScreenshotWatermark::line(double fontSize)
+{
+    if (lineFontSize_ != fontSize) {
+        line_ = textDrawing_.makeLine(watermarkText,
+            {.family = TextFont::Family::systemUI, .weight = TextFont::Weight::medium, .size = fontSize});
+        lineFontSize_ = fontSize;
+    }
+    return line_.get();
+}
+
+// The text is drawn into a copy of the corner that it lies in, so that a failure leaves the picture whole and
+// most of it need not be copied.
+void ScreenshotWatermark::draw(StillImage& image)
+{
+    const double size = fontSize(image.width, image.height);
+    TextLine* text = line(size);
+    if (!text)
+        return;
+    const double space = margin(size);
+    const double width = image.width;
+    const double height = image.height;
+    const bool isTooWide = 2 * space + text->width() > width / 2;
+    const bool isTooHigh = 2 * space + text->ascent() + text->descent() > height / 3;
+    if (isTooWide || isTooHigh)
+        return;
+    const double x = std::round(width - space - text->width());
+    const double baseline = height - std::round(space + text->descent());
+
+    // Shadow and letters reach out of the typographic bounds by less than the size of the font.
+    const int left = std::max(0, static_cast<int>(std::floor(x - size)));
+    const int top = std::max(0, static_cast<int>(std::floor(baseline - text->ascent() - size)));
+    StillImage corner = croppedImage(image, {left, top, image.width - left, image.height - top});
+    const StillImage drawn = StillImage::copyOf(corner.pixels());
+    const PixelCanvas canvas = {
+        .width = drawn.width, .height = drawn.height, .bytesPerRow = drawn.bytesPerRow, .bytes = drawn.bytes};
+    if (!text->draw(canvas, x - left, baseline - top, style))
+        return;
+    for (std::size_t row = 0; row < static_cast<std::size_t>(drawn.height); ++row)
+        std::memcpy(corner.bytes + row * corner.bytesPerRow, drawn.bytes + row * drawn.bytesPerRow,
+            drawn.bytesPerRow);
+}
+
+} // namespace glimto

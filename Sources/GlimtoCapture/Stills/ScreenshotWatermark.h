@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "Platform/TextDrawing.h"
+#include "Platform/StillCapture.h"
+
+namespace glimto {
+
+// Draws the product's domain name into the bottom right corner of pictures. Used by one thread, whichever
+// that is.
+class ScreenshotWatermark {
+public:
+    // `textDrawing` outlives this object.
+    explicit ScreenshotWatermark(TextDrawing& textDrawing);
+
+    // Pixels, for a picture of that size; whole numbers.
+    //
+    // Example: 3840x2160 has a font size of 32 and a margin of 24, 100x100 one of 14 and 11.
+    static double fontSize(int width, int height);
+    static double margin(double fontSize);
+
+    // Loads what a picture of that size will need, so that apply() is fast.
+    void prepare(int width, int height) noexcept;
+
+    // Draws the watermark into the picture, unless it would take more than half its width or a third of its
+    // height. The picture stays as it is then, and also when there is no font or drawing fails.
+    void apply(StillImage& image) noexcept;
+
+private:
+    TextLine* line(double fontSize);
+    void draw(StillImage& image);
+
+    TextDrawing& textDrawing_;
+    std::unique_ptr<TextLine> line_; // in lineFontSize_; may be null
+    double lineFontSize_ = 0;
+};
+
+} // namespace glimto

@@ -1,0 +1,155 @@
+#include "Support/WebAddress.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace glimto {
+
+namespace {
+
+bool isHexadecimalDigit(char character)
+{
+    return (character >= '0' && character <= '9') || (character >= 'a' && character <= 'f')
+        || (character >= 'A' && character <= 'F');
+}
+
+bool isURLCharacter(char character)
+{
+    constexpr std::string_view notAllowed = "\"<>\\^`{|}";
+    return character > ' ' && character < '\x7F' && notAllowed.find(character) == std::string_view::npos;
+}
+
+bool hasOnlyURLCharacters(std::string_view text)
+{
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (!isURLCharacter(text[at]))
+            return false;
+        const bool isEscape
+            = at + 2 < text.size() && isHexadecimalDigit(text[at + 1]) && isHexadecimalDigit(text[at + 2]);
+        if (text[at] == '%' && !isEscape)
+            return false;
+    }
+    return true;
+}
+
+bool isPortSuffix(std::string_view text)
+{
+    if (text.empty() || text == ":")
+        return true;
+    if (!text.starts_with(':'))
+        return false;
+    unsigned port = 0;
+    for (const char character : text.substr(1)) {
+        if (character < '0' || character > '9')
+            return false;
+        port = std::min(10 * port + static_cast<unsigned>(character - '0'), 65536U);
+    }
+    return port <= 65535;
+}
+
+// "host", "host:port" or "[IPv6 address]:port".
+bool isHostAndPort(std::string_view text)
+{
+    if (text.starts_with('[')) {
+        const std::size_t end = text.find(']');
+        return end != std::string_view::npos && end > 1 && isPortSuffix(text.substr(end + 1));
+    }
+    const std::size_t hostEnd = std::min(text.find(':'), text.size());
+    const std::string_view host = text.substr(0, hostEnd);
+    return !host.empty() && host.find_first_of("[]") == std::string_view::npos
+        && isPortSuffix(text.substr(hostEnd));
+}
+
+// Whether the byte may stand in a path segment as it is (pchar of RFC 3986).
+bool isPathSegmentCharacter(char character)
+{
+    const bool isLetter = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+    const bool isDigit = character >= '0' && character <= '9';
+    constexpr std::string_view others = "-._~!$&'()*+,;=:@";
+    return isLetter || isDigit || others.find(character) != std::string_view::npos;
+}
+
+unsigned hexadecimalValue(char digit)
+{
+    if (digit <= '9')
+        return static_cast<unsigned>(digit - '0');
+    return static_cast<unsigned>((digit | 0x20) - 'a' + 10);
+}
+
+std::string percentDecoded(std::string_view text)
+{
+    std::string result;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const bool isEscape = text[at] == '%' && at + 2 < text.size() && isHexadecimalDigit(text[at + 1])
+            && isHexadecimalDigit(text[at + 2]);
+        if (isEscape) {
+            result += static_cast<char>(16 * hexadecimalValue(text[at + 1]) + hexadecimalValue(text[at + 2]));
+            at += 2;
+        } else {
+            result += text[at];
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+bool isWebAddress(std::string_view text)
+{
+    if (!hasOnlyURLCharacters(text))
+        return false;
+    std::string_view rest = text;
+    if (rest.starts_with("http://"))
+        rest.remove_prefix(7);
+    else if (rest.starts_with("https://"))
+        rest.remove_prefix(8);
+    else
+        return false;
+    const std::string_view authority = rest.substr(0, std::min(rest.find_first_of("/?#"), rest.size()));
+    const std::size_t userEnd = authority.rfind('@');
+    return isHostAndPort(userEnd == std::string_view::npos ? authority : authority.substr(userEnd + 1));
+}
+
+std::string percentEncodedPathSegment(std::string_view text)
+{
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    const bool isDots = text == "." || text == ".."; // which would be taken for steps in the path
+    std::string result;
+    for (const char character : text) {
+        if (!isDots && isPathSegmentCharacter(character)) {
+            result += character;
+        } else {
+            const auto byte = static_cast<unsigned char>(character);
+            result += '%';
+            result += digits[byte >> 4U];
+            result += digits[byte & 0x0FU];
+        }
+    }
+    return result;
+}
+
+std::string appendingPathSegments(std::string_view address, std::initializer_list<std::string_view> segments)
+{
+    const std::size_t pathEnd = std::min(address.find_first_of("?#"), address.size());
+    std::string_view base = address.substr(0, pathEnd);
+    while (base.ends_with('/'))
+        base.remove_suffix(1);
+    std::string result(base);
+    for (const auto segment : segments)
+        result += "/" + percentEncodedPathSegment(segment);
+    result += address.substr(pathEnd);
+    return result;
+}
+
+std::string pathOfWebAddress(std::string_view address)
+{
+    const std::size_t schemeEnd = address.find("://");
+    if (schemeEnd == std::string_view::npos)
+        return {};
+    const std::string_view rest = address.substr(schemeEnd + 3);
+    const std::size_t pathEnd = std::min(rest.find_first_of("?#"), rest.size());
+    const std::size_t pathBegin = std::min(rest.find('/'), pathEnd);
+    return percentDecoded(rest.substr(pathBegin, pathEnd - pathBegin));
+}
+
+} // namespace glimto

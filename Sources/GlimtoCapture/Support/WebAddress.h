@@ -1,0 +1,24 @@
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace glimto {
+
+// Whether `text` is a URL (RFC 3986) with the scheme "http" or "https", in lower case, and a host.
+bool isWebAddress(std::string_view text);
+
+// `text` as one path segment of a URL (RFC 3986 section 3.3): "a b/c" gives "a%20b%2Fc".
+std::string percentEncodedPathSegment(std::string_view text);
+
+// `address` with each segment added to its path, percent-encoded and behind one slash. A query or
+// fragment stays behind the path.
+//
+// Example: "http://host:3000/" and {"recordings", "a b"} give "http://host:3000/recordings/a%20b".
+std::string appendingPathSegments(std::string_view address, std::initializer_list<std::string_view> segments);
+
+// The path of a web address with its percent-encoding undone, without query and fragment.
+std::string pathOfWebAddress(std::string_view address);
+
+} // namespace glimto

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace glimto {
+
+// JSON (RFC 8259) from a file or a server, which may hold anything. `source` names it in errors, such as
+// "manifest.json". Throws PlatformError (domain "JSON") when it is not valid, not UTF-8, or nested
+// deeper than 100 levels. No error quotes the text, which may hold secrets.
+nlohmann::json parseJSON(std::string_view text, const std::string& source);
+
+// Reads the fields of one JSON object. A field that is missing or of another type throws PlatformError
+// (domain "JSON"), which names the field by its path: "segments[2].key". What nobody asks for is ignored.
+class JSONFields {
+public:
+    // `object` outlives the fields. Throws when it is no object.
+    JSONFields(const nlohmann::json& object, std::string source);
+
+    std::string text(const char* key) const;
+    bool flag(const char* key) const;
+    double number(const char* key) const;
+    std::vector<std::string> texts(const char* key) const;
+    JSONFields object(const char* key) const;
+    std::vector<JSONFields> objects(const char* key) const;
+
+    // A whole number within the type's range; 2.0 is one.
+    template <typename Integer> Integer integer(const char* key) const
+    {
+        using Limits = std::numeric_limits<Integer>;
+        return static_cast<Integer>(integerWithin(key, Limits::min(), Limits::max()));
+    }
+    std::uint64_t unsignedInteger(const char* key) const;
+
+    // Absent when the field is missing or null.
+    std::optional<std::string> optionalText(const char* key) const;
+    std::optional<double> optionalNumber(const char* key) const;
+    bool has(const char* key) const;
+
+    // Every field, each of which must be a text, by its key.
+    std::vector<std::pair<std::string, std::string>> allTexts() const;
+
+private:
+    JSONFields(const nlohmann::json& object, std::string source, std::string path);
+
+    const nlohmann::json& field(const char* key) const;
+    std::int64_t integerWithin(const char* key, std::int64_t least, std::int64_t most) const;
+    [[noreturn]] void fail(const std::string& key, const std::string& what) const;
+
+    const nlohmann::json* object_;
+    std::string source_;
+    std::string path_; // of this object, with a dot at its end, or empty
+};
+
+} // namespace glimto

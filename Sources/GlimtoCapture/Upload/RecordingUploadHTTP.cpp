@@ -1,0 +1,126 @@
+#include "Upload/RecordingUploadHTTP.h"
+
+#include <utility>
+
+#include "Support/Errors.h"
+#include "Support/Text.h"
+#include "Support/WebAddress.h"
+#include "Upload/TransferGroup.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr std::size_t mostUploadAnswerBytes = 1 << 20; // nobody reads it
+constexpr std::size_t longestDetail = 65536; // characters
+
+// Text for one line: the answer may be a page of HTML.
+std::string lineOf(std::string_view text)
+{
+    auto line = prefixOfCodePoints(singleLine(text), longestDetail);
+    while (line.ends_with(' '))
+        line.pop_back();
+    return line;
+}
+
+std::string detailOf(std::string_view body)
+{
+    try {
+        return lineOf(decodeAPIErrorMessage(body));
+    } catch (const PlatformError&) {
+        // Not the API's own error: perhaps one of a proxy before it.
+    }
+    if (body.empty() || validUTF8(body) != body)
+        return "request failed";
+    return lineOf(body);
+}
+
+} // namespace
+
+RecordingUploadHTTP::RecordingUploadHTTP(
+    RecordingUploadOptions options, HTTPTransport& transport, UploadCancellation& cancellation)
+    : options_(std::move(options))
+    , transport_(transport)
+    , cancellation_(cancellation)
+{
+}
+
+std::string RecordingUploadHTTP::endpoint(std::initializer_list<std::string_view> components) const
+{
+    return appendingPathSegments(options_.apiBaseURL, components);
+}
+
+std::string RecordingUploadHTTP::getJSON(const std::string& url)
+{
+    HTTPRequest request;
+    request.method = "GET";
+    request.url = url;
+    request.originHeaders = accessKeyHeader();
+    return perform(request);
+}
+
+std::string RecordingUploadHTTP::postJSON(
+    const std::string& url, std::string body, std::size_t mostAnswerBytes)
+{
+    HTTPRequest request;
+    request.method = "POST";
+    request.url = url;
+    request.headers = {{"Content-Type", "application/json"}};
+    request.originHeaders = accessKeyHeader();
+    request.body = std::move(body);
+    request.mostResponseBytes = mostAnswerBytes;
+    return perform(request);
+}
+
+HTTPRequest RecordingUploadHTTP::uploadRequest(const UploadArtifact& artifact, const SignedUpload& upload)
+{
+    const std::string key = singleLine(artifact.key);
+    if (upload.method != "PUT")
+        throw CLIError(
+            "Expected signed upload method PUT for " + key + ", got " + singleLine(upload.method) + ".");
+    if (!isWebAddress(upload.url))
+        throw CLIError("API returned an invalid signed upload URL for " + key + ".");
+    HTTPRequest request;
+    request.method = upload.method;
+    request.url = upload.url;
+    request.headers = upload.headers;
+    if (request.headers.empty())
+        request.headers = {{"Content-Type", upload.contentType}};
+    if (const auto* bytes = std::get_if<std::string>(&artifact.body))
+        request.body = *bytes;
+    else
+        request.body = std::get<std::filesystem::path>(artifact.body);
+    request.mostResponseBytes = mostUploadAnswerBytes;
+    return request;
+}
+
+void RecordingUploadHTTP::validateHTTPResponse(int status, std::string_view body, const std::string& context)
+{
+    constexpr int leastStatus = 100;
+    if (status < leastStatus)
+        throw CLIError("No HTTP response for " + context + ".");
+    if (status < 200 || status > 299)
+        throw CLIError("HTTP " + std::to_string(status) + " for " + context + ": " + detailOf(body));
+}
+
+HTTPHeaders RecordingUploadHTTP::accessKeyHeader() const
+{
+    const auto key = trimmedNonEmpty(options_.accessKey);
+    if (!key)
+        return {};
+    return {{"x-glimto-access-key", *key}};
+}
+
+std::string RecordingUploadHTTP::perform(const HTTPRequest& request)
+{
+    TransferGroup group(transport_, cancellation_);
+    group.start(0, request);
+    auto result = group.next();
+    if (result.error)
+        std::rethrow_exception(result.error);
+    validateHTTPResponse(
+        result.response.status, result.response.body, singleLine(pathOfWebAddress(request.url)));
+    return std::move(result.response.body);
+}
+
+} // namespace glimto

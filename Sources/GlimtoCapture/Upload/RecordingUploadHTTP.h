@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+#include "Options/RecordingUploadOptions.h"
+#include "Platform/HTTPTransport.h"
+#include "Upload/UploadArtifact.h"
+#include "Upload/UploadCancellation.h"
+#include "Upload/UploadWireFormat.h"
+
+namespace glimto {
+
+// The requests of the recording-upload API as HTTP, and what counts as a good answer.
+//
+// Operations wait for the answer. They throw CLIError when the server refuses, PlatformError when it cannot
+// be reached, and TaskCancellationError as soon as `cancellation` says so. The access key goes to the
+// API's origin only and stands in no error.
+class RecordingUploadHTTP {
+public:
+    // The transport and the cancellation outlive this object.
+    RecordingUploadHTTP(
+        RecordingUploadOptions options, HTTPTransport& transport, UploadCancellation& cancellation);
+
+    // The base URL with each component appended as one path component.
+    std::string endpoint(std::initializer_list<std::string_view> components) const;
+
+    // The body of the answer, at most `mostAnswerBytes` long.
+    std::string getJSON(const std::string& url);
+    std::string postJSON(
+        const std::string& url, std::string body, std::size_t mostAnswerBytes = usualAnswerBytes);
+
+    // The PUT of one object. Throws CLIError when the method is not "PUT" or the URL is none.
+    static HTTPRequest uploadRequest(const UploadArtifact& artifact, const SignedUpload& upload);
+
+    // Throws CLIError when the status is not 200 to 299, with the error message of `body`, else `body`
+    // itself, else "request failed".
+    static void validateHTTPResponse(int status, std::string_view body, const std::string& context);
+
+    static constexpr std::size_t usualAnswerBytes = 8 << 20;
+
+private:
+    HTTPHeaders accessKeyHeader() const;
+    std::string perform(const HTTPRequest& request);
+
+    RecordingUploadOptions options_;
+    HTTPTransport& transport_;
+    UploadCancellation& cancellation_;
+};
+
+} // namespace glimto

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Support/Errors.h"
+
+namespace glimto {
+
+// Somebody asked for the end of an upload before it was complete. No failure of its own.
+class TaskCancellationError : public Error {
+public:
+    TaskCancellationError()
+        : Error("The upload was canceled.")
+    {
+    }
+
+    ErrorFacts facts() const override
+    {
+        return {what(), "TaskCancellationError", "GlimtoCapture.TaskCancellationError", 1};
+    }
+};
+
+} // namespace glimto

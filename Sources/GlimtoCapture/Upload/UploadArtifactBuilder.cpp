@@ -1,0 +1,199 @@
+#include "Upload/UploadArtifactBuilder.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <set>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "Support/Errors.h"
+#include "Support/JSONText.h"
+#include "Support/Text.h"
+#include "Upload/BoundedFile.h"
+#include "Upload/ObjectKeys.h"
+#include "Upload/UploadInstructionsValidator.h"
+#include "Upload/UploadManifest.h"
+
+namespace glimto {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t mostManifestBytes = 256 << 20; // days of short segments
+
+// The list under construction: each key once, and none that is uploaded already.
+class ArtifactList {
+public:
+    ArtifactList(fs::path root, const UploadInstructions& instructions,
+        const UploadArtifactBuilder::UploadedKeys& isUploaded)
+        : root_(std::move(root))
+        , objectPrefix_(instructions.objectPrefix)
+        , isUploaded_(isUploaded)
+    {
+    }
+
+    bool isNeeded(const std::string& key) const { return !isUploaded_(key) && !keys_.contains(key); }
+
+    void add(UploadArtifact artifact)
+    {
+        keys_.insert(artifact.key);
+        artifacts_.push_back(std::move(artifact));
+    }
+
+    // False when the file is needed but does not exist.
+    bool addFile(const std::string& relativeKey)
+    {
+        auto key = objectKeyOf(objectPrefix_, relativeKey);
+        if (!isNeeded(key))
+            return true;
+        auto path = fileURL(root_, relativeKey);
+        std::error_code ignored;
+        if (!mayBelongToTake(relativeKey) || !fs::is_regular_file(path, ignored))
+            return false;
+        add({std::move(path), std::move(key), relativeKey});
+        return true;
+    }
+
+    bool covers(const std::string& key) const { return keys_.contains(key) || isUploaded_(key); }
+
+    void validate(const UploadInstructionsValidator& validator) const
+    {
+        for (const auto& artifact : artifacts_)
+            validator.validate(artifact.key);
+    }
+
+    std::vector<UploadArtifact> take() && { return std::move(artifacts_); }
+
+private:
+    fs::path root_;
+    const std::string& objectPrefix_;
+    const UploadArtifactBuilder::UploadedKeys& isUploaded_;
+    std::vector<UploadArtifact> artifacts_;
+    std::set<std::string> keys_;
+};
+
+MediaManifest readManifest(const fs::path& path)
+{
+    const auto text = readRegularFile(path, mostManifestBytes, SymbolicLinks::followed);
+    if (!text)
+        throw PlatformError::posix("Could not read " + path.string(), EISDIR);
+    return decodeMediaManifest(*text);
+}
+
+std::string replacingAll(std::string text, std::string_view old, std::string_view replacement)
+{
+    for (std::size_t at = text.find(old); at != std::string::npos; at = text.find(old, at + replacement.size()))
+        text.replace(at, old.size(), replacement);
+    return text;
+}
+
+// The playlist beside the video segments, which a take with sound has and the manifest does not name.
+std::string variantPlaylistKey(const MediaManifest& manifest, const std::vector<std::string>& plannedKeys)
+{
+    auto key = normalizeObjectRelativeKey(
+        replacingAll(manifest.initSegmentKey, "/init.mp4", "/playlist.m3u8"));
+    if (!std::binary_search(plannedKeys.begin(), plannedKeys.end(), key))
+        throw CLIError("Upload instructions do not allow planned local artifact: " + key);
+    return key;
+}
+
+// The local keys of everything the manifest names, as it names them.
+std::vector<std::string> manifestKeys(
+    const MediaManifest& manifest, const std::vector<std::string>& plannedKeys)
+{
+    std::vector<std::string> keys = {manifest.initSegmentKey, manifest.playlistKey};
+    if (manifest.video.hasAudio)
+        keys.push_back(variantPlaylistKey(manifest, plannedKeys));
+    for (const auto& segment : manifest.segments)
+        keys.push_back(segment.key);
+    if (manifest.audio) {
+        keys.push_back(manifest.audio->initSegmentKey);
+        keys.push_back(manifest.audio->playlistKey);
+    }
+    if (manifest.audioSegments) {
+        for (const auto& segment : *manifest.audioSegments)
+            keys.push_back(segment.key);
+    }
+    return keys;
+}
+
+void requirePlannedKeys(const UploadInstructions& instructions, const ArtifactList& list)
+{
+    std::set<std::string> missing;
+    for (const auto& key : instructions.plannedUploads.required) {
+        if (!list.covers(key))
+            missing.insert(key);
+    }
+    std::string names;
+    for (const auto& key : missing)
+        names += (names.empty() ? "" : ", ") + singleLine(key);
+    if (!missing.empty())
+        throw CLIError("Local artifacts are missing required upload key(s): " + names);
+}
+
+bool isSegmentKey(std::string_view relativeKey)
+{
+    return relativeKey.starts_with("segments/");
+}
+
+// Whether a planned file has its final content as soon as it exists.
+bool isFinalWhenItExists(const std::string& relativeKey, const UploadInstructions& instructions)
+{
+    if (isSegmentKey(relativeKey))
+        return relativeKey.ends_with("/init.mp4");
+    return relativeKey != "manifest.json" && relativeKey != "events.json"
+        && objectKeyOf(instructions.objectPrefix, relativeKey) != instructions.manifestKey;
+}
+
+} // namespace
+
+UploadArtifactBuilder::UploadArtifactBuilder(TextPatternCompiler& patterns)
+    : patterns_(patterns)
+{
+}
+
+std::vector<UploadArtifact> UploadArtifactBuilder::buildUploadArtifacts(const fs::path& outputDirectory,
+    const APIRecording& session, const UploadInstructions& instructions, const UploadedKeys& isUploaded) const
+{
+    ArtifactList list(outputDirectory, instructions, isUploaded);
+    const MediaManifest manifest = readManifest(outputDirectory / "manifest.json");
+    auto rewritten = encodePrettyJSON(toJSON(rewritingObjectKeys(manifest, instructions.objectPrefix)));
+    if (list.isNeeded(session.manifestKey))
+        list.add({std::move(rewritten), session.manifestKey, "rewritten manifest.json"});
+
+    const auto plannedKeys = plannedRelativeUploadKeys(instructions);
+    for (const auto& named : manifestKeys(manifest, plannedKeys)) {
+        const auto key = normalizeLocalArtifactKey(named);
+        if (!list.addFile(key))
+            throw CLIError("Local artifact file is missing: " + key);
+    }
+    for (const auto& key : plannedKeys) {
+        if (!isSegmentKey(key))
+            list.addFile(key); // what is missing here is not part of this take
+    }
+    list.validate(UploadInstructionsValidator(instructions, patterns_));
+    requirePlannedKeys(instructions, list);
+    if (session.manifestKey != instructions.manifestKey)
+        throw CLIError("API returned mismatched manifest keys.");
+    return std::move(list).take();
+}
+
+std::vector<UploadArtifact> UploadArtifactBuilder::buildBackgroundUploadArtifacts(
+    const fs::path& outputDirectory, const UploadInstructions& instructions, const UploadedKeys& isUploaded,
+    const std::vector<std::string>& discoveredSegmentObjectKeys) const
+{
+    ArtifactList list(outputDirectory, instructions, isUploaded);
+    for (const auto& key : plannedRelativeUploadKeys(instructions)) {
+        if (isFinalWhenItExists(key, instructions))
+            list.addFile(key);
+    }
+    for (const auto& objectKey : discoveredSegmentObjectKeys)
+        list.addFile(normalizeLocalArtifactKey(relativeObjectKey(objectKey, instructions.objectPrefix)));
+    list.validate(UploadInstructionsValidator(instructions, patterns_));
+    return std::move(list).take();
+}
+
+} // namespace glimto

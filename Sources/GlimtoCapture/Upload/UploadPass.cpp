@@ -1,0 +1,110 @@
+#include "Upload/UploadPass.h"
+
+#include <exception>
+#include <utility>
+
+#include "Support/Errors.h"
+#include "Support/Text.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr int urlsExpireInSeconds = 300;
+// A URL is not used in its last minute: clocks differ, and its transfer still has to begin.
+constexpr std::chrono::seconds urlsAreGoodFor(240);
+
+// What the answer takes for each key: the key and a long signed URL.
+constexpr std::size_t answerBytesOfKey = 8 << 10;
+
+} // namespace
+
+UploadPass::UploadPass(const std::vector<UploadArtifact>& artifacts, const std::string& recordingId,
+    RecordingUploadHTTP& http, const RecordingUploadJobStore& job, const UploadServices& services,
+    UploadCancellation& cancellation, RecordingUploadRunState& state)
+    : artifacts_(artifacts)
+    , recordingId_(recordingId)
+    , http_(http)
+    , job_(job)
+    , services_(services)
+    , state_(state)
+    , transfers_(services.transport, cancellation)
+{
+}
+
+std::size_t UploadPass::run()
+{
+    try {
+        requestURLs();
+        while (next_ < artifacts_.size() && transfers_.countOnTheirWay() < mostAtOnce)
+            startNext();
+        while (transfers_.countOnTheirWay() > 0) {
+            noteEnd(transfers_.next());
+            if (next_ < artifacts_.size())
+                startNext();
+        }
+    } catch (...) {
+        drain();
+        throw;
+    }
+    return sent_;
+}
+
+void UploadPass::requestURLs()
+{
+    job_.checkCancellation();
+    std::vector<std::string> keys;
+    for (std::size_t index = next_; index < artifacts_.size(); ++index)
+        keys.push_back(artifacts_[index].key);
+    urlsRequestedAt_ = services_.clock.now();
+    const auto answer
+        = http_.postJSON(http_.endpoint({"api", "recordings", recordingId_, "upload-urls"}),
+            encodeUploadURLsRequest(keys, urlsExpireInSeconds),
+            RecordingUploadHTTP::usualAnswerBytes + keys.size() * answerBytesOfKey);
+    signedUploads_.clear();
+    for (auto& upload : decodeUploadURLsResponse(answer, "the answer with the upload URLs")) {
+        std::string key = upload.key;
+        if (!signedUploads_.emplace(key, std::move(upload)).second)
+            throw CLIError("Duplicate values for key: '" + singleLine(key) + "'");
+    }
+    for (const auto& key : keys) {
+        if (!signedUploads_.contains(key))
+            throw CLIError("API did not return a signed upload URL for " + singleLine(key) + ".");
+    }
+}
+
+void UploadPass::startNext()
+{
+    if (services_.clock.now() - urlsRequestedAt_ > urlsAreGoodFor)
+        requestURLs();
+    job_.checkCancellation();
+    const auto& artifact = artifacts_[next_];
+    transfers_.start(next_, RecordingUploadHTTP::uploadRequest(artifact, signedUploads_.at(artifact.key)));
+    ++next_;
+}
+
+void UploadPass::noteEnd(const TransferGroup::Result& result)
+{
+    if (result.error)
+        std::rethrow_exception(result.error);
+    const auto& key = artifacts_[result.index].key;
+    RecordingUploadHTTP::validateHTTPResponse(result.response.status, {}, "upload " + singleLine(key));
+    services_.outputs.standardOutput.writeLine("Uploaded object: " + singleLine(key));
+    state_.addUploadedKey(key);
+    ++sent_;
+}
+
+// An object whose PUT succeeds while the others are being cancelled is there, and is not sent again.
+void UploadPass::drain() noexcept
+{
+    transfers_.cancelAll();
+    while (transfers_.countOnTheirWay() > 0) {
+        try {
+            noteEnd(transfers_.next());
+        } catch (const std::exception&) {
+            // The first failure is the one that is told.
+        }
+    }
+}
+
+} // namespace glimto

@@ -1,0 +1,130 @@
+"""Sound in time: with the picture, with itself, and after a break."""
+
+import time
+import unittest
+
+from support import media, sound
+from support.live_player import LivePlayer
+from support.sound_case import MICROPHONE, MICROPHONE_FEED, SPEAKER, SoundCase
+
+SYNC_LIMIT = 0.02  # seconds between a flash and a beep of the same instant
+RATE = 120  # frames a second, so that a flash's time is known well
+
+
+class TimingCase(SoundCase):
+    def beep_time(self, samples, after):
+        return sound.onset(samples, LivePlayer.BEEP_LEVEL / 2, after)
+
+    def wait_until(self, seconds):
+        time.sleep(max(0, self.began + seconds - time.monotonic()))
+
+
+class MinuteTests(TimingCase):
+    """One recording of more than a minute, looked at in several ways."""
+
+    def flash_and_beep(self):
+        """When the flash was painted and when the beep was heard."""
+        flash = self.window.paint("ffffff")
+        heard = self.player.beep()
+        return flash, heard
+
+    def record_a_minute(self):
+        self.window = self.start_painter().open("320x240+0+0", "000000", override=True)
+        self.player = self.start_live_player(SPEAKER)
+        recording = self.start_recording("-d", "64", "-r", RATE, "--no-cursor", "--system-audio")
+        self.began = recording.wait_until_recording().time
+        self.wait_until(1.5)
+        instants = [self.flash_and_beep()]
+        self.wait_until(30)
+        self.window.paint("000000")
+        self.wait_until(62)
+        instants.append(self.flash_and_beep())
+        output = recording.finish(120)
+        self.assertEqual(output.status, 0, output.errors)
+        self.assertEqual(output.error_lines, [])
+        return instants
+
+    def test_sound_is_unbroken_and_in_time_over_a_minute(self):
+        instants = self.record_a_minute()
+        self.assert_whole_take()
+        found = self.decoded_sound()
+        self.assert_in_time(instants, found)
+        self.assert_unbroken(found)
+
+    def assert_in_time(self, instants, found):
+        frames = self.frames()
+        for (flash, heard), after in zip(instants, (0.5, 40)):
+            seen = next(frame.time for frame in frames if frame.time > after and frame.shows("ffffff", 160, 120))
+            beep = self.beep_time(found.right, after)
+            played = heard - (flash.before + flash.after) / 2
+            error = (beep - seen) - played
+            print(f"beep {1000 * error:+.1f} ms against the flash, {after} s")
+            self.assertLess(abs(error), SYNC_LIMIT, f"after {after} s")
+
+    def assert_unbroken(self, found):
+        samples = sound.part(found.left, 0.5, 63)
+        self.assert_level(samples, LivePlayer.TONE, LivePlayer.LEVEL)
+        steps = sound.phase_steps(samples, LivePlayer.TONE)
+        print(f"phase steps up to {max(map(abs, steps)):.3f} samples, {sum(steps):+.2f} in all")
+        self.assertLess(max(map(abs, steps)), 0.4)
+        self.assertLess(abs(sum(steps)), 48)
+
+
+class TwoSourceTests(TimingCase):
+    def beeps(self, players):
+        """When a beep of each player was heard, one after the other."""
+        heard = []
+        for player in players:
+            heard.append(player.beep())
+            time.sleep(0.4)
+        return heard
+
+    def assert_beeps(self, found, after, heard):
+        """The beeps follow each other in the take as they were heard."""
+        times = []
+        for _ in heard:
+            times.append(self.beep_time(found.right, after))
+            self.assertIsNotNone(times[-1])
+            after = times[-1] + 0.2
+        for at in range(1, len(heard)):
+            self.assertAlmostEqual(times[at] - times[0], heard[at] - heard[0], delta=SYNC_LIMIT)
+        return times
+
+    def test_sources_that_start_at_different_times_are_in_time_with_each_other(self):
+        system = self.start_live_player(SPEAKER)
+        recording = self.start_recording("-d", "4", "--system-audio", "--microphone", MICROPHONE)
+        self.began = recording.wait_until_recording().time
+        self.wait_until(1)
+        microphone = self.start_live_player(MICROPHONE_FEED)
+        self.wait_until(2)
+        heard = self.beeps([system, microphone])
+        self.assertEqual(recording.finish().status, 0)
+        self.assert_whole_take()
+        found = self.decoded_sound()
+        self.assert_beeps(found, 1.8, heard)
+
+    def test_microphone_that_stalls_comes_back_in_time_and_breaks_nothing_else(self):
+        system = self.start_live_player(SPEAKER)
+        microphone = self.start_live_player(MICROPHONE_FEED)
+        recording = self.start_recording("-d", "9", "--system-audio", "--microphone", MICROPHONE)
+        self.began = recording.wait_until_recording().time
+        self.wait_until(0.7)
+        before = self.beeps([system, microphone])
+        self.wait_until(2)
+        self.sound_server.pactl("suspend-source", MICROPHONE, 1)
+        self.wait_until(5)
+        self.sound_server.pactl("suspend-source", MICROPHONE, 0)
+        self.wait_until(7)
+        after = self.beeps([system, microphone])
+        self.assertEqual(recording.finish().status, 0)
+        self.assert_whole_take()
+        found = self.decoded_sound()
+        first = self.assert_beeps(found, 0.5, before)
+        second = self.assert_beeps(found, 6.8, after)
+        self.assertAlmostEqual(second[0] - first[0], after[0] - before[0], delta=SYNC_LIMIT)
+        # Meanwhile the system's tone is alone.
+        self.assert_level(sound.part(found.left, 2.7, 4.8), LivePlayer.TONE, LivePlayer.LEVEL)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,200 @@
+"""`record --upload` against servers of every mood."""
+
+import json
+import time
+import unittest
+
+from support import media, tool
+from support.case import EndToEndCase
+from support.processes import wait_until
+from support.tool import STATUS
+from support.upload_server import KEY, UploadServer, flaky
+from support.windows import BINARY
+
+
+class UploadCase(EndToEndCase):
+    def setUp(self):
+        super().setUp()
+        self.start_screen(colour="336699")
+        self.api = self.started(UploadServer())
+
+    def environment(self, **changes):
+        return {**super().environment(**changes), "GLIMTO_DESKTOP_ACCESS_KEY": KEY}
+
+    def start_upload(self, *arguments):
+        return self.start_recording("--api-base-url", self.api.url, "--recording-id", "rec", *arguments)
+
+    def job(self):
+        return json.loads((self.take / "upload-job.json").read_text())
+
+    def take_files(self):
+        """Every file of the take's media, by its key."""
+        paths = [path for path in self.take.rglob("*") if path.is_file() and not path.name.startswith(".")]
+        return {str(path.relative_to(self.take)): path.read_bytes() for path in paths
+                if path.name not in ("upload-job.json", "manifest.json")}
+
+    def assert_uploaded_whole(self):
+        sent = {key.removeprefix("org/rec/"): content for key, content in self.api.objects.items()}
+        manifest = json.loads(sent.pop("manifest.json"))
+        self.assertEqual(sent, self.take_files())
+        local = self.manifest()
+        self.assertEqual([segment["key"] for segment in manifest["segments"]],
+                         ["org/rec/" + segment["key"] for segment in local["segments"]])
+        for document in (manifest, local):
+            for segment in document["segments"]:
+                del segment["key"]
+            del document["initSegmentKey"], document["playlistKey"]
+        self.assertEqual(manifest, local)
+        self.assertEqual(self.job()["state"], "completed")
+
+
+class UploadRecordingTests(UploadCase):
+    def test_segments_go_while_the_recording_runs_and_the_rest_at_its_end(self):
+        painter = self.start_painter()
+        painter.open("320x240+0+0", override=True).run_clock(20)
+        recording = self.start_upload("-d", "5", "--segment-duration", "0.5", "--background-upload-threshold", "1")
+        wait_until(lambda: "org/rec/segments/video/segment_000.m4s" in self.api.objects, "the first segment")
+        self.assertIsNone(recording.line_with(STATUS + "stopped"))
+        output = recording.finish()
+        self.assertEqual(output.status, 0, output.errors)
+        self.assertNotIn("upload", output.errors)
+        self.assert_uploaded_whole()
+        self.assertLess(len(self.api.key_requests[-1]), 10)
+        sent = [key for keys in self.api.key_requests for key in keys]
+        self.assertEqual(len(sent), len(set(sent)))
+        texts = output.texts
+        self.assertLess(texts.index("Glimto upload: background upload started"), texts.index(STATUS + "stopped"))
+        self.assertLess(texts.index(STATUS + "stopped"), texts.index(STATUS + "uploading"))
+        self.assertEqual(texts[-1], STATUS + "uploaded")
+        self.assertEqual(texts[-5:-2], ["Uploaded recording: rec", "State: uploaded",
+                                        f"Checked objects: {len(self.api.objects)}"])
+        self.verify_contract()
+
+    def test_without_a_threshold_everything_goes_at_the_end(self):
+        output = self.start_upload("-d", "1.5", "--no-background-upload").finish()
+        self.assertEqual(output.status, 0, output.errors)
+        self.assertNotIn("background", output.text)
+        self.assertEqual(len(self.api.key_requests), 1)
+        self.assert_uploaded_whole()
+
+    def test_pointer_track_goes_once_and_whole(self):
+        output = self.start_upload("-d", "2.5", "--record-events", "--segment-duration", "0.5",
+                                   "--background-upload-threshold", "0.2").finish()
+        self.assertEqual(output.status, 0, output.errors)
+        self.assert_uploaded_whole()
+        self.assertIn("org/rec/events.json", self.api.key_requests[-1])
+        self.assertIn("org/rec/manifest.json", self.api.key_requests[-1])
+
+    def test_end_comes_soon_after_the_stop(self):
+        stop_file = self.work / "stop"
+        recording = self.start_upload("--until-stopped", "--stop-file", stop_file, "--segment-duration", "0.5",
+                                      "--background-upload-threshold", "0.2")
+        wait_until(lambda: "org/rec/segments/video/segment_003.m4s" in self.api.objects, "some segments")
+        stop_file.touch()
+        stopped = recording.wait_for(STATUS + "stopped").time
+        output = recording.finish()
+        self.assertEqual(output.status, 0, output.errors)
+        self.assertLess(output.lines[-1].time - stopped, 3)
+
+    def test_key_and_signatures_are_never_printed(self):
+        self.api.misbehave = lambda request: request.command == "PUT" and (request.respond(403, b"topsecret") or True)
+        output = self.start_upload("-d", "2", "--segment-duration", "0.5", "--background-upload-threshold", "0.5").finish()
+        self.assertEqual(output.status, 1)
+        for text in (output.text, output.errors, json.dumps(self.job())):
+            self.assertNotIn(KEY, text)
+            self.assertNotIn("topsecret", text)
+        for request, headers in zip(self.api.requests, self.api.headers):
+            self.assertEqual("x-glimto-access-key" in headers, not request.startswith("PUT"), request)
+
+    def test_server_that_is_not_there_ends_it_before_it_begins(self):
+        self.api.end()
+        output = self.start_upload("-d", "1").finish()
+        self.assertEqual(output.status, 1)
+        self.assertTrue(output.error_lines[-1].startswith(f"error: The request to {self.api.url} failed: "), output.errors)
+        self.assertEqual([event["kind"] for event in output.events()], ["launched", "page_url", "recording_failed"])
+        self.assertEqual(self.job()["state"], "failed")
+
+    def test_wrong_key_ends_it_before_it_begins(self):
+        output = self.start_upload("-d", "1", "--access-key", "wrong").finish()
+        self.assert_fails(output, "HTTP 401 for /api/recordings: The access key is not known.")
+        self.assertFalse((self.take / "segments").exists())
+
+
+class FlakyServerTests(UploadCase):
+    def test_flaky_server_costs_nothing_but_time(self):
+        self.api.misbehave = flaky(seed=5)
+        painter = self.start_painter()
+        painter.open("320x240+0+0", override=True).run_clock(20)
+        recording = self.start_upload("-d", "8", "--segment-duration", "0.5", "--background-upload-threshold", "0.5")
+        recording.wait_for(STATUS + "stopped")
+        self.api.misbehave = lambda request: False
+        output = recording.finish()
+        self.assertEqual(output.status, 0, output.errors)
+        self.assertIn("warning: background upload will retry: ", output.errors)
+        for line in output.error_lines:
+            self.assertTrue(line.startswith("warning: "), line)
+        self.assert_uploaded_whole()
+        self.verify_contract()
+        self.assert_steady()
+
+    def test_slow_server_does_not_delay_the_recording_or_its_end(self):
+        self.api.misbehave = lambda request: request.command == "PUT" and bool(time.sleep(20))
+        stop_file = self.work / "stop"
+        recording = self.start_upload("--until-stopped", "--stop-file", stop_file, "--segment-duration", "0.5",
+                                      "--background-upload-threshold", "0.2")
+        wait_until(lambda: any(line.startswith("PUT") for line in self.api.requests), "a transfer")
+        time.sleep(3)
+        self.api.misbehave = lambda request: False
+        stop_file.touch()
+        stopped = recording.wait_for(STATUS + "stopped").time
+        output = recording.finish()
+        self.assertEqual(output.status, 0, output.errors)
+        self.assertLess(output.lines[-1].time - stopped, 3)
+        self.assert_uploaded_whole()
+
+    def assert_steady(self):
+        """No gap in the picture that a clock of 20 changes a second does not explain."""
+        times = media.frame_times(self.joined())
+        gaps = [after - before for before, after in zip(times, times[1:])]
+        self.assertLess(max(gaps), 0.4)
+
+
+class KilledUploadTests(UploadCase):
+    def upload(self):
+        return self.run_tool("upload", "--dir", self.take, "--api-base-url", self.api.url, "--recording-id", "rec")
+
+    def test_recording_that_is_killed_leaves_a_job_that_says_what_is_missing(self):
+        recording = self.start_upload("-d", "30", "--segment-duration", "0.5", "--background-upload-threshold", "0.2")
+        wait_until(lambda: "org/rec/segments/video/segment_001.m4s" in self.api.objects, "two segments")
+        recording.process.kill()
+        recording.finish()
+        self.assertEqual(self.job()["state"], "recording")
+        output = self.upload()
+        self.assertEqual(output.status, 1)
+        self.assertIn("manifest.json: No such file or directory", output.error_lines[-1])
+        self.assertEqual(self.job()["state"], "failed")
+
+    def test_upload_that_is_killed_at_any_moment_is_finished_by_the_next(self):
+        self.api.delay = 0.05
+        recording = self.start_upload("-d", "2.5", "--segment-duration", "0.25", "--no-background-upload")
+        recording.wait_for(STATUS + "uploading")
+        for count in (1, 2, 4, 8, 12):
+            self.assertTrue(recording.is_running())
+            done = len(self.api.requests)
+            wait_until(lambda: len(self.api.requests) >= done + count or not recording.is_running(), "requests")
+            recording.process.kill()
+            recording.finish()
+            self.assertEqual(self.job()["state"], "uploading")
+            recording = self.started(self.start_repeated_upload())
+        output = recording.finish()
+        self.assertEqual(output.status, 0, output.errors)
+        self.assertEqual(self.job()["uploadAttempts"], 6)
+        self.assert_uploaded_whole()
+
+    def start_repeated_upload(self):
+        return tool.Recording([BINARY, "upload", "--dir", self.take, "--api-base-url", self.api.url,
+                               "--recording-id", "rec"], self.environment(), self.work)
+
+
+if __name__ == "__main__":
+    unittest.main()

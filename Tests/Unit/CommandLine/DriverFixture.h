@@ -1,0 +1,110 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "CommandLine/Driver.h"
+#include "Fakes/FakeAssetWriter.h"
+#include "Fakes/FakeAudioConverter.h"
+#include "Fakes/FakeAudioInput.h"
+#include "Fakes/FakeCaptureStream.h"
+#include "Fakes/FakeEventTap.h"
+#include "Fakes/FakeImageCodec.h"
+#include "Fakes/FakeLineOutput.h"
+#include "Fakes/FakeNetwork.h"
+#include "Fakes/FakeProcessEnvironment.h"
+#include "Fakes/FakeScreenAccess.h"
+#include "Fakes/FakeShareableContentProvider.h"
+#include "Fakes/FakeStillServices.h"
+#include "Fakes/FakeStopRequests.h"
+#include "Fakes/FakeWorkspace.h"
+#include "Fakes/TemporaryDirectory.h"
+
+namespace glimto {
+
+// A machine with one display of 640x480 points, whose stream delivers one frame as it starts.
+class DriverFixture : public testing::Test {
+protected:
+    DriverFixture()
+    {
+        process.executable = directory.path() / "glimto-capture";
+        process.caches = directory.path() / "caches";
+        content.content.displays = {{.displayID = 1,
+            .frame = {0, 0, 640, 480},
+            .width = 640,
+            .height = 480,
+            .pixelsWide = 640,
+            .pixelsHigh = 480}};
+        auto* stream = captureStreams.stream.get();
+        stream->onStart = [stream] { stream->deliver(fakeFrame(1'000'000'000)); };
+    }
+
+    int run(const std::vector<std::string>& arguments)
+    {
+        return Driver(services, {standardOutput, standardError}).run(arguments);
+    }
+
+    // A recording that a stop file ends in its first round.
+    int record(const std::vector<std::string>& options = {})
+    {
+        std::ofstream(directory.path() / "stop") << "stop";
+        std::vector<std::string> arguments
+            = {"record", "-o", take().string(), "--stop-file", (directory.path() / "stop").string()};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return run(arguments);
+    }
+
+    std::filesystem::path take() const { return directory.path() / "take"; }
+
+    // The JSON lines on standard output.
+    std::vector<nlohmann::json> documents() const
+    {
+        std::vector<nlohmann::json> result;
+        for (const auto& line : standardOutput.lines())
+            if (line.starts_with('{'))
+                result.push_back(nlohmann::json::parse(line));
+        return result;
+    }
+
+    TemporaryDirectory directory;
+    FakeLineOutput standardOutput;
+    FakeLineOutput standardError;
+    FakeProcessEnvironment process;
+    FakeScreenAccess screen;
+    FakeShareableContentProvider content;
+    FakeCaptureStreamFactory captureStreams;
+    FakeAssetWriterFactory assetWriters;
+    FakeAudioConverterFactory audioConverters;
+    FakeAudioInputFactory audioInputs;
+    FakeEventTapFactory eventTaps;
+    FakeImageCodec images;
+    FakeStillServices stills;
+    FakeWorkspace workspace;
+    FakeStopRequests stopRequests;
+    FakeNetwork network;
+    PlatformServices services{.process = process,
+        .screen = screen,
+        .content = content,
+        .captureStreams = captureStreams,
+        .assetWriters = assetWriters,
+        .audioConverters = audioConverters,
+        .audioInputs = audioInputs,
+        .eventTaps = eventTaps,
+        .images = images,
+        .stillCapture = stills.capture,
+        .pngCodec = stills.png,
+        .textDrawing = stills.textDrawing,
+        .pasteboard = stills.pasteboard,
+        .textRecognition = stills.textRecognition,
+        .workspace = workspace,
+        .stopRequests = stopRequests,
+        .http = network.http,
+        .textPatterns = network.textPatterns};
+};
+
+} // namespace glimto
