@@ -14,17 +14,20 @@ build=(build-essential cmake ninja-build pkg-config ccache
     libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-xfixes0-dev libxcb-randr0-dev
     libxcb-composite0-dev libxcb-render0-dev libxcb-res0-dev libxcb-shape0-dev libxcb-xinput-dev
     libxcb-record0-dev libxcb-xtest0-dev
-    libyuv-dev libturbojpeg0-dev libdeflate-dev libspng-dev libcairo2-dev libpango1.0-dev
+    libpulse-dev libyuv-dev libturbojpeg0-dev libdeflate-dev libspng-dev libcairo2-dev
+    libpango1.0-dev libfontconfig-dev
     nlohmann-json3-dev libssl-dev libcurl4-openssl-dev libicu-dev
     libtesseract-dev libleptonica-dev
     libcpp-httplib-dev
     # The tests are configured with every build.
     libgtest-dev libgmock-dev libpng-dev)
-quickstart=(ffmpeg xvfb x11-utils x11-xserver-utils x11-apps xterm python3 jq pulseaudio-utils tesseract-ocr-eng)
+quickstart=(ffmpeg xvfb x11-utils x11-xserver-utils x11-apps xterm python3 jq curl pulseaudio-utils
+    tesseract-ocr-eng)
 test=(tesseract-ocr tesseract-ocr-eng pango1.0-tools fonts-urw-base35
     libbenchmark-dev xdotool xclip openbox xserver-xorg-core xserver-xorg-video-dummy xinput imagemagick
     gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
     gstreamer1.0-plugins-bad gstreamer1.0-libav fonts-dejavu-core
+    pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus
     # Plays takes as a web page does.
     chromium)
 

@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
 # From nothing to a verified recording: installs what is missing, builds the program, records five
-# seconds and checks the take.
+# seconds while uploading them to a development server of its own, and checks both ends.
 #
 # Records the screen that DISPLAY names when it answers, else a virtual screen of its own with a
-# clock and running text. With sound when a sound server answers and has something to play on. Exit status: 0 only when the take was recorded and holds every check.
+# clock and running text. With sound when a sound server answers and has something to play on. Exit
+# status: 0 only when the take was recorded and uploaded and holds every check.
+#
+# Run in a terminal it serves the recording's page until Ctrl-C.
 set -euo pipefail
 export PATH="/usr/bin:/bin:/usr/sbin:/sbin:/usr/local/bin${PATH:+:$PATH}"
 
@@ -46,7 +49,7 @@ build() {
         tail -n 30 "$work/cmake.log" >&2
         fail "The build could not be configured."
     }
-    ninja -C build glimto-capture || fail "The build failed."
+    ninja -C build glimto-capture glimto-dev-server || fail "The build failed."
 }
 
 # The picture of the virtual screen: a clock that shows tenths of a second, running text, and a
@@ -100,6 +103,21 @@ sound_server_answers() {
     timeout 5 pactl info 2>/dev/null | grep -q '^Default Sink: .' && timeout 5 pactl list short sinks 2>/dev/null | grep -q .
 }
 
+# Receives the recording on this machine: on the usual port, or on any other when that is taken.
+start_development_server() {
+    local port
+    for port in 3000 0; do
+        build/glimto-dev-server --port "$port" --dir .glimto-runs/dev-server >"$work/server.log" 2>&1 &
+        started=("$!" "${started[@]}")
+        if wait_until 10 grep -q '^Recordings: ' "$work/server.log"; then
+            pages=$(sed -n 's/^Recordings: //p' "$work/server.log")
+            return
+        fi
+    done
+    cat "$work/server.log" >&2
+    fail "The development server did not start."
+}
+
 # How many different pictures the take shows.
 count_pictures() {
     ffmpeg -nostdin -v error -i "$1/result.mp4" -map 0:v -f framemd5 - |
@@ -130,7 +148,9 @@ else
     step "Recording five seconds of the display $DISPLAY, without sound: no sound server answers"
     sound=()
 fi
-build/glimto-capture record --duration 5 --output "$take" "${sound[@]}" || fail "The recording failed."
+start_development_server
+GLIMTO_DESKTOP_ACCESS_KEY=quickstart build/glimto-capture record --duration 5 --output "$take" "${sound[@]}" \
+    --upload --api-base-url "${pages%/recordings}" || fail "The recording failed."
 
 step "Verifying the take"
 scripts/verify-media-contract.sh "$take" || fail "The take does not hold the media contract."
@@ -139,6 +159,16 @@ if [ "$virtual" = yes ]; then
     [ "$pictures" -ge 20 ] || fail "The screen moved, but the take shows only $pictures different pictures."
     echo "The take shows $pictures different pictures."
 fi
+
+step "Looking at the uploaded recording"
+recording=$(jq -r .recordingId "$take/upload-job.json")
+details=$(curl --silent --fail --max-time 10 "$pages/$recording/details.json") || fail "The recording's page does not answer."
+jq -e '.state == "uploaded" and .isPlayable' <<<"$details" >/dev/null || fail "The upload is not complete: $details"
+for segment in "$take"/segments/video/*; do
+    curl --silent --fail --max-time 10 "$pages/$recording/files/segments/video/${segment##*/}" | cmp - "$segment" ||
+        fail "What was uploaded differs from $segment."
+done
+echo "All $(jq .objectCount <<<"$details") uploaded files are there."
 
 step "Done"
 cat <<DONE
@@ -151,4 +181,12 @@ Play it:
   ffplay $take/result.mp4
   mpv $take/segments/playlist.m3u8
 or open $take/result.mp4 in a browser.
+
+The uploaded recording has a page: $pages/$recording
 DONE
+if [ -t 1 ]; then
+    echo "It is served until Ctrl-C."
+    wait "${started[0]}" || true
+else
+    echo "Serve it again: build/glimto-dev-server --dir $PWD/.glimto-runs/dev-server"
+fi
