@@ -2,6 +2,7 @@
 
 import os
 import random
+import signal
 import subprocess
 import time
 import unittest
@@ -166,10 +167,15 @@ class PasteboardOwnerTests(PasteboardCase):
         self.assertEqual((owner / "comm").read_text(), "glimto-clip\n")
         fields = (owner / "stat").read_text().rsplit(")", 1)[1].split()
         self.assertEqual(fields[3], owner.name, "it leads a session of its own")
-        held = sorted(os.readlink(entry) for entry in (owner / "fd").iterdir())
+        # The pipe that it answered through is closed a moment after the answer.
+        wait_until(lambda: len(self.held_by(owner)) == 4, "letting go of what it was started with")
+        held = self.held_by(owner)
         self.assertEqual(held[:3], ["/dev/null"] * 3)
-        self.assertTrue(held[3].startswith("socket:"))
-        self.assertEqual(len(held), 4, held)
+        self.assertTrue(held[3].startswith("socket:"), held)
+
+    @staticmethod
+    def held_by(process):
+        return sorted(os.readlink(entry) for entry in (process / "fd").iterdir())
 
     def test_takeover_ends_the_owner_once_readers_have_everything(self):
         data = self.copy(MEDIUM)
@@ -208,12 +214,12 @@ class PasteboardOwnerTests(PasteboardCase):
 
     def test_server_that_does_not_answer_costs_a_few_seconds_and_leaves_nobody(self):
         (self.work / "a.png").write_bytes(png(SMALL))
-        os.kill(self.server.pid, 19)
+        os.kill(self.server.pid, signal.SIGSTOP)
         began = time.monotonic()
         try:
             output = self.run_tool("clipboard-image", "--path", self.work / "a.png", limit=30)
         finally:
-            os.kill(self.server.pid, 18)
+            os.kill(self.server.pid, signal.SIGCONT)
         self.assert_fails(output, "Could not write PNG image data to the clipboard.")
         self.assertLess(time.monotonic() - began, 20)
         self.assertEqual(self.owners(), [])

@@ -2,10 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Fakes/TemporaryDirectory.h"
 #include "Platform/Geometry.h"
 
 namespace glimto {
@@ -209,6 +214,34 @@ TEST_F(PangoTextDrawingTests, MediumIsNotLighterThanRegular)
     ASSERT_TRUE(drawing.makeLine(watermark, {.size = 32})->draw(regular.canvas(), 40, 60, white));
     ASSERT_TRUE(line(32)->draw(medium.canvas(), 40, 60, white));
     EXPECT_GE(medium.coverage(), regular.coverage());
+}
+
+// In processes of their own, because fonts are looked for once a process. Nothing comes on standard error.
+class FontSystemTests : public PangoTextDrawingTests {
+protected:
+    FontSystemTests() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+
+    // Ends the process with status 0 if there is a font.
+    [[noreturn]] void lookForFont(const std::string& elements)
+    {
+        const auto configuration = directory.path() / "fonts.conf";
+        std::ofstream(configuration) << "<fontconfig>" << elements << "</fontconfig>";
+        ::setenv("FONTCONFIG_FILE", configuration.c_str(), 1);
+        std::_Exit(line(20) ? 0 : 1);
+    }
+
+    TemporaryDirectory directory;
+};
+
+TEST_F(FontSystemTests, ASystemWithoutFontsHasNoFont)
+{
+    EXPECT_EXIT(lookForFont("<dir>/nonexistent</dir>"), testing::ExitedWithCode(1), testing::StrEq(""));
+}
+
+TEST_F(FontSystemTests, CachesThatCannotBeWrittenAreNoMatter)
+{
+    EXPECT_EXIT(lookForFont("<dir>/usr/share/fonts</dir><cachedir>/proc/none</cachedir>"),
+        testing::ExitedWithCode(0), testing::StrEq(""));
 }
 
 TEST_F(PangoTextDrawingTests, ASizeThatIsNoneHasNoFont)

@@ -6,21 +6,13 @@
 #include <utility>
 #include <vector>
 
+#include <libyuv/convert_from_argb.h>
+
 namespace glimto {
 
 namespace {
 
 constexpr std::size_t channels = 3;
-
-void copyRGB(const std::uint8_t* bgrx, std::span<std::uint8_t> row)
-{
-    std::uint8_t* rgb = row.data();
-    for (std::size_t pixel = 0; pixel < row.size() / channels; ++pixel) {
-        rgb[channels * pixel] = bgrx[4 * pixel + 2];
-        rgb[channels * pixel + 1] = bgrx[4 * pixel + 1];
-        rgb[channels * pixel + 2] = bgrx[4 * pixel];
-    }
-}
 
 // The compiler makes one instruction for 16 bytes of this.
 std::uint64_t sumOfDifferences(const std::uint8_t* a, const std::uint8_t* b, std::size_t count)
@@ -70,18 +62,22 @@ PNGRows filteredRows(const PixelBuffer& pixels)
 {
     const std::size_t rowSize = channels * static_cast<std::size_t>(pixels.width);
     const auto height = static_cast<std::size_t>(pixels.height);
-    PNGRows rows;
-    rows.size = (rowSize + 1) * height;
-    // Uninitialised: every byte is written below.
-    rows.bytes.reset(new std::uint8_t[rows.size]);
+    PNGRows rows = {.bytes = makeLargeBuffer((rowSize + 1) * height), .size = (rowSize + 1) * height};
     std::vector<std::uint8_t> row(rowSize);
     std::vector<std::uint8_t> above(rowSize);
     std::uint8_t* out = rows.bytes.get();
-    for (std::size_t y = 0; y < height; ++y) {
-        copyRGB(pixels.bytes + y * pixels.bytesPerRow, row);
-        writeRow(filterForRow(row, above), row, above, out);
-        out += rowSize + 1;
+    const std::uint8_t* source = pixels.bytes;
+    for (std::size_t y = 0; y < height; ++y, source += pixels.bytesPerRow, out += rowSize + 1) {
+        // Most of a desktop's rows repeat the one above; the fourth byte of a pixel is mostly the same as
+        // well.
+        if (y > 0 && std::memcmp(source, source - pixels.bytesPerRow, 4 * rowSize / channels) == 0) {
+            *out = static_cast<std::uint8_t>(PNGFilterType::up);
+            std::memset(out + 1, 0, rowSize);
+            continue;
+        }
         std::swap(row, above);
+        libyuv::ARGBToRAW(source, 0, row.data(), 0, pixels.width, 1);
+        writeRow(filterForRow(row, above), row, above, out);
     }
     return rows;
 }

@@ -2,9 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 
+#include "Backends/Images/LargeBuffer.h"
 #include "Platform/VideoFrame.h"
 
 namespace glimto {
@@ -14,7 +14,7 @@ enum class PNGFilterType : std::uint8_t { none = 0, sub = 1, up = 2 };
 
 // The rows of a picture as PNG compresses them: each is the number of its filter and its filtered RGB bytes.
 struct PNGRows {
-    std::unique_ptr<std::uint8_t[]> bytes;
+    LargeBuffer bytes;
     std::size_t size = 0;
 };
 

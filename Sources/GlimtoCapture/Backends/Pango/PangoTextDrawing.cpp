@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <mutex>
 #include <new>
 #include <utility>
 
+#include <fontconfig/fontconfig.h>
 #include <pango/pangocairo.h>
 
 #include "Backends/Pango/CoverageMask.h"
@@ -20,7 +23,6 @@ struct PangoDeleter {
     {
         pango_font_description_free(description);
     }
-    void operator()(PangoFontMetrics* metrics) const noexcept { pango_font_metrics_unref(metrics); }
     void operator()(cairo_font_options_t* options) const noexcept { cairo_font_options_destroy(options); }
     void operator()(cairo_surface_t* surface) const noexcept { cairo_surface_destroy(surface); }
     void operator()(cairo_t* context) const noexcept { cairo_destroy(context); }
@@ -32,6 +34,41 @@ template <typename Object> using PangoHandle = std::unique_ptr<Object, PangoDele
 double pixels(int units)
 {
     return static_cast<double>(units) / PANGO_SCALE;
+}
+
+// Keeps what libraries have to say, such as that fontconfig may write no cache, off standard error while it
+// lives: that belongs to the program's own messages, which do not go through the C library's stream.
+class QuietLibraries {
+public:
+    QuietLibraries()
+        : lock_(mutex())
+        , usual_(stderr)
+    {
+        // Kept open for good: another thread may be about to write to it when we are done.
+        static std::FILE* const nowhere = std::fopen("/dev/null", "we");
+        if (nowhere)
+            stderr = nowhere;
+    }
+    ~QuietLibraries() { stderr = usual_; }
+    QuietLibraries(const QuietLibraries&) = delete;
+    QuietLibraries& operator=(const QuietLibraries&) = delete;
+
+private:
+    static std::mutex& mutex()
+    {
+        static std::mutex only;
+        return only;
+    }
+
+    std::lock_guard<std::mutex> lock_;
+    std::FILE* usual_;
+};
+
+// Without any font Pango would draw boxes.
+bool hasFonts()
+{
+    const FcFontSet* fonts = FcInit() ? FcConfigGetFonts(nullptr, FcSetSystem) : nullptr;
+    return fonts && fonts->nfont > 0;
 }
 
 PangoHandle<PangoFontDescription> descriptionOf(const TextFont& font)
@@ -59,17 +96,18 @@ PangoHandle<PangoContext> makeContext()
 
 class PangoTextLine final : public TextLine {
 public:
-    PangoTextLine(
-        PangoHandle<PangoContext> context, PangoHandle<PangoLayout> layout, const PangoFontMetrics& metrics)
+    PangoTextLine(PangoHandle<PangoContext> context, PangoHandle<PangoLayout> layout)
         : context_(std::move(context))
         , layout_(std::move(layout))
-        , ascent_(pixels(pango_font_metrics_get_ascent(const_cast<PangoFontMetrics*>(&metrics))))
-        , descent_(pixels(pango_font_metrics_get_descent(const_cast<PangoFontMetrics*>(&metrics))))
     {
         PangoRectangle ink{};
         PangoRectangle logical{};
         pango_layout_line_get_extents(line(), &ink, &logical);
         width_ = pixels(logical.width);
+        // The logical rectangle is as high as the font, whatever the letters. Asking for the font's metrics
+        // instead would set a whole sample text.
+        ascent_ = pixels(-logical.y);
+        descent_ = pixels(logical.y + logical.height);
         ink_ = {pixels(ink.x), pixels(ink.y), pixels(ink.width), pixels(ink.height)};
     }
 
@@ -122,8 +160,8 @@ private:
     PangoHandle<PangoContext> context_;
     PangoHandle<PangoLayout> layout_;
     double width_ = 0;
-    double ascent_;
-    double descent_;
+    double ascent_ = 0;
+    double descent_ = 0;
     Rect ink_; // relative to the baseline's start
 };
 
@@ -131,19 +169,16 @@ private:
 
 std::unique_ptr<TextLine> PangoTextDrawing::makeLine(const std::string& text, const TextFont& font)
 {
-    if (!(font.size > 0) || !std::isfinite(font.size))
+    const QuietLibraries quiet;
+    if (!(font.size > 0) || !std::isfinite(font.size) || !hasFonts())
         return nullptr;
     auto context = makeContext();
     const auto description = descriptionOf(font);
-    const PangoHandle<PangoFont> loaded(pango_context_load_font(context.get(), description.get()));
-    if (!loaded)
-        return nullptr;
     PangoHandle<PangoLayout> layout(pango_layout_new(context.get()));
     pango_layout_set_single_paragraph_mode(layout.get(), TRUE);
     pango_layout_set_font_description(layout.get(), description.get());
     pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
-    const PangoHandle<PangoFontMetrics> metrics(pango_font_get_metrics(loaded.get(), nullptr));
-    return std::make_unique<PangoTextLine>(std::move(context), std::move(layout), *metrics);
+    return std::make_unique<PangoTextLine>(std::move(context), std::move(layout));
 }
 
 } // namespace glimto
