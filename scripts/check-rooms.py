@@ -13,6 +13,8 @@ import sys
 from pathlib import Path, PurePosixPath
 
 SOURCES = "Sources/GlimtoCapture/"
+SERVER_SOURCES = "Sources/GlimtoDevServer/"
+SERVER_LIBRARIES = r"httplib\.h|nlohmann/.*|openssl/.*"
 LONGEST_FILE = 600  # lines
 
 # What each room builds on; it sees these rooms and everything below them.
@@ -224,6 +226,17 @@ def check_source(path, text):
         yield 1, "a header without #pragma once"
 
 
+def check_server_source(text):
+    """Violations in one file of the development server, which sees its own headers and Support."""
+    for number, kind, included in includes(text):
+        if kind == '"' and "/" in included and room_of(included) != "Support":
+            yield number, f'the development server may not see "{included}"'
+        known = included in STANDARD | POSIX or re.fullmatch(SERVER_LIBRARIES, included)
+        if kind == "<" and not known:
+            yield number, f"<{included}> does not belong in the development server"
+    yield from check_portable(without_comments(text))
+
+
 def check_test(path, text):
     for number, kind, included in includes(text):
         refused = test_include_refused(path, kind, included)
@@ -251,6 +264,8 @@ def check_file(path, text):
         return
     if path.startswith(SOURCES):
         yield from check_source(path[len(SOURCES):], text)
+    elif path.startswith(SERVER_SOURCES):
+        yield from check_server_source(text)
     elif path.startswith("Tests/"):
         yield from check_test(path, text)
     lines = text.count("\n")

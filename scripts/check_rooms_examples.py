@@ -24,7 +24,7 @@ REFUSED = [
     (S + "Backends/Images/A.cpp", "#include <xcb/xcb.h>\n", "belongs to Backends/X11 only"),
     (S + "Recording/A.cpp", "extern \"C\" {\n#include <libavcodec/avcodec.h>\n}\n", "belongs to Backends/FFmpeg only"),
     (S + "Backends/X11/A.cpp", "#include <x264.h>\n", "belongs to Backends/FFmpeg only"),
-    (S + "Platform/A.cpp", "#include <libyuv.h>\n", "belongs to Backends/X11, Backends/FFmpeg only"),
+    (S + "Platform/A.cpp", "#include <libyuv.h>\n", "belongs to Backends/X11, Backends/FFmpeg, Backends/Images only"),
     (S + "Recording/A.cpp", "#include <turbojpeg.h>\n", "belongs to Backends/Images only"),
     (S + "Artifacts/A.cpp", "#include <openssl/sha.h>\n", "belongs to Support only"),
     (S + "Platform/A.cpp", "#include <nlohmann/json.hpp>\n", "<nlohmann/json.hpp> belongs to"),
@@ -32,6 +32,9 @@ REFUSED = [
     (S + "Support/A.cpp", "#include <linux/fs.h>\n", "neither standard C++ nor POSIX"),
     (S + "Recording/A.cpp", "#include <stop_token>\n", "not for Recording"),
     (S + "Content/A.cpp", "#include <format>\n", "neither standard C++ nor POSIX"),
+    ("Sources/GlimtoDevServer/A.cpp", '#include "Upload/A.h"\n', "the development server may not see"),
+    ("Sources/GlimtoDevServer/A.cpp", "#include <curl/curl.h>\n", "does not belong in the development server"),
+    (S + "Upload/A.cpp", "#include <httplib.h>\n", "neither standard C++ nor POSIX"),
     # Portability
     (S + "Support/A.cpp", "#ifdef __linux__\n#endif\n", "an operating system's condition"),
     (S + "Recording/A.cpp", "#if defined(__APPLE__)\n#endif\n", "an operating system's condition"),
