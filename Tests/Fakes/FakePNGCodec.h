@@ -40,7 +40,8 @@ public:
             const auto* begin = picture.bytes + static_cast<std::size_t>(row) * picture.bytesPerRow;
             pixels.insert(pixels.end(), begin, begin + 4 * static_cast<std::size_t>(width));
         }
-        const std::string text = "\x89PNG\r\n\x1A\n" + std::to_string(width) + "x" + std::to_string(height) + " whole";
+        const std::string text
+            = "\x89PNG\r\n\x1A\n" + std::to_string(width) + "x" + std::to_string(height) + " whole";
         const auto* bytes = reinterpret_cast<const std::byte*>(text.data());
         return {bytes, bytes + text.size()};
     }

@@ -19,9 +19,8 @@ class FakeRecordingAPI {
 public:
     explicit FakeRecordingAPI(FakeHTTPTransport& transport)
     {
-        transport.answer = [this](const HTTPRequest& request, const std::string& body) {
-            return respond(request, body);
-        };
+        transport.answer
+            = [this](const HTTPRequest& request, const std::string& body) { return respond(request, body); };
     }
 
     // Changes the answer to a request, as "POST /api/recordings", or makes one instead when it returns it.
@@ -102,8 +101,8 @@ private:
 
     nlohmann::json recording() const
     {
-        return {{"manifestKey", prefix() + "/manifest.json"}, {"organizationId", "org"},
-            {"prefix", prefix()}, {"recordingId", id_}, {"state", recordingState}};
+        return {{"manifestKey", prefix() + "/manifest.json"}, {"organizationId", "org"}, {"prefix", prefix()},
+            {"recordingId", id_}, {"state", recordingState}};
     }
 
     nlohmann::json planned(const std::vector<std::string>& names) const
@@ -123,7 +122,8 @@ private:
         return {{"allowedSegmentKeyPatterns", {{"audio", pattern("audio")}, {"video", pattern("video")}}},
             {"manifestKey", prefix() + "/manifest.json"}, {"objectPrefix", prefix()},
             {"plannedUploads",
-                {{"required", planned({"manifest.json", "segments/playlist.m3u8", "segments/video/init.mp4"})},
+                {{"required",
+                     planned({"manifest.json", "segments/playlist.m3u8", "segments/video/init.mp4"})},
                     {"optional",
                         planned({"thumbnail.jpg", "events.json", "segments/video/playlist.m3u8",
                             "segments/audio/init.mp4", "segments/audio/playlist.m3u8"})}}}};

@@ -20,8 +20,8 @@ void runOpenCommand(OpenAction action, const std::filesystem::path& path, Worksp
         throw CLIError(failure + ".");
 }
 
-void runOpenCommandOrWarn(OpenAction action, const std::filesystem::path& path, Workspace& workspace,
-    LineOutput& standardError)
+void runOpenCommandOrWarn(
+    OpenAction action, const std::filesystem::path& path, Workspace& workspace, LineOutput& standardError)
 {
     try {
         runOpenCommand(action, path, workspace);

@@ -14,7 +14,7 @@ enum class OpenAction { revealFile, openFile };
 void runOpenCommand(OpenAction action, const std::filesystem::path& path, Workspace& workspace);
 
 // The same, where a failure is only a warning: "Warning: " and its message on standard error.
-void runOpenCommandOrWarn(OpenAction action, const std::filesystem::path& path, Workspace& workspace,
-    LineOutput& standardError);
+void runOpenCommandOrWarn(
+    OpenAction action, const std::filesystem::path& path, Workspace& workspace, LineOutput& standardError);
 
 } // namespace glimto

@@ -62,15 +62,13 @@ void RecordCommand::recordLocally(const RecordOptions& options)
 {
     // A take that has a job may be on its way to a server: opening it says why it is not replaced.
     if (RecordingUploadJobStore::hasJob(options.outputDirectory))
-        RecordingUploadJobStore(
-            options.outputDirectory, std::nullopt, TakeUse::capturing, managedRoot());
+        RecordingUploadJobStore(options.outputDirectory, std::nullopt, TakeUse::capturing, managedRoot());
     record(options, nullptr, nullptr);
 }
 
 void RecordCommand::recordAndUpload(const RecordOptions& options)
 {
-    RecordingUploadJobStore job(
-        options.outputDirectory, options.upload, TakeUse::capturing, managedRoot());
+    RecordingUploadJobStore job(options.outputDirectory, options.upload, TakeUse::capturing, managedRoot());
     recordingId_ = job.read().recordingId;
     RecordingUploadOptions uploadOptions = *options.upload;
     uploadOptions.recordingId = recordingId_;
@@ -78,8 +76,7 @@ void RecordCommand::recordAndUpload(const RecordOptions& options)
     known.upload = uploadOptions;
 
     SystemUploadClock clock;
-    RecordingUploadRun upload(
-        uploadOptions, job, {services_.http, services_.textPatterns, clock, outputs_});
+    RecordingUploadRun upload(uploadOptions, job, {services_.http, services_.textPatterns, clock, outputs_});
     try {
         upload.start();
         record(

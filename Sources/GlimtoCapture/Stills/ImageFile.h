@@ -7,7 +7,6 @@
 
 #include "Support/Errors.h"
 
-
 namespace glimto {
 
 // What kind of thing a path names, links followed.

@@ -17,7 +17,8 @@ enum Code : std::int64_t { missingPathCode = 0, fileNotFoundCode = 1 };
 // pictographs.
 bool isForeignSign(char32_t character)
 {
-    constexpr std::u32string_view lettersAndDigits = U"\u00AA\u00B2\u00B3\u00B5\u00B9\u00BA\u00BC\u00BD\u00BE";
+    constexpr std::u32string_view lettersAndDigits
+        = U"\u00AA\u00B2\u00B3\u00B5\u00B9\u00BA\u00BC\u00BD\u00BE";
     if (character <= 0xBF)
         return lettersAndDigits.find(character) == std::u32string_view::npos;
     return character == 0xD7 || character == 0xF7 || (character >= 0x2000 && character <= 0x206F)

@@ -52,8 +52,8 @@ TEST_F(DriverStillsTests, AScreenshotIsToldInJSONInstead)
     EXPECT_EQ(screenshot({"--stdout-json", "--display", "0"}), 0);
     const auto size = std::to_string(std::filesystem::file_size(shot));
     EXPECT_EQ(standardOutput.text(),
-        "{\"byteSize\":" + size + R"(,"captureKind":"display","format":"png","height":480,"path":")" + shot.string()
-            + "\",\"width\":640}\n");
+        "{\"byteSize\":" + size + R"(,"captureKind":"display","format":"png","height":480,"path":")"
+            + shot.string() + "\",\"width\":640}\n");
 }
 
 TEST_F(DriverStillsTests, AScreenshotHasAWatermarkUnlessItIsSwitchedOff)

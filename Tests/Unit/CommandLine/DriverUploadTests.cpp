@@ -23,7 +23,8 @@ protected:
 
     int recordAndUpload(std::vector<std::string> options = {})
     {
-        const std::vector<std::string> more = {"--api-base-url", FakeRecordingAPI::address, "--no-background-upload"};
+        const std::vector<std::string> more
+            = {"--api-base-url", FakeRecordingAPI::address, "--no-background-upload"};
         options.insert(options.end(), more.begin(), more.end());
         return record(options);
     }
@@ -72,46 +73,36 @@ protected:
 TEST_F(DriverUploadTests, ARecordingWithItsUploadIsToldInOrder)
 {
     EXPECT_EQ(recordAndUpload({"--recording-id", " rec "}), 0) << standardError.text();
-    EXPECT_THAT(told(), testing::ElementsAre(
-        R"({"kind":"launched","pageUrl":"http://api.test/recordings/rec","recordingId":"rec"})",
-        R"({"kind":"page_url","pageUrl":"http://api.test/recordings/rec","recordingId":"rec"})",
-        "Glimto upload: recording session ready",
-        R"({"kind":"capture_starting","recordingId":"rec","stage":"shareable_content"})",
-        "Recording screen:0 for 5.0s",
-        "Output: " + root(),
-        "Video: H.264 fMP4, 640x480, 30 fps, ~4.0s segments",
-        "Audio: none",
-        "Stop file: " + (directory.path() / "stop").string(),
-        R"({"kind":"capture_starting","recordingId":"rec","stage":"stream_start"})",
-        R"({"kind":"recording","recordingId":"rec","state":"recording"})",
-        "GLIMTO_RECORDING_STATUS=recording",
-        "Stop file detected; finishing recording",
-        R"({"kind":"stop_seen","recordingId":"rec"})",
-        R"({"kind":"stopping_capture","recordingId":"rec"})",
-        "Glimto stop: stopping capture stream",
-        "GLIMTO_RECORDING_STATUS=stopped",
-        R"({"kind":"finalizing","recordingId":"rec","state":"finalizing"})",
-        "Glimto stop: finishing segment writer",
-        "Glimto stop: waiting for thumbnail",
-        "Glimto stop: writing playlists and manifest",
-        "Captured 1 segment(s)",
-        "Playlist: " + root() + "/segments/playlist.m3u8",
-        "Manifest: " + root() + "/manifest.json",
-        "Thumbnail: " + root() + "/thumbnail.jpg",
-        "Verify: scripts/verify-media-contract.sh " + root(),
-        R"({"kind":"completed","recordingId":"rec","state":"completed"})",
-        "GLIMTO_RECORDING_STATUS=uploading",
-        "Uploaded object: org/rec/manifest.json",
-        "Uploaded object: org/rec/segments/video/init.mp4",
-        "Uploaded object: org/rec/segments/playlist.m3u8",
-        "Uploaded object: org/rec/segments/video/segment_000.m4s",
-        "Uploaded object: org/rec/thumbnail.jpg",
-        "Uploaded recording: rec",
-        "State: uploaded",
-        "Checked objects: 5",
-        R"({"checkedObjectCount":5,"kind":"page_url","pageUrl":"http://api.test/recordings/rec",)"
-        R"("recordingId":"rec","state":"uploaded"})",
-        "GLIMTO_RECORDING_STATUS=uploaded"));
+    EXPECT_THAT(told(),
+        testing::ElementsAre(
+            R"({"kind":"launched","pageUrl":"http://api.test/recordings/rec","recordingId":"rec"})",
+            R"({"kind":"page_url","pageUrl":"http://api.test/recordings/rec","recordingId":"rec"})",
+            "Glimto upload: recording session ready",
+            R"({"kind":"capture_starting","recordingId":"rec","stage":"shareable_content"})",
+            "Recording screen:0 for 5.0s", "Output: " + root(),
+            "Video: H.264 fMP4, 640x480, 30 fps, ~4.0s segments", "Audio: none",
+            "Stop file: " + (directory.path() / "stop").string(),
+            R"({"kind":"capture_starting","recordingId":"rec","stage":"stream_start"})",
+            R"({"kind":"recording","recordingId":"rec","state":"recording"})",
+            "GLIMTO_RECORDING_STATUS=recording", "Stop file detected; finishing recording",
+            R"({"kind":"stop_seen","recordingId":"rec"})",
+            R"({"kind":"stopping_capture","recordingId":"rec"})", "Glimto stop: stopping capture stream",
+            "GLIMTO_RECORDING_STATUS=stopped",
+            R"({"kind":"finalizing","recordingId":"rec","state":"finalizing"})",
+            "Glimto stop: finishing segment writer", "Glimto stop: waiting for thumbnail",
+            "Glimto stop: writing playlists and manifest", "Captured 1 segment(s)",
+            "Playlist: " + root() + "/segments/playlist.m3u8", "Manifest: " + root() + "/manifest.json",
+            "Thumbnail: " + root() + "/thumbnail.jpg", "Verify: scripts/verify-media-contract.sh " + root(),
+            R"({"kind":"completed","recordingId":"rec","state":"completed"})",
+            "GLIMTO_RECORDING_STATUS=uploading", "Uploaded object: org/rec/manifest.json",
+            "Uploaded object: org/rec/segments/video/init.mp4",
+            "Uploaded object: org/rec/segments/playlist.m3u8",
+            "Uploaded object: org/rec/segments/video/segment_000.m4s",
+            "Uploaded object: org/rec/thumbnail.jpg", "Uploaded recording: rec", "State: uploaded",
+            "Checked objects: 5",
+            R"({"checkedObjectCount":5,"kind":"page_url","pageUrl":"http://api.test/recordings/rec",)"
+            R"("recordingId":"rec","state":"uploaded"})",
+            "GLIMTO_RECORDING_STATUS=uploaded"));
     EXPECT_EQ(standardError.text(), "");
     EXPECT_EQ(job().state, State::completed);
     EXPECT_EQ(job().uploadAttempts, 1U);
@@ -133,8 +124,8 @@ TEST_F(DriverUploadTests, MetadataAndRevealComeBeforeTheUpload)
 {
     EXPECT_EQ(recordAndUpload({"--stdout-json", "--reveal"}), 0);
     const auto lines = standardOutput.lines();
-    const auto metadata = std::find_if(
-        lines.begin(), lines.end(), [](const auto& line) { return line.find("videoSegmentCount") != line.npos; });
+    const auto metadata = std::find_if(lines.begin(), lines.end(),
+        [](const auto& line) { return line.find("videoSegmentCount") != line.npos; });
     EXPECT_LT(metadata, std::find(lines.begin(), lines.end(), "GLIMTO_RECORDING_STATUS=uploading"));
     EXPECT_EQ(workspace.revealed.size(), 1U);
 }
@@ -144,11 +135,12 @@ TEST_F(DriverUploadTests, WithoutAnAccessKeyNothingIsRecorded)
     process.variables.erase("GLIMTO_DESKTOP_ACCESS_KEY");
     EXPECT_EQ(recordAndUpload(), 1);
     EXPECT_EQ(standardError.text(), "error: Recording upload requires an access key.\n");
-    EXPECT_THAT(told(), testing::ElementsAre(R"({"kind":"launched"})",
-        R"({"error":{"code":"recording_failed","domain":"GlimtoCapture.CLIError",)"
-        R"("message":"Recording upload requires an access key.","nsCode":1,"type":"CLIError"},)"
-        R"("kind":"recording_failed","state":"failed"})",
-        "GLIMTO_RECORDING_STATUS=failed"));
+    EXPECT_THAT(told(),
+        testing::ElementsAre(R"({"kind":"launched"})",
+            R"({"error":{"code":"recording_failed","domain":"GlimtoCapture.CLIError",)"
+            R"("message":"Recording upload requires an access key.","nsCode":1,"type":"CLIError"},)"
+            R"("kind":"recording_failed","state":"failed"})",
+            "GLIMTO_RECORDING_STATUS=failed"));
     EXPECT_EQ(captureStreams.stream->starts, 0);
     EXPECT_TRUE(api.log().empty());
 }
@@ -183,18 +175,17 @@ TEST_F(DriverUploadTests, AnUploadThatFailsIsToldInOrderAndTheTakeStays)
     EXPECT_EQ(recordAndUpload({"--recording-id", "rec"}), 1);
     const auto lines = told();
     const auto uploading = std::find(lines.begin(), lines.end(), "GLIMTO_RECORDING_STATUS=uploading");
-    EXPECT_THAT(std::vector<std::string>(uploading, lines.end()), testing::ElementsAre(
-        "GLIMTO_RECORDING_STATUS=uploading",
-        "Uploaded object: org/rec/manifest.json",
-        "Uploaded object: org/rec/segments/video/init.mp4",
-        "Uploaded object: org/rec/segments/video/segment_000.m4s",
-        "Uploaded object: org/rec/thumbnail.jpg",
-        R"({"error":{"code":"upload_failed","domain":"GlimtoCapture.CLIError",)"
-        R"("message":"HTTP 500 for upload org/rec/segments/playlist.m3u8: request failed","nsCode":1,)"
-        R"("type":"CLIError"},"kind":"upload_failed","recordingId":"rec","state":"failed"})",
-        "GLIMTO_RECORDING_STATUS=failed"));
-    EXPECT_EQ(standardError.text(),
-        "error: HTTP 500 for upload org/rec/segments/playlist.m3u8: request failed\n");
+    EXPECT_THAT(std::vector<std::string>(uploading, lines.end()),
+        testing::ElementsAre("GLIMTO_RECORDING_STATUS=uploading", "Uploaded object: org/rec/manifest.json",
+            "Uploaded object: org/rec/segments/video/init.mp4",
+            "Uploaded object: org/rec/segments/video/segment_000.m4s",
+            "Uploaded object: org/rec/thumbnail.jpg",
+            R"({"error":{"code":"upload_failed","domain":"GlimtoCapture.CLIError",)"
+            R"("message":"HTTP 500 for upload org/rec/segments/playlist.m3u8: request failed","nsCode":1,)"
+            R"("type":"CLIError"},"kind":"upload_failed","recordingId":"rec","state":"failed"})",
+            "GLIMTO_RECORDING_STATUS=failed"));
+    EXPECT_EQ(
+        standardError.text(), "error: HTTP 500 for upload org/rec/segments/playlist.m3u8: request failed\n");
     EXPECT_EQ(job().state, State::failed);
     EXPECT_TRUE(std::filesystem::exists(take() / "manifest.json"));
 }

@@ -58,7 +58,8 @@ TEST_F(ClipboardImageWriterTests, PutsTheBytesOfTheFileOnTheClipboard)
     EXPECT_EQ(result.path, path);
     EXPECT_EQ(result.byteCount, contents.size());
     ASSERT_TRUE(pasteboard.png.has_value());
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(pasteboard.png->data()), pasteboard.png->size()), contents);
+    EXPECT_EQ(
+        std::string(reinterpret_cast<const char*>(pasteboard.png->data()), pasteboard.png->size()), contents);
 }
 
 TEST_F(ClipboardImageWriterTests, AFileOfAnotherNameIsReadAsWell)
@@ -87,8 +88,9 @@ TEST_F(ClipboardImageWriterTests, OnlyRegularFilesExist)
     const auto pipe = directory.path() / "pipe.png";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     std::filesystem::create_symlink(directory.path() / "nowhere", directory.path() / "dangling.png");
-    for (const auto& path : {directory.path() / "none.png", directory.path(), pipe, std::filesystem::path("/dev/zero"),
-             directory.path() / "dangling.png", directory.path() / "none" / "deeper.png"})
+    for (const auto& path :
+        {directory.path() / "none.png", directory.path(), pipe, std::filesystem::path("/dev/zero"),
+            directory.path() / "dangling.png", directory.path() / "none" / "deeper.png"})
         EXPECT_EQ(errorOf(path), missing(path));
     EXPECT_FALSE(pasteboard.png.has_value());
 }

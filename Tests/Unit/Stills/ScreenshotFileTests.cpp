@@ -145,8 +145,8 @@ TEST_F(ScreenshotFileTests, ADestinationThatCannotBeMadeTellsWhereAndWhy)
     codec.beforeEncoding = [this] { std::filesystem::remove(directory.path() / "gone"); };
     const auto lost = directory.path() / "gone" / "shot.png";
     EXPECT_EQ(errorOfWrite(lost), "Could not create PNG destination at " + lost.string());
-    EXPECT_EQ(standardError.text(),
-        "warning: Could not write " + lost.string() + ": No such file or directory\n");
+    EXPECT_EQ(
+        standardError.text(), "warning: Could not write " + lost.string() + ": No such file or directory\n");
 }
 
 TEST_F(ScreenshotFileTests, APictureThatCannotBeEncodedLeavesNothing)

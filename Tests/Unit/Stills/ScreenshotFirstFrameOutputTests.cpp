@@ -64,8 +64,8 @@ TEST(ScreenshotFirstFrameOutputTests, OnlyCompleteAndStartedFramesAndThoseWithou
     for (const auto& [status, isUsable] : cases) {
         ScreenshotFirstFrameOutput output;
         output.didOutputFrame(frameWithStatus(status));
-        EXPECT_EQ(errorOfWait(output),
-            isUsable ? "a frame" : "Timed out waiting for the first screenshot frame.");
+        EXPECT_EQ(
+            errorOfWait(output), isUsable ? "a frame" : "Timed out waiting for the first screenshot frame.");
     }
 }
 

@@ -64,7 +64,9 @@ TEST_F(TextRecognizerTests, EmptyLinesAreKept)
 TEST_F(TextRecognizerTests, LinesThatAreOnlyTheWatermarkAreDropped)
 {
     EXPECT_EQ(textOf({"glimto.com"}), "");
-    EXPECT_EQ(textOf({"a", "  Glimto . COM ", "glimto\u00B7com", "GLIMTO\u2014COM", "\u00A9 glimto,com", "b"}), "a\nb");
+    EXPECT_EQ(
+        textOf({"a", "  Glimto . COM ", "glimto\u00B7com", "GLIMTO\u2014COM", "\u00A9 glimto,com", "b"}),
+        "a\nb");
 }
 
 TEST_F(TextRecognizerTests, LinesWithMoreThanTheWatermarkAreKept)

@@ -53,10 +53,10 @@ void X11CaptureStream::start(Handlers handlers)
     connection_ = X11Connection::open();
     connection_->setAnswerTimeout(answerTimeout);
     startPictureExtensions(*connection_);
-    grabber_
-        = std::make_unique<X11FrameGrabber>(*connection_, makeX11PictureSource(*connection_, filter_, configuration_),
-            PixelSize{configuration_.width, configuration_.height}, std::max(1, configuration_.queueDepth),
-            configuration_.showsCursor);
+    grabber_ = std::make_unique<X11FrameGrabber>(*connection_,
+        makeX11PictureSource(*connection_, filter_, configuration_),
+        PixelSize{configuration_.width, configuration_.height}, std::max(1, configuration_.queueDepth),
+        configuration_.showsCursor);
     thread_ = std::thread([this] { run(); });
 }
 

@@ -16,6 +16,17 @@ namespace glimto {
 
 namespace {
 
+// The answer that `question` finds with a new connection; `otherwise` when it cannot be found out.
+template <typename Answer, typename Question> Answer answerOr(Answer otherwise, Question question)
+{
+    try {
+        const auto connection = X11Connection::open();
+        return question(*connection);
+    } catch (const std::exception&) {
+        return otherwise;
+    }
+}
+
 xcb_atom_t internedAtom(X11Connection& connection, std::string_view name)
 {
     const auto cookie
@@ -26,40 +37,6 @@ xcb_atom_t internedAtom(X11Connection& connection, std::string_view name)
 
 } // namespace
 
-X11ScreenAccess::X11ScreenAccess() = default;
-
-X11ScreenAccess::~X11ScreenAccess() = default;
-
-// A connection that was open before may have been lost since; then a new one decides.
-template <typename Question> auto X11ScreenAccess::ask(Question question)
-{
-    if (connection_) {
-        try {
-            return question(*connection_);
-        } catch (const std::exception&) {
-            connection_.reset();
-        }
-    }
-    connection_ = X11Connection::open();
-    try {
-        return question(*connection_);
-    } catch (...) {
-        connection_.reset();
-        throw;
-    }
-}
-
-// The answer that `question` finds; `otherwise` when it cannot be found out.
-template <typename Answer, typename Question>
-Answer X11ScreenAccess::answerOr(Answer otherwise, Question question)
-{
-    try {
-        return ask(question);
-    } catch (const std::exception&) {
-        return otherwise;
-    }
-}
-
 bool X11ScreenAccess::preflightScreenCaptureAccess()
 {
     return !screenCaptureObstacle();
@@ -68,13 +45,11 @@ bool X11ScreenAccess::preflightScreenCaptureAccess()
 std::optional<std::string> X11ScreenAccess::screenCaptureObstacle()
 {
     try {
-        const bool isReadable = ask([](X11Connection& connection) {
-            constexpr auto allPlanes = std::numeric_limits<std::uint32_t>::max();
-            const auto cookie = xcb_get_image(
-                connection.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection.root(), 0, 0, 1, 1, allPlanes);
-            return connection.reply<xcb_get_image_reply_t>(cookie) != nullptr;
-        });
-        if (!isReadable)
+        const auto connection = X11Connection::open();
+        constexpr auto allPlanes = std::numeric_limits<std::uint32_t>::max();
+        const auto cookie = xcb_get_image(
+            connection->xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection->root(), 0, 0, 1, 1, allPlanes);
+        if (!connection->reply<xcb_get_image_reply_t>(cookie))
             return "The X server does not let this program read the screen.";
         return std::nullopt;
     } catch (const std::exception& error) {
@@ -90,16 +65,15 @@ std::optional<std::int32_t> X11ScreenAccess::frontmostProcessID()
         xcb_prefetch_extension_data(xcb, &xcb_res_id);
         const auto activeWindow = internedAtom(connection, "_NET_ACTIVE_WINDOW");
         const auto processID = internedAtom(connection, "_NET_WM_PID");
-        const xcb_window_t window = X11Property::receive(
-            connection, X11Property::ask(connection, connection.root(), activeWindow))
-                                        .firstNumber()
-                                        .value_or(XCB_WINDOW_NONE);
+        const xcb_window_t window
+            = X11Property::receive(connection, X11Property::ask(connection, connection.root(), activeWindow))
+                  .firstNumber()
+                  .value_or(XCB_WINDOW_NONE);
         std::optional<std::int32_t> process;
         if (window == XCB_WINDOW_NONE)
             return process;
-        const auto claimed = X11Property::receive(
-            connection, X11Property::ask(connection, window, processID))
-                                 .firstNumber();
+        const auto claimed
+            = X11Property::receive(connection, X11Property::ask(connection, window, processID)).firstNumber();
         if (claimed && *claimed > 0 && *claimed <= INT32_MAX)
             process = static_cast<std::int32_t>(*claimed);
         if (const auto owner = x11ClientProcesses(connection, {&window, 1}).front(); owner != 0)

@@ -1,6 +1,5 @@
 #include "Backends/X11/X11ScreenReader.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include <xcb/shm.h>
@@ -42,6 +41,12 @@ void X11ScreenReader::releaseMemory()
     memory_.reset();
 }
 
+void X11ScreenReader::touchMemory()
+{
+    if (memory_)
+        std::memset(memory_->bytes(), 0, memory_->size());
+}
+
 std::optional<StillImage> X11ScreenReader::read(const PixelRect& area, PixelSize output)
 {
     const auto root = connection_.reply<xcb_get_geometry_reply_t>(
@@ -73,8 +78,8 @@ std::optional<X11ScreenReader::Rows> X11ScreenReader::readRows(const PixelRect& 
         if (connection_.reply<xcb_shm_get_image_reply_t>(cookie))
             return Rows{memory->bytes(), memory};
     }
-    const auto cookie = xcb_get_image(
-        xcb, XCB_IMAGE_FORMAT_Z_PIXMAP, connection_.root(), x, y, width, height, allPlanes);
+    const auto cookie
+        = xcb_get_image(xcb, XCB_IMAGE_FORMAT_Z_PIXMAP, connection_.root(), x, y, width, height, allPlanes);
     std::shared_ptr<xcb_get_image_reply_t> image(connection_.reply<xcb_get_image_reply_t>(cookie));
     if (!image || static_cast<std::size_t>(xcb_get_image_data_length(image.get())) < size)
         return std::nullopt;

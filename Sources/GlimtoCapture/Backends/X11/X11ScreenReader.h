@@ -22,6 +22,9 @@ public:
     X11ScreenReader(const X11ScreenReader&) = delete;
     X11ScreenReader& operator=(const X11ScreenReader&) = delete;
 
+    // Has the system give the memory its pages now, which it would do while the picture is taken.
+    void touchMemory();
+
     // The part `area` of the root window as a picture of size `output`, black where it shows nothing. Nothing
     // when the server gives no picture. To be called once. Throws PlatformError.
     std::optional<StillImage> read(const PixelRect& area, PixelSize output);
@@ -35,8 +38,7 @@ private:
     std::shared_ptr<X11SharedMemory> memoryFor(std::size_t size);
     void releaseMemory();
     std::optional<Rows> readRows(const PixelRect& rect);
-    StillImage picture(
-        const Rows& rows, PixelSize size, int left, int top, PixelSize output) const;
+    StillImage picture(const Rows& rows, PixelSize size, int left, int top, PixelSize output) const;
 
     X11Connection& connection_;
     X11PixelFormat format_;

@@ -74,6 +74,13 @@ public:
             sizeOf(configuration), 1, false);
     }
 
+    // For a picture that is not wanted yet.
+    void getReady()
+    {
+        if (reader_)
+            reader_->touchMemory();
+    }
+
     // Whether it can take that picture.
     bool serves(const ContentFilter& filter, const CaptureStreamConfiguration& configuration) const
     {
@@ -126,6 +133,7 @@ void X11StillCapture::prepare(const ContentFilter& filter, const CaptureStreamCo
 {
     try {
         session_ = std::make_unique<Session>(filter, configuration);
+        session_->getReady();
     } catch (const std::exception&) {
         // Taking the picture will tell.
         session_.reset();
