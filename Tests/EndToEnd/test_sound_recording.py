@@ -6,7 +6,8 @@ from support import sound
 from support.processes import wait_until
 from support.sound_case import MICROPHONE, MICROPHONE_FEED, SPEAKER, SoundCase
 
-START, END = 0.5, 2.3  # seconds of a take that are looked at; whole periods of all tones
+START, END = 0.5, 2.3  # seconds of a take that are looked at
+BREAK = 0.5  # samples; a dropped or doubled one moves the phase by 1
 
 
 def tone_levels_when_clamped(first, second, level):
@@ -101,14 +102,13 @@ class SourceTests(SoundCase):
 
 class DeviceFormatTests(SoundCase):
     def assert_heard(self, sink, microphone=None):
-        self.play_tone(sink, 550)
+        self.play_tone(sink, 600)
         self.record("-d", "2.5", *(["--microphone", microphone] if microphone else ["--system-audio"]))
         self.assert_whole_take()
         found = self.decoded_sound()
         for channel in found.channels:
-            self.assert_level(sound.part(channel, START, END), 550, 0.25)
-            steps = sound.phase_steps(sound.part(channel, START, END), 550, block=0.1)
-            self.assertLess(max(map(abs, steps)), 0.5)
+            self.assert_level(sound.part(channel, START, END), 600, 0.25)
+            self.assertLess(sound.largest_break(sound.part(channel, START, END), 600), BREAK)
 
     def test_telephone_microphone(self):
         self.sound_server.add_sink("feed", rate=16000, channels=1, sample_format="s16le")

@@ -73,12 +73,13 @@ class LostOutputTests(SoundCase):
         recording = self.start()
         self.wait_until(1.2)
         self.sound_server.set_default_sink("headset")
+        self.play_tone(SPEAKER, 880)
         self.assert_one_warning(recording.finish())
         found = self.decoded_sound().left
         self.assert_level(sound.part(found, 0.3, 1.0), 440, 0.25)
         self.assert_level(sound.part(found, 0.3, 1.0), 660, 0)
         self.assert_level(sound.part(found, 3.0, 3.8), 660, 0.25)
-        self.assert_level(sound.part(found, 3.0, 3.8), 440, 0)
+        self.assert_level(sound.part(found, 3.0, 3.8), 880, 0)
 
     def test_output_that_goes_away_is_replaced_by_the_new_default_one(self):
         number = self.sound_server.add_sink("headset")

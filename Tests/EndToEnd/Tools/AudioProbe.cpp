@@ -2,7 +2,8 @@
 //
 //   devices                          "device <id>" for each microphone
 //   find <id>                        "found <name>" or "none"
-//   record <id> <seconds> [<file>]   the microphone, or "system" for what is played; the file gets the samples
+//   record <id> <seconds> [<file>]   the microphone, or "system" for what is played; the file gets the
+//   samples
 //                                    as they come, 32-bit float:
 //       start <running|notRunning|noClock> <milliseconds it took>
 //       buffer <time of the first frame, ns> <frames> <rate> <channels> <now, ns> <loudest sample>
@@ -148,8 +149,8 @@ private:
             .onBuffer =
                 [&](const AudioBuffer& buffer) {
                     std::ostringstream line;
-                    line << "buffer " << buffer.presentationTime.nanoseconds() << ' ' << buffer.frameCount << ' '
-                         << buffer.format.sampleRate << ' ' << buffer.format.channelCount << ' '
+                    line << "buffer " << buffer.presentationTime.nanoseconds() << ' ' << buffer.frameCount
+                         << ' ' << buffer.format.sampleRate << ' ' << buffer.format.channelCount << ' '
                          << hostTimeNanoseconds() << ' ' << loudest(buffer);
                     say(line.str());
                     if (samples.is_open())
@@ -168,7 +169,8 @@ private:
         const std::int64_t stopping = hostTimeNanoseconds();
         input->stop();
         input->stop();
-        say("stopped " + std::to_string(millisecondsSince(stopping)) + ' ' + std::to_string(processorSeconds()));
+        say("stopped " + std::to_string(millisecondsSince(stopping)) + ' '
+            + std::to_string(processorSeconds()));
     }
 
     static std::string resources()
@@ -205,8 +207,7 @@ private:
 int main(int argumentCount, char** arguments)
 {
     try {
-        Probe(std::filesystem::canonical("/proc/self/exe"))
-            .run({arguments + 1, arguments + argumentCount});
+        Probe(std::filesystem::canonical("/proc/self/exe")).run({arguments + 1, arguments + argumentCount});
         return 0;
     } catch (const std::exception& error) {
         say(std::string("error ") + error.what());

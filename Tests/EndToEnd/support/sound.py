@@ -93,8 +93,17 @@ def component(samples, frequency):
     return 2j * found / max(1, len(samples))
 
 
-def level(samples, frequency):
-    return abs(component(samples, frequency))
+def level(samples, frequency, block=0.1):
+    """How loud a sine of about this frequency is on average. Looked at in blocks, so that a pitch that is slightly off
+    while a clock is being followed does not matter; choose a frequency with whole periods in a block."""
+    blocks = list(blocks_of(samples, block)) or [samples]
+    return sum(abs(component(each, frequency)) for each in blocks) / len(blocks)
+
+
+def blocks_of(samples, seconds):
+    """Whole blocks, one after the other."""
+    length = round(seconds * RATE)
+    return (samples[at:at + length] for at in range(0, len(samples) - length + 1, length))
 
 
 def loudest(samples):
@@ -110,18 +119,21 @@ def onset(samples, threshold, start=0.0, window=0.001):
     return None
 
 
-def phase_steps(samples, frequency, block=0.05):
+def phase_steps(samples, frequency, block=0.005):
     """By how much the phase of a sine moves against its frequency from block to block, in samples.
 
-    A dropped or doubled sample shows as a step of one; choose a frequency with whole periods in a block.
+    Choose a frequency with whole periods in a block.
     """
-    length = round(block * RATE)
-    phases = [cmath.phase(component(samples[at:at + length], frequency))
-              for at in range(0, len(samples) - length + 1, length)]
     turn = 2 * math.pi * frequency / RATE
-    expected = (turn * length) % (2 * math.pi)
-    steps = []
-    for earlier, later in zip(phases, phases[1:]):
-        difference = (later - earlier - expected + math.pi) % (2 * math.pi) - math.pi
-        steps.append(difference / turn)
-    return steps
+    phases = [cmath.phase(component(each, frequency)) for each in blocks_of(samples, block)]
+    steps = [(later - earlier + math.pi) % (2 * math.pi) - math.pi for earlier, later in zip(phases, phases[1:])]
+    return [step / turn for step in steps]
+
+
+def largest_break(samples, frequency, block=0.005):
+    """The largest sudden move of a sine's phase, in samples: one where a sample was dropped or doubled.
+
+    A pitch that is slightly off moves the phase as well, but evenly.
+    """
+    steps = phase_steps(samples, frequency, block)
+    return max(abs(later - earlier) for earlier, later in zip(steps, steps[1:]))

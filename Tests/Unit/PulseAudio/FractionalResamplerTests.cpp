@@ -24,12 +24,12 @@ std::vector<float> sineFrames(std::size_t count, double cyclesPerFrame)
     return frames;
 }
 
-double worstDifference(
-    const std::vector<float>& found, double position, double step, double cyclesPerFrame)
+double worstDifference(const std::vector<float>& found, double position, double step, double cyclesPerFrame)
 {
     double worst = 0;
     for (std::size_t at = 0; at < found.size(); ++at)
-        worst = std::max(worst, std::abs(found[at] - sine(position + step * static_cast<double>(at), cyclesPerFrame)));
+        worst = std::max(
+            worst, std::abs(found[at] - sine(position + step * static_cast<double>(at), cyclesPerFrame)));
     return worst;
 }
 

@@ -9,7 +9,8 @@ namespace glimto {
 constexpr std::int64_t millisecond = 1'000'000;
 constexpr std::int64_t second = 1'000'000'000;
 
-// A device whose clock runs wrong, and a server that reports its timing with jitter. Time is what it is asked for.
+// A device whose clock runs wrong, and a server that reports its timing with jitter. Time is what it is asked
+// for.
 class SimulatedDevice {
 public:
     static constexpr int sampleRate = 48000;
@@ -29,7 +30,8 @@ public:
     }
     std::int64_t reportOf(std::int64_t frame)
     {
-        return std::llround(heardAt(static_cast<double>(frame)) + jitter_ * noise_(generator_)) + reportError_;
+        return std::llround(heardAt(static_cast<double>(frame)) + jitter_ * noise_(generator_))
+            + reportError_;
     }
 
     void setJitter(std::int64_t nanoseconds) { jitter_ = static_cast<double>(nanoseconds); }

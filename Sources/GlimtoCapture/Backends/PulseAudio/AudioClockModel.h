@@ -45,7 +45,8 @@ public:
     // Counts the jumps of the line of time.
     int run() const { return run_; }
 
-    // On the present line of time, which holds for frames that have not been read. Must have been locked once.
+    // On the present line of time, which holds for frames that have not been read. Must have been locked
+    // once.
     double hostTime(double frame) const;
     double frameAt(double hostTime) const;
 

@@ -76,8 +76,15 @@ std::unique_ptr<PulseRecordStream> PulseAudioInput::openStream(
     PulseConnection& connection, const PulseSource& source)
 {
     watchedSource_ = source.index;
-    return std::make_unique<PulseRecordStream>(
-        connection, source, pulseServerTiming(connection), [this](const AudioBuffer& buffer) { handlers_.onBuffer(buffer); });
+    return std::make_unique<PulseRecordStream>(connection, source, pulseServerTiming(connection),
+        [this](const AudioBuffer& buffer) { handlers_.onBuffer(buffer); });
+}
+
+std::int64_t PulseAudioInput::work(PulseRecordStream& stream)
+{
+    if (std::exchange(streamsChanged_, false))
+        stream.verifySource();
+    return stream.work();
 }
 
 void PulseAudioInput::watchDevices(PulseConnection& connection)
@@ -90,10 +97,10 @@ void PulseAudioInput::watchDevices(PulseConnection& connection)
             onDeviceEvent(context, static_cast<int>(event), index, self);
         },
         this);
-    const auto mask = static_cast<pa_subscription_mask_t>(
-        PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_SOURCE | PA_SUBSCRIPTION_MASK_SINK);
-    connection.finish(pa_context_subscribe(connection.get(), mask,
-                          [](pa_context*, int, void*) {}, nullptr),
+    const auto mask = static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SERVER
+        | PA_SUBSCRIPTION_MASK_SOURCE | PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE_OUTPUT);
+    connection.finish(pa_context_subscribe(
+                          connection.get(), mask, [](pa_context*, int, void*) {}, nullptr),
         "The sound server does not tell of its devices");
 }
 
@@ -106,6 +113,8 @@ void PulseAudioInput::onDeviceEvent(pa_context*, int event, std::uint32_t index,
     // The volume of an output changes often, and is none of these.
     if (facility == PA_SUBSCRIPTION_EVENT_SERVER || (facility == PA_SUBSCRIPTION_EVENT_SINK && !isChange))
         input.outputsChanged_ = true;
+    if (facility == PA_SUBSCRIPTION_EVENT_SOURCE_OUTPUT && !isRemoval)
+        input.streamsChanged_ = true;
     if (facility == PA_SUBSCRIPTION_EVENT_SOURCE && isRemoval && input.watchedSource_ == index)
         input.removedSource_ = index;
 }

@@ -47,6 +47,10 @@ protected:
     void clearOutputsChanged() { outputsChanged_ = false; }
     bool isRemoved(std::uint32_t source) const { return removedSource_ == source; }
 
+    // Looks after `stream` when the server has changed streams, then lets it work as
+    // PulseRecordStream::work().
+    std::int64_t work(PulseRecordStream& stream);
+
 private:
     void runGuarded();
     static void onDeviceEvent(pa_context* context, int event, std::uint32_t index, void* self);
@@ -58,6 +62,7 @@ private:
     bool outputsChanged_ = false;
     std::optional<std::uint32_t> watchedSource_;
     std::optional<std::uint32_t> removedSource_;
+    bool streamsChanged_ = false; // of anybody
     std::unique_ptr<NamedThread> thread_;
 };
 

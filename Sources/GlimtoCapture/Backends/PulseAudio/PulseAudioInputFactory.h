@@ -25,8 +25,7 @@ public:
 
     // Rate and channels are those of the output. This process plays nothing, so there is nothing of it to
     // be excluded.
-    std::unique_ptr<AudioInput> makeSystemAudioInput(
-        const SystemAudioConfiguration& configuration) override;
+    std::unique_ptr<AudioInput> makeSystemAudioInput(const SystemAudioConfiguration& configuration) override;
 };
 
 } // namespace glimto

@@ -21,7 +21,8 @@ PlatformError noServer(int code)
 {
     return {"PulseAudio", code,
         "No sound server answers (" + std::string(pa_strerror(code))
-            + "). Start PulseAudio, or PipeWire with pipewire-pulse, or let PULSE_SERVER name the one to use."};
+            + "). Start PulseAudio, or PipeWire with pipewire-pulse, or let PULSE_SERVER name the one to "
+              "use."};
 }
 
 } // namespace

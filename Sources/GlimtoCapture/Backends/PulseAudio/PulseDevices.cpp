@@ -51,6 +51,12 @@ void addSource(pa_context*, const pa_source_info* info, int isLast, void* answer
     });
 }
 
+void addSourceIndex(pa_context*, const pa_source_output_info* info, int isLast, void* answer)
+{
+    if (isLast == 0 && info)
+        static_cast<Answer<std::uint32_t>*>(answer)->add([info] { return info->source; });
+}
+
 void addSink(pa_context*, const pa_sink_info* info, int isLast, void* answer)
 {
     if (isLast != 0 || !info)
@@ -72,7 +78,8 @@ void addServer(pa_context*, const pa_server_info* info, void* answer)
     if (!info)
         return;
     static_cast<Answer<ServerFacts>*>(answer)->add([info] {
-        return ServerFacts{.name = textOf(info->server_name), .defaultSinkName = textOf(info->default_sink_name)};
+        return ServerFacts{
+            .name = textOf(info->server_name), .defaultSinkName = textOf(info->default_sink_name)};
     });
 }
 
@@ -87,12 +94,23 @@ ServerFacts serverFacts(PulseConnection& connection)
 // Half of it passes in the device, half in the server.
 constexpr PulseServerTiming pulseAudioTiming = {.latency = 50'000, .unreportedMonitorDelay = 0};
 
-// PipeWire works in blocks of 2^n frames, the largest that fit into the smallest latency anybody asks for. When
-// that changes, frames are lost; so we ask for blocks that are smaller than those of common players. A block
-// is handed to a monitor as it begins to be played, which is not reported.
+// PipeWire works in blocks of 2^n frames, the largest that fit into the smallest latency anybody asks for.
+// When that changes, frames are lost; so we ask for blocks that are smaller than those of common players. A
+// block is handed to a monitor as it begins to be played, which is not reported.
 constexpr PulseServerTiming pipeWireTiming = {.latency = 15'000, .unreportedMonitorDelay = 10'667};
 
 } // namespace
+
+std::optional<std::uint32_t> sourceOfPulseStream(PulseConnection& connection, std::uint32_t streamIndex)
+{
+    Answer<std::uint32_t> answer;
+    connection.finish(
+        pa_context_get_source_output_info(connection.get(), streamIndex, &addSourceIndex, &answer), refused);
+    const auto indexes = answer.taken();
+    if (indexes.empty())
+        return std::nullopt;
+    return indexes.front();
+}
 
 std::vector<PulseSource> listPulseSources(PulseConnection& connection)
 {

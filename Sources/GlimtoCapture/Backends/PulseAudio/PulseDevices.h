@@ -46,6 +46,10 @@ std::optional<PulseSource> findPulseSource(PulseConnection& connection, const st
 
 PulseServerTiming pulseServerTiming(PulseConnection& connection);
 
+// The index of the source that a recording stream takes its sound from at present; none when the server knows
+// no such stream.
+std::optional<std::uint32_t> sourceOfPulseStream(PulseConnection& connection, std::uint32_t streamIndex);
+
 // Where programs play unless told otherwise; none when there is no output at all.
 std::optional<PulseSink> defaultPulseSink(PulseConnection& connection);
 

@@ -55,7 +55,7 @@ void PulseMicrophoneInput::record(PulseConnection& connection, PulseRecordStream
 {
     const std::int64_t began = hostTimeNanoseconds();
     while (!loop().mustEnd() && connection.isAlive() && !isRemoved(stream.sourceIndex())) {
-        const std::int64_t next = stream.work();
+        const std::int64_t next = work(stream);
         const auto state = stream.state();
         if (state != PulseRecordStream::State::opening && state != PulseRecordStream::State::recording)
             return;
@@ -68,12 +68,11 @@ void PulseMicrophoneInput::record(PulseConnection& connection, PulseRecordStream
 }
 
 // False when it is clear that the input will not run.
-bool PulseMicrophoneInput::lookAtStart(
-    const PulseRecordStream& stream, bool isMonitor, std::int64_t began)
+bool PulseMicrophoneInput::lookAtStart(const PulseRecordStream& stream, bool isMonitor, std::int64_t began)
 {
     const std::int64_t passed = hostTimeNanoseconds() - began;
     const bool isReady = stream.state() == PulseRecordStream::State::recording;
-    if (stream.hasDelivered() || (isMonitor && isReady && !stream.hasArrived() && passed > monitorPatience))
+    if (stream.isTimed() || (isMonitor && isReady && !stream.hasArrived() && passed > monitorPatience))
         didStart(AudioInputStart::running);
     else if (passed > firstSoundTimeout) {
         didStart(stream.hasArrived() ? AudioInputStart::noClock : AudioInputStart::notRunning);

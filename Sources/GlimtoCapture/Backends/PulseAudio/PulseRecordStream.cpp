@@ -17,16 +17,21 @@ namespace {
 
 constexpr std::int64_t millisecond = 1'000'000;
 constexpr std::int64_t timingInterval = 250 * millisecond;
+// A server that delivers nothing is asked for an answer so often.
+constexpr std::int64_t longestUnprovenSilence = 1000 * millisecond;
 // Whoever waits looks so often what state things are in.
 constexpr std::int64_t longestRest = 500 * millisecond;
+// What has been heard is mostly handed out with the next arrival; it is not worth a wake-up of its own
+// sooner.
+constexpr std::int64_t deliverySlack = 20 * millisecond;
 constexpr std::int64_t openingRest = 10 * millisecond;
 constexpr std::int64_t nanosecondsPerMicrosecond = 1000;
 
 // By place in the order of mixing.
-constexpr std::array channelOrder = {PA_CHANNEL_POSITION_FRONT_LEFT, PA_CHANNEL_POSITION_FRONT_RIGHT,
-    PA_CHANNEL_POSITION_FRONT_CENTER, PA_CHANNEL_POSITION_LFE, PA_CHANNEL_POSITION_REAR_CENTER,
-    PA_CHANNEL_POSITION_REAR_LEFT, PA_CHANNEL_POSITION_REAR_RIGHT, PA_CHANNEL_POSITION_SIDE_LEFT,
-    PA_CHANNEL_POSITION_SIDE_RIGHT};
+constexpr std::array channelOrder
+    = {PA_CHANNEL_POSITION_FRONT_LEFT, PA_CHANNEL_POSITION_FRONT_RIGHT, PA_CHANNEL_POSITION_FRONT_CENTER,
+        PA_CHANNEL_POSITION_LFE, PA_CHANNEL_POSITION_REAR_CENTER, PA_CHANNEL_POSITION_REAR_LEFT,
+        PA_CHANNEL_POSITION_REAR_RIGHT, PA_CHANNEL_POSITION_SIDE_LEFT, PA_CHANNEL_POSITION_SIDE_RIGHT};
 
 std::ptrdiff_t orderOf(pa_channel_position_t position)
 {
@@ -48,9 +53,9 @@ pa_channel_map recordedChannelMap(const pa_channel_map& source)
     pa_channel_map map = source;
     const auto end = map.map + map.channels;
     std::sort(map.map, end, [](auto a, auto b) { return orderOf(a) < orderOf(b); });
-    const bool hasPlaces
-        = std::all_of(map.map, end, [](auto position) { return orderOf(position) < std::ssize(channelOrder); })
-        && std::adjacent_find(map.map, end) == end;
+    const bool hasPlaces = std::all_of(map.map, end, [](auto position) {
+        return orderOf(position) < std::ssize(channelOrder);
+    }) && std::adjacent_find(map.map, end) == end;
     return hasPlaces ? map : source;
 }
 
@@ -63,15 +68,16 @@ PulseRecordStream::PulseRecordStream(PulseConnection& connection, const PulseSou
     , silentSince_(hostTimeNanoseconds())
 {
     // Every sample type but 32-bit integers fits into float without loss, and resampling needs float.
-    const pa_sample_spec spec
-        = {.format = PA_SAMPLE_FLOAT32NE, .rate = source.sampleSpec.rate, .channels = source.sampleSpec.channels};
+    const pa_sample_spec sampleFormat = {.format = PA_SAMPLE_FLOAT32NE,
+        .rate = source.sampleSpec.rate,
+        .channels = source.sampleSpec.channels};
     const pa_channel_map map = recordedChannelMap(source.channelMap);
-    stream_.reset(pa_stream_new(connection.get(), "Recording", &spec, &map));
+    stream_.reset(pa_stream_new(connection.get(), "Recording", &sampleFormat, &map));
     if (!stream_)
         throw connection.error("The sound server refuses to record from " + source.name);
     pa_stream_set_moved_callback(stream_.get(), &PulseRecordStream::onMoved, this);
     pa_stream_set_suspended_callback(stream_.get(), &PulseRecordStream::onSuspended, this);
-    const auto fragment = static_cast<std::uint32_t>(pa_usec_to_bytes(serverTiming_.latency, &spec));
+    const auto fragment = static_cast<std::uint32_t>(pa_usec_to_bytes(serverTiming_.latency, &sampleFormat));
     constexpr auto whatServerLikes = static_cast<std::uint32_t>(-1);
     const pa_buffer_attr attributes = {.maxlength = whatServerLikes,
         .tlength = whatServerLikes,
@@ -98,6 +104,21 @@ PulseRecordStream::State PulseRecordStream::state() const
     return isOverdue ? State::hung : State::recording;
 }
 
+std::uint32_t PulseRecordStream::index() const
+{
+    return pa_stream_get_index(stream_.get());
+}
+
+// Not every server tells a stream itself that it was moved.
+void PulseRecordStream::verifySource()
+{
+    if (state() != State::recording)
+        return;
+    const auto source = sourceOfPulseStream(connection_, index());
+    if (source && source != source_.index)
+        wasMoved_ = true;
+}
+
 std::int64_t PulseRecordStream::work()
 {
     const std::int64_t now = hostTimeNanoseconds();
@@ -107,9 +128,12 @@ std::int64_t PulseRecordStream::work()
         sound_.didPause();
     takeTiming(now);
     if (takeSound(now))
-        askForTiming(now);
+        askForTiming(now, Timing::Purpose::clock);
+    else if (now - silentSince_ > longestUnprovenSilence)
+        askForTiming(now, Timing::Purpose::proofOfLife);
     sound_.deliver(now);
-    return std::min(now + longestRest, sound_.nextDelivery());
+    const auto due = sound_.nextDelivery();
+    return due < now + longestRest - deliverySlack ? due + deliverySlack : now + longestRest;
 }
 
 void PulseRecordStream::finish()
@@ -124,9 +148,14 @@ void PulseRecordStream::takeTiming(std::int64_t now)
         return;
     timingRequest_.reset();
     timing_.isAsked = timing_.isAnswered = false;
-    if (timing_.isUsable)
+    if (timing_.isUsable && timing_.purpose == Timing::Purpose::clock) {
         sound_.observe(timing_.heardAt);
-    timing_.nextAt = now + (sound_.isWaitingForReports() ? 0 : timingInterval);
+        isTimed_ = true;
+    }
+    if (timing_.purpose == Timing::Purpose::proofOfLife)
+        timing_.nextAt = now + longestUnprovenSilence;
+    else
+        timing_.nextAt = now + (sound_.isWaitingForReports() ? 0 : timingInterval);
 }
 
 // Whether anything came.
@@ -146,21 +175,22 @@ bool PulseRecordStream::takeSound(std::int64_t now)
         else
             sound_.appendSilence(size / sizeof(float) / source_.sampleSpec.channels, now);
         pa_stream_drop(stream_.get());
-        if (!wasWaiting && sound_.isWaitingForReports())
+        if ((!wasWaiting && sound_.isWaitingForReports()) || timing_.purpose == Timing::Purpose::proofOfLife)
             timing_.nextAt = now;
     }
     return hasCome;
 }
 
-// Only when sound has just come: sources that hand on whole blocks and know nothing of their own delay report
-// the time since the last block as if it were part of it.
-void PulseRecordStream::askForTiming(std::int64_t now)
+// For the clock only when sound has just come: sources that hand on whole blocks and know nothing of their
+// own delay report the time since the last block as if it were part of it.
+void PulseRecordStream::askForTiming(std::int64_t now, Timing::Purpose purpose)
 {
     if (timing_.isAsked || now < timing_.nextAt)
         return;
     timingRequest_.reset(pa_stream_update_timing_info(stream_.get(), &PulseRecordStream::onTiming, this));
     timing_.isAsked = timingRequest_ != nullptr;
     timing_.askedAt = now;
+    timing_.purpose = purpose;
 }
 
 void PulseRecordStream::onTiming(pa_stream*, int success, void* self)
@@ -179,13 +209,14 @@ void PulseRecordStream::didGetTiming(bool success)
     // The server looked at its clocks between our question and now; its wall clock tells when, unless one
     // was set meanwhile.
     const std::int64_t now = hostTimeNanoseconds();
-    const std::int64_t age = std::clamp<std::int64_t>(nanosecondsSince(info->timestamp), 0, now - timing_.askedAt);
+    const std::int64_t age
+        = std::clamp<std::int64_t>(nanosecondsSince(info->timestamp), 0, now - timing_.askedAt);
     const auto waiting = std::max<std::int64_t>(0, info->write_index - info->read_index);
-    const auto inServer = pa_bytes_to_usec(
-        static_cast<std::uint64_t>(waiting), pa_stream_get_sample_spec(stream_.get()));
+    const auto inServer
+        = pa_bytes_to_usec(static_cast<std::uint64_t>(waiting), pa_stream_get_sample_spec(stream_.get()));
     // What a monitor hears is played only later.
-    const std::int64_t delay = static_cast<std::int64_t>(inServer) + static_cast<std::int64_t>(info->source_usec)
-        - static_cast<std::int64_t>(info->sink_usec)
+    const std::int64_t delay = static_cast<std::int64_t>(inServer)
+        + static_cast<std::int64_t>(info->source_usec) - static_cast<std::int64_t>(info->sink_usec)
         - (source_.isMonitor ? static_cast<std::int64_t>(serverTiming_.unreportedMonitorDelay) : 0);
     timing_.heardAt = now - age - delay * nanosecondsPerMicrosecond;
     timing_.isUsable = true;

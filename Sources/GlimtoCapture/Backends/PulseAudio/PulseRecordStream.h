@@ -22,6 +22,10 @@ public:
     PulseRecordStream(const PulseRecordStream&) = delete;
     PulseRecordStream& operator=(const PulseRecordStream&) = delete;
 
+    // Something about a stream has changed, perhaps this one: looks whether it still records its source.
+    void verifySource();
+    std::uint32_t index() const;
+
     // Takes in what has arrived and asks the server for its timing when that is due. Returns the host time
     // at which to come again even if nothing arrives.
     std::int64_t work();
@@ -38,8 +42,10 @@ public:
     };
     State state() const;
 
-    bool hasDelivered() const { return sound_.hasDelivered(); }
     bool hasArrived() const { return sound_.appendedFrames() > 0; }
+
+    // Whether the server has told when some of it was heard: all of it will be delivered at its right time.
+    bool isTimed() const { return isTimed_; }
 
     // Since when nothing has come, on the host clock.
     std::int64_t silentSince() const { return silentSince_; }
@@ -48,6 +54,9 @@ public:
 
 private:
     struct Timing {
+        enum class Purpose { clock, proofOfLife };
+
+        Purpose purpose = Purpose::clock;
         bool isAsked = false;
         bool isAnswered = false;
         std::int64_t askedAt = 0;
@@ -58,7 +67,7 @@ private:
 
     void takeTiming(std::int64_t now);
     bool takeSound(std::int64_t now);
-    void askForTiming(std::int64_t now);
+    void askForTiming(std::int64_t now, Timing::Purpose purpose);
     void didGetTiming(bool success);
 
     static void onTiming(pa_stream* stream, int success, void* self);
@@ -71,6 +80,7 @@ private:
     SteadySound sound_;
     Timing timing_;
     std::int64_t silentSince_;
+    bool isTimed_ = false;
     bool wasMoved_ = false;
     bool wasSuspended_ = false;
     PulseStreamHandle stream_;

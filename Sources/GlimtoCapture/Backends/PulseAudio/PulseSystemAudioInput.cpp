@@ -11,13 +11,10 @@ namespace {
 
 constexpr std::int64_t second = 1'000'000'000;
 constexpr std::int64_t retryInterval = second;
-// An output on which nothing is played may deliver nothing.
-constexpr std::int64_t firstSoundPatience = second / 2;
 
 const char* const outputChanged
     = "the sound output changed; system audio follows the new one, what was played in between is missing";
-const char* const serverGone
-    = "the sound server stopped; system audio is silent until it is back";
+const char* const serverGone = "the sound server stopped; system audio is silent until it is back";
 
 } // namespace
 
@@ -74,7 +71,7 @@ void PulseSystemAudioInput::record(
     PulseConnection& connection, PulseRecordStream& stream, const std::string& sinkName)
 {
     while (!loop().mustEnd() && connection.isAlive() && !isRemoved(stream.sourceIndex())) {
-        const std::int64_t next = stream.work();
+        const std::int64_t next = work(stream);
         const auto state = stream.state();
         if (state != PulseRecordStream::State::opening && state != PulseRecordStream::State::recording)
             return;
@@ -93,11 +90,11 @@ void PulseSystemAudioInput::lookAtStart(const PulseRecordStream& stream)
 {
     if (hasStarted())
         return;
-    const std::int64_t passed = hostTimeNanoseconds() - began_;
-    const bool isReady = stream.state() == PulseRecordStream::State::recording;
-    if (stream.hasDelivered() || (isReady && passed > firstSoundPatience))
+    // From then on the server keeps what is played, so nobody has to wait for the first of it. An output on
+    // which nothing is played may deliver nothing.
+    if (stream.state() == PulseRecordStream::State::recording)
         didStart(AudioInputStart::running);
-    else if (passed > PulseConnection::answerTimeout)
+    else if (hostTimeNanoseconds() - began_ > PulseConnection::answerTimeout)
         didStart(AudioInputStart::notRunning);
 }
 

@@ -22,9 +22,9 @@ constexpr std::size_t mostSpare = 8;
 
 SteadySound::SteadySound(int sampleRate, int channelCount, Output output)
     : format_({.sampleRate = sampleRate,
-          .channelCount = channelCount,
-          .sampleType = AudioSampleType::float32,
-          .layout = AudioLayout::interleaved})
+        .channelCount = channelCount,
+        .sampleType = AudioSampleType::float32,
+        .layout = AudioLayout::interleaved})
     , output_(std::move(output))
     , clock_(sampleRate)
     , resampler_(channelCount)
@@ -119,7 +119,6 @@ void SteadySound::deliver(std::int64_t now)
         if (heard.end > now && heard.end <= now + longestWait)
             return;
         const auto frames = heard.samples.size() / static_cast<std::size_t>(format_.channelCount);
-        hasDelivered_ = true;
         output_({.format = format_,
             .frameCount = frames,
             .presentationTime = MediaTime::fromNanoseconds(heard.hostTime),

@@ -51,7 +51,6 @@ public:
     // Whether more reports are wanted quickly.
     bool isWaitingForReports() const { return !clock_.isLocked() || clock_.isInDoubt(); }
 
-    bool hasDelivered() const { return hasDelivered_; }
     std::int64_t appendedFrames() const { return resampler_.appendedFrames(); }
     double rateError() const { return clock_.rateError(); }
 
@@ -79,7 +78,6 @@ private:
     std::optional<std::int64_t> lastArrival_;
     std::deque<Heard> waiting_;
     std::vector<std::vector<float>> spare_;
-    bool hasDelivered_ = false;
 };
 
 } // namespace glimto

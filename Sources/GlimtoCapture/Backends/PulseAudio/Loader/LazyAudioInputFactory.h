@@ -24,8 +24,7 @@ public:
     std::vector<AudioInputDevice> microphones() override;
     std::optional<AudioInputDevice> microphone(const std::string& id) override;
     std::unique_ptr<AudioInput> makeMicrophoneInput(const AudioInputDevice& device) override;
-    std::unique_ptr<AudioInput> makeSystemAudioInput(
-        const SystemAudioConfiguration& configuration) override;
+    std::unique_ptr<AudioInput> makeSystemAudioInput(const SystemAudioConfiguration& configuration) override;
 
 private:
     AudioInputFactory& factory();
