@@ -5,6 +5,7 @@ import time
 from support.browser import Browser
 from support.case import EndToEndCase
 from support.dev_server import DevServer
+from support.sound_server import SoundServer
 
 VIDEO = "document.getElementById('video')"
 # The colour of one pixel of the picture that the video shows.
@@ -67,6 +68,22 @@ class DevServerPagesTests(EndToEndCase):
         for moment, colour in [(0.5, "red"), (3.5, "blue"), (1.2, "red")]:
             self.seek(moment)
             self.assertEqual(self.shown(), colour, moment)
+        self.assert_no_page_error()
+
+    def test_a_take_with_sound_plays_with_sound(self):
+        sound = self.started(SoundServer())
+        self.start_screen("320x240", "206020")
+        environment = sound.environment(self.environment())
+        sound_places = {name: value for name, value in environment.items() if name.startswith(("PULSE", "XDG_RUNTIME"))}
+        self.record("-d", "3", "--system-audio", **sound_places)
+        self.assertEqual(self.web.receive("rec_sound", self.take)[0], 200)
+        self.browser.open(self.web.pages + "/rec_sound")
+        self.browser.wait_for(f"{VIDEO}.readyState >= 3")
+        self.browser.evaluate(f"window.video = {VIDEO}; video.play()")
+        self.browser.wait_for("video.ended")
+        # The browser counts what its decoders took.
+        self.assertGreater(self.browser.evaluate("video.webkitAudioDecodedByteCount"), 0)
+        self.assertGreater(self.browser.evaluate("video.webkitVideoDecodedByteCount"), 0)
         self.assert_no_page_error()
 
     def test_a_browser_without_hls_plays_by_the_script_beside_the_server(self):
