@@ -100,7 +100,10 @@ start_virtual_screen() {
 
 # Whether what the system plays can be recorded.
 sound_server_answers() {
-    timeout 5 pactl info 2>/dev/null | grep -q '^Default Sink: .' && timeout 5 pactl list short sinks 2>/dev/null | grep -q .
+    local info sinks
+    info=$(timeout 5 pactl info 2>/dev/null) || return 1
+    sinks=$(timeout 5 pactl list short sinks 2>/dev/null) || return 1
+    [ -n "$sinks" ] && grep -q '^Default Sink: .' <<<"$info"
 }
 
 # Receives the recording on this machine: on the usual port, or on any other when that is taken.

@@ -48,6 +48,48 @@ $ ls -l dist
 $ ping -c 1 192.168.0.17
 64 bytes from 192.168.0.17: icmp_seq=1 ttl=64 time=0.412 ms"""
 
+LOG = "\n".join(
+    f"2026-11-21 09:{line // 60:02}:{line % 60:02} {level:5} worker line {line:05}  started job {job} status {status}"
+    for line, (level, job, status) in enumerate(
+        [("INFO", "alpha", "ok"), ("INFO", "bravo", "ok"), ("WARN", "delta", "late"), ("INFO", "gamma", "ok"),
+         ("ERROR", "kappa", "lost")] * 8, start=1))
+
+LISTING = """\
+total 724
+drwxr-xr-x 4 kim  users   4096 Mar 14 09:26 Archive
+-rw-r--r-- 1 kim  users  48213 Mar 14 09:26 atlas-1.8.3.tar.gz
+-rwxr-xr-x 1 kim  users  10752 Feb  2 17:40 install.sh
+-rw-r----- 1 root audit   1408 Jan 30 08:05 access.log
+-rw-r--r-- 1 root audit 602117 Mar 11 23:59 messages
+drwxr-xr-x 2 kim  users   4096 Dec 24  2025 Pictures
+-rw-r--r-- 1 kim  users   7430 Mar 13 12:31 report-final.odt
+-rw-rw-r-- 1 jane staff  39984 Mar  9 15:12 budget.ods"""
+
+TABLE = """\
+Name                        Status            Last change
+Annual report               approved          14 March 2026
+Travel expenses of April    rejected          2 May 2026
+Contract with the printer   waiting           28 February 2026
+List of all open questions  in translation    19 November 2025
+Minutes of the meeting      approved          7 January 2026
+Invoice for the new roof    paid in part      30 June 2026"""
+
+SOURCE = """\
+struct Window {
+    int width = 0;              // in pixels
+    int height = 0;             // in pixels
+    double scale = 1;           // pixels of one point
+    bool visible = true;        // false while it is hidden
+    std::string title;          // what the bar at its top shows
+};
+
+int area(const Window& window)
+{
+    if (!window.visible)        // nothing can be seen of it
+        return 0;
+    return window.width * window.height;
+}"""
+
 SIDEBAR = "Inbox\nDrafts\nSent mail\nArchive\nSpam\nTrash\nSettings"
 MESSAGES = """\
 Meeting moved to Thursday
@@ -137,6 +179,14 @@ class Gallery:
                 path = self.add("terminal", f"{name} {size}", TERMINAL)
                 render(path, TERMINAL, "DejaVu Sans Mono", size, colors)
 
+    def logs(self):
+        """Text in a font of equal widths whose fields stand below each other."""
+        for name, text in (("log", LOG), ("listing", LISTING), ("table", TABLE), ("source", SOURCE)):
+            for theme, colors in (("light", LIGHT), ("dark", DARK)):
+                for size in (11, 13, 16):
+                    path = self.add("logs", f"{name} {theme} {size}", text)
+                    render(path, text, "DejaVu Sans Mono", size, colors)
+
     def scaled(self):
         for name, colors in (("light", LIGHT), ("dark", DARK)):
             for font in FONTS:
@@ -175,7 +225,7 @@ class Gallery:
 
 def render_all(folder):
     gallery = Gallery(folder)
-    for draw in (gallery.prose, gallery.faint, gallery.subpixel, gallery.columns, gallery.terminal, gallery.scaled,
-                 gallery.windows, gallery.dialogs):
+    for draw in (gallery.prose, gallery.faint, gallery.subpixel, gallery.columns, gallery.terminal, gallery.logs,
+                 gallery.scaled, gallery.windows, gallery.dialogs):
         draw()
     return gallery.pictures

@@ -1,5 +1,5 @@
-// An answer of the recording-upload API through everything that reads it: whatever it is, it is refused with one
-// of our errors, or it leads to a plan whose files lie in the take and whose keys lie below the prefix.
+// An answer of the recording-upload API through everything that reads it: whatever it is, it is refused with
+// one of our errors, or it leads to a plan whose files lie in the take and whose keys lie below the prefix.
 
 #include <cstddef>
 #include <cstdint>

@@ -120,7 +120,8 @@ std::int64_t JSONFields::integerWithin(const char* key, std::int64_t least, std:
     const auto& value = field(key);
     std::optional<std::int64_t> integer;
     if (value.is_number_unsigned()) {
-        if (value.get<std::uint64_t>() <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+        if (value.get<std::uint64_t>()
+            <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
             integer = value.get<std::int64_t>();
     } else if (value.is_number_integer()) {
         integer = value.get<std::int64_t>();

@@ -19,8 +19,8 @@ CreateRecordingResponse RecordingUploadClient::prepareUpload(RecordingUploadRunS
 {
     job_.checkCancellation();
     const std::string recordingId = job_.read().recordingId;
-    const auto body = http_.postJSON(
-        http_.endpoint({"api", "recordings"}), encodeCreateRecordingRequest(recordingId));
+    const auto body
+        = http_.postJSON(http_.endpoint({"api", "recordings"}), encodeCreateRecordingRequest(recordingId));
     auto response = decodeCreateRecordingResponse(body, "the answer to the creation of the recording");
     if (response.recording.recordingId != recordingId)
         throw CLIError("Upload API returned a different recording ID.");

@@ -19,7 +19,8 @@ struct RecordingUploadJob {
     std::string recordingId; // "rec_" and 16 lowercase letters when generated
     Mode mode = Mode::local;
     std::optional<std::string> apiBaseUrl = std::nullopt; // origin of the API, in upload mode
-    std::optional<std::string> credentialSha256 = std::nullopt; // fingerprint of the access key, in upload mode
+    std::optional<std::string> credentialSha256
+        = std::nullopt; // fingerprint of the access key, in upload mode
     State state = State::prepared;
     std::uint64_t uploadAttempts = 0; // begun so far
     std::uint64_t createdAtUnixMs = 0; // milliseconds since the Unix epoch

@@ -27,8 +27,8 @@ void reportRecordingUploadCompletion(const RecordingCompleteResponse& result,
     emitter.emitStatus(state);
 }
 
-void reportRecordingUploadFailure(
-    const std::exception_ptr& error, const std::optional<std::string>& recordingId, LineOutput& standardOutput)
+void reportRecordingUploadFailure(const std::exception_ptr& error,
+    const std::optional<std::string>& recordingId, LineOutput& standardOutput)
 {
     const ErrorFacts facts = errorFacts(error);
     const auto code = GlimtoCaptureEventEmitter::errorCode(facts, std::nullopt, "upload_failed");

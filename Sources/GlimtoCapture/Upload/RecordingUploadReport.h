@@ -17,7 +17,7 @@ void reportRecordingUploadCompletion(const RecordingCompleteResponse& result,
 
 // Tells a driving program that an upload that had begun failed: the event "upload_failed" and the status
 // line "failed".
-void reportRecordingUploadFailure(
-    const std::exception_ptr& error, const std::optional<std::string>& recordingId, LineOutput& standardOutput);
+void reportRecordingUploadFailure(const std::exception_ptr& error,
+    const std::optional<std::string>& recordingId, LineOutput& standardOutput);
 
 } // namespace glimto

@@ -116,8 +116,8 @@ RecordingCompleteResponse RecordingUploadRun::complete()
     stopBackgroundUpload();
     RecordingUploadClient client(options_, job_, services_, neverCancelled_);
     job_.beginUpload();
-    return completeAttempt(job_, services_.outputs.standardError,
-        [&] { return client.finishUpload(job_.directory(), state_); });
+    return completeAttempt(
+        job_, services_.outputs.standardError, [&] { return client.finishUpload(job_.directory(), state_); });
 }
 
 void RecordingUploadRun::fail(const std::exception_ptr& error) noexcept

@@ -44,8 +44,8 @@ void RecordingUploadRunState::addUploadedKey(const std::string& key)
     });
 }
 
-void RecordingUploadRunState::discoverTrackSegments(const std::filesystem::path& outputDirectory,
-    std::string_view track, std::string_view objectPrefix)
+void RecordingUploadRunState::discoverTrackSegments(
+    const std::filesystem::path& outputDirectory, std::string_view track, std::string_view objectPrefix)
 {
     const bool isVideo = track == "video";
     int index = isVideo ? nextVideoSegmentIndex() : nextAudioSegmentIndex();

@@ -26,8 +26,8 @@ public:
 
     // Looks for segments of a track ("video" or "audio") that were finished since it was last asked. They are
     // whole on the disk as soon as they have their name.
-    void discoverTrackSegments(const std::filesystem::path& outputDirectory, std::string_view track,
-        std::string_view objectPrefix);
+    void discoverTrackSegments(
+        const std::filesystem::path& outputDirectory, std::string_view track, std::string_view objectPrefix);
 
     // Object keys of segments that were discovered and not sent yet, in the order of discovery.
     std::vector<std::string> pendingSegmentObjectKeys() const;

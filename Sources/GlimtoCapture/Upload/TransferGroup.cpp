@@ -42,14 +42,14 @@ TransferGroup::~TransferGroup()
 
 void TransferGroup::start(std::size_t index, const HTTPRequest& request)
 {
-    auto transfer = transport_.start(
-        request, [inbox = inbox_, index](HTTPResponse response, std::exception_ptr error) {
-            {
-                const std::lock_guard lock(inbox->mutex);
-                inbox->ended.push_back({index, std::move(response), std::move(error)});
-            }
-            inbox->changed.notify_all();
-        });
+    auto transfer
+        = transport_.start(request, [inbox = inbox_, index](HTTPResponse response, std::exception_ptr error) {
+              {
+                  const std::lock_guard lock(inbox->mutex);
+                  inbox->ended.push_back({index, std::move(response), std::move(error)});
+              }
+              inbox->changed.notify_all();
+          });
     transfers_[index] = std::move(transfer);
 }
 
@@ -58,9 +58,8 @@ TransferGroup::Result TransferGroup::next()
     Result result;
     {
         std::unique_lock lock(inbox_->mutex);
-        inbox_->changed.wait(lock, [this] {
-            return !inbox_->ended.empty() || (inbox_->isCancelled && !inbox_->isDraining);
-        });
+        inbox_->changed.wait(
+            lock, [this] { return !inbox_->ended.empty() || (inbox_->isCancelled && !inbox_->isDraining); });
         if (inbox_->isCancelled && !inbox_->isDraining)
             throw TaskCancellationError();
         result = std::move(inbox_->ended.front());

@@ -85,7 +85,8 @@ MediaManifest readManifest(const fs::path& path)
 
 std::string replacingAll(std::string text, std::string_view old, std::string_view replacement)
 {
-    for (std::size_t at = text.find(old); at != std::string::npos; at = text.find(old, at + replacement.size()))
+    for (std::size_t at = text.find(old); at != std::string::npos;
+         at = text.find(old, at + replacement.size()))
         text.replace(at, old.size(), replacement);
     return text;
 }
@@ -93,8 +94,8 @@ std::string replacingAll(std::string text, std::string_view old, std::string_vie
 // The playlist beside the video segments, which a take with sound has and the manifest does not name.
 std::string variantPlaylistKey(const MediaManifest& manifest, const std::vector<std::string>& plannedKeys)
 {
-    auto key = normalizeObjectRelativeKey(
-        replacingAll(manifest.initSegmentKey, "/init.mp4", "/playlist.m3u8"));
+    auto key
+        = normalizeObjectRelativeKey(replacingAll(manifest.initSegmentKey, "/init.mp4", "/playlist.m3u8"));
     if (!std::binary_search(plannedKeys.begin(), plannedKeys.end(), key))
         throw CLIError("Upload instructions do not allow planned local artifact: " + key);
     return key;

@@ -39,8 +39,7 @@ void warnOfOtherRecording(
 void uploadRecording(const UploadRecordingOptions& options, const UploadServices& services,
     const std::optional<std::filesystem::path>& managedRoot)
 {
-    RecordingUploadJobStore job(
-        options.outputDirectory, options.upload, TakeUse::uploading, managedRoot);
+    RecordingUploadJobStore job(options.outputDirectory, options.upload, TakeUse::uploading, managedRoot);
     const bool wasInterrupted = job.read().state == RecordingUploadJob::State::uploading;
     const RecordingUploadJob begun = job.beginUpload();
     LineOutput& standardOutput = services.outputs.standardOutput;

@@ -7,8 +7,7 @@ namespace glimto {
 
 UploadInstructionsValidator::UploadInstructionsValidator(
     const UploadInstructions& instructions, TextPatternCompiler& patterns)
-    : plannedKeys_(
-        instructions.plannedUploads.required.begin(), instructions.plannedUploads.required.end())
+    : plannedKeys_(instructions.plannedUploads.required.begin(), instructions.plannedUploads.required.end())
     , objectPrefix_(instructions.objectPrefix)
     , videoSegmentKeys_(patterns.compile(instructions.allowedVideoSegmentKeyPattern))
     , audioSegmentKeys_(patterns.compile(instructions.allowedAudioSegmentKeyPattern))

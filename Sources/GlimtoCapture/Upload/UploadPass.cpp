@@ -57,10 +57,9 @@ void UploadPass::requestURLs()
     for (std::size_t index = next_; index < artifacts_.size(); ++index)
         keys.push_back(artifacts_[index].key);
     urlsRequestedAt_ = services_.clock.now();
-    const auto answer
-        = http_.postJSON(http_.endpoint({"api", "recordings", recordingId_, "upload-urls"}),
-            encodeUploadURLsRequest(keys, urlsExpireInSeconds),
-            RecordingUploadHTTP::usualAnswerBytes + keys.size() * answerBytesOfKey);
+    const auto answer = http_.postJSON(http_.endpoint({"api", "recordings", recordingId_, "upload-urls"}),
+        encodeUploadURLsRequest(keys, urlsExpireInSeconds),
+        RecordingUploadHTTP::usualAnswerBytes + keys.size() * answerBytesOfKey);
     signedUploads_.clear();
     for (auto& upload : decodeUploadURLsResponse(answer, "the answer with the upload URLs")) {
         std::string key = upload.key;

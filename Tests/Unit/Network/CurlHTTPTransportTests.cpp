@@ -109,7 +109,8 @@ TEST_F(CurlHTTPTransportTests, APutStreamsItsFile)
     EXPECT_EQ(perform(request).response.status, 200);
     EXPECT_EQ(server.requests().at(0).body, content);
     EXPECT_EQ(server.requests().at(0).head,
-        "PUT /x HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) + "\r\nContent-Length: 3000000\r\n");
+        "PUT /x HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port())
+            + "\r\nContent-Length: 3000000\r\n");
 }
 
 TEST_F(CurlHTTPTransportTests, AnEmptyFileIsSentAsAnEmptyBody)
@@ -175,9 +176,12 @@ TEST_F(CurlHTTPTransportTests, AServerThatIsNotThereIsAnErrorWithoutThePath)
 TEST_F(CurlHTTPTransportTests, AnAnswerThatStopsIsAnError)
 {
     auto& server = serve([](const auto& request) {
-        return request.head.find(" /cut ") == std::string::npos ? std::string() : "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf";
+        return request.head.find(" /cut ") == std::string::npos
+            ? std::string()
+            : "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf";
     });
-    EXPECT_THAT(perform(get(server.url("/none?secret"))).error, StartsWith("The request to http://127.0.0.1:"));
+    EXPECT_THAT(
+        perform(get(server.url("/none?secret"))).error, StartsWith("The request to http://127.0.0.1:"));
     auto request = get(server.url("/cut"));
     request.timeout = std::chrono::seconds(1);
     EXPECT_THAT(perform(request).error, HasSubstr("timed out: nothing moved for 1 seconds."));
@@ -252,7 +256,7 @@ TEST_F(CurlHTTPTransportTests, RedirectsAreFollowedWithTheBody)
 {
     auto& server = serve([](const auto& request) {
         return request.head.find(" /there ") == std::string::npos ? TestHTTPServer::redirect("307", "/there")
-                                                                    : TestHTTPServer::ok("fine");
+                                                                  : TestHTTPServer::ok("fine");
     });
     auto request = get(server.url("/here"));
     request.method = "PUT";
@@ -301,7 +305,7 @@ TEST_F(CurlHTTPTransportTests, ASeeOtherBecomesAGet)
 {
     auto& server = serve([](const auto& request) {
         return request.head.starts_with("POST") ? TestHTTPServer::redirect("303", "/there")
-                                                 : TestHTTPServer::ok("fine");
+                                                : TestHTTPServer::ok("fine");
     });
     auto request = get(server.url("/"));
     request.method = "POST";
@@ -355,7 +359,8 @@ TEST_F(CurlHTTPTransportTests, HeadersThatHTTPSetsItselfAreNotTakenFromOutside)
     auto request = get(server.url("/"));
     request.method = "PUT";
     request.body = std::string("12345");
-    request.headers = {{"content-length", "3"}, {"Transfer-Encoding", "chunked"}, {"HOST", "other"}, {"Expect", "100-continue"}};
+    request.headers = {{"content-length", "3"}, {"Transfer-Encoding", "chunked"}, {"HOST", "other"},
+        {"Expect", "100-continue"}};
     EXPECT_EQ(perform(request).response.status, 200);
     EXPECT_EQ(server.requests().at(0).body, "12345");
     EXPECT_THAT(server.requests().at(0).head, Not(HasSubstr("other")));

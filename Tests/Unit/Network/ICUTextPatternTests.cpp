@@ -76,7 +76,8 @@ TEST(ICUTextPatternTests, RepetitionsInRepetitionsCompileOrAreRefusedAtOnce)
 
 TEST(ICUTextPatternTests, ATextThatIsTooLongOrNoTextIsRefused)
 {
-    EXPECT_EQ(failureOf("a", std::string(100000, 'b')), "The text is too long for a pattern: U_INPUT_TOO_LONG_ERROR.");
+    EXPECT_EQ(failureOf("a", std::string(100000, 'b')),
+        "The text is too long for a pattern: U_INPUT_TOO_LONG_ERROR.");
     EXPECT_EQ(failureOf("a", "\xC3"), "The text is not valid UTF-8: U_INVALID_CHAR_FOUND.");
 }
 

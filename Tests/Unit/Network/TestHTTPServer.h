@@ -69,7 +69,8 @@ public:
 
     static std::string ok(const std::string& body, const std::string& status = "200 OK")
     {
-        return "HTTP/1.1 " + status + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+        return "HTTP/1.1 " + status + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n"
+            + body;
     }
     static std::string redirect(const std::string& status, const std::string& place)
     {

@@ -37,8 +37,10 @@ TEST(WebAddressTests, RefusesWhatNoURLHolds)
 
 TEST(WebAddressTests, PathSegmentsAreEncodedAndAdded)
 {
-    EXPECT_EQ(appendingPathSegments("http://host:3000", {"api", "recordings"}), "http://host:3000/api/recordings");
-    EXPECT_EQ(appendingPathSegments("http://host/base//", {"a b/c", "\xC3\xB6"}), "http://host/base/a%20b%2Fc/%C3%B6");
+    EXPECT_EQ(
+        appendingPathSegments("http://host:3000", {"api", "recordings"}), "http://host:3000/api/recordings");
+    EXPECT_EQ(appendingPathSegments("http://host/base//", {"a b/c", "\xC3\xB6"}),
+        "http://host/base/a%20b%2Fc/%C3%B6");
     EXPECT_EQ(appendingPathSegments("http://host/base?x=1#y", {"id"}), "http://host/base/id?x=1#y");
 }
 

@@ -57,12 +57,14 @@ TEST(JSONParsingTests, DeepNestingIsRefusedBeforeItIsParsed)
     const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
     EXPECT_EQ(parsingFailure(nested(100)), "no failure");
     EXPECT_EQ(parsingFailure(nested(101)), "Could not read the answer: its JSON is nested too deeply.");
-    EXPECT_EQ(parsingFailure(std::string(5'000'000, '[')), "Could not read the answer: its JSON is nested too deeply.");
+    EXPECT_EQ(parsingFailure(std::string(5'000'000, '[')),
+        "Could not read the answer: its JSON is nested too deeply.");
 }
 
 TEST(JSONParsingTests, BracketsInStringsAreNoNesting)
 {
-    EXPECT_EQ(parseJSON("\"\\\"" + std::string(500, '[') + "\"", "the answer").get<std::string>().size(), 501U);
+    EXPECT_EQ(
+        parseJSON("\"\\\"" + std::string(500, '[') + "\"", "the answer").get<std::string>().size(), 501U);
 }
 
 TEST_F(JSONFieldsTests, ReadsWhatIsThere)
@@ -91,12 +93,15 @@ TEST_F(JSONFieldsTests, TellsWhatIsWrong)
     EXPECT_EQ(failureOf([&] { fields.text("absent"); }), "Could not read the answer: absent is missing.");
     EXPECT_EQ(failureOf([&] { fields.text("flag"); }), "Could not read the answer: flag is no text.");
     EXPECT_EQ(failureOf([&] { fields.text("null"); }), "Could not read the answer: null is no text.");
-    EXPECT_EQ(failureOf([&] { fields.flag("text"); }), "Could not read the answer: text is neither true nor false.");
+    EXPECT_EQ(failureOf([&] { fields.flag("text"); }),
+        "Could not read the answer: text is neither true nor false.");
     EXPECT_EQ(failureOf([&] { fields.number("text"); }), "Could not read the answer: text is no number.");
-    EXPECT_EQ(failureOf([&] { fields.texts("list"); }), "Could not read the answer: list holds what is no text.");
+    EXPECT_EQ(
+        failureOf([&] { fields.texts("list"); }), "Could not read the answer: list holds what is no text.");
     EXPECT_EQ(failureOf([&] { fields.texts("text"); }), "Could not read the answer: text is no list.");
     EXPECT_EQ(failureOf([&] { fields.object("list"); }), "Could not read the answer: list is no object.");
-    EXPECT_EQ(failureOf([&] { fields.objects("objects"); }), "Could not read the answer: objects[1] is no object.");
+    EXPECT_EQ(
+        failureOf([&] { fields.objects("objects"); }), "Could not read the answer: objects[1] is no object.");
     EXPECT_EQ(failureOf([&] { fields.object("object").object("inner").text("x"); }),
         "Could not read the answer: object.inner.x is no text.");
     EXPECT_EQ(failureOf([&] { fields.object("object").allTexts(); }),
@@ -111,7 +116,8 @@ TEST_F(JSONFieldsTests, NumbersThatDoNotFitAreRefused)
     EXPECT_EQ(failureOf([&] { fields.integer<int>("large"); }), "Could not read the answer: large" + range);
     EXPECT_EQ(failureOf([&] { fields.integer<int>("part"); }), "Could not read the answer: part" + range);
     EXPECT_EQ(failureOf([&] { fields.integer<int>("text"); }), "Could not read the answer: text" + range);
-    EXPECT_EQ(failureOf([&] { fields.unsignedInteger("negative"); }), "Could not read the answer: negative" + range);
+    EXPECT_EQ(failureOf([&] { fields.unsignedInteger("negative"); }),
+        "Could not read the answer: negative" + range);
 }
 
 } // namespace

@@ -41,7 +41,8 @@ TEST(ObjectKeysTests, EmptyPiecesAreRefused)
 
 TEST(ObjectKeysTests, EmptinessIsLookedForFirst)
 {
-    EXPECT_EQ(normalizingFailure("../a b//c"), "Local artifact key must contain non-empty path segments: ../a b//c");
+    EXPECT_EQ(normalizingFailure("../a b//c"),
+        "Local artifact key must contain non-empty path segments: ../a b//c");
 }
 
 TEST(ObjectKeysTests, StepsInThePathAreRefused)
@@ -49,7 +50,8 @@ TEST(ObjectKeysTests, StepsInThePathAreRefused)
     EXPECT_EQ(normalizingFailure("segments/../x"),
         "Local artifact key cannot contain relative path segments: segments/../x");
     EXPECT_EQ(normalizingFailure("."), "Local artifact key cannot contain relative path segments: .");
-    EXPECT_EQ(normalizingFailure("a\\..\\b"), "Local artifact key cannot contain relative path segments: a\\..\\b");
+    EXPECT_EQ(
+        normalizingFailure("a\\..\\b"), "Local artifact key cannot contain relative path segments: a\\..\\b");
     EXPECT_EQ(normalizeObjectRelativeKey("..."), "...");
 }
 
@@ -64,8 +66,10 @@ TEST(ObjectKeysTests, OtherCharactersAreRefused)
 
 TEST(ObjectKeysTests, PiecesAreCheckedInOrder)
 {
-    EXPECT_EQ(normalizingFailure("a b/.."), "Local artifact key contains an unsupported path segment: a b/..");
-    EXPECT_EQ(normalizingFailure("../a b"), "Local artifact key cannot contain relative path segments: ../a b");
+    EXPECT_EQ(
+        normalizingFailure("a b/.."), "Local artifact key contains an unsupported path segment: a b/..");
+    EXPECT_EQ(
+        normalizingFailure("../a b"), "Local artifact key cannot contain relative path segments: ../a b");
 }
 
 TEST(ObjectKeysTests, MediaLieInSegments)

@@ -54,7 +54,8 @@ TEST_F(RecordingUploadClientTests, TheRecordingIsMadeForTheJobsID)
 TEST_F(RecordingUploadClientTests, AnotherRecordingsAnswerIsRefused)
 {
     changeAnswer(create, [](auto& answer) { answer["recording"]["recordingId"] = "other"; });
-    EXPECT_EQ(failureOf([&] { client().prepareUpload(state); }), "Upload API returned a different recording ID.");
+    EXPECT_EQ(
+        failureOf([&] { client().prepareUpload(state); }), "Upload API returned a different recording ID.");
     EXPECT_FALSE(state.preparedCreateResponse());
 }
 
@@ -68,7 +69,8 @@ TEST_F(RecordingUploadClientTests, PrefixesMustMatch)
 
 TEST_F(RecordingUploadClientTests, AnAnswerWithoutAFieldIsToldByItsField)
 {
-    changeAnswer(create, [](auto& answer) { answer["uploadInstructions"]["plannedUploads"]["required"][1].erase("key"); });
+    changeAnswer(create,
+        [](auto& answer) { answer["uploadInstructions"]["plannedUploads"]["required"][1].erase("key"); });
     EXPECT_EQ(failureOf([&] { client().prepareUpload(state); }),
         "Could not read the answer to the creation of the recording: "
         "uploadInstructions.plannedUploads.required[1].key is missing.");
@@ -82,7 +84,8 @@ TEST_F(RecordingUploadClientTests, AFinishedTakeIsSentWholeAndCompleted)
     EXPECT_EQ(result.recording.state, "uploaded");
     EXPECT_EQ(object("segments/audio/segment_000.m4s"), "audio0");
     EXPECT_EQ(object("thumbnail.jpg"), "thumbnail");
-    EXPECT_EQ(nlohmann::json::parse(object("manifest.json"))["playlistKey"], "org/rec/segments/playlist.m3u8");
+    EXPECT_EQ(
+        nlohmann::json::parse(object("manifest.json"))["playlistKey"], "org/rec/segments/playlist.m3u8");
     EXPECT_EQ(api.log().front(), create);
     EXPECT_EQ(api.log()[1], urls);
     EXPECT_EQ(api.log().back(), complete);
@@ -126,7 +129,8 @@ TEST_F(RecordingUploadClientTests, AMissingURLIsRefusedBeforeAnythingIsSent)
 {
     writeTestTake(take(), 1);
     changeAnswer(urls, [](auto& answer) { answer["uploads"].erase(2); });
-    EXPECT_EQ(finishingFailure(), "API did not return a signed upload URL for org/rec/segments/playlist.m3u8.");
+    EXPECT_EQ(
+        finishingFailure(), "API did not return a signed upload URL for org/rec/segments/playlist.m3u8.");
     EXPECT_TRUE(api.objects().empty());
 }
 
@@ -264,7 +268,8 @@ TEST_F(RecordingUploadClientTests, ABackgroundPassSendsWhatIsFinished)
     EXPECT_EQ(client().uploadInBackground(take(), state), 0U);
     writeTestSegment(take(), "video", 2);
     EXPECT_EQ(client().uploadInBackground(take(), state), 1U);
-    EXPECT_EQ(api.requestedKeys().back(), std::vector<std::string>({"org/rec/segments/video/segment_002.m4s"}));
+    EXPECT_EQ(
+        api.requestedKeys().back(), std::vector<std::string>({"org/rec/segments/video/segment_002.m4s"}));
 }
 
 TEST_F(RecordingUploadClientTests, ASegmentWhosePassFailedIsSentByTheNext)
@@ -290,7 +295,8 @@ TEST_F(RecordingUploadClientTests, KeysOfAServerMakeNoLinesOfTheirOwn)
     writeTestTake(take(), 1);
     changeAnswer(create, [](auto& answer) {
         auto text = answer.dump();
-        for (std::size_t at = text.find("org/rec"); at != std::string::npos; at = text.find("org/rec", at + 11))
+        for (std::size_t at = text.find("org/rec"); at != std::string::npos;
+             at = text.find("org/rec", at + 11))
             text.replace(at, 7, "o\\nSTATUS=x");
         answer = nlohmann::json::parse(text);
         answer["uploadInstructions"]["allowedSegmentKeyPatterns"]["video"]["regex"] = "segment";

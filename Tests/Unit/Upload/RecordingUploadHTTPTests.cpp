@@ -54,7 +54,8 @@ TEST_F(RecordingUploadHTTPTests, AGetHasTheKeyAlone)
 TEST_F(RecordingUploadHTTPTests, AKeyOfSpacesIsNoKey)
 {
     transport.answer = [](const auto&, const auto&) { return HTTPResponse{200, ""}; };
-    for (const std::optional<std::string>& key : {std::optional<std::string>("  "), std::optional<std::string>()}) {
+    for (const std::optional<std::string>& key :
+        {std::optional<std::string>("  "), std::optional<std::string>()}) {
         options.accessKey = key;
         http().getJSON("http://host/x");
         EXPECT_TRUE(transport.requests().back().originHeaders.empty());
@@ -63,14 +64,18 @@ TEST_F(RecordingUploadHTTPTests, AKeyOfSpacesIsNoKey)
 
 TEST_F(RecordingUploadHTTPTests, ErrorsOfTheNetworkPassThrough)
 {
-    transport.answer = [](const auto&, const auto&) -> HTTPResponse { throw PlatformError("HTTP", 7, "no route"); };
+    transport.answer
+        = [](const auto&, const auto&) -> HTTPResponse { throw PlatformError("HTTP", 7, "no route"); };
     EXPECT_EQ(failureOf([&] { http().getJSON("http://host/x"); }), "no route");
 }
 
 TEST_F(RecordingUploadHTTPTests, ARefusalNamesThePathAndNeitherHostNorQuery)
 {
-    transport.answer = [](const auto&, const auto&) { return HTTPResponse{404, R"({"error":{"message":"gone"}})"}; };
-    EXPECT_EQ(failureOf([&] { http().getJSON("http://host/a%20b/c?secret=1"); }), "HTTP 404 for /a b/c: gone");
+    transport.answer = [](const auto&, const auto&) {
+        return HTTPResponse{404, R"({"error":{"message":"gone"}})"};
+    };
+    EXPECT_EQ(
+        failureOf([&] { http().getJSON("http://host/a%20b/c?secret=1"); }), "HTTP 404 for /a b/c: gone");
 }
 
 TEST_F(RecordingUploadHTTPTests, ACancelledRequestEndsAtOnce)
@@ -91,7 +96,8 @@ TEST_F(RecordingUploadHTTPTests, StatusesOfSuccessAre200To299)
 
 TEST_F(RecordingUploadHTTPTests, TheDetailIsTheBestThereIs)
 {
-    EXPECT_EQ(validationFailure(500, R"({"error":{"message":"deep trouble"}})"), "HTTP 500 for /api: deep trouble");
+    EXPECT_EQ(
+        validationFailure(500, R"({"error":{"message":"deep trouble"}})"), "HTTP 500 for /api: deep trouble");
     EXPECT_EQ(validationFailure(500, R"({"error":"text"})"), R"(HTTP 500 for /api: {"error":"text"})");
     EXPECT_EQ(validationFailure(500, "plain"), "HTTP 500 for /api: plain");
     EXPECT_EQ(validationFailure(500, "\xFF"), "HTTP 500 for /api: request failed");
@@ -122,14 +128,15 @@ TEST_F(RecordingUploadHTTPTests, AnUploadWithoutHeadersHasItsContentType)
     EXPECT_EQ(RecordingUploadHTTP::uploadRequest(artifact, signedUpload).headers,
         (HTTPHeaders{{"Content-Type", "video/mp4"}}));
     signedUpload.headers = {{"x-extra", "1"}};
-    EXPECT_EQ(RecordingUploadHTTP::uploadRequest(artifact, signedUpload).headers,
-        (HTTPHeaders{{"x-extra", "1"}}));
+    EXPECT_EQ(
+        RecordingUploadHTTP::uploadRequest(artifact, signedUpload).headers, (HTTPHeaders{{"x-extra", "1"}}));
 }
 
 TEST_F(RecordingUploadHTTPTests, BytesAreSentFromMemory)
 {
     artifact.body = std::string("bytes");
-    EXPECT_EQ(std::get<std::string>(RecordingUploadHTTP::uploadRequest(artifact, signedUpload).body), "bytes");
+    EXPECT_EQ(
+        std::get<std::string>(RecordingUploadHTTP::uploadRequest(artifact, signedUpload).body), "bytes");
 }
 
 TEST_F(RecordingUploadHTTPTests, OnlyPutInCapitalsIsPut)

@@ -190,8 +190,7 @@ TEST_F(RecordingUploadJobStoreTests, AnotherVersionIsRefused)
 
 TEST_F(RecordingUploadJobStoreTests, AnotherDestinationOrKeyIsRefused)
 {
-    const std::string failure
-        = "Recording upload destination or credential does not match its original job.";
+    const std::string failure = "Recording upload destination or credential does not match its original job.";
     create();
     options->apiBaseURL = "http://h:2";
     EXPECT_EQ(openingFailure(TakeUse::uploading), failure);

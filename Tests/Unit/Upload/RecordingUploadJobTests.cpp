@@ -79,7 +79,8 @@ TEST(RecordingUploadJobTests, UnknownWordsAndMissingFieldsAreRefused)
         "Could not read upload-job.json: mode is unknown.");
     EXPECT_EQ(decodingFailure(R"({"version": 1, "recordingId": "r", "mode": "local", "state": "x")" + rest),
         "Could not read upload-job.json: state is unknown.");
-    EXPECT_EQ(decodingFailure(R"({"version": 1})"), "Could not read upload-job.json: recordingId is missing.");
+    EXPECT_EQ(
+        decodingFailure(R"({"version": 1})"), "Could not read upload-job.json: recordingId is missing.");
     EXPECT_EQ(decodingFailure("{"), "Could not read upload-job.json: no valid JSON at byte 2.");
 }
 

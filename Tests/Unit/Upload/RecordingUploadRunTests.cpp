@@ -70,7 +70,8 @@ TEST_F(RecordingUploadRunTests, SegmentsGoInTheBackgroundAfterTheThreshold)
     ASSERT_TRUE(clock.waitForNap(1));
     writeTestSegment(take(), "video", 0);
     letPassRun();
-    EXPECT_EQ(clock.naps(), std::vector<std::chrono::nanoseconds>({std::chrono::milliseconds(2500), seconds(1)}));
+    EXPECT_EQ(
+        clock.naps(), std::vector<std::chrono::nanoseconds>({std::chrono::milliseconds(2500), seconds(1)}));
     EXPECT_EQ(object("segments/video/segment_000.m4s"), "video0");
     letPassRun();
     EXPECT_EQ(standardOutput.text(),
@@ -139,8 +140,9 @@ TEST_F(RecordingUploadRunTests, AFailedPassIsToldOnceAndRetried)
     answerEveryPutWith(500);
     letPassRun();
     letPassRun();
-    const std::string warning = "warning: background upload will retry: "
-                                "HTTP 500 for upload org/rec/segments/video/segment_000.m4s: request failed\n";
+    const std::string warning
+        = "warning: background upload will retry: "
+          "HTTP 500 for upload org/rec/segments/video/segment_000.m4s: request failed\n";
     EXPECT_EQ(standardError.text(), warning + warning);
     api.interrupt = nullptr;
     letPassRun();

@@ -21,7 +21,8 @@ protected:
         instructions.objectPrefix = "org/rec";
         instructions.allowedVideoSegmentKeyPattern = "/video/segment_[0-9]+\\.m4s$";
         instructions.allowedAudioSegmentKeyPattern = "/audio/segment_[0-9]+\\.m4s$";
-        plan(instructions.plannedUploads.required, {"manifest.json", "segments/playlist.m3u8", "segments/video/init.mp4"});
+        plan(instructions.plannedUploads.required,
+            {"manifest.json", "segments/playlist.m3u8", "segments/video/init.mp4"});
         plan(instructions.plannedUploads.optional,
             {"thumbnail.jpg", "events.json", "segments/video/playlist.m3u8", "segments/audio/init.mp4",
                 "segments/audio/playlist.m3u8"});
@@ -42,7 +43,8 @@ protected:
     std::vector<UploadArtifact> backgroundPlan(const std::vector<std::string>& discovered = {})
     {
         return UploadArtifactBuilder(patterns).buildBackgroundUploadArtifacts(
-            take(), instructions, [this](const std::string& key) { return uploaded.contains(key); }, discovered);
+            take(), instructions, [this](const std::string& key) { return uploaded.contains(key); },
+            discovered);
     }
 
     std::string finalFailure()
@@ -50,7 +52,8 @@ protected:
         return failureOf([this] { finalPlan(); });
     }
 
-    void changeManifest(const std::function<void(nlohmann::json&)>& change, TakeSound sound = TakeSound::without)
+    void changeManifest(
+        const std::function<void(nlohmann::json&)>& change, TakeSound sound = TakeSound::without)
     {
         auto manifest = testManifest(2, sound);
         change(manifest);
@@ -91,7 +94,8 @@ TEST_F(UploadArtifactBuilderTests, ATakeWithSoundHasTheVariantPlaylistsAsWell)
     EXPECT_EQ(keys(finalPlan()),
         Keys({"manifest.json", "segments/video/init.mp4", "segments/playlist.m3u8",
             "segments/video/playlist.m3u8", "segments/video/segment_000.m4s", "segments/audio/init.mp4",
-            "segments/audio/playlist.m3u8", "segments/audio/segment_000.m4s", "events.json", "thumbnail.jpg"}));
+            "segments/audio/playlist.m3u8", "segments/audio/segment_000.m4s", "events.json",
+            "thumbnail.jpg"}));
 }
 
 TEST_F(UploadArtifactBuilderTests, TheManifestGoesWithObjectKeysAndFilesAsTheyAre)
@@ -110,7 +114,8 @@ TEST_F(UploadArtifactBuilderTests, WhatIsUploadedIsLeftOutAndCountsAsCovered)
 {
     writeTestTake(take(), 1);
     uploaded = {"org/rec/segments/video/init.mp4", "org/rec/thumbnail.jpg"};
-    EXPECT_EQ(keys(finalPlan()), Keys({"manifest.json", "segments/playlist.m3u8", "segments/video/segment_000.m4s"}));
+    EXPECT_EQ(keys(finalPlan()),
+        Keys({"manifest.json", "segments/playlist.m3u8", "segments/video/segment_000.m4s"}));
     for (const auto& artifact : finalPlan())
         uploaded.insert(artifact.key);
     EXPECT_EQ(keys(finalPlan()), Keys());
@@ -140,8 +145,8 @@ TEST_F(UploadArtifactBuilderTests, MissingRequiredKeysAreNamedTogetherInOrder)
 {
     writeTestTake(take(), 1);
     plan(instructions.plannedUploads.required, {"z.txt", "a.txt", "a.txt"});
-    EXPECT_EQ(finalFailure(),
-        "Local artifacts are missing required upload key(s): org/rec/a.txt, org/rec/z.txt");
+    EXPECT_EQ(
+        finalFailure(), "Local artifacts are missing required upload key(s): org/rec/a.txt, org/rec/z.txt");
 }
 
 TEST_F(UploadArtifactBuilderTests, FilesOfTheUploadItselfAreNeverSent)
@@ -150,7 +155,8 @@ TEST_F(UploadArtifactBuilderTests, FilesOfTheUploadItselfAreNeverSent)
     writeTestFile(take() / "upload-job.json", "{}");
     writeTestFile(take() / ".ssh/id", "secret");
     plan(instructions.plannedUploads.optional, {"upload-job.json", ".ssh/id"});
-    EXPECT_THAT(keys(finalPlan()), testing::Not(testing::Contains(testing::AnyOf("upload-job.json", ".ssh/id"))));
+    EXPECT_THAT(
+        keys(finalPlan()), testing::Not(testing::Contains(testing::AnyOf("upload-job.json", ".ssh/id"))));
     EXPECT_EQ(keys(backgroundPlan()), Keys({"segments/video/init.mp4", "thumbnail.jpg"}));
 }
 
@@ -192,7 +198,8 @@ TEST_F(UploadArtifactBuilderTests, AManifestKeyOutsideOfThePrefixIsRefused)
 {
     writeTestTake(take(), 1);
     session.manifestKey = "org/recording/manifest.json";
-    EXPECT_EQ(finalFailure(), "Upload artifact key is outside the assigned prefix: org/recording/manifest.json");
+    EXPECT_EQ(
+        finalFailure(), "Upload artifact key is outside the assigned prefix: org/recording/manifest.json");
 }
 
 TEST_F(UploadArtifactBuilderTests, PlannedKeysOutsideOfThePrefixAreRefused)
@@ -216,8 +223,8 @@ TEST_F(UploadArtifactBuilderTests, KeysOfTheManifestAreChecked)
 {
     writeTestTake(take(), 2);
     changeManifest([](auto& manifest) { manifest["segments"][1]["key"] = "segments\\..\\..\\x"; });
-    EXPECT_EQ(finalFailure(),
-        "Local artifact key cannot contain relative path segments: segments\\..\\..\\x");
+    EXPECT_EQ(
+        finalFailure(), "Local artifact key cannot contain relative path segments: segments\\..\\..\\x");
     changeManifest([](auto& manifest) { manifest["segments"][1]["key"] = "/etc/passwd"; });
     EXPECT_EQ(finalFailure(), "Local artifact key must point inside segments/: /etc/passwd");
 }
@@ -241,8 +248,8 @@ TEST_F(UploadArtifactBuilderTests, ABackgroundPlanHasWhatIsFinal)
 {
     writeTestTake(take(), 2, TakeSound::with);
     writeTestFile(take() / "events.json", "{}");
-    EXPECT_EQ(keys(backgroundPlan({"org/rec/segments/video/segment_001.m4s", "org/rec/segments/audio/segment_000.m4s",
-                  "org/rec/segments/video/segment_001.m4s"})),
+    EXPECT_EQ(keys(backgroundPlan({"org/rec/segments/video/segment_001.m4s",
+                  "org/rec/segments/audio/segment_000.m4s", "org/rec/segments/video/segment_001.m4s"})),
         Keys({"segments/audio/init.mp4", "segments/video/init.mp4", "thumbnail.jpg",
             "segments/video/segment_001.m4s", "segments/audio/segment_000.m4s"}));
 }

@@ -81,16 +81,18 @@ TEST_F(UploadCommandTests, AnUploadIsToldInOrder)
 TEST_F(UploadCommandTests, AFailureLeavesAFailedJobThatCanBeTriedAgain)
 {
     api.interrupt = [](const std::string& line) {
-        return line.ends_with("recording-complete") ? std::optional(HTTPResponse{503, "later"}) : std::nullopt;
+        return line.ends_with("recording-complete") ? std::optional(HTTPResponse{503, "later"})
+                                                    : std::nullopt;
     };
     EXPECT_EQ(failureOf([this] { upload(); }), "HTTP 503 for /api/recordings/rec/recording-complete: later");
-    EXPECT_THAT(output(), testing::EndsWith(
-        "Uploaded object: org/rec/thumbnail.jpg\n"
-        R"({"error":{"code":"upload_failed","domain":"GlimtoCapture.CLIError",)"
-        R"("message":"HTTP 503 for /api/recordings/rec/recording-complete: later","nsCode":1,"type":"CLIError"},)"
-        R"("kind":"upload_failed","recordingId":"rec","schemaVersion":1,"state":"failed","type":"recording_lifecycle"})"
-        "\n"
-        "GLIMTO_RECORDING_STATUS=failed\n"));
+    EXPECT_THAT(output(),
+        testing::EndsWith(
+            "Uploaded object: org/rec/thumbnail.jpg\n"
+            R"({"error":{"code":"upload_failed","domain":"GlimtoCapture.CLIError",)"
+            R"("message":"HTTP 503 for /api/recordings/rec/recording-complete: later","nsCode":1,"type":"CLIError"},)"
+            R"("kind":"upload_failed","recordingId":"rec","schemaVersion":1,"state":"failed","type":"recording_lifecycle"})"
+            "\n"
+            "GLIMTO_RECORDING_STATUS=failed\n"));
     EXPECT_EQ(store().read().state, State::failed);
     EXPECT_EQ(store().read().lastError, "HTTP 503 for /api/recordings/rec/recording-complete: later");
 

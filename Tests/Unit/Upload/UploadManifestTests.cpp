@@ -28,8 +28,9 @@ TEST(UploadManifestTests, OptionalFieldsMayBeMissing)
 TEST(UploadManifestTests, EveryKeyGetsThePrefixAndNothingElseChanges)
 {
     auto expected = testManifest(2, TakeSound::with);
-    for (auto* key : {&expected["initSegmentKey"], &expected["playlistKey"], &expected["audio"]["initSegmentKey"],
-             &expected["audio"]["playlistKey"], &expected["segments"][0]["key"], &expected["segments"][1]["key"],
+    for (auto* key : {&expected["initSegmentKey"], &expected["playlistKey"],
+             &expected["audio"]["initSegmentKey"], &expected["audio"]["playlistKey"],
+             &expected["segments"][0]["key"], &expected["segments"][1]["key"],
              &expected["audioSegments"][0]["key"], &expected["audioSegments"][1]["key"]})
         *key = "org/rec/" + key->get<std::string>();
     EXPECT_EQ(rewritten(testManifest(2, TakeSound::with), "org/rec"), expected);

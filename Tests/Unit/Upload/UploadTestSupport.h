@@ -62,8 +62,8 @@ inline nlohmann::json testManifest(int segmentCount, TakeSound sound = TakeSound
     };
     nlohmann::json manifest = {{"manifestVersion", 1}, {"createdAt", "2024-01-31T15:45:02.123Z"},
         {"state", "complete"}, {"initSegmentKey", "segments/video/init.mp4"},
-        {"playlistKey", "segments/playlist.m3u8"}, {"preferredSegmentDuration", 4.0},
-        {"totalDuration", 8.0}, {"totalBytes", 6}, {"segments", segments("video")},
+        {"playlistKey", "segments/playlist.m3u8"}, {"preferredSegmentDuration", 4.0}, {"totalDuration", 8.0},
+        {"totalBytes", 6}, {"segments", segments("video")},
         {"video",
             {{"source", "screen:0"}, {"codec", "h264"}, {"container", "fmp4"}, {"width", 640},
                 {"height", 480}, {"framesPerSecond", 30}, {"hasAudio", sound == TakeSound::with}}},

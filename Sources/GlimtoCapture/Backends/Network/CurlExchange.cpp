@@ -1,6 +1,7 @@
 #include "Backends/Network/CurlExchange.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
@@ -16,7 +17,7 @@ constexpr const char* domain = "HTTP";
 constexpr int mostRedirects = 16;
 constexpr std::size_t mostHeaderBytes = 256 << 10;
 constexpr long uploadBufferBytes = 256 << 10;
-constexpr long receiveBufferBytes = 32 << 10;
+constexpr std::int64_t largeBodyBytes = 256 << 10; // a smaller one is not worth such a buffer
 
 std::string lowerCase(std::string_view text)
 {
@@ -83,8 +84,8 @@ bool hasTellingText(CURLcode code)
 
 } // namespace
 
-CurlExchange::CurlExchange(HTTPRequest request, HTTPTransport::Completion completion,
-    std::shared_ptr<std::atomic<bool>> isCancelled)
+CurlExchange::CurlExchange(
+    HTTPRequest request, HTTPTransport::Completion completion, std::shared_ptr<std::atomic<bool>> isCancelled)
     : request_(std::move(request))
     , completion_(std::move(completion))
     , isCancelled_(std::move(isCancelled))
@@ -137,7 +138,6 @@ void CurlExchange::setUpAddress()
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &didReceiveBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
-    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, receiveBufferBytes);
     curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, &didProgress);
     curl_easy_setopt(easy, CURLOPT_XFERINFODATA, this);
@@ -164,7 +164,8 @@ void CurlExchange::setUpBody()
         curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(body_.size()));
         curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, method_.c_str());
     }
-    curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, uploadBufferBytes);
+    if (body_.size() > largeBodyBytes)
+        curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, uploadBufferBytes);
     curl_easy_setopt(easy, CURLOPT_READFUNCTION, &wantsBody);
     curl_easy_setopt(easy, CURLOPT_READDATA, this);
     curl_easy_setopt(easy, CURLOPT_SEEKFUNCTION, &seekBody);
@@ -266,8 +267,8 @@ std::exception_ptr CurlExchange::stalledError() const
 {
     const auto origin = WebOrigin::of(address_);
     return std::make_exception_ptr(PlatformError(domain, CURLE_OPERATION_TIMEDOUT,
-        "The request to " + (origin ? origin->text() : std::string("a server")) + " timed out: nothing moved for "
-            + std::to_string(request_.timeout.count()) + " seconds."));
+        "The request to " + (origin ? origin->text() : std::string("a server"))
+            + " timed out: nothing moved for " + std::to_string(request_.timeout.count()) + " seconds."));
 }
 
 std::exception_ptr CurlExchange::cancelledError()

@@ -193,7 +193,8 @@ CurlHTTPTransport::CurlHTTPTransport()
 {
     curl_global_init(CURL_GLOBAL_DEFAULT);
     core_ = std::make_shared<Core>();
-    thread_ = std::make_unique<NamedThread>("glimto.capture.http", stackBytes, [core = core_] { core->run(); });
+    thread_
+        = std::make_unique<NamedThread>("glimto.capture.http", stackBytes, [core = core_] { core->run(); });
 }
 
 CurlHTTPTransport::~CurlHTTPTransport()

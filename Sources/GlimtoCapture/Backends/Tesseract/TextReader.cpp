@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 
 #include <leptonica/allheaders.h>
 #include <omp.h>
@@ -65,7 +66,7 @@ TextReader::~TextReader() = default;
 
 std::vector<RecognizedLine> TextReader::read(const TextPicture& picture)
 {
-    auto lines = readAs(picture, tesseract::PSM_AUTO);
+    auto lines = readAs(picture, getenv("TPSM") ? atoi(getenv("TPSM")) : tesseract::PSM_AUTO);
     if (!lines.empty())
         return lines;
     // The analysis of pages passes over a single word; looking for any sees words in icons, too.
