@@ -204,10 +204,12 @@ class BadPictureTests(ClipboardCase):
     def test_unreadable_file_is_told(self):
         image = self.image()
         image.chmod(0)
-        for command in ("clipboard-image", "recognize-text"):
+        for command, message in (
+                ("clipboard-image", f"clipboard-image requires a readable PNG image at {image}."),
+                ("recognize-text", f"Could not read the image at {image}: Permission denied")):
             output = self.run_as_nobody(command, "--path", image)
             self.assertEqual(output.returncode, 1)
-            self.assertEqual(output.stderr, f"error: Could not read the image at {image}: Permission denied\n")
+            self.assertEqual(output.stderr, f"error: {message}\n")
 
     def run_as_nobody(self, *arguments):
         """A user who may not read everything."""

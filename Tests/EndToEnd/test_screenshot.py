@@ -1,6 +1,9 @@
 """Pixels of screenshots, compared with the picture that the test has put on the screen."""
 
 import json
+import os
+import signal
+import time
 import unittest
 
 from support import pictures
@@ -112,6 +115,20 @@ class OtherServerTests(StillsCase):
         output = self.run_tool("screenshot", "-o", self.shot, DISPLAY=None)
         self.assert_fails(output, "Screen Recording permission is not granted for glimto-capture.")
         self.assertEqual(output.error_lines[0], "warning: There is no X display: DISPLAY is not set.")
+        self.assertEqual(output.events("screenshot_failed")[0]["error"]["code"], "screen_permission_denied")
+        self.assertEqual(self.files(), [])
+
+    def test_server_that_does_not_answer_costs_a_few_seconds(self):
+        self.start_server(f"{WIDTH}x{HEIGHT}")
+        began = time.monotonic()
+        os.kill(self.server.pid, signal.SIGSTOP)
+        try:
+            output = self.run_tool("screenshot", "-o", self.shot, limit=30)
+        finally:
+            os.kill(self.server.pid, signal.SIGCONT)
+        self.assertLess(time.monotonic() - began, 10)
+        self.assert_fails(output, "Screen Recording permission is not granted for glimto-capture.")
+        self.assertIn("does not answer.", output.error_lines[0])
         self.assertEqual(output.events("screenshot_failed")[0]["error"]["code"], "screen_permission_denied")
         self.assertEqual(self.files(), [])
 

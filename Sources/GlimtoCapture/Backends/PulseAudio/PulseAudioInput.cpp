@@ -14,14 +14,16 @@ namespace glimto {
 
 namespace {
 
-constexpr const char* threadLabel = "glimto.capture.sound";
 constexpr std::size_t threadStackBytes = 512 * 1024;
 // Above everything that the thread itself waits for.
 constexpr std::chrono::seconds startTimeout{20};
 
 } // namespace
 
-PulseAudioInput::PulseAudioInput() = default;
+PulseAudioInput::PulseAudioInput(const char* threadLabel)
+    : threadLabel_(threadLabel)
+{
+}
 
 PulseAudioInput::~PulseAudioInput() = default;
 
@@ -30,7 +32,7 @@ AudioInputStart PulseAudioInput::start(Handlers handlers)
     handlers_ = std::move(handlers);
     auto outcome = started_.get_future();
     try {
-        thread_ = std::make_unique<NamedThread>(threadLabel, threadStackBytes, [this] { runGuarded(); });
+        thread_ = std::make_unique<NamedThread>(threadLabel_, threadStackBytes, [this] { runGuarded(); });
     } catch (const std::exception&) {
         return AudioInputStart::notRunning;
     }

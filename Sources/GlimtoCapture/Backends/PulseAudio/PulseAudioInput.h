@@ -16,7 +16,8 @@ namespace glimto {
 // What microphones and system audio share: a thread that talks to the sound server and calls the handlers.
 class PulseAudioInput : public AudioInput {
 public:
-    PulseAudioInput();
+    // `threadLabel` names the thread in debuggers and outlives the input.
+    explicit PulseAudioInput(const char* threadLabel);
 
     AudioInputStart start(Handlers handlers) final;
     void stop() final;
@@ -55,6 +56,7 @@ private:
     void runGuarded();
     static void onDeviceEvent(pa_context* context, int event, std::uint32_t index, void* self);
 
+    const char* const threadLabel_;
     PulseMainloop loop_;
     Handlers handlers_;
     std::promise<AudioInputStart> started_;

@@ -22,7 +22,8 @@ constexpr std::int64_t longestSilence = 10 * second;
 } // namespace
 
 PulseMicrophoneInput::PulseMicrophoneInput(std::string sourceName)
-    : sourceName_(std::move(sourceName))
+    : PulseAudioInput("glimto.capture.microphone")
+    , sourceName_(std::move(sourceName))
 {
 }
 

@@ -18,6 +18,11 @@ const char* const serverGone = "the sound server stopped; system audio is silent
 
 } // namespace
 
+PulseSystemAudioInput::PulseSystemAudioInput()
+    : PulseAudioInput("glimto.capture.system-audio")
+{
+}
+
 PulseSystemAudioInput::~PulseSystemAudioInput()
 {
     stop();

@@ -13,7 +13,7 @@ namespace glimto {
 // looked for once a second until it is back.
 class PulseSystemAudioInput final : public PulseAudioInput {
 public:
-    PulseSystemAudioInput() = default;
+    PulseSystemAudioInput();
     ~PulseSystemAudioInput() override;
 
 private:
