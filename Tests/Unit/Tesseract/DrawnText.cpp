@@ -27,18 +27,19 @@ DrawnText::DrawnText(int width, int height, Color background)
 
 DrawnText::~DrawnText() = default;
 
-void DrawnText::text(int x, int y, const std::string& words, double size, Color color)
+void DrawnText::text(
+    int x, int y, const std::string& words, double size, Color color, const std::string& font)
 {
     cairo_t* context = surface_->context;
     PangoLayout* layout = pango_cairo_create_layout(context);
-    PangoFontDescription* font = pango_font_description_from_string("DejaVu Sans");
-    pango_font_description_set_absolute_size(font, size * PANGO_SCALE);
-    pango_layout_set_font_description(layout, font);
+    PangoFontDescription* description = pango_font_description_from_string(font.c_str());
+    pango_font_description_set_absolute_size(description, size * PANGO_SCALE);
+    pango_layout_set_font_description(layout, description);
     pango_layout_set_text(layout, words.c_str(), -1);
     cairo_set_source_rgb(context, color.red, color.green, color.blue);
     cairo_move_to(context, x, y);
     pango_cairo_show_layout(context, layout);
-    pango_font_description_free(font);
+    pango_font_description_free(description);
     g_object_unref(layout);
 }
 

@@ -21,8 +21,9 @@ public:
     DrawnText(int width, int height, Color background);
     ~DrawnText();
 
-    // The font is DejaVu Sans; `size` is in pixels, the position is the text's top left.
-    void text(int x, int y, const std::string& words, double size, Color color);
+    // `size` is in pixels, the position is the text's top left.
+    void text(int x, int y, const std::string& words, double size, Color color,
+        const std::string& font = "DejaVu Sans");
     void rectangle(int x, int y, int width, int height, Color color);
 
     std::shared_ptr<const PixelBuffer> pixels() const;

@@ -62,6 +62,39 @@ TEST_F(TextColumnsTests, NarrowFieldsOfATableStayTogether)
     EXPECT_THAT(findTextColumns(paper.get(), letterHeight), ElementsAre(PixelRect{20, 20, 320, 72}));
 }
 
+TEST_F(TextColumnsTests, WideFieldsOfALogStayTogether)
+{
+    for (const int x : {20, 100, 180})
+        lines(x, 20, 72, 6);
+    lines(272, 20, 240, 6);
+    EXPECT_THAT(findTextColumns(paper.get(), letterHeight), ElementsAre(PixelRect{20, 20, 492, 88}));
+}
+
+TEST_F(TextColumnsTests, CommentsOfDifferentLengthsStayBesideTheirLines)
+{
+    lines(20, 20, 200, 6);
+    for (int line = 0; line < 6; ++line)
+        bar(260, 20 + 16 * line, 60 + 30 * line);
+    EXPECT_THAT(findTextColumns(paper.get(), letterHeight), ElementsAre(PixelRect{20, 20, 450, 88}));
+}
+
+TEST_F(TextColumnsTests, ListAtOtherHeightsThanThePageBesideItIsAColumn)
+{
+    for (int line = 0; line < 6; ++line)
+        bar(20, 24 + 24 * line, 60);
+    lines(120, 20, 300, 9);
+    EXPECT_THAT(findTextColumns(paper.get(), letterHeight),
+        ElementsAre(PixelRect{20, 24, 60, 128}, PixelRect{120, 20, 300, 136}));
+}
+
+TEST_F(TextColumnsTests, ThreeColumnsOfProseAreParted)
+{
+    for (const int x : {20, 200, 390})
+        lines(x, 20, 150, 6);
+    EXPECT_THAT(findTextColumns(paper.get(), letterHeight),
+        ElementsAre(PixelRect{20, 20, 150, 88}, PixelRect{200, 20, 150, 88}, PixelRect{390, 20, 150, 88}));
+}
+
 TEST_F(TextColumnsTests, LinePartsANarrowColumn)
 {
     lines(20, 20, 50, 5);

@@ -5,7 +5,8 @@
 
 #include <leptonica/allheaders.h>
 
-#include "Backends/Tesseract/Leptonica.h"
+#include "Backends/Tesseract/InkProfile.h"
+#include "Backends/Tesseract/RunningText.h"
 
 namespace glimto {
 
@@ -14,44 +15,12 @@ namespace {
 constexpr int deepest = 4; // cuts inside of cuts
 // In heights of small letters.
 constexpr int narrowestGutter = 2;
-constexpr int narrowestColumn = 10;
 constexpr int narrowestBesideLine = 3;
+constexpr int narrowestApart = 5; // when its lines stand at other heights than those beside it
 constexpr int bandGap = 2;
 constexpr int fewestLines = 3;
 // A column of pixels that is black over this much of its height is a line.
 constexpr double lineCoverage = 0.9;
-
-struct Span {
-    int begin = 0;
-    int end = 0; // one past the last
-    int length() const { return end - begin; }
-};
-
-using Profile = std::vector<int>; // black pixels by column or by row
-
-Profile profile(Numa* counts)
-{
-    Profile values(static_cast<std::size_t>(numaGetCount(counts)));
-    for (std::size_t index = 0; index < values.size(); ++index)
-        numaGetIValue(counts, static_cast<l_int32>(index), &values[index]);
-    numaDestroy(&counts);
-    return values;
-}
-
-// Runs of non-zero values that are parted by at least `gap` zeros.
-std::vector<Span> runs(const Profile& values, int gap)
-{
-    std::vector<Span> found;
-    for (int index = 0; index < static_cast<int>(values.size()); ++index) {
-        if (values[static_cast<std::size_t>(index)] == 0)
-            continue;
-        if (!found.empty() && index - found.back().end < gap)
-            found.back().end = index + 1;
-        else
-            found.push_back({index, index + 1});
-    }
-    return found;
-}
 
 class Page {
 public:
@@ -78,33 +47,13 @@ public:
     }
 
 private:
-    PixHandle clipped(const PixelRect& area) const
-    {
-        Box* box = boxCreate(area.x, area.y, area.width, area.height);
-        PixHandle part(pixClipRectangle(ink_, box, nullptr));
-        boxDestroy(&box);
-        return part;
-    }
-
-    Profile rowsOf(const PixelRect& area) const
-    {
-        const PixHandle part = clipped(area);
-        return part ? profile(pixCountPixelsByRow(part.get(), nullptr)) : Profile{};
-    }
-
-    Profile columnsOf(const PixelRect& area) const
-    {
-        const PixHandle part = clipped(area);
-        return part ? profile(pixCountPixelsByColumn(part.get())) : Profile{};
-    }
-
     // `area` without the white around what is black.
     std::optional<PixelRect> shrunk(const PixelRect& area) const
     {
         if (area.isEmpty())
             return std::nullopt;
-        const auto rows = runs(rowsOf(area), area.height);
-        const auto columns = runs(columnsOf(area), area.width);
+        const auto rows = inkRuns(inkByRow(ink_, area), area.height);
+        const auto columns = inkRuns(inkByColumn(ink_, area), area.width);
         if (rows.empty() || columns.empty())
             return std::nullopt;
         return PixelRect{area.x + columns.front().begin, area.y + rows.front().begin,
@@ -113,7 +62,7 @@ private:
 
     int linesIn(const PixelRect& area) const
     {
-        const auto lines = runs(rowsOf(area), 1);
+        const auto lines = inkRuns(inkByRow(ink_, area), 1);
         return static_cast<int>(std::count_if(lines.begin(), lines.end(),
             [this](const Span& line) { return 2 * line.length() >= letterHeight_; }));
     }
@@ -124,27 +73,40 @@ private:
         return text && text->width >= narrowest * letterHeight_ && linesIn(*text) >= fewestLines;
     }
 
+    // Whether white parts two columns: prose on both sides, or lines that cannot be read across.
+    bool areColumns(const PixelRect& left, const PixelRect& right) const
+    {
+        if (!isColumn(left, narrowestApart) || !isColumn(right, narrowestApart))
+            return false;
+        return (isRunningText(ink_, left, letterHeight_) && isRunningText(ink_, right, letterHeight_))
+            || !linesContinue(ink_, left, right, letterHeight_);
+    }
+
     // The widest white between two columns, as a span of x.
     std::optional<Span> gutterIn(const PixelRect& area) const
     {
-        Profile columns = columnsOf(area);
-        Profile isLine(columns.size());
+        InkProfile columns = inkByColumn(ink_, area);
+        InkProfile isLine(columns.size());
         for (std::size_t x = 0; x < columns.size(); ++x) {
             if (columns[x] >= lineCoverage * area.height && area.height >= 6 * letterHeight_) {
                 isLine[x] = 1;
                 columns[x] = 0;
             }
         }
-        const auto pieces = runs(columns, narrowestGutter * letterHeight_);
+        const auto pieces = inkRuns(columns, narrowestGutter * letterHeight_);
         std::optional<Span> widest;
         for (std::size_t index = 1; index < pieces.size(); ++index) {
             const Span gap{pieces[index - 1].end, pieces[index].begin};
             const bool hasLine = std::any_of(
                 isLine.begin() + gap.begin, isLine.begin() + gap.end, [](int line) { return line != 0; });
-            const int narrowest = hasLine ? narrowestBesideLine : narrowestColumn;
-            if ((!widest || gap.length() > widest->length())
-                && isColumn({area.x, area.y, gap.begin, area.height}, narrowest)
-                && isColumn({area.x + gap.end, area.y, area.width - gap.end, area.height}, narrowest))
+            const auto piece = [&](const Span& span) {
+                return PixelRect{area.x + span.begin, area.y, span.length(), area.height};
+            };
+            if (widest && gap.length() <= widest->length())
+                continue;
+            if (hasLine ? isColumn(piece({0, gap.begin}), narrowestBesideLine)
+                        && isColumn(piece({gap.end, area.width}), narrowestBesideLine)
+                        : areColumns(piece(pieces[index - 1]), piece(pieces[index])))
                 widest = gap;
         }
         return widest;
@@ -160,7 +122,7 @@ private:
     bool cutBands(const PixelRect& area, int depth, std::vector<PixelRect>& columns) const
     {
         constexpr std::size_t mostBands = 40;
-        const auto bands = runs(rowsOf(area), bandGap * letterHeight_);
+        const auto bands = inkRuns(inkByRow(ink_, area), bandGap * letterHeight_);
         if (bands.size() < 2 || bands.size() > mostBands)
             return false;
         const auto joined = [&](std::size_t first, std::size_t last) {

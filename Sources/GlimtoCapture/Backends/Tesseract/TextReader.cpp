@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 
 #include <leptonica/allheaders.h>
 #include <omp.h>
 #include <tesseract/baseapi.h>
 #include <tesseract/resultiterator.h>
 
+#include "Platform/Geometry.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -42,6 +42,34 @@ bool looksLikeText(const RecognizedLine& line)
     return line.confidence >= (characters <= fewCharacters ? sureOfFew : sureOfMany);
 }
 
+// Icons, bullets and check boxes are about as wide as high.
+bool isWord(const PixelRect& line)
+{
+    return line.width >= 2 * line.height;
+}
+
+// Whether most lines that have words beside them stand in one row with those.
+bool areFields(std::vector<PixelRect> lines)
+{
+    constexpr int fewestCovered = 70; // percent of the height of the lower one of two lines in a row
+    std::erase_if(lines, [](const PixelRect& line) { return !isWord(line); });
+    std::size_t beside = 0;
+    std::size_t inRow = 0;
+    for (const auto& line : lines) {
+        int mostCovered = 0;
+        for (const auto& other : lines) {
+            const bool apart = other.x >= line.x + line.width || line.x >= other.x + other.width;
+            const int covered
+                = std::min(line.y + line.height, other.y + other.height) - std::max(line.y, other.y);
+            if (apart)
+                mostCovered = std::max(mostCovered, 100 * covered / std::min(line.height, other.height));
+        }
+        beside += mostCovered > 0;
+        inRow += mostCovered >= fewestCovered;
+    }
+    return beside > 0 && 3 * inRow >= 2 * beside;
+}
+
 std::string textOf(const tesseract::ResultIterator& line)
 {
     const std::unique_ptr<char[]> text(line.GetUTF8Text(tesseract::RIL_TEXTLINE));
@@ -66,20 +94,48 @@ TextReader::~TextReader() = default;
 
 std::vector<RecognizedLine> TextReader::read(const TextPicture& picture)
 {
-    auto lines = readAs(picture, getenv("TPSM") ? atoi(getenv("TPSM")) : tesseract::PSM_AUTO);
+    show(picture, tesseract::PSM_AUTO);
+    // The analysis of pages takes aligned words for columns, as in tables, logs and source code.
+    if (isSplitIntoFields())
+        show(picture, tesseract::PSM_SINGLE_BLOCK);
+    auto lines = recognizedLines();
     if (!lines.empty())
         return lines;
     // The analysis of pages passes over a single word; looking for any sees words in icons, too.
     constexpr float sureOfAny = 75;
-    lines = readAs(picture, tesseract::PSM_SPARSE_TEXT);
+    show(picture, tesseract::PSM_SPARSE_TEXT);
+    lines = recognizedLines();
     std::erase_if(lines, [](const RecognizedLine& line) { return line.confidence < sureOfAny; });
     return lines;
 }
 
-std::vector<RecognizedLine> TextReader::readAs(const TextPicture& picture, int pageSegmentation)
+void TextReader::show(const TextPicture& picture, int pageSegmentation)
 {
     api_->SetPageSegMode(static_cast<tesseract::PageSegMode>(pageSegmentation));
     api_->SetImage(picture.pixels.get());
+}
+
+// Whether the analysis of the page finds lines side by side that continue each other. Recognizing goes on
+// from the analysis, so that it is not made twice.
+bool TextReader::isSplitIntoFields()
+{
+    const std::unique_ptr<tesseract::PageIterator> line(api_->AnalyseLayout());
+    if (!line)
+        return false;
+    std::vector<PixelRect> bounds;
+    do {
+        int left = 0;
+        int top = 0;
+        int right = 0;
+        int bottom = 0;
+        if (line->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom))
+            bounds.push_back({left, top, right - left, bottom - top});
+    } while (line->Next(tesseract::RIL_TEXTLINE));
+    return areFields(bounds);
+}
+
+std::vector<RecognizedLine> TextReader::recognizedLines()
+{
     std::vector<RecognizedLine> lines;
     if (api_->Recognize(nullptr) != 0)
         return lines;

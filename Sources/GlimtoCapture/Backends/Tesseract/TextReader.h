@@ -26,11 +26,14 @@ public:
     explicit TextReader(const std::vector<std::string>& languages);
     ~TextReader();
 
-    // Lines from top to bottom, column by column; what looks like no text is left out.
+    // Lines from top to bottom, fields that stand side by side as one line; what looks like no text is left
+    // out. The picture has one column.
     std::vector<RecognizedLine> read(const TextPicture& picture);
 
 private:
-    std::vector<RecognizedLine> readAs(const TextPicture& picture, int pageSegmentation);
+    void show(const TextPicture& picture, int pageSegmentation);
+    bool isSplitIntoFields();
+    std::vector<RecognizedLine> recognizedLines();
 
     std::unique_ptr<tesseract::TessBaseAPI> api_;
 };
