@@ -1,11 +1,26 @@
 #include "Stills/ClipboardImageWriter.h"
 
 #include <string>
+#include <vector>
 
 #include "Stills/ImageFile.h"
 #include "Support/Errors.h"
 
 namespace glimto {
+
+namespace {
+
+// A file that may not be read is as good as one that holds no PNG.
+std::vector<std::byte> contentsOrNothing(const std::filesystem::path& path)
+{
+    try {
+        return readPNGFile(path).value_or(std::vector<std::byte>());
+    } catch (const PlatformError&) {
+        return {};
+    }
+}
+
+} // namespace
 
 ClipboardImageWriter::ClipboardImageWriter(PNGCodec& codec, Pasteboard& pasteboard)
     : codec_(codec)
@@ -24,11 +39,11 @@ ClipboardImageWriter::Result ClipboardImageWriter::write(const std::filesystem::
 {
     if (imageFileKind(path) != ImageFileKind::regularFile)
         throw CLIError("PNG file does not exist at " + path.string() + ".");
-    const auto data = readPNGFile(path);
-    validatePNG(data ? std::span<const std::byte>(*data) : std::span<const std::byte>(), path);
-    if (!pasteboard_.setPNG(*data))
+    const auto data = contentsOrNothing(path);
+    validatePNG(data, path);
+    if (!pasteboard_.setPNG(data))
         throw CLIError("Could not write PNG image data to the clipboard.");
-    return {path, data->size()};
+    return {path, data.size()};
 }
 
 void ClipboardImageWriter::validatePNG(std::span<const std::byte> data, const std::filesystem::path& path)

@@ -21,8 +21,8 @@ public:
     ClipboardImageWriter(PNGCodec& codec, Pasteboard& pasteboard);
 
     // Throws CLIError: "clipboard-image requires --path <png>.", "PNG file does not exist at <path>." when
-    // there is no regular file, what validatePNG() throws, and "Could not write PNG image data to the
-    // clipboard."; PlatformError when the file cannot be read.
+    // there is no regular file, what validatePNG() throws, also when the file cannot be read, and "Could not
+    // write PNG image data to the clipboard."
     Result write(const ClipboardImageOptions& options);
     Result write(const std::filesystem::path& path);
 

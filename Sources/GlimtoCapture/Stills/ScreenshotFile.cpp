@@ -26,6 +26,20 @@ void createParentDirectory(const std::filesystem::path& path)
         throw PlatformError::posix("Could not create directory " + directory.string(), error.value());
 }
 
+// Who may write anywhere would take /dev/null from everybody else.
+bool isDevice(const std::filesystem::path& path)
+{
+    std::error_code ignored;
+    const auto type = std::filesystem::symlink_status(path, ignored).type();
+    return type == std::filesystem::file_type::character || type == std::filesystem::file_type::block;
+}
+
+PlatformError noDestination(const std::filesystem::path& path)
+{
+    return screenshotError(
+        ScreenshotFailure::noDestination, "Could not create PNG destination at " + path.string());
+}
+
 // Its length does not depend on the final name, which may be as long as the file system allows.
 std::filesystem::path temporaryPathFor(const std::filesystem::path& path)
 {
@@ -46,6 +60,10 @@ void ScreenshotFile::writePNG(const PixelBuffer& image, const std::filesystem::p
     if (std::filesystem::is_directory(path, ignored))
         throw screenshotError(
             ScreenshotFailure::outputIsDirectory, "Screenshot output path is a directory: " + path.string());
+    if (isDevice(path)) {
+        standardError_.writeLine("warning: " + path.string() + " is a device, which is not replaced.");
+        throw noDestination(path);
+    }
     createParentDirectory(path);
     std::vector<std::byte> data;
     try {
@@ -61,8 +79,7 @@ void ScreenshotFile::writePNG(const PixelBuffer& image, const std::filesystem::p
         file.emplace(path, temporaryPath);
     } catch (const PlatformError& error) {
         standardError_.writeLine("warning: " + std::string(error.what()));
-        throw screenshotError(
-            ScreenshotFailure::noDestination, "Could not create PNG destination at " + path.string());
+        throw noDestination(path);
     }
     try {
         file->write(data);

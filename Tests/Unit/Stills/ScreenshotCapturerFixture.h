@@ -7,27 +7,15 @@
 
 #include <gtest/gtest.h>
 
-#include "Fakes/FakeAssetWriter.h"
-#include "Fakes/FakeAudioConverter.h"
-#include "Fakes/FakeAudioInput.h"
-#include "Fakes/FakeCaptureStream.h"
-#include "Fakes/FakeEventTap.h"
-#include "Fakes/FakeImageCodec.h"
 #include "Fakes/FakeLineOutput.h"
-#include "Fakes/FakeNetwork.h"
-#include "Fakes/FakeProcessEnvironment.h"
-#include "Fakes/FakeScreenAccess.h"
-#include "Fakes/FakeShareableContentProvider.h"
-#include "Fakes/FakeStillServices.h"
-#include "Fakes/FakeStopRequests.h"
-#include "Fakes/FakeWorkspace.h"
+#include "Fakes/FakePlatform.h"
 #include "Fakes/TemporaryDirectory.h"
 #include "Stills/ScreenshotCapturer.h"
 
 namespace glimto {
 
 // A machine with two displays side by side, (0,0 640x480) and (640,0 320x240), whose trigger comes at once.
-class ScreenshotCapturerFixture : public testing::Test {
+class ScreenshotCapturerFixture : public testing::Test, protected FakePlatform {
 protected:
     ScreenshotCapturerFixture()
     {
@@ -90,37 +78,6 @@ protected:
     std::filesystem::path path = directory.path() / "shot.png";
     FakeLineOutput standardOutput;
     FakeLineOutput standardError;
-    FakeProcessEnvironment process;
-    FakeScreenAccess screen;
-    FakeShareableContentProvider content;
-    FakeCaptureStreamFactory captureStreams;
-    FakeAssetWriterFactory assetWriters;
-    FakeAudioConverterFactory audioConverters;
-    FakeAudioInputFactory audioInputs;
-    FakeEventTapFactory eventTaps;
-    FakeImageCodec images;
-    FakeStillServices stills;
-    FakeWorkspace workspace;
-    FakeStopRequests stopRequests;
-    FakeNetwork network;
-    PlatformServices services{.process = process,
-        .screen = screen,
-        .content = content,
-        .captureStreams = captureStreams,
-        .assetWriters = assetWriters,
-        .audioConverters = audioConverters,
-        .audioInputs = audioInputs,
-        .eventTaps = eventTaps,
-        .images = images,
-        .stillCapture = stills.capture,
-        .pngCodec = stills.png,
-        .textDrawing = stills.textDrawing,
-        .pasteboard = stills.pasteboard,
-        .textRecognition = stills.textRecognition,
-        .workspace = workspace,
-        .stopRequests = stopRequests,
-        .http = network.http,
-        .textPatterns = network.textPatterns};
     ScreenshotOptions options;
     std::function<void()> onTrigger; // runs when the trigger byte is read
     ssize_t triggerBytes = 1;

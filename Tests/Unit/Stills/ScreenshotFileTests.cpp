@@ -1,17 +1,17 @@
 #include "Stills/ScreenshotFile.h"
 
-#include <csignal>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
+#include <sys/stat.h>
 
 #include "Fakes/FakeLineOutput.h"
 #include "Fakes/FakePNGCodec.h"
 #include "Fakes/FakeStillCapture.h"
+#include "Fakes/FileSizeLimit.h"
 #include "Fakes/TemporaryDirectory.h"
 #include "Support/Errors.h"
 
@@ -58,29 +58,6 @@ protected:
     const std::filesystem::path path = directory.path() / "shot.png";
 };
 
-// Files of this process may not grow beyond `bytes`.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-        : previousHandler_(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        ::getrlimit(RLIMIT_FSIZE, &previous_);
-        const rlimit limit = {.rlim_cur = bytes, .rlim_max = previous_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &previous_);
-        std::signal(SIGXFSZ, previousHandler_);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    void (*previousHandler_)(int);
-    rlimit previous_ = {};
-};
-
 TEST_F(ScreenshotFileTests, WritesThePictureAndNothingElse)
 {
     write(path);
@@ -121,6 +98,16 @@ TEST_F(ScreenshotFileTests, ADirectoryIsNotReplaced)
     EXPECT_EQ(errorOfWrite(directory.path() / "link"),
         "Screenshot output path is a directory: " + (directory.path() / "link").string());
     EXPECT_EQ(codec.encodedPictures, 0);
+}
+
+TEST_F(ScreenshotFileTests, ADeviceIsNotReplaced)
+{
+    // The number is that of no device, which everybody may make.
+    ASSERT_EQ(::mknod(path.c_str(), S_IFCHR | 0600, 0), 0);
+    EXPECT_EQ(errorOfWrite(path), "Could not create PNG destination at " + path.string());
+    EXPECT_EQ(standardError.text(), "warning: " + path.string() + " is a device, which is not replaced.\n");
+    EXPECT_TRUE(std::filesystem::is_character_file(path));
+    EXPECT_EQ(files(), std::vector<std::string>{"shot.png"});
 }
 
 TEST_F(ScreenshotFileTests, AFileInTheWayOfADirectoryIsAnError)

@@ -1,6 +1,7 @@
 #include "Backends/X11/X11Connection.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <future>
 #include <thread>
@@ -14,6 +15,10 @@ namespace glimto {
 namespace {
 
 constexpr std::chrono::seconds connectTimeout{5};
+// For a server that has kept us waiting in vain just before: a command asks it several things, and all of
+// them together are to fail in a few seconds.
+constexpr std::chrono::seconds nextConnectTimeout{1};
+std::atomic<bool> hasWaitedInVain{false};
 
 const char* environmentValue(const char* name)
 {
@@ -37,7 +42,10 @@ Opened connectInTime(const std::string& display)
         opened.connection = xcb_connect(display.c_str(), &opened.screenNumber);
         promise->set_value(opened);
     }).detach();
-    if (result.wait_for(connectTimeout) != std::future_status::ready)
+    const auto timeout = hasWaitedInVain ? nextConnectTimeout : connectTimeout;
+    const bool isOpened = result.wait_for(timeout) == std::future_status::ready;
+    hasWaitedInVain = !isOpened;
+    if (!isOpened)
         throw x11Error(X11Failure::noAnswer, "The X server at DISPLAY \"" + display + "\" does not answer.");
     return result.get();
 }

@@ -44,7 +44,8 @@ PlatformError x11Error(X11Failure failure, const std::string& message);
 class X11Connection {
 public:
     // Connects to the display that the environment names. Throws PlatformError when DISPLAY is not
-    // set, when nothing answers, or when WAYLAND_DISPLAY says that the session is a Wayland one.
+    // set, when nothing answers within 5 seconds (1 second right after that has happened), or when
+    // WAYLAND_DISPLAY says that the session is a Wayland one.
     static std::unique_ptr<X11Connection> open();
 
     ~X11Connection();
