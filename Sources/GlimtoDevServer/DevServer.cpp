@@ -1,14 +1,15 @@
 #include "DevServer.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <utility>
 
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <httplib.h>
@@ -48,11 +49,48 @@ void answerError(httplib::Response& response, int status, const std::string& mes
     answerJSON(response, {{"error", {{"message", message}}}}, status);
 }
 
+// A body that ended too early or makes no sense. What follows it on the connection belongs to nobody.
+class CutOffError : public APIError {
+public:
+    CutOffError()
+        : APIError(400, "The request body was cut off.")
+    {
+    }
+};
+
+// Gives the body to `receive` piece by piece, to its end: the next request on the connection begins there.
+void readBody(const httplib::ContentReader& reader, const httplib::ContentReceiver& receive)
+{
+    bool isWhole = false;
+    try {
+        isWhole = reader(receive);
+    } catch (const std::exception&) {
+        // The library's way with forms.
+    }
+    if (!isWhole)
+        throw CutOffError();
+}
+
+// Ends the connection behind an answer.
+void endConnectionAfter(httplib::Response& response, const char* type)
+{
+    const std::string body = std::exchange(response.body, {});
+    response.headers.erase("Content-Type"); // set anew with the provider
+    response.set_content_provider(
+        body.size(), type, [body](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+            sink.write(body.data() + offset, length);
+            return false;
+        });
+}
+
 // Runs one step of a request; what it throws becomes the answer.
 template <typename Step> void answering(httplib::Response& response, Step&& step)
 {
     try {
         step();
+    } catch (const CutOffError& error) {
+        answerError(response, error.status(), error.what());
+        endConnectionAfter(response, jsonType);
     } catch (const APIError& error) {
         answerError(response, error.status(), error.what());
     } catch (const std::exception& error) {
@@ -87,27 +125,62 @@ bool isPlainHost(const std::string& header)
         == std::string::npos;
 }
 
+// Whether the library answers the request's ranges rightly: at most one, which lies within the file.
+bool hasUsableRange(const httplib::Request& request, ssize_t size)
+{
+    if (request.ranges.empty())
+        return true;
+    const auto [first, last] = request.ranges.front();
+    return request.ranges.size() == 1 && first < size && last < size;
+}
+
 // A file piece by piece, as the client takes it.
-void answerFile(httplib::Response& response, const std::filesystem::path& path, const std::string& type)
+void answerFile(const httplib::Request& request, httplib::Response& response,
+    const std::filesystem::path& path, const std::string& type)
 {
     auto file = std::make_shared<FileDescriptor>(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    std::error_code error;
-    const auto size = std::filesystem::file_size(path, error);
-    if (!*file || error) {
+    struct stat status = {};
+    if (!*file || ::fstat(file->get(), &status) != 0) {
         answerError(response, 404, "There is no such object.");
         return;
     }
+    const auto write = [file](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+        char buffer[64 * 1024];
+        const auto wanted = std::min(length, sizeof(buffer));
+        const auto got = ::pread(file->get(), buffer, wanted, static_cast<off_t>(offset));
+        return got > 0 && sink.write(buffer, static_cast<std::size_t>(got));
+    };
+    const auto size = static_cast<std::size_t>(status.st_size);
     if (size == 0) {
+        response.status = 200;
         response.set_content("", type);
-        return;
+    } else if (hasUsableRange(request, status.st_size)) {
+        response.set_content_provider(size, type, write);
+    } else {
+        // A server may answer other ranges with everything (RFC 9110 section 14.2).
+        response.status = 200;
+        response.set_chunked_content_provider(
+            type, [write, size](std::size_t offset, httplib::DataSink& sink) {
+                if (offset < size)
+                    return write(offset, size - offset, sink);
+                sink.done();
+                return true;
+            });
     }
-    response.set_content_provider(static_cast<std::size_t>(size), type,
-        [file](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-            char buffer[64 * 1024];
-            const auto wanted = std::min(length, sizeof(buffer));
-            const auto got = ::pread(file->get(), buffer, wanted, static_cast<off_t>(offset));
-            return got > 0 && sink.write(buffer, static_cast<std::size_t>(got));
-        });
+}
+
+// Ends the connections of this process, which the library keeps to itself. Whoever waits for one of them
+// goes on at once.
+void shutDownConnections()
+{
+    std::error_code error;
+    std::filesystem::directory_iterator entries("/dev/fd", error);
+    for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
+        const int descriptor = std::atoi(entries->path().filename().c_str());
+        struct stat status = {};
+        if (descriptor > STDERR_FILENO && ::fstat(descriptor, &status) == 0 && S_ISSOCK(status.st_mode))
+            ::shutdown(descriptor, SHUT_RDWR);
+    }
 }
 
 } // namespace
@@ -126,14 +199,17 @@ struct DevServer::Rooms {
         addAPI();
         addObjects();
         addPages();
+        addRefusals();
     }
 
     void configure();
     void addAPI();
     void addObjects();
     void addPages();
+    void addRefusals();
     void requireAccessKey(const httplib::Request& request) const;
-    std::string readJSON(const httplib::ContentReader& reader) const;
+    void requireHost(const httplib::Request& request) const;
+    std::string readJSON(const httplib::Request& request, const httplib::ContentReader& reader) const;
     void receiveObject(const httplib::Request& request, const httplib::ContentReader& reader);
     std::string origin(const httplib::Request& request) const;
     bool mayBeAskedAs(const std::string& host) const;
@@ -175,14 +251,25 @@ void DevServer::Rooms::configure()
         {"Content-Security-Policy",
             "default-src 'self'; media-src 'self' blob:; worker-src 'self' blob:; object-src 'none'; "
             "frame-ancestors 'none'; base-uri 'none'; form-action 'none'"}});
+    // A request with a body is refused later, when its body is read: the next one on the connection would
+    // begin in it.
     server.set_pre_routing_handler([this](const auto& request, auto& response) {
-        if (mayBeAskedAs(request.get_header_value("Host")))
+        if (request.method == "POST" || request.method == "PUT")
             return httplib::Server::HandlerResponse::Unhandled;
-        answerError(response, 403, "This server does not answer under that name.");
-        return httplib::Server::HandlerResponse::Handled;
+        if (request.method != "GET" && request.method != "HEAD") {
+            answerError(response, 405, "There is no such method here.");
+            return httplib::Server::HandlerResponse::Handled;
+        }
+        try {
+            requireHost(request);
+            return httplib::Server::HandlerResponse::Unhandled;
+        } catch (const APIError& error) {
+            answerError(response, error.status(), error.what());
+            return httplib::Server::HandlerResponse::Handled;
+        }
     });
     server.set_error_handler([](const auto&, auto& response) {
-        if (response.body.empty())
+        if (response.body.empty() && response.content_length_ == 0)
             answerError(response, response.status, "The request cannot be answered.");
     });
     server.set_exception_handler([](const auto&, auto& response, const std::exception_ptr&) {
@@ -196,16 +283,24 @@ void DevServer::Rooms::configure()
 
 void DevServer::Rooms::requireAccessKey(const httplib::Request& request) const
 {
-    if (options.accessKey && !equalInConstantTime(request.get_header_value(accessKeyHeader), *options.accessKey))
+    if (options.accessKey
+        && !equalInConstantTime(request.get_header_value(accessKeyHeader), *options.accessKey))
         throw APIError(401, "The access key is missing or wrong.");
 }
 
-std::string DevServer::Rooms::readJSON(const httplib::ContentReader& reader) const
+void DevServer::Rooms::requireHost(const httplib::Request& request) const
+{
+    if (!mayBeAskedAs(request.get_header_value("Host")))
+        throw APIError(403, "This server does not answer under that name.");
+}
+
+std::string DevServer::Rooms::readJSON(
+    const httplib::Request& request, const httplib::ContentReader& reader) const
 {
     std::string body;
     bool isTooLong = false;
     // What is too long is read to its end, or the next request on the connection would begin in it.
-    const bool isWhole = reader([&](const char* data, std::size_t size) {
+    readBody(reader, [&](const char* data, std::size_t size) {
         isTooLong = isTooLong || body.size() + size > mostJSONBytes;
         if (!isTooLong)
             body.append(data, size);
@@ -213,8 +308,7 @@ std::string DevServer::Rooms::readJSON(const httplib::ContentReader& reader) con
     });
     if (isTooLong)
         throw APIError(413, "The request body is too long.");
-    if (!isWhole)
-        throw APIError(400, "The request body was cut off.");
+    requireHost(request);
     return body;
 }
 
@@ -227,7 +321,7 @@ void DevServer::Rooms::addAPI()
 {
     server.Post("/api/recordings", [this](const auto& request, auto& response, const auto& reader) {
         answering(response, [&] {
-            const auto body = readJSON(reader);
+            const auto body = readJSON(request, reader);
             requireAccessKey(request);
             answerJSON(response, api.createRecording(body));
         });
@@ -241,7 +335,7 @@ void DevServer::Rooms::addAPI()
     server.Post("/api/recordings/([^/]+)/upload-urls",
         [this](const auto& request, auto& response, const auto& reader) {
             answering(response, [&] {
-                const auto body = readJSON(reader);
+                const auto body = readJSON(request, reader);
                 requireAccessKey(request);
                 answerJSON(response, api.uploadURLs(request.matches[1], body, origin(request)));
             });
@@ -249,7 +343,7 @@ void DevServer::Rooms::addAPI()
     server.Post("/api/recordings/([^/]+)/recording-complete",
         [this](const auto& request, auto& response, const auto& reader) {
             answering(response, [&] {
-                readJSON(reader);
+                readJSON(request, reader);
                 requireAccessKey(request);
                 answerJSON(response, api.completeRecording(request.matches[1]));
             });
@@ -271,19 +365,18 @@ void DevServer::Rooms::receiveObject(const httplib::Request& request, const http
         }
     };
     attempt([&] {
+        requireHost(request);
         api.requireUploadAllowed(
             request.method, key, parameter(request, "expires"), parameter(request, "signature"));
         file = objects.beginObject(key);
     });
     // A body that nobody wants is read all the same: the connection goes on behind it.
-    const bool isWhole = reader([&](const char* data, std::size_t size) {
+    readBody(reader, [&](const char* data, std::size_t size) {
         attempt([&] { file->write(std::as_bytes(std::span(data, size))); });
         return true;
     });
     if (failure)
         std::rethrow_exception(failure);
-    if (!isWhole)
-        throw APIError(400, "The object was cut off.");
     file->commit();
 }
 
@@ -315,11 +408,13 @@ void DevServer::Rooms::addPages()
 {
     server.Get("/", [](const auto&, auto& response) { response.set_redirect("/recordings"); });
     server.Get("/recordings", [this](const auto&, auto& response) { answerWebFile(response, "list.html"); });
-    server.Get("/recordings.json",
-        [this](const auto&, auto& response) { answering(response, [&] { answerJSON(response, pages.list()); }); });
-    server.Get("/web/hls.min.js", [this](const auto&, auto& response) {
+    server.Get("/recordings.json", [this](const auto&, auto& response) {
+        answering(response, [&] { answerJSON(response, pages.list()); });
+    });
+    server.Get("/web/hls.min.js", [this](const auto& request, auto& response) {
         if (options.webDirectory)
-            answerFile(response, *options.webDirectory / "hls.min.js", "text/javascript; charset=utf-8");
+            answerFile(
+                request, response, *options.webDirectory / "hls.min.js", "text/javascript; charset=utf-8");
         else
             answerError(response, 404, "This server has no HLS player of its own.");
     });
@@ -352,8 +447,21 @@ void DevServer::Rooms::addPages()
             return;
         }
         response.set_header("Cache-Control", "no-cache");
-        answerFile(response, *file, contentTypeOfKey(key));
+        answerFile(request, response, *file, contentTypeOfKey(key));
     });
+}
+
+// The body of a request that nobody answers would be kept in memory, however long it is.
+void DevServer::Rooms::addRefusals()
+{
+    const auto refuse = [](const auto&, auto& response, const auto& reader) {
+        answering(response, [&] {
+            readBody(reader, [](const char*, std::size_t) { return true; });
+            throw APIError(404, "There is nothing here that takes a body.");
+        });
+    };
+    server.Post(".*", refuse);
+    server.Put(".*", refuse);
 }
 
 DevServer::DevServer(const DevServerOptions& options, LogLine log)
@@ -383,6 +491,7 @@ void DevServer::run()
 void DevServer::stop()
 {
     rooms_->server.stop();
+    shutDownConnections();
 }
 
 } // namespace glimto

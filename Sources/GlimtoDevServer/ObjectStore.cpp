@@ -1,12 +1,19 @@
 #include "ObjectStore.h"
 
 #include <algorithm>
+#include <fstream>
 #include <utility>
 
 #include "RecordingKeys.h"
 #include "Support/Errors.h"
 
 namespace glimto {
+
+namespace {
+
+constexpr std::uint64_t mostJSONBytes = 64 << 20; // parsed, it takes a multiple of that in memory
+
+} // namespace
 
 ObjectStore::ObjectStore(std::filesystem::path directory)
     : directory_(std::move(directory))
@@ -51,6 +58,15 @@ std::optional<std::uint64_t> ObjectStore::size(const std::string& key) const
     if (error)
         return std::nullopt;
     return bytes;
+}
+
+nlohmann::json ObjectStore::json(const std::string& key) const
+{
+    const auto bytes = size(key);
+    if (!bytes || *bytes > mostJSONBytes)
+        return nlohmann::json(nlohmann::json::value_t::discarded);
+    std::ifstream stream(directory_ / key, std::ios::binary);
+    return nlohmann::json::parse(stream, nullptr, false);
 }
 
 std::vector<StoredObject> ObjectStore::objects(const std::string& prefix) const

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "Support/AtomicFile.h"
 
 namespace glimto {
@@ -31,6 +33,9 @@ public:
 
     // Where an object lies; absent when there is none. It is a regular file inside the directory.
     std::optional<std::filesystem::path> file(const std::string& key) const;
+
+    // The JSON that an object holds; discarded when there is none, it is not valid, or longer than 64 MiB.
+    nlohmann::json json(const std::string& key) const;
 
     // All objects whose keys begin with `prefix` and a slash, sorted.
     std::vector<StoredObject> objects(const std::string& prefix) const;

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <set>
 #include <utility>
@@ -19,9 +17,8 @@ constexpr int segmentDigits = 3;
 nlohmann::json recordingJSON(const Recording& recording)
 {
     const auto prefix = objectPrefix(recording.recordingId);
-    return {{"recordingId", recording.recordingId}, {"organizationId", devOrganizationId},
-        {"prefix", prefix}, {"manifestKey", prefix + "/manifest.json"},
-        {"state", recordingStateName(recording.state)}};
+    return {{"recordingId", recording.recordingId}, {"organizationId", devOrganizationId}, {"prefix", prefix},
+        {"manifestKey", prefix + "/manifest.json"}, {"state", recordingStateName(recording.state)}};
 }
 
 std::string escapedForPattern(const std::string& text)
@@ -37,8 +34,7 @@ std::string escapedForPattern(const std::string& text)
 
 nlohmann::json segmentPattern(const std::string& prefix, const std::string& track)
 {
-    return {{"regex",
-        "^" + escapedForPattern(prefix) + "/segments/" + track + "/segment_[0-9]{3,}\\.m4s$"}};
+    return {{"regex", "^" + escapedForPattern(prefix) + "/segments/" + track + "/segment_[0-9]{3,}\\.m4s$"}};
 }
 
 nlohmann::json plannedUploads(const std::string& prefix, const std::vector<std::string>& relativeKeys)
@@ -86,8 +82,8 @@ bool isSegmentKey(const std::string& relativeKey)
             continue;
         if (relativeKey.size() < start.size() + segmentDigits + ending.size())
             continue;
-        const auto digits = relativeKey.substr(
-            start.size(), relativeKey.size() - start.size() - ending.size());
+        const auto digits
+            = relativeKey.substr(start.size(), relativeKey.size() - start.size() - ending.size());
         if (std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
             return true;
     }
@@ -147,8 +143,8 @@ nlohmann::json RecordingAPI::createRecording(const std::string& body)
         id = request.at("recordingId").get<std::string>();
     }
     if (!isRecordingId(id))
-        throw APIError(400,
-            "recordingId must be 1 to 128 letters, digits or \"._=@-\" and neither \".\" nor \"..\".");
+        throw APIError(
+            400, "recordingId must be 1 to 128 letters, digits or \"._=@-\" and neither \".\" nor \"..\".");
     const auto recording = recordings_.open(id, clock_());
     return {{"recording", recordingJSON(recording)}, {"uploadInstructions", uploadInstructions(id)}};
 }
@@ -189,9 +185,9 @@ nlohmann::json RecordingAPI::uploadURLs(
         if (!seen.insert(key).second)
             continue;
         const auto type = contentTypeOfKey(key);
-        uploads.push_back({{"key", key}, {"method", "PUT"}, {"contentType", type},
-            {"headers", {{"Content-Type", type}}},
-            {"url", origin + "/objects/" + key + "?" + signer_.query("PUT", key, expiry)}});
+        uploads.push_back(
+            {{"key", key}, {"method", "PUT"}, {"contentType", type}, {"headers", {{"Content-Type", type}}},
+                {"url", origin + "/objects/" + key + "?" + signer_.query("PUT", key, expiry)}});
     }
     if (!uploads.empty())
         recordings_.setState(recordingId, RecordingState::uploading);
@@ -210,8 +206,7 @@ std::size_t RecordingAPI::checkObjects(const std::string& recordingId) const
     for (const auto& key : requiredRelativeKeys())
         require(prefix + key);
 
-    std::ifstream stream(*objects_.file(prefix + "manifest.json"), std::ios::binary);
-    const auto manifest = nlohmann::json::parse(stream, nullptr, false);
+    const auto manifest = objects_.json(prefix + "manifest.json");
     if (!manifest.is_object() || !manifest.value("segments", nlohmann::json()).is_array())
         throw APIError(409, "The manifest cannot be read.");
     std::vector<std::string> keys;
@@ -231,7 +226,8 @@ std::size_t RecordingAPI::checkObjects(const std::string& recordingId) const
             require(keys.front());
             const auto bytes = segment.value("bytes", nlohmann::json());
             if (!bytes.is_number_unsigned() || bytes != *objects_.size(keys.front()))
-                throw APIError(409, "The object " + keys.front() + " has not the size that the manifest tells.");
+                throw APIError(
+                    409, "The object " + keys.front() + " has not the size that the manifest tells.");
         }
     }
     return checked.size();

@@ -1,25 +1,22 @@
 #include "RecordingPages.h"
 
-#include <fstream>
-
 #include "RecordingKeys.h"
 
 namespace glimto {
 
 namespace {
 
-template <typename Value> void copyIf(
-    const nlohmann::json& from, const char* name, nlohmann::json& to, bool (nlohmann::json::*is)() const noexcept)
+template <typename Value>
+void copyIf(const nlohmann::json& from, const char* name, nlohmann::json& to,
+    bool (nlohmann::json::*is)() const noexcept)
 {
     if (from.is_object() && from.contains(name) && (from.at(name).*is)())
         to[name] = from.at(name).template get<Value>();
 }
 
 // What the manifest tells of the picture and the length.
-void addFacts(const std::filesystem::path& manifestFile, nlohmann::json& details)
+void addFacts(const nlohmann::json& manifest, nlohmann::json& details)
 {
-    std::ifstream stream(manifestFile, std::ios::binary);
-    const auto manifest = nlohmann::json::parse(stream, nullptr, false);
     copyIf<double>(manifest, "totalDuration", details, &nlohmann::json::is_number);
     if (!manifest.is_object())
         return;
@@ -57,8 +54,7 @@ nlohmann::json RecordingPages::describe(const Recording& recording) const
     details["hasThumbnail"] = objects_.file(prefix + "thumbnail.jpg").has_value();
     details["hasEvents"] = objects_.file(prefix + "events.json").has_value();
     details["isPlayable"] = recording.state == RecordingState::uploaded;
-    if (const auto manifest = objects_.file(prefix + "manifest.json"))
-        addFacts(*manifest, details);
+    addFacts(objects_.json(prefix + "manifest.json"), details);
     return details;
 }
 

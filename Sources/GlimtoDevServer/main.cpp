@@ -51,7 +51,8 @@ int serve(const char* program, const std::vector<std::string>& arguments, LineOu
     const int port = server.listen();
     const bool isNumericV6 = options.address.find(':') != std::string::npos;
     const std::string host = isNumericV6 ? "[" + options.address + "]" : options.address;
-    standardOutput.writeLine("For development and tests only: whoever reaches this address sees all recordings.");
+    standardOutput.writeLine(
+        "For development and tests only: whoever reaches this address sees all recordings.");
     standardOutput.writeLine("Recordings: http://" + host + ":" + std::to_string(port) + "/recordings");
 
     // Blocked in every thread, so that only this one takes them.
@@ -72,6 +73,7 @@ int serve(const char* program, const std::vector<std::string>& arguments, LineOu
 int main(int argumentCount, char** argumentValues)
 {
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a limit of file sizes is told like a full disk
     const auto signals = endingSignals();
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     DescriptorLineOutput standardOutput(1);

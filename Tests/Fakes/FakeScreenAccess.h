@@ -11,15 +11,18 @@ namespace glimto {
 class FakeScreenAccess final : public ScreenAccess {
 public:
     bool granted = true;
+    std::optional<int> grantedAnswers; // when set, only so many answers more say that it is granted
     std::optional<std::int32_t> frontmostProcess;
     std::optional<Point> cursor = Point{};
     std::optional<std::uint32_t> displayIDUnderPoint;
     std::optional<Point> askedPoint; // the last one displayIDAt() was asked for
 
-    bool preflightScreenCaptureAccess() override { return granted; }
+    bool preflightScreenCaptureAccess() override { return !screenCaptureObstacle(); }
     std::optional<std::string> screenCaptureObstacle() override
     {
-        return granted ? std::nullopt : std::optional<std::string>("The screen is out of reach.");
+        if (granted && (!grantedAnswers || (*grantedAnswers)-- > 0))
+            return std::nullopt;
+        return "The screen is out of reach.";
     }
     std::optional<std::int32_t> frontmostProcessID() override { return frontmostProcess; }
     std::optional<Point> cursorLocation() override { return cursor; }

@@ -15,8 +15,8 @@ ANSWER_LIMIT = 60
 
 
 class DevServer(Child):
-    def __init__(self, directory, *options):
-        super().__init__([DEV_SERVER, "--port", "0", "--dir", directory, *options], stdout=subprocess.PIPE,
+    def __init__(self, directory, *options, program=(DEV_SERVER,)):
+        super().__init__([*program, "--port", "0", "--dir", directory, *options], stdout=subprocess.PIPE,
                          stderr=subprocess.PIPE)
         self.notice = read_line(self.process.stdout.fileno(), START_LIMIT, "the development server").decode()
         line = read_line(self.process.stdout.fileno(), START_LIMIT, "the development server").decode()

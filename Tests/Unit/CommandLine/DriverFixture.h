@@ -9,26 +9,14 @@
 #include <nlohmann/json.hpp>
 
 #include "CommandLine/Driver.h"
-#include "Fakes/FakeAssetWriter.h"
-#include "Fakes/FakeAudioConverter.h"
-#include "Fakes/FakeAudioInput.h"
-#include "Fakes/FakeCaptureStream.h"
-#include "Fakes/FakeEventTap.h"
-#include "Fakes/FakeImageCodec.h"
 #include "Fakes/FakeLineOutput.h"
-#include "Fakes/FakeNetwork.h"
-#include "Fakes/FakeProcessEnvironment.h"
-#include "Fakes/FakeScreenAccess.h"
-#include "Fakes/FakeShareableContentProvider.h"
-#include "Fakes/FakeStillServices.h"
-#include "Fakes/FakeStopRequests.h"
-#include "Fakes/FakeWorkspace.h"
+#include "Fakes/FakePlatform.h"
 #include "Fakes/TemporaryDirectory.h"
 
 namespace glimto {
 
 // A machine with one display of 640x480 points, whose stream delivers one frame as it starts.
-class DriverFixture : public testing::Test {
+class DriverFixture : public testing::Test, protected FakePlatform {
 protected:
     DriverFixture()
     {
@@ -74,37 +62,6 @@ protected:
     TemporaryDirectory directory;
     FakeLineOutput standardOutput;
     FakeLineOutput standardError;
-    FakeProcessEnvironment process;
-    FakeScreenAccess screen;
-    FakeShareableContentProvider content;
-    FakeCaptureStreamFactory captureStreams;
-    FakeAssetWriterFactory assetWriters;
-    FakeAudioConverterFactory audioConverters;
-    FakeAudioInputFactory audioInputs;
-    FakeEventTapFactory eventTaps;
-    FakeImageCodec images;
-    FakeStillServices stills;
-    FakeWorkspace workspace;
-    FakeStopRequests stopRequests;
-    FakeNetwork network;
-    PlatformServices services{.process = process,
-        .screen = screen,
-        .content = content,
-        .captureStreams = captureStreams,
-        .assetWriters = assetWriters,
-        .audioConverters = audioConverters,
-        .audioInputs = audioInputs,
-        .eventTaps = eventTaps,
-        .images = images,
-        .stillCapture = stills.capture,
-        .pngCodec = stills.png,
-        .textDrawing = stills.textDrawing,
-        .pasteboard = stills.pasteboard,
-        .textRecognition = stills.textRecognition,
-        .workspace = workspace,
-        .stopRequests = stopRequests,
-        .http = network.http,
-        .textPatterns = network.textPatterns};
 };
 
 } // namespace glimto

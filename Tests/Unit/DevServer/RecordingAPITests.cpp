@@ -188,6 +188,17 @@ TEST_F(RecordingAPITests, AHostileManifestIsRefused)
     }
 }
 
+TEST_F(RecordingAPITests, AManifestThatIsFarTooLongIsNotRead)
+{
+    api.createRecording(R"({"recordingId":"rec"})");
+    putWholeRecording();
+    const std::string manifest = objects.json(prefix + "manifest.json").dump();
+    put("manifest.json", manifest + std::string(64 << 20, ' '));
+    EXPECT_TRUE(objects.json(prefix + "manifest.json").is_discarded());
+    EXPECT_EQ(refusal([&] { api.completeRecording("rec"); }), "409 The manifest cannot be read.");
+    EXPECT_FALSE(RecordingPages(recordings, objects).details("rec").contains("width"));
+}
+
 TEST_F(RecordingAPITests, AnUploadedRecordingStaysUploadedWhenItIsSentAgain)
 {
     api.createRecording(R"({"recordingId":"rec"})");

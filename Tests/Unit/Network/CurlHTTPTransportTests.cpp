@@ -63,7 +63,18 @@ protected:
         return serve([](const auto&) { return TestHTTPServer::ok("fine"); });
     }
 
+    // A server that does not answer before the test is over.
+    TestHTTPServer& serveSilence()
+    {
+        return serve([isOver = testEnd](const auto&) {
+            isOver.wait_for(std::chrono::seconds(30));
+            return std::string();
+        });
+    }
+
     std::vector<std::unique_ptr<TestHTTPServer>> servers;
+    std::promise<void> testIsOver; // destroyed before the servers, which then end
+    std::shared_future<void> testEnd = testIsOver.get_future().share();
     CurlHTTPTransport transport;
 };
 
@@ -189,17 +200,11 @@ TEST_F(CurlHTTPTransportTests, AnAnswerThatStopsIsAnError)
 
 TEST_F(CurlHTTPTransportTests, ASilentServerIsLeft)
 {
-    std::promise<void> ended;
-    auto end = ended.get_future().share();
-    auto& server = serve([end](const auto&) {
-        end.wait_for(std::chrono::seconds(30));
-        return std::string();
-    });
+    auto& server = serveSilence();
     auto request = get(server.url("/?secret"));
     request.timeout = std::chrono::seconds(1);
     EXPECT_EQ(perform(request).error,
         "The request to " + server.url("") + " timed out: nothing moved for 1 seconds.");
-    ended.set_value();
 }
 
 TEST_F(CurlHTTPTransportTests, ALongAnswerIsCutOff)
@@ -225,31 +230,19 @@ TEST_F(CurlHTTPTransportTests, HeadersWithoutEndAreCutOff)
 
 TEST_F(CurlHTTPTransportTests, ACancelledRequestEnds)
 {
-    std::promise<void> ended;
-    auto end = ended.get_future().share();
-    auto& server = serve([end](const auto&) {
-        end.wait_for(std::chrono::seconds(30));
-        return std::string();
-    });
+    auto& server = serveSilence();
     std::future<Outcome> outcome;
     const auto transfer = start(get(server.url("/")), outcome);
     transfer->cancel();
     EXPECT_EQ(outcome.get().error, "The request was canceled.");
-    ended.set_value();
 }
 
 TEST_F(CurlHTTPTransportTests, ATransferThatIsLetGoOfIsCancelled)
 {
-    std::promise<void> ended;
-    auto end = ended.get_future().share();
-    auto& server = serve([end](const auto&) {
-        end.wait_for(std::chrono::seconds(30));
-        return std::string();
-    });
+    auto& server = serveSilence();
     std::future<Outcome> outcome;
     start(get(server.url("/")), outcome).reset();
     EXPECT_EQ(outcome.get().error, "The request was canceled.");
-    ended.set_value();
 }
 
 TEST_F(CurlHTTPTransportTests, RedirectsAreFollowedWithTheBody)
@@ -380,28 +373,18 @@ TEST_F(CurlHTTPTransportTests, DotsInPathsStay)
     EXPECT_THAT(server.requests().at(0).head, StartsWith("GET /a/%2E%2E/b HTTP"));
 }
 
-TEST(CurlHTTPTransportEndTests, TheEndOfTheTransportEndsItsRequests)
+TEST_F(CurlHTTPTransportTests, TheEndOfTheTransportEndsItsRequests)
 {
-    std::promise<void> ended;
-    auto end = ended.get_future().share();
-    const TestHTTPServer server([end](const auto&) {
-        end.wait_for(std::chrono::seconds(30));
-        return std::string();
-    });
+    const auto request = get(serveSilence().url("/"));
     std::string message;
     std::unique_ptr<HTTPTransfer> transfer;
     {
-        CurlHTTPTransport transport;
-        HTTPRequest request;
-        request.method = "GET";
-        request.url = server.url("/");
-        transfer = transport.start(request, [&](const HTTPResponse&, const std::exception_ptr& error) {
+        CurlHTTPTransport ending;
+        transfer = ending.start(request, [&](const HTTPResponse&, const std::exception_ptr& error) {
             message = errorFacts(error).message;
         });
     }
     EXPECT_EQ(message, "The request was canceled.");
-    ended.set_value();
-    transfer.reset();
 }
 
 } // namespace

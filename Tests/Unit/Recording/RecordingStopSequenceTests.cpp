@@ -99,24 +99,7 @@ TEST_F(RecordingStopSequenceTests, AThumbnailThatHangsFailsWithTheTimeLimit)
     // The write goes on with the codec after it was let go of, so this one outlives the test.
     static FakeImageCodec codec;
     codec.beforeEncoding = hanging.operation();
-    PlatformServices lastingServices{.process = process,
-        .screen = screen,
-        .content = content,
-        .captureStreams = captureStreams,
-        .assetWriters = assetWriters,
-        .audioConverters = audioConverters,
-        .audioInputs = audioInputs,
-        .eventTaps = eventTaps,
-        .images = codec,
-        .stillCapture = stills.capture,
-        .pngCodec = stills.png,
-        .textDrawing = stills.textDrawing,
-        .pasteboard = stills.pasteboard,
-        .textRecognition = stills.textRecognition,
-        .workspace = workspace,
-        .stopRequests = stopRequests,
-        .http = network.http,
-        .textPatterns = network.textPatterns};
+    PlatformServices lastingServices = servicesWith(codec);
     ScreenSegmentRecorder recorder(lastingServices, {standardOutput, standardError}, clock, limits);
     try {
         recorder.record(options);

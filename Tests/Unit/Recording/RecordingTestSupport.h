@@ -1,17 +1,15 @@
 #pragma once
 
 #include <algorithm>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
 
-#include <sys/resource.h>
-
 #include <nlohmann/json.hpp>
 
+#include "Fakes/FileSizeLimit.h"
 #include "Fakes/TemporaryDirectory.h"
 
 namespace glimto {
@@ -40,30 +38,6 @@ public:
 
 private:
     TemporaryDirectory directory_;
-};
-
-// Files of this process can grow to `bytes` only while this lives.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-        : previousHandler_(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        ::getrlimit(RLIMIT_FSIZE, &previous_);
-        rlimit limited = previous_;
-        limited.rlim_cur = bytes;
-        ::setrlimit(RLIMIT_FSIZE, &limited);
-    }
-    ~FileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &previous_);
-        std::signal(SIGXFSZ, previousHandler_);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    rlimit previous_ = {};
-    void (*previousHandler_)(int);
 };
 
 // The lines, events without the fields that are the same in all of them or change with the time.

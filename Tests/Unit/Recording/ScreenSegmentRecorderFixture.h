@@ -7,19 +7,9 @@
 
 #include <gtest/gtest.h>
 
-#include "Fakes/FakeAssetWriter.h"
-#include "Fakes/FakeAudioConverter.h"
-#include "Fakes/FakeAudioInput.h"
-#include "Fakes/FakeCaptureStream.h"
-#include "Fakes/FakeEventTap.h"
-#include "Fakes/FakeImageCodec.h"
 #include "Fakes/FakeLineOutput.h"
-#include "Fakes/FakeNetwork.h"
-#include "Fakes/FakeProcessEnvironment.h"
+#include "Fakes/FakePlatform.h"
 #include "Fakes/FakeRecordingClock.h"
-#include "Fakes/FakeShareableContentProvider.h"
-#include "Fakes/FakeStillServices.h"
-#include "Fakes/FakeStopRequests.h"
 #include "Recording/ScreenSegmentRecorder.h"
 #include "RecordingTestSupport.h"
 
@@ -27,31 +17,8 @@ namespace glimto {
 
 using Lines = std::vector<std::string>;
 
-// Grants the capture for the first questions only.
-class LimitedScreenAccess final : public ScreenAccess {
-public:
-    bool preflightScreenCaptureAccess() override { return !screenCaptureObstacle(); }
-    std::optional<std::string> screenCaptureObstacle() override
-    {
-        if (grantedAnswers-- > 0)
-            return std::nullopt;
-        return "The screen is out of reach.";
-    }
-    std::optional<std::int32_t> frontmostProcessID() override { return std::nullopt; }
-    std::optional<Point> cursorLocation() override { return std::nullopt; }
-    std::optional<std::uint32_t> displayIDAt(Point) override { return std::nullopt; }
-
-    int grantedAnswers = 100;
-};
-
-class NoWorkspace final : public Workspace {
-public:
-    bool openFile(const std::filesystem::path&) override { return false; }
-    bool revealFile(const std::filesystem::path&) override { return false; }
-};
-
 // A recorder on a display of 640 x 480 whose stream delivers a frame in every round of the wait loop.
-class ScreenSegmentRecorderFixture : public ::testing::Test {
+class ScreenSegmentRecorderFixture : public ::testing::Test, protected FakePlatform {
 protected:
     ScreenSegmentRecorderFixture()
     {
@@ -103,38 +70,6 @@ protected:
     std::filesystem::path take = directory.path() / "take";
     std::string root = take.string();
     std::int64_t frameTime = 0;
-
-    FakeProcessEnvironment process;
-    LimitedScreenAccess screen;
-    FakeShareableContentProvider content;
-    FakeCaptureStreamFactory captureStreams;
-    FakeAssetWriterFactory assetWriters;
-    FakeAudioConverterFactory audioConverters;
-    FakeAudioInputFactory audioInputs;
-    FakeEventTapFactory eventTaps;
-    FakeImageCodec images;
-    FakeStillServices stills;
-    NoWorkspace workspace;
-    FakeStopRequests stopRequests;
-    FakeNetwork network;
-    PlatformServices services{.process = process,
-        .screen = screen,
-        .content = content,
-        .captureStreams = captureStreams,
-        .assetWriters = assetWriters,
-        .audioConverters = audioConverters,
-        .audioInputs = audioInputs,
-        .eventTaps = eventTaps,
-        .images = images,
-        .stillCapture = stills.capture,
-        .pngCodec = stills.png,
-        .textDrawing = stills.textDrawing,
-        .pasteboard = stills.pasteboard,
-        .textRecognition = stills.textRecognition,
-        .workspace = workspace,
-        .stopRequests = stopRequests,
-        .http = network.http,
-        .textPatterns = network.textPatterns};
 
     FakeCaptureStreamState& stream = *captureStreams.stream;
     FakeAssetWriterState& encoder = *assetWriters.writer;

@@ -1,22 +1,16 @@
 #include "Recording/SegmentedMP4Writer.h"
 
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "Fakes/AudioSamples.h"
-#include "Fakes/FakeAssetWriter.h"
-#include "Fakes/FakeCaptureStream.h"
-#include "Fakes/FakeLineOutput.h"
-#include "RecordingTestSupport.h"
+#include "SegmentedMP4WriterFixture.h"
 #include "Support/Errors.h"
 
 namespace glimto {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 constexpr std::int64_t second = 1'000'000'000; // nanoseconds
 
@@ -25,18 +19,20 @@ constexpr const char* noSoundMessage
       "Screen & System Audio Recording permission is granted.";
 
 // A writer with an audio track of 48000 Hz.
-class SegmentedMP4WriterAudioTests : public ::testing::Test {
+class SegmentedMP4WriterAudioTests : public SegmentedMP4WriterFixture {
 protected:
-    std::unique_ptr<SegmentedMP4Writer> makeWriter()
+    SegmentedMP4WriterAudioTests()
+        : SegmentedMP4WriterFixture(settingsWithSound())
     {
-        const SegmentedMP4Writer::Settings settings = {.width = 64,
-            .height = 48,
-            .framesPerSecond = 30,
-            .segmentSeconds = 4.0,
-            .includeAudio = true,
-            .audioSampleRate = 48000,
-            .audioChannelCount = 2};
-        return std::make_unique<SegmentedMP4Writer>(plan, settings, factory, standardError);
+    }
+
+    static SegmentedMP4Writer::Settings settingsWithSound()
+    {
+        SegmentedMP4Writer::Settings settings = videoSettings();
+        settings.includeAudio = true;
+        settings.audioSampleRate = 48000;
+        settings.audioChannelCount = 2;
+        return settings;
     }
 
     void appendFrame(std::int64_t nanoseconds) { writer->appendVideoFrame(fakeFrame(nanoseconds)); }
@@ -56,24 +52,8 @@ protected:
         return {{48000, 2, AudioSampleType::float32, AudioLayout::interleaved}, frameCount, {0.5F, -0.5F}};
     }
 
-    // The message of what finish() throws; empty when it throws nothing.
-    std::string finishError()
-    {
-        try {
-            writer->finish();
-        } catch (const std::exception& error) {
-            return error.what();
-        }
-        return {};
-    }
-
-    TakeDirectory take;
-    OutputPlan plan = OutputPlan::prepare(take.path(), false);
-    FakeLineOutput standardError;
-    FakeAssetWriterFactory factory;
     FakeAssetWriterState& video = *factory.writer;
     FakeAssetWriterState& audio = *factory.audioWriter;
-    std::unique_ptr<SegmentedMP4Writer> writer = makeWriter();
 };
 
 TEST_F(SegmentedMP4WriterAudioTests, ConfiguresTheEncoder)
@@ -89,7 +69,7 @@ TEST_F(SegmentedMP4WriterAudioTests, AnEncoderThatRefusesTheSettingsFails)
 {
     audio.refusesSettings = true;
     try {
-        makeWriter();
+        makeWriter(settingsWithSound());
         FAIL() << "nothing was thrown";
     } catch (const CLIError& error) {
         EXPECT_STREQ(error.what(), "AVAssetWriter refused the AAC audio input.");
@@ -158,10 +138,8 @@ TEST_F(SegmentedMP4WriterAudioTests, SoundWithoutATimeOrNotReadyIsIgnored)
 
 TEST_F(SegmentedMP4WriterAudioTests, WithoutAnAudioTrackSoundIsIgnored)
 {
-    const SegmentedMP4Writer::Settings settings
-        = {.width = 64, .height = 48, .framesPerSecond = 30, .segmentSeconds = 4.0};
     writer.reset();
-    writer = std::make_unique<SegmentedMP4Writer>(plan, settings, factory, standardError);
+    writer = makeWriter(videoSettings());
     appendFrame(0);
     appendSound(0);
 

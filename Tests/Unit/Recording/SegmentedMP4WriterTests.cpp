@@ -2,52 +2,28 @@
 
 #include <chrono>
 #include <future>
-#include <memory>
 #include <thread>
 
 #include <gtest/gtest.h>
 
-#include "Fakes/FakeAssetWriter.h"
-#include "Fakes/FakeCaptureStream.h"
-#include "Fakes/FakeLineOutput.h"
-#include "RecordingTestSupport.h"
+#include "SegmentedMP4WriterFixture.h"
 #include "Support/Errors.h"
 
 namespace glimto {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 constexpr const char* noFramesMessage = "No screen frames were captured. Check Screen Recording permission "
                                         "and try moving the cursor during the "
                                         "capture.";
 
-class SegmentedMP4WriterTests : public ::testing::Test {
+class SegmentedMP4WriterTests : public SegmentedMP4WriterFixture {
 protected:
-    std::unique_ptr<SegmentedMP4Writer> makeWriter()
+    SegmentedMP4WriterTests()
+        : SegmentedMP4WriterFixture(videoSettings())
     {
-        const SegmentedMP4Writer::Settings settings
-            = {.width = 64, .height = 48, .framesPerSecond = 30, .segmentSeconds = 4.0};
-        return std::make_unique<SegmentedMP4Writer>(plan, settings, factory, standardError);
     }
 
-    // The message of what finish() throws; empty when it throws nothing.
-    std::string finishError()
-    {
-        try {
-            writer->finish();
-        } catch (const std::exception& error) {
-            return error.what();
-        }
-        return {};
-    }
-
-    TakeDirectory take;
-    OutputPlan plan = OutputPlan::prepare(take.path(), false);
-    FakeLineOutput standardError;
-    FakeAssetWriterFactory factory;
     FakeAssetWriterState& encoder = *factory.writer;
-    std::unique_ptr<SegmentedMP4Writer> writer = makeWriter();
 };
 
 TEST_F(SegmentedMP4WriterTests, ConfiguresTheEncoder)
@@ -65,7 +41,7 @@ TEST_F(SegmentedMP4WriterTests, SettingsThatTheEncoderRefusesFail)
 {
     encoder.refusesSettings = true;
     try {
-        makeWriter();
+        makeWriter(videoSettings());
         FAIL() << "nothing was thrown";
     } catch (const CLIError& error) {
         EXPECT_STREQ(error.what(), "AVAssetWriter refused the H.264 video input.");

@@ -2,16 +2,14 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
 
-#include <sys/resource.h>
-
 #include <gtest/gtest.h>
 
+#include "Fakes/FileSizeLimit.h"
 #include "Fakes/TemporaryDirectory.h"
 #include "Support/Errors.h"
 
@@ -140,15 +138,10 @@ TEST_F(AtomicFileTests, TellsThePathWhenTheDirectoryIsMissing)
 
 TEST_F(AtomicFileTests, LeavesNothingBehindWhenTheDiskTakesNoMore)
 {
-    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit previous = {};
-    ::getrlimit(RLIMIT_FSIZE, &previous);
-    rlimit limited = previous;
-    limited.rlim_cur = 10;
-    ::setrlimit(RLIMIT_FSIZE, &limited);
-    EXPECT_THROW(writeFileAtomically(path, "more than ten bytes"), PlatformError);
-    ::setrlimit(RLIMIT_FSIZE, &previous);
-    std::signal(SIGXFSZ, previousHandler);
+    {
+        const FileSizeLimit limit(10);
+        EXPECT_THROW(writeFileAtomically(path, "more than ten bytes"), PlatformError);
+    }
     EXPECT_TRUE(names().empty());
 }
 

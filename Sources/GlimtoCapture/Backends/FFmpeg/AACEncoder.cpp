@@ -13,6 +13,7 @@ extern "C" {
 }
 
 #include "Backends/FFmpeg/FFmpegErrors.h"
+#include "Backends/FFmpeg/FFmpegHandles.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -30,19 +31,9 @@ float encodable(float sample)
 } // namespace
 
 struct AACEncoder::Context {
-    AVCodecContext* codec = nullptr;
-    AVFrame* frame = nullptr;
-    AVPacket* packet = nullptr;
-
-    Context() = default;
-    Context(const Context&) = delete;
-    Context& operator=(const Context&) = delete;
-    ~Context()
-    {
-        av_packet_free(&packet);
-        av_frame_free(&frame);
-        avcodec_free_context(&codec);
-    }
+    CodecContextHandle codec;
+    FrameHandle frame;
+    PacketHandle packet;
 
     bool open(const AudioEncodingSettings& settings)
     {
@@ -57,18 +48,18 @@ struct AACEncoder::Context {
         // Measured at 128 kbit/s on harmonic tones: 6 ms a second at 32 dB signal to noise; the default
         // search takes 35 ms and leaves 13 dB.
         requireFFmpeg(av_opt_set(codec->priv_data, "aac_coder", "fast", 0), makingFailed);
-        return avcodec_open2(codec, nullptr, nullptr) == 0 && codec->frame_size == framesPerBlock;
+        return avcodec_open2(codec.get(), nullptr, nullptr) == 0 && codec->frame_size == framesPerBlock;
     }
 
     void makeFrame()
     {
-        frame = requireAllocated(av_frame_alloc(), makingFailed);
+        frame.reset(requireAllocated(av_frame_alloc(), makingFailed));
         frame->format = codec->sample_fmt;
         frame->sample_rate = codec->sample_rate;
         frame->nb_samples = codec->frame_size;
         requireFFmpeg(av_channel_layout_copy(&frame->ch_layout, &codec->ch_layout), makingFailed);
-        requireFFmpeg(av_frame_get_buffer(frame, 0), makingFailed);
-        packet = requireAllocated(av_packet_alloc(), makingFailed);
+        requireFFmpeg(av_frame_get_buffer(frame.get(), 0), makingFailed);
+        packet.reset(requireAllocated(av_packet_alloc(), makingFailed));
     }
 };
 
@@ -80,7 +71,7 @@ std::unique_ptr<AACEncoder> AACEncoder::make(const AudioEncodingSettings& settin
     if (settings.sampleRate < 1 || settings.channelCount < 1 || settings.averageBitRate < 1)
         return nullptr;
     auto context = std::make_unique<Context>();
-    context->codec = requireAllocated(avcodec_alloc_context3(encoder), makingFailed);
+    context->codec.reset(requireAllocated(avcodec_alloc_context3(encoder), makingFailed));
     if (!context->open(settings))
         return nullptr;
     context->makeFrame();
@@ -102,8 +93,8 @@ std::span<const std::uint8_t> AACEncoder::decoderConfiguration() const
 std::optional<EncodedSound> AACEncoder::encode(std::span<const float> block)
 {
     fillFrame(block);
-    AVCodecContext* codec = context_->codec;
-    requireFFmpeg(avcodec_send_frame(codec, context_->frame), encodingFailed);
+    AVCodecContext* codec = context_->codec.get();
+    requireFFmpeg(avcodec_send_frame(codec, context_->frame.get()), encodingFailed);
     AVPacket& packet = *context_->packet;
     const int result = avcodec_receive_packet(codec, &packet);
     if (result == AVERROR(EAGAIN))

@@ -1,10 +1,8 @@
 #include "Backends/FFmpeg/FFmpegAssetWriter.h"
 
 #include <algorithm>
-#include <exception>
 #include <utility>
-
-#include "Support/Errors.h"
+#include <vector>
 
 namespace glimto {
 
@@ -44,42 +42,27 @@ FFmpegAssetWriter::FFmpegAssetWriter(const VideoEncodingSettings& settings,
     MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate, std::unique_ptr<X264Encoder> encoder)
     : settings_(settings)
     , frameTicks_(timescale / std::max(settings.framesPerSecond, 1))
-    , delegate_(delegate)
     , encoder_(std::move(encoder))
     , picture_(settings.width, settings.height)
-    , muxer_(std::in_place,
-          VideoTrackDescription{.width = picture_.width(),
-              .height = picture_.height(),
-              .timescale = timescale,
-              .decoderConfiguration = encoder_->decoderConfiguration(),
-              .averageBitRate = settings.averageBitRate})
+    , muxer_(VideoTrackDescription{.width = picture_.width(),
+          .height = picture_.height(),
+          .timescale = timescale,
+          .decoderConfiguration = encoder_->decoderConfiguration(),
+          .averageBitRate = settings.averageBitRate})
     , boundaries_(preferredSegmentInterval.converted(timescale).value, frameTicks_)
     , rate_(settings.averageBitRate, settings.framesPerSecond, picture_.macroblockCount())
-    , queue_("glimto.capture.encoder")
+    , task_("glimto.capture.encoder", muxer_, delegate)
 {
-}
-
-FFmpegAssetWriter::~FFmpegAssetWriter()
-{
-    cancelWriting();
 }
 
 bool FFmpegAssetWriter::startWriting()
 {
-    const bool starts = state_.with([](State& state) {
-        if (state.status != AssetWriterStatus::unknown)
-            return false;
-        state.status = AssetWriterStatus::writing;
-        return true;
-    });
-    if (starts)
-        queue_.post([this] { guardStep([this] { deliverInitializationSegment(); }); });
-    return starts;
+    return task_.start();
 }
 
 bool FFmpegAssetWriter::isReadyForMoreMediaData() const
 {
-    return framesHeld_ < mostFramesHeld && status() == AssetWriterStatus::writing;
+    return framesHeld_ < mostFramesHeld && task_.isWriting();
 }
 
 bool FFmpegAssetWriter::append(const VideoFrame& frame)
@@ -93,67 +76,28 @@ bool FFmpegAssetWriter::append(const VideoFrame& frame)
         return false;
     lastAppendedTime_ = time;
     framesHeld_ += 1;
-    queue_.post([this, frame] {
-        guardStep([&] { encodeFrame(frame); });
-        framesHeld_ -= 1;
-    });
+    task_.post([this, frame] { encodeFrame(frame); }, [this] { framesHeld_ -= 1; });
     return true;
 }
 
 AssetWriterStatus FFmpegAssetWriter::finishWriting()
 {
-    queue_.sync([this] { guardStep([this] { finishTrack(); }); });
-    return state_.with([](State& state) {
-        if (state.status == AssetWriterStatus::writing)
-            state.status = AssetWriterStatus::completed;
-        return state.status;
-    });
+    return task_.finish([this] { finishTrack(); });
 }
 
 void FFmpegAssetWriter::cancelWriting()
 {
-    isCancelled_ = true;
-    state_.with([](State& state) {
-        if (state.status == AssetWriterStatus::unknown || state.status == AssetWriterStatus::writing)
-            state.status = AssetWriterStatus::cancelled;
-    });
+    task_.cancel();
 }
 
 AssetWriterStatus FFmpegAssetWriter::status() const
 {
-    return state_.with([](const State& state) { return state.status; });
+    return task_.status();
 }
 
 std::string FFmpegAssetWriter::error() const
 {
-    return state_.with([](const State& state) { return state.error; });
-}
-
-// Runs one step on the encoder's queue. The first failure ends the writing: what follows is passed over.
-void FFmpegAssetWriter::guardStep(const std::function<void()>& step)
-{
-    if (isCancelled_ || status() != AssetWriterStatus::writing)
-        return;
-    std::string text;
-    try {
-        step();
-        return;
-    } catch (const std::exception& exception) {
-        text = exception.what();
-    } catch (...) {
-        text = "unknown error";
-    }
-    state_.with([&](State& state) {
-        if (state.status != AssetWriterStatus::writing)
-            return;
-        state.status = AssetWriterStatus::failed;
-        state.error = text;
-    });
-}
-
-void FFmpegAssetWriter::deliverInitializationSegment()
-{
-    delegate_.didOutputInitializationSegment(muxer_->takeOutput());
+    return task_.error();
 }
 
 void FFmpegAssetWriter::encodeFrame(const VideoFrame& frame)
@@ -177,7 +121,7 @@ void FFmpegAssetWriter::encodeFrame(const VideoFrame& frame)
 // A picture that stands still is not seen again at a segment's start, but the segment needs it there.
 void FFmpegAssetWriter::repeatOnBoundariesBefore(std::int64_t time)
 {
-    while (held_ && !isCancelled_ && boundaries_.needsRepeatBefore(time)) {
+    while (held_ && !task_.isCancelled() && boundaries_.needsRepeatBefore(time)) {
         picture_.markAllUnchanged();
         encodePicture(boundaries_.boundary(), true);
     }
@@ -219,20 +163,14 @@ void FFmpegAssetWriter::encodePicture(std::int64_t time, bool startsSegment, std
 
 void FFmpegAssetWriter::writeHeldPicture(std::int64_t endTime)
 {
-    muxer_->addSample(held_->data, held_->time, endTime - held_->time, held_->isKeyframe);
-    if (muxer_->pendingBytes() >= largestFragmentBytes) {
-        muxer_->endFragment();
-        deliverOutput();
-    }
+    muxer_.addSample(held_->data, held_->time, endTime - held_->time, held_->isKeyframe);
+    if (muxer_.pendingBytes() >= largestFragmentBytes)
+        task_.deliverFragment();
 }
 
 void FFmpegAssetWriter::endSegment(std::int64_t endTime)
 {
-    muxer_->endFragment();
-    deliverOutput();
-    if (isCancelled_)
-        return;
-    delegate_.didFinishSegment({.duration = MediaTime{endTime - segmentStart_, timescale},
+    task_.deliverSegment({.duration = MediaTime{endTime - segmentStart_, timescale},
         .earliestPresentationTime = MediaTime{segmentStart_, timescale}});
 }
 
@@ -250,13 +188,6 @@ void FFmpegAssetWriter::finishTrack()
     writeHeldPicture(endTime);
     endSegment(endTime);
     held_.reset();
-}
-
-void FFmpegAssetWriter::deliverOutput()
-{
-    const std::vector<std::byte> output = muxer_->takeOutput();
-    if (!output.empty() && !isCancelled_)
-        delegate_.didOutputSegmentData(output);
 }
 
 } // namespace glimto

@@ -2,20 +2,17 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
+#include "Backends/FFmpeg/EncodingTask.h"
 #include "Backends/FFmpeg/FragmentMuxer.h"
 #include "Backends/FFmpeg/I420Picture.h"
 #include "Backends/FFmpeg/RateController.h"
 #include "Backends/FFmpeg/SegmentBoundaries.h"
 #include "Backends/FFmpeg/X264Encoder.h"
 #include "Platform/AssetWriter.h"
-#include "Support/Guarded.h"
-#include "Support/SerialQueue.h"
 
 namespace glimto {
 
@@ -29,7 +26,6 @@ public:
     // Null when the encoder refuses the settings. Throws PlatformError.
     static std::unique_ptr<FFmpegAssetWriter> make(const VideoEncodingSettings& settings,
         MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate);
-    ~FFmpegAssetWriter() override;
 
     bool startWriting() override;
     bool isReadyForMoreMediaData() const override;
@@ -40,16 +36,9 @@ public:
     std::string error() const override;
 
 private:
-    struct State {
-        AssetWriterStatus status = AssetWriterStatus::unknown;
-        std::string error;
-    };
-
     FFmpegAssetWriter(const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval,
         AssetWriterDelegate& delegate, std::unique_ptr<X264Encoder> encoder);
 
-    void guardStep(const std::function<void()>& step);
-    void deliverInitializationSegment();
     void encodeFrame(const VideoFrame& frame);
     void repeatOnBoundariesBefore(std::int64_t time);
     void refineOrHold(std::int64_t time, bool startsSegment);
@@ -57,20 +46,16 @@ private:
     void writeHeldPicture(std::int64_t endTime);
     void endSegment(std::int64_t endTime);
     void finishTrack();
-    void deliverOutput();
 
     const VideoEncodingSettings settings_;
     const std::int64_t frameTicks_;
-    AssetWriterDelegate& delegate_;
-    Guarded<State> state_;
     std::atomic<int> framesHeld_ = 0;
-    std::atomic<bool> isCancelled_ = false;
     std::int64_t lastAppendedTime_ = -1; // used by the appending thread only
 
     // What follows is used on the encoder's queue only.
     std::unique_ptr<X264Encoder> encoder_;
     I420Picture picture_;
-    std::optional<FragmentMuxer> muxer_;
+    FragmentMuxer muxer_;
     SegmentBoundaries boundaries_;
     RateController rate_;
     std::optional<EncodedPicture> held_; // written once the time of the next one tells its duration
@@ -79,7 +64,7 @@ private:
     std::int64_t lastTime_ = 0;
     std::optional<std::uint64_t> lastSequenceNumber_;
 
-    SerialQueue queue_; // last: its thread ends before anything that it uses goes
+    EncodingTask task_; // last: what its steps use outlives it
 };
 
 } // namespace glimto

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cassert>
-#include <exception>
 #include <utility>
 
 namespace glimto {
@@ -43,7 +42,6 @@ std::unique_ptr<FFmpegAudioAssetWriter> FFmpegAudioAssetWriter::make(
 FFmpegAudioAssetWriter::FFmpegAudioAssetWriter(const AudioEncodingSettings& settings,
     MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate, std::unique_ptr<AACEncoder> encoder)
     : format_{settings.sampleRate, settings.channelCount, AudioSampleType::float32, AudioLayout::interleaved}
-    , delegate_(delegate)
     , state_(State(makeSoundQueue(settings)))
     , encoder_(std::move(encoder))
     , muxer_(AudioTrackDescription{.sampleRate = settings.sampleRate,
@@ -53,34 +51,20 @@ FFmpegAudioAssetWriter::FFmpegAudioAssetWriter(const AudioEncodingSettings& sett
           .averageBitRate = settings.averageBitRate})
     , cuts_(preferredSegmentInterval, settings.sampleRate, framesPerBlock)
     , block_(static_cast<std::size_t>(framesPerBlock * settings.channelCount))
-    , queue_("glimto.capture.audio-encoder")
+    , task_("glimto.capture.audio-encoder", muxer_, delegate)
 {
-}
-
-FFmpegAudioAssetWriter::~FFmpegAudioAssetWriter()
-{
-    cancelWriting();
 }
 
 bool FFmpegAudioAssetWriter::startWriting()
 {
-    const bool starts = state_.with([](State& state) {
-        if (state.status != AssetWriterStatus::unknown)
-            return false;
-        state.status = AssetWriterStatus::writing;
-        return true;
-    });
-    if (starts)
-        queue_.post([this] { guardStep([this] { deliverInitializationSegment(); }); });
-    return starts;
+    return task_.start();
 }
 
 bool FFmpegAudioAssetWriter::isReadyForMoreMediaData() const
 {
-    return state_.with([this](const State& state) {
-        const auto most = static_cast<std::size_t>(mostWaitingSeconds * format_.sampleRate);
-        return state.status == AssetWriterStatus::writing && state.sound.soundFrameCount() < most;
-    });
+    const auto most = static_cast<std::size_t>(mostWaitingSeconds * format_.sampleRate);
+    return task_.isWriting()
+        && state_.with([&](const State& state) { return state.sound.soundFrameCount() < most; });
 }
 
 bool FFmpegAudioAssetWriter::append(const AudioBuffer& buffer)
@@ -96,7 +80,7 @@ bool FFmpegAudioAssetWriter::append(const AudioBuffer& buffer)
 
 void FFmpegAudioAssetWriter::fillWithSilence(MediaTime end)
 {
-    if (end.isValid() && status() == AssetWriterStatus::writing)
+    if (end.isValid() && task_.isWriting())
         post([&](State& state) { state.sound.fillWithSilence(end.converted(format_.sampleRate).value); });
 }
 
@@ -116,69 +100,33 @@ void FFmpegAudioAssetWriter::post(const std::function<void(State&)>& change)
         return !std::exchange(state.isEncodingPosted, true);
     });
     if (isFirst)
-        queue_.post([this] { guardStep([this] { encodeWaitingSound(); }); });
+        task_.post([this] { encodeWaitingSound(); });
 }
 
 AssetWriterStatus FFmpegAudioAssetWriter::finishWriting()
 {
-    queue_.sync([this] { guardStep([this] { finishTrack(); }); });
-    return state_.with([](State& state) {
-        if (state.status == AssetWriterStatus::writing)
-            state.status = AssetWriterStatus::completed;
-        return state.status;
-    });
+    return task_.finish([this] { finishTrack(); });
 }
 
 void FFmpegAudioAssetWriter::cancelWriting()
 {
-    isCancelled_ = true;
-    state_.with([](State& state) {
-        if (state.status == AssetWriterStatus::unknown || state.status == AssetWriterStatus::writing)
-            state.status = AssetWriterStatus::cancelled;
-    });
+    task_.cancel();
 }
 
 AssetWriterStatus FFmpegAudioAssetWriter::status() const
 {
-    return state_.with([](const State& state) { return state.status; });
+    return task_.status();
 }
 
 std::string FFmpegAudioAssetWriter::error() const
 {
-    return state_.with([](const State& state) { return state.error; });
-}
-
-// Runs one step on the encoder's queue. The first failure ends the writing: what follows is passed over.
-void FFmpegAudioAssetWriter::guardStep(const std::function<void()>& step)
-{
-    if (isCancelled_ || status() != AssetWriterStatus::writing)
-        return;
-    std::string text;
-    try {
-        step();
-        return;
-    } catch (const std::exception& exception) {
-        text = exception.what();
-    } catch (...) {
-        text = "unknown error";
-    }
-    state_.with([&](State& state) {
-        if (state.status != AssetWriterStatus::writing)
-            return;
-        state.status = AssetWriterStatus::failed;
-        state.error = text;
-    });
-}
-
-void FFmpegAudioAssetWriter::deliverInitializationSegment()
-{
-    delegate_.didOutputInitializationSegment(muxer_.takeOutput());
+    return task_.error();
 }
 
 void FFmpegAudioAssetWriter::encodeWaitingSound()
 {
     state_.with([](State& state) { state.isEncodingPosted = false; });
-    while (!isCancelled_ && fillBlock())
+    while (!task_.isCancelled() && fillBlock())
         encodeBlock();
 }
 
@@ -208,7 +156,7 @@ void FFmpegAudioAssetWriter::encodeBlock()
 
 void FFmpegAudioAssetWriter::writeHeldSound(std::int64_t keptFrames)
 {
-    while (!isCancelled_ && static_cast<std::int64_t>(held_.size()) * framesPerBlock > keptFrames) {
+    while (!task_.isCancelled() && static_cast<std::int64_t>(held_.size()) * framesPerBlock > keptFrames) {
         writeSound(held_.front(), held_.front().time + framesPerBlock);
         held_.pop_front();
     }
@@ -223,8 +171,7 @@ void FFmpegAudioAssetWriter::writeSound(const EncodedSound& sound, std::int64_t 
         endSegment();
         cuts_.advance();
     } else if (muxer_.pendingBytes() >= largestFragmentBytes) {
-        muxer_.endFragment();
-        deliverOutput();
+        task_.deliverFragment();
     }
 }
 
@@ -232,20 +179,17 @@ void FFmpegAudioAssetWriter::endSegment()
 {
     if (writtenEnd_ == segmentStart_)
         return;
-    muxer_.endFragment();
-    deliverOutput();
     const SegmentReport report = {.duration = MediaTime{writtenEnd_ - segmentStart_, format_.sampleRate},
         .earliestPresentationTime = MediaTime{segmentStart_, format_.sampleRate}};
     segmentStart_ = writtenEnd_;
-    if (!isCancelled_)
-        delegate_.didFinishSegment(report);
+    task_.deliverSegment(report);
 }
 
 void FFmpegAudioAssetWriter::finishTrack()
 {
     const std::int64_t end = settleEnd();
     encodeUntil(end);
-    while (!held_.empty() && !isCancelled_) {
+    while (!held_.empty() && !task_.isCancelled()) {
         const EncodedSound& sound = held_.front();
         if (sound.time < end)
             writeSound(sound, std::min(sound.time + framesPerBlock, end));
@@ -269,7 +213,7 @@ void FFmpegAudioAssetWriter::encodeUntil(std::int64_t end)
 {
     const auto outputEnd
         = [this] { return held_.empty() ? writtenEnd_ : held_.back().time + framesPerBlock; };
-    while (!isCancelled_ && outputEnd() < end) {
+    while (!task_.isCancelled() && outputEnd() < end) {
         if (!fillBlock()) {
             state_.with(
                 [](State& state) { state.sound.fillWithSilence(state.sound.end() + framesPerBlock); });
@@ -277,13 +221,6 @@ void FFmpegAudioAssetWriter::encodeUntil(std::int64_t end)
         }
         encodeBlock();
     }
-}
-
-void FFmpegAudioAssetWriter::deliverOutput()
-{
-    const std::vector<std::byte> output = muxer_.takeOutput();
-    if (!output.empty() && !isCancelled_)
-        delegate_.didOutputSegmentData(output);
 }
 
 } // namespace glimto

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -11,12 +10,12 @@
 #include <vector>
 
 #include "Backends/FFmpeg/AACEncoder.h"
+#include "Backends/FFmpeg/EncodingTask.h"
 #include "Backends/FFmpeg/FragmentMuxer.h"
 #include "Backends/FFmpeg/SoundQueue.h"
 #include "Backends/FFmpeg/SoundSegmentCuts.h"
 #include "Platform/AssetWriter.h"
 #include "Support/Guarded.h"
-#include "Support/SerialQueue.h"
 
 namespace glimto {
 
@@ -30,7 +29,6 @@ public:
     // Null when the encoder refuses the settings. Throws PlatformError.
     static std::unique_ptr<FFmpegAudioAssetWriter> make(const AudioEncodingSettings& settings,
         MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate);
-    ~FFmpegAudioAssetWriter() override;
 
     bool startWriting() override;
     bool isReadyForMoreMediaData() const override;
@@ -49,8 +47,6 @@ private:
         {
         }
 
-        AssetWriterStatus status = AssetWriterStatus::unknown;
-        std::string error;
         SoundQueue sound;
         bool isEncodingPosted = false;
         std::optional<std::int64_t> sessionEnd; // frames
@@ -60,8 +56,6 @@ private:
         AssetWriterDelegate& delegate, std::unique_ptr<AACEncoder> encoder);
 
     void post(const std::function<void(State&)>& change);
-    void guardStep(const std::function<void()>& step);
-    void deliverInitializationSegment();
     void encodeWaitingSound();
     bool fillBlock();
     void encodeBlock();
@@ -71,12 +65,9 @@ private:
     void finishTrack();
     std::int64_t settleEnd();
     void encodeUntil(std::int64_t end);
-    void deliverOutput();
 
     const AudioFormat format_;
-    AssetWriterDelegate& delegate_;
     Guarded<State> state_;
-    std::atomic<bool> isCancelled_ = false;
 
     // What follows is used on the encoder's queue only.
     std::unique_ptr<AACEncoder> encoder_;
@@ -88,7 +79,7 @@ private:
     std::int64_t segmentStart_ = 0;
     std::int64_t writtenEnd_ = 0; // what was given to the container ends here
 
-    SerialQueue queue_; // last: its thread ends before anything that it uses goes
+    EncodingTask task_; // last: what its steps use outlives it
 };
 
 } // namespace glimto

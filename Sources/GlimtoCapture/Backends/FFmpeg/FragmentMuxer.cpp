@@ -9,6 +9,7 @@ extern "C" {
 }
 
 #include "Backends/FFmpeg/FFmpegErrors.h"
+#include "Backends/FFmpeg/FFmpegHandles.h"
 
 namespace glimto {
 
@@ -52,21 +53,9 @@ void describeTrack(AVCodecParameters& codec, const AudioTrackDescription& track)
 } // namespace
 
 struct FragmentMuxer::Context {
-    AVFormatContext* format = nullptr;
-    AVIOContext* output = nullptr;
-    AVPacket* packet = nullptr;
-
-    Context() = default;
-    Context(const Context&) = delete;
-    Context& operator=(const Context&) = delete;
-    ~Context()
-    {
-        av_packet_free(&packet);
-        avformat_free_context(format);
-        if (output)
-            av_freep(&output->buffer);
-        avio_context_free(&output);
-    }
+    IOContextHandle output; // outlives the format, which writes to it
+    FormatContextHandle format;
+    PacketHandle packet;
 };
 
 FragmentMuxer::FragmentMuxer(const VideoTrackDescription& track)
@@ -87,18 +76,19 @@ FragmentMuxer::~FragmentMuxer() = default;
 
 AVStream& FragmentMuxer::makeStream()
 {
-    requireFFmpeg(avformat_alloc_output_context2(&context_->format, nullptr, "mp4", nullptr), makingFailed);
+    AVFormatContext* format = nullptr;
+    requireFFmpeg(avformat_alloc_output_context2(&format, nullptr, "mp4", nullptr), makingFailed);
+    context_->format.reset(format);
     auto* buffer = static_cast<unsigned char*>(requireAllocated(av_malloc(bufferBytes), makingFailed));
-    context_->output
-        = avio_alloc_context(buffer, bufferBytes, 1, this, nullptr, &FragmentMuxer::receive, nullptr);
+    context_->output.reset(
+        avio_alloc_context(buffer, bufferBytes, 1, this, nullptr, &FragmentMuxer::receive, nullptr));
     if (!context_->output)
         av_free(buffer);
-    requireAllocated(context_->output, makingFailed);
-    context_->packet = requireAllocated(av_packet_alloc(), makingFailed);
-    context_->format->pb = context_->output;
-    context_->format->flags |= AVFMT_FLAG_CUSTOM_IO;
-    context_->format->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
-    return *requireAllocated(avformat_new_stream(context_->format, nullptr), makingFailed);
+    format->pb = requireAllocated(context_->output.get(), makingFailed);
+    format->flags |= AVFMT_FLAG_CUSTOM_IO;
+    format->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
+    context_->packet.reset(requireAllocated(av_packet_alloc(), makingFailed));
+    return *requireAllocated(avformat_new_stream(format, nullptr), makingFailed);
 }
 
 void FragmentMuxer::writeHeader(std::int32_t timescale)
@@ -110,10 +100,10 @@ void FragmentMuxer::writeHeader(std::int32_t timescale)
         &options, "movflags", "frag_custom+empty_moov+default_base_moof+dash+skip_sidx+skip_trailer", 0);
     av_dict_set(&options, "use_editlist", "0", 0);
     av_dict_set_int(&options, "video_track_timescale", timescale, 0); // audio has its sample rate
-    const int result = avformat_write_header(context_->format, &options);
+    const int result = avformat_write_header(context_->format.get(), &options);
     av_dict_free(&options);
     requireFFmpeg(result, "Could not write the MP4 header");
-    avio_flush(context_->output);
+    avio_flush(context_->output.get());
     requireFFmpeg(context_->output->error, "Could not write the MP4 header");
 }
 
@@ -141,7 +131,7 @@ void FragmentMuxer::addSample(
     packet.dts = time;
     packet.duration = duration;
     packet.flags = isKeyframe ? AV_PKT_FLAG_KEY : 0;
-    requireFFmpeg(av_write_frame(context_->format, &packet), "Could not write to the MP4 fragment");
+    requireFFmpeg(av_write_frame(context_->format.get(), &packet), "Could not write to the MP4 fragment");
     pendingBytes_ += data.size();
 }
 
@@ -149,8 +139,8 @@ void FragmentMuxer::endFragment()
 {
     if (pendingBytes_ == 0)
         return;
-    requireFFmpeg(av_write_frame(context_->format, nullptr), "Could not end the MP4 fragment");
-    avio_flush(context_->output);
+    requireFFmpeg(av_write_frame(context_->format.get(), nullptr), "Could not end the MP4 fragment");
+    avio_flush(context_->output.get());
     // The muxer passes over what receive() reports.
     requireFFmpeg(context_->output->error, "Could not write the MP4 fragment");
     pendingBytes_ = 0;

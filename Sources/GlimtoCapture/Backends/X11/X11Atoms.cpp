@@ -1,14 +1,12 @@
 #include "Backends/X11/X11Atoms.h"
 
-#include <array>
-#include <cstring>
-#include <utility>
+#include "Backends/X11/X11AtomNames.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr std::array<std::pair<xcb_atom_t X11Atoms::*, const char*>, 30> atomNames{{
+constexpr X11AtomNames<X11Atoms, 30> atomNames{{
     {&X11Atoms::supportingWindowManager, "_NET_SUPPORTING_WM_CHECK"},
     {&X11Atoms::clientListStacking, "_NET_CLIENT_LIST_STACKING"},
     {&X11Atoms::clientList, "_NET_CLIENT_LIST"},
@@ -45,16 +43,7 @@ constexpr std::array<std::pair<xcb_atom_t X11Atoms::*, const char*>, 30> atomNam
 
 X11Atoms::X11Atoms(X11Connection& connection)
 {
-    std::array<xcb_intern_atom_cookie_t, atomNames.size()> cookies{};
-    for (std::size_t index = 0; index < atomNames.size(); ++index) {
-        const char* text = atomNames[index].second;
-        cookies[index]
-            = xcb_intern_atom(connection.xcb(), 0, static_cast<std::uint16_t>(std::strlen(text)), text);
-    }
-    for (std::size_t index = 0; index < atomNames.size(); ++index) {
-        if (const auto reply = connection.reply<xcb_intern_atom_reply_t>(cookies[index]))
-            this->*atomNames[index].first = reply->atom;
-    }
+    internAtoms(connection, atomNames, *this);
 }
 
 } // namespace glimto
