@@ -36,8 +36,8 @@ DevServerOptions DevServerOptions::parse(std::span<const std::string> arguments)
             options.showsHelp = true;
             return options;
         }
-        const bool isKnown = flag == "--port" || flag == "--bind" || flag == "--dir"
-            || flag == "--access-key" || flag == "--web-dir";
+        const bool isKnown = flag == "--port" || flag == "--bind" || flag == "--dir" || flag == "--access-key"
+            || flag == "--web-dir";
         if (!isKnown)
             throw CLIError("Unknown option '" + flag + "'. Run `glimto-dev-server --help`.");
         if (index + 1 == arguments.size())

@@ -80,14 +80,13 @@ std::optional<Recording> RecordingRegistry::read(const std::filesystem::path& pa
 
 void RecordingRegistry::write(const Recording& recording) const
 {
-    const nlohmann::json json = {{"recordingId", recording.recordingId},
-        {"state", recordingStateName(recording.state)}, {"createdAt", recording.createdAt},
-        {"createdAtUnixMs", recording.createdAtUnixMs}};
+    const nlohmann::json json
+        = {{"recordingId", recording.recordingId}, {"state", recordingStateName(recording.state)},
+            {"createdAt", recording.createdAt}, {"createdAtUnixMs", recording.createdAtUnixMs}};
     writeFileAtomically(file(recording.recordingId), encodePrettyJSON(json) + "\n");
 }
 
-Recording RecordingRegistry::open(
-    const std::string& recordingId, std::chrono::system_clock::time_point now)
+Recording RecordingRegistry::open(const std::string& recordingId, std::chrono::system_clock::time_point now)
 {
     const std::lock_guard lock(mutex_);
     if (auto known = read(file(recordingId)))

@@ -73,10 +73,9 @@ class SourceTests(SoundCase):
         self.play_tone(MICROPHONE_FEED, second, level=0.9)
         found = self.recorded("--system-audio", "--microphone", MICROPHONE)
         samples = sound.part(found.left, START, END)
-        self.assertGreater(sound.loudest(samples), 0.97)
+        self.assertGreater(sound.loudest(samples), 0.92)  # the encoder turns what is so loud down a little
         self.assertLess(sound.loudest(samples), 1.15)  # what the encoder makes of corners
         for frequency, level in zip((first, second), tone_levels_when_clamped(first, second, 0.9)):
-            # The encoder turns what is near full scale down by up to 5 %, so that decoders need not clip.
             self.assert_level(samples, frequency, level, tolerance=0.08)
 
     def test_what_is_silent_stays_silent(self):

@@ -15,8 +15,7 @@ class LoadableModule {
 public:
     // `fileName` is looked for in `directories`, in order. `purpose` begins the error when the module is
     // needed and cannot be had: "The media encoder".
-    LoadableModule(
-        std::string fileName, std::vector<std::filesystem::path> directories, std::string purpose);
+    LoadableModule(std::string fileName, std::vector<std::filesystem::path> directories, std::string purpose);
 
     // Opens the module on another thread, so that it is there when it is needed.
     void beginLoading();
