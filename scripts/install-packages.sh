@@ -21,10 +21,11 @@ build=(build-essential cmake ninja-build pkg-config ccache
     libcpp-httplib-dev
     # The tests are configured with every build.
     libgtest-dev libgmock-dev libpng-dev)
-quickstart=(ffmpeg xvfb x11-utils x11-xserver-utils x11-apps xterm python3 jq curl pulseaudio-utils
-    tesseract-ocr-eng)
+quickstart=(ffmpeg xvfb x11-utils x11-xserver-utils x11-apps xterm python3 jq curl ca-certificates
+    pulseaudio-utils tesseract-ocr-eng)
 test=(tesseract-ocr tesseract-ocr-eng pango1.0-tools fonts-urw-base35
     libbenchmark-dev xdotool xclip openbox xserver-xorg-core xserver-xorg-video-dummy xinput imagemagick
+    openssl
     gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
     gstreamer1.0-plugins-bad gstreamer1.0-libav fonts-dejavu-core
     pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus
