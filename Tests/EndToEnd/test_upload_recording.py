@@ -85,6 +85,18 @@ class UploadRecordingTests(UploadCase):
         self.assertIn("org/rec/events.json", self.api.key_requests[-1])
         self.assertIn("org/rec/manifest.json", self.api.key_requests[-1])
 
+    def test_signal_ends_the_upload_of_a_whole_take_which_can_be_repeated(self):
+        recording = self.start_upload("-d", "1", "--no-background-upload")
+        recording.wait_until_recording()
+        self.api.delay = 5
+        recording.wait_for(STATUS + "uploading")
+        time.sleep(0.3)
+        recording.process.terminate()
+        self.assertEqual(recording.finish(4).status, -15)
+        self.api.delay = 0
+        output = self.run_tool("upload", "--dir", self.take, "--api-base-url", self.api.url, "--recording-id", "rec")
+        self.assertEqual(output.status, 0, output.errors)
+
     def test_end_comes_soon_after_the_stop(self):
         stop_file = self.work / "stop"
         recording = self.start_upload("--until-stopped", "--stop-file", stop_file, "--segment-duration", "0.5",

@@ -11,6 +11,7 @@ namespace glimto {
 class FakeStopRequests final : public StopRequests {
 public:
     void beginListening() override { isListening = true; }
+    void endListening() override { isListening = false; }
     std::optional<std::string> pendingRequest() override { return request; }
 
     bool isListening = false;

@@ -86,6 +86,8 @@ void RecordCommand::recordAndUpload(const RecordOptions& options)
         throw;
     }
     isUploading_ = true;
+    // The take is whole. An upload that is given up can be repeated, so a signal ends it at once.
+    services_.stopRequests.endListening();
     emitter_.emitStatus("uploading");
     const auto result = upload.complete();
     reportRecordingUploadCompletion(result, uploadOptions.apiBaseURL, outputs_.standardOutput);

@@ -104,6 +104,7 @@ TEST_F(DriverUploadTests, ARecordingWithItsUploadIsToldInOrder)
             R"("recordingId":"rec","state":"uploaded"})",
             "GLIMTO_RECORDING_STATUS=uploaded"));
     EXPECT_EQ(standardError.text(), "");
+    EXPECT_FALSE(stopRequests.isListening); // since the upload began
     EXPECT_EQ(job().state, State::completed);
     EXPECT_EQ(job().uploadAttempts, 1U);
 }

@@ -90,6 +90,17 @@ TEST(ProcessStopRequestsTests, TheSignalsDoWhatTheyDidOnceNobodyListens)
     EXPECT_EXIT(::raise(SIGINT), testing::KilledBySignal(SIGINT), "");
 }
 
+TEST(ProcessStopRequestsTests, AnEndOfListeningGivesTheSignalsBackAndKeepsTheWish)
+{
+    ProcessStopRequests requests;
+    requests.beginListening();
+    ::raise(SIGTERM);
+    requests.endListening();
+    EXPECT_EQ(requests.pendingRequest(), "Termination signal received; finishing recording");
+    EXPECT_EXIT(::raise(SIGTERM), testing::KilledBySignal(SIGTERM), "");
+    requests.endListening();
+}
+
 // The descriptors of a pipe, reading end first.
 std::array<FileDescriptor, 2> makePipe()
 {

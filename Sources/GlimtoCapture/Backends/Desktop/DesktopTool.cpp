@@ -6,12 +6,12 @@
 #include <optional>
 #include <thread>
 
-#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "Support/Errors.h"
+#include "Support/SpawnSettings.h"
 
 namespace glimto {
 
@@ -19,36 +19,6 @@ namespace {
 
 constexpr std::chrono::milliseconds firstPause{1};
 constexpr std::chrono::milliseconds longestPause{50};
-
-class SpawnSettings {
-public:
-    SpawnSettings()
-    {
-        ::posix_spawnattr_init(&attributes);
-        ::posix_spawn_file_actions_init(&actions);
-        sigset_t none;
-        sigset_t all;
-        ::sigemptyset(&none);
-        ::sigfillset(&all);
-        ::posix_spawnattr_setsigmask(&attributes, &none);
-        ::posix_spawnattr_setsigdefault(&attributes, &all);
-        ::posix_spawnattr_setflags(&attributes,
-            static_cast<short>(POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF));
-        ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-        ::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    }
-    ~SpawnSettings()
-    {
-        ::posix_spawn_file_actions_destroy(&actions);
-        ::posix_spawnattr_destroy(&attributes);
-    }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
-
-    posix_spawnattr_t attributes{};
-    posix_spawn_file_actions_t actions{};
-};
 
 pid_t start(std::vector<std::string> arguments)
 {

@@ -79,8 +79,15 @@ ProcessStopRequests::ProcessStopRequests()
 
 ProcessStopRequests::~ProcessStopRequests()
 {
+    endListening();
+}
+
+void ProcessStopRequests::endListening()
+{
     if (!isListening_)
         return;
+    pendingRequest(); // the last one that counts
+    isListening_ = false;
     for (std::size_t index = 0; index < stopSignals.size(); ++index)
         ::sigaction(stopSignals[index], &previousActions[index], nullptr);
 }

@@ -14,8 +14,8 @@ namespace glimto {
 //
 // From beginListening() on the first wish is kept and further signals do nothing, except that a second
 // SIGINT more than a second after the first one ends the process by that signal. SIGHUP stays ignored
-// for a process that was started so (nohup). The destructor gives the signals back what they did
-// before. Signals belong to the process, so only one object listens at a time; its operations are
+// for a process that was started so (nohup). endListening() and the destructor give the signals
+// back what they did before. Signals belong to the process, so only one object listens at a time; its operations are
 // called from one thread.
 class ProcessStopRequests final : public StopRequests {
 public:
@@ -26,6 +26,7 @@ public:
     ProcessStopRequests& operator=(const ProcessStopRequests&) = delete;
 
     void beginListening() override;
+    void endListening() override;
     std::optional<std::string> pendingRequest() override;
 
 private:

@@ -17,6 +17,7 @@
 
 #include "Backends/X11/X11PasteboardOwner.h"
 #include "Support/FileDescriptor.h"
+#include "Support/SpawnSettings.h"
 
 namespace glimto {
 
@@ -54,44 +55,15 @@ FileDescriptor memoryWith(std::span<const std::byte> data)
     return moved(std::move(memory));
 }
 
-class SpawnSettings {
-public:
-    SpawnSettings(const FileDescriptor& data, const FileDescriptor& answer)
-    {
-        ::posix_spawnattr_init(&attributes);
-        ::posix_spawn_file_actions_init(&actions);
-        sigset_t none;
-        sigset_t all;
-        ::sigemptyset(&none);
-        ::sigfillset(&all);
-        ::posix_spawnattr_setsigmask(&attributes, &none);
-        ::posix_spawnattr_setsigdefault(&attributes, &all);
-        ::posix_spawnattr_setflags(&attributes,
-            static_cast<short>(POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF));
-        for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-            ::posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", O_RDWR, 0);
-        ::posix_spawn_file_actions_adddup2(&actions, data.get(), pasteboardDataDescriptor);
-        ::posix_spawn_file_actions_adddup2(&actions, answer.get(), pasteboardAnswerDescriptor);
-        ::posix_spawn_file_actions_addclosefrom_np(&actions, pasteboardAnswerDescriptor + 1);
-    }
-    ~SpawnSettings()
-    {
-        ::posix_spawn_file_actions_destroy(&actions);
-        ::posix_spawnattr_destroy(&attributes);
-    }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
-
-    posix_spawnattr_t attributes{};
-    posix_spawn_file_actions_t actions{};
-};
-
 pid_t startOwner(const FileDescriptor& data, const FileDescriptor& answer)
 {
     std::string name = pasteboardOwnerProcessName;
     std::string argument = pasteboardOwnerArgument;
     std::array<char*, 3> arguments = {name.data(), argument.data(), nullptr};
-    const SpawnSettings settings(data, answer);
+    SpawnSettings settings;
+    ::posix_spawn_file_actions_adddup2(&settings.actions, data.get(), pasteboardDataDescriptor);
+    ::posix_spawn_file_actions_adddup2(&settings.actions, answer.get(), pasteboardAnswerDescriptor);
+    ::posix_spawn_file_actions_addclosefrom_np(&settings.actions, pasteboardAnswerDescriptor + 1);
     pid_t process = 0;
     const int error = ::posix_spawn(
         &process, "/proc/self/exe", &settings.actions, &settings.attributes, arguments.data(), environ);
