@@ -1,4 +1,4 @@
-#include "Backends/X11/DesktopEntry.h"
+#include "Backends/X11/Windows/DesktopEntry.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "Backends/X11/X11Applications.h"
+#include "Backends/X11/Windows/X11Applications.h"
 
 #include <fstream>
 

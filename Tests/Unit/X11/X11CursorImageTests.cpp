@@ -1,4 +1,4 @@
-#include "Backends/X11/X11CursorImage.h"
+#include "Backends/X11/Pictures/X11CursorImage.h"
 
 #include <array>
 

@@ -1,4 +1,4 @@
-#include "Backends/X11/X11FrameGrid.h"
+#include "Backends/X11/Pictures/X11FrameGrid.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Backends/X11/X11FramePacer.h"
+#include "Backends/X11/Pictures/X11FramePacer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Backends/X11/X11LingeringRects.h"
+#include "Backends/X11/Pictures/X11LingeringRects.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Backends/X11/X11PixelFormat.h"
+#include "Backends/X11/Pictures/X11PixelFormat.h"
 
 #include <cstring>
 #include <vector>

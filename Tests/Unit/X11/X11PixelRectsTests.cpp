@@ -1,4 +1,4 @@
-#include "Backends/X11/X11PixelRects.h"
+#include "Backends/X11/Connection/X11PixelRects.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "Backends/X11/X11PlacedEvents.h"
+#include "Backends/X11/Pointer/X11PlacedEvents.h"
 
 #include <limits>
 

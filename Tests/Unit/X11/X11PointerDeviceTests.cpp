@@ -1,4 +1,4 @@
-#include "Backends/X11/X11PointerDevice.h"
+#include "Backends/X11/Pointer/X11PointerDevice.h"
 
 #include <gtest/gtest.h>
 

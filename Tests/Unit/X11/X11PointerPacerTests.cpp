@@ -1,4 +1,4 @@
-#include "Backends/X11/X11PointerPacer.h"
+#include "Backends/X11/Pointer/X11PointerPacer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Backends/X11/X11PointerTrack.h"
+#include "Backends/X11/Pointer/X11PointerTrack.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

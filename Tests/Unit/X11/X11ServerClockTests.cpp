@@ -1,4 +1,4 @@
-#include "Backends/X11/X11ServerClock.h"
+#include "Backends/X11/Pointer/X11ServerClock.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Backends/X11/X11StreamOutputs.h"
+#include "Backends/X11/Pictures/X11StreamOutputs.h"
 
 #include <stdexcept>
 

@@ -1,4 +1,4 @@
-#include "Backends/X11/X11Text.h"
+#include "Backends/X11/Windows/X11Text.h"
 
 #include <string>
 

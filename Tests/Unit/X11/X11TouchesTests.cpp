@@ -1,4 +1,4 @@
-#include "Backends/X11/X11Touches.h"
+#include "Backends/X11/Pointer/X11Touches.h"
 
 #include <gtest/gtest.h>
 

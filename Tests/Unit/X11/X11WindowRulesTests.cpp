@@ -1,4 +1,4 @@
-#include "Backends/X11/X11WindowRules.h"
+#include "Backends/X11/Windows/X11WindowRules.h"
 
 #include <array>
 

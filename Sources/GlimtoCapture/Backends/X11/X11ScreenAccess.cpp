@@ -7,10 +7,10 @@
 
 #include <xcb/res.h>
 
-#include "Backends/X11/X11ClientProcesses.h"
-#include "Backends/X11/X11Connection.h"
-#include "Backends/X11/X11Displays.h"
-#include "Backends/X11/X11Property.h"
+#include "Backends/X11/Connection/X11ClientProcesses.h"
+#include "Backends/X11/Connection/X11Connection.h"
+#include "Backends/X11/Connection/X11Displays.h"
+#include "Backends/X11/Connection/X11Property.h"
 
 namespace glimto {
 

@@ -1,0 +1,95 @@
+#include "Backends/X11/Clipboard/X11PasteboardOwner.h"
+
+#include <csignal>
+#include <cstddef>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <span>
+
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "Backends/X11/Clipboard/X11ClipboardOffer.h"
+#include "Backends/X11/Connection/X11Connection.h"
+#include "Support/FileDescriptor.h"
+#include "Support/NamedThread.h"
+
+namespace glimto {
+
+namespace {
+
+// Another client that grabs the server makes everybody wait.
+constexpr std::chrono::minutes answerTimeout{1};
+
+// The memory behind a descriptor, as long as the object lives; empty when there is none.
+class MappedMemory {
+public:
+    explicit MappedMemory(int descriptor)
+    {
+        struct stat status { };
+        if (::fstat(descriptor, &status) != 0 || status.st_size <= 0)
+            return;
+        const auto size = static_cast<std::size_t>(status.st_size);
+        void* memory = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, descriptor, 0);
+        if (memory != MAP_FAILED)
+            bytes_ = {static_cast<const std::byte*>(memory), size};
+    }
+    ~MappedMemory()
+    {
+        if (!bytes_.empty())
+            ::munmap(const_cast<std::byte*>(bytes_.data()), bytes_.size());
+    }
+    MappedMemory(const MappedMemory&) = delete;
+    MappedMemory& operator=(const MappedMemory&) = delete;
+
+    std::span<const std::byte> bytes() const { return bytes_; }
+
+private:
+    std::span<const std::byte> bytes_;
+};
+
+bool sayOwned(FileDescriptor& answer)
+{
+    const bool isSaid = ::write(answer.get(), &pasteboardOwnedWord, 1) == 1;
+    answer.close();
+    return isSaid;
+}
+
+} // namespace
+
+bool isPasteboardOwner(int argumentCount, char** argumentValues)
+{
+    return argumentCount == 2 && std::strcmp(argumentValues[0], pasteboardOwnerProcessName) == 0
+        && std::strcmp(argumentValues[1], pasteboardOwnerArgument) == 0;
+}
+
+int runPasteboardOwner()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    FileDescriptor data(pasteboardDataDescriptor);
+    FileDescriptor answer(pasteboardAnswerDescriptor);
+    try {
+        nameThisThread("glimto-clip");
+        // No folder stays in use because of us.
+        if (::chdir("/") != 0)
+            return 1;
+        const MappedMemory picture(data.get());
+        data.close();
+        if (picture.bytes().empty())
+            return 1;
+        const auto connection = X11Connection::open();
+        connection->setAnswerTimeout(answerTimeout);
+        X11ClipboardOffer offer(*connection, picture.bytes());
+        if (!offer.acquire() || !sayOwned(answer))
+            return 1;
+        offer.run();
+        return 0;
+    } catch (const std::exception&) {
+        // Once the selection was owned, the server's end is ours.
+        return answer ? 1 : 0;
+    }
+}
+
+} // namespace glimto

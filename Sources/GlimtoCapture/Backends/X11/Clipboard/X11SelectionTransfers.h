@@ -1,0 +1,61 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include <xcb/xcb.h>
+
+#include "Backends/X11/Connection/X11Connection.h"
+#include "Backends/X11/Clipboard/X11SelectionAtoms.h"
+
+namespace glimto {
+
+// Data that is too large for one property, handed over piece by piece (ICCCM, 2.7.2): a requestor deletes
+// the property when it has read a piece, and gets the next one. Any number of requestors at once.
+//
+// A requestor that is destroyed, or takes nothing for a minute, is forgotten.
+class X11SelectionTransfers {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    // Both outlive the object.
+    X11SelectionTransfers(X11Connection& connection, const X11SelectionAtoms& atoms);
+
+    // Puts all of `data` into the property, or begins to hand it over when it is large. `data` outlives the
+    // object.
+    void send(xcb_window_t requestor, xcb_atom_t property, xcb_atom_t type, std::span<const std::byte> data,
+        Clock::time_point now);
+
+    void handlePropertyNotify(const xcb_property_notify_event_t& event, Clock::time_point now);
+    // The requestor is gone.
+    void forget(xcb_window_t requestor);
+    void forgetOverdue(Clock::time_point now);
+
+    bool isEmpty() const { return transfers_.empty(); }
+
+    // When forgetOverdue() has something to do next.
+    std::optional<Clock::time_point> nextDeadline() const;
+
+private:
+    struct Transfer {
+        xcb_window_t requestor;
+        xcb_atom_t property;
+        xcb_atom_t type;
+        std::span<const std::byte> rest;
+        bool isOver; // the empty piece that ends the data was sent
+        Clock::time_point deadline;
+    };
+
+    void listen(xcb_window_t requestor);
+    void stopListening(xcb_window_t requestor);
+    void sendPiece(Transfer& transfer, Clock::time_point now);
+
+    X11Connection& connection_;
+    const X11SelectionAtoms& atoms_;
+    std::vector<Transfer> transfers_;
+};
+
+} // namespace glimto

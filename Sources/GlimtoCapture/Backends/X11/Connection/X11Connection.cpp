@@ -1,0 +1,185 @@
+#include "Backends/X11/Connection/X11Connection.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <future>
+#include <thread>
+#include <utility>
+
+#include <poll.h>
+#include <xcb/xcbext.h>
+
+namespace glimto {
+
+namespace {
+
+constexpr std::chrono::seconds connectTimeout{5};
+// For a server that has kept us waiting in vain just before: a command asks it several things, and all of
+// them together are to fail in a few seconds.
+constexpr std::chrono::seconds nextConnectTimeout{1};
+std::atomic<bool> hasWaitedInVain{false};
+
+const char* environmentValue(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value && *value ? value : nullptr;
+}
+
+struct Opened {
+    xcb_connection_t* connection = nullptr;
+    int screenNumber = 0;
+};
+
+// xcb_connect blocks for as long as the server likes, so it runs on a thread that is left behind when
+// the server does not answer.
+Opened connectInTime(const std::string& display)
+{
+    auto promise = std::make_shared<std::promise<Opened>>();
+    auto result = promise->get_future();
+    std::thread([promise, display] {
+        Opened opened;
+        opened.connection = xcb_connect(display.c_str(), &opened.screenNumber);
+        promise->set_value(opened);
+    }).detach();
+    const auto timeout = hasWaitedInVain ? nextConnectTimeout : connectTimeout;
+    const bool isOpened = result.wait_for(timeout) == std::future_status::ready;
+    hasWaitedInVain = !isOpened;
+    if (!isOpened)
+        throw x11Error(X11Failure::noAnswer, "The X server at DISPLAY \"" + display + "\" does not answer.");
+    return result.get();
+}
+
+} // namespace
+
+PlatformError x11Error(X11Failure failure, const std::string& message)
+{
+    return {x11ErrorDomain, static_cast<std::int64_t>(failure), message};
+}
+
+std::unique_ptr<X11Connection> X11Connection::open()
+{
+    if (environmentValue("WAYLAND_DISPLAY")) {
+        throw x11Error(X11Failure::waylandSession,
+            "This is a Wayland session (WAYLAND_DISPLAY is set), and this build has no Wayland backend. Use "
+            "an "
+            "X11 session, or unset WAYLAND_DISPLAY to capture the X display that DISPLAY names.");
+    }
+    const char* display = environmentValue("DISPLAY");
+    if (!display)
+        throw x11Error(X11Failure::noDisplay, "There is no X display: DISPLAY is not set.");
+    const Opened opened = connectInTime(display);
+    if (xcb_connection_has_error(opened.connection) != 0) {
+        xcb_disconnect(opened.connection);
+        throw x11Error(X11Failure::cannotConnect,
+            "Could not connect to the X display \"" + std::string(display) + "\" that DISPLAY names.");
+    }
+    return std::unique_ptr<X11Connection>(new X11Connection(opened.connection, opened.screenNumber));
+}
+
+X11Connection::X11Connection(xcb_connection_t* connection, int screenNumber)
+    : connection_(connection)
+{
+    auto iterator = xcb_setup_roots_iterator(xcb_get_setup(connection_));
+    for (int index = 0; index < screenNumber && iterator.rem > 1; ++index)
+        xcb_screen_next(&iterator);
+    screen_ = iterator.data;
+}
+
+X11Connection::~X11Connection()
+{
+    xcb_disconnect(connection_);
+}
+
+int X11Connection::fileDescriptor() const
+{
+    return xcb_get_file_descriptor(connection_);
+}
+
+bool X11Connection::hasFailed() const
+{
+    return xcb_connection_has_error(connection_) != 0;
+}
+
+bool X11Connection::hasExtension(xcb_extension_t& extension) const
+{
+    const auto* data = xcb_get_extension_data(connection_, &extension);
+    return data && data->present;
+}
+
+std::uint8_t X11Connection::firstEvent(xcb_extension_t& extension) const
+{
+    return xcb_get_extension_data(connection_, &extension)->first_event;
+}
+
+void X11Connection::requireExtension(xcb_extension_t& extension, const char* name) const
+{
+    if (!hasExtension(extension))
+        throw x11Error(
+            X11Failure::missingExtension, "The X server has no " + std::string(name) + " extension.");
+}
+
+XCBHandle<xcb_generic_error_t> X11Connection::check(xcb_void_cookie_t cookie)
+{
+    // A checked request has no reply of its own: the answer to a following request shows that it is done.
+    XCBHandle<xcb_generic_error_t> error;
+    const auto sync = xcb_get_input_focus(connection_);
+    reply<xcb_get_input_focus_reply_t>(sync);
+    xcb_generic_error_t* raw = nullptr;
+    void* nothing = nullptr;
+    xcb_poll_for_reply(connection_, cookie.sequence, &nothing, &raw);
+    error.reset(raw);
+    return error;
+}
+
+XCBHandle<xcb_generic_event_t> X11Connection::pollEvent()
+{
+    XCBHandle<xcb_generic_event_t> event(xcb_poll_for_event(connection_));
+    if (!event)
+        throwIfLost();
+    return event;
+}
+
+void X11Connection::flush()
+{
+    if (xcb_flush(connection_) <= 0)
+        throwIfLost();
+}
+
+void* X11Connection::waitForReply(unsigned sequence)
+{
+    const auto deadline = std::min(std::chrono::steady_clock::now() + answerTimeout_, deadline_);
+    flush();
+    while (true) {
+        void* reply = nullptr;
+        xcb_generic_error_t* rawError = nullptr;
+        const int done = xcb_poll_for_reply(connection_, sequence, &reply, &rawError);
+        const XCBHandle<xcb_generic_error_t> error(rawError);
+        if (done != 0) {
+            if (!reply)
+                throwIfLost();
+            return reply;
+        }
+        waitReadable(deadline);
+    }
+}
+
+void X11Connection::waitReadable(std::chrono::steady_clock::time_point deadline)
+{
+    const auto left
+        = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    pollfd entry = {.fd = fileDescriptor(), .events = POLLIN, .revents = 0};
+    const int ready = left.count() > 0 ? ::poll(&entry, 1, static_cast<int>(left.count())) : 0;
+    if (ready == 0)
+        throw x11Error(X11Failure::noAnswer, "The X server does not answer.");
+    if (ready < 0 && errno != EINTR)
+        throw PlatformError::posix("Could not wait for the X server", errno);
+}
+
+void X11Connection::throwIfLost() const
+{
+    if (hasFailed())
+        throw x11Error(X11Failure::connectionLost, "The connection to the X server was lost.");
+}
+
+} // namespace glimto

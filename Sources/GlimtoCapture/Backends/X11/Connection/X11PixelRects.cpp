@@ -1,0 +1,72 @@
+#include "Backends/X11/Connection/X11PixelRects.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+namespace glimto {
+
+namespace {
+
+// value * numerator / denominator, rounded half up; all positive.
+int scaled(int value, int numerator, int denominator)
+{
+    const std::int64_t product = static_cast<std::int64_t>(value) * numerator;
+    return static_cast<int>((2 * product + denominator) / (2 * static_cast<std::int64_t>(denominator)));
+}
+
+} // namespace
+
+PixelRect boundingRect(const PixelRect& a, const PixelRect& b)
+{
+    if (a.isEmpty())
+        return b;
+    if (b.isEmpty())
+        return a;
+    const int left = std::min(a.x, b.x);
+    const int top = std::min(a.y, b.y);
+    const int right = std::max(a.x + a.width, b.x + b.width);
+    const int bottom = std::max(a.y + a.height, b.y + b.height);
+    return {left, top, right - left, bottom - top};
+}
+
+std::vector<PixelRect> coalesced(std::vector<PixelRect> rects, std::size_t most)
+{
+    if (rects.size() <= most)
+        return rects;
+    PixelRect bounds;
+    for (const PixelRect& rect : rects)
+        bounds = boundingRect(bounds, rect);
+    const int tiles = std::max(1, static_cast<int>(std::sqrt(static_cast<double>(most))));
+    const int tileWidth = (bounds.width + tiles - 1) / tiles;
+    const int tileHeight = (bounds.height + tiles - 1) / tiles;
+    std::vector<PixelRect> boxes;
+    for (int y = bounds.y; y < bounds.y + bounds.height; y += tileHeight) {
+        for (int x = bounds.x; x < bounds.x + bounds.width; x += tileWidth) {
+            PixelRect box;
+            for (const PixelRect& rect : rects)
+                box = boundingRect(box, intersection(rect, {x, y, tileWidth, tileHeight}));
+            if (!box.isEmpty())
+                boxes.push_back(box);
+        }
+    }
+    return boxes;
+}
+
+PixelRect aspectFitRect(PixelSize content, PixelSize picture)
+{
+    const bool widthDecides = static_cast<std::int64_t>(content.width) * picture.height
+        >= static_cast<std::int64_t>(content.height) * picture.width;
+    const int width
+        = widthDecides ? picture.width : std::max(1, scaled(content.width, picture.height, content.height));
+    const int height
+        = widthDecides ? std::max(1, scaled(content.height, picture.width, content.width)) : picture.height;
+    return {(picture.width - width) / 2, (picture.height - height) / 2, width, height};
+}
+
+int clampedOrigin(int origin, int length, int limit)
+{
+    return std::max(0, std::min(origin, limit - length));
+}
+
+} // namespace glimto

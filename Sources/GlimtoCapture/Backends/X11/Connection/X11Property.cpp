@@ -1,0 +1,49 @@
+#include "Backends/X11/Connection/X11Property.h"
+
+namespace glimto {
+
+xcb_get_property_cookie_t X11Property::ask(
+    X11Connection& connection, xcb_window_t window, xcb_atom_t property, std::uint32_t maximumBytes)
+{
+    return xcb_get_property(
+        connection.xcb(), 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, (maximumBytes + 3) / 4);
+}
+
+X11Property X11Property::receive(X11Connection& connection, xcb_get_property_cookie_t cookie)
+{
+    X11Property property;
+    property.reply_ = connection.reply<xcb_get_property_reply_t>(cookie);
+    return property;
+}
+
+xcb_atom_t X11Property::type() const
+{
+    return reply_ ? reply_->type : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
+std::string_view X11Property::bytes() const
+{
+    if (!reply_ || reply_->format != 8)
+        return {};
+    return {static_cast<const char*>(xcb_get_property_value(reply_.get())), reply_->value_len};
+}
+
+std::span<const std::uint32_t> X11Property::numbers() const
+{
+    if (!reply_ || reply_->format != 32)
+        return {};
+    return {static_cast<const std::uint32_t*>(xcb_get_property_value(reply_.get())), reply_->value_len};
+}
+
+std::optional<std::uint32_t> X11Property::firstNumber() const
+{
+    const auto all = numbers();
+    return all.empty() ? std::nullopt : std::optional(all.front());
+}
+
+bool X11Property::wasCut() const
+{
+    return reply_ && reply_->bytes_after > 0;
+}
+
+} // namespace glimto

@@ -1,0 +1,117 @@
+#include "Backends/X11/Connection/X11SharedMemory.h"
+
+#include <cerrno>
+#include <utility>
+
+#include <sys/ipc.h>
+#include <sys/mman.h>
+#include <sys/shm.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "Support/FileDescriptor.h"
+
+namespace glimto {
+
+namespace {
+
+// Only over a local socket do the server and this process surely run on the same machine.
+bool isLocal(const X11Connection& connection)
+{
+    sockaddr_storage address = {};
+    socklen_t length = sizeof address;
+    return getsockname(connection.fileDescriptor(), reinterpret_cast<sockaddr*>(&address), &length) == 0
+        && address.ss_family == AF_UNIX;
+}
+
+std::uint8_t* mapped(std::size_t size, int flags, int descriptor)
+{
+    void* address = mmap(nullptr, size, PROT_READ | PROT_WRITE, flags, descriptor, 0);
+    return address == MAP_FAILED ? nullptr : static_cast<std::uint8_t*>(address);
+}
+
+} // namespace
+
+X11SharedMemory::X11SharedMemory(Kind kind, std::uint8_t* bytes, std::size_t size)
+    : kind_(kind)
+    , bytes_(bytes)
+    , size_(size)
+{
+}
+
+X11SharedMemory::~X11SharedMemory()
+{
+    if (kind_ == Kind::systemV)
+        shmdt(bytes_);
+    else
+        munmap(bytes_, size_);
+}
+
+std::shared_ptr<X11SharedMemory> X11SharedMemory::make(X11Connection& connection, std::size_t size)
+{
+    if (!isLocal(connection) || !connection.hasExtension(xcb_shm_id))
+        return makePlain(size);
+    const auto version
+        = connection.reply<xcb_shm_query_version_reply_t>(xcb_shm_query_version(connection.xcb()));
+    const bool takesDescriptors = version
+        && std::pair(version->major_version, version->minor_version)
+            >= std::pair<std::uint16_t, std::uint16_t>(1, 2);
+    std::shared_ptr<X11SharedMemory> memory;
+    if (takesDescriptors)
+        memory = makeByDescriptor(connection, size);
+    if (!memory)
+        memory = makeSystemV(connection, size);
+    return memory ? memory : makePlain(size);
+}
+
+std::shared_ptr<X11SharedMemory> X11SharedMemory::makePlain(std::size_t size)
+{
+    std::uint8_t* bytes = mapped(size, MAP_PRIVATE | MAP_ANONYMOUS, -1);
+    if (!bytes)
+        throw PlatformError::posix("Could not get memory for a picture", errno);
+    return std::shared_ptr<X11SharedMemory>(new X11SharedMemory(Kind::mapped, bytes, size));
+}
+
+std::shared_ptr<X11SharedMemory> X11SharedMemory::makeByDescriptor(
+    X11Connection& connection, std::size_t size)
+{
+    FileDescriptor file(memfd_create("glimto-picture", MFD_CLOEXEC));
+    if (!file || ftruncate(file.get(), static_cast<off_t>(size)) != 0)
+        return nullptr;
+    std::uint8_t* bytes = mapped(size, MAP_SHARED, file.get());
+    if (!bytes)
+        return nullptr;
+    std::shared_ptr<X11SharedMemory> memory(new X11SharedMemory(Kind::mapped, bytes, size));
+    // xcb closes the descriptor that it is given.
+    const int sent = dup(file.get());
+    if (sent < 0)
+        return nullptr;
+    const xcb_shm_seg_t segment = xcb_generate_id(connection.xcb());
+    if (connection.check(xcb_shm_attach_fd_checked(connection.xcb(), segment, sent, false)))
+        return nullptr;
+    memory->segment_ = segment;
+    return memory;
+}
+
+std::shared_ptr<X11SharedMemory> X11SharedMemory::makeSystemV(X11Connection& connection, std::size_t size)
+{
+    const int id = shmget(IPC_PRIVATE, size, IPC_CREAT | 0600);
+    if (id < 0)
+        return nullptr;
+    void* address = shmat(id, nullptr, 0);
+    std::shared_ptr<X11SharedMemory> memory;
+    if (address != reinterpret_cast<void*>(-1)) {
+        memory.reset(new X11SharedMemory(Kind::systemV, static_cast<std::uint8_t*>(address), size));
+        const xcb_shm_seg_t segment = xcb_generate_id(connection.xcb());
+        if (connection.check(
+                xcb_shm_attach_checked(connection.xcb(), segment, static_cast<std::uint32_t>(id), false)))
+            memory.reset();
+        else
+            memory->segment_ = segment;
+    }
+    // The memory lives until the last user has let go of it, so nothing is left behind by a crash.
+    shmctl(id, IPC_RMID, nullptr);
+    return memory;
+}
+
+} // namespace glimto

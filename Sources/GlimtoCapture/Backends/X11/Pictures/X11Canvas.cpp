@@ -1,0 +1,88 @@
+#include "Backends/X11/Pictures/X11Canvas.h"
+
+#include <cstring>
+
+namespace glimto {
+
+X11Canvas::X11Canvas(X11Connection& connection, PixelSize size, std::uint8_t depth)
+    : connection_(connection)
+    , size_(size)
+    , memory_(X11SharedMemory::make(
+          connection, 4 * static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height)))
+{
+    xcb_connection_t* xcb = connection_.xcb();
+    pixmap_ = xcb_generate_id(xcb);
+    isShared_ = makeSharedPixmap(depth);
+    if (!isShared_) {
+        const auto made = xcb_create_pixmap_checked(xcb, depth, pixmap_, connection_.root(),
+            static_cast<std::uint16_t>(size.width), static_cast<std::uint16_t>(size.height));
+        if (connection_.check(made))
+            throw x11Error(X11Failure::sharedMemory, "The X server has no memory for a picture.");
+    }
+    stale_ = xcb_generate_id(xcb);
+    xcb_xfixes_create_region(xcb, stale_, 0, nullptr);
+    if (!isShared())
+        clear();
+    setAllStale();
+}
+
+X11Canvas::~X11Canvas()
+{
+    xcb_connection_t* xcb = connection_.xcb();
+    xcb_xfixes_destroy_region(xcb, stale_);
+    xcb_free_pixmap(xcb, pixmap_);
+    if (memory_->segment() != XCB_NONE)
+        xcb_shm_detach(xcb, memory_->segment());
+}
+
+// Some servers share memory but draw into none of it.
+bool X11Canvas::makeSharedPixmap(std::uint8_t depth)
+{
+    if (memory_->segment() == XCB_NONE)
+        return false;
+    const auto made = xcb_shm_create_pixmap_checked(connection_.xcb(), pixmap_, connection_.root(),
+        static_cast<std::uint16_t>(size_.width), static_cast<std::uint16_t>(size_.height), depth,
+        memory_->segment(), 0);
+    return !connection_.check(made);
+}
+
+void X11Canvas::setAllStale()
+{
+    const xcb_rectangle_t whole = xcbRectangle(wholeOf(size_));
+    xcb_xfixes_set_region(connection_.xcb(), stale_, 1, &whole);
+    cursorRect = {};
+}
+
+void X11Canvas::clear()
+{
+    std::memset(bytes(), 0, memory_->size());
+    if (isShared())
+        return;
+    xcb_connection_t* xcb = connection_.xcb();
+    const xcb_gcontext_t black = xcb_generate_id(xcb);
+    const std::uint32_t foreground = 0;
+    const xcb_rectangle_t whole = xcbRectangle(wholeOf(size_));
+    xcb_create_gc(xcb, black, pixmap_, XCB_GC_FOREGROUND, &foreground);
+    xcb_poly_fill_rectangle(xcb, pixmap_, black, 1, &whole);
+    xcb_free_gc(xcb, black);
+}
+
+void X11Canvas::fetch(const PixelRect& rect)
+{
+    const auto image
+        = connection_.reply<xcb_get_image_reply_t>(xcb_get_image(connection_.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP,
+            pixmap_, static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
+            static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height), ~0U));
+    const std::size_t rowSize = 4 * static_cast<std::size_t>(rect.width);
+    if (!image
+        || static_cast<std::size_t>(xcb_get_image_data_length(image.get()))
+            < rowSize * static_cast<std::size_t>(rect.height))
+        return;
+    const std::uint8_t* from = xcb_get_image_data(image.get());
+    std::uint8_t* to
+        = bytes() + static_cast<std::size_t>(rect.y) * bytesPerRow() + 4 * static_cast<std::size_t>(rect.x);
+    for (int row = 0; row < rect.height; ++row, from += rowSize, to += bytesPerRow())
+        std::memcpy(to, from, rowSize);
+}
+
+} // namespace glimto

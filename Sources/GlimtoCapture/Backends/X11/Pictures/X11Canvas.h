@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include <xcb/xfixes.h>
+
+#include "Backends/X11/Connection/X11Connection.h"
+#include "Backends/X11/Connection/X11Regions.h"
+#include "Backends/X11/Connection/X11SharedMemory.h"
+
+namespace glimto {
+
+// A picture of fixed size that the X server draws into and this process reads.
+//
+// Where the server shares memory, what it draws is in bytes() as soon as a later request was answered.
+// Otherwise fetch() brings it.
+class X11Canvas {
+public:
+    // Black, and stale everywhere. Throws PlatformError.
+    X11Canvas(X11Connection& connection, PixelSize size, std::uint8_t depth);
+    ~X11Canvas();
+    X11Canvas(const X11Canvas&) = delete;
+    X11Canvas& operator=(const X11Canvas&) = delete;
+
+    PixelSize size() const { return size_; }
+    xcb_pixmap_t pixmap() const { return pixmap_; }
+    const std::shared_ptr<X11SharedMemory>& memory() const { return memory_; }
+    std::uint8_t* bytes() const { return memory_->bytes(); }
+    std::size_t bytesPerRow() const { return 4 * static_cast<std::size_t>(size_.width); }
+
+    // The server's region of what has changed in the source since it was drawn here.
+    xcb_xfixes_region_t stale() const { return stale_; }
+    void setAllStale();
+
+    // Where a cursor is drawn over the picture.
+    PixelRect cursorRect;
+
+    // The layout of the picture that is drawn here; canvases of an older layout are cleared.
+    std::uint64_t layout = 0;
+    void clear();
+
+    // Whether the server draws into bytes() itself.
+    bool isShared() const { return isShared_; }
+
+    // Reads the rectangle from the server into bytes(); only for canvases that are not shared.
+    void fetch(const PixelRect& rect);
+
+private:
+    bool makeSharedPixmap(std::uint8_t depth);
+
+    X11Connection& connection_;
+    PixelSize size_;
+    std::shared_ptr<X11SharedMemory> memory_; // shared with the consumers of the picture
+    xcb_pixmap_t pixmap_ = XCB_NONE;
+    bool isShared_ = false;
+    xcb_xfixes_region_t stale_ = XCB_NONE;
+};
+
+} // namespace glimto

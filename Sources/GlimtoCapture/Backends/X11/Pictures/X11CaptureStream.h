@@ -1,0 +1,64 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+#include "Backends/X11/Pictures/X11FrameGrabber.h"
+#include "Backends/X11/Pictures/X11FramePacer.h"
+#include "Backends/X11/Pictures/X11StreamOutputs.h"
+#include "Platform/CaptureStream.h"
+#include "Support/FileDescriptor.h"
+
+namespace glimto {
+
+// Captures a display, a part of it, or a window of the X server that DISPLAY names, on a connection and
+// a thread of its own.
+//
+// The server says what has changed, so an unchanged screen costs two wake-ups a second, and with the
+// pointer shown up to 15 short questions to the server as well. Frames are complete pictures; their
+// time is that at which they were asked for. Audio is not captured here.
+class X11CaptureStream : public CaptureStream {
+public:
+    X11CaptureStream(ContentFilter filter, CaptureStreamConfiguration configuration);
+    ~X11CaptureStream() override;
+
+    void start(Handlers handlers) override;
+    void stop() override;
+    void removeOutputs() override;
+
+private:
+    void run();
+    void capture();
+    void step();
+    void grab(std::int64_t now);
+    void deliver(std::int64_t now, bool isNew);
+    void waitUntil(std::int64_t deadline, bool forEvents);
+    void deliverLastPicture();
+    void endThread();
+
+    ContentFilter filter_;
+    CaptureStreamConfiguration configuration_;
+    X11StreamOutputs outputs_;
+    FileDescriptor wakeUp_; // readable once the stream is to end
+    std::atomic<bool> mustEnd_ = false;
+    std::atomic<bool> mustDeliverLastPicture_ = false;
+
+    // Of the stream's thread, once that runs. The grabber uses the connection, so it goes first.
+    std::unique_ptr<X11Connection> connection_;
+    std::unique_ptr<X11FrameGrabber> grabber_;
+    X11FramePacer pacer_;
+    std::int64_t lastTime_ = 0;
+    std::uint64_t nextSequenceNumber_ = 0;
+
+    std::thread thread_;
+};
+
+class X11CaptureStreamFactory : public CaptureStreamFactory {
+public:
+    // Whether the content can be captured shows itself when the stream starts.
+    std::unique_ptr<CaptureStream> makeCaptureStream(
+        const ContentFilter& filter, const CaptureStreamConfiguration& configuration) override;
+};
+
+} // namespace glimto

@@ -1,0 +1,63 @@
+#include "Backends/X11/Pictures/X11Cursor.h"
+
+namespace glimto {
+
+X11Cursor::X11Cursor(X11Connection& connection)
+    : connection_(connection)
+{
+    xcb_xfixes_select_cursor_input(
+        connection_.xcb(), connection_.root(), XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
+}
+
+void X11Cursor::handle(const xcb_generic_event_t& event)
+{
+    if ((event.response_type & 0x7f) == connection_.firstEvent(xcb_xfixes_id) + XCB_XFIXES_CURSOR_NOTIFY)
+        hasNewShape_ = true;
+}
+
+void X11Cursor::request(const X11PictureSource::Place& place)
+{
+    place_ = place;
+    imageRequested_ = hasNewShape_;
+    if (imageRequested_)
+        imageCookie_ = xcb_xfixes_get_cursor_image(connection_.xcb());
+    pointerCookie_ = xcb_query_pointer(connection_.xcb(), place.window);
+}
+
+void X11Cursor::receive()
+{
+    // The later request first: with its answer the other one is there as well.
+    const auto pointer = connection_.reply<xcb_query_pointer_reply_t>(pointerCookie_);
+    if (imageRequested_)
+        receiveImage();
+    if (!pointer)
+        return;
+    x_ = pointer->win_x - place_.x;
+    y_ = pointer->win_y - place_.y;
+}
+
+void X11Cursor::receiveImage()
+{
+    const auto reply = connection_.reply<xcb_xfixes_get_cursor_image_reply_t>(imageCookie_);
+    hasNewShape_ = false;
+    // A server without a pointer has no image to give, and tells when it gets one.
+    if (!reply) {
+        image_ = {};
+        serial_ = 0;
+        return;
+    }
+    serial_ = reply->cursor_serial;
+    const std::uint32_t* pixels = xcb_xfixes_get_cursor_image_cursor_image(reply.get());
+    image_.size = {reply->width, reply->height};
+    image_.hotspotX = reply->xhot;
+    image_.hotspotY = reply->yhot;
+    image_.pixels.assign(pixels, pixels + xcb_xfixes_get_cursor_image_cursor_image_length(reply.get()));
+}
+
+void X11Cursor::draw(X11Canvas& canvas) const
+{
+    image_.drawAt(x_, y_, canvas.bytes(), canvas.bytesPerRow(), canvas.size());
+    canvas.cursorRect = rect(canvas.size());
+}
+
+} // namespace glimto

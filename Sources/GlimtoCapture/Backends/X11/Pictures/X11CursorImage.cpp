@@ -1,0 +1,49 @@
+#include "Backends/X11/Pictures/X11CursorImage.h"
+
+namespace glimto {
+
+namespace {
+
+// value / 255, rounded, for values up to 255 * 255.
+std::uint32_t dividedBy255(std::uint32_t value)
+{
+    return (value + 128 + ((value + 128) >> 8)) >> 8;
+}
+
+void blend(std::uint8_t* pixel, std::uint32_t source)
+{
+    const std::uint32_t alpha = source >> 24;
+    for (unsigned channel = 0; channel < 3; ++channel) {
+        const std::uint32_t over = (source >> (8 * channel)) & 0xff;
+        const std::uint32_t sum = over + dividedBy255(pixel[channel] * (255 - alpha));
+        pixel[channel] = static_cast<std::uint8_t>(sum > 255 ? 255 : sum);
+    }
+}
+
+} // namespace
+
+PixelRect X11CursorImage::rectAt(int x, int y, PixelSize picture) const
+{
+    return intersection({x - hotspotX, y - hotspotY, size.width, size.height}, wholeOf(picture));
+}
+
+void X11CursorImage::drawAt(
+    int x, int y, std::uint8_t* bytes, std::size_t bytesPerRow, PixelSize picture) const
+{
+    const PixelRect rect = rectAt(x, y, picture);
+    for (int row = rect.y; row < rect.y + rect.height; ++row) {
+        const auto sourceRow
+            = static_cast<std::size_t>(row - (y - hotspotY)) * static_cast<std::size_t>(size.width);
+        const std::uint32_t* source
+            = pixels.data() + sourceRow + static_cast<std::size_t>(rect.x - (x - hotspotX));
+        std::uint8_t* target
+            = bytes + static_cast<std::size_t>(row) * bytesPerRow + 4 * static_cast<std::size_t>(rect.x);
+        for (int column = 0; column < rect.width; ++column, target += 4) {
+            // A pixel without alpha may still add light: only an all-zero one changes nothing.
+            if (source[column] != 0)
+                blend(target, source[column]);
+        }
+    }
+}
+
+} // namespace glimto

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "Backends/X11/Connection/X11PixelRects.h"
+
+namespace glimto {
+
+// A pointer's picture: pixels 0xAARRGGBB, premultiplied with their alpha, rows from top to bottom.
+struct X11CursorImage {
+    PixelSize size;
+    int hotspotX = 0; // the pixel that points
+    int hotspotY = 0;
+    std::vector<std::uint32_t> pixels;
+
+    // What it covers of a picture when it points at (x, y) there.
+    PixelRect rectAt(int x, int y, PixelSize picture) const;
+
+    // Draws it over a picture of 32 bits a pixel (B, G, R, X), pointing at (x, y). What lies outside the
+    // picture is left out.
+    void drawAt(int x, int y, std::uint8_t* bytes, std::size_t bytesPerRow, PixelSize picture) const;
+};
+
+} // namespace glimto

@@ -1,0 +1,204 @@
+#include "Backends/X11/Pictures/X11WindowPicture.h"
+
+#include <algorithm>
+#include <cmath>
+#include <span>
+#include <utility>
+
+#include <xcb/composite.h>
+
+#include "Backends/X11/Windows/X11WindowRules.h"
+
+namespace glimto {
+
+namespace {
+
+// How long the window gets to draw what others have covered up to now: the server has not kept that,
+// and has put what covered it there instead.
+constexpr std::chrono::milliseconds timeToRepaint{30};
+
+constexpr char frameExtentsName[] = "_GTK_FRAME_EXTENTS";
+
+PlatformError windowGone()
+{
+    return x11Error(X11Failure::sourceGone, "The window being captured was closed.");
+}
+
+// The window without its shadow.
+PixelRect contentOf(PixelSize size, const xcb_get_property_reply_t* extents)
+{
+    std::span<const std::uint32_t> numbers;
+    if (extents && extents->format == 32) {
+        numbers = {static_cast<const std::uint32_t*>(xcb_get_property_value(extents)),
+            static_cast<std::size_t>(xcb_get_property_value_length(extents)) / sizeof(std::uint32_t)};
+    }
+    const Rect inner
+        = withoutShadow({0, 0, static_cast<double>(size.width), static_cast<double>(size.height)}, numbers);
+    return {static_cast<int>(std::lround(inner.x)), static_cast<int>(std::lround(inner.y)),
+        static_cast<int>(std::lround(inner.width)), static_cast<int>(std::lround(inner.height))};
+}
+
+} // namespace
+
+X11WindowPicture::X11WindowPicture(X11Connection& connection, xcb_window_t window)
+    : connection_(connection)
+    , window_(window)
+    , damage_(connection, window)
+{
+    xcb_connection_t* xcb = connection_.xcb();
+    connection_.requireExtension(xcb_composite_id, "Composite");
+    const std::uint32_t events
+        = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_VISIBILITY_CHANGE | XCB_EVENT_MASK_PROPERTY_CHANGE;
+    xcb_change_window_attributes(xcb, window_, XCB_CW_EVENT_MASK, &events);
+    const auto version = xcb_composite_query_version(xcb, 0, 4);
+    const auto atom = xcb_intern_atom(xcb, false, sizeof frameExtentsName - 1, frameExtentsName);
+    const auto attributesCookie = xcb_get_window_attributes(xcb, window_);
+    const auto geometryCookie = xcb_get_geometry(xcb, window_);
+    const auto geometry = connection_.reply<xcb_get_geometry_reply_t>(geometryCookie);
+    const auto attributes = connection_.reply<xcb_get_window_attributes_reply_t>(attributesCookie);
+    const auto extents = connection_.reply<xcb_intern_atom_reply_t>(atom);
+    connection_.reply<xcb_composite_query_version_reply_t>(version);
+    if (!geometry || !attributes)
+        throw windowGone();
+    if (attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY)
+        throw x11Error(
+            X11Failure::unsupportedVisual, "The window to capture has no picture: it only takes input.");
+    requirePixelFormat(connection_, geometry->depth, attributes->visual, "The window to capture");
+    depth_ = geometry->depth;
+    if (extents)
+        frameExtents_ = extents->atom;
+    isShown_ = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+
+    context_ = makeCopyContext(connection_, depth_);
+    bounds_ = xcb_generate_id(xcb);
+    xcb_xfixes_create_region(xcb, bounds_, 0, nullptr);
+    // From here on the window has all of its contents in memory of its own.
+    xcb_composite_redirect_window(xcb, window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+    readyAt_ = std::chrono::steady_clock::now() + timeToRepaint;
+    takePixmap();
+}
+
+X11WindowPicture::~X11WindowPicture()
+{
+    xcb_connection_t* xcb = connection_.xcb();
+    if (pixmap_ != XCB_NONE)
+        xcb_free_pixmap(xcb, pixmap_);
+    xcb_composite_unredirect_window(xcb, window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+    xcb_xfixes_destroy_region(xcb, bounds_);
+    xcb_free_gc(xcb, context_);
+}
+
+void X11WindowPicture::handle(const xcb_generic_event_t& event)
+{
+    // What others send to the window says nothing about what the server did.
+    if (damage_.handle(event) || (event.response_type & 0x80) != 0)
+        return;
+    switch (event.response_type) {
+    case XCB_DESTROY_NOTIFY:
+        isGone_ = isGone_ || reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window == window_;
+        break;
+    case XCB_MAP_NOTIFY:
+        mayHaveNewPixmap_ = isShown_ = true;
+        break;
+    case XCB_UNMAP_NOTIFY:
+        isShown_ = false;
+        break;
+    case XCB_VISIBILITY_NOTIFY:
+        handleVisibility(reinterpret_cast<const xcb_visibility_notify_event_t&>(event));
+        break;
+    case XCB_CONFIGURE_NOTIFY:
+        handleConfigure(reinterpret_cast<const xcb_configure_notify_event_t&>(event));
+        break;
+    case XCB_PROPERTY_NOTIFY:
+        if (reinterpret_cast<const xcb_property_notify_event_t&>(event).atom == frameExtents_)
+            mayHaveNewPixmap_ = true;
+        break;
+    default:
+        break;
+    }
+}
+
+// The only sign that a window is shown again whose frame was hidden with it inside.
+void X11WindowPicture::handleVisibility(const xcb_visibility_notify_event_t& event)
+{
+    if (event.state == XCB_VISIBILITY_FULLY_OBSCURED)
+        return;
+    mayHaveNewPixmap_ = isShown_ = true;
+}
+
+void X11WindowPicture::handleConfigure(const xcb_configure_notify_event_t& event)
+{
+    if (event.window == window_
+        && (PixelSize{event.width, event.height} != windowSize_ || event.border_width != border_))
+        mayHaveNewPixmap_ = true;
+}
+
+void X11WindowPicture::update()
+{
+    if (isGone_)
+        throw windowGone();
+    if (std::exchange(mayHaveNewPixmap_, false))
+        takePixmap();
+}
+
+void X11WindowPicture::takePixmap()
+{
+    mayHaveNewPixmap_ = false;
+    xcb_connection_t* xcb = connection_.xcb();
+    const xcb_pixmap_t pixmap = xcb_generate_id(xcb);
+    xcb_composite_name_window_pixmap(xcb, window_, pixmap);
+    const auto pixmapCookie = xcb_get_geometry(xcb, pixmap);
+    const auto windowCookie = xcb_get_geometry(xcb, window_);
+    const auto extentsCookie = xcb_get_property(xcb, false, window_, frameExtents_, XCB_ATOM_CARDINAL, 0, 4);
+    const auto extents = connection_.reply<xcb_get_property_reply_t>(extentsCookie);
+    const auto windowGeometry = connection_.reply<xcb_get_geometry_reply_t>(windowCookie);
+    const auto pixmapGeometry = connection_.reply<xcb_get_geometry_reply_t>(pixmapCookie);
+    if (!windowGeometry)
+        throw windowGone();
+    border_ = windowGeometry->border_width;
+    windowSize_ = {windowGeometry->width, windowGeometry->height};
+    // A hidden window has no pixmap to name; what it showed last is kept.
+    if (!pixmapGeometry && pixmap_ != XCB_NONE)
+        return;
+    if (pixmapGeometry) {
+        if (pixmap_ != XCB_NONE)
+            xcb_free_pixmap(xcb, pixmap_);
+        pixmap_ = pixmap;
+        // The border may be another by now than that in the pixmap.
+        windowSize_ = {std::max(1, pixmapGeometry->width - 2 * border_),
+            std::max(1, pixmapGeometry->height - 2 * border_)};
+    }
+    content_ = contentOf(windowSize_, extents.get());
+    ++layout_;
+    const xcb_rectangle_t bounds = xcbRectangle(wholeOf(size()));
+    xcb_xfixes_set_region(xcb, bounds_, 1, &bounds);
+}
+
+void X11WindowPicture::requestChanges(xcb_xfixes_region_t changes)
+{
+    damage_.requestTake(changes);
+    if (content_.x != 0 || content_.y != 0) {
+        xcb_xfixes_translate_region(connection_.xcb(), changes, static_cast<std::int16_t>(-content_.x),
+            static_cast<std::int16_t>(-content_.y));
+    }
+    xcb_xfixes_intersect_region(connection_.xcb(), changes, bounds_, changes);
+}
+
+void X11WindowPicture::requestCopy(xcb_pixmap_t target, xcb_xfixes_region_t clip)
+{
+    if (pixmap_ == XCB_NONE)
+        return;
+    xcb_xfixes_set_gc_clip_region(connection_.xcb(), context_, clip, 0, 0);
+    xcb_copy_area(connection_.xcb(), pixmap_, target, context_,
+        static_cast<std::int16_t>(border_ + content_.x), static_cast<std::int16_t>(border_ + content_.y), 0,
+        0, static_cast<std::uint16_t>(content_.width), static_cast<std::uint16_t>(content_.height));
+}
+
+std::optional<X11PictureSource::Place> X11WindowPicture::place() const
+{
+    if (!isShown_)
+        return std::nullopt;
+    return Place{window_, content_.x, content_.y};
+}
+
+} // namespace glimto

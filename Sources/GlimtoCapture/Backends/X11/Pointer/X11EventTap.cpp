@@ -1,0 +1,186 @@
+#include "Backends/X11/Pointer/X11EventTap.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <limits>
+#include <span>
+#include <utility>
+
+#include <poll.h>
+#include <sys/eventfd.h>
+
+#include "Support/TimeStamps.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+// A timer of one second is to find an attempt permitted every time.
+constexpr std::int64_t attemptInterval = nanosecondsPerSecond - nanosecondsPerSecond / 20;
+// How long the last events are waited for once the tap is to end.
+constexpr std::int64_t endTimeout = nanosecondsPerSecond / 10;
+constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
+constexpr std::uint64_t maskBits = 64;
+
+void waitFor(std::span<pollfd> entries, std::int64_t deadline)
+{
+    const std::int64_t left = std::max<std::int64_t>(0, deadline - hostTimeNanoseconds());
+    const timespec timeout = {.tv_sec = left / nanosecondsPerSecond, .tv_nsec = left % nanosecondsPerSecond};
+    // Whatever ends the wait, the caller looks what there is to do.
+    ::ppoll(entries.data(), entries.size(), &timeout, nullptr);
+}
+
+} // namespace
+
+X11EventTap::X11EventTap(
+    std::unique_ptr<X11PointerListener> listener, std::uint64_t eventMask, FileDescriptor wakeUp)
+    : listener_(std::move(listener))
+    , eventMask_(eventMask)
+    , wakeUp_(std::move(wakeUp))
+{
+}
+
+X11EventTap::~X11EventTap() = default;
+
+bool X11EventTap::isEnabled() const
+{
+    return isEnabled_;
+}
+
+void X11EventTap::enable()
+{
+    const std::int64_t now = hostTimeNanoseconds();
+    if (isEnabled_ || now < nextAttempt_)
+        return;
+    nextAttempt_ = now + attemptInterval;
+    try {
+        if (!listener_)
+            listener_ = X11PointerListener::open();
+        listener_->listen();
+        pacer_ = listener_->hasRecord() ? X11PointerPacer(X11PointerPacer::whenRecorded) : X11PointerPacer();
+        isEnabled_ = true;
+    } catch (const std::exception&) {
+        listener_.reset();
+    }
+}
+
+void X11EventTap::stop()
+{
+    mustEnd_ = true;
+    eventfd_write(wakeUp_.get(), 1);
+}
+
+void X11EventTap::run(std::chrono::nanoseconds timerPeriod, const Handlers& handlers)
+{
+    std::int64_t timerDue = hostTimeNanoseconds() + timerPeriod.count();
+    while (!mustEnd_) {
+        const std::int64_t now = hostTimeNanoseconds();
+        if (now >= timerDue) {
+            timerDue = std::max(timerDue + timerPeriod.count(), now);
+            handlers.onTimer();
+        }
+        const auto wait = listenFor(now);
+        deliver(handlers);
+        if (wait)
+            waitUntil(std::min(wait->until, timerDue), wait->wakesOnEvents);
+    }
+    finish();
+    deliver(handlers);
+}
+
+std::optional<X11EventTap::Wait> X11EventTap::listenFor(std::int64_t now)
+{
+    if (!isEnabled_)
+        return Wait{never, false};
+    try {
+        listener_->receive();
+        if (listener_->isAsking())
+            return Wait{never, true};
+        const auto next = pacer_.next(now, listener_->isWaiting());
+        if (!next.mustAsk)
+            return Wait{next.until, next.wakesOnEvents};
+        listener_->ask();
+        pacer_.didAsk(now);
+    } catch (const std::exception&) {
+        disable();
+    }
+    return std::nullopt;
+}
+
+void X11EventTap::disable()
+{
+    listener_->settleUnanswered();
+    settled_ = listener_->take();
+    listener_.reset();
+    isEnabled_ = false;
+}
+
+// What happened before the end is told, even if the server takes too long to say where.
+void X11EventTap::finish()
+{
+    if (!isEnabled_)
+        return;
+    try {
+        const std::int64_t deadline = hostTimeNanoseconds() + endTimeout;
+        // The answer to the second question follows all that was recorded before the first one.
+        for (int question = 0; question < 2; ++question) {
+            listener_->receive();
+            if (!listener_->isAsking())
+                listener_->ask();
+            listener_->receive();
+            while (listener_->isAsking() && hostTimeNanoseconds() < deadline) {
+                waitForServer(deadline);
+                listener_->receive();
+            }
+        }
+        listener_->settleUnanswered();
+    } catch (const std::exception&) {
+        disable();
+    }
+}
+
+void X11EventTap::deliver(const Handlers& handlers)
+{
+    if (listener_)
+        settled_ = listener_->take();
+    if (!settled_.empty())
+        pacer_.didHappen(hostTimeNanoseconds());
+    for (const auto& event : std::exchange(settled_, {})) {
+        const auto bit = static_cast<std::uint64_t>(event.type);
+        if (bit < maskBits && ((eventMask_ >> bit) & 1U) != 0)
+            handlers.onEvent(event);
+    }
+}
+
+void X11EventTap::waitUntil(std::int64_t deadline, bool forServer)
+{
+    std::array<pollfd, 3> entries = {{
+        {.fd = wakeUp_.get(), .events = POLLIN, .revents = 0},
+        {.fd = forServer ? listener_->fileDescriptor() : -1, .events = POLLIN, .revents = 0},
+        {.fd = forServer ? listener_->recordFileDescriptor() : -1, .events = POLLIN, .revents = 0},
+    }};
+    waitFor(entries, deadline);
+}
+
+// The tap's own wake-up has been seen by then.
+void X11EventTap::waitForServer(std::int64_t deadline)
+{
+    pollfd entry = {.fd = listener_->fileDescriptor(), .events = POLLIN, .revents = 0};
+    waitFor({&entry, 1}, deadline);
+}
+
+std::unique_ptr<EventTap> X11EventTapFactory::makeListenOnlyTap(std::uint64_t eventMask)
+{
+    try {
+        FileDescriptor wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+        if (!wakeUp)
+            return nullptr;
+        return std::make_unique<X11EventTap>(X11PointerListener::open(), eventMask, std::move(wakeUp));
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
+} // namespace glimto

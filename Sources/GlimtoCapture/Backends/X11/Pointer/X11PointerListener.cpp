@@ -1,0 +1,399 @@
+#include "Backends/X11/Pointer/X11PointerListener.h"
+
+#include <algorithm>
+#include <array>
+
+#include <xcb/xcbext.h>
+
+#include "Support/TimeStamps.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr std::int64_t measurementInterval = 10'000'000'000;
+constexpr int firstMeasurements = 5;
+constexpr std::uint16_t majorVersion = 2;
+constexpr std::uint16_t leastMinorVersion = 1; // raw events also while another client holds a grab
+constexpr std::uint16_t minorVersion = 2; // touches
+// What happened that long before a question is sure to be known when the answer comes.
+constexpr std::int64_t clockTolerance = 2'000'000;
+
+struct EventMask {
+    xcb_input_event_mask_t head;
+    std::uint32_t mask;
+};
+
+EventMask maskFor(xcb_input_device_id_t device, std::uint32_t mask)
+{
+    return {.head = {.deviceid = device, .mask_len = 1}, .mask = mask};
+}
+
+bool isSet(const std::uint32_t* words, int count, std::uint32_t bit)
+{
+    const auto word = static_cast<int>(bit / 32);
+    return word < count && ((words[word] >> (bit % 32)) & 1U) != 0;
+}
+
+// The values stand in the order of the axes whose bits are set.
+std::vector<X11AxisValue> axisValues(const xcb_input_raw_button_press_event_t& event)
+{
+    const auto* mask = xcb_input_raw_button_press_valuator_mask(&event);
+    const int maskLength = xcb_input_raw_button_press_valuator_mask_length(&event);
+    const auto* numbers = xcb_input_raw_button_press_axisvalues(&event);
+    std::vector<X11AxisValue> values;
+    for (int axis = 0; axis < maskLength * 32; ++axis) {
+        if (isSet(mask, maskLength, static_cast<std::uint32_t>(axis)))
+            values.push_back({axis, x11Number(*numbers++)});
+    }
+    return values;
+}
+
+X11PointerAnswer answerFrom(X11PointerID pointer, const xcb_input_xi_query_pointer_reply_t& reply)
+{
+    constexpr int fractionBits = 16;
+    const auto* buttons = xcb_input_xi_query_pointer_buttons(&reply);
+    const int length = xcb_input_xi_query_pointer_buttons_length(&reply);
+    return {
+        .pointer = pointer,
+        .location = {static_cast<double>(reply.root_x >> fractionBits),
+            static_cast<double>(reply.root_y >> fractionBits)},
+        .leftIsDown = isSet(buttons, length, 1),
+        .rightIsDown = isSet(buttons, length, 3),
+    };
+}
+
+} // namespace
+
+std::unique_ptr<X11PointerListener> X11PointerListener::open()
+{
+    return std::make_unique<X11PointerListener>(X11Connection::open());
+}
+
+X11PointerListener::X11PointerListener(std::unique_ptr<X11Connection> connection)
+    : connection_(std::move(connection))
+    , devices_(*connection_)
+    , events_(connection_->screen().width_in_pixels, connection_->screen().height_in_pixels)
+    , width_(connection_->screen().width_in_pixels)
+    , height_(connection_->screen().height_in_pixels)
+{
+    connection_->requireExtension(xcb_input_id, "XInputExtension");
+    inputOpcode_ = xcb_get_extension_data(connection_->xcb(), &xcb_input_id)->major_opcode;
+    const auto cookie = xcb_input_xi_query_version(connection_->xcb(), majorVersion, minorVersion);
+    const auto version = connection_->reply<xcb_input_xi_query_version_reply_t>(cookie);
+    const auto offered = version ? std::pair(version->major_version, version->minor_version)
+                                 : std::pair<std::uint16_t, std::uint16_t>();
+    hasTouches_ = offered >= std::pair(majorVersion, minorVersion);
+    if (offered < std::pair(majorVersion, leastMinorVersion))
+        throw x11Error(X11Failure::missingExtension, "The X server has no X Input extension of version 2.1.");
+}
+
+void X11PointerListener::listen()
+{
+    makeClockWindow();
+    for (int count = 0; count < firstMeasurements; ++count)
+        measureClock();
+    startRecord();
+    selectEvents();
+    devices_.read();
+    devicesAreOld_ = false;
+}
+
+// Without a record the tap is less exact, and works.
+void X11PointerListener::startRecord()
+{
+    try {
+        record_ = X11EventRecord::start();
+    } catch (const PlatformError&) {
+        record_ = nullptr;
+    }
+}
+
+// Never mapped; its property changes only for the time stamps that the server puts on them.
+void X11PointerListener::makeClockWindow()
+{
+    clockWindow_ = xcb_generate_id(connection_->xcb());
+    const std::array<std::uint32_t, 2> values = {1, XCB_EVENT_MASK_PROPERTY_CHANGE};
+    xcb_create_window(connection_->xcb(), 0, clockWindow_, connection_->root(), -1, -1, 1, 1, 0,
+        XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK,
+        values.data());
+}
+
+void X11PointerListener::askForTime()
+{
+    constexpr std::uint8_t bitsPerItem = 8;
+    timeAskedAt_ = hostTimeNanoseconds();
+    nextMeasurement_ = *timeAskedAt_ + measurementInterval;
+    xcb_change_property(connection_->xcb(), XCB_PROP_MODE_APPEND, clockWindow_, XCB_ATOM_WM_NAME,
+        XCB_ATOM_STRING, bitsPerItem, 0, nullptr);
+}
+
+void X11PointerListener::measureClock()
+{
+    askForTime();
+    connection_->reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus(connection_->xcb()));
+    drain();
+}
+
+void X11PointerListener::selectEvents()
+{
+    // Every device's raw events come once more as those of the pointer that the device moves.
+    constexpr std::uint32_t raw = XCB_INPUT_XI_EVENT_MASK_RAW_MOTION
+        | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
+    constexpr std::uint32_t changes
+        = XCB_INPUT_XI_EVENT_MASK_HIERARCHY | XCB_INPUT_XI_EVENT_MASK_DEVICE_CHANGED;
+    constexpr std::uint32_t touches = XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_BEGIN
+        | XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_UPDATE | XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_END;
+    const std::array<EventMask, 2> masks = {
+        maskFor(XCB_INPUT_DEVICE_ALL_MASTER, hasTouches_ && record_ ? raw | touches : raw),
+        maskFor(XCB_INPUT_DEVICE_ALL, changes),
+    };
+    const auto input = xcb_input_xi_select_events_checked(
+        connection_->xcb(), connection_->root(), masks.size(), &masks[0].head);
+    const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    xcb_change_window_attributes(connection_->xcb(), connection_->root(), XCB_CW_EVENT_MASK, &structure);
+    if (const auto error = connection_->check(input))
+        throw PlatformError(
+            x11ErrorDomain, error->error_code, "The X server does not give its input events.");
+}
+
+void X11PointerListener::receive()
+{
+    drain();
+    if (record_) // read often, because the server does not keep much of it
+        drainRecord();
+    // An answer may have come together with events that follow it.
+    while (receiveAnswers())
+        drain();
+}
+
+void X11PointerListener::drain()
+{
+    while (const auto event = connection_->pollEvent())
+        handle(*event);
+}
+
+void X11PointerListener::handle(const xcb_generic_event_t& event)
+{
+    switch (event.response_type & 0x7f) {
+    case 0: // an error: a device was asked about that has just gone
+    case XCB_MAPPING_NOTIFY:
+        devicesAreOld_ = true;
+        break;
+    case XCB_PROPERTY_NOTIFY:
+        handleTime(reinterpret_cast<const xcb_property_notify_event_t&>(event).time);
+        break;
+    case XCB_CONFIGURE_NOTIFY: {
+        const auto& changed = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
+        width_ = changed.width;
+        height_ = changed.height;
+        events_.setScreenSize(width_, height_);
+        break;
+    }
+    case XCB_GE_GENERIC:
+        handleInput(reinterpret_cast<const xcb_ge_generic_event_t&>(event));
+        break;
+    default:
+        break;
+    }
+}
+
+void X11PointerListener::handleTime(std::uint32_t stamp)
+{
+    if (timeAskedAt_)
+        clock_.add({.stamp = stamp, .before = *timeAskedAt_, .after = hostTimeNanoseconds()});
+    timeAskedAt_.reset();
+}
+
+void X11PointerListener::handleInput(const xcb_ge_generic_event_t& event)
+{
+    if (event.extension != inputOpcode_)
+        return;
+    switch (event.event_type) {
+    case XCB_INPUT_RAW_MOTION:
+    case XCB_INPUT_RAW_BUTTON_PRESS:
+    case XCB_INPUT_RAW_BUTTON_RELEASE:
+        addRaw(reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event));
+        break;
+    case XCB_INPUT_RAW_TOUCH_BEGIN:
+    case XCB_INPUT_RAW_TOUCH_UPDATE:
+    case XCB_INPUT_RAW_TOUCH_END:
+        addTouch(reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event));
+        break;
+    case XCB_INPUT_HIERARCHY:
+        handleHierarchy(reinterpret_cast<const xcb_input_hierarchy_event_t&>(event));
+        break;
+    case XCB_INPUT_DEVICE_CHANGED:
+        // That another device moves a pointer than before is no change of a device.
+        if (reinterpret_cast<const xcb_input_device_changed_event_t&>(event).reason
+            == XCB_INPUT_CHANGE_REASON_DEVICE_CHANGE)
+            devicesAreOld_ = true;
+        break;
+    default:
+        break;
+    }
+}
+
+void X11PointerListener::addRaw(const xcb_input_raw_button_press_event_t& event)
+{
+    // The server makes buttons of a wheel's motion for old clients; the motion itself was there before.
+    const bool isMotion = event.event_type == XCB_INPUT_RAW_MOTION;
+    hasHeard_ = true;
+    if (!isMotion && (event.flags & XCB_INPUT_POINTER_EVENT_FLAGS_POINTER_EMULATED) != 0)
+        return;
+    if (std::exchange(devicesAreOld_, false))
+        devices_.read();
+    using Kind = X11PointerEvent::Kind;
+    const auto& device = devices_.device(event.sourceid);
+    const auto values = axisValues(event);
+    const std::int64_t now = hostTimeNanoseconds();
+    X11PointerEvent made;
+    made.pointer = event.deviceid;
+    made.sequence = event.full_sequence;
+    made.hostNs = std::min(now, clock_.hostTime(event.time, now));
+    made.motion = device.motion(values, width_, height_);
+    if (isMotion) {
+        made.scroll = device.scrollLines(values);
+    } else {
+        made.kind = event.event_type == XCB_INPUT_RAW_BUTTON_PRESS ? Kind::press : Kind::release;
+        made.button = device.logicalButton(event.detail);
+    }
+    if (record_)
+        addToRecord(made, event.time);
+    else
+        events_.add(made);
+}
+
+void X11PointerListener::addToRecord(const X11PointerEvent& event, std::uint32_t stamp)
+{
+    using Kind = X11RawAddition::Kind;
+    X11RawAddition addition;
+    addition.stamp = stamp;
+    addition.lines = event.scroll;
+    addition.button = event.button;
+    if (event.kind != X11PointerEvent::Kind::motion)
+        addition.kind = event.kind == X11PointerEvent::Kind::press ? Kind::press : Kind::release;
+    // Of plain motions the record tells all there is to know.
+    if (addition.kind != Kind::scroll || !event.scroll.isZero())
+        placed_.add(addition);
+}
+
+void X11PointerListener::addTouch(const xcb_input_raw_button_press_event_t& event)
+{
+    hasHeard_ = true;
+    if (std::exchange(devicesAreOld_, false))
+        devices_.read();
+    const auto& device = devices_.device(event.sourceid);
+    if (!device.isTouchScreen)
+        return;
+    const auto place = device.motion(axisValues(event), width_, height_);
+    const X11Touches::Touch touch
+        = {.device = event.sourceid, .id = event.detail, .stamp = event.time, .x = place.x, .y = place.y};
+    std::optional<X11RawAddition> addition;
+    if (event.event_type == XCB_INPUT_RAW_TOUCH_BEGIN)
+        addition = touches_.begin(touch);
+    else if (event.event_type == XCB_INPUT_RAW_TOUCH_UPDATE)
+        addition = touches_.move(touch);
+    else
+        addition = touches_.end(touch);
+    if (addition)
+        placed_.add(*addition);
+}
+
+void X11PointerListener::handleHierarchy(const xcb_input_hierarchy_event_t& event)
+{
+    devicesAreOld_ = true;
+    constexpr std::uint32_t gone
+        = XCB_INPUT_HIERARCHY_MASK_SLAVE_REMOVED | XCB_INPUT_HIERARCHY_MASK_DEVICE_DISABLED;
+    if ((event.flags & gone) == 0)
+        return;
+    for (const auto& addition : touches_.endAll(event.time))
+        placed_.add(addition);
+}
+
+void X11PointerListener::ask()
+{
+    if (std::exchange(devicesAreOld_, false))
+        devices_.read();
+    const std::int64_t now = hostTimeNanoseconds();
+    if (now >= nextMeasurement_ || clock_.needsMeasurement())
+        askForTime();
+    hasHeard_ = false;
+    Question question;
+    question.askedAt = now;
+    for (const auto pointer : devices_.pointers()) {
+        question.pointers.emplace_back(
+            pointer, xcb_input_xi_query_pointer(connection_->xcb(), connection_->root(), pointer));
+    }
+    if (!question.pointers.empty())
+        question_ = std::move(question);
+    connection_->flush();
+}
+
+// Whether an answer is there to every part of the question.
+bool X11PointerListener::receiveAnswers()
+{
+    while (question_ && question_->answeredCount < question_->pointers.size()) {
+        const auto [pointer, cookie] = question_->pointers[question_->answeredCount];
+        void* reply = nullptr;
+        xcb_generic_error_t* error = nullptr;
+        if (xcb_poll_for_reply(connection_->xcb(), cookie.sequence, &reply, &error) == 0)
+            return false;
+        const XCBHandle<xcb_generic_error_t> ownedError(error);
+        const XCBHandle<xcb_input_xi_query_pointer_reply_t> answer(
+            static_cast<xcb_input_xi_query_pointer_reply_t*>(reply));
+        ++question_->answeredCount;
+        if (answer)
+            question_->answers.push_back(answerFrom(pointer, *answer));
+        else
+            devicesAreOld_ = true;
+    }
+    if (!question_)
+        return false;
+    // What came before the answer is to be known before it counts.
+    const Question answered = *std::exchange(question_, std::nullopt);
+    drain();
+    settle(answered);
+    return true;
+}
+
+void X11PointerListener::settle(const Question& answered)
+{
+    if (!record_)
+        return events_.settle(answered.pointers.front().second.sequence, answered.askedAt, answered.answers);
+    drainRecord();
+    placed_.settle(clock_, hostTimeNanoseconds(), answered.askedAt - clockTolerance);
+    if (answered.answers.empty())
+        return;
+    // With several pointers nothing says which of them the record is about.
+    const Point place = answered.answers.front().location;
+    if (answered.answers.size() == 1 && !hasHeard_)
+        placed_.setPlace(place, answered.askedAt);
+    else
+        placed_.setFirstPlace(place);
+}
+
+void X11PointerListener::drainRecord()
+{
+    for (const auto& event : record_->take())
+        placed_.add(event);
+}
+
+bool X11PointerListener::isWaiting() const
+{
+    return record_ ? hasHeard_ || placed_.isWaiting() : events_.isWaiting();
+}
+
+void X11PointerListener::settleUnanswered()
+{
+    const std::int64_t now = hostTimeNanoseconds();
+    events_.settleUnanswered();
+    placed_.settle(clock_, now, now);
+}
+
+std::vector<InputEvent> X11PointerListener::take()
+{
+    return record_ ? placed_.take() : events_.take();
+}
+
+} // namespace glimto
