@@ -1,20 +1,56 @@
-# A room is one folder below Sources/GlimtoCapture, built as one static library. It may link only
-# the rooms below it; what it does not link, it cannot use.
-#
-# glimto_add_room(<name> FOLDER <folder> [ROOMS <room>...] [LIBRARIES <library>...])
+# A room is one folder below Sources/GlimtoCapture, built as one static library. Sources/rooms.json says
+# which rooms it builds on; it links those and no others, and what it does not link, it cannot use.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/Sources/rooms.json)
+file(READ ${CMAKE_SOURCE_DIR}/Sources/rooms.json GLIMTO_ROOMS)
+
+# The libraries of the rooms that `folder` (below Sources/GlimtoCapture) builds on. They were added before.
+function(glimto_rooms_below folder result)
+    string(JSON count LENGTH "${GLIMTO_ROOMS}" "${folder}" rooms)
+    set(libraries "")
+    if(count GREATER 0)
+        math(EXPR last "${count} - 1")
+        foreach(index RANGE ${last})
+            string(JSON room GET "${GLIMTO_ROOMS}" "${folder}" rooms ${index})
+            get_property(library GLOBAL PROPERTY "GLIMTO_ROOM_${room}")
+            if(NOT library)
+                message(FATAL_ERROR "${folder} builds on ${room}, which is not a room or is added later")
+            endif()
+            list(APPEND libraries ${library})
+        endforeach()
+    endif()
+    set(${result} ${libraries} PARENT_SCOPE)
+endfunction()
+
+# glimto_add_room(<name> FOLDER <folder> [LIBRARIES <outside library>...])
 function(glimto_add_room name)
-    cmake_parse_arguments(ROOM "" "FOLDER" "ROOMS;LIBRARIES" ${ARGN})
+    cmake_parse_arguments(ROOM "" "FOLDER" "LIBRARIES" ${ARGN})
+    file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/Sources/GlimtoCapture ${CMAKE_CURRENT_SOURCE_DIR}/${ROOM_FOLDER})
+    glimto_rooms_below(${folder} rooms)
     file(GLOB sources CONFIGURE_DEPENDS ${ROOM_FOLDER}/*.cpp)
     file(GLOB headers CONFIGURE_DEPENDS ${ROOM_FOLDER}/*.h)
     if(sources)
         add_library(${name} STATIC ${sources} ${headers})
         target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR}/Sources/GlimtoCapture)
-        target_link_libraries(${name} PUBLIC ${ROOM_ROOMS} PRIVATE ${ROOM_LIBRARIES})
+        target_link_libraries(${name} PUBLIC ${rooms} PRIVATE ${ROOM_LIBRARIES})
     else()
         add_library(${name} INTERFACE ${headers})
         target_include_directories(${name} INTERFACE ${CMAKE_SOURCE_DIR}/Sources/GlimtoCapture)
-        target_link_libraries(${name} INTERFACE ${ROOM_ROOMS})
+        target_link_libraries(${name} INTERFACE ${rooms})
     endif()
+    set_property(GLOBAL PROPERTY "GLIMTO_ROOM_${folder}" ${name})
+endfunction()
+
+# A module: a room that the program opens while it runs, because its libraries are slow to load.
+#
+# glimto_add_module(<name> FOLDER <folder>)
+function(glimto_add_module name)
+    cmake_parse_arguments(MODULE "" "FOLDER" "" ${ARGN})
+    file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/Sources/GlimtoCapture ${CMAKE_CURRENT_SOURCE_DIR}/${MODULE_FOLDER})
+    glimto_rooms_below(${folder} rooms)
+    file(GLOB sources CONFIGURE_DEPENDS ${MODULE_FOLDER}/*.cpp)
+    add_library(${name} MODULE ${sources})
+    target_link_libraries(${name} PRIVATE ${rooms})
+    set_target_properties(${name} PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
 endfunction()
 
 # The unit tests of one room: every Tests/Unit/<room>/*Tests.cpp in one program that links the room

@@ -7,52 +7,20 @@
 Documentation/architecture.md has the picture of the rooms.
 """
 
+import json
 import os
 import re
 import sys
 from pathlib import Path, PurePosixPath
 
 SOURCES = "Sources/GlimtoCapture/"
-SERVER_SOURCES = "Sources/GlimtoDevServer/"
-SERVER_LIBRARIES = r"httplib\.h|nlohmann/.*|openssl/.*"
 LONGEST_FILE = 600  # lines
 
-# What each room builds on; it sees these rooms and everything below them.
-BUILDS_ON = {
-    "Support": [],
-    "Platform": ["Support"],
-    "Options": ["Platform"],
-    "Lifecycle": ["Options"],
-    "Content": ["Lifecycle"],
-    "Artifacts": ["Lifecycle"],
-    "Audio": ["Content", "Artifacts"],
-    "InputEvents": ["Content", "Artifacts"],
-    "Recording": ["Audio", "InputEvents", "Content", "Artifacts"],
-    "Stills": ["Content", "Artifacts"],
-    "Upload": ["Artifacts", "Lifecycle"],
-    "CommandLine": ["Recording", "Stills", "Upload"],
-    "Backends": ["Platform"],
-    "main.cpp": ["CommandLine", "Backends"],
-}
-
-# Who may include the headers of an outside library: rooms, or folders below Backends/.
-LIBRARIES = {
-    r"xcb/.*": ["Backends/X11"],
-    r"X11/.*": ["Backends/X11"],
-    r"lib(av\w+|sw\w+)/.*": ["Backends/FFmpeg"],
-    r"x264\.h": ["Backends/FFmpeg"],
-    r"libyuv(\.h|/.*)": ["Backends/X11", "Backends/FFmpeg", "Backends/Images"],
-    r"pulse/.*": ["Backends/PulseAudio"],
-    r"turbojpeg\.h": ["Backends/Images"],
-    r"(libdeflate|spng)\.h": ["Backends/Images"],
-    r"(pango|cairo|fontconfig)/.*": ["Backends/Pango"],
-    r"(tesseract|leptonica)/.*": ["Backends/Tesseract"],
-    r"omp\.h": ["Backends/Tesseract"],
-    r"curl/.*": ["Backends/Network"],
-    r"unicode/.*": ["Backends/Network"],
-    r"openssl/.*": ["Support"],
-    r"nlohmann/.*": ["Support", "Lifecycle", "Content", "Artifacts", "Stills", "CommandLine", "Upload"],
-}
+# Every room by its folder, below SOURCES, or below Sources/ where it is another program: the rooms that it builds on, of which it sees these and everything
+# below them, and the headers of outside libraries that it may include. CMake links what this file says.
+ROOMS = json.loads((Path(__file__).resolve().parents[1] / "Sources/rooms.json").read_text("utf-8"))
+# The composition root sees every room, and no outside library.
+COMPOSITION_ROOT = "main.cpp"
 TEST_LIBRARIES = r"(gtest|gmock|nlohmann|benchmark)/.*"
 
 STANDARD = set("""
@@ -80,34 +48,35 @@ NOT_PORTABLE = re.compile(
     r"|clock_nanosleep|sendfile|copy_file_range|renameat2|gettid|syscall|getrandom|ppoll|dup3|mkostemp"
     r"|std::format|std::jthread|std::stop_token|std::stop_source)\b")
 
-# Texts that stand nowhere in the tree: the code speaks for itself, on any machine.
-WORDS = re.compile(
-    r"(?<![.>])\b(the )?sp[e]c(ification)?s?\b|\bParts? [0-9](\.[0-9])?\b|\bissue #?[0-9]+\b|\bthe brief\b", re.I)
-RIGHTFUL_WORDS = re.compile(
-    r"rfc|iso/iec|h\.264|json schema|freedesktop|xdg|desktop entry|directory sp[e]c|icccm|ewmh", re.I)
-MACHINE_PATH = re.compile(r"(^|[^A-Za-z0-9_.$}])/(work|root|farm)/")
-REGISTRY = re.compile(r"\bdeb\.debian\.org|\bpypi\.org|\bregistry\.npmjs|\bproxy\.golang|\bcrates\.io", re.I)
-
-
 def rooms_below(room):
     seen = set()
-    waiting = list(BUILDS_ON.get(room, []))
+    waiting = list(ROOMS[room]["rooms"]) if room in ROOMS else []
     while waiting:
         below = waiting.pop()
         if below not in seen:
             seen.add(below)
-            waiting += BUILDS_ON[below]
+            waiting += ROOMS[below]["rooms"]
     return seen
 
 
 def room_of(path):
-    """Room of a file or of an include below Sources/GlimtoCapture: its first folder, or main.cpp."""
-    return PurePosixPath(path).parts[0]
+    """The room of a file or of an include below SOURCES: the innermost folder that is one; "" when there is none."""
+    if path == COMPOSITION_ROOT:
+        return path
+    folders = PurePosixPath(path).parts[:-1]
+    for length in range(len(folders), 0, -1):
+        if "/".join(folders[:length]) in ROOMS:
+            return "/".join(folders[:length])
+    return ""
 
 
-def backend_of(path):
-    parts = PurePosixPath(path).parts
-    return parts[1] if len(parts) > 2 else ""
+def is_program(room):
+    """Whether it is another program, which stands beside SOURCES and writes its own headers without a folder."""
+    return room.startswith("Glimto")
+
+
+def is_backend(room):
+    return room.startswith("Backends/")
 
 
 def without_comments(text):
@@ -136,11 +105,11 @@ def includes(text):
 def own_include_refused(path, included):
     """Why the source file `path` may not include our header `included`, or None."""
     room, other = room_of(path), room_of(included)
-    if other not in BUILDS_ON or other == "main.cpp":
+    if is_program(room) and "/" not in included:
+        return None  # beside it
+    if other in ("", COMPOSITION_ROOT):
         return f'"{included}" is no header of a room; write it as seen from {SOURCES[:-1]}'
-    if room == other == "Backends" and backend_of(path) != backend_of(included):
-        return f'a backend includes another one: "{included}"'
-    if room != other and other not in rooms_below(room):
+    if room not in (other, COMPOSITION_ROOT) and other not in rooms_below(room):
         return f'{room} may not see {other}: "{included}"'
     return None
 
@@ -148,20 +117,23 @@ def own_include_refused(path, included):
 def outside_include_refused(path, included):
     """Why the source file `path` may not include the outside header `included`, or None."""
     room = room_of(path)
-    place = f"Backends/{backend_of(path)}" if room == "Backends" else room
-    for library, places in LIBRARIES.items():
-        if re.fullmatch(library, included):
-            return None if place in places else f"<{included}> belongs to {', '.join(places)} only"
+    headers = ROOMS.get(room, {}).get("headers", [])
+    if any(re.fullmatch(header, included) for header in headers):
+        return None
+    places = [place for place, rules in ROOMS.items()
+              if any(re.fullmatch(header, included) for header in rules.get("headers", []))]
+    if places:
+        return f"<{included}> belongs to {', '.join(places)} only"
     if included in STANDARD or (included in SUPPORT_ONLY and room == "Support"):
         return None
-    if room == "Backends" or room == "main.cpp" or included in POSIX:
+    if is_backend(room) or room == COMPOSITION_ROOT or included in POSIX:
         return None
     return f"<{included}> is neither standard C++ nor POSIX, or not for {room}"
 
 
 def is_backend_test(path):
     parts = PurePosixPath(path).parts
-    return len(parts) > 3 and parts[1] == "Unit" and parts[2] not in BUILDS_ON
+    return len(parts) > 3 and parts[1] == "Unit" and f"Backends/{parts[2]}" in ROOMS
 
 
 def test_include_refused(path, kind, included):
@@ -173,14 +145,19 @@ def test_include_refused(path, kind, included):
         ok = included in STANDARD | SUPPORT_ONLY | POSIX or re.fullmatch(TEST_LIBRARIES, included)
         return None if ok or parts[1] not in ("Unit", "Fakes") else f"<{included}> does not belong in portable tests"
     other = room_of(included)
+    fake = included.startswith("Fakes/")
     beside = "/" not in included or included.startswith("/".join(parts[1:3]) + "/")
-    if other == "Fakes" or beside or parts[1] not in ("Unit", "Fakes"):
+    if fake or beside or parts[1] not in ("Unit", "Fakes"):
         return None
     if parts[1] == "Fakes":
-        return f'a fake may not see {other}: "{included}"' if other in ("Backends", "main.cpp") else None
-    room = parts[2]
+        return f'a fake may not see {other}: "{included}"' if is_backend(other) else None
     if is_backend_test(path):
-        return own_include_refused(f"Backends/{room}/Tests.cpp", included)
+        backend = f"Backends/{parts[2]}"
+        if is_backend(other) and not (other + "/").startswith(backend + "/"):
+            return f'the tests of {backend} may not see {other}: "{included}"'
+        seen = rooms_below(backend) | {other for other in ROOMS if other.startswith(backend + "/")} | {backend}
+        return None if other in seen else f'the tests of {backend} may not see {other}: "{included}"'
+    room = parts[2] if parts[2] in ROOMS else f"Glimto{parts[2]}"
     if other != room and other not in rooms_below(room):
         return f'the tests of {room} may not see {other}: "{included}"'
     return None
@@ -212,7 +189,7 @@ def check_portable(code):
 
 
 def check_source(path, text):
-    """Violations in one file below Sources/GlimtoCapture, `path` as seen from there."""
+    """Violations in one source file, `path` as seen from SOURCES, or from Sources/ for another program."""
     for number, kind, included in includes(text):
         refused = own_include_refused(path, included) if kind == '"' else outside_include_refused(path, included)
         if refused:
@@ -220,21 +197,10 @@ def check_source(path, text):
     code = without_comments(text)
     if room_of(path) == "Support":
         code = re.sub(r"std::(jthread|stop_token|stop_source)\b", "", code)
-    if room_of(path) != "Backends":
+    if not is_backend(room_of(path)):
         yield from check_portable(code)
     if path.endswith(".h") and not re.search(r"^#pragma once$", text, re.MULTILINE):
         yield 1, "a header without #pragma once"
-
-
-def check_server_source(text):
-    """Violations in one file of the development server, which sees its own headers and Support."""
-    for number, kind, included in includes(text):
-        if kind == '"' and "/" in included and room_of(included) != "Support":
-            yield number, f'the development server may not see "{included}"'
-        known = included in STANDARD | POSIX or re.fullmatch(SERVER_LIBRARIES, included)
-        if kind == "<" and not known:
-            yield number, f"<{included}> does not belong in the development server"
-    yield from check_portable(without_comments(text))
 
 
 def check_test(path, text):
@@ -246,26 +212,14 @@ def check_test(path, text):
         yield from check_portable(without_comments(text).replace("std::jthread", "").replace("std::stop_token", ""))
 
 
-def check_words(text):
-    for number, line in enumerate(text.split("\n"), 1):
-        match = WORDS.search(line)
-        if match and not RIGHTFUL_WORDS.search(line):
-            yield number, f"wording: '{match.group()}'"
-        if MACHINE_PATH.search(line):
-            yield number, "a path of one machine"
-        if REGISTRY.search(line):
-            yield number, "the name of a registry's host"
-
-
 def check_file(path, text):
     """Violations in one file of the tree, `path` as seen from its top."""
-    yield from check_words(text)
     if not path.endswith((".h", ".cpp")):
         return
     if path.startswith(SOURCES):
         yield from check_source(path[len(SOURCES):], text)
-    elif path.startswith(SERVER_SOURCES):
-        yield from check_server_source(text)
+    elif path.startswith("Sources/"):
+        yield from check_source(path.removeprefix("Sources/"), text)
     elif path.startswith("Tests/"):
         yield from check_test(path, text)
     lines = text.count("\n")

@@ -1,7 +1,4 @@
-"""Files that check-rooms.py must refuse, each with the words of its refusal, and files that it must accept.
-
-Words that may stand nowhere are written here in two halves.
-"""
+"""Files that check-rooms.py must refuse, each with the words of its refusal, and files that it must accept."""
 
 S = "Sources/GlimtoCapture/"
 ONCE = "#pragma once\n"
@@ -13,28 +10,33 @@ REFUSED = [
     (S + "Content/A.cpp", '#include "Artifacts/A.h"\n', "Content may not see Artifacts"),
     (S + "Recording/A.cpp", '#include "Stills/A.h"\n', "Recording may not see Stills"),
     (S + "Upload/A.cpp", '#include "Recording/A.h"\n', "Upload may not see Recording"),
-    (S + "Recording/A.cpp", '#include "Backends/X11/A.h"\n', "Recording may not see Backends"),
-    (S + "CommandLine/A.cpp", '#include "Backends/X11/A.h"\n', "CommandLine may not see Backends"),
-    (S + "Backends/X11/A.cpp", '#include "Options/A.h"\n', "Backends may not see Options"),
-    (S + "Backends/X11/A.cpp", '#include "Backends/FFmpeg/A.h"\n', "a backend includes another one"),
+    (S + "Recording/A.cpp", '#include "Backends/X11/A.h"\n', "Recording may not see Backends/X11"),
+    (S + "CommandLine/A.cpp", '#include "Backends/X11/A.h"\n', "CommandLine may not see Backends/X11"),
+    (S + "Backends/X11/A.cpp", '#include "Options/A.h"\n', "Backends/X11 may not see Options"),
+    (S + "Backends/X11/A.cpp", '#include "Backends/FFmpeg/A.h"\n', "Backends/X11 may not see Backends/FFmpeg"),
+    (S + "Backends/X11/Windows/A.cpp", '#include "Backends/X11/Pictures/A.h"\n',
+     "Backends/X11/Windows may not see Backends/X11/Pictures"),
+    (S + "Backends/X11/Pointer/A.cpp", '#include "Backends/X11/Clipboard/A.h"\n',
+     "Backends/X11/Pointer may not see Backends/X11/Clipboard"),
+    (S + "Backends/FFmpeg/Loader/A.cpp", '#include "Backends/FFmpeg/A.h"\n', "Backends/FFmpeg/Loader may not see Backends/FFmpeg"),
     (S + "Content/A.cpp", '#include "../Support/Text.h"\n', "is no header of a room"),
     (S + "Content/A.cpp", '#include "Geometry.h"\n', "is no header of a room"),
     # Libraries
-    (S + "Recording/A.cpp", "#include <xcb/xcb.h>\n", "belongs to Backends/X11 only"),
-    (S + "Backends/Images/A.cpp", "#include <xcb/xcb.h>\n", "belongs to Backends/X11 only"),
+    (S + "Recording/A.cpp", "#include <xcb/xcb.h>\n", "belongs to Backends/X11/Connection, "),
+    (S + "Backends/Images/A.cpp", "#include <xcb/xcb.h>\n", "belongs to Backends/X11/Connection, "),
     (S + "Recording/A.cpp", "extern \"C\" {\n#include <libavcodec/avcodec.h>\n}\n", "belongs to Backends/FFmpeg only"),
     (S + "Backends/X11/A.cpp", "#include <x264.h>\n", "belongs to Backends/FFmpeg only"),
-    (S + "Platform/A.cpp", "#include <libyuv.h>\n", "belongs to Backends/X11, Backends/FFmpeg, Backends/Images only"),
+    (S + "Platform/A.cpp", "#include <libyuv.h>\n", "belongs to Backends/X11/Pictures, Backends/Images, Backends/FFmpeg only"),
     (S + "Recording/A.cpp", "#include <turbojpeg.h>\n", "belongs to Backends/Images only"),
-    (S + "Artifacts/A.cpp", "#include <openssl/sha.h>\n", "belongs to Support only"),
+    (S + "Artifacts/A.cpp", "#include <openssl/sha.h>\n", "belongs to Support, GlimtoDevServer only"),
     (S + "Platform/A.cpp", "#include <nlohmann/json.hpp>\n", "<nlohmann/json.hpp> belongs to"),
     (S + "Support/A.cpp", "#include <sys/prctl.h>\n", "neither standard C++ nor POSIX"),
     (S + "Support/A.cpp", "#include <linux/fs.h>\n", "neither standard C++ nor POSIX"),
     (S + "Recording/A.cpp", "#include <stop_token>\n", "not for Recording"),
     (S + "Content/A.cpp", "#include <format>\n", "neither standard C++ nor POSIX"),
-    ("Sources/GlimtoDevServer/A.cpp", '#include "Upload/A.h"\n', "the development server may not see"),
-    ("Sources/GlimtoDevServer/A.cpp", "#include <curl/curl.h>\n", "does not belong in the development server"),
-    (S + "Upload/A.cpp", "#include <httplib.h>\n", "neither standard C++ nor POSIX"),
+    ("Sources/GlimtoDevServer/A.cpp", '#include "Upload/A.h"\n', "GlimtoDevServer may not see Upload"),
+    ("Sources/GlimtoDevServer/A.cpp", "#include <curl/curl.h>\n", "belongs to Backends/Network only"),
+    (S + "Upload/A.cpp", "#include <httplib.h>\n", "belongs to GlimtoDevServer only"),
     # Portability
     (S + "Support/A.cpp", "#ifdef __linux__\n#endif\n", "an operating system's condition"),
     (S + "Recording/A.cpp", "#if defined(__APPLE__)\n#endif\n", "an operating system's condition"),
@@ -56,29 +58,20 @@ REFUSED = [
     (S + "Support/A.h", "int a;\n", "without #pragma once"),
     (S + "Support/A.cpp", "\n" * 601, "look for the second idea"),
     # Tests
-    ("Tests/Unit/Content/ATests.cpp", '#include "Backends/X11/A.h"\n', "the tests of Content may not see Backends"),
+    ("Tests/Unit/Content/ATests.cpp", '#include "Backends/X11/A.h"\n', "the tests of Content may not see Backends/X11"),
     ("Tests/Unit/Content/ATests.cpp", '#include "Recording/A.h"\n', "the tests of Content may not see Recording"),
     ("Tests/Unit/Content/ATests.cpp", "#include <xcb/xcb.h>\n", "does not belong in portable tests"),
-    ("Tests/Fakes/FakeA.h", '#include "Backends/X11/A.h"\n', "a fake may not see Backends"),
+    ("Tests/Fakes/FakeA.h", '#include "Backends/X11/A.h"\n', "a fake may not see Backends/X11"),
     ("Tests/Unit/Content/ATests.cpp", "pipe2(p, 0);\n", "pipe2 is not portable"),
-    ("Tests/Unit/X11/ATests.cpp", '#include "Backends/FFmpeg/A.h"\n', "a backend includes another one"),
-    ("Tests/Unit/X11/ATests.cpp", '#include "Content/A.h"\n', "Backends may not see Content"),
-    # Wording
-    ("README.md", "As the sp" "ec says.\n", "wording"),
-    (S + "Support/A.cpp", "// See the sp" "ecification.\n", "wording"),
-    (S + "Support/A.cpp", "// Pa" "rt 3.1 wants it.\n", "wording"),
-    ("Documentation/a.md", "Mends iss" "ue #12.\n", "wording"),
-    ("Documentation/a.md", "As the br" "ief has it.\n", "wording"),
-    ("scripts/a.sh", "cd /wo" "rk/main\n", "a path of one machine"),
-    ("scripts/a.sh", "cp x \"/ro" "ot/x\"\n", "a path of one machine"),
-    ("scripts/a.sh", "echo deb.deb" "ian.org\n", "a registry's host"),
+    ("Tests/Unit/X11/ATests.cpp", '#include "Backends/FFmpeg/A.h"\n', "the tests of Backends/X11 may not see Backends/FFmpeg"),
+    ("Tests/Unit/X11/ATests.cpp", '#include "Content/A.h"\n', "the tests of Backends/X11 may not see Content"),
 ]
 
 ACCEPTED = [
     (S + "Recording/A.h", ONCE + '#include <vector>\n#include <unistd.h>\n#include "Content/A.h"\n'
      '#include "Support/Text.h"\n#include "Recording/B.h"\n'),
-    (S + "Backends/FFmpeg/Loader/A.cpp", '#include <dlfcn.h>\n#include "Backends/FFmpeg/B.h"\n#ifdef __linux__\n#endif\n'),
-    (S + "Backends/X11/A.cpp", '#include <xcb/shm.h>\n#include <libyuv.h>\n#include "Platform/VideoFrame.h"\npipe2(p, 0);\n'),
+    (S + "Backends/FFmpeg/Module/A.cpp", '#include <dlfcn.h>\n#include "Backends/FFmpeg/B.h"\n#ifdef __linux__\n#endif\n'),
+    (S + "Backends/X11/Pictures/A.cpp", '#include <xcb/shm.h>\n#include <libyuv.h>\n#include "Backends/X11/Connection/B.h"\n#include "Platform/VideoFrame.h"\npipe2(p, 0);\n'),
     (S + "main.cpp", '#include "CommandLine/Driver.h"\n#include "Backends/X11/A.h"\n'),
     (S + "Support/A.cpp", "#include <stop_token>\nstd::jthread t;\n// pipe2 is not everywhere\n"),
     (S + "Recording/A.cpp", 'const char* text = "signalfd and std::format";\nchar q = \'"\'; int i = 1\'000;\n'),
@@ -87,11 +80,8 @@ ACCEPTED = [
     ("Tests/Unit/X11/ATests.cpp", '#include <xcb/xcb.h>\n#include "Backends/X11/A.h"\n#include "Fakes/FakeA.h"\n'
      '#include "Unit/X11/Helpers.h"\n'),
     (S + "Recording/A.cpp", "#ifndef NDEBUG\n#endif\n// A part of the picture, 16 in all; specific, inspect\n"),
-    (S + "Backends/X11/A.cpp", "// See the Desktop Entry Sp" "ecification.\nuse(at->sp" "ec.mask);\n"),
-    (S + "Artifacts/A.cpp", "// RFC 8216, section 4 of that sp" "ecification\n"),
     ("Tests/Unit/Content/ATests.cpp", '#include <gtest/gtest.h>\n#include "Fakes/FakeA.h"\n#include "Content/A.h"\n'
      '#include "Support/Text.h"\n#include "Helpers.h"\n'),
-    ("scripts/a.sh", 'cd "$top/work/x" && ls ./root/y /usr/bin/env\n'),
 ]
 
 CIRCLE = {"A/a.h": '#include "A/b.h"\n', "A/b.h": '#include "A/c.h"\n', "A/c.h": '#include "A/a.h"\n'}
