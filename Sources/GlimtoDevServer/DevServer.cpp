@@ -2,23 +2,23 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <httplib.h>
 
+#include "BoundedServer.h"
 #include "ObjectStore.h"
 #include "RecordingAPI.h"
 #include "RecordingKeys.h"
 #include "RecordingPages.h"
 #include "RecordingRegistry.h"
+#include "RequestOrigin.h"
 #include "Support/Errors.h"
 #include "Support/FileDescriptor.h"
 #include "Support/Text.h"
@@ -31,7 +31,6 @@ namespace {
 
 constexpr std::size_t mostObjectBytes = std::size_t(16) << 30;
 constexpr std::size_t mostJSONBytes = 8 << 20;
-constexpr int connectionThreads = 64; // each connection that is kept open holds one
 constexpr int timeoutSeconds = 60;
 constexpr const char* accessKeyHeader = "x-glimto-access-key";
 constexpr const char* jsonType = "application/json";
@@ -105,26 +104,6 @@ std::optional<std::string> parameter(const httplib::Request& request, const char
     return request.get_param_value(name);
 }
 
-// The host part of a Host header, without port and brackets.
-std::string hostName(const std::string& header)
-{
-    if (header.starts_with("["))
-        return header.substr(1, header.find(']') - 1);
-    return header.substr(0, header.rfind(':'));
-}
-
-bool isLoopback(const std::string& address)
-{
-    return address == "localhost" || address.starts_with("127.") || address == "::1";
-}
-
-bool isPlainHost(const std::string& header)
-{
-    return !header.empty() && header.size() <= 255
-        && header.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.:[]-")
-        == std::string::npos;
-}
-
 // Whether the library answers the request's ranges rightly: at most one, which lies within the file.
 bool hasUsableRange(const httplib::Request& request, ssize_t size)
 {
@@ -169,17 +148,16 @@ void answerFile(const httplib::Request& request, httplib::Response& response,
     }
 }
 
-// Ends the connections of this process, which the library keeps to itself. Whoever waits for one of them goes
-// on at once. Descriptors that come and go meanwhile do no harm: what is no connection is left as it is.
-void shutDownConnections()
+// This machine's own name, also as others in its network know it, and those that the user added.
+std::vector<std::string> servedNames(const DevServerOptions& options)
 {
-    std::error_code error;
-    std::filesystem::directory_iterator entries("/dev/fd", error);
-    for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
-        const int descriptor = std::atoi(entries->path().filename().c_str());
-        if (descriptor > STDERR_FILENO)
-            ::shutdown(descriptor, SHUT_RDWR);
+    auto names = options.hostNames;
+    char own[256] = {};
+    if (::gethostname(own, sizeof(own) - 1) == 0) {
+        names.emplace_back(own);
+        names.push_back(std::string(own) + ".local");
     }
+    return names;
 }
 
 } // namespace
@@ -193,6 +171,7 @@ struct DevServer::Rooms {
         , signer(UploadURLSigner::randomSecret())
         , api(recordings, objects, signer, [] { return std::chrono::system_clock::now(); })
         , pages(recordings, objects)
+        , names(options.address, servedNames(options))
     {
         configure();
         addAPI();
@@ -211,7 +190,6 @@ struct DevServer::Rooms {
     std::string readJSON(const httplib::Request& request, const httplib::ContentReader& reader) const;
     void receiveObject(const httplib::Request& request, const httplib::ContentReader& reader);
     std::string origin(const httplib::Request& request) const;
-    bool mayBeAskedAs(const std::string& host) const;
     void answerWebFile(httplib::Response& response, const std::string& name) const;
 
     const DevServerOptions options;
@@ -221,35 +199,20 @@ struct DevServer::Rooms {
     const UploadURLSigner signer;
     RecordingAPI api;
     const RecordingPages pages;
-    httplib::Server server;
+    const ServedNames names;
+    BoundedServer server;
 };
-
-// A page of another site may not speak to a server on this machine by a name of its own.
-bool DevServer::Rooms::mayBeAskedAs(const std::string& host) const
-{
-    if (!isPlainHost(host))
-        return false;
-    return !isLoopback(options.address) || isLoopback(hostName(host)) || hostName(host) == options.address;
-}
 
 void DevServer::Rooms::configure()
 {
-    server.new_task_queue = [] { return new httplib::ThreadPool(connectionThreads); };
     server.set_payload_max_length(mostObjectBytes);
-    server.set_read_timeout(timeoutSeconds);
-    server.set_write_timeout(timeoutSeconds);
     server.set_keep_alive_max_count(1'000'000);
     server.set_keep_alive_timeout(timeoutSeconds);
-    server.set_tcp_nodelay(true);
-    // Not SO_REUSEPORT, with which two servers would share a port and its requests.
-    server.set_socket_options([](auto socket) {
-        const int yes = 1;
-        ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
-    });
     server.set_default_headers({{"X-Content-Type-Options", "nosniff"}, {"Referrer-Policy", "no-referrer"},
         {"Content-Security-Policy",
             "default-src 'self'; media-src 'self' blob:; worker-src 'self' blob:; object-src 'none'; "
-            "frame-ancestors 'none'; base-uri 'none'; form-action 'none'"}});
+            "frame-ancestors 'none'; base-uri 'none'; form-action 'none'"},
+        {"Cross-Origin-Resource-Policy", "same-origin"}});
     // A request with a body is refused later, when its body is read: the next one on the connection would
     // begin in it.
     server.set_pre_routing_handler([this](const auto& request, auto& response) {
@@ -289,8 +252,15 @@ void DevServer::Rooms::requireAccessKey(const httplib::Request& request) const
 
 void DevServer::Rooms::requireHost(const httplib::Request& request) const
 {
-    if (!mayBeAskedAs(request.get_header_value("Host")))
+    if (!names.includes(request.get_header_value("Host")))
         throw APIError(403, "This server does not answer under that name.");
+    // A browser tells the page's origin with whatever may change something.
+    const bool changesSomething = request.method != "GET" && request.method != "HEAD";
+    for (std::size_t index = 0; index < request.get_header_value_count("Origin"); ++index) {
+        if (changesSomething
+            && !isOwnOrigin(request.get_header_value("Origin", index), request.get_header_value("Host")))
+            throw APIError(403, "A page of another site may change nothing here.");
+    }
 }
 
 std::string DevServer::Rooms::readJSON(
@@ -473,9 +443,7 @@ DevServer::~DevServer() = default;
 int DevServer::listen()
 {
     const auto& options = rooms_->options;
-    const int port = options.port == 0 ? rooms_->server.bind_to_any_port(options.address)
-        : rooms_->server.bind_to_port(options.address, options.port) ? options.port
-                                                                     : -1;
+    const int port = rooms_->server.bind(options.address, options.port);
     if (port <= 0)
         throw CLIError("Could not listen on " + options.address + ", port " + std::to_string(options.port)
             + ". Choose another one with --port.");
@@ -484,13 +452,13 @@ int DevServer::listen()
 
 void DevServer::run()
 {
-    rooms_->server.listen_after_bind();
+    if (!rooms_->server.serve())
+        throw CLIError("No connection can be accepted any more.");
 }
 
 void DevServer::stop()
 {
-    rooms_->server.stop();
-    shutDownConnections();
+    rooms_->server.end();
 }
 
 } // namespace glimto

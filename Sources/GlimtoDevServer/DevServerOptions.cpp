@@ -37,7 +37,7 @@ DevServerOptions DevServerOptions::parse(std::span<const std::string> arguments)
             return options;
         }
         const bool isKnown = flag == "--port" || flag == "--bind" || flag == "--dir" || flag == "--access-key"
-            || flag == "--web-dir";
+            || flag == "--web-dir" || flag == "--host-name";
         if (!isKnown)
             throw CLIError("Unknown option '" + flag + "'. Run `glimto-dev-server --help`.");
         if (index + 1 == arguments.size())
@@ -51,6 +51,8 @@ DevServerOptions DevServerOptions::parse(std::span<const std::string> arguments)
             options.directory = nonEmpty(flag, value);
         else if (flag == "--access-key")
             options.accessKey = nonEmpty(flag, value);
+        else if (flag == "--host-name")
+            options.hostNames.push_back(nonEmpty(flag, value));
         else
             options.webDirectory = nonEmpty(flag, value);
     }
@@ -68,6 +70,8 @@ std::string devServerUsage()
            "  --port <number>      Port to listen on; 0 takes any free one. Default: 3000\n"
            "  --bind <address>     Address to listen on. Default: 127.0.0.1, this machine only\n"
            "  --dir <directory>    Where recordings are kept. Default: glimto-dev-server\n"
+           "  --host-name <name>   Answer under this name too; others than addresses and this machine's\n"
+           "                       own names are refused, as pages of other sites could use them\n"
            "  --access-key <key>   Refuse API requests without this key. Pages need none\n"
            "  --web-dir <dir>      Where hls.min.js lies, for browsers without HLS of their own\n"
            "\n"

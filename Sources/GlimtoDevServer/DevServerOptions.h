@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace glimto {
 
@@ -13,6 +14,7 @@ struct DevServerOptions {
     std::filesystem::path directory = "glimto-dev-server";
     std::optional<std::string> accessKey; // what API requests must carry
     std::optional<std::filesystem::path> webDirectory; // where hls.min.js lies, if anywhere
+    std::vector<std::string> hostNames; // under which the server may be asked, besides addresses and its own
     bool showsHelp = false;
 
     // Throws CLIError with a sentence for the user.

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <utility>
 
+#include "BoundedJSON.h"
 #include "RecordingKeys.h"
 #include "Support/Errors.h"
 
@@ -11,7 +13,8 @@ namespace glimto {
 
 namespace {
 
-constexpr std::uint64_t mostJSONBytes = 64 << 20; // parsed, it takes a multiple of that in memory
+constexpr std::uint64_t mostJSONBytes = 16 << 20;
+constexpr std::size_t mostJSONValues = 1'000'000; // a segment of a manifest has five
 
 } // namespace
 
@@ -66,7 +69,8 @@ nlohmann::json ObjectStore::json(const std::string& key) const
     if (!bytes || *bytes > mostJSONBytes)
         return nlohmann::json(nlohmann::json::value_t::discarded);
     std::ifstream stream(directory_ / key, std::ios::binary);
-    return nlohmann::json::parse(stream, nullptr, false);
+    const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    return parseBoundedJSON(text, mostJSONValues);
 }
 
 std::vector<StoredObject> ObjectStore::objects(const std::string& prefix) const

@@ -34,7 +34,8 @@ public:
     // Where an object lies; absent when there is none. It is a regular file inside the directory.
     std::optional<std::filesystem::path> file(const std::string& key) const;
 
-    // The JSON that an object holds; discarded when there is none, it is not valid, or longer than 64 MiB.
+    // The JSON that an object holds; discarded when there is none, it is not valid, longer than 16 MiB, or
+    // has more than a million values.
     nlohmann::json json(const std::string& key) const;
 
     // All objects whose keys begin with `prefix` and a slash, sorted.

@@ -6,6 +6,7 @@
 #include <set>
 #include <utility>
 
+#include "BoundedJSON.h"
 #include "RecordingKeys.h"
 
 namespace glimto {
@@ -13,6 +14,7 @@ namespace glimto {
 namespace {
 
 constexpr int segmentDigits = 3;
+constexpr std::size_t mostValuesPerRequest = 4 * RecordingAPI::mostKeysPerRequest;
 
 nlohmann::json recordingJSON(const Recording& recording)
 {
@@ -58,7 +60,7 @@ nlohmann::json uploadInstructions(const std::string& recordingId)
 
 nlohmann::json parsedObject(const std::string& body)
 {
-    auto json = nlohmann::json::parse(body, nullptr, false);
+    auto json = parseBoundedJSON(body, mostValuesPerRequest);
     if (!json.is_object())
         throw APIError(400, "The request body must be a JSON object.");
     return json;

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "BoundedJSON.h"
 #include "RecordingKeys.h"
 #include "Support/AtomicFile.h"
 #include "Support/Errors.h"
@@ -14,6 +15,8 @@
 namespace glimto {
 
 namespace {
+
+constexpr std::size_t mostValues = 100;
 
 constexpr RecordingState states[]
     = {RecordingState::created, RecordingState::uploading, RecordingState::uploaded};
@@ -60,7 +63,7 @@ std::optional<Recording> RecordingRegistry::read(const std::filesystem::path& pa
 {
     std::ifstream stream(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    const auto json = nlohmann::json::parse(text, nullptr, false);
+    const auto json = parseBoundedJSON(text, mostValues);
     if (!json.is_object())
         return std::nullopt;
     try {

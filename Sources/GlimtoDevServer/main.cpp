@@ -28,17 +28,18 @@ sigset_t endingSignals()
     return signals;
 }
 
-// hls.js lies beside the program when it was fetched.
-std::optional<std::filesystem::path> webDirectoryBesideProgram(const char* program)
+// hls.js lies beside the program when it was fetched. The system tells where the program lies; the name that
+// it was started by is whatever the caller likes.
+std::optional<std::filesystem::path> webDirectoryBesideProgram()
 {
     std::error_code error;
-    const auto path = std::filesystem::canonical(program, error).parent_path() / "web";
-    if (error || !std::filesystem::is_directory(path, error))
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error || !std::filesystem::is_directory(program.parent_path() / "web", error))
         return std::nullopt;
-    return path;
+    return program.parent_path() / "web";
 }
 
-int serve(const char* program, const std::vector<std::string>& arguments, LineOutput& standardOutput)
+int serve(const std::vector<std::string>& arguments, LineOutput& standardOutput)
 {
     auto options = DevServerOptions::parse(arguments);
     if (options.showsHelp) {
@@ -46,7 +47,7 @@ int serve(const char* program, const std::vector<std::string>& arguments, LineOu
         return 0;
     }
     if (!options.webDirectory)
-        options.webDirectory = webDirectoryBesideProgram(program);
+        options.webDirectory = webDirectoryBesideProgram();
     DevServer server(options, [&](const std::string& line) { standardOutput.writeLine(line); });
     const int port = server.listen();
     const bool isNumericV6 = options.address.find(':') != std::string::npos;
@@ -79,7 +80,7 @@ int main(int argumentCount, char** argumentValues)
     DescriptorLineOutput standardOutput(1);
     DescriptorLineOutput standardError(2);
     try {
-        return serve(argumentValues[0], {argumentValues + 1, argumentValues + argumentCount}, standardOutput);
+        return serve({argumentValues + 1, argumentValues + argumentCount}, standardOutput);
     } catch (const std::exception& error) {
         standardError.writeLine(std::string("error: ") + error.what());
         return 1;
