@@ -35,7 +35,7 @@ STANDARD = set("""
 # Both C++ runtimes have <cxxabi.h>, the Itanium ABI's names of types.
 SUPPORT_ONLY = {"stop_token", "cxxabi.h"}
 POSIX = set("""
-    dirent.h dlfcn.h errno.h fcntl.h fnmatch.h glob.h grp.h langinfo.h limits.h locale.h netdb.h poll.h pthread.h
+    arpa/inet.h dirent.h dlfcn.h errno.h fcntl.h fnmatch.h glob.h grp.h langinfo.h limits.h locale.h netdb.h netinet/in.h poll.h pthread.h
     pwd.h sched.h signal.h spawn.h stdint.h stdlib.h string.h strings.h sys/file.h sys/ipc.h sys/mman.h
     sys/resource.h sys/select.h sys/shm.h sys/socket.h sys/stat.h sys/statvfs.h sys/time.h sys/types.h sys/uio.h
     sys/un.h sys/utsname.h sys/wait.h syslog.h termios.h time.h unistd.h utime.h""".split())
