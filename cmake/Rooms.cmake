@@ -42,15 +42,19 @@ endfunction()
 
 # A module: a room that the program opens while it runs, because its libraries are slow to load.
 #
-# glimto_add_module(<name> FOLDER <folder>)
+# It is built with the program and installed as a part of the Debian package <component>.
+#
+# glimto_add_module(<name> FOLDER <folder> COMPONENT <component>)
 function(glimto_add_module name)
-    cmake_parse_arguments(MODULE "" "FOLDER" "" ${ARGN})
+    cmake_parse_arguments(MODULE "" "FOLDER;COMPONENT" "" ${ARGN})
     file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/Sources/GlimtoCapture ${CMAKE_CURRENT_SOURCE_DIR}/${MODULE_FOLDER})
     glimto_rooms_below(${folder} rooms)
     file(GLOB sources CONFIGURE_DEPENDS ${MODULE_FOLDER}/*.cpp)
     add_library(${name} MODULE ${sources})
     target_link_libraries(${name} PRIVATE ${rooms})
     set_target_properties(${name} PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+    install(TARGETS ${name} LIBRARY DESTINATION ${GLIMTO_MODULE_FOLDER} COMPONENT ${MODULE_COMPONENT})
+    set_property(GLOBAL APPEND PROPERTY GLIMTO_MODULES ${name})
 endfunction()
 
 # The unit tests of one room: every Tests/Unit/<room>/*Tests.cpp in one program that links the room

@@ -18,12 +18,13 @@ build=(build-essential cmake ninja-build pkg-config ccache
     libpango1.0-dev libfontconfig-dev
     nlohmann-json3-dev libssl-dev libcurl4-openssl-dev libicu-dev
     libtesseract-dev libleptonica-dev
-    libcpp-httplib-dev
-    # The tests are configured with every build.
-    libgtest-dev libgmock-dev libpng-dev)
+    libcpp-httplib-dev)
 quickstart=(ffmpeg xvfb x11-utils x11-xserver-utils x11-apps xterm python3 jq curl ca-certificates
     pulseaudio-utils tesseract-ocr-eng)
-test=(tesseract-ocr tesseract-ocr-eng pango1.0-tools fonts-urw-base35
+test=(libgtest-dev libgmock-dev libpng-dev
+    # The completions and the manual page.
+    fish zsh man-db
+    tesseract-ocr tesseract-ocr-eng pango1.0-tools fonts-urw-base35
     libbenchmark-dev xdotool xclip openbox xserver-xorg-core xserver-xorg-video-dummy xinput imagemagick
     openssl
     gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good

@@ -45,7 +45,7 @@ wait_until() {
 step() { printf '\n== %s\n' "$*"; }
 
 build() {
-    cmake -G Ninja -B build -DCMAKE_BUILD_TYPE=Release >"$work/cmake.log" 2>&1 || {
+    cmake -G Ninja -B build -DCMAKE_BUILD_TYPE=Release -DGLIMTO_TESTS=OFF -DGLIMTO_BENCHMARKS=OFF >"$work/cmake.log" 2>&1 || {
         tail -n 30 "$work/cmake.log" >&2
         fail "The build could not be configured."
     }

@@ -11,7 +11,8 @@ cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/.."
 
 scripts/install-packages.sh build quickstart test
 
-cmake -G Ninja -B build -DCMAKE_BUILD_TYPE=Release -DGLIMTO_WARNINGS_AS_ERRORS=ON
+cmake -G Ninja -B build -DCMAKE_BUILD_TYPE=Release -DGLIMTO_WARNINGS_AS_ERRORS=ON \
+    -DGLIMTO_TESTS=ON -DGLIMTO_BENCHMARKS=ON
 ninja -C build
 
 results=$PWD/build/test-results

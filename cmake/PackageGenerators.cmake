@@ -1,0 +1,11 @@
+# What cpack does differently for one generator. Run by cpack, with the values of CPackConfig.cmake.
+if(CPACK_GENERATOR STREQUAL DEB)
+    set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+    set(CPACK_PRE_BUILD_SCRIPTS ${CPACK_GLIMTO_SOURCE_DIR}/packaging/debian/finish-packages.cmake)
+elseif(CPACK_GENERATOR STREQUAL TGZ)
+    # One directory that runs from anywhere: modules are found from the program's place.
+    set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+    set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+    set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY ON)
+    set(CPACK_PACKAGE_FILE_NAME "glimto-capture-${CPACK_PACKAGE_VERSION}-linux-${CMAKE_SYSTEM_PROCESSOR}")
+endif()
