@@ -6,6 +6,9 @@ set(VERSION ${PROJECT_VERSION})
 configure_file(${CMAKE_SOURCE_DIR}/packaging/glimto-capture.1 ${CMAKE_BINARY_DIR}/man/glimto-capture.1 @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/man/glimto-capture.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT capture)
+configure_file(${CMAKE_SOURCE_DIR}/packaging/glimto-dev-server.1 ${CMAKE_BINARY_DIR}/man/glimto-dev-server.1 @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/man/glimto-dev-server.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT dev-server)
 install(FILES ${CMAKE_SOURCE_DIR}/packaging/completions/glimto-capture.bash
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME glimto-capture COMPONENT capture)
 install(FILES ${CMAKE_SOURCE_DIR}/packaging/completions/_glimto-capture
@@ -19,9 +22,9 @@ install(DIRECTORY ${CMAKE_SOURCE_DIR}/Documentation/
 # The checks of a take, as one folder with the program that runs them.
 file(GLOB take_checks CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/scripts/take_*.py)
 install(PROGRAMS ${CMAKE_SOURCE_DIR}/scripts/verify-media-contract.sh
-        ${CMAKE_SOURCE_DIR}/scripts/verify_media_contract.py
     DESTINATION ${CMAKE_INSTALL_DATADIR}/glimto-capture COMPONENT capture)
-install(FILES ${take_checks} DESTINATION ${CMAKE_INSTALL_DATADIR}/glimto-capture COMPONENT capture)
+install(FILES ${CMAKE_SOURCE_DIR}/scripts/verify_media_contract.py ${take_checks}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/glimto-capture COMPONENT capture)
 
 set(CPACK_PACKAGE_NAME glimto-capture)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -30,7 +33,6 @@ set(CPACK_PACKAGE_CONTACT "glimto-capture maintainers <maintainers@glimto.com>")
 set(CPACK_PACKAGE_HOMEPAGE_URL "https://glimto.com")
 set(CPACK_RESOURCE_FILE_LICENSE ${CMAKE_SOURCE_DIR}/LICENSE)
 set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/packages)
-set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL capture)
 foreach(part IN ITEMS sound:GLIMTO_SOUND upload:GLIMTO_UPLOAD ocr:GLIMTO_TEXT dev-server:GLIMTO_DEV_SERVER)
     string(REPLACE ":" ";" part ${part})
@@ -50,7 +52,8 @@ set(CPACK_GLIMTO_MODULE_FOLDER ${GLIMTO_MODULE_FOLDER})
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(GLIMTO_PACKAGE_RELEASE 1 CACHE STRING "Revision of the Debian packages")
+set(CPACK_DEBIAN_PACKAGE_RELEASE ${GLIMTO_PACKAGE_RELEASE})
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)

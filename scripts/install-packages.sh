@@ -4,7 +4,8 @@
 #
 #     scripts/install-packages.sh <set>...
 #
-# Sets: build (to compile), quickstart (to record, verify and show), test (to run every test).
+# Sets: build (to compile), quickstart (to record, verify and show), test (to run every test), package (to make
+# Debian packages).
 # Needs root or a sudo that asks for no password, but only when something is missing.
 set -euo pipefail
 export PATH="/usr/bin:/bin:/usr/sbin:/sbin:/usr/local/bin${PATH:+:$PATH}"
@@ -32,6 +33,7 @@ test=(libgtest-dev libgmock-dev libpng-dev
     pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus
     # Plays takes as a web page does.
     chromium)
+package=(dpkg-dev fakeroot)
 
 fail() {
     echo "error: $*" >&2
@@ -44,7 +46,8 @@ for set in "$@"; do
     build) wanted+=("${build[@]}") ;;
     quickstart) wanted+=("${quickstart[@]}") ;;
     test) wanted+=("${test[@]}") ;;
-    *) fail "Unknown package set '$set'; there are build, quickstart and test." ;;
+    package) wanted+=("${package[@]}") ;;
+    *) fail "Unknown package set '$set'; there are build, quickstart, test and package." ;;
     esac
 done
 [ ${#wanted[@]} -gt 0 ] || fail "usage: scripts/install-packages.sh <set>..."
