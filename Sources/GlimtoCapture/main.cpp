@@ -35,10 +35,9 @@
 #include "Backends/X11/Pictures/X11StillCapture.h"
 #include "CommandLine/Driver.h"
 #include "Platform/PlatformServices.h"
+#include "Support/AbandonedWork.h"
 #include "Support/DescriptorLineOutput.h"
 #include "Support/LoadableModule.h"
-#include "Support/NamedThread.h"
-#include "Support/SerialQueue.h"
 
 namespace {
 
@@ -145,7 +144,7 @@ int main(int argumentCount, char** argumentValues)
     std::signal(SIGXFSZ, SIG_IGN);
     const int status = runCommandLine({argumentValues + 1, argumentValues + argumentCount});
     // A stage that hangs still uses what static destructors would take from it.
-    if (SerialQueue::abandonedAny() || NamedThread::detachedAny())
+    if (isWorkAbandoned())
         std::_Exit(status);
     return status;
 }

@@ -59,30 +59,35 @@ AudioMixer::AudioMixer(std::span<const AudioMixerSource> sources, int sampleRate
     , discontinuityFrames_(sampleRate)
     , outputFormat_(mixedFormat(sampleRate))
     , output_(std::move(output))
-    , timeline_(makeTimeline(sources, converters, standardOutput))
+    , standardOutput_(standardOutput)
+    , timeline_(makeTimeline(sources, converters))
 {
 }
 
-AudioMixer::Timeline AudioMixer::makeTimeline(std::span<const AudioMixerSource> sources,
-    AudioConverterFactory& converters, LineOutput& standardOutput) const
+AudioMixer::Timeline AudioMixer::makeTimeline(
+    std::span<const AudioMixerSource> sources, AudioConverterFactory& converters) const
 {
     // Twice the frames that wait while a source lags.
-    Timeline timeline{{}, StereoFrameQueue(static_cast<std::size_t>(2 * latencyFrames_)), {}, {}, false};
+    Timeline timeline{{}, StereoFrameQueue(static_cast<std::size_t>(2 * latencyFrames_)), {}, {}, false, {}, false};
     for (const AudioMixerSource source : sources)
-        timeline.tracks.try_emplace(source, source, sampleRate_, converters, standardOutput);
+        timeline.tracks.try_emplace(source, source, sampleRate_, converters);
     return timeline;
 }
 
 void AudioMixer::append(const AudioBuffer& buffer, AudioMixerSource source, MediaTime hostTime)
 {
-    timeline_.with([&](Timeline& timeline) {
+    const auto warning = timeline_.with([&](Timeline& timeline) -> std::optional<std::string> {
         const auto found = timeline.tracks.find(source);
         if (timeline.isFinished || !hostTime.isValid() || !buffer.isReady || found == timeline.tracks.end())
-            return;
+            return std::nullopt;
         const auto channels = found->second.read(buffer);
         if (channels && channels->frameCount > 0)
             place(timeline, found->second, *channels, hostTime.converted(sampleRate_).value);
+        return found->second.takeWarning();
     });
+    if (warning)
+        standardOutput_.writeLine(*warning);
+    handOut();
 }
 
 void AudioMixer::place(
@@ -137,23 +142,51 @@ std::int64_t AudioMixer::emissionHorizon(const Timeline& timeline) const
     return std::max(base, slowest);
 }
 
-void AudioMixer::emit(Timeline& timeline, std::int64_t end) const
+void AudioMixer::emit(Timeline& timeline, std::int64_t end)
 {
     if (!timeline.pendingStartFrame || end <= *timeline.pendingStartFrame)
         return;
-    const std::int64_t start = *timeline.pendingStartFrame;
-    const auto count = static_cast<std::size_t>(end - start);
+    const auto count = static_cast<std::size_t>(end - *timeline.pendingStartFrame);
     // Pending frames reach to the end of the latest buffer, and nothing later is ever emitted.
     assert(count <= timeline.pending.frameCount());
-    for (std::size_t offset = 0; offset < count; offset += mostFramesPerOutput) {
-        const std::size_t frameCount = std::min(mostFramesPerOutput, count - offset);
-        const std::span<float> samples = timeline.pending.frames(offset, frameCount);
-        clampSamples(samples);
-        output_({outputFormat_, frameCount, {start + static_cast<std::int64_t>(offset), sampleRate_},
-            std::as_bytes(samples), true});
-    }
+    const std::span<const float> samples = timeline.pending.frames(0, count);
+    timeline.outbox.stretches.push_back({*timeline.pendingStartFrame, count});
+    timeline.outbox.samples.insert(timeline.outbox.samples.end(), samples.begin(), samples.end());
     timeline.pending.removeFirst(count);
     timeline.pendingStartFrame = end;
+}
+
+// Goes on until the outbox is empty, so that whoever finds this at work need not wait.
+void AudioMixer::handOut()
+{
+    const auto takeTurn = [this](bool isMine) {
+        return timeline_.change([&](Timeline& timeline) {
+            if (timeline.isHandingOut && !isMine)
+                return false;
+            timeline.isHandingOut = !timeline.outbox.stretches.empty();
+            std::swap(timeline.outbox, handedOut_);
+            return timeline.isHandingOut;
+        });
+    };
+    for (bool isMine = takeTurn(false); isMine; isMine = takeTurn(true))
+        handOut(handedOut_);
+}
+
+void AudioMixer::handOut(Outbox& outbox) const
+{
+    clampSamples(outbox.samples);
+    std::span<const float> samples = outbox.samples;
+    for (const Stretch& stretch : outbox.stretches) {
+        for (std::size_t offset = 0; offset < stretch.frameCount; offset += mostFramesPerOutput) {
+            const std::size_t frameCount = std::min(mostFramesPerOutput, stretch.frameCount - offset);
+            output_({outputFormat_, frameCount,
+                {stretch.start + static_cast<std::int64_t>(offset), sampleRate_},
+                std::as_bytes(samples.first(2 * frameCount)), true});
+            samples = samples.subspan(2 * frameCount);
+        }
+    }
+    outbox.stretches.clear();
+    outbox.samples.clear();
 }
 
 void AudioMixer::finish()
@@ -167,6 +200,9 @@ void AudioMixer::finish()
         }
         timeline.isFinished = true;
     });
+    handOut();
+    // Ended by the thread that hands out, whose output is the encoder's input and does not block.
+    timeline_.waitUntil([](const Timeline& timeline) { return !timeline.isHandingOut; }, [](Timeline&) {});
 }
 
 } // namespace glimto

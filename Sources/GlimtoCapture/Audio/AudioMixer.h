@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "Audio/AudioMixerSource.h"
 #include "Audio/AudioSourceTrack.h"
@@ -32,13 +33,13 @@ namespace glimto {
 // nothing yet, so output has come to frame 10400. A microphone buffer that covers frames 9000 to 15000 loses
 // its first 1400 frames, and output goes on to frame 15000.
 //
-// Any thread may append and finish. One lock is held for the whole of each, also while `output` is called,
-// so that its calls come one at a time and in order.
+// Any thread may append and finish. What a buffer made complete is handed out after the lock was let go of, by
+// one thread at a time and in order: a thread that finds another one at it leaves its own stretch to that one.
 class AudioMixer {
 public:
     // Receives the track, interleaved stereo in 32-bit float between -1 and 1, at most 1024 frames at a
-    // time. The samples are valid during the call. Runs on the thread of whichever source made the stretch
-    // complete; must not throw, and must not call the mixer.
+    // time. The samples are valid during the call. Runs on the thread of one of the sources, or of finish(),
+    // without any lock of the mixer; must not throw, and must not call the mixer.
     using Output = std::function<void(const AudioBuffer& buffer)>;
 
     static constexpr std::size_t mostFramesPerOutput = 1024;
@@ -56,24 +57,41 @@ public:
     // their format and do not grow.
     void append(const AudioBuffer& buffer, AudioMixerSource source, MediaTime hostTime);
 
-    // Hands on everything that is left. Nothing is accepted and no output comes any more once this returns.
+    // Hands on everything that is left, after waiting for an output that is running. Nothing is accepted and
+    // no output comes any more once this returns.
     void finish();
 
 private:
+    // Finished frames in a row.
+    struct Stretch {
+        std::int64_t start = 0;
+        std::size_t frameCount = 0;
+    };
+
+    // Finished and not handed out yet.
+    struct Outbox {
+        std::vector<Stretch> stretches;
+        std::vector<float> samples; // of one stretch after the other
+    };
+
     struct Timeline {
         std::map<AudioMixerSource, AudioSourceTrack> tracks;
         StereoFrameQueue pending; // not yet emitted
         std::optional<std::int64_t> pendingStartFrame; // where the first pending frame is
         std::optional<std::int64_t> latestEndFrame; // the largest end of any accepted buffer
         bool isFinished = false;
+        Outbox outbox;
+        bool isHandingOut = false; // some thread takes from the outbox until it is empty
     };
 
-    Timeline makeTimeline(std::span<const AudioMixerSource> sources, AudioConverterFactory& converters,
-        LineOutput& standardOutput) const;
+    Timeline makeTimeline(
+        std::span<const AudioMixerSource> sources, AudioConverterFactory& converters) const;
     void place(
         Timeline& timeline, AudioSourceTrack& track, const ReadChannels& channels, std::int64_t start) const;
     std::int64_t emissionHorizon(const Timeline& timeline) const;
-    void emit(Timeline& timeline, std::int64_t end) const;
+    static void emit(Timeline& timeline, std::int64_t end);
+    void handOut();
+    void handOut(Outbox& outbox) const;
 
     // Frames, rounded down.
     const int sampleRate_;
@@ -83,7 +101,9 @@ private:
 
     const AudioFormat outputFormat_;
     const Output output_;
+    LineOutput& standardOutput_;
     Guarded<Timeline> timeline_;
+    Outbox handedOut_; // of the thread that hands out
 };
 
 } // namespace glimto

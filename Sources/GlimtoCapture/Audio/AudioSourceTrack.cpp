@@ -35,11 +35,10 @@ std::string currentErrorText()
 } // namespace
 
 AudioSourceTrack::AudioSourceTrack(
-    AudioMixerSource source, int sampleRate, AudioConverterFactory& converters, LineOutput& standardOutput)
+    AudioMixerSource source, int sampleRate, AudioConverterFactory& converters)
     : name_(audioMixerSourceName(source))
     , sampleRate_(sampleRate)
     , converters_(&converters)
-    , standardOutput_(&standardOutput)
 {
 }
 
@@ -136,9 +135,8 @@ std::array<std::span<float>, 2> AudioSourceTrack::planes(std::size_t first, std:
 
 void AudioSourceTrack::warn(const std::string& text)
 {
-    if (!didWarn_)
-        standardOutput_->writeLine("warning: " + text);
-    didWarn_ = true;
+    if (!std::exchange(didWarn_, true))
+        warning_ = "warning: " + text;
 }
 
 } // namespace glimto

@@ -6,12 +6,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Audio/AudioMixerSource.h"
 #include "Platform/AudioBuffer.h"
 #include "Platform/AudioConverter.h"
-#include "Support/LineOutput.h"
 
 namespace glimto {
 
@@ -27,14 +27,16 @@ struct ReadChannels {
 // the timeline. Used by one thread at a time.
 class AudioSourceTrack {
 public:
-    // `sampleRate` is the mixer's, in Hz. The references outlive the track.
-    AudioSourceTrack(AudioMixerSource source, int sampleRate, AudioConverterFactory& converters,
-        LineOutput& standardOutput);
+    // `sampleRate` is the mixer's, in Hz. `converters` outlives the track.
+    AudioSourceTrack(AudioMixerSource source, int sampleRate, AudioConverterFactory& converters);
 
     // The frames of `buffer` at the mixer's rate. They may be fewer or more than the buffer has, or none:
-    // resampling holds some back for the next one. Nothing, and a warning if it is the track's first, when
+    // resampling holds some back for the next one. Nothing, and the track's warning if that is the first, when
     // they cannot be read. Allocates only when the format changes or a buffer is larger than all before it.
     std::optional<ReadChannels> read(const AudioBuffer& buffer);
+
+    // What is to be told of the source: once, what went wrong first.
+    std::optional<std::string> takeWarning() { return std::exchange(warning_, std::nullopt); }
 
     // The frame of the timeline just after the source's last accepted one.
     std::optional<std::int64_t> nextFrame;
@@ -49,7 +51,6 @@ private:
     std::string name_;
     int sampleRate_;
     AudioConverterFactory* converters_;
-    LineOutput* standardOutput_;
 
     std::optional<AudioFormat> inputFormat_; // of the last buffer
     bool canRead_ = false; // buffers of that format
@@ -57,6 +58,7 @@ private:
     std::unique_ptr<AudioConverter> converter_; // null when the two formats are equal
     std::array<std::vector<float>, 2> converted_; // as large as ever needed
     bool didWarn_ = false;
+    std::optional<std::string> warning_;
 };
 
 } // namespace glimto

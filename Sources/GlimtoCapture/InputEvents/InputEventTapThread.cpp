@@ -1,12 +1,11 @@
 #include "InputEvents/InputEventTapThread.h"
 
-#include <atomic>
 #include <exception>
-#include <future>
 #include <string>
 #include <utility>
 
 #include "Support/Guarded.h"
+#include "Support/StopToken.h"
 
 namespace glimto {
 
@@ -31,9 +30,8 @@ struct InputEventTapThread::Core {
     const std::function<void(const InputEvent&)> onEvent;
     const std::function<void()> onCheck;
 
-    std::promise<void> installed = {}; // or refused
-    std::promise<void> ended = {};
-    std::atomic<bool> stopped = false;
+    Guarded<bool> isInstalled{false}; // or refused
+    StopToken stop = {};
     // The tap while it may be stopped; nothing that runs on the tap's thread takes this lock meanwhile.
     Guarded<EventTap*> runningTap{nullptr};
 
@@ -68,15 +66,14 @@ void InputEventTapThread::Core::installTapAndRun()
         tap->enable();
         runningTap.with([&](EventTap*& running) { running = tap.get(); });
     }
-    installed.set_value();
-    if (tap && !stopped) {
+    isInstalled.change([](bool& installed) { installed = true; });
+    if (tap && !stop.isStopRequested()) {
         tap->run(checkInterval,
             {.onEvent = [&](const InputEvent& event) { handle(event, *tap); },
                 .onTimer = [&] { check(*tap); }});
     }
     runningTap.with([](EventTap*& running) { running = nullptr; });
     tap.reset();
-    ended.set_value();
 }
 
 void InputEventTapThread::Core::handle(const InputEvent& event, EventTap& tap)
@@ -99,7 +96,7 @@ void InputEventTapThread::Core::reenable(EventTap& tap, const std::string& reaso
 
 void InputEventTapThread::Core::check(EventTap& tap)
 {
-    if (stopped)
+    if (stop.isStopRequested())
         return;
     keepEnabled(tap);
     onCheck();
@@ -118,7 +115,7 @@ void InputEventTapThread::Core::keepEnabled(EventTap& tap)
 
 void InputEventTapThread::Core::requestStop()
 {
-    stopped = true;
+    stop.requestStop();
     runningTap.with([](EventTap* running) {
         if (running)
             running->stop();
@@ -143,7 +140,6 @@ InputEventTapThread::~InputEventTapThread()
 
 void InputEventTapThread::start(std::chrono::nanoseconds limit)
 {
-    const auto installed = core_->installed.get_future();
     try {
         thread_ = std::make_unique<NamedThread>(
             "glimto.capture.input-events", stackBytes, [core = core_] { core->installTapAndRun(); });
@@ -152,7 +148,7 @@ void InputEventTapThread::start(std::chrono::nanoseconds limit)
             std::string("warning: ") + error.what() + "; event track will be empty");
         return;
     }
-    installed.wait_for(limit);
+    core_->isInstalled.waitFor(limit, [](bool installed) { return installed; });
 }
 
 void InputEventTapThread::stop(std::chrono::nanoseconds limit)
@@ -160,10 +156,7 @@ void InputEventTapThread::stop(std::chrono::nanoseconds limit)
     core_->requestStop();
     if (!thread_)
         return;
-    if (core_->ended.get_future().wait_for(limit) == std::future_status::ready)
-        thread_->join();
-    else
-        thread_->detach();
+    thread_->joinWithin(limit);
     thread_.reset();
 }
 

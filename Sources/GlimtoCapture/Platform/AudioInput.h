@@ -49,8 +49,8 @@ public:
 
     virtual ~AudioInput() = default;
 
-    // Returns once sound flows, or it is clear that it will not. Does not throw; an input that is not
-    // `running` must not be started again.
+    // Returns once sound flows, or it is clear that it will not. An input that is not `running` must not be
+    // started again. Throws PlatformError (POSIX) when its thread cannot be started, and nothing else.
     virtual AudioInputStart start(Handlers handlers) = 0;
 
     // No handler is running or will run once this returns. Does nothing if the input never started.

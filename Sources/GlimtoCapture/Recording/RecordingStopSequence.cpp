@@ -19,7 +19,7 @@ void stopStream(const RecordingTake& take, const RecordingStopLimits& limits, Re
 {
     progress.emitStoppingCaptureIfNeeded();
     progress.line("Glimto stop: stopping capture stream");
-    withStopTimeout(limits.captureStream, "stopping capture stream",
+    withStopTimeout(*take.stopQueue, limits.captureStream, "stopping capture stream",
         [stream = take.stream, systemAudio = take.systemAudio] {
             stream->stop();
             if (systemAudio)
@@ -45,7 +45,7 @@ CapturedTracks finishWriter(
     progress.finalizing();
     progress.line("Glimto stop: finishing segment writer");
     try {
-        return withStopTimeout(limits.segmentWriter, "finishing segment writer",
+        return withStopTimeout(*take.stopQueue, limits.segmentWriter, "finishing segment writer",
             [mixer = take.audioMixer, writer = take.writer] {
                 // Its last buffers still go to the writer.
                 if (mixer)
@@ -64,7 +64,7 @@ void waitForThumbnail(
     const RecordingTake& take, const RecordingStopLimits& limits, RecordingProgress& progress)
 {
     progress.line("Glimto stop: waiting for thumbnail");
-    withStopTimeout(limits.thumbnail, "waiting for thumbnail",
+    withStopTimeout(*take.stopQueue, limits.thumbnail, "waiting for thumbnail",
         [thumbnailWriter = take.thumbnailWriter] { thumbnailWriter->waitUntilWritten(); });
 }
 

@@ -14,6 +14,7 @@
 #include "Recording/ScreenCaptureOutput.h"
 #include "Recording/SegmentedMP4Writer.h"
 #include "Recording/ThumbnailWriter.h"
+#include "Support/SerialQueue.h"
 
 namespace glimto {
 
@@ -32,6 +33,10 @@ struct RecordingTake {
     std::shared_ptr<CaptureStream> stream;
     std::shared_ptr<SystemAudioCapture> systemAudio;
     std::unique_ptr<InputEventRecorder> eventRecorder;
+
+    // What the stages of the end run on. Made with the take, so that a thread that cannot be started then
+    // costs no take.
+    std::unique_ptr<SerialQueue> stopQueue = std::make_unique<SerialQueue>("glimto.capture.stop");
 
     // Tells the track of input events when the first frame was, once that is known.
     void anchorInputEvents() const;

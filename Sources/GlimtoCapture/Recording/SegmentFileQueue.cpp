@@ -1,31 +1,12 @@
 #include "Recording/SegmentFileQueue.h"
 
-#include <condition_variable>
-#include <mutex>
 #include <utility>
 
 namespace glimto {
 
-struct SegmentFileQueue::Load {
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::size_t waitingBytes = 0;
-    std::size_t waitingTasks = 0;
-    bool isClosed = false;
-    bool isAbandoned = false;
-
-    void remove(std::size_t bytes)
-    {
-        const std::lock_guard lock(mutex);
-        waitingBytes -= bytes;
-        --waitingTasks;
-        changed.notify_all();
-    }
-};
-
 SegmentFileQueue::SegmentFileQueue(std::size_t limitBytes)
     : limitBytes_(limitBytes)
-    , load_(std::make_shared<Load>())
+    , load_(std::make_shared<Guarded<Load>>())
     , queue_("glimto.capture.segment-files")
 {
 }
@@ -37,18 +18,19 @@ SegmentFileQueue::~SegmentFileQueue()
 
 void SegmentFileQueue::post(std::size_t bytes, std::function<void()> task)
 {
-    {
-        std::unique_lock lock(load_->mutex);
-        // A piece larger than the limit still passes, alone.
-        load_->changed.wait(lock, [&] {
-            return load_->isClosed || load_->waitingBytes == 0 || load_->waitingBytes + bytes <= limitBytes_;
+    // A piece larger than the limit still passes, alone. Ended by the tasks before, or by close().
+    const bool isAccepted = load_->waitUntil(
+        [&](const Load& load) {
+            return load.isClosed || load.waitingBytes == 0 || load.waitingBytes + bytes <= limitBytes_;
+        },
+        [&](Load& load) {
+            if (load.isClosed)
+                return false;
+            load.add(bytes);
+            return true;
         });
-        if (load_->isClosed)
-            return;
-        load_->waitingBytes += bytes;
-        ++load_->waitingTasks;
-    }
-    run(bytes, std::move(task));
+    if (isAccepted)
+        run(bytes, std::move(task));
 }
 
 void SegmentFileQueue::run(std::size_t bytes, std::function<void()> task)
@@ -56,46 +38,40 @@ void SegmentFileQueue::run(std::size_t bytes, std::function<void()> task)
     queue_.post([load = load_, bytes, task = std::move(task)]() mutable {
         task();
         task = nullptr;
-        load->remove(bytes);
+        load->change([bytes](Load& now) { now.remove(bytes); });
     });
 }
 
 void SegmentFileQueue::drain()
 {
-    std::unique_lock lock(load_->mutex);
-    load_->changed.wait(lock, [&] { return load_->isAbandoned || load_->waitingTasks == 0; });
+    // Ended by the tasks, or by finish() after a time.
+    load_->waitUntil([](const Load& load) { return load.isAbandoned || load.waitingTasks == 0; }, [](Load&) {});
 }
 
 void SegmentFileQueue::close()
 {
-    const std::lock_guard lock(load_->mutex);
-    load_->isClosed = true;
-    load_->changed.notify_all();
+    load_->change([](Load& load) { load.isClosed = true; });
 }
 
 void SegmentFileQueue::finish(std::function<void()> lastTask, std::chrono::milliseconds limit)
 {
-    {
-        const std::lock_guard lock(load_->mutex);
-        load_->isClosed = true;
-        if (load_->isAbandoned)
-            return;
-        ++load_->waitingTasks;
-        load_->changed.notify_all();
-    }
-    run(0, std::move(lastTask));
-    std::unique_lock lock(load_->mutex);
-    while (load_->waitingTasks > 0) {
-        const std::size_t before = load_->waitingTasks;
-        if (!load_->changed.wait_for(lock, limit, [&] { return load_->waitingTasks < before; }))
-            break;
-    }
-    if (load_->waitingTasks == 0)
+    const bool isAbandoned = load_->change([](Load& load) {
+        load.isClosed = true;
+        if (!load.isAbandoned)
+            load.add(0);
+        return load.isAbandoned;
+    });
+    if (isAbandoned)
         return;
-    load_->isAbandoned = true;
-    load_->changed.notify_all();
-    lock.unlock();
-    queue_.abandon();
+    run(0, std::move(lastTask));
+    const auto waitingTasks = [this] { return load_->with([](const Load& load) { return load.waitingTasks; }); };
+    for (std::size_t before = waitingTasks(); before > 0; before = waitingTasks()) {
+        if (load_->waitFor(limit, [before](const Load& load) { return load.waitingTasks < before; }))
+            continue;
+        load_->change([](Load& load) { load.isAbandoned = true; });
+        queue_.abandon();
+        return;
+    }
 }
 
 } // namespace glimto

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 
+#include "Support/Guarded.h"
 #include "Support/SerialQueue.h"
 
 namespace glimto {
@@ -44,12 +45,28 @@ public:
     void finish(std::function<void()> lastTask, std::chrono::milliseconds limit = hangingDiskLimit);
 
 private:
-    struct Load;
+    struct Load {
+        std::size_t waitingBytes = 0;
+        std::size_t waitingTasks = 0;
+        bool isClosed = false;
+        bool isAbandoned = false;
+
+        void add(std::size_t bytes)
+        {
+            waitingBytes += bytes;
+            ++waitingTasks;
+        }
+        void remove(std::size_t bytes)
+        {
+            waitingBytes -= bytes;
+            --waitingTasks;
+        }
+    };
 
     void run(std::size_t bytes, std::function<void()> task);
 
     std::size_t limitBytes_;
-    std::shared_ptr<Load> load_; // shared with the tasks
+    std::shared_ptr<Guarded<Load>> load_; // shared with the tasks
     SerialQueue queue_;
 };
 

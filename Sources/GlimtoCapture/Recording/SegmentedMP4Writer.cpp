@@ -54,7 +54,7 @@ SegmentedMP4Writer::SegmentedMP4Writer(
     , videoWriter_(factory.makeVideoWriter(videoEncodingSettings(settings.width, settings.height,
                                                settings.framesPerSecond, settings.segmentSeconds),
           preferredSegmentInterval(settings.segmentSeconds), videoTrack_))
-    , writerQueue_("glimto.capture.segmented-writer")
+    , writerQueue_("glimto.capture.segmented-writer", SerialQueue::Thread::none)
 {
     if (!videoWriter_)
         throw CLIError("AVAssetWriter refused the H.264 video input.");

@@ -122,7 +122,7 @@ private:
     std::unique_ptr<AudioAssetWriter> audioWriter_; // null without audio
 
     State state_;
-    SerialQueue writerQueue_;
+    SerialQueue writerQueue_; // has no thread: whoever asks or appends does so on its own
 };
 
 } // namespace glimto

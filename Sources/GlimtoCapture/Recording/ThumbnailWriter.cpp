@@ -1,21 +1,15 @@
 #include "Recording/ThumbnailWriter.h"
 
-#include <array>
-#include <cerrno>
 #include <chrono>
-#include <condition_variable>
-#include <cstdio>
-#include <mutex>
-#include <random>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
 
-#include <fcntl.h>
-#include <unistd.h>
-
+#include "Support/AtomicFile.h"
 #include "Support/Errors.h"
-#include "Support/FileDescriptor.h"
+#include "Support/Guarded.h"
+#include "Support/UUID.h"
 
 namespace glimto {
 
@@ -23,64 +17,6 @@ namespace {
 
 constexpr double jpegQuality = 0.82;
 constexpr std::chrono::seconds hangingWriteLimit(15);
-
-// A random UUID (RFC 4122 section 4.4) in capital letters.
-std::string randomUUID()
-{
-    std::random_device device;
-    std::array<unsigned, 4> words = {device(), device(), device(), device()};
-    words[1] = (words[1] & 0xFFFF0FFFU) | 0x00004000U;
-    words[2] = (words[2] & 0x3FFFFFFFU) | 0x80000000U;
-    char text[37];
-    std::snprintf(text, sizeof text, "%08X-%04X-%04X-%04X-%04X%08X", words[0], words[1] >> 16U,
-        words[1] & 0xFFFFU, words[2] >> 16U, words[2] & 0xFFFFU, words[3]);
-    return text;
-}
-
-// Exists until it is moved into place or destroyed.
-class TemporaryFile {
-public:
-    explicit TemporaryFile(std::filesystem::path path)
-        : path_(std::move(path))
-        , descriptor_(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644))
-    {
-        if (!descriptor_)
-            throw CLIError("could not create thumbnail JPEG destination");
-    }
-    ~TemporaryFile()
-    {
-        descriptor_.close();
-        if (!path_.empty())
-            ::unlink(path_.c_str());
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    // False when not all of it reached the disk.
-    bool writeAll(const std::vector<std::byte>& data)
-    {
-        for (std::size_t at = 0; at < data.size();) {
-            const ssize_t written = ::write(descriptor_.get(), data.data() + at, data.size() - at);
-            if (written < 0 && errno == EINTR)
-                continue;
-            if (written < 0)
-                return false;
-            at += static_cast<std::size_t>(written);
-        }
-        return ::fsync(descriptor_.get()) == 0 && descriptor_.close() == 0;
-    }
-
-    void moveTo(const std::filesystem::path& path)
-    {
-        if (::rename(path_.c_str(), path.c_str()) != 0)
-            throw PlatformError::posix("Could not write " + path.string(), errno);
-        path_.clear();
-    }
-
-private:
-    std::filesystem::path path_;
-    FileDescriptor descriptor_;
-};
 
 void writeThumbnail(const PixelBuffer& pixels, const std::filesystem::path& outputURL, ImageCodec& codec)
 {
@@ -93,16 +29,19 @@ void writeThumbnail(const PixelBuffer& pixels, const std::filesystem::path& outp
     if (error)
         throw PlatformError::posix("Could not create " + outputURL.parent_path().string(), error.value());
 
-    TemporaryFile file(outputURL.parent_path() / (".thumbnail-" + randomUUID() + ".jpg"));
-    bool isWritten = false;
+    std::optional<AtomicFile> file;
     try {
-        isWritten = file.writeAll(codec.encodeJPEG(pixels, jpegQuality));
-    } catch (const std::exception&) {
-        isWritten = false;
+        file.emplace(outputURL, outputURL.parent_path() / (".thumbnail-" + makeUUID() + ".jpg"));
+    } catch (const PlatformError&) {
+        throw CLIError("could not create thumbnail JPEG destination");
     }
-    if (!isWritten)
+    try {
+        file->write(codec.encodeJPEG(pixels, jpegQuality));
+        file->finish();
+    } catch (const std::exception&) {
         throw CLIError("could not finalize thumbnail JPEG");
-    file.moveTo(outputURL);
+    }
+    file->commit();
 }
 
 } // namespace
@@ -119,19 +58,20 @@ struct ThumbnailWriter::State {
     ImageCodec& codec;
     LineOutput& standardError;
 
-    std::mutex mutex;
-    std::condition_variable ended;
-    bool didScheduleWrite = false;
-    bool isWriting = false;
+    struct Progress {
+        bool didScheduleWrite = false;
+        bool isWriting = false;
+    };
+    Guarded<Progress> progress;
 
     bool claimFirstFrame()
     {
-        const std::lock_guard lock(mutex);
-        if (didScheduleWrite)
-            return false;
-        didScheduleWrite = true;
-        isWriting = true;
-        return true;
+        return progress.with([](Progress& now) {
+            if (std::exchange(now.didScheduleWrite, true))
+                return false;
+            now.isWriting = true;
+            return true;
+        });
     }
 
     void write(const PixelBuffer& pixels)
@@ -146,10 +86,10 @@ struct ThumbnailWriter::State {
 
     void noteEnd()
     {
-        const std::lock_guard lock(mutex);
-        isWriting = false;
-        ended.notify_all();
+        progress.change([](Progress& now) { now.isWriting = false; });
     }
+
+    static bool isIdle(const Progress& now) { return !now.isWriting; }
 };
 
 ThumbnailWriter::ThumbnailWriter(
@@ -161,11 +101,8 @@ ThumbnailWriter::ThumbnailWriter(
 
 ThumbnailWriter::~ThumbnailWriter()
 {
-    std::unique_lock lock(state_->mutex);
-    if (state_->ended.wait_for(lock, hangingWriteLimit, [this] { return !state_->isWriting; }))
-        return;
-    lock.unlock();
-    queue_.abandon();
+    if (!state_->progress.waitFor(hangingWriteLimit, State::isIdle))
+        queue_.abandon();
 }
 
 void ThumbnailWriter::captureFirstFrame(const VideoFrame& frame)
@@ -181,8 +118,8 @@ void ThumbnailWriter::captureFirstFrame(const VideoFrame& frame)
 
 void ThumbnailWriter::waitUntilWritten()
 {
-    std::unique_lock lock(state_->mutex);
-    state_->ended.wait(lock, [this] { return !state_->isWriting; });
+    // Ended by the write; one that hangs is let go of together with the stage that waits here.
+    state_->progress.waitUntil(State::isIdle, [](State::Progress&) {});
 }
 
 } // namespace glimto

@@ -29,35 +29,31 @@ void ScreenshotFirstFrameOutput::didStopWithError(const std::exception_ptr& erro
 
 ScreenshotFrame ScreenshotFirstFrameOutput::waitForFirstFrame(double timeoutSeconds)
 {
-    std::optional<ScreenshotFirstFrameCompletion> completion;
-    {
-        std::unique_lock lock(stateLock_);
-        if (didComplete_ && !pendingCompletion_)
-            throw screenshotError(
-                ScreenshotFailure::alreadyCompleted, "Screenshot stream had already completed.");
-        completed_.wait_for(
-            lock, std::chrono::duration<double>(timeoutSeconds), [this] { return didComplete_; });
-        didComplete_ = true;
-        completion = std::exchange(pendingCompletion_, std::nullopt);
-    }
+    const bool isTaken = state_.with([](const State& state) { return state.isOver && !state.completion; });
+    if (isTaken)
+        throw screenshotError(
+            ScreenshotFailure::alreadyCompleted, "Screenshot stream had already completed.");
+    state_.waitFor(std::chrono::duration_cast<std::chrono::nanoseconds>(
+                       std::chrono::duration<double>(timeoutSeconds)),
+        [](const State& state) { return state.isOver; });
+    const auto completion = state_.with([](State& state) {
+        state.isOver = true;
+        return std::exchange(state.completion, std::nullopt);
+    });
     if (!completion)
         throw screenshotError(
             ScreenshotFailure::noFrameInTime, "Timed out waiting for the first screenshot frame.");
     if (const auto* error = std::get_if<std::exception_ptr>(&*completion))
         std::rethrow_exception(*error);
-    return std::get<ScreenshotFrame>(std::move(*completion));
+    return std::get<ScreenshotFrame>(*completion);
 }
 
 void ScreenshotFirstFrameOutput::complete(ScreenshotFirstFrameCompletion completion)
 {
-    {
-        const std::lock_guard lock(stateLock_);
-        if (didComplete_)
-            return;
-        didComplete_ = true;
-        pendingCompletion_ = std::move(completion);
-    }
-    completed_.notify_all();
+    state_.change([&](State& state) {
+        if (!std::exchange(state.isOver, true))
+            state.completion = std::move(completion);
+    });
 }
 
 } // namespace glimto

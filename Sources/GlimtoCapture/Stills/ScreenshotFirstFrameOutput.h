@@ -1,13 +1,12 @@
 #pragma once
 
-#include <condition_variable>
 #include <exception>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <variant>
 
 #include "Platform/CaptureStream.h"
+#include "Support/Guarded.h"
 
 namespace glimto {
 
@@ -39,12 +38,14 @@ public:
     ScreenshotFrame waitForFirstFrame(double timeoutSeconds);
 
 private:
+    struct State {
+        std::optional<ScreenshotFirstFrameCompletion> completion; // that nobody has taken yet
+        bool isOver = false;
+    };
+
     void complete(ScreenshotFirstFrameCompletion completion);
 
-    std::mutex stateLock_;
-    std::condition_variable completed_;
-    std::optional<ScreenshotFirstFrameCompletion> pendingCompletion_; // that nobody has taken yet
-    bool didComplete_ = false;
+    Guarded<State> state_;
 };
 
 } // namespace glimto

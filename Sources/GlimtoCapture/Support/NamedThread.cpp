@@ -1,21 +1,26 @@
 #include "Support/NamedThread.h"
 
-#include <atomic>
-#include <memory>
 #include <utility>
 
+#include "Support/AbandonedWork.h"
 #include "Support/Errors.h"
 
 namespace glimto {
 
-namespace {
-
-std::atomic<bool> someThreadWasDetached = false;
-
-struct ThreadStart {
+struct NamedThread::Start {
     std::string label;
     std::function<void()> function;
+    std::shared_ptr<HasEnded> hasEnded;
+
+    void run()
+    {
+        function();
+        function = nullptr; // before anybody is told that it has ended
+        hasEnded->change([](bool& ended) { ended = true; });
+    }
 };
+
+namespace {
 
 // Systems differ in whether the call takes the thread; the first form that compiles is used.
 template <typename Thread, typename Name> void nameThread(Thread thread, Name name)
@@ -26,11 +31,11 @@ template <typename Thread, typename Name> void nameThread(Thread thread, Name na
         pthread_setname_np(name);
 }
 
-void* runThread(void* argument)
+template <typename Start> void* runThread(void* argument)
 {
-    const std::unique_ptr<ThreadStart> start(static_cast<ThreadStart*>(argument));
+    const std::unique_ptr<Start> start(static_cast<Start*>(argument));
     nameThisThread(start->label);
-    start->function();
+    start->run();
     return nullptr;
 }
 
@@ -43,13 +48,18 @@ void nameThisThread(const std::string& label)
     nameThread(pthread_self(), name.c_str());
 }
 
+NamedThread::NamedThread(const std::string& label, std::function<void()> function)
+    : NamedThread(label, usualStackBytes, std::move(function))
+{
+}
+
 NamedThread::NamedThread(const std::string& label, std::size_t stackBytes, std::function<void()> function)
 {
-    auto start = std::make_unique<ThreadStart>(ThreadStart{label, std::move(function)});
+    auto start = std::make_unique<Start>(Start{label, std::move(function), hasEnded_});
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, stackBytes);
-    const int error = pthread_create(&thread_, &attributes, &runThread, start.get());
+    const int error = pthread_create(&thread_, &attributes, &runThread<Start>, start.get());
     pthread_attr_destroy(&attributes);
     if (error != 0)
         throw PlatformError::posix("Could not start the thread " + label, error);
@@ -67,17 +77,22 @@ void NamedThread::join()
         pthread_join(thread_, nullptr);
 }
 
-void NamedThread::detach()
+bool NamedThread::joinWithin(std::chrono::nanoseconds limit)
+{
+    const bool isInTime = isOver_ || hasEnded_->waitFor(limit, [](bool ended) { return ended; });
+    if (isInTime)
+        join();
+    else
+        abandon();
+    return isInTime;
+}
+
+void NamedThread::abandon()
 {
     if (std::exchange(isOver_, true))
         return;
-    someThreadWasDetached = true;
+    noteAbandonedWork();
     pthread_detach(thread_);
-}
-
-bool NamedThread::detachedAny()
-{
-    return someThreadWasDetached;
 }
 
 } // namespace glimto

@@ -1,85 +1,107 @@
 #include "Support/SerialQueue.h"
 
-#include <atomic>
-#include <condition_variable>
+#include <cstdint>
 #include <deque>
-#include <exception>
-#include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <thread>
-#include <utility>
 
+#include "Support/AbandonedWork.h"
 #include "Support/NamedThread.h"
 
 namespace glimto {
 
-namespace {
-
-std::atomic<bool> someQueueWasAbandoned = false;
-
-} // namespace
-
+// Everybody takes a number. Numbers are served one at a time and in order: a posted task by the thread, the
+// others by whoever drew them.
 struct SerialQueue::Core {
-    std::string label;
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::deque<std::function<void()>> tasks;
-    bool closing = false;
-    bool abandoned = false;
-    bool running = false;
-    std::thread thread;
-    std::thread::id threadId;
+    struct Task {
+        std::uint64_t number = 0;
+        std::function<void()> function;
+    };
 
-    // False when the queue was abandoned.
-    bool accept(std::function<void()> task)
-    {
+    struct State {
+        std::uint64_t nextNumber = 0;
+        std::uint64_t served = 0;
+        std::deque<Task> tasks;
+        std::optional<std::thread::id> owner; // whose turn it is; nobody's when idle
+        bool isClosing = false;
+        bool isAbandoned = false;
+
+        bool isTurnOf(std::uint64_t number) const { return !owner && served == number; }
+        void begin() { owner = std::this_thread::get_id(); }
+        void end()
         {
-            const std::lock_guard lock(mutex);
-            if (abandoned)
-                return false;
-            tasks.push_back(std::move(task));
+            owner.reset();
+            ++served;
         }
-        changed.notify_one();
-        return true;
-    }
+    };
+
+    std::string label;
+    Guarded<State, LockLevel::leaf> state;
+    std::unique_ptr<NamedThread> thread;
 
     void run()
     {
-        nameThisThread(label);
-        std::unique_lock lock(mutex);
         while (true) {
-            changed.wait(lock, [this] { return closing || abandoned || !tasks.empty(); });
-            if (abandoned || tasks.empty())
+            std::function<void()> task;
+            // Ended by the destructor or by abandon().
+            state.waitUntil(
+                [](const State& now) {
+                    if (now.isAbandoned || (now.isClosing && now.tasks.empty()))
+                        return true;
+                    return !now.tasks.empty() && now.isTurnOf(now.tasks.front().number);
+                },
+                [&](State& now) {
+                    if (now.isAbandoned || now.tasks.empty())
+                        return;
+                    task = std::move(now.tasks.front().function);
+                    now.tasks.pop_front();
+                    now.begin();
+                });
+            if (!task)
                 return;
-            auto task = std::move(tasks.front());
-            tasks.pop_front();
-            running = true;
-            lock.unlock();
             task();
-            task = nullptr;
-            lock.lock();
-            running = false;
+            task = nullptr; // what it owns may call back
+            state.change([](State& now) { now.end(); });
         }
+    }
+
+    // False when the caller's turn it is already.
+    bool beginTurn()
+    {
+        const auto number = state.with([](State& now) -> std::optional<std::uint64_t> {
+            if (now.owner == std::this_thread::get_id())
+                return std::nullopt;
+            return now.nextNumber++;
+        });
+        if (!number)
+            return false;
+        // Ended by the turn before this one, or by abandon().
+        const bool isAbandoned = state.waitUntil(
+            [&](const State& now) { return now.isAbandoned || now.isTurnOf(*number); },
+            [](State& now) {
+                if (!now.isAbandoned)
+                    now.begin();
+                return now.isAbandoned;
+            });
+        if (isAbandoned)
+            throw std::logic_error("The queue " + label + " was abandoned.");
+        return true;
     }
 };
 
-SerialQueue::SerialQueue(std::string label)
+SerialQueue::SerialQueue(std::string label, Thread thread)
     : core_(std::make_shared<Core>())
 {
     core_->label = std::move(label);
-    core_->thread = std::thread([core = core_] { core->run(); });
-    core_->threadId = core_->thread.get_id();
+    if (thread == Thread::own)
+        core_->thread = std::make_unique<NamedThread>(core_->label, [core = core_] { core->run(); });
 }
 
 SerialQueue::~SerialQueue()
 {
-    {
-        const std::lock_guard lock(core_->mutex);
-        core_->closing = true;
-    }
-    core_->changed.notify_all();
-    if (core_->thread.joinable())
-        core_->thread.join();
+    core_->state.change([](Core::State& state) { state.isClosing = true; });
+    core_->thread.reset();
 }
 
 const std::string& SerialQueue::label() const
@@ -89,61 +111,42 @@ const std::string& SerialQueue::label() const
 
 void SerialQueue::post(std::function<void()> task)
 {
-    core_->accept(std::move(task));
-}
-
-void SerialQueue::sync(const std::function<void()>& task)
-{
-    if (isCurrent()) {
-        task();
-        return;
-    }
-    std::mutex mutex;
-    std::condition_variable done;
-    bool isDone = false;
-    std::exception_ptr failure;
-    const bool isAccepted = core_->accept([&] {
-        try {
-            task();
-        } catch (...) {
-            failure = std::current_exception();
-        }
-        // Notified under the lock: the waiter's stack is gone as soon as it may leave.
-        const std::lock_guard lock(mutex);
-        isDone = true;
-        done.notify_one();
+    if (!core_->thread)
+        throw std::logic_error("The queue " + core_->label + " has no thread.");
+    core_->state.change([&](Core::State& state) {
+        if (!state.isAbandoned)
+            state.tasks.push_back({state.nextNumber++, std::move(task)});
     });
-    if (!isAccepted)
-        throw std::logic_error("The queue " + core_->label + " was abandoned.");
-    std::unique_lock lock(mutex);
-    done.wait(lock, [&] { return isDone; });
-    if (failure)
-        std::rethrow_exception(failure);
 }
 
 bool SerialQueue::isCurrent() const
 {
-    return std::this_thread::get_id() == core_->threadId;
+    return core_->state.with(
+        [](const Core::State& state) { return state.owner == std::this_thread::get_id(); });
 }
 
 void SerialQueue::abandon()
 {
-    std::deque<std::function<void()>> dropped; // destroyed after the lock: what they own may call back
-    const std::lock_guard lock(core_->mutex);
-    if (core_->abandoned)
-        return;
-    core_->abandoned = true;
-    dropped.swap(core_->tasks);
-    if (core_->running)
-        someQueueWasAbandoned = true;
-    if (core_->thread.joinable())
-        core_->thread.detach();
-    core_->changed.notify_all();
+    std::deque<Core::Task> dropped; // destroyed after the lock: what they own may call back
+    const bool isAtWork = core_->state.change([&](Core::State& state) {
+        const bool wasAbandoned = std::exchange(state.isAbandoned, true);
+        dropped.swap(state.tasks);
+        return !wasAbandoned && state.owner.has_value();
+    });
+    if (isAtWork && core_->thread)
+        core_->thread->abandon();
 }
 
-bool SerialQueue::abandonedAny()
+SerialQueue::Turn::Turn(std::shared_ptr<Core> core)
+    : core_(std::move(core))
+    , isNested_(!core_->beginTurn())
 {
-    return someQueueWasAbandoned;
+}
+
+SerialQueue::Turn::~Turn()
+{
+    if (!isNested_)
+        core_->state.change([](Core::State& state) { state.end(); });
 }
 
 } // namespace glimto

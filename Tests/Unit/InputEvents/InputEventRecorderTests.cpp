@@ -19,6 +19,7 @@
 #include "Fakes/FakeEventTap.h"
 #include "Fakes/FakeLineOutput.h"
 #include "Fakes/TemporaryDirectory.h"
+#include "Support/AbandonedWork.h"
 
 namespace glimto {
 namespace {
@@ -327,7 +328,7 @@ TEST_F(InputEventRecorderTests, ATapThatHangsWhenItIsMadeIsLetGoOf)
     recorder->stop(true);
     recorder.reset();
 
-    EXPECT_TRUE(NamedThread::detachedAny());
+    EXPECT_TRUE(isWorkAbandoned());
     EXPECT_EQ(document()["events"], nlohmann::json::array());
 
     // Once it gets its tap, the thread gives it back instead of listening.

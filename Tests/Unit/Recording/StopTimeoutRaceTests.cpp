@@ -59,31 +59,36 @@ TEST(StopTimeoutRaceTests, OfManySettlersExactlyOneWins)
     EXPECT_LE(winner, 4);
 }
 
-TEST(WithStopTimeoutTests, ReturnsTheValueOfAnOperationThatIsInTime)
+class WithStopTimeoutTests : public ::testing::Test {
+protected:
+    SerialQueue queue{"glimto.test.stop"};
+};
+
+TEST_F(WithStopTimeoutTests, ReturnsTheValueOfAnOperationThatIsInTime)
 {
-    EXPECT_EQ(withStopTimeout(15, "stopping capture stream", [] { return 42; }), 42);
+    EXPECT_EQ(withStopTimeout(queue, 15, "stopping capture stream", [] { return 42; }), 42);
 }
 
-TEST(WithStopTimeoutTests, ReturnsAValueThatCanOnlyBeMoved)
+TEST_F(WithStopTimeoutTests, ReturnsAValueThatCanOnlyBeMoved)
 {
-    const auto value = withStopTimeout(15, "any", [] { return std::make_unique<int>(3); });
+    const auto value = withStopTimeout(queue, 15, "any", [] { return std::make_unique<int>(3); });
 
     EXPECT_EQ(*value, 3);
 }
 
-TEST(WithStopTimeoutTests, RunsAnOperationWithoutAValueOnAnotherThread)
+TEST_F(WithStopTimeoutTests, RunsAnOperationWithoutAValueOnAnotherThread)
 {
     std::thread::id runner;
-    withStopTimeout(15, "any", [&] { runner = std::this_thread::get_id(); });
+    withStopTimeout(queue, 15, "any", [&] { runner = std::this_thread::get_id(); });
 
     EXPECT_NE(runner, std::thread::id());
     EXPECT_NE(runner, std::this_thread::get_id());
 }
 
-TEST(WithStopTimeoutTests, PassesTheOperationsOwnErrorThrough)
+TEST_F(WithStopTimeoutTests, PassesTheOperationsOwnErrorThrough)
 {
     try {
-        withStopTimeout(15, "any", []() -> int { throw PlatformError("Fake", 5, "broken"); });
+        withStopTimeout(queue, 15, "any", []() -> int { throw PlatformError("Fake", 5, "broken"); });
         FAIL() << "nothing was thrown";
     } catch (const PlatformError& error) {
         EXPECT_STREQ(error.what(), "broken");
@@ -91,7 +96,7 @@ TEST(WithStopTimeoutTests, PassesTheOperationsOwnErrorThrough)
     }
 }
 
-TEST(WithStopTimeoutTests, AnOperationThatHangsIsLetGoOf)
+TEST_F(WithStopTimeoutTests, AnOperationThatHangsIsLetGoOf)
 {
     struct Gate {
         std::promise<void> opened;
@@ -99,7 +104,7 @@ TEST(WithStopTimeoutTests, AnOperationThatHangsIsLetGoOf)
     };
     const auto gate = std::make_shared<Gate>();
     try {
-        withStopTimeout(0.01, "stopping capture stream", [gate] {
+        withStopTimeout(queue, 0.01, "stopping capture stream", [gate] {
             gate->opened.get_future().wait();
             gate->passed.set_value();
         });
@@ -113,7 +118,7 @@ TEST(WithStopTimeoutTests, AnOperationThatHangsIsLetGoOf)
     EXPECT_EQ(gate->passed.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
 }
 
-TEST(WithStopTimeoutTests, TheMessageTellsWholeSecondsAndTheStage)
+TEST_F(WithStopTimeoutTests, TheMessageTellsWholeSecondsAndTheStage)
 {
     EXPECT_EQ(messageOf(stopTimeoutError(15, "stopping capture stream")),
         "Stopping capture timed out after 15s at stage: stopping capture stream");

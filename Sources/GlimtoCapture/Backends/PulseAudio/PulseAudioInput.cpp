@@ -30,21 +30,12 @@ PulseAudioInput::~PulseAudioInput() = default;
 AudioInputStart PulseAudioInput::start(Handlers handlers)
 {
     handlers_ = std::move(handlers);
-    auto outcome = started_.get_future();
-    try {
-        thread_ = std::make_unique<NamedThread>(threadLabel_, threadStackBytes, [this] { runGuarded(); });
-    } catch (const std::exception&) {
-        return AudioInputStart::notRunning;
-    }
-    if (outcome.wait_for(startTimeout) == std::future_status::ready) {
-        const auto result = outcome.get();
-        if (result == AudioInputStart::running)
-            return result;
+    thread_ = std::make_unique<NamedThread>(threadLabel_, threadStackBytes, [this] { runGuarded(); });
+    const auto outcome
+        = started_.waitFor(startTimeout) ? started_.firstResult() : AudioInputStart::notRunning;
+    if (outcome != AudioInputStart::running)
         stop();
-        return result;
-    }
-    stop();
-    return AudioInputStart::notRunning;
+    return outcome;
 }
 
 void PulseAudioInput::stop()
@@ -71,7 +62,7 @@ void PulseAudioInput::runGuarded()
 void PulseAudioInput::didStart(AudioInputStart outcome)
 {
     if (!std::exchange(hasStarted_, true))
-        started_.set_value(outcome);
+        started_.settle(outcome);
 }
 
 std::unique_ptr<PulseRecordStream> PulseAudioInput::openStream(

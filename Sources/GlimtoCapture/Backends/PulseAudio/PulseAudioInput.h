@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,6 +8,7 @@
 #include "Backends/PulseAudio/PulseConnection.h"
 #include "Backends/PulseAudio/PulseRecordStream.h"
 #include "Platform/AudioInput.h"
+#include "Support/FirstOutcome.h"
 #include "Support/NamedThread.h"
 
 namespace glimto {
@@ -59,7 +59,7 @@ private:
     const char* const threadLabel_;
     PulseMainloop loop_;
     Handlers handlers_;
-    std::promise<AudioInputStart> started_;
+    FirstOutcome<AudioInputStart> started_;
     bool hasStarted_ = false; // on the thread
     bool outputsChanged_ = false;
     std::optional<std::uint32_t> watchedSource_;

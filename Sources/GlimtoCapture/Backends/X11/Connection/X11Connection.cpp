@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <future>
-#include <thread>
 #include <utility>
 
 #include <poll.h>
 #include <xcb/xcbext.h>
+
+#include "Support/SerialQueue.h"
 
 namespace glimto {
 
@@ -35,19 +35,25 @@ struct Opened {
 // the server does not answer.
 Opened connectInTime(const std::string& display)
 {
-    auto promise = std::make_shared<std::promise<Opened>>();
-    auto result = promise->get_future();
-    std::thread([promise, display] {
-        Opened opened;
-        opened.connection = xcb_connect(display.c_str(), &opened.screenNumber);
-        promise->set_value(opened);
-    }).detach();
+    SerialQueue queue("glimto.capture.connect");
+    const auto noAnswer = std::make_exception_ptr(
+        x11Error(X11Failure::noAnswer, "The X server at DISPLAY \"" + display + "\" does not answer."));
     const auto timeout = hasWaitedInVain ? nextConnectTimeout : connectTimeout;
-    const bool isOpened = result.wait_for(timeout) == std::future_status::ready;
-    hasWaitedInVain = !isOpened;
-    if (!isOpened)
-        throw x11Error(X11Failure::noAnswer, "The X server at DISPLAY \"" + display + "\" does not answer.");
-    return result.get();
+    try {
+        const auto opened = queue.runWithin(
+            timeout,
+            [display] {
+                Opened result;
+                result.connection = xcb_connect(display.c_str(), &result.screenNumber);
+                return result;
+            },
+            noAnswer);
+        hasWaitedInVain = false;
+        return opened;
+    } catch (const PlatformError&) {
+        hasWaitedInVain = true;
+        throw;
+    }
 }
 
 } // namespace

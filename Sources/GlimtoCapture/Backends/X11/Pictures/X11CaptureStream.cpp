@@ -7,7 +7,6 @@
 #include <utility>
 
 #include <poll.h>
-#include <pthread.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -57,7 +56,7 @@ void X11CaptureStream::start(Handlers handlers)
         makeX11PictureSource(*connection_, filter_, configuration_),
         PixelSize{configuration_.width, configuration_.height}, std::max(1, configuration_.queueDepth),
         configuration_.showsCursor);
-    thread_ = std::thread([this] { run(); });
+    thread_ = std::make_unique<NamedThread>("glimto.capture.samples", [this] { run(); });
 }
 
 void X11CaptureStream::stop()
@@ -73,19 +72,17 @@ void X11CaptureStream::removeOutputs()
 
 void X11CaptureStream::endThread()
 {
-    if (!thread_.joinable())
+    if (!thread_)
         return;
     mustEnd_ = true;
     eventfd_write(wakeUp_.get(), 1);
-    thread_.join();
+    thread_.reset(); // waits for its end
     grabber_.reset();
     connection_.reset();
 }
 
 void X11CaptureStream::run()
 {
-    // The longest end of "glimto.capture.samples" that a thread's name has room for.
-    pthread_setname_np(pthread_self(), "capture.samples");
     try {
         capture();
     } catch (...) {

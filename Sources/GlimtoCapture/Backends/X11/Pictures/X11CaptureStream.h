@@ -2,13 +2,13 @@
 
 #include <atomic>
 #include <memory>
-#include <thread>
 
 #include "Backends/X11/Pictures/X11FrameGrabber.h"
 #include "Backends/X11/Pictures/X11FramePacer.h"
 #include "Backends/X11/Pictures/X11StreamOutputs.h"
 #include "Platform/CaptureStream.h"
 #include "Support/FileDescriptor.h"
+#include "Support/NamedThread.h"
 
 namespace glimto {
 
@@ -51,7 +51,7 @@ private:
     std::int64_t lastTime_ = 0;
     std::uint64_t nextSequenceNumber_ = 0;
 
-    std::thread thread_;
+    std::unique_ptr<NamedThread> thread_;
 };
 
 class X11CaptureStreamFactory : public CaptureStreamFactory {
