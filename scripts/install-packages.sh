@@ -25,6 +25,8 @@ quickstart=(ffmpeg xvfb x11-utils x11-xserver-utils x11-apps xterm python3 jq cu
 test=(libgtest-dev libgmock-dev libpng-dev
     # The completions and the manual page.
     fish zsh man-db
+    # The drivers, and the schemas of what they read.
+    nodejs python3-jsonschema
     tesseract-ocr tesseract-ocr-eng pango1.0-tools fonts-urw-base35
     libbenchmark-dev xdotool xclip openbox xserver-xorg-core xserver-xorg-video-dummy xinput imagemagick
     openssl
