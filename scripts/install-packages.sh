@@ -33,6 +33,8 @@ test=(libgtest-dev libgmock-dev libpng-dev
     gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
     gstreamer1.0-plugins-bad gstreamer1.0-libav fonts-dejavu-core
     pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus
+    # Desktops of several kinds, and programs of both toolkits, whose windows recordings leave out.
+    xfwm4 xfconf kwin-x11 libgl1-mesa-dri picom i3-wm python3-gi gir1.2-gtk-3.0 python3-pyqt5
     # Plays takes as a web page does.
     chromium)
 package=(dpkg-dev fakeroot)

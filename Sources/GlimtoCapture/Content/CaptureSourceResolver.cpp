@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 #include <iterator>
-#include <string_view>
 #include <utility>
 
 #include "Content/RegionPlacement.h"
@@ -18,19 +17,11 @@ namespace glimto {
 
 namespace {
 
-constexpr std::array<std::string_view, 1> glimtoDesktopBundleIdentifiers = {"com.glimto.desktop"};
-constexpr std::array<std::string_view, 2> glimtoDesktopApplicationNames = {"Glimto", "Glimto Desktop"};
+constexpr std::array<const char*, 1> glimtoDesktopBundleIdentifiers = {"com.glimto.desktop"};
+constexpr std::array<const char*, 2> glimtoDesktopApplicationNames = {"Glimto", "Glimto Desktop"};
 
 // Windows this small are not seen, in points.
 constexpr double smallestWindowSide = 0.001;
-
-// The names compared here are ASCII, so only ASCII letters can differ in case.
-bool equalsIgnoringCase(std::string_view a, std::string_view b)
-{
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return std::equal(
-        a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return lower(x) == lower(y); });
-}
 
 // Applications whose process is unknown are told apart by all that is known of them.
 bool isSameProcess(const Application& a, const Application& b)
@@ -115,15 +106,21 @@ CaptureSourceResolver::CaptureSourceResolver(
 {
 }
 
+ApplicationRule CaptureSourceResolver::glimtoApplications() const
+{
+    ApplicationRule rule;
+    rule.processIDs = {process_.processID()};
+    rule.bundleIdentifiers.assign(
+        glimtoDesktopBundleIdentifiers.begin(), glimtoDesktopBundleIdentifiers.end());
+    if (std::string own = process_.bundleIdentifier(); !own.empty())
+        rule.bundleIdentifiers.push_back(std::move(own));
+    rule.applicationNames.assign(glimtoDesktopApplicationNames.begin(), glimtoDesktopApplicationNames.end());
+    return rule;
+}
+
 bool CaptureSourceResolver::isGlimtoApplication(const Application& application) const
 {
-    const std::string ownBundleIdentifier = process_.bundleIdentifier();
-    return application.processID == process_.processID()
-        || (!ownBundleIdentifier.empty() && application.bundleIdentifier == ownBundleIdentifier)
-        || std::ranges::find(glimtoDesktopBundleIdentifiers, application.bundleIdentifier)
-        != glimtoDesktopBundleIdentifiers.end()
-        || std::ranges::any_of(glimtoDesktopApplicationNames,
-            [&](std::string_view name) { return equalsIgnoringCase(application.applicationName, name); });
+    return glimtoApplications().matches(application);
 }
 
 std::vector<Application> CaptureSourceResolver::glimtoApplicationExclusions(
@@ -206,7 +203,8 @@ ContentFilter CaptureSourceResolver::displayFilter(const Display& display, const
     auto exceptingWindows = burnInWindows(exceptWindowId, content);
     std::ranges::move(
         screenshotWindows(content, includedGlimtoWindowIDs), std::back_inserter(exceptingWindows));
-    return {DisplayContentFilter{display, glimtoApplicationExclusions(content), std::move(exceptingWindows)},
+    return {DisplayContentFilter{display, glimtoApplicationExclusions(content), std::move(exceptingWindows),
+                glimtoApplications()},
         std::nullopt};
 }
 

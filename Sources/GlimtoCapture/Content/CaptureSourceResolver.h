@@ -32,7 +32,10 @@ public:
     // `standardError` receives warnings.
     CaptureSourceResolver(ProcessEnvironment& process, ScreenAccess& screen, LineOutput& standardError);
 
-    // Whether `application` is this program or the product's desktop application.
+    // This program and the product's desktop application, by process, bundle identifier or name.
+    ApplicationRule glimtoApplications() const;
+
+    // Whether `application` is one of glimtoApplications().
     bool isGlimtoApplication(const Application& application) const;
 
     // The product's own applications, each process once: owners of windows first, then the others.

@@ -4,6 +4,7 @@
 #include <variant>
 #include <vector>
 
+#include "Platform/ApplicationRule.h"
 #include "Platform/ShareableContent.h"
 
 namespace glimto {
@@ -14,6 +15,9 @@ struct DisplayContentFilter {
     Display display;
     std::vector<Application> excludedApplications;
     std::vector<Window> exceptingWindows;
+
+    // A stream also leaves out the applications that this names and that come later.
+    ApplicationRule laterExclusions = {};
 };
 
 // One window, wherever it is and whatever covers it.

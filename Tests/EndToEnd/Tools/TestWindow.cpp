@@ -6,7 +6,7 @@
 //   paint <id> <paint>             <paint> is RRGGBB, or "quadrants": red, green, blue, white by rows
 //   clock <id> <milliseconds>      black and white bars count the steps since now, highest bit first
 //   still <id>                     ends the clock
-//   move <id> <x> <y>    resize <id> <width> <height>    raise <id>
+//   move <id> <x> <y>    resize <id> <width> <height>    raise <id>    lower <id>
 //   map <id>    unmap <id>    iconify <id>    destroy <id>
 //   where <id>                     result: <x> <y> <width> <height> on the screen
 //
@@ -160,7 +160,9 @@ private:
         else if (command == "resize")
             configure(window, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, words);
         else if (command == "raise")
-            raise(window);
+            restack(window, XCB_STACK_MODE_ABOVE);
+        else if (command == "lower")
+            restack(window, XCB_STACK_MODE_BELOW);
         else if (command == "map")
             xcb_map_window(xcb_.get(), window);
         else if (command == "unmap")
@@ -388,10 +390,9 @@ private:
         xcb_configure_window(xcb_.get(), window, static_cast<std::uint16_t>(mask), values.data());
     }
 
-    void raise(xcb_window_t window)
+    void restack(xcb_window_t window, std::uint32_t mode)
     {
-        const std::uint32_t above = XCB_STACK_MODE_ABOVE;
-        xcb_configure_window(xcb_.get(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+        xcb_configure_window(xcb_.get(), window, XCB_CONFIG_WINDOW_STACK_MODE, &mode);
     }
 
     void iconify(xcb_window_t window)

@@ -74,6 +74,9 @@ class Window:
     def raise_to_top(self):
         return self.painter.ask("raise", self.id)
 
+    def lower_to_bottom(self):
+        return self.painter.ask("lower", self.id)
+
     def iconify(self):
         return self.painter.ask("iconify", self.id)
 

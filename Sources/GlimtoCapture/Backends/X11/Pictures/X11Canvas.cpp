@@ -11,7 +11,7 @@ X11Canvas::X11Canvas(X11Connection& connection, PixelSize size, std::uint8_t dep
           connection, 4 * static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height)))
 {
     xcb_connection_t* xcb = connection_.xcb();
-    pixmap_ = xcb_generate_id(xcb);
+    pixmap_ = X11Pixmap(connection_);
     isShared_ = makeSharedPixmap(depth);
     if (!isShared_) {
         const auto made = xcb_create_pixmap_checked(xcb, depth, pixmap_, connection_.root(),
@@ -19,8 +19,7 @@ X11Canvas::X11Canvas(X11Connection& connection, PixelSize size, std::uint8_t dep
         if (connection_.check(made))
             throw x11Error(X11Failure::sharedMemory, "The X server has no memory for a picture.");
     }
-    stale_ = xcb_generate_id(xcb);
-    xcb_xfixes_create_region(xcb, stale_, 0, nullptr);
+    stale_ = makeX11Region(connection_);
     if (!isShared())
         clear();
     setAllStale();
@@ -28,11 +27,8 @@ X11Canvas::X11Canvas(X11Connection& connection, PixelSize size, std::uint8_t dep
 
 X11Canvas::~X11Canvas()
 {
-    xcb_connection_t* xcb = connection_.xcb();
-    xcb_xfixes_destroy_region(xcb, stale_);
-    xcb_free_pixmap(xcb, pixmap_);
     if (memory_->segment() != XCB_NONE)
-        xcb_shm_detach(xcb, memory_->segment());
+        xcb_shm_detach(connection_.xcb(), memory_->segment());
 }
 
 // Some servers share memory but draw into none of it.
@@ -59,12 +55,11 @@ void X11Canvas::clear()
     if (isShared())
         return;
     xcb_connection_t* xcb = connection_.xcb();
-    const xcb_gcontext_t black = xcb_generate_id(xcb);
+    const X11GraphicsContext black(connection_);
     const std::uint32_t foreground = 0;
     const xcb_rectangle_t whole = xcbRectangle(wholeOf(size_));
     xcb_create_gc(xcb, black, pixmap_, XCB_GC_FOREGROUND, &foreground);
     xcb_poly_fill_rectangle(xcb, pixmap_, black, 1, &whole);
-    xcb_free_gc(xcb, black);
 }
 
 void X11Canvas::fetch(const PixelRect& rect)

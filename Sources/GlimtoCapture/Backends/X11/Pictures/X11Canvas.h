@@ -7,6 +7,7 @@
 
 #include "Backends/X11/Connection/X11Connection.h"
 #include "Backends/X11/Connection/X11Regions.h"
+#include "Backends/X11/Connection/X11Resource.h"
 #include "Backends/X11/Connection/X11SharedMemory.h"
 
 namespace glimto {
@@ -52,9 +53,9 @@ private:
     X11Connection& connection_;
     PixelSize size_;
     std::shared_ptr<X11SharedMemory> memory_; // shared with the consumers of the picture
-    xcb_pixmap_t pixmap_ = XCB_NONE;
+    X11Pixmap pixmap_;
     bool isShared_ = false;
-    xcb_xfixes_region_t stale_ = XCB_NONE;
+    X11Region stale_;
 };
 
 } // namespace glimto

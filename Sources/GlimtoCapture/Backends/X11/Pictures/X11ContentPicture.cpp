@@ -13,7 +13,7 @@ std::unique_ptr<X11PictureSource> makeX11PictureSource(
         return std::make_unique<X11WindowPicture>(connection, window->window.windowID);
     const PixelSize output{configuration.width, configuration.height};
     const auto& content = std::get<DisplayContentFilter>(filter.content);
-    if (!content.excludedApplications.empty())
+    if (!content.excludedApplications.empty() || !content.laterExclusions.isEmpty())
         return std::make_unique<X11ComposedPicture>(connection, content, configuration.sourceRect, output);
     return std::make_unique<X11DisplayPicture>(
         connection, content.display.displayID, configuration.sourceRect, output);

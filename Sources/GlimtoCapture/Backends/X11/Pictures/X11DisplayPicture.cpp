@@ -70,15 +70,8 @@ X11DisplayPicture::X11DisplayPicture(
                 | XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
     }
     context_ = makeCopyContext(connection_, depth());
-    bounds_ = xcb_generate_id(xcb);
-    xcb_xfixes_create_region(xcb, bounds_, 0, nullptr);
+    bounds_ = makeX11Region(connection_);
     readGeometry();
-}
-
-X11DisplayPicture::~X11DisplayPicture()
-{
-    xcb_xfixes_destroy_region(connection_.xcb(), bounds_);
-    xcb_free_gc(connection_.xcb(), context_);
 }
 
 void X11DisplayPicture::handle(const xcb_generic_event_t& event)

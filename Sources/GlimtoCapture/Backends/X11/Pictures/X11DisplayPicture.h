@@ -21,7 +21,6 @@ public:
     // Throws sourceGone when the display is not connected.
     X11DisplayPicture(
         X11Connection& connection, std::uint32_t displayID, std::optional<Rect> sourceRect, PixelSize output);
-    ~X11DisplayPicture() override;
 
     PixelSize size() const override { return {area_.width, area_.height}; }
     std::uint8_t depth() const override { return connection_.screen().root_depth; }
@@ -32,6 +31,9 @@ public:
     void requestChanges(xcb_xfixes_region_t changes) override;
     void requestCopy(xcb_pixmap_t target, xcb_xfixes_region_t clip) override;
     std::optional<Place> place() const override { return Place{connection_.root(), area_.x, area_.y}; }
+
+    // Whether update() has work to do.
+    bool mayBeElsewhere() const { return geometryMayHaveChanged_; }
 
     // What is captured, in coordinates of the root window.
     const PixelRect& area() const { return area_; }
@@ -50,8 +52,8 @@ private:
     std::uint64_t layout_ = 0;
     bool geometryMayHaveChanged_ = false;
     bool hasRandR_ = false;
-    xcb_gcontext_t context_ = XCB_NONE;
-    xcb_xfixes_region_t bounds_ = XCB_NONE; // the visible part in picture coordinates
+    X11GraphicsContext context_;
+    X11Region bounds_; // the visible part in picture coordinates
     X11Damage damage_;
 };
 

@@ -13,13 +13,6 @@ constexpr std::size_t mostChangedRects = 64;
 
 constexpr int mostAttempts = 3;
 
-xcb_xfixes_region_t makeRegion(X11Connection& connection)
-{
-    const xcb_xfixes_region_t region = xcb_generate_id(connection.xcb());
-    xcb_xfixes_create_region(connection.xcb(), region, 0, nullptr);
-    return region;
-}
-
 } // namespace
 
 X11FrameGrabber::X11FrameGrabber(X11Connection& connection, std::unique_ptr<X11PictureSource> source,
@@ -28,17 +21,11 @@ X11FrameGrabber::X11FrameGrabber(X11Connection& connection, std::unique_ptr<X11P
     , source_(std::move(source))
     , output_(output)
     , pool_(connection, output, source_->depth(), queueDepth + 1)
-    , changes_(makeRegion(connection))
-    , scratch_(makeRegion(connection))
+    , changes_(makeX11Region(connection))
+    , scratch_(makeX11Region(connection))
 {
     if (showsCursor)
         cursor_.emplace(connection);
-}
-
-X11FrameGrabber::~X11FrameGrabber()
-{
-    xcb_xfixes_destroy_region(connection_.xcb(), changes_);
-    xcb_xfixes_destroy_region(connection_.xcb(), scratch_);
 }
 
 void X11FrameGrabber::handleEvents()
@@ -135,9 +122,8 @@ void X11FrameGrabber::takeLayout()
 X11Canvas* X11FrameGrabber::acquire()
 {
     // Drawing over the last picture once nobody else holds it saves memory and bringing the same change
-    // into several pictures. Not if the source may reject what was drawn: it could not be shown again.
-    if (source_->approvesAlways())
-        picture_.reset();
+    // into several pictures.
+    picture_.reset();
     X11Canvas* canvas = pool_.acquire(current_);
     if (!canvas) {
         if (current_ && !picture_)
@@ -201,8 +187,12 @@ void X11FrameGrabber::receivePicture(X11Canvas& canvas)
     changedRects_ = coalesced(pixelRects(reply.get()), mostChangedRects);
 }
 
+// What must not be shown was drawn over the last picture, if it was that one's canvas.
 void X11FrameGrabber::reject(X11Canvas& canvas)
 {
+    if (&canvas == current_)
+        current_ = nullptr;
+    picture_ = current_ ? X11FramePool::lease(*current_) : nullptr;
     canvas.setAllStale();
     allChanged_ = true;
     changedRects_.clear();

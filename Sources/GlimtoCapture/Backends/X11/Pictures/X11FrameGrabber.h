@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "Backends/X11/Connection/X11Resource.h"
 #include "Backends/X11/Pictures/X11Cursor.h"
 #include "Backends/X11/Pictures/X11FramePool.h"
 #include "Backends/X11/Pictures/X11PictureSource.h"
@@ -19,7 +20,6 @@ class X11FrameGrabber {
 public:
     X11FrameGrabber(X11Connection& connection, std::unique_ptr<X11PictureSource> source, PixelSize output,
         int queueDepth, bool showsCursor);
-    ~X11FrameGrabber();
     X11FrameGrabber(const X11FrameGrabber&) = delete;
     X11FrameGrabber& operator=(const X11FrameGrabber&) = delete;
 
@@ -41,7 +41,8 @@ public:
     };
     Result grab();
 
-    // The last picture taken; null before the first. Shared with the consumers.
+    // The last picture taken; null before the first, and after one that was rejected. Shared with the
+    // consumers.
     const std::shared_ptr<const PixelBuffer>& picture() const { return picture_; }
 
     // Where the last picture differs from the one before.
@@ -67,8 +68,8 @@ private:
     X11Canvas* current_ = nullptr; // where picture_ lies
     std::shared_ptr<const PixelBuffer> picture_;
     std::vector<PixelRect> changedRects_;
-    xcb_xfixes_region_t changes_ = XCB_NONE;
-    xcb_xfixes_region_t scratch_ = XCB_NONE;
+    X11Region changes_;
+    X11Region scratch_;
     xcb_xfixes_fetch_region_cookie_t changesCookie_ = {};
     xcb_xfixes_fetch_region_cookie_t staleCookie_ = {};
     std::uint64_t layout_ = 0;

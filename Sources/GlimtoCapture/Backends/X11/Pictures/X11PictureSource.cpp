@@ -13,14 +13,9 @@ namespace glimto {
 
 X11Damage::X11Damage(X11Connection& connection, xcb_window_t window)
     : connection_(connection)
-    , damage_(xcb_generate_id(connection.xcb()))
+    , damage_(connection)
 {
     xcb_damage_create(connection_.xcb(), damage_, window, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
-}
-
-X11Damage::~X11Damage()
-{
-    xcb_damage_destroy(connection_.xcb(), damage_);
 }
 
 bool X11Damage::handle(const xcb_generic_event_t& event)
@@ -41,15 +36,14 @@ void X11Damage::requestTake(xcb_xfixes_region_t region)
     isPending_ = false;
 }
 
-xcb_gcontext_t makeCopyContext(X11Connection& connection, std::uint8_t depth)
+X11GraphicsContext makeCopyContext(X11Connection& connection, std::uint8_t depth)
 {
     xcb_connection_t* xcb = connection.xcb();
-    const xcb_pixmap_t pixmap = xcb_generate_id(xcb);
+    const X11Pixmap pixmap(connection);
     xcb_create_pixmap(xcb, depth, pixmap, connection.root(), 1, 1);
-    const xcb_gcontext_t context = xcb_generate_id(xcb);
+    X11GraphicsContext context(connection);
     const std::uint32_t values[] = {XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS, 0};
     xcb_create_gc(xcb, context, pixmap, XCB_GC_SUBWINDOW_MODE | XCB_GC_GRAPHICS_EXPOSURES, values);
-    xcb_free_pixmap(xcb, pixmap);
     return context;
 }
 

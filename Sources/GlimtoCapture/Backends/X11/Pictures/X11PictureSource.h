@@ -9,6 +9,7 @@
 
 #include "Backends/X11/Connection/X11Connection.h"
 #include "Backends/X11/Connection/X11Regions.h"
+#include "Backends/X11/Connection/X11Resource.h"
 
 namespace glimto {
 
@@ -39,9 +40,8 @@ public:
     virtual bool isReady() const { return true; }
 
     // Asked when a picture was taken and all events up to then were handled: whether the picture shows
-    // what it should. A source that can say no never says so of a picture that it has approved.
-    virtual bool approvesPicture() const { return true; }
-    virtual bool approvesAlways() const { return true; }
+    // what it should. May ask the server. Seldom false.
+    virtual bool approvesPicture() { return true; }
 
     // Replaces the contents of `changes` by what has changed since the last call, in picture coordinates.
     virtual void requestChanges(xcb_xfixes_region_t changes) = 0;
@@ -63,9 +63,6 @@ public:
 class X11Damage {
 public:
     X11Damage(X11Connection& connection, xcb_window_t window);
-    ~X11Damage();
-    X11Damage(const X11Damage&) = delete;
-    X11Damage& operator=(const X11Damage&) = delete;
 
     // Whether the event is about this window's changes.
     bool handle(const xcb_generic_event_t& event);
@@ -76,13 +73,13 @@ public:
 
 private:
     X11Connection& connection_;
-    xcb_damage_damage_t damage_;
+    X11DamageObject damage_;
     unsigned takenBy_ = 0; // sequence number of the last take
     bool isPending_ = false;
 };
 
 // A graphics context that copies from windows with all that is inside them, for drawables of `depth`.
-xcb_gcontext_t makeCopyContext(X11Connection& connection, std::uint8_t depth);
+X11GraphicsContext makeCopyContext(X11Connection& connection, std::uint8_t depth);
 
 // Throws unsupportedVisual unless pixels are 32 bits with 8 bits each of blue, green and red, in this
 // order of bytes. `what` begins the message: "The X display".

@@ -15,18 +15,6 @@ X11RootBackground::X11RootBackground(X11Connection& connection)
 {
 }
 
-X11RootBackground::~X11RootBackground()
-{
-    forget();
-}
-
-void X11RootBackground::forget()
-{
-    if (pixmap_ != XCB_NONE)
-        xcb_free_pixmap(connection_.xcb(), pixmap_);
-    pixmap_ = XCB_NONE;
-}
-
 // No request reads a window's background. But the server paints it into a window that takes its
 // background from the root; redirected by hand and without shape for input, that window is never seen
 // or felt, and its picture stays when the window is gone again.
@@ -51,7 +39,7 @@ xcb_pixmap_t X11RootBackground::pixmap(PixelSize rootSize)
     xcb_map_window(xcb, window);
     size_ = rootSize;
     paint(window);
-    pixmap_ = xcb_generate_id(xcb);
+    pixmap_ = X11Pixmap(connection_);
     xcb_composite_name_window_pixmap(xcb, window, pixmap_);
     xcb_destroy_window(xcb, window);
     return pixmap_;
@@ -64,17 +52,15 @@ void X11RootBackground::paint(xcb_window_t window)
 {
     xcb_connection_t* xcb = connection_.xcb();
     const xcb_rectangle_t whole = xcbRectangle(wholeOf(size_));
-    const xcb_gcontext_t grey = xcb_generate_id(xcb);
+    const X11GraphicsContext grey(connection_);
     const std::uint32_t foreground = 0x808080;
     xcb_create_gc(xcb, grey, window, XCB_GC_FOREGROUND, &foreground);
     xcb_poly_fill_rectangle(xcb, window, grey, 1, &whole);
-    xcb_free_gc(xcb, grey);
     if (const xcb_pixmap_t announced = announcedPixmap(); announced != XCB_NONE) {
-        const xcb_gcontext_t tiled = xcb_generate_id(xcb);
+        const X11GraphicsContext tiled(connection_);
         const std::uint32_t values[] = {XCB_FILL_STYLE_TILED, announced};
         xcb_create_gc(xcb, tiled, window, XCB_GC_FILL_STYLE | XCB_GC_TILE, values);
         xcb_poly_fill_rectangle(xcb, window, tiled, 1, &whole);
-        xcb_free_gc(xcb, tiled);
     }
     // The root's own background over all that, if it has one.
     xcb_clear_area(xcb, 0, window, 0, 0, 0, 0);

@@ -2,6 +2,7 @@
 
 #include "Backends/X11/Connection/X11Connection.h"
 #include "Backends/X11/Connection/X11PixelRects.h"
+#include "Backends/X11/Connection/X11Resource.h"
 
 namespace glimto {
 
@@ -9,22 +10,19 @@ namespace glimto {
 class X11RootBackground {
 public:
     explicit X11RootBackground(X11Connection& connection);
-    ~X11RootBackground();
-    X11RootBackground(const X11RootBackground&) = delete;
-    X11RootBackground& operator=(const X11RootBackground&) = delete;
 
     // A picture of it, of the root's depth and of this size, made when there is none yet.
     xcb_pixmap_t pixmap(PixelSize rootSize);
 
     // It may have another background now.
-    void forget();
+    void forget() { pixmap_.reset(); }
 
 private:
     void paint(xcb_window_t window);
     xcb_pixmap_t announcedPixmap();
 
     X11Connection& connection_;
-    xcb_pixmap_t pixmap_ = XCB_NONE;
+    X11Pixmap pixmap_;
     PixelSize size_;
 };
 

@@ -70,8 +70,7 @@ X11WindowPicture::X11WindowPicture(X11Connection& connection, xcb_window_t windo
     isShown_ = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
 
     context_ = makeCopyContext(connection_, depth_);
-    bounds_ = xcb_generate_id(xcb);
-    xcb_xfixes_create_region(xcb, bounds_, 0, nullptr);
+    bounds_ = makeX11Region(connection_);
     // From here on the window has all of its contents in memory of its own.
     xcb_composite_redirect_window(xcb, window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     readyAt_ = std::chrono::steady_clock::now() + timeToRepaint;
@@ -80,12 +79,7 @@ X11WindowPicture::X11WindowPicture(X11Connection& connection, xcb_window_t windo
 
 X11WindowPicture::~X11WindowPicture()
 {
-    xcb_connection_t* xcb = connection_.xcb();
-    if (pixmap_ != XCB_NONE)
-        xcb_free_pixmap(xcb, pixmap_);
-    xcb_composite_unredirect_window(xcb, window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
-    xcb_xfixes_destroy_region(xcb, bounds_);
-    xcb_free_gc(xcb, context_);
+    xcb_composite_unredirect_window(connection_.xcb(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
 }
 
 void X11WindowPicture::handle(const xcb_generic_event_t& event)
@@ -145,7 +139,7 @@ void X11WindowPicture::takePixmap()
 {
     mayHaveNewPixmap_ = false;
     xcb_connection_t* xcb = connection_.xcb();
-    const xcb_pixmap_t pixmap = xcb_generate_id(xcb);
+    X11Pixmap pixmap(connection_);
     xcb_composite_name_window_pixmap(xcb, window_, pixmap);
     const auto pixmapCookie = xcb_get_geometry(xcb, pixmap);
     const auto windowCookie = xcb_get_geometry(xcb, window_);
@@ -161,9 +155,7 @@ void X11WindowPicture::takePixmap()
     if (!pixmapGeometry && pixmap_ != XCB_NONE)
         return;
     if (pixmapGeometry) {
-        if (pixmap_ != XCB_NONE)
-            xcb_free_pixmap(xcb, pixmap_);
-        pixmap_ = pixmap;
+        pixmap_ = std::move(pixmap);
         // The border may be another by now than that in the pixmap.
         windowSize_ = {std::max(1, pixmapGeometry->width - 2 * border_),
             std::max(1, pixmapGeometry->height - 2 * border_)};

@@ -40,9 +40,9 @@ private:
     bool isGone_ = false;
     bool isShown_ = false;
     bool mayHaveNewPixmap_ = true;
-    xcb_pixmap_t pixmap_ = XCB_NONE; // the window with its border; stays when the window is hidden
-    xcb_gcontext_t context_ = XCB_NONE;
-    xcb_xfixes_region_t bounds_ = XCB_NONE;
+    X11Pixmap pixmap_; // the window with its border; stays when the window is hidden
+    X11GraphicsContext context_;
+    X11Region bounds_;
     std::chrono::steady_clock::time_point readyAt_;
     X11Damage damage_;
 };

@@ -26,6 +26,15 @@ std::string processName(std::int32_t processID)
     return validUTF8(name);
 }
 
+// Whether the text is a name such as "org.example.Editor", which only an application id looks like.
+bool isReverseDomainName(std::string_view text)
+{
+    const std::string_view first = text.substr(0, text.find('.'));
+    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    return std::ranges::count(text, '.') >= 2 && !first.empty() && std::ranges::all_of(first, isLetter)
+        && text.back() != '.' && text.find("..") == std::string_view::npos;
+}
+
 } // namespace
 
 X11Applications::X11Applications(DesktopFiles& desktopFiles)
@@ -35,32 +44,32 @@ X11Applications::X11Applications(DesktopFiles& desktopFiles)
 
 std::vector<std::optional<Application>> X11Applications::owners(std::span<const X11OwnerClues> windows)
 {
-    // The oldest window of a process (the one with the lowest id) lends its identity, so that the
-    // answer does not change with the stacking order.
     std::vector<const X11OwnerClues*> oldestFirst;
     for (const auto& window : windows)
         oldestFirst.push_back(&window);
-    std::sort(oldestFirst.begin(), oldestFirst.end(),
-        [](const auto* a, const auto* b) { return a->window < b->window; });
+    std::ranges::sort(oldestFirst, {}, &X11OwnerClues::window);
     std::map<std::int32_t, Identity> ofProcess;
     for (const auto* window : oldestFirst) {
-        if (const auto known = identity(*window); known && window->processID != 0)
-            ofProcess.emplace(window->processID, *known);
+        const auto known = window->processID != 0 ? identity(*window) : std::nullopt;
+        if (!known)
+            continue;
+        const auto [at, isNew] = ofProcess.try_emplace(window->processID, *known);
+        if (!isNew && known->source < at->second.source)
+            at->second = *known;
     }
 
     std::vector<std::optional<Application>> result;
     for (const auto& window : windows) {
-        auto known = identity(window);
-        if (!known && window.processID != 0) {
-            const auto lent = ofProcess.try_emplace(window.processID).first;
-            if (lent->second.name.empty())
-                lent->second.name = processName(window.processID);
-            known = lent->second;
-        }
-        if (known)
-            result.push_back(Application{window.processID, known->bundleIdentifier, known->name});
-        else
+        if (window.processID != 0) {
+            auto& known = ofProcess[window.processID];
+            if (known.name.empty())
+                known.name = processName(window.processID);
+            result.push_back(Application{window.processID, known.bundleIdentifier, known.name});
+        } else if (const auto known = identity(window)) {
+            result.push_back(Application{0, known->bundleIdentifier, known->name});
+        } else {
             result.push_back(std::nullopt);
+        }
     }
     return result;
 }
@@ -70,38 +79,48 @@ std::optional<X11Applications::Identity> X11Applications::identity(const X11Owne
     const auto [at, isNew]
         = identities_.try_emplace({window.applicationIDs, window.instanceName, window.className});
     if (isNew) {
-        const auto& windowClass = window.className.empty() ? window.instanceName : window.className;
-        if (auto installed = installedApplication(window))
-            at->second = Identity{std::move(installed->id), std::move(installed->name)};
-        else if (!windowClass.empty())
-            at->second = Identity{lowerCase(windowClass), windowClass};
-        else if (!window.applicationIDs.empty())
-            at->second = Identity{window.applicationIDs.front(), window.applicationIDs.front()};
+        at->second = declared(window);
+        if (!at->second)
+            at->second = fromClass(window);
     }
     return at->second;
 }
 
-// The instance goes before the class: a web page installed as a program of its own has the class of
-// the browser. A file's name is tried before the search through all files, which is costly.
-std::optional<DesktopApplication> X11Applications::installedApplication(const X11OwnerClues& window)
+// The instance counts when it looks like an application id: a web page installed as a program of its own has
+// the class of the browser. An installed program goes before one that nobody knows.
+std::optional<X11Applications::Identity> X11Applications::declared(const X11OwnerClues& window)
 {
-    for (const auto& id : window.applicationIDs) {
-        if (auto found = desktopFiles_.withID(id))
-            return found;
+    auto ids = window.applicationIDs;
+    if (isReverseDomainName(window.instanceName))
+        ids.push_back(window.instanceName);
+    for (const auto& id : ids) {
+        if (const auto found = desktopFiles_.withID(id))
+            return Identity{found->id, found->name, Source::applicationID};
     }
-    if (auto found = desktopFiles_.withID(window.instanceName))
-        return found;
+    if (ids.empty())
+        return std::nullopt;
+    const auto& name = window.className.empty() ? ids.front() : window.className;
+    return Identity{ids.front(), name, Source::applicationID};
+}
+
+// A file's name is tried before the search through all files, which is costly.
+std::optional<X11Applications::Identity> X11Applications::fromClass(const X11OwnerClues& window)
+{
+    auto found = desktopFiles_.withID(window.instanceName);
     for (const auto& name : {window.instanceName, window.className}) {
-        if (name.empty())
-            continue;
-        if (auto found = desktopFiles_.withWindowClass(name))
-            return found;
+        if (!found && !name.empty())
+            found = desktopFiles_.withWindowClass(name);
     }
     for (const auto& id : {lowerCase(window.instanceName), window.className, lowerCase(window.className)}) {
-        if (auto found = desktopFiles_.withID(id))
-            return found;
+        if (!found)
+            found = desktopFiles_.withID(id);
     }
-    return std::nullopt;
+    if (found)
+        return Identity{found->id, found->name};
+    const auto& windowClass = window.className.empty() ? window.instanceName : window.className;
+    if (windowClass.empty())
+        return std::nullopt;
+    return Identity{lowerCase(windowClass), windowClass};
 }
 
 std::vector<Application> distinctApplications(std::span<const std::optional<Application>> owners)

@@ -15,10 +15,11 @@ namespace glimto {
 
 // Tells which application owns a window.
 //
-// Name and bundle identifier come from the desktop file that the window's application id or class
-// names, else from the class itself ("XTerm" gives the name "XTerm" and the identifier "xterm"). A
-// window without either has the name of another window of its process, else the process's own name
-// and no identifier.
+// Name and bundle identifier come from the application id that the window declares and the desktop file that
+// this names, else from the desktop file that its class names, else from the class itself ("XTerm" gives the
+// name "XTerm" and the identifier "xterm"). All windows of a process have one identity: that of the window
+// which says most, of several the oldest, wherever they lie on the screen. A process without any has its own
+// name and no identifier.
 class X11Applications {
 public:
     // `desktopFiles` outlives this object.
@@ -28,13 +29,17 @@ public:
     std::vector<std::optional<Application>> owners(std::span<const X11OwnerClues> windows);
 
 private:
+    // How much of an identity is the window's own word; the lower the better.
+    enum class Source { applicationID, windowClass };
     struct Identity {
         std::string bundleIdentifier;
         std::string name;
+        Source source = Source::windowClass;
     };
 
     std::optional<Identity> identity(const X11OwnerClues& window);
-    std::optional<DesktopApplication> installedApplication(const X11OwnerClues& window);
+    std::optional<Identity> declared(const X11OwnerClues& window);
+    std::optional<Identity> fromClass(const X11OwnerClues& window);
 
     DesktopFiles& desktopFiles_;
     std::map<std::tuple<std::vector<std::string>, std::string, std::string>, std::optional<Identity>>

@@ -15,15 +15,21 @@ constexpr int deepestClient = 4;
 
 } // namespace
 
-X11HiddenApplications::X11HiddenApplications(
-    X11Connection& connection, std::vector<Application> excluded, const std::vector<Window>& excepted)
+X11HiddenApplications::X11HiddenApplications(X11Connection& connection, const DisplayContentFilter& filter)
     : connection_(connection)
     , atoms_(connection)
-    , excluded_(std::move(excluded))
+    , excluded_(filter.laterExclusions)
+    , excludedProcesses_(excluded_.processIDs.begin(), excluded_.processIDs.end())
     , desktopFiles_(DesktopFiles::standardDirectories())
     , applications_(desktopFiles_)
 {
-    for (const Window& window : excepted)
+    for (const Application& application : filter.excludedApplications) {
+        if (application.processID != 0)
+            excludedProcesses_.insert(application.processID);
+        else
+            excluded_.bundleIdentifiers.push_back(application.bundleIdentifier);
+    }
+    for (const Window& window : filter.exceptingWindows)
         excepted_.insert(window.windowID);
 }
 
@@ -46,13 +52,31 @@ void X11HiddenApplications::learn(std::span<const xcb_window_t> topLevels)
     const auto owners = applications_.owners(clues);
     for (std::size_t index = 0; index < clues.size(); ++index) {
         for (auto& client : found) {
-            if (client.window == clues[index].window)
-                client.isHidden
-                    = owners[index] && isExcluded(*owners[index]) && !excepted_.contains(client.window);
+            if (client.window != clues[index].window)
+                continue;
+            client.isRead = true;
+            client.processID = clues[index].processID;
+            client.isExcluded = isExcluded(clues[index], owners[index]);
+            if (client.isExcluded && client.processID != 0)
+                excludedProcesses_.insert(client.processID);
         }
     }
     for (std::size_t index = 0; index < unknown.size(); ++index)
-        known_[unknown[index]] = found[index];
+        note(unknown[index], found[index]);
+}
+
+// Nothing is known of a window that has gone meanwhile, nor is it shown.
+void X11HiddenApplications::note(xcb_window_t topLevel, Client client)
+{
+    if (!client.isRead)
+        return;
+    if (!client.isSure && held_.contains(topLevel))
+        client.isExcluded = true;
+    known_[topLevel] = client;
+    if (isHidden(client))
+        held_.insert(topLevel);
+    else
+        held_.erase(topLevel);
 }
 
 // For each top-level the window inside that its application made: the one that the window manager has
@@ -68,6 +92,10 @@ std::vector<X11HiddenApplications::Client> X11HiddenApplications::clients(
         xcb_query_tree_cookie_t tree = {};
     };
     std::vector<Client> result(topLevels.size());
+    const xcb_window_t manager = managerWindow();
+    std::vector<xcb_get_property_cookie_t> types;
+    for (const xcb_window_t topLevel : topLevels)
+        types.push_back(X11Property::ask(connection_, topLevel, atoms_.windowType));
     std::vector<Asked> level;
     for (std::size_t index = 0; index < topLevels.size(); ++index)
         level.push_back({.index = index, .window = topLevels[index]});
@@ -97,24 +125,53 @@ std::vector<X11HiddenApplications::Client> X11HiddenApplications::clients(
         level = std::move(next);
     }
     for (std::size_t index = 0; index < topLevels.size(); ++index) {
-        if (result[index].window == XCB_WINDOW_NONE)
-            result[index].window = topLevels[index];
+        const bool hasType = X11Property::receive(connection_, types[index]).type() != XCB_ATOM_NONE;
+        if (result[index].window != XCB_WINDOW_NONE)
+            continue;
+        result[index].window = topLevels[index];
+        result[index].isEmptyFrame = !hasType && isFromSameClient(topLevels[index], manager);
     }
     return result;
 }
 
-bool X11HiddenApplications::isExcluded(const Application& owner) const
+// A window that the window manager keeps for others to find it by.
+xcb_window_t X11HiddenApplications::managerWindow()
 {
-    return std::any_of(excluded_.begin(), excluded_.end(), [&](const Application& each) {
-        return (each.processID != 0 && each.processID == owner.processID)
-            || (!each.bundleIdentifier.empty() && each.bundleIdentifier == owner.bundleIdentifier);
-    });
+    const auto asked = X11Property::ask(connection_, connection_.root(), atoms_.supportingWindowManager);
+    return X11Property::receive(connection_, asked).firstNumber().value_or(XCB_WINDOW_NONE);
+}
+
+bool X11HiddenApplications::isFromSameClient(xcb_window_t a, xcb_window_t b) const
+{
+    return ((a ^ b) & ~xcb_get_setup(connection_.xcb())->resource_id_mask) == 0;
+}
+
+// An id that a window declares counts as it stands, also when the process is known by another one.
+bool X11HiddenApplications::isExcluded(
+    const X11OwnerClues& clues, const std::optional<Application>& owner) const
+{
+    const auto names = [&](const std::string& id) { return excluded_.matches({0, id, ""}); };
+    return (owner && excluded_.matches(*owner)) || std::ranges::any_of(clues.applicationIDs, names)
+        || (!clues.instanceName.empty() && names(clues.instanceName))
+        || (!clues.className.empty() && excluded_.matches({0, clues.className, clues.className}));
+}
+
+bool X11HiddenApplications::isHidden(const Client& client) const
+{
+    return (client.isExcluded || excludedProcesses_.contains(client.processID))
+        && !excepted_.contains(client.window);
 }
 
 bool X11HiddenApplications::hides(xcb_window_t topLevel) const
 {
     const auto found = known_.find(topLevel);
-    return found != known_.end() && found->second.isHidden;
+    return found != known_.end() && isHidden(found->second);
+}
+
+bool X11HiddenApplications::shows(xcb_window_t topLevel) const
+{
+    const auto found = known_.find(topLevel);
+    return found != known_.end() && !isHidden(found->second) && !found->second.isEmptyFrame;
 }
 
 void X11HiddenApplications::forgetUnsure()
@@ -124,9 +181,9 @@ void X11HiddenApplications::forgetUnsure()
 
 void X11HiddenApplications::forgetAllBut(std::span<const xcb_window_t> topLevels)
 {
-    std::erase_if(known_, [&](const auto& each) {
-        return std::find(topLevels.begin(), topLevels.end(), each.first) == topLevels.end();
-    });
+    const std::set<xcb_window_t> kept(topLevels.begin(), topLevels.end());
+    std::erase_if(known_, [&](const auto& each) { return !kept.contains(each.first); });
+    std::erase_if(held_, [&](xcb_window_t each) { return !kept.contains(each); });
 }
 
 } // namespace glimto

@@ -218,17 +218,38 @@ private:
         return next;
     }
 
-    // Windows that pass by the window manager, but not the frames that it puts around its clients.
+    // Windows that pass by the window manager, but not the frames that it puts around its clients. Some
+    // window managers have frames around groups of clients as well: what is theirs and of no type is no
+    // window.
     void addPopups()
     {
         std::unordered_set<xcb_window_t> taken;
         for (const auto& window : found_)
             taken.insert(window.topLevel);
+        struct Popup {
+            xcb_window_t window;
+            bool isManagers;
+            xcb_get_property_cookie_t type;
+        };
+        std::vector<Popup> popups;
         for (const auto& topLevel : topLevels_) {
-            if (topLevel.overridesRedirect && topLevel.isMapped && topLevel.isPicture
-                && !taken.contains(topLevel.window))
-                found_.push_back({topLevel.window, topLevel.window});
+            if (!topLevel.overridesRedirect || !topLevel.isMapped || !topLevel.isPicture
+                || taken.contains(topLevel.window))
+                continue;
+            Popup& popup = popups.emplace_back(Popup{topLevel.window, belongsToManager(topLevel.window), {}});
+            if (popup.isManagers)
+                popup.type = X11Property::ask(connection_, popup.window, atoms_.windowType);
         }
+        for (const Popup& popup : popups) {
+            if (!popup.isManagers || X11Property::receive(connection_, popup.type).type() != XCB_ATOM_NONE)
+                found_.push_back({popup.window, popup.window});
+        }
+    }
+
+    // Windows of one connection share the bits above the mask.
+    bool belongsToManager(xcb_window_t window) const
+    {
+        return manager_ && ((window ^ *manager_) & ~xcb_get_setup(connection_.xcb())->resource_id_mask) == 0;
     }
 
     X11Connection& connection_;
