@@ -9,18 +9,13 @@
 #include <vector>
 
 #include "Backends/Images/DeflatePNGCodec.h"
+#include "FuzzInput.h"
 #include "Stills/ClipboardImageWriter.h"
 #include "Support/Errors.h"
 
 namespace {
 
 using namespace glimto;
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 class EmptyPasteboard final : public Pasteboard {
 public:

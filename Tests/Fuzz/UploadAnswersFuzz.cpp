@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "FuzzInput.h"
 #include "Support/Errors.h"
 #include "Upload/ObjectKeys.h"
 #include "Upload/RecordingUploadHTTP.h"
@@ -16,12 +17,6 @@
 namespace {
 
 using namespace glimto;
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 // Runs what may end with one of our errors and with no other.
 template <typename Function> void attempt(Function function)

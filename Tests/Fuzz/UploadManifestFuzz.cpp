@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "FuzzInput.h"
 #include "Support/Errors.h"
 #include "Support/JSONText.h"
 #include "Upload/UploadManifest.h"
@@ -14,12 +15,6 @@
 namespace {
 
 using namespace glimto;
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 void checkManifest(std::string_view text)
 {
