@@ -38,6 +38,7 @@ test=(libgtest-dev libgmock-dev libpng-dev
     # Plays takes as a web page does.
     chromium)
 package=(dpkg-dev fakeroot)
+package_test=(lintian debootstrap git)
 
 fail() {
     echo "error: $*" >&2
@@ -51,7 +52,8 @@ for set in "$@"; do
     quickstart) wanted+=("${quickstart[@]}") ;;
     test) wanted+=("${test[@]}") ;;
     package) wanted+=("${package[@]}") ;;
-    *) fail "Unknown package set '$set'; there are build, quickstart, test and package." ;;
+    package-test) wanted+=("${package_test[@]}") ;;
+    *) fail "Unknown package set '$set'; there are build, quickstart, test, package and package-test." ;;
     esac
 done
 [ ${#wanted[@]} -gt 0 ] || fail "usage: scripts/install-packages.sh <set>..."
