@@ -43,14 +43,16 @@ namespace {
 
 using namespace glimto;
 
-// Beside the program in a build tree, in the library folder next to it once installed.
+// Beside the program in a build tree, where it stands as seen from the program once installed, wherever that was
+// moved to, and where the distribution has it.
 std::vector<std::filesystem::path> moduleDirectories(const ProcessEnvironment& process)
 {
     const auto executable = process.executablePath();
     if (!executable)
         return {};
     const auto folder = executable->parent_path();
-    return {folder, folder.parent_path() / "lib" / "glimto-capture"};
+    return {folder, (folder / GLIMTO_RELATIVE_MODULE_FOLDER).lexically_normal(),
+        folder.parent_path() / "lib" / "glimto-capture", GLIMTO_INSTALLED_MODULE_FOLDER};
 }
 
 int runCommandLine(const std::vector<std::string>& arguments)

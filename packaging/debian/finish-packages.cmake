@@ -28,6 +28,7 @@ foreach(folder IN LISTS components)
     endforeach()
     file(GLOB binaries ${folder}/usr/bin/* ${folder}/usr/lib/*/glimto-capture/*.so)
     foreach(binary IN LISTS binaries)
+        file(RPATH_REMOVE FILE ${binary})
         execute_process(COMMAND strip --strip-unneeded --remove-section=.comment --remove-section=.note ${binary}
             COMMAND_ERROR_IS_FATAL ANY)
     endforeach()

@@ -1,0 +1,37 @@
+# Run by cpack before it packs the relocatable archive: lists what the archive expects of the system.
+file(GLOB_RECURSE programs ${CPACK_TEMPORARY_DIRECTORY}/*/bin/glimto-*)
+file(GLOB_RECURSE modules ${CPACK_TEMPORARY_DIRECTORY}/*/glimto-capture-*.so)
+list(GET programs 0 program)
+get_filename_component(top ${program} DIRECTORY)
+get_filename_component(top ${top} DIRECTORY)
+foreach(binary IN LISTS programs modules)
+    execute_process(COMMAND strip --strip-unneeded ${binary} COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
+
+set(libraries "")
+foreach(binary IN LISTS programs modules)
+    execute_process(COMMAND objdump -p ${binary} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX MATCHALL "NEEDED +[^\n]+" needed "${headers}")
+    list(TRANSFORM needed REPLACE "NEEDED +" "")
+    list(APPEND libraries ${needed})
+endforeach()
+list(REMOVE_DUPLICATES libraries)
+list(SORT libraries)
+list(JOIN libraries "\n" libraries)
+file(WRITE ${top}/share/doc/glimto-capture/libraries
+    "# The shared libraries of the system that the programs and modules of this archive are linked with.\n${libraries}\n")
+
+find_program(SHLIBDEPS dpkg-shlibdeps)
+if(SHLIBDEPS)
+    set(stub ${CPACK_TEMPORARY_DIRECTORY}/../shlibdeps)
+    file(WRITE ${stub}/debian/control "Source: glimto-capture\n\nPackage: glimto-capture\nArchitecture: any\n")
+    list(TRANSFORM programs PREPEND "-e" OUTPUT_VARIABLE arguments)
+    list(TRANSFORM modules PREPEND "-e" OUTPUT_VARIABLE more)
+    execute_process(COMMAND ${SHLIBDEPS} -O ${arguments} ${more} WORKING_DIRECTORY ${stub}
+        OUTPUT_VARIABLE depends ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX REPLACE "shlibs:Depends=|\\([^)]*\\)|[ \n]" "" depends "${depends}")
+    string(REPLACE "," "\n" depends "${depends}")
+    file(WRITE ${top}/share/doc/glimto-capture/debian-packages
+        "# The packages of the Debian release on which this archive was built that hold these libraries.\n${depends}\n")
+    file(REMOVE_RECURSE ${stub})
+endif()
