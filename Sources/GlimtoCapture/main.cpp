@@ -26,14 +26,8 @@
 #include "Backends/Network/Loader/NetworkModuleEntry.h"
 #include "Backends/PulseAudio/Loader/LazyAudioInputFactory.h"
 #include "Backends/PulseAudio/Loader/SoundModuleEntry.h"
-#include "Backends/X11/Pictures/X11CaptureStream.h"
-#include "Backends/X11/Pointer/X11EventTap.h"
-#include "Backends/X11/Clipboard/X11Pasteboard.h"
-#include "Backends/X11/Clipboard/X11PasteboardOwner.h"
-#include "Backends/X11/X11ScreenAccess.h"
-#include "Backends/X11/Windows/X11ShareableContentProvider.h"
-#include "Backends/X11/Pictures/X11StillCapture.h"
 #include "CommandLine/Driver.h"
+#include "Composition/WindowSystemChoice.h"
 #include "Platform/PlatformServices.h"
 #include "Support/AbandonedWork.h"
 #include "Support/DescriptorLineOutput.h"
@@ -59,21 +53,16 @@ int runCommandLine(const std::vector<std::string>& arguments)
     DescriptorLineOutput standardOutput(1);
     DescriptorLineOutput standardError(2);
     LinuxProcessEnvironment process;
-    X11ScreenAccess screen;
-    X11ShareableContentProvider content;
-    X11CaptureStreamFactory captureStreams;
+    const auto windowSystem = chooseWindowSystem(process);
     LoadableModule mediaLibraries(ffmpegModuleFileName, moduleDirectories(process), "The media encoder");
     LazyAssetWriterFactory assetWriters(mediaLibraries);
     LazyAudioConverterFactory audioConverters(mediaLibraries);
     LoadableModule soundLibraries(soundModuleFileName, moduleDirectories(process), "Sound recording");
     LazyAudioInputFactory audioInputs(soundLibraries);
-    X11EventTapFactory eventTaps;
     TurboImageCodec images;
-    X11StillCapture stillCapture;
     DeflatePNGCodec pngCodec;
     LoadableModule stillLibraries(stillsModuleFileName, moduleDirectories(process), "Text drawing");
     LazyTextDrawing textDrawing(stillLibraries);
-    X11Pasteboard pasteboard;
     LoadableModule textLibraries(textModuleFileName, moduleDirectories(process), "Text recognition");
     LazyTextRecognitionEngine textRecognition(textLibraries, pngCodec);
     DesktopWorkspace workspace;
@@ -81,18 +70,13 @@ int runCommandLine(const std::vector<std::string>& arguments)
     LazyHTTPTransport http(networkLibraries);
     LazyTextPatternCompiler textPatterns(networkLibraries);
     PlatformServices services = {.process = process,
-        .screen = screen,
-        .content = content,
-        .captureStreams = captureStreams,
+        .windowSystem = *windowSystem,
         .assetWriters = assetWriters,
         .audioConverters = audioConverters,
         .audioInputs = audioInputs,
-        .eventTaps = eventTaps,
         .images = images,
-        .stillCapture = stillCapture,
         .pngCodec = pngCodec,
         .textDrawing = textDrawing,
-        .pasteboard = pasteboard,
         .textRecognition = textRecognition,
         .workspace = workspace,
         .stopRequests = stopRequests,
@@ -134,9 +118,8 @@ void openStandardStreams()
 
 int main(int argumentCount, char** argumentValues)
 {
-    // The clipboard's owner is this program, started again by X11Pasteboard.
-    if (isPasteboardOwner(argumentCount, argumentValues))
-        return runPasteboardOwner();
+    if (const auto status = runWindowSystemService(argumentCount, argumentValues))
+        return *status;
     openStandardStreams();
     // A reader that goes away must not end a recording.
     std::signal(SIGPIPE, SIG_IGN);

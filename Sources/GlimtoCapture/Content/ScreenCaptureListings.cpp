@@ -56,10 +56,10 @@ ScreenCaptureWindowListPayload windowListPayload(
             ? source.pickerWindowCandidates()
             : source.recordingSources();
         return ScreenCaptureWindowListPayload::success(
-            content, options.scope, includeEnumeration, screen.preflightScreenCaptureAccess());
+            content, options.scope, includeEnumeration, screen.preflightScreenCaptureAccess().allowsOpening());
     } catch (const std::exception& error) {
         return ScreenCaptureWindowListPayload::failure(
-            error, options.scope, includeEnumeration, screen.preflightScreenCaptureAccess());
+            error, options.scope, includeEnumeration, screen.preflightScreenCaptureAccess().allowsOpening());
     }
 }
 

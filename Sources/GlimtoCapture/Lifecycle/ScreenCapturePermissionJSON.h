@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Platform/ScreenAccess.h"
+
 namespace glimto {
 
 // Whether the screen may be captured, as other programs read it.
@@ -15,6 +17,13 @@ struct ScreenCapturePermissionJSON {
     static ScreenCapturePermissionJSON fromPreflight(bool granted)
     {
         return {granted ? "granted" : "denied", granted};
+    }
+
+    // The same for the system's whole answer. Where only asking the user tells, it is "granted": a driving
+    // program is to try, rather than to send the user to some settings.
+    static ScreenCapturePermissionJSON fromPreflight(const ScreenCaptureAccess& access)
+    {
+        return fromPreflight(access.allowsOpening());
     }
 
     friend bool operator==(const ScreenCapturePermissionJSON&, const ScreenCapturePermissionJSON&) = default;

@@ -34,7 +34,7 @@ public:
     static CaptureStreamConfiguration streamConfiguration(const PreparedCaptureSource& source);
 
     // For systems that take single pictures. Throws PlatformError.
-    StillImage captureImageWithStillCapture(
+    static StillImage captureImageWithStillCapture(StillCapture& stills,
         const PreparedCaptureSource& source, const CaptureStreamConfiguration& configuration);
 
     // For the others: the first frame of a stream, which is waited for at most 8 seconds. Throws

@@ -65,12 +65,6 @@ PlatformError x11Error(X11Failure failure, const std::string& message)
 
 std::unique_ptr<X11Connection> X11Connection::open()
 {
-    if (environmentValue("WAYLAND_DISPLAY")) {
-        throw x11Error(X11Failure::waylandSession,
-            "This is a Wayland session (WAYLAND_DISPLAY is set), and this build has no Wayland backend. Use "
-            "an "
-            "X11 session, or unset WAYLAND_DISPLAY to capture the X display that DISPLAY names.");
-    }
     const char* display = environmentValue("DISPLAY");
     if (!display)
         throw x11Error(X11Failure::noDisplay, "There is no X display: DISPLAY is not set.");

@@ -16,7 +16,6 @@ public:
     X11StillCapture();
     ~X11StillCapture() override;
 
-    bool isSupported() const override { return true; }
     void prepare(const ContentFilter& filter, const CaptureStreamConfiguration& configuration) override;
     std::optional<StillImage> captureImage(
         const ContentFilter& filter, const CaptureStreamConfiguration& configuration) override;
