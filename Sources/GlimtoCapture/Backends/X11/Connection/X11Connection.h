@@ -30,7 +30,7 @@ enum class X11Failure : std::int64_t {
     connectionLost = 1004, // the server went away
     noAnswer = 1005, // the server does not answer in time
     missingExtension = 1006,
-    unsupportedVisual = 1007, // not 32 bits a pixel, 24 bit colour, little endian
+    unsupportedVisual = 1007, // not 16 or 32 bits of red, green and blue, little endian
     sourceGone = 1008, // the display or window captured is no longer there
     sharedMemory = 1009,
 };
