@@ -52,7 +52,8 @@ struct FakePlatform {
     FakeEventTapFactory eventTaps;
     FakeImageCodec images;
     FakeStillServices stills;
-    FakeWindowSystem windowSystem{screen, content, captureStreams, eventTaps, stills.pasteboard, stills.capture};
+    FakeWindowSystem windowSystem{
+        screen, content, captureStreams, eventTaps, stills.pasteboard, stills.capture};
     FakeWorkspace workspace;
     FakeStopRequests stopRequests;
     FakeNetwork network;

@@ -122,7 +122,8 @@ void Driver::open(OpenAction action, const std::filesystem::path& path)
 
 void Driver::putOnClipboard(const ClipboardImageOptions& options)
 {
-    const auto result = ClipboardImageWriter(services_.pngCodec, services_.windowSystem.pasteboard()).write(options);
+    const auto result
+        = ClipboardImageWriter(services_.pngCodec, services_.windowSystem.pasteboard()).write(options);
     outputs_.standardOutput.writeLine("Clipboard image: " + result.path.string());
     outputs_.standardOutput.writeLine("Bytes: " + std::to_string(result.byteCount));
 }

@@ -29,9 +29,10 @@ std::unique_ptr<WindowSystem> unavailable(const std::string& reason)
 std::unique_ptr<WindowSystem> chooseWindowSystem(const ProcessEnvironment& process)
 {
     if (isSet(process, "WAYLAND_DISPLAY")) {
-        return unavailable("This is a Wayland session (WAYLAND_DISPLAY is set), and this build has no Wayland "
-                           "backend. Use an X11 session, or unset WAYLAND_DISPLAY to capture the X display "
-                           "that DISPLAY names.");
+        return unavailable(
+            "This is a Wayland session (WAYLAND_DISPLAY is set), and this build has no Wayland "
+            "backend. Use an X11 session, or unset WAYLAND_DISPLAY to capture the X display "
+            "that DISPLAY names.");
     }
 #ifdef GLIMTO_HAS_X11
     return makeX11WindowSystem();

@@ -55,8 +55,8 @@ ScreenCaptureWindowListPayload windowListPayload(
         const auto content = options.scope == ScreenCaptureWindowListScope::visible
             ? source.pickerWindowCandidates()
             : source.recordingSources();
-        return ScreenCaptureWindowListPayload::success(
-            content, options.scope, includeEnumeration, screen.preflightScreenCaptureAccess().allowsOpening());
+        return ScreenCaptureWindowListPayload::success(content, options.scope, includeEnumeration,
+            screen.preflightScreenCaptureAccess().allowsOpening());
     } catch (const std::exception& error) {
         return ScreenCaptureWindowListPayload::failure(
             error, options.scope, includeEnumeration, screen.preflightScreenCaptureAccess().allowsOpening());

@@ -22,10 +22,7 @@ struct ScreenCaptureAccess {
     // Whether it makes sense to open a capture. A system that asks the user is a way in.
     bool allowsOpening() const { return verdict != Verdict::denied; }
 
-    static ScreenCaptureAccess denied(std::string obstacle)
-    {
-        return {Verdict::denied, std::move(obstacle)};
-    }
+    static ScreenCaptureAccess denied(std::string obstacle) { return {Verdict::denied, std::move(obstacle)}; }
 };
 
 // Small questions to the window system. None of them ever asks the user anything, and none throws:

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <string>
 
 #include "Recording/SegmentedMP4Writer.h"
 #include "Support/Errors.h"
@@ -29,12 +30,12 @@ CaptureStart::CaptureStart(
 }
 
 std::exception_ptr CaptureStart::waitOrGiveUp(
-    bool mayAskUser, const std::function<bool(double)>& isSettled)
+    bool mayAskUser, const std::function<bool(std::chrono::nanoseconds)>& isSettled)
 {
     using Clock = std::chrono::steady_clock;
     const auto began = Clock::now();
     const double limit = mayAskUser ? limits_.stepWithQuestion : limits_.step;
-    while (!isSettled(std::min(roundSeconds, limit))) {
+    while (!isSettled(inNanoseconds(std::min(roundSeconds, limit)))) {
         const double waited = std::chrono::duration<double>(Clock::now() - began).count();
         if (waited >= limits_.patience && wishes_.announceFirst()) {
             progress_.emitStoppingCaptureIfNeeded();

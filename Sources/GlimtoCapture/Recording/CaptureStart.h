@@ -1,16 +1,15 @@
 #pragma once
 
 #include <chrono>
+#include <exception>
 #include <functional>
 #include <memory>
-#include <optional>
-#include <string>
 #include <type_traits>
 #include <utility>
 #include <variant>
 
 #include "Recording/RecordingStopWishes.h"
-#include "Recording/StopTimeoutRace.h"
+#include "Support/FirstOutcome.h"
 #include "Support/SerialQueue.h"
 
 namespace glimto {
@@ -44,40 +43,34 @@ public:
     {
         using Result = std::invoke_result_t<Operation&>;
         using Value = std::conditional_t<std::is_void_v<Result>, std::monostate, Result>;
-        using Outcome = typename StopTimeoutRace<Value>::Outcome;
-
-        // Owned by this call and by the operation's thread.
-        const auto race = std::make_shared<StopTimeoutRace<Value>>();
+        const auto outcome = std::make_shared<FirstOutcome<Value>>(); // this call's and the operation's
         SerialQueue queue("glimto.capture.start");
-        queue.post([race, operation = std::move(operation)]() mutable {
-            try {
-                if constexpr (std::is_void_v<Result>) {
-                    operation();
-                    race->settle(Outcome(std::in_place_index<0>));
-                } else {
-                    race->settle(Outcome(std::in_place_index<0>, operation()));
-                }
-            } catch (...) {
-                race->settle(Outcome(std::in_place_index<1>, std::current_exception()));
-            }
+        queue.post([outcome, operation = std::make_shared<Operation>(std::move(operation))] {
+            outcome->settleWith(*operation);
         });
-        const auto reason
-            = waitOrGiveUp(mayAskUser, [&](double seconds) { return race->waitUntilSettled(seconds); });
+        const auto reason = waitOrGiveUp(
+            mayAskUser, [&](std::chrono::nanoseconds limit) { return outcome->waitFor(limit); });
         if (reason) {
             giveUp();
-            if (!race->waitUntilSettled(limits_.givingUp))
+            if (!outcome->waitFor(inNanoseconds(limits_.givingUp)))
                 queue.abandon();
             std::rethrow_exception(reason);
         }
         if constexpr (std::is_void_v<Result>)
-            race->firstResult();
+            outcome->firstResult();
         else
-            return race->firstResult();
+            return outcome->firstResult();
     }
 
 private:
-    // Null once `isSettled` says so within its seconds; else why the step is given up.
-    std::exception_ptr waitOrGiveUp(bool mayAskUser, const std::function<bool(double)>& isSettled);
+    static std::chrono::nanoseconds inNanoseconds(double seconds)
+    {
+        return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds));
+    }
+
+    // Null once `isSettled` says so within its limit; else why the step is given up.
+    std::exception_ptr waitOrGiveUp(
+        bool mayAskUser, const std::function<bool(std::chrono::nanoseconds)>& isSettled);
 
     RecordingStopWishes& wishes_;
     RecordingProgress& progress_;

@@ -58,9 +58,8 @@ ScreenSegmentRecorder::ScreenSegmentRecorder(PlatformServices& services, Outputs
 {
 }
 
-ScreenSegmentRecorder::ScreenSegmentRecorder(
-    PlatformServices& services, Outputs outputs, RecordingClock& clock, const RecordingStopLimits& limits,
-    const CaptureStartLimits& startLimits)
+ScreenSegmentRecorder::ScreenSegmentRecorder(PlatformServices& services, Outputs outputs,
+    RecordingClock& clock, const RecordingStopLimits& limits, const CaptureStartLimits& startLimits)
     : services_(services)
     , outputs_(outputs)
     , clock_(clock)

@@ -31,8 +31,8 @@ public:
         const RecordingStopLimits& limits, const CaptureStartLimits& startLimits = {});
 
     // Returns when the take is complete. On a failure of any kind, nothing is captured any more,
-    // finished segments stay on the disk, and the failure is thrown as it is. Files of an earlier take that may
-    // be replaced are removed at the last moment before the capture starts. `captureStarted` is called
+    // finished segments stay on the disk, and the failure is thrown as it is. Files of an earlier take that
+    // may be replaced are removed at the last moment before the capture starts. `captureStarted` is called
     // once the screen is being recorded into a directory that holds nothing of an earlier take; what it
     // throws is such a failure.
     RecordingMetadataJSON record(

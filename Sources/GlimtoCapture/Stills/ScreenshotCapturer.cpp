@@ -138,13 +138,12 @@ StillImage ScreenshotCapturer::captureImageWithFirstFrameStream(
     const PreparedCaptureSource& source, const CaptureStreamConfiguration& configuration)
 {
     const auto output = std::make_shared<ScreenshotFirstFrameOutput>();
-    const auto opening = services_.windowSystem.capture().makeOpening(
-        {.filter = source.filter,
-            .configuration = configuration,
-            .expected = {.width = source.width,
-                .height = source.height,
-                .description = source.description,
-                .globalFrame = {}}});
+    const auto opening = services_.windowSystem.capture().makeOpening({.filter = source.filter,
+        .configuration = configuration,
+        .expected = {.width = source.width,
+            .height = source.height,
+            .description = source.description,
+            .globalFrame = {}}});
     const auto stream = opening->open().stream;
     stream->start(output->handlers());
     return imageOfFrame(*firstFrame(*stream, *output).pixelBuffer);
@@ -188,9 +187,8 @@ StillImage ScreenshotCapturer::captureImage(const Target& target)
 {
     const auto configuration = streamConfiguration(target.source);
     StillCapture* stills = services_.windowSystem.stills();
-    auto image = stills
-        ? captureImageWithStillCapture(*stills, target.source, configuration)
-        : captureImageWithFirstFrameStream(target.source, configuration);
+    auto image = stills ? captureImageWithStillCapture(*stills, target.source, configuration)
+                        : captureImageWithFirstFrameStream(target.source, configuration);
     return target.pixelCropRect ? croppedImage(image, *target.pixelCropRect) : image;
 }
 

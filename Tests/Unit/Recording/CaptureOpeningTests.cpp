@@ -14,8 +14,9 @@
 namespace glimto {
 namespace {
 
-constexpr const char* noFrames = "No screen frames were captured. Check Screen Recording permission and try moving "
-                                 "the cursor during the capture.";
+constexpr const char* noFrames
+    = "No screen frames were captured. Check Screen Recording permission and try moving "
+      "the cursor during the capture.";
 
 // A window system that may open something else than what was asked for.
 class CaptureOpeningTests : public ScreenSegmentRecorderFixture {

@@ -35,8 +35,7 @@ protected:
 
     RecordingMetadataJSON record()
     {
-        ScreenSegmentRecorder recorder(
-            services, {standardOutput, standardError}, clock, limits, startLimits);
+        ScreenSegmentRecorder recorder(services, {standardOutput, standardError}, clock, limits, startLimits);
         return recorder.record(options);
     }
 

@@ -15,8 +15,8 @@ namespace glimto {
 // Takes pictures of a source: brings what has changed into a picture of the pool, with one round trip,
 // and draws the pointer over it. Used by the thread of the connection.
 //
-// A source of another size or pixel format than the frames is drawn into a picture of its own, and converted and
-// scaled from there. Only what has changed is converted.
+// A source of another size or pixel format than the frames is drawn into a picture of its own, and converted
+// and scaled from there. Only what has changed is converted.
 class X11FrameGrabber {
 public:
     X11FrameGrabber(X11Connection& connection, std::unique_ptr<X11PictureSource> source, PixelSize output,

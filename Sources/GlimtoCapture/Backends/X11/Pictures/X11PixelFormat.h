@@ -26,8 +26,9 @@ struct X11PixelFormat {
     X11ColourChannel green{8, 8};
     X11ColourChannel blue{0, 8};
 
-    // That of windows of this depth and visual. Throws PlatformError unsupportedVisual when their pixels are not
-    // 16 or 32 bits of red, green and blue, least significant byte first; `what` begins its text: "The window".
+    // That of windows of this depth and visual. Throws PlatformError unsupportedVisual when their pixels are
+    // not 16 or 32 bits of red, green and blue, least significant byte first; `what` begins its text: "The
+    // window".
     static X11PixelFormat of(
         const X11Connection& connection, std::uint8_t depth, xcb_visualid_t visual, const char* what);
 
