@@ -65,7 +65,12 @@ function(glimto_add_module name)
     file(GLOB sources CONFIGURE_DEPENDS ${MODULE_FOLDER}/*.cpp)
     add_library(${name} MODULE ${sources})
     target_link_libraries(${name} PRIVATE ${rooms})
-    set_target_properties(${name} PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+    # It shows its entry and nothing else: its copies of our rooms must not mix with the program's.
+    set_target_properties(${name} PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}
+        CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+    if(NOT APPLE)
+        target_link_options(${name} PRIVATE LINKER:--exclude-libs,ALL)
+    endif()
     install(TARGETS ${name} LIBRARY DESTINATION ${GLIMTO_MODULE_FOLDER} COMPONENT ${MODULE_COMPONENT})
     set_property(GLOBAL APPEND PROPERTY GLIMTO_MODULES ${name})
 endfunction()

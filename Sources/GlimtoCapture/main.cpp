@@ -12,24 +12,12 @@
 #include "Backends/Desktop/DesktopWorkspace.h"
 #include "Backends/Desktop/LinuxProcessEnvironment.h"
 #include "Backends/Desktop/ProcessStopRequests.h"
-#include "Backends/FFmpeg/Loader/FFmpegModuleEntry.h"
-#include "Backends/FFmpeg/Loader/LazyAssetWriterFactory.h"
-#include "Backends/FFmpeg/Loader/LazyAudioConverterFactory.h"
 #include "Backends/Images/DeflatePNGCodec.h"
 #include "Backends/Images/TurboImageCodec.h"
-#include "Backends/Pango/Loader/LazyTextDrawing.h"
-#include "Backends/Pango/Loader/StillsModuleEntry.h"
-#include "Backends/Tesseract/Loader/LazyTextRecognitionEngine.h"
-#include "Backends/Tesseract/Loader/TextModuleEntry.h"
-#include "Backends/Network/Loader/LazyHTTPTransport.h"
-#include "Backends/Network/Loader/LazyTextPatternCompiler.h"
-#include "Backends/Network/Loader/NetworkModuleEntry.h"
-#include "Backends/PulseAudio/Loader/LazyAudioInputFactory.h"
-#include "Backends/PulseAudio/Loader/SoundModuleEntry.h"
 #include "CommandLine/Driver.h"
 #include "Composition/WindowSystemChoice.h"
 #include "Platform/PlatformServices.h"
-#include "Support/AbandonedWork.h"
+#include "Support/ProcessWide.h"
 #include "Support/DescriptorLineOutput.h"
 #include "Support/LoadableModule.h"
 
@@ -54,38 +42,31 @@ int runCommandLine(const std::vector<std::string>& arguments)
     DescriptorLineOutput standardError(2);
     LinuxProcessEnvironment process;
     const auto windowSystem = chooseWindowSystem(process);
-    LoadableModule mediaLibraries(ffmpegModuleFileName, moduleDirectories(process), "The media encoder");
-    LazyAssetWriterFactory assetWriters(mediaLibraries);
-    LazyAudioConverterFactory audioConverters(mediaLibraries);
-    LoadableModule soundLibraries(soundModuleFileName, moduleDirectories(process), "Sound recording");
-    LazyAudioInputFactory audioInputs(soundLibraries);
+    LoadableModule media("glimto-capture-ffmpeg.so", moduleDirectories(process), "The media encoder");
+    LoadableModule sound("glimto-capture-sound.so", moduleDirectories(process), "Sound recording");
+    LoadableModule fonts("glimto-capture-stills.so", moduleDirectories(process), "Text drawing");
+    LoadableModule text("glimto-capture-text.so", moduleDirectories(process), "Text recognition");
+    LoadableModule network("glimto-capture-network.so", moduleDirectories(process), "The network");
     TurboImageCodec images;
     DeflatePNGCodec pngCodec;
-    LoadableModule stillLibraries(stillsModuleFileName, moduleDirectories(process), "Text drawing");
-    LazyTextDrawing textDrawing(stillLibraries);
-    LoadableModule textLibraries(textModuleFileName, moduleDirectories(process), "Text recognition");
-    LazyTextRecognitionEngine textRecognition(textLibraries, pngCodec);
     DesktopWorkspace workspace;
-    LoadableModule networkLibraries(networkModuleFileName, moduleDirectories(process), "The network");
-    LazyHTTPTransport http(networkLibraries);
-    LazyTextPatternCompiler textPatterns(networkLibraries);
     PlatformServices services = {.process = process,
         .windowSystem = *windowSystem,
-        .assetWriters = assetWriters,
-        .audioConverters = audioConverters,
-        .audioInputs = audioInputs,
+        .assetWriters = Service<AssetWriterFactory>(media),
+        .audioConverters = Service<AudioConverterFactory>(media),
+        .audioInputs = Service<AudioInputFactory>(sound),
         .images = images,
         .pngCodec = pngCodec,
-        .textDrawing = textDrawing,
-        .textRecognition = textRecognition,
+        .textDrawing = Service<TextDrawing>(fonts),
+        .textRecognition = Service<TextRecognitionEngine>(text, static_cast<PNGCodec*>(&pngCodec)),
         .workspace = workspace,
         .stopRequests = stopRequests,
-        .http = http,
-        .textPatterns = textPatterns};
+        .http = Service<HTTPTransport>(network),
+        .textPatterns = Service<TextPatternCompiler>(network)};
 
     // The encoder takes as long to load as the screen takes to be looked at: side by side.
     if (!arguments.empty() && arguments.front() == "record")
-        mediaLibraries.beginLoading();
+        media.beginLoading();
     return Driver(services, {standardOutput, standardError}).run(arguments);
 }
 

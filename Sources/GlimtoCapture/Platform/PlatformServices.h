@@ -7,6 +7,7 @@
 #include "Platform/ImageCodec.h"
 #include "Platform/PNGCodec.h"
 #include "Platform/ProcessEnvironment.h"
+#include "Platform/Service.h"
 #include "Platform/StopRequests.h"
 #include "Platform/TextDrawing.h"
 #include "Platform/TextPattern.h"
@@ -17,21 +18,21 @@
 namespace glimto {
 
 // Everything the program asks of the system it runs on. The composition root owns the services; they
-// outlive every command.
+// outlive every command; those that stand in a module are opened when they are first used.
 struct PlatformServices {
     ProcessEnvironment& process;
     WindowSystem& windowSystem;
-    AssetWriterFactory& assetWriters;
-    AudioConverterFactory& audioConverters;
-    AudioInputFactory& audioInputs;
+    Service<AssetWriterFactory> assetWriters;
+    Service<AudioConverterFactory> audioConverters;
+    Service<AudioInputFactory> audioInputs;
     ImageCodec& images;
     PNGCodec& pngCodec;
-    TextDrawing& textDrawing;
-    TextRecognitionEngine& textRecognition;
+    Service<TextDrawing> textDrawing;
+    Service<TextRecognitionEngine> textRecognition;
     Workspace& workspace;
     StopRequests& stopRequests;
-    HTTPTransport& http;
-    TextPatternCompiler& textPatterns;
+    Service<HTTPTransport> http;
+    Service<TextPatternCompiler> textPatterns;
 };
 
 } // namespace glimto

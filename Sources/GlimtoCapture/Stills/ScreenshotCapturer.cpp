@@ -23,7 +23,7 @@ constexpr double firstFrameTimeoutSeconds = 8;
 // Fonts take as long to load as the screen takes to be looked at, so the watermark has a thread of its own.
 class WatermarkQueue {
 public:
-    explicit WatermarkQueue(TextDrawing& textDrawing)
+    explicit WatermarkQueue(const Service<TextDrawing>& textDrawing)
         : watermark_(textDrawing)
         , queue_("glimto.capture.screenshot.watermark")
     {

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "Support/AbandonedWork.h"
+#include "Support/ProcessWide.h"
 #include "Support/NamedThread.h"
 
 namespace glimto {
