@@ -11,7 +11,7 @@
 #include "Support/Errors.h"
 #include "Support/JSONText.h"
 #include "Support/Text.h"
-#include "Upload/BoundedFile.h"
+#include "Support/RegularFile.h"
 #include "Upload/ObjectKeys.h"
 #include "Upload/UploadInstructionsValidator.h"
 #include "Upload/UploadManifest.h"

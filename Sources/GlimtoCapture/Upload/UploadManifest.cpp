@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "Upload/JSONFields.h"
+#include "Support/JSONFields.h"
 #include "Upload/ObjectKeys.h"
 
 namespace glimto {

@@ -18,6 +18,7 @@ constexpr std::chrono::seconds connectTimeout{5};
 // For a server that has kept us waiting in vain just before: a command asks it several things, and all of
 // them together are to fail in a few seconds.
 constexpr std::chrono::seconds nextConnectTimeout{1};
+// By hand: connections come and go, and the server that keeps them waiting is the process's.
 std::atomic<bool> hasWaitedInVain{false};
 
 const char* environmentValue(const char* name)

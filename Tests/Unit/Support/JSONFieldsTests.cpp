@@ -1,4 +1,4 @@
-#include "Upload/JSONFields.h"
+#include "Support/JSONFields.h"
 
 #include <functional>
 
