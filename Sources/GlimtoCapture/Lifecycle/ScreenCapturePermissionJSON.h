@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include "Support/JSONObject.h"
 
 #include "Platform/ScreenAccess.h"
 
@@ -29,7 +29,6 @@ struct ScreenCapturePermissionJSON {
     friend bool operator==(const ScreenCapturePermissionJSON&, const ScreenCapturePermissionJSON&) = default;
 };
 
-// Keys equal the field names.
-nlohmann::json toJSON(const ScreenCapturePermissionJSON& permission);
+GLIMTO_JSON_OBJECT(ScreenCapturePermissionJSON, screenRecording, preflightGranted)
 
 } // namespace glimto

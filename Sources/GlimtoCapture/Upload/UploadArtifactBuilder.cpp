@@ -109,14 +109,14 @@ std::vector<std::string> manifestKeys(
     if (manifest.video.hasAudio)
         keys.push_back(variantPlaylistKey(manifest, plannedKeys));
     for (const auto& segment : manifest.segments)
-        keys.push_back(segment.key);
+        keys.push_back(segment.relativeKey);
     if (manifest.audio) {
         keys.push_back(manifest.audio->initSegmentKey);
         keys.push_back(manifest.audio->playlistKey);
     }
     if (manifest.audioSegments) {
         for (const auto& segment : *manifest.audioSegments)
-            keys.push_back(segment.key);
+            keys.push_back(segment.relativeKey);
     }
     return keys;
 }
