@@ -57,6 +57,16 @@ REFUSED = [
      "floating from_chars"),
     (S + "Support/A.h", "int a;\n", "without #pragma once"),
     (S + "Support/A.cpp", "\n" * 601, "look for the second idea"),
+    # Threads
+    (S + "Recording/A.h", ONCE + "    std::mutex mutex_;\n", "std::mutex: Support has a toolkit for threads"),
+    (S + "Upload/A.cpp", "// Why not.\nstd::condition_variable changed;\n", "std::condition_variable: Support"),
+    (S + "Backends/X11/A.cpp", "    std::thread([] {}).detach();\n", "std::thread: Support has"),
+    (S + "Stills/A.cpp", "// by hand: something else\n\n    auto done = std::async(work);\n", "std::async: Support has"),
+    (S + "Audio/A.cpp", "pthread_create(&thread, nullptr, &run, this);\n", "pthread_create: Support has"),
+    (S + "Content/A.cpp", "std::atomic<bool> isFirst = true;\n", "a mutable global"),
+    (S + "Content/A.cpp", "static int count;\n", "a mutable global"),
+    (S + "Content/A.cpp", "    static std::vector<int> known;\n", "a mutable global"),
+    (S + "Backends/Pango/A.cpp", "thread_local int depth = 0;\n", "thread_local: Support has"),
     # Tests
     ("Tests/Unit/Content/ATests.cpp", '#include "Backends/X11/A.h"\n', "the tests of Content may not see Backends/X11"),
     ("Tests/Unit/Content/ATests.cpp", '#include "Recording/A.h"\n', "the tests of Content may not see Recording"),
@@ -72,6 +82,10 @@ ACCEPTED = [
      '#include "Support/Text.h"\n#include "Recording/B.h"\n'),
     (S + "Backends/FFmpeg/Module/A.cpp", '#include <dlfcn.h>\n#include "Backends/FFmpeg/B.h"\n#ifdef __linux__\n#endif\n'),
     (S + "Backends/X11/Pictures/A.cpp", '#include <xcb/shm.h>\n#include <libyuv.h>\n#include "Backends/X11/Connection/B.h"\n#include "Platform/VideoFrame.h"\npipe2(p, 0);\n'),
+    (S + "Recording/A.h", ONCE + "    // By hand: a library calls it.\n    std::mutex mutex_;\n    int count_ = 0;\n"),
+    (S + "Stills/A.cpp", "const int a = 1;\nconstexpr double b = 2;\nusing std::chrono::seconds;\nint f();\n"
+     "    static constexpr int c = 3;\n    static const std::string d = \"d\";\n    return std::thread::id();\n"),
+    (S + "Support/A.h", ONCE + "    std::mutex mutex_;\n"),
     (S + "main.cpp", '#include "CommandLine/Driver.h"\n#include "Backends/X11/A.h"\n'),
     (S + "Support/A.cpp", "#include <stop_token>\nstd::jthread t;\n// pipe2 is not everywhere\n"),
     (S + "Recording/A.cpp", 'const char* text = "signalfd and std::format";\nchar q = \'"\'; int i = 1\'000;\n'),

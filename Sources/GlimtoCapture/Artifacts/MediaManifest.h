@@ -48,8 +48,7 @@ struct MediaManifest {
     std::vector<std::string> notes;
 };
 
-GLIMTO_JSON_OBJECT(
-    MediaManifest::Video, source, codec, container, width, height, framesPerSecond, hasAudio)
+GLIMTO_JSON_OBJECT(MediaManifest::Video, source, codec, container, width, height, framesPerSecond, hasAudio)
 GLIMTO_JSON_OBJECT(
     MediaManifest::Audio, source, codec, sampleRate, channelCount, initSegmentKey, playlistKey, segmentCount)
 GLIMTO_JSON_OBJECT(MediaManifest, manifestVersion, createdAt, state, initSegmentKey, playlistKey,

@@ -10,8 +10,8 @@
 
 namespace glimto {
 
-// How a value stands in JSON: as itself, as the toJSON() of its type, or as the list of its elements. Text is made
-// valid UTF-8.
+// How a value stands in JSON: as itself, as the toJSON() of its type, or as the list of its elements. Text is
+// made valid UTF-8.
 template <typename Value> nlohmann::json jsonOf(const Value& value)
 {
     if constexpr (std::is_constructible_v<std::string, const Value&>)
@@ -48,10 +48,10 @@ void setMember(nlohmann::json& object, const char* key, const std::optional<Valu
 #define GLIMTO_JSON_MEMBER(field) glimto::setMember(object, #field, value.field);
 
 // Defines toJSON() for a struct whose JSON keys equal the names of its fields, which are listed after it.
-#define GLIMTO_JSON_OBJECT(Type, ...) \
-    inline nlohmann::json toJSON(const Type& value) \
-    { \
-        auto object = nlohmann::json::object(); \
-        NLOHMANN_JSON_EXPAND(NLOHMANN_JSON_PASTE(GLIMTO_JSON_MEMBER, __VA_ARGS__)) \
-        return object; \
+#define GLIMTO_JSON_OBJECT(Type, ...)                                                                        \
+    inline nlohmann::json toJSON(const Type& value)                                                          \
+    {                                                                                                        \
+        auto object = nlohmann::json::object();                                                              \
+        NLOHMANN_JSON_EXPAND(NLOHMANN_JSON_PASTE(GLIMTO_JSON_MEMBER, __VA_ARGS__))                           \
+        return object;                                                                                       \
     }

@@ -28,8 +28,8 @@ public:
     // started the module is opened when it is needed.
     void beginLoading();
 
-    // The module's one object with this interface, made with `dependency` if it asks for one. Opens the module,
-    // or waits until it is open. Throws PlatformError "<purpose> is not available: ...".
+    // The module's one object with this interface, made with `dependency` if it asks for one. Opens the
+    // module, or waits until it is open. Throws PlatformError "<purpose> is not available: ...".
     template <typename Interface> Interface& service(void* dependency = nullptr)
     {
         return *static_cast<Interface*>(find(typeid(Interface).name(), dependency));

@@ -13,13 +13,13 @@ namespace glimto {
 
 enum class SymbolicLinks { followed, refused };
 
-// A regular file that is open for reading. Its opening never waits for somebody to write into a FIFO, and takes no
-// terminal.
+// A regular file that is open for reading. Its opening never waits for somebody to write into a FIFO, and
+// takes no terminal.
 class RegularFile {
 public:
-    // Absent when something else stands there, such as a directory, a FIFO or, when refused, a symbolic link. Throws
-    // PlatformError (POSIX) "<failure>: ..." when it cannot be opened or, later, read; without `failure` that is
-    // "Could not read <path>".
+    // Absent when something else stands there, such as a directory, a FIFO or, when refused, a symbolic link.
+    // Throws PlatformError (POSIX) "<failure>: ..." when it cannot be opened or, later, read; without
+    // `failure` that is "Could not read <path>".
     static std::optional<RegularFile> open(const std::filesystem::path& path,
         SymbolicLinks links = SymbolicLinks::followed, std::string failure = {});
 

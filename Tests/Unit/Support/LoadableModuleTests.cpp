@@ -76,7 +76,8 @@ TEST(LoadableModuleTests, ModuleOfAnotherVersionIsRefused)
 {
     auto module = builtModule("glimto-test-other-greeter.so");
     EXPECT_EQ(failureOf(module),
-        "Greeting is not available: glimto-test-other-greeter.so belongs to another version of this program.");
+        "Greeting is not available: glimto-test-other-greeter.so belongs to another version of this "
+        "program.");
 }
 
 TEST(LoadableModuleTests, WhatAModuleDoesNotHaveIsNamed)

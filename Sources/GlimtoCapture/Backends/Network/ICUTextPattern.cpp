@@ -55,8 +55,7 @@ public:
         const auto units = utf16From(text);
         return expression_.with([&](RegularExpressionHandle& expression) {
             UErrorCode status = U_ZERO_ERROR;
-            uregex_setText(
-                expression.get(), units.data(), static_cast<std::int32_t>(units.size()), &status);
+            uregex_setText(expression.get(), units.data(), static_cast<std::int32_t>(units.size()), &status);
             const bool isFound = uregex_find(expression.get(), 0, &status) != 0;
             if (U_FAILURE(status))
                 throwICUError("The search for a pattern was given up", status);

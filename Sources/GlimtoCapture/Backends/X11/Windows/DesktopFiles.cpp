@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <system_error>
 
-
 #include "Support/Errors.h"
 #include "Support/RegularFile.h"
 #include "Support/Text.h"
