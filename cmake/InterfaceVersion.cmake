@@ -1,3 +1,5 @@
+cmake_minimum_required(VERSION 3.25)
+
 # Writes the header OUTPUT, which names the version of the headers that program and modules share: the files
 # of FOLDERS, the compiler, and the program's own version. Run by the build when one of the headers changes.
 set(all "${COMPILER}")

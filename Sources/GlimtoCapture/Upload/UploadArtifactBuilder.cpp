@@ -151,7 +151,7 @@ bool isFinalWhenItExists(const std::string& relativeKey, const UploadInstruction
 
 } // namespace
 
-UploadArtifactBuilder::UploadArtifactBuilder(TextPatternCompiler& patterns)
+UploadArtifactBuilder::UploadArtifactBuilder(const Service<TextPatternCompiler>& patterns)
     : patterns_(patterns)
 {
 }
