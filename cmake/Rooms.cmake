@@ -53,6 +53,9 @@ function(glimto_add_room name)
     set_property(GLOBAL PROPERTY "GLIMTO_ROOM_${folder}" ${name})
 endfunction()
 
+# Headers that the build writes, as seen from there.
+set(GLIMTO_GENERATED ${CMAKE_BINARY_DIR}/Generated)
+
 # A module: a room that the program opens while it runs, because its libraries are slow to load.
 #
 # It is built with the program and installed as a part of the Debian package <component>.
@@ -65,6 +68,7 @@ function(glimto_add_module name)
     file(GLOB sources CONFIGURE_DEPENDS ${MODULE_FOLDER}/*.cpp)
     add_library(${name} MODULE ${sources})
     target_link_libraries(${name} PRIVATE ${rooms})
+    target_include_directories(${name} PRIVATE ${GLIMTO_GENERATED})
     # It shows its entry and nothing else: its copies of our rooms must not mix with the program's.
     set_target_properties(${name} PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}
         CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
