@@ -218,9 +218,9 @@ def threads_by_hand(text, code):
             continue
         match = THREADS_BY_HAND.search(line)
         if match and not has_reason(number):
-            yield number, f"{match.group()}: Support has a toolkit for threads"
+            yield number, f"{match.group()}: Support has a toolkit for threads; else say why after '{BY_HAND}'"
         elif MUTABLE_GLOBAL.search(line) and not has_reason(number):
-            yield number, "a mutable global"
+            yield number, f"a mutable global; else say why after '{BY_HAND}'"
 
 
 def check_source(path, text):

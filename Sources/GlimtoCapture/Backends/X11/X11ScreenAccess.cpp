@@ -47,9 +47,14 @@ ScreenCaptureAccess X11ScreenAccess::preflightScreenCaptureAccess()
         if (!connection->reply<xcb_get_image_reply_t>(cookie))
             return ScreenCaptureAccess::denied("The X server does not let this program read the screen.");
         return {};
-    } catch (const std::exception& error) {
-        return ScreenCaptureAccess::denied(error.what());
+    } catch (const PlatformError& error) {
+        if (error.domain() == x11ErrorDomain)
+            return ScreenCaptureAccess::denied(error.what());
+    } catch (const std::exception&) {
+        // No memory, as below.
     }
+    // There was nothing to ask with, such as a thread. The next step misses it as well, and tells.
+    return {.verdict = ScreenCaptureAccess::Verdict::onlyAskingTells, .obstacle = {}};
 }
 
 // The same number as the owner of that window has in the shareable content.
