@@ -12,6 +12,9 @@ function(glimto_rooms_below folder result)
         foreach(index RANGE ${last})
             string(JSON room GET "${GLIMTO_ROOMS}" "${folder}" rooms ${index})
             get_property(library GLOBAL PROPERTY "GLIMTO_ROOM_${room}")
+            if(library STREQUAL "left out")
+                continue()
+            endif()
             if(NOT library)
                 message(FATAL_ERROR "${folder} builds on ${room}, which is not a room or is added later")
             endif()
@@ -21,12 +24,22 @@ function(glimto_rooms_below folder result)
     set(${result} ${libraries} PARENT_SCOPE)
 endfunction()
 
+# A room that this build leaves out: who builds on it does without.
+#
+# glimto_leave_out_room(FOLDER <folder>)
+function(glimto_leave_out_room)
+    cmake_parse_arguments(ROOM "" "FOLDER" "" ${ARGN})
+    file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/Sources/GlimtoCapture ${CMAKE_CURRENT_SOURCE_DIR}/${ROOM_FOLDER})
+    set_property(GLOBAL PROPERTY "GLIMTO_ROOM_${folder}" "left out")
+endfunction()
+
 # glimto_add_room(<name> FOLDER <folder> [LIBRARIES <outside library>...])
 function(glimto_add_room name)
     cmake_parse_arguments(ROOM "" "FOLDER" "LIBRARIES" ${ARGN})
     file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/Sources/GlimtoCapture ${CMAKE_CURRENT_SOURCE_DIR}/${ROOM_FOLDER})
     glimto_rooms_below(${folder} rooms)
-    file(GLOB sources CONFIGURE_DEPENDS ${ROOM_FOLDER}/*.cpp)
+    # Objective-C++ for backends of systems that speak it.
+    file(GLOB sources CONFIGURE_DEPENDS ${ROOM_FOLDER}/*.cpp ${ROOM_FOLDER}/*.mm)
     file(GLOB headers CONFIGURE_DEPENDS ${ROOM_FOLDER}/*.h)
     if(sources)
         add_library(${name} STATIC ${sources} ${headers})
@@ -40,6 +53,9 @@ function(glimto_add_room name)
     set_property(GLOBAL PROPERTY "GLIMTO_ROOM_${folder}" ${name})
 endfunction()
 
+# Headers that the build writes, as seen from there.
+set(GLIMTO_GENERATED ${CMAKE_BINARY_DIR}/Generated)
+
 # A module: a room that the program opens while it runs, because its libraries are slow to load.
 #
 # It is built with the program and installed as a part of the Debian package <component>.
@@ -52,8 +68,13 @@ function(glimto_add_module name)
     file(GLOB sources CONFIGURE_DEPENDS ${MODULE_FOLDER}/*.cpp)
     add_library(${name} MODULE ${sources})
     target_link_libraries(${name} PRIVATE ${rooms})
+    target_include_directories(${name} PRIVATE ${GLIMTO_GENERATED})
+    # It shows its entry and nothing else: its copies of our rooms must not mix with the program's.
     set_target_properties(${name} PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}
-        INSTALL_RPATH "$ORIGIN")
+        INSTALL_RPATH "$ORIGIN" CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+    if(NOT APPLE)
+        target_link_options(${name} PRIVATE LINKER:--exclude-libs,ALL)
+    endif()
     install(TARGETS ${name} LIBRARY DESTINATION ${GLIMTO_MODULE_FOLDER} COMPONENT ${MODULE_COMPONENT})
     set_property(GLOBAL APPEND PROPERTY GLIMTO_MODULES ${name})
 endfunction()

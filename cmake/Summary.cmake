@@ -9,6 +9,7 @@ endfunction()
 
 message(STATUS "glimto-capture ${PROJECT_VERSION}, ${CMAKE_BUILD_TYPE}, for ${CMAKE_INSTALL_PREFIX}")
 message(STATUS "  modules in: ${CMAKE_INSTALL_FULL_LIBDIR}/glimto-capture")
+glimto_report("window system X11 (GLIMTO_X11)" GLIMTO_X11)
 glimto_report("sound (GLIMTO_SOUND)" GLIMTO_SOUND)
 glimto_report("upload (GLIMTO_UPLOAD)" GLIMTO_UPLOAD)
 glimto_report("text recognition (GLIMTO_TEXT)" GLIMTO_TEXT)

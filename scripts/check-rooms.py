@@ -48,6 +48,21 @@ NOT_PORTABLE = re.compile(
     r"|clock_nanosleep|sendfile|copy_file_range|renameat2|gettid|syscall|getrandom|ppoll|dup3|mkostemp"
     r"|std::format|std::jthread|std::stop_token|std::stop_source)\b")
 
+# Support has one toolkit for threads and what they share. Where something else is needed, a comment in the same
+# block of lines, above or beside it, says why after these words.
+BY_HAND = "by hand: "
+THREADS_BY_HAND = re.compile(
+    r"std::(mutex|shared_mutex|recursive_mutex|timed_mutex|condition_variable\w*|async|promise|future|shared_future"
+    r"|call_once|once_flag|thread(?!::(id|hardware_concurrency)\b))\b"
+    r"|\bpthread_(create|mutex|cond|rwlock|detach)\w*|\bthread_local\b|\.detach\(\)")
+# A variable of a namespace, whose content is not indented here, or a static one of a function.
+MUTABLE_GLOBAL = re.compile(
+    r"^(static |inline )*(?!static|inline|const|using|return|extern|class|struct|enum|union|template|typedef|friend"
+    r"|namespace|public|private|protected|goto|throw|delete|new|else|case|default|\w+:(?!:))[A-Za-z_][\w:]*(<.*>)?[ *&]+\w+"
+    r"( = [^(].*|\{.*\}|\[.*)?;"
+    r"|^\s+static (?!const\b|constexpr\b|inline constexpr\b|assert)[\w:]+(<.*>)?[ *&]+\w+( = .*|\{.*\})?;")
+
+
 def rooms_below(room):
     seen = set()
     waiting = list(ROOMS[room]["rooms"]) if room in ROOMS else []
@@ -188,6 +203,26 @@ def check_portable(code):
         yield number, "floating from_chars is not portable"
 
 
+def threads_by_hand(text, code):
+    """Lines that go around Support's toolkit for threads without a reason beside them."""
+    lines = text.split("\n")
+
+    def has_reason(number):
+        block = number - 1  # up to the last empty line before it
+        while block > 0 and lines[block - 1].strip():
+            block -= 1
+        return any(BY_HAND in line.lower() for line in lines[block:number])
+
+    for number, line in enumerate(code.split("\n"), 1):
+        if re.match(r"\s*#", line):
+            continue
+        match = THREADS_BY_HAND.search(line)
+        if match and not has_reason(number):
+            yield number, f"{match.group()}: Support has a toolkit for threads; else say why after '{BY_HAND}'"
+        elif MUTABLE_GLOBAL.search(line) and not has_reason(number):
+            yield number, f"a mutable global; else say why after '{BY_HAND}'"
+
+
 def check_source(path, text):
     """Violations in one source file, `path` as seen from SOURCES, or from Sources/ for another program."""
     for number, kind, included in includes(text):
@@ -199,6 +234,8 @@ def check_source(path, text):
         code = re.sub(r"std::(jthread|stop_token|stop_source)\b", "", code)
     if not is_backend(room_of(path)):
         yield from check_portable(code)
+    if room_of(path) != "Support" and not is_program(room_of(path)):
+        yield from threads_by_hand(text, code)
     if path.endswith(".h") and not re.search(r"^#pragma once$", text, re.MULTILINE):
         yield 1, "a header without #pragma once"
 

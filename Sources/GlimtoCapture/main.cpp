@@ -12,30 +12,12 @@
 #include "Backends/Desktop/DesktopWorkspace.h"
 #include "Backends/Desktop/LinuxProcessEnvironment.h"
 #include "Backends/Desktop/ProcessStopRequests.h"
-#include "Backends/FFmpeg/Loader/FFmpegModuleEntry.h"
-#include "Backends/FFmpeg/Loader/LazyAssetWriterFactory.h"
-#include "Backends/FFmpeg/Loader/LazyAudioConverterFactory.h"
 #include "Backends/Images/DeflatePNGCodec.h"
 #include "Backends/Images/TurboImageCodec.h"
-#include "Backends/Pango/Loader/LazyTextDrawing.h"
-#include "Backends/Pango/Loader/StillsModuleEntry.h"
-#include "Backends/Tesseract/Loader/LazyTextRecognitionEngine.h"
-#include "Backends/Tesseract/Loader/TextModuleEntry.h"
-#include "Backends/Network/Loader/LazyHTTPTransport.h"
-#include "Backends/Network/Loader/LazyTextPatternCompiler.h"
-#include "Backends/Network/Loader/NetworkModuleEntry.h"
-#include "Backends/PulseAudio/Loader/LazyAudioInputFactory.h"
-#include "Backends/PulseAudio/Loader/SoundModuleEntry.h"
-#include "Backends/X11/Pictures/X11CaptureStream.h"
-#include "Backends/X11/Pointer/X11EventTap.h"
-#include "Backends/X11/Clipboard/X11Pasteboard.h"
-#include "Backends/X11/Clipboard/X11PasteboardOwner.h"
-#include "Backends/X11/X11ScreenAccess.h"
-#include "Backends/X11/Windows/X11ShareableContentProvider.h"
-#include "Backends/X11/Pictures/X11StillCapture.h"
 #include "CommandLine/Driver.h"
+#include "Composition/WindowSystemChoice.h"
 #include "Platform/PlatformServices.h"
-#include "Support/AbandonedWork.h"
+#include "Support/ProcessWide.h"
 #include "Support/DescriptorLineOutput.h"
 #include "Support/LoadableModule.h"
 
@@ -61,49 +43,32 @@ int runCommandLine(const std::vector<std::string>& arguments)
     DescriptorLineOutput standardOutput(1);
     DescriptorLineOutput standardError(2);
     LinuxProcessEnvironment process;
-    X11ScreenAccess screen;
-    X11ShareableContentProvider content;
-    X11CaptureStreamFactory captureStreams;
-    LoadableModule mediaLibraries(ffmpegModuleFileName, moduleDirectories(process), "The media encoder");
-    LazyAssetWriterFactory assetWriters(mediaLibraries);
-    LazyAudioConverterFactory audioConverters(mediaLibraries);
-    LoadableModule soundLibraries(soundModuleFileName, moduleDirectories(process), "Sound recording");
-    LazyAudioInputFactory audioInputs(soundLibraries);
-    X11EventTapFactory eventTaps;
+    const auto windowSystem = chooseWindowSystem(process);
+    LoadableModule media("glimto-capture-ffmpeg.so", moduleDirectories(process), "The media encoder");
+    LoadableModule sound("glimto-capture-sound.so", moduleDirectories(process), "Sound recording");
+    LoadableModule fonts("glimto-capture-stills.so", moduleDirectories(process), "Text drawing");
+    LoadableModule text("glimto-capture-text.so", moduleDirectories(process), "Text recognition");
+    LoadableModule network("glimto-capture-network.so", moduleDirectories(process), "The network");
     TurboImageCodec images;
-    X11StillCapture stillCapture;
     DeflatePNGCodec pngCodec;
-    LoadableModule stillLibraries(stillsModuleFileName, moduleDirectories(process), "Text drawing");
-    LazyTextDrawing textDrawing(stillLibraries);
-    X11Pasteboard pasteboard;
-    LoadableModule textLibraries(textModuleFileName, moduleDirectories(process), "Text recognition");
-    LazyTextRecognitionEngine textRecognition(textLibraries, pngCodec);
     DesktopWorkspace workspace;
-    LoadableModule networkLibraries(networkModuleFileName, moduleDirectories(process), "The network");
-    LazyHTTPTransport http(networkLibraries);
-    LazyTextPatternCompiler textPatterns(networkLibraries);
     PlatformServices services = {.process = process,
-        .screen = screen,
-        .content = content,
-        .captureStreams = captureStreams,
-        .assetWriters = assetWriters,
-        .audioConverters = audioConverters,
-        .audioInputs = audioInputs,
-        .eventTaps = eventTaps,
+        .windowSystem = *windowSystem,
+        .assetWriters = Service<AssetWriterFactory>(media),
+        .audioConverters = Service<AudioConverterFactory>(media),
+        .audioInputs = Service<AudioInputFactory>(sound),
         .images = images,
-        .stillCapture = stillCapture,
         .pngCodec = pngCodec,
-        .textDrawing = textDrawing,
-        .pasteboard = pasteboard,
-        .textRecognition = textRecognition,
+        .textDrawing = Service<TextDrawing>(fonts),
+        .textRecognition = Service<TextRecognitionEngine>(text, static_cast<PNGCodec*>(&pngCodec)),
         .workspace = workspace,
         .stopRequests = stopRequests,
-        .http = http,
-        .textPatterns = textPatterns};
+        .http = Service<HTTPTransport>(network),
+        .textPatterns = Service<TextPatternCompiler>(network)};
 
     // The encoder takes as long to load as the screen takes to be looked at: side by side.
     if (!arguments.empty() && arguments.front() == "record")
-        mediaLibraries.beginLoading();
+        media.beginLoading();
     return Driver(services, {standardOutput, standardError}).run(arguments);
 }
 
@@ -136,9 +101,8 @@ void openStandardStreams()
 
 int main(int argumentCount, char** argumentValues)
 {
-    // The clipboard's owner is this program, started again by X11Pasteboard.
-    if (isPasteboardOwner(argumentCount, argumentValues))
-        return runPasteboardOwner();
+    if (const auto status = runWindowSystemService(argumentCount, argumentValues))
+        return *status;
     openStandardStreams();
     // A reader that goes away must not end a recording.
     std::signal(SIGPIPE, SIG_IGN);

@@ -6,15 +6,19 @@
 #include <mutex>
 #include <optional>
 #include <utility>
+#include <vector>
 
-#include "Platform/CaptureStream.h"
+#include "Platform/CaptureOpening.h"
 
 namespace glimto {
 
 // A stream whose frames the test delivers, and which outlives its stream object as a record.
 struct FakeCaptureStreamState {
     // How it behaves.
-    std::exception_ptr makeError;
+    std::exception_ptr openError;
+    std::function<void()> onOpen; // runs within open(); may hang
+    std::function<void()> onGiveUp; // runs within giveUp()
+    std::function<void(OpenedCapture&)> changesOpened; // as a system does where the user picks
     std::exception_ptr startError;
     std::function<void()> onStart; // runs at the end of a successful start
     std::function<void()> onStop; // runs within stop(); may hang
@@ -23,6 +27,7 @@ struct FakeCaptureStreamState {
     // What happened.
     std::optional<ContentFilter> filter;
     std::optional<CaptureStreamConfiguration> configuration;
+    std::optional<CaptureFacts> expected;
     int starts = 0;
     int stops = 0;
     bool outputsRemoved = false;
@@ -98,16 +103,47 @@ private:
     std::shared_ptr<FakeCaptureStreamState> state_; // shared with the factory
 };
 
-class FakeCaptureStreamFactory final : public CaptureStreamFactory {
+class FakeCaptureOpening final : public CaptureOpening {
 public:
-    std::unique_ptr<CaptureStream> makeCaptureStream(
-        const ContentFilter& filter, const CaptureStreamConfiguration& configuration) override
+    FakeCaptureOpening(const CaptureRequest& request, std::shared_ptr<FakeCaptureStreamState> state)
+        : request_(request)
+        , state_(std::move(state))
     {
-        if (stream->makeError)
-            std::rethrow_exception(stream->makeError);
-        stream->filter = filter;
-        stream->configuration = configuration;
-        return std::make_unique<FakeCaptureStream>(stream);
+    }
+
+    OpenedCapture open() override
+    {
+        if (state_->onOpen)
+            state_->onOpen();
+        if (state_->openError)
+            std::rethrow_exception(state_->openError);
+        OpenedCapture opened;
+        opened.stream = std::make_shared<FakeCaptureStream>(state_);
+        opened.facts = request_.expected;
+        if (state_->changesOpened)
+            state_->changesOpened(opened);
+        return opened;
+    }
+
+    void giveUp() noexcept override
+    {
+        if (state_->onGiveUp)
+            state_->onGiveUp();
+    }
+
+private:
+    CaptureRequest request_;
+    std::shared_ptr<FakeCaptureStreamState> state_; // shared with the stream and the test
+};
+
+class FakeScreenCapture final : public ScreenCapture {
+public:
+    std::shared_ptr<CaptureOpening> makeOpening(const CaptureRequest& request) override
+    {
+        stream->filter = request.filter;
+        stream->configuration = request.configuration;
+        stream->expected = request.expected;
+        return std::make_shared<FakeCaptureOpening>(request, stream);
     }
 
     // Shared with the stream that is made.

@@ -12,6 +12,7 @@
 #include "Fakes/FakeShareableContentProvider.h"
 #include "Fakes/FakeStillServices.h"
 #include "Fakes/FakeStopRequests.h"
+#include "Fakes/FakeWindowSystem.h"
 #include "Fakes/FakeWorkspace.h"
 #include "Platform/PlatformServices.h"
 
@@ -27,18 +28,13 @@ struct FakePlatform {
     PlatformServices servicesWith(ImageCodec& imageCodec)
     {
         return {.process = process,
-            .screen = screen,
-            .content = content,
-            .captureStreams = captureStreams,
+            .windowSystem = windowSystem,
             .assetWriters = assetWriters,
             .audioConverters = audioConverters,
             .audioInputs = audioInputs,
-            .eventTaps = eventTaps,
             .images = imageCodec,
-            .stillCapture = stills.capture,
             .pngCodec = stills.png,
             .textDrawing = stills.textDrawing,
-            .pasteboard = stills.pasteboard,
             .textRecognition = stills.textRecognition,
             .workspace = workspace,
             .stopRequests = stopRequests,
@@ -49,13 +45,15 @@ struct FakePlatform {
     FakeProcessEnvironment process;
     FakeScreenAccess screen;
     FakeShareableContentProvider content;
-    FakeCaptureStreamFactory captureStreams;
+    FakeScreenCapture captureStreams;
     FakeAssetWriterFactory assetWriters;
     FakeAudioConverterFactory audioConverters;
     FakeAudioInputFactory audioInputs;
     FakeEventTapFactory eventTaps;
     FakeImageCodec images;
     FakeStillServices stills;
+    FakeWindowSystem windowSystem{
+        screen, content, captureStreams, eventTaps, stills.pasteboard, stills.capture};
     FakeWorkspace workspace;
     FakeStopRequests stopRequests;
     FakeNetwork network;

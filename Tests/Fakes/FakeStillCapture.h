@@ -25,7 +25,6 @@ inline StillImage fakePicture(int width, int height, std::uint8_t value = 0)
 class FakeStillCapture final : public StillCapture {
 public:
     // How it behaves.
-    bool supported = true;
     bool givesImage = true;
     std::exception_ptr error; // thrown instead when set
     std::optional<StillImage> image; // given instead when set
@@ -36,7 +35,6 @@ public:
     std::optional<ContentFilter> filter;
     std::optional<CaptureStreamConfiguration> configuration;
 
-    bool isSupported() const override { return supported; }
     void prepare(const ContentFilter&, const CaptureStreamConfiguration&) override { ++preparations; }
     std::optional<StillImage> captureImage(
         const ContentFilter& wantedFilter, const CaptureStreamConfiguration& wanted) override

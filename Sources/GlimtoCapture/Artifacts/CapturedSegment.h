@@ -5,7 +5,16 @@
 #include <string>
 #include <vector>
 
+#include "Support/JSONObject.h"
+
 namespace glimto {
+
+// "segment_" and the index with at least three digits and ".m4s": "segment_007.m4s", "segment_1000.m4s".
+inline std::string segmentFileName(int index)
+{
+    const std::string digits = std::to_string(index);
+    return "segment_" + std::string(digits.size() < 3 ? 3 - digits.size() : 0, '0') + digits + ".m4s";
+}
 
 // One media segment that is whole on the disk.
 struct CapturedSegment {
@@ -17,6 +26,15 @@ struct CapturedSegment {
 
     friend bool operator==(const CapturedSegment&, const CapturedSegment&) = default;
 };
+
+// As it stands in the manifest, where its path is the "key".
+inline nlohmann::json toJSON(const CapturedSegment& segment)
+{
+    nlohmann::json object = {{"index", segment.index}, {"key", segment.relativeKey},
+        {"duration", segment.duration}, {"bytes", segment.bytes}};
+    setMember(object, "earliestPresentationTime", segment.earliestPresentationTime);
+    return object;
+}
 
 // The media segments of a take, each track in the order in which they were written.
 struct CapturedTracks {

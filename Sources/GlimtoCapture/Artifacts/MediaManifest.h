@@ -5,9 +5,8 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 #include "Artifacts/CapturedSegment.h"
+#include "Support/JSONObject.h"
 
 namespace glimto {
 
@@ -34,14 +33,6 @@ struct MediaManifest {
         int segmentCount = 0;
     };
 
-    struct Segment {
-        int index = 0;
-        std::string key; // path below the take's root
-        double duration = 0; // seconds
-        std::int64_t bytes = 0;
-        std::optional<double> earliestPresentationTime; // seconds
-    };
-
     int manifestVersion = 1;
     std::string createdAt; // ISO 8601, UTC, milliseconds
     std::string state = "complete";
@@ -52,15 +43,15 @@ struct MediaManifest {
     std::int64_t totalBytes = 0; // of all segments, video and audio
     Video video;
     std::optional<Audio> audio;
-    std::vector<Segment> segments;
-    std::optional<std::vector<Segment>> audioSegments;
+    std::vector<CapturedSegment> segments;
+    std::optional<std::vector<CapturedSegment>> audioSegments;
     std::vector<std::string> notes;
 };
 
-// The manifest's form of segments, in the same order.
-std::vector<MediaManifest::Segment> manifestSegments(const std::vector<CapturedSegment>& segments);
-
-// Strings are made valid UTF-8.
-nlohmann::json toJSON(const MediaManifest& manifest);
+GLIMTO_JSON_OBJECT(MediaManifest::Video, source, codec, container, width, height, framesPerSecond, hasAudio)
+GLIMTO_JSON_OBJECT(
+    MediaManifest::Audio, source, codec, sampleRate, channelCount, initSegmentKey, playlistKey, segmentCount)
+GLIMTO_JSON_OBJECT(MediaManifest, manifestVersion, createdAt, state, initSegmentKey, playlistKey,
+    preferredSegmentDuration, totalDuration, totalBytes, video, audio, segments, audioSegments, notes)
 
 } // namespace glimto

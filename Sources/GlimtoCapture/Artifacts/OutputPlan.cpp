@@ -91,14 +91,20 @@ OutputPlan OutputPlan::forRoot(const fs::path& root)
     return plan;
 }
 
-OutputPlan OutputPlan::prepare(const fs::path& root, bool overwrite)
+OutputPlan OutputPlan::check(const fs::path& root, bool overwrite)
 {
     OutputPlan plan = forRoot(root);
     const auto existing = existingProofArtifacts(plan.root);
     if (!existing.empty() && !overwrite)
         throw CLIError("Output directory already contains proof artifacts: " + joinedNames(existing)
             + ". Use --overwrite or choose a new directory.");
-    for (const auto& path : existing)
+    return plan;
+}
+
+OutputPlan OutputPlan::prepare(const fs::path& root, bool overwrite)
+{
+    OutputPlan plan = check(root, overwrite);
+    for (const auto& path : existingProofArtifacts(plan.root))
         removeArtifact(path);
     if (const fs::path partial = plan.root / partialEventsName; overwrite && stands(partial))
         removeArtifact(partial);

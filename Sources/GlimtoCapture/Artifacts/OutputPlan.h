@@ -19,7 +19,11 @@ struct OutputPlan {
     // not looked at. Throws PlatformError when there is no working directory.
     static OutputPlan forRoot(const std::filesystem::path& root);
 
-    // The plan for a take in `root`, whose directories then exist and hold no file of an earlier take.
+    // The plan for a take in `root`; nothing on the disk changes. Throws CLIError when files of an earlier
+    // take are in the way and `overwrite` does not allow to remove them, and what forRoot() throws.
+    static OutputPlan check(const std::filesystem::path& root, bool overwrite);
+
+    // The same, and the directories then exist and hold no file of an earlier take.
     //
     // Files of an earlier take are "segments", "manifest.json", "thumbnail.jpg", "events.json" and what
     // the outside verification leaves. With `overwrite` they are removed (and so is ".events.partial"), and a

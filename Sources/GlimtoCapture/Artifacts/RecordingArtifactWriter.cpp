@@ -84,7 +84,7 @@ MediaManifest RecordingArtifactWriter::manifest(const std::string& videoInitSegm
     manifest.video.height = height;
     manifest.video.framesPerSecond = options.framesPerSecond;
     manifest.video.hasAudio = audioInitSegmentKey.has_value();
-    manifest.segments = manifestSegments(tracks.video);
+    manifest.segments = tracks.video;
     if (audioInitSegmentKey) {
         MediaManifest::Audio audio;
         audio.source = audioSource(options);
@@ -93,7 +93,7 @@ MediaManifest RecordingArtifactWriter::manifest(const std::string& videoInitSegm
         audio.initSegmentKey = *audioInitSegmentKey;
         audio.segmentCount = static_cast<int>(tracks.audio.size());
         manifest.audio = std::move(audio);
-        manifest.audioSegments = manifestSegments(tracks.audio);
+        manifest.audioSegments = tracks.audio;
     }
     manifest.notes = {
         "Segments are emitted directly by AVAssetWriter using MPEG4AppleHLS profile.",

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include "Support/JSONObject.h"
 
 namespace glimto {
 
@@ -25,7 +25,8 @@ struct RecordingMetadataJSON {
     std::string sourceDescription;
 };
 
-// An absent `thumbnailPath` is left out. Strings are made valid UTF-8.
-nlohmann::json toJSON(const RecordingMetadataJSON& metadata);
+GLIMTO_JSON_OBJECT(RecordingMetadataJSON, path, playlistPath, manifestPath, thumbnailPath, width, height,
+    framesPerSecond, videoSegmentCount, audioSegmentCount, includesSystemAudio, requestedSystemAudio,
+    includesAudioSegments, sourceDescription)
 
 } // namespace glimto

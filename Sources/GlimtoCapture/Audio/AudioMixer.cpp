@@ -68,7 +68,8 @@ AudioMixer::Timeline AudioMixer::makeTimeline(
     std::span<const AudioMixerSource> sources, AudioConverterFactory& converters) const
 {
     // Twice the frames that wait while a source lags.
-    Timeline timeline{{}, StereoFrameQueue(static_cast<std::size_t>(2 * latencyFrames_)), {}, {}, false, {}, false};
+    Timeline timeline{
+        {}, StereoFrameQueue(static_cast<std::size_t>(2 * latencyFrames_)), {}, {}, false, {}, false};
     for (const AudioMixerSource source : sources)
         timeline.tracks.try_emplace(source, source, sampleRate_, converters);
     return timeline;
@@ -179,9 +180,9 @@ void AudioMixer::handOut(Outbox& outbox) const
     for (const Stretch& stretch : outbox.stretches) {
         for (std::size_t offset = 0; offset < stretch.frameCount; offset += mostFramesPerOutput) {
             const std::size_t frameCount = std::min(mostFramesPerOutput, stretch.frameCount - offset);
-            output_({outputFormat_, frameCount,
-                {stretch.start + static_cast<std::int64_t>(offset), sampleRate_},
-                std::as_bytes(samples.first(2 * frameCount)), true});
+            output_(
+                {outputFormat_, frameCount, {stretch.start + static_cast<std::int64_t>(offset), sampleRate_},
+                    std::as_bytes(samples.first(2 * frameCount)), true});
             samples = samples.subspan(2 * frameCount);
         }
     }

@@ -33,8 +33,9 @@ namespace glimto {
 // nothing yet, so output has come to frame 10400. A microphone buffer that covers frames 9000 to 15000 loses
 // its first 1400 frames, and output goes on to frame 15000.
 //
-// Any thread may append and finish. What a buffer made complete is handed out after the lock was let go of, by
-// one thread at a time and in order: a thread that finds another one at it leaves its own stretch to that one.
+// Any thread may append and finish. What a buffer made complete is handed out after the lock was let go of,
+// by one thread at a time and in order: a thread that finds another one at it leaves its own stretch to that
+// one.
 class AudioMixer {
 public:
     // Receives the track, interleaved stereo in 32-bit float between -1 and 1, at most 1024 frames at a
@@ -84,8 +85,7 @@ private:
         bool isHandingOut = false; // some thread takes from the outbox until it is empty
     };
 
-    Timeline makeTimeline(
-        std::span<const AudioMixerSource> sources, AudioConverterFactory& converters) const;
+    Timeline makeTimeline(std::span<const AudioMixerSource> sources, AudioConverterFactory& converters) const;
     void place(
         Timeline& timeline, AudioSourceTrack& track, const ReadChannels& channels, std::int64_t start) const;
     std::int64_t emissionHorizon(const Timeline& timeline) const;

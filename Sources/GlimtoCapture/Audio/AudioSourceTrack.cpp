@@ -34,8 +34,7 @@ std::string currentErrorText()
 
 } // namespace
 
-AudioSourceTrack::AudioSourceTrack(
-    AudioMixerSource source, int sampleRate, AudioConverterFactory& converters)
+AudioSourceTrack::AudioSourceTrack(AudioMixerSource source, int sampleRate, AudioConverterFactory& converters)
     : name_(audioMixerSourceName(source))
     , sampleRate_(sampleRate)
     , converters_(&converters)

@@ -31,8 +31,9 @@ public:
     AudioSourceTrack(AudioMixerSource source, int sampleRate, AudioConverterFactory& converters);
 
     // The frames of `buffer` at the mixer's rate. They may be fewer or more than the buffer has, or none:
-    // resampling holds some back for the next one. Nothing, and the track's warning if that is the first, when
-    // they cannot be read. Allocates only when the format changes or a buffer is larger than all before it.
+    // resampling holds some back for the next one. Nothing, and the track's warning if that is the first,
+    // when they cannot be read. Allocates only when the format changes or a buffer is larger than all before
+    // it.
     std::optional<ReadChannels> read(const AudioBuffer& buffer);
 
     // What is to be told of the source: once, what went wrong first.

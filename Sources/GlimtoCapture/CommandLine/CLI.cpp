@@ -35,7 +35,7 @@ template <typename Options>
 Options parsePathCommand(std::span<const std::string> arguments, const std::string& command)
 {
     const OptionTable<Options> table = {
-        {"--path", [](Options& result, OptionReader& reader) { result.pathURL = reader.pathValue(); }},
+        {"--path", reading(&Options::pathURL, &OptionReader::pathValue)},
     };
     Options options;
     readOptions(arguments, table, command, options);
@@ -88,16 +88,11 @@ Command CLI::parse(std::span<const std::string> arguments, const ProcessEnvironm
 
 WindowListOptions CLI::parseWindowList(std::span<const std::string> arguments)
 {
-    const auto setAll = [](WindowListOptions& options, OptionReader&) {
-        options.scope = ScreenCaptureWindowListScope::all;
-    };
+    using Scope = ScreenCaptureWindowListScope;
     const OptionTable<WindowListOptions> table = {
-        {"--visible",
-            [](WindowListOptions& options, OptionReader&) {
-                options.scope = ScreenCaptureWindowListScope::visible;
-            }},
-        {"--all", setAll},
-        {"--recording-candidates", setAll},
+        {"--visible", setting(&WindowListOptions::scope, Scope::visible)},
+        {"--all", setting(&WindowListOptions::scope, Scope::all)},
+        {"--recording-candidates", setting(&WindowListOptions::scope, Scope::all)},
     };
     WindowListOptions options;
     readOptions(arguments, table, "windows", options);
@@ -118,13 +113,9 @@ UploadRecordingOptions CLI::parseUpload(
     std::span<const std::string> arguments, const ProcessEnvironment& environment)
 {
     const OptionTable<UploadArguments> table = {
-        {"--dir", [](UploadArguments& given, OptionReader& reader) { given.directory = reader.pathValue(); }},
-        {"--api-base-url",
-            [](UploadArguments& given, OptionReader& reader) {
-                given.apiBaseURL = reader.apiBaseURLValue();
-            }},
-        {"--recording-id",
-            [](UploadArguments& given, OptionReader& reader) { given.recordingId = reader.stringValue(); }},
+        {"--dir", reading(&UploadArguments::directory, &OptionReader::pathValue)},
+        {"--api-base-url", reading(&UploadArguments::apiBaseURL, &OptionReader::apiBaseURLValue)},
+        {"--recording-id", reading(&UploadArguments::recordingId, &OptionReader::stringValue)},
     };
     UploadArguments given;
     readOptions(arguments, table, "upload", given);

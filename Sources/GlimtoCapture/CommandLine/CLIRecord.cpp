@@ -13,16 +13,6 @@ namespace {
 
 using Options = RecordOptions;
 
-void setDuration(Options& options, OptionReader& reader)
-{
-    options.durationSeconds = reader.positiveValue();
-}
-
-void setOutput(Options& options, OptionReader& reader)
-{
-    options.outputDirectory = reader.pathValue();
-}
-
 void setFramerate(Options& options, OptionReader& reader)
 {
     const auto value = reader.intValue();
@@ -36,11 +26,6 @@ void setMicrophone(Options& options, OptionReader& reader)
     options.microphoneDeviceID = trimmedNonEmpty(reader.stringValue());
     if (!options.microphoneDeviceID)
         throw CLIError("--microphone requires a device id.");
-}
-
-void setOverwrite(Options& options, OptionReader&)
-{
-    options.overwrite = true;
 }
 
 // The capture source is what the last of these three says; a region or window leaves the display's
@@ -74,34 +59,28 @@ void setRecordEvents(Options& options, OptionReader&)
 OptionTable<Options> captureTable()
 {
     return {
-        {"-d", setDuration},
-        {"--duration", setDuration},
-        {"--until-stopped", [](Options& options, OptionReader&) { options.recordUntilStopped = true; }},
-        {"--max-duration-seconds",
-            [](Options& options, OptionReader& reader) {
-                options.maxDurationSeconds = reader.positiveValue();
-            }},
-        {"-o", setOutput},
-        {"--output", setOutput},
+        {"-d", reading(&Options::durationSeconds, &OptionReader::positiveValue)},
+        {"--duration", reading(&Options::durationSeconds, &OptionReader::positiveValue)},
+        {"--until-stopped", setting(&Options::recordUntilStopped, true)},
+        {"--max-duration-seconds", reading(&Options::maxDurationSeconds, &OptionReader::positiveValue)},
+        {"-o", reading(&Options::outputDirectory, &OptionReader::pathValue)},
+        {"--output", reading(&Options::outputDirectory, &OptionReader::pathValue)},
         {"--display", setDisplay},
         {"-r", setFramerate},
         {"--framerate", setFramerate},
-        {"--segment-duration",
-            [](Options& options, OptionReader& reader) { options.segmentSeconds = reader.positiveValue(); }},
-        {"--system-audio", [](Options& options, OptionReader&) { options.captureSystemAudio = true; }},
+        {"--segment-duration", reading(&Options::segmentSeconds, &OptionReader::positiveValue)},
+        {"--system-audio", setting(&Options::captureSystemAudio, true)},
         {"--microphone", setMicrophone},
-        {"--no-cursor", [](Options& options, OptionReader&) { options.includeCursor = false; }},
+        {"--no-cursor", setting(&Options::includeCursor, false)},
         {"--record-events", setRecordEvents},
         {"--region", setRegion},
         {"--window-id", setWindow},
-        {"--except-window-id",
-            [](Options& options, OptionReader& reader) { options.exceptWindowId = reader.windowIdValue(); }},
-        {"-w", setOverwrite},
-        {"--overwrite", setOverwrite},
-        {"--stop-file",
-            [](Options& options, OptionReader& reader) { options.stopFileURL = reader.foreignPathValue(); }},
-        {"--stdout-json", [](Options& options, OptionReader&) { options.stdoutJSON = true; }},
-        {"--reveal", [](Options& options, OptionReader&) { options.revealOutput = true; }},
+        {"--except-window-id", reading(&Options::exceptWindowId, &OptionReader::windowIdValue)},
+        {"-w", setting(&Options::overwrite, true)},
+        {"--overwrite", setting(&Options::overwrite, true)},
+        {"--stop-file", reading(&Options::stopFileURL, &OptionReader::foreignPathValue)},
+        {"--stdout-json", setting(&Options::stdoutJSON, true)},
+        {"--reveal", setting(&Options::revealOutput, true)},
     };
 }
 
@@ -119,27 +98,20 @@ OptionTable<Options> uploadTable(const ProcessEnvironment& environment)
     const auto upload = [&environment](Options& options) -> RecordingUploadOptions& {
         return ensureUploadOptions(options, environment);
     };
+    using Upload = RecordingUploadOptions;
+    const auto uploading = [upload](const std::function<void(Upload&, OptionReader&)>& apply) {
+        return [=](Options& options, OptionReader& reader) { apply(upload(options), reader); };
+    };
     return {
         {"--upload", [upload](Options& options, OptionReader&) { upload(options); }},
-        {"--api-base-url",
-            [upload](Options& options, OptionReader& reader) {
-                upload(options).apiBaseURL = reader.apiBaseURLValue();
-            }},
-        {"--access-key",
-            [upload](Options& options, OptionReader& reader) {
-                upload(options).accessKey = reader.stringValue();
-            }},
-        {"--recording-id",
-            [upload](Options& options, OptionReader& reader) {
-                upload(options).recordingId = reader.stringValue();
-            }},
+        {"--api-base-url", uploading(reading(&Upload::apiBaseURL, &OptionReader::apiBaseURLValue))},
+        {"--access-key", uploading(reading(&Upload::accessKey, &OptionReader::stringValue))},
+        {"--recording-id", uploading(reading(&Upload::recordingId, &OptionReader::stringValue))},
         {"--background-upload-threshold",
             [upload](Options& options, OptionReader& reader) {
                 upload(options).backgroundUploadThresholdSeconds = thresholdValue(reader);
             }},
-        {"--no-background-upload",
-            [upload](
-                Options& options, OptionReader&) { upload(options).backgroundUploadThresholdSeconds = 0; }},
+        {"--no-background-upload", uploading(setting(&Upload::backgroundUploadThresholdSeconds, 0))},
     };
 }
 

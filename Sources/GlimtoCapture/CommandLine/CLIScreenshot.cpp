@@ -9,11 +9,6 @@ namespace {
 
 using Options = ScreenshotOptions;
 
-void setOutput(Options& options, OptionReader& reader)
-{
-    options.outputURL = reader.pathValue();
-}
-
 void checkFormat(Options&, OptionReader& reader)
 {
     if (reader.stringValue() != "png")
@@ -30,29 +25,23 @@ void setDisplayStrategy(Options& options, OptionReader& reader)
 const OptionTable<Options>& screenshotTable()
 {
     static const OptionTable<Options> table = {
-        {"-o", setOutput},
-        {"--output", setOutput},
-        {"--stdout-json", [](Options& options, OptionReader&) { options.stdoutJSON = true; }},
+        {"-o", reading(&Options::outputURL, &OptionReader::pathValue)},
+        {"--output", reading(&Options::outputURL, &OptionReader::pathValue)},
+        {"--stdout-json", setting(&Options::stdoutJSON, true)},
         {"--format", checkFormat},
         {"--display-strategy", setDisplayStrategy},
         {"--display",
             [](Options& options, OptionReader& reader) {
                 options.target = DisplayTarget{reader.displayIndexValue()};
             }},
-        {"--target-json",
-            [](Options& options, OptionReader& reader) {
-                options.target = reader.screenshotTargetJSONValue();
-            }},
+        {"--target-json", reading(&Options::target, &OptionReader::screenshotTargetJSONValue)},
         {"--include-glimto-window-ids",
-            [](Options& options, OptionReader& reader) {
-                options.includedGlimtoWindowIDs = reader.windowIDsJSONValue();
-            }},
-        {"--wait-for-capture-trigger",
-            [](Options& options, OptionReader&) { options.waitForCaptureTrigger = true; }},
-        {"--copy-image", [](Options& options, OptionReader&) { options.copyImage = true; }},
-        {"--no-watermark", [](Options& options, OptionReader&) { options.applyWatermark = false; }},
-        {"--open", [](Options& options, OptionReader&) { options.openOutput = true; }},
-        {"--reveal", [](Options& options, OptionReader&) { options.revealOutput = true; }},
+            reading(&Options::includedGlimtoWindowIDs, &OptionReader::windowIDsJSONValue)},
+        {"--wait-for-capture-trigger", setting(&Options::waitForCaptureTrigger, true)},
+        {"--copy-image", setting(&Options::copyImage, true)},
+        {"--no-watermark", setting(&Options::applyWatermark, false)},
+        {"--open", setting(&Options::openOutput, true)},
+        {"--reveal", setting(&Options::revealOutput, true)},
     };
     return table;
 }

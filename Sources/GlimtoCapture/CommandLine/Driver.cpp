@@ -51,9 +51,10 @@ void Driver::execute(const Command& command)
     else if (std::holds_alternative<PermissionJSONCommand>(command))
         printPermission();
     else if (std::holds_alternative<SourcesCommand>(command))
-        listSources(services_.content, outputs_.standardOutput);
+        listSources(services_.windowSystem.content(), outputs_.standardOutput);
     else if (const auto* windowList = std::get_if<WindowListOptions>(&command))
-        listWindowsJSON(services_.content, services_.screen, *windowList, outputs_.standardOutput);
+        listWindowsJSON(services_.windowSystem.content(), services_.windowSystem.access(), *windowList,
+            outputs_.standardOutput);
     else if (const auto* picture = std::get_if<ScreenshotOptions>(&command))
         screenshot(*picture);
     else if (const auto* image = std::get_if<ClipboardImageOptions>(&command))
@@ -68,8 +69,8 @@ void Driver::execute(const Command& command)
 
 void Driver::printPermission()
 {
-    const auto permission
-        = ScreenCapturePermissionJSON::fromPreflight(services_.screen.preflightScreenCaptureAccess());
+    const auto permission = ScreenCapturePermissionJSON::fromPreflight(
+        services_.windowSystem.access().preflightScreenCaptureAccess());
     outputs_.standardOutput.writeLine(encodeScreenCaptureJSON(toJSON(permission)));
 }
 
@@ -97,8 +98,8 @@ ScreenshotMetadataJSON Driver::captureScreenshot(const ScreenshotOptions& option
         return ScreenshotCapturer(services_, outputs_).capture(options);
     } catch (...) {
         const auto facts = errorFacts(std::current_exception());
-        const auto permission
-            = ScreenCapturePermissionJSON::fromPreflight(services_.screen.preflightScreenCaptureAccess());
+        const auto permission = ScreenCapturePermissionJSON::fromPreflight(
+            services_.windowSystem.access().preflightScreenCaptureAccess());
         const auto code = GlimtoCaptureEventEmitter::errorCode(facts, permission, "screenshot_failed");
         emitter_.emit({.kind = "screenshot_failed", .error = GlimtoCaptureEventError(code, facts)});
         throw;
@@ -108,7 +109,7 @@ ScreenshotMetadataJSON Driver::captureScreenshot(const ScreenshotOptions& option
 void Driver::copyImage(const std::filesystem::path& path)
 {
     try {
-        ClipboardImageWriter(services_.pngCodec, services_.pasteboard).write(path);
+        ClipboardImageWriter(services_.pngCodec, services_.windowSystem.pasteboard()).write(path);
     } catch (const std::exception& error) {
         warn(error.what());
     }
@@ -121,7 +122,8 @@ void Driver::open(OpenAction action, const std::filesystem::path& path)
 
 void Driver::putOnClipboard(const ClipboardImageOptions& options)
 {
-    const auto result = ClipboardImageWriter(services_.pngCodec, services_.pasteboard).write(options);
+    const auto result
+        = ClipboardImageWriter(services_.pngCodec, services_.windowSystem.pasteboard()).write(options);
     outputs_.standardOutput.writeLine("Clipboard image: " + result.path.string());
     outputs_.standardOutput.writeLine("Bytes: " + std::to_string(result.byteCount));
 }

@@ -86,6 +86,21 @@ private:
 template <typename Options>
 using OptionTable = std::map<std::string, std::function<void(Options&, OptionReader&)>>;
 
+// A flag that sets a field: to `value`, or to what it reads.
+//
+//     {"--stdout-json", setting(&Options::stdoutJSON, true)},
+//     {"--output", reading(&Options::outputURL, &OptionReader::pathValue)},
+template <typename Options, typename Field, typename Value> auto setting(Field Options::*field, Value value)
+{
+    return [=](Options& options, OptionReader&) { options.*field = value; };
+}
+
+template <typename Options, typename Field, typename Value>
+auto reading(Field Options::*field, Value (OptionReader::*read)())
+{
+    return [=](Options& options, OptionReader& reader) { options.*field = (reader.*read)(); };
+}
+
 // Applies every flag of `arguments`. Throws CLIError for a flag that is not in the table; `command` is
 // the command's name in that message.
 template <typename Options>

@@ -55,11 +55,11 @@ ScreenCaptureWindowListPayload windowListPayload(
         const auto content = options.scope == ScreenCaptureWindowListScope::visible
             ? source.pickerWindowCandidates()
             : source.recordingSources();
-        return ScreenCaptureWindowListPayload::success(
-            content, options.scope, includeEnumeration, screen.preflightScreenCaptureAccess());
+        return ScreenCaptureWindowListPayload::success(content, options.scope, includeEnumeration,
+            screen.preflightScreenCaptureAccess().allowsOpening());
     } catch (const std::exception& error) {
         return ScreenCaptureWindowListPayload::failure(
-            error, options.scope, includeEnumeration, screen.preflightScreenCaptureAccess());
+            error, options.scope, includeEnumeration, screen.preflightScreenCaptureAccess().allowsOpening());
     }
 }
 

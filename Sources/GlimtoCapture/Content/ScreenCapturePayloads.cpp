@@ -30,31 +30,6 @@ std::vector<JSONValue> converted(const std::vector<Value>& values, std::size_t c
     return result;
 }
 
-nlohmann::json toJSON(const ScreenCaptureEnumerationJSON& enumeration)
-{
-    return {
-        {"excludingDesktopWindows", enumeration.excludingDesktopWindows},
-        {"onScreenWindowsOnly", enumeration.onScreenWindowsOnly},
-    };
-}
-
-nlohmann::json toJSON(const ScreenCaptureOwningApplicationJSON& application)
-{
-    return {
-        {"name", application.name},
-        {"bundleID", application.bundleID},
-        {"pid", application.pid},
-    };
-}
-
-template <typename JSONValue> nlohmann::json listJSON(const std::vector<JSONValue>& values)
-{
-    auto list = nlohmann::json::array();
-    for (const auto& value : values)
-        list.push_back(glimto::toJSON(value));
-    return list;
-}
-
 // The parts that a payload has whether or not the content could be fetched.
 ScreenCaptureWindowListPayload emptyPayload(
     ScreenCaptureWindowListScope scope, bool includeEnumeration, ScreenCaptureWindowListPayload::Time now)
@@ -155,85 +130,6 @@ ScreenCaptureWindowResolutionFailurePayload::ScreenCaptureWindowResolutionFailur
     , candidateWindows(
           converted<ScreenCaptureWindowJSON>(content.windows, std::min(candidateCount, mostCandidateWindows)))
 {
-}
-
-nlohmann::json toJSON(const ScreenCaptureFrameJSON& frame)
-{
-    return {
-        {"x", frame.x},
-        {"y", frame.y},
-        {"width", frame.width},
-        {"height", frame.height},
-    };
-}
-
-nlohmann::json toJSON(const ScreenCaptureDisplayJSON& display)
-{
-    nlohmann::json object = {
-        {"id", display.id},
-        {"frame", toJSON(display.frame)},
-        {"width", display.width},
-        {"height", display.height},
-    };
-    if (display.scale)
-        object["scale"] = *display.scale;
-    return object;
-}
-
-nlohmann::json toJSON(const ScreenCaptureWindowJSON& window)
-{
-    nlohmann::json object = {
-        {"windowID", window.windowID},
-        {"frame", toJSON(window.frame)},
-    };
-    if (window.title)
-        object["title"] = *window.title;
-    if (window.owningApplication)
-        object["owningApplication"] = toJSON(*window.owningApplication);
-    return object;
-}
-
-nlohmann::json toJSON(const ScreenCaptureErrorJSON& error)
-{
-    return {
-        {"code", error.code},
-        {"message", error.message},
-        {"type", error.type},
-        {"domain", error.domain},
-        {"nsCode", error.nsCode},
-    };
-}
-
-nlohmann::json toJSON(const ScreenCaptureWindowListPayload& payload)
-{
-    nlohmann::json object = {
-        {"schemaVersion", payload.schemaVersion},
-        {"coordinateSpace", payload.coordinateSpace},
-        {"generatedAt", payload.generatedAt},
-        {"permission", toJSON(payload.permission)},
-        {"displays", listJSON(payload.displays)},
-        {"windows", listJSON(payload.windows)},
-    };
-    if (payload.enumeration)
-        object["enumeration"] = toJSON(*payload.enumeration);
-    if (payload.error)
-        object["error"] = toJSON(*payload.error);
-    return object;
-}
-
-nlohmann::json toJSON(const ScreenCaptureWindowResolutionFailurePayload& payload)
-{
-    return {
-        {"schemaVersion", payload.schemaVersion},
-        {"code", payload.code},
-        {"coordinateSpace", payload.coordinateSpace},
-        {"generatedAt", payload.generatedAt},
-        {"selectedWindow", {{"windowID", payload.selectedWindow.windowID}}},
-        {"enumeration", toJSON(payload.enumeration)},
-        {"candidateCount", payload.candidateCount},
-        {"truncated", payload.truncated},
-        {"candidateWindows", listJSON(payload.candidateWindows)},
-    };
 }
 
 std::string screenCaptureWindowResolutionFailureMessage(

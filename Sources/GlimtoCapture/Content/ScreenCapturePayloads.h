@@ -8,11 +8,10 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 #include "Lifecycle/ScreenCapturePermissionJSON.h"
 #include "Options/WindowListOptions.h"
 #include "Platform/ShareableContent.h"
+#include "Support/JSONObject.h"
 
 namespace glimto {
 
@@ -127,12 +126,17 @@ struct ScreenCaptureWindowResolutionFailurePayload {
         std::uint32_t windowID, const ShareableContent& content, Time now = std::chrono::system_clock::now());
 };
 
-nlohmann::json toJSON(const ScreenCaptureFrameJSON& frame);
-nlohmann::json toJSON(const ScreenCaptureDisplayJSON& display);
-nlohmann::json toJSON(const ScreenCaptureWindowJSON& window);
-nlohmann::json toJSON(const ScreenCaptureErrorJSON& error);
-nlohmann::json toJSON(const ScreenCaptureWindowListPayload& payload);
-nlohmann::json toJSON(const ScreenCaptureWindowResolutionFailurePayload& payload);
+GLIMTO_JSON_OBJECT(ScreenCaptureEnumerationJSON, excludingDesktopWindows, onScreenWindowsOnly)
+GLIMTO_JSON_OBJECT(ScreenCaptureFrameJSON, x, y, width, height)
+GLIMTO_JSON_OBJECT(ScreenCaptureDisplayJSON, id, frame, width, height, scale)
+GLIMTO_JSON_OBJECT(ScreenCaptureOwningApplicationJSON, name, bundleID, pid)
+GLIMTO_JSON_OBJECT(ScreenCaptureWindowJSON, windowID, frame, title, owningApplication)
+GLIMTO_JSON_OBJECT(ScreenCaptureErrorJSON, code, message, type, domain, nsCode)
+GLIMTO_JSON_OBJECT(ScreenCaptureWindowListPayload, schemaVersion, coordinateSpace, generatedAt, permission,
+    enumeration, displays, windows, error)
+GLIMTO_JSON_OBJECT(ScreenCaptureSelectedWindowJSON, windowID)
+GLIMTO_JSON_OBJECT(ScreenCaptureWindowResolutionFailurePayload, schemaVersion, code, coordinateSpace,
+    generatedAt, selectedWindow, enumeration, candidateCount, truncated, candidateWindows)
 
 // What the user reads when a window is not in the content: a sentence, and on a second line which windows
 // there are, as JSON.

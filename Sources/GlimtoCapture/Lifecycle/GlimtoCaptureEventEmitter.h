@@ -10,14 +10,11 @@
 #include "Lifecycle/GlimtoCaptureLifecycleEvent.h"
 #include "Lifecycle/ScreenCapturePermissionJSON.h"
 #include "Options/RecordOptions.h"
+#include "Platform/CaptureErrors.h"
 #include "Support/Errors.h"
 #include "Support/LineOutput.h"
 
 namespace glimto {
-
-// The domain of the errors of a capture stream, and the number of "the user declined the capture".
-inline constexpr std::string_view captureStreamErrorDomain = "com.glimto.capture.stream";
-inline constexpr std::int64_t captureDeclinedErrorCode = -3801;
 
 // Tells the program that started us how far we are, line by line on standard output. Safe to use
 // from any thread, as far as the output is.

@@ -2,7 +2,9 @@
 
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include "Support/JSONObject.h"
+
+#include "Platform/ScreenAccess.h"
 
 namespace glimto {
 
@@ -17,10 +19,16 @@ struct ScreenCapturePermissionJSON {
         return {granted ? "granted" : "denied", granted};
     }
 
+    // The same for the system's whole answer. Where only asking the user tells, it is "granted": a driving
+    // program is to try, rather than to send the user to some settings.
+    static ScreenCapturePermissionJSON fromPreflight(const ScreenCaptureAccess& access)
+    {
+        return fromPreflight(access.allowsOpening());
+    }
+
     friend bool operator==(const ScreenCapturePermissionJSON&, const ScreenCapturePermissionJSON&) = default;
 };
 
-// Keys equal the field names.
-nlohmann::json toJSON(const ScreenCapturePermissionJSON& permission);
+GLIMTO_JSON_OBJECT(ScreenCapturePermissionJSON, screenRecording, preflightGranted)
 
 } // namespace glimto

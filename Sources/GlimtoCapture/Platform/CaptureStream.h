@@ -2,17 +2,16 @@
 
 #include <exception>
 #include <functional>
-#include <memory>
 #include <optional>
 
-#include "Platform/ContentFilter.h"
+#include "Platform/Geometry.h"
 #include "Platform/MediaTime.h"
 #include "Platform/VideoFrame.h"
 
 namespace glimto {
 
 struct CaptureStreamConfiguration {
-    int width = 0; // pixels of every frame delivered
+    int width = 0; // pixels wished for; what was opened says how large the frames are
     int height = 0;
     std::optional<Rect> sourceRect; // part of a display, in points from its top left; all when absent
     MediaTime minimumFrameInterval; // frames come at most this often
@@ -20,10 +19,10 @@ struct CaptureStreamConfiguration {
     bool showsCursor = true;
 };
 
-// A running capture of one content filter. Implemented once per window system.
+// A capture that was opened. Implemented once per window system.
 //
-// start() and stop() are called from one thread, at most once each. The handlers run on a thread
-// that the stream owns ("glimto.capture.samples"), one call at a time, and must not block.
+// start() and stop() are called one after the other, at most once each, on any thread. The handlers run on a
+// thread that the stream owns ("glimto.capture.samples"), one call at a time, and must not block.
 class CaptureStream {
 public:
     struct Handlers {
@@ -38,7 +37,7 @@ public:
 
     virtual ~CaptureStream() = default;
 
-    // Returns once the stream runs. Throws PlatformError if the content cannot be captured.
+    // Returns once the stream runs. Throws PlatformError if the content can no longer be captured.
     virtual void start(Handlers handlers) = 0;
 
     // Delivers the last picture once more with the time of the call, then ends the stream: no handler
@@ -48,16 +47,6 @@ public:
 
     // No handler runs once this returns, even while stop() hangs. Any thread, any number of times.
     virtual void removeOutputs() = 0;
-};
-
-class CaptureStreamFactory {
-public:
-    virtual ~CaptureStreamFactory() = default;
-
-    // The stream is not started. Throws PlatformError when the content is already gone.
-    virtual std::unique_ptr<CaptureStream> makeCaptureStream(
-        const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
-        = 0;
 };
 
 } // namespace glimto

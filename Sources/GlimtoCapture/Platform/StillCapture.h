@@ -32,9 +32,6 @@ class StillCapture {
 public:
     virtual ~StillCapture() = default;
 
-    // Whether the system can do so; where it cannot, the first frame of a capture stream serves instead.
-    virtual bool isSupported() const = 0;
-
     // Says that a picture of this content will probably be wanted soon, so that what takes its time is done
     // before: connections, memory, and letting covered windows draw themselves where others are to be
     // hidden. Does not throw.

@@ -85,9 +85,9 @@ void writePlaylistsAndManifest(
             plan.playlistURL, videoKey, tracks.video, PlaylistPlacement::aboveSegments);
     }
     artifacts.writeManifest(
-        videoKey, audioKey, tracks, take.source.width, take.source.height, options, take.source.description);
+        videoKey, audioKey, tracks, take.facts.width, take.facts.height, options, take.facts.description);
     if (audioKey)
-        artifacts.writeMasterPlaylist(take.source.width, take.source.height, options.framesPerSecond);
+        artifacts.writeMasterPlaylist(take.facts.width, take.facts.height, options.framesPerSecond);
 }
 
 void writeArtifacts(const RecordOptions& options, const RecordingTake& take, const CapturedTracks& tracks)
@@ -110,7 +110,7 @@ RecordingMetadataJSON stopRecording(const RecordOptions& options, const Recordin
     waitForThumbnail(take, limits, progress);
     progress.line("Glimto stop: writing playlists and manifest");
     writeArtifacts(options, take, tracks);
-    auto metadata = recordingMetadata(options, take.source, take.plan, tracks);
+    auto metadata = recordingMetadata(options, take.facts, take.plan, tracks);
     for (const auto& line : recordingSummaryLines(options, metadata))
         progress.line(line);
     progress.completed();

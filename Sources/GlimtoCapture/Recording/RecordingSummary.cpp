@@ -9,15 +9,15 @@
 namespace glimto {
 
 std::vector<std::string> recordingStartLines(
-    const RecordOptions& options, const PreparedCaptureSource& source, const OutputPlan& plan)
+    const RecordOptions& options, const CaptureFacts& facts, const OutputPlan& plan)
 {
     const std::string end = options.recordUntilStopped
         ? std::string(" until stopped")
         : " for " + shortestDecimal(options.durationSeconds) + "s";
     std::vector<std::string> lines = {
-        "Recording " + source.description + end,
+        "Recording " + facts.description + end,
         "Output: " + plan.root.string(),
-        "Video: H.264 fMP4, " + std::to_string(source.width) + "x" + std::to_string(source.height) + ", "
+        "Video: H.264 fMP4, " + std::to_string(facts.width) + "x" + std::to_string(facts.height) + ", "
             + std::to_string(options.framesPerSecond) + " fps, ~" + shortestDecimal(options.segmentSeconds)
             + "s segments",
         recordingAudioLine(options),
@@ -44,7 +44,7 @@ std::vector<std::string> recordingSummaryLines(
     return lines;
 }
 
-RecordingMetadataJSON recordingMetadata(const RecordOptions& options, const PreparedCaptureSource& source,
+RecordingMetadataJSON recordingMetadata(const RecordOptions& options, const CaptureFacts& facts,
     const OutputPlan& plan, const CapturedTracks& tracks)
 {
     RecordingMetadataJSON metadata;
@@ -54,15 +54,15 @@ RecordingMetadataJSON recordingMetadata(const RecordOptions& options, const Prep
     std::error_code ignored;
     if (std::filesystem::exists(plan.thumbnailURL, ignored))
         metadata.thumbnailPath = plan.thumbnailURL.string();
-    metadata.width = source.width;
-    metadata.height = source.height;
+    metadata.width = facts.width;
+    metadata.height = facts.height;
     metadata.framesPerSecond = options.framesPerSecond;
     metadata.videoSegmentCount = static_cast<int>(tracks.video.size());
     metadata.audioSegmentCount = static_cast<int>(tracks.audio.size());
     metadata.includesAudioSegments = !tracks.audio.empty();
     metadata.requestedSystemAudio = options.captureSystemAudio;
     metadata.includesSystemAudio = options.captureSystemAudio && metadata.includesAudioSegments;
-    metadata.sourceDescription = source.description;
+    metadata.sourceDescription = facts.description;
     return metadata;
 }
 

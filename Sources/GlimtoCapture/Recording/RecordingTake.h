@@ -8,9 +8,8 @@
 #include "Audio/AudioMixer.h"
 #include "Audio/MicrophoneCapture.h"
 #include "Audio/SystemAudioCapture.h"
-#include "Content/PreparedCaptureSource.h"
 #include "InputEvents/InputEventRecorder.h"
-#include "Platform/CaptureStream.h"
+#include "Platform/CaptureOpening.h"
 #include "Recording/ScreenCaptureOutput.h"
 #include "Recording/SegmentedMP4Writer.h"
 #include "Recording/ThumbnailWriter.h"
@@ -23,8 +22,8 @@ namespace glimto {
 // Stages of the end that hang own the stream and the writers together with this.
 struct RecordingTake {
     OutputPlan plan;
-    std::optional<TakeDirectories> directories; // set once the plan is prepared
-    PreparedCaptureSource source;
+    std::optional<TakeDirectories> directories; // set when the plan is prepared
+    CaptureFacts facts; // of what was opened
     std::shared_ptr<SegmentedMP4Writer> writer;
     std::shared_ptr<AudioMixer> audioMixer; // null without audio
     std::unique_ptr<MicrophoneCapture> microphone;

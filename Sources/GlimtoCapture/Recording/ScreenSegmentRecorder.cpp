@@ -1,6 +1,8 @@
 #include "Recording/ScreenSegmentRecorder.h"
 
 #include <chrono>
+#include <utility>
+#include <variant>
 
 #include "Content/CaptureSourceResolver.h"
 #include "Content/ScreenCaptureShareableContent.h"
@@ -29,6 +31,26 @@ CaptureStreamConfiguration streamConfiguration(
     return configuration;
 }
 
+CaptureRequest captureRequest(
+    const RecordOptions& options, const PreparedCaptureSource& source, const CaptureGeometry& geometry)
+{
+    return {.filter = source.filter,
+        .configuration = streamConfiguration(options, source),
+        .expected = {.width = source.width,
+            .height = source.height,
+            .description = source.description,
+            .globalFrame = geometry.globalFrame,
+            .pointScale = geometry.pointScale}};
+}
+
+CaptureGeometry captureGeometry(const CaptureFacts& facts)
+{
+    return {.globalFrame = facts.globalFrame,
+        .pointScale = facts.pointScale,
+        .capturePixelWidth = facts.width,
+        .capturePixelHeight = facts.height};
+}
+
 } // namespace
 
 ScreenSegmentRecorder::ScreenSegmentRecorder(PlatformServices& services, Outputs outputs)
@@ -36,12 +58,13 @@ ScreenSegmentRecorder::ScreenSegmentRecorder(PlatformServices& services, Outputs
 {
 }
 
-ScreenSegmentRecorder::ScreenSegmentRecorder(
-    PlatformServices& services, Outputs outputs, RecordingClock& clock, const RecordingStopLimits& limits)
+ScreenSegmentRecorder::ScreenSegmentRecorder(PlatformServices& services, Outputs outputs,
+    RecordingClock& clock, const RecordingStopLimits& limits, const CaptureStartLimits& startLimits)
     : services_(services)
     , outputs_(outputs)
     , clock_(clock)
     , limits_(limits)
+    , startLimits_(startLimits)
 {
 }
 
@@ -51,10 +74,12 @@ RecordingMetadataJSON ScreenSegmentRecorder::record(
     RecordingProgress progress(outputs_.standardOutput, GlimtoCaptureEventEmitter::recordingId(options));
     // From here on a signal ends the recording well, even one that comes before the first frame.
     services_.stopRequests.beginListening();
+    RecordingStopWishes wishes(options, services_.stopRequests, clock_, progress);
+    CaptureStart captureStart(wishes, progress, startLimits_);
     RecordingTake take;
     try {
-        prepare(options, take, progress);
-        start(options, take, progress);
+        prepare(options, take, progress, captureStart);
+        start(options, take, progress, captureStart);
         if (captureStarted)
             captureStarted();
         waitForEnd(options, take, progress);
@@ -67,44 +92,56 @@ RecordingMetadataJSON ScreenSegmentRecorder::record(
 
 void ScreenSegmentRecorder::requirePermission(std::string_view nextStage, RecordingProgress& progress)
 {
-    const auto obstacle = services_.screen.screenCaptureObstacle();
-    progress.captureStarting(nextStage, !obstacle);
-    if (!obstacle)
+    const auto access = services_.windowSystem.access().preflightScreenCaptureAccess();
+    progress.captureStarting(nextStage, access.allowsOpening());
+    if (access.allowsOpening())
         return;
-    outputs_.standardError.writeLine("warning: " + *obstacle);
+    outputs_.standardError.writeLine("warning: " + access.obstacle);
     throw GlimtoCaptureLifecycleError(
         "screen_permission_denied", "Screen Recording permission is not granted for glimto-capture.");
 }
 
-void ScreenSegmentRecorder::prepare(
-    const RecordOptions& options, RecordingTake& take, RecordingProgress& progress)
+// Everything that can be refused is resolved here, and nothing on the disk changes.
+void ScreenSegmentRecorder::prepare(const RecordOptions& options, RecordingTake& take,
+    RecordingProgress& progress, CaptureStart& captureStart)
 {
+    WindowSystem& system = services_.windowSystem;
     requirePermission("shareable_content", progress);
-    const auto content = ScreenCaptureShareableContent(services_.content).recordingSources();
+    const auto content = ScreenCaptureShareableContent(system.content()).recordingSources();
+    take.plan = OutputPlan::check(options.outputDirectory, options.overwrite);
+    const CaptureSourceResolver resolver(services_.process, system.access(), outputs_.standardError);
+    const auto source = resolver.resolve(content, options);
+    const auto geometry = resolver.resolveGeometry(content, options, source.width, source.height);
     const auto microphone = prepareAudioSources(options, take);
-    const TakeDirectories directories(options.outputDirectory);
-    take.plan = OutputPlan::prepare(options.outputDirectory, options.overwrite);
-    take.directories = directories;
-    const CaptureSourceResolver resolver(services_.process, services_.screen, outputs_.standardError);
-    take.source = resolver.resolve(content, options);
-    if (options.recordEvents) {
-        const auto geometry
-            = resolver.resolveGeometry(content, options, take.source.width, take.source.height);
-        take.eventRecorder = std::make_unique<InputEventRecorder>(take.plan.eventsURL, geometry,
-            inputEventFlushInterval, services_.eventTaps, outputs_.standardError);
-    }
+    openCapture(options, captureRequest(options, source, geometry), take, captureStart);
+    if (options.recordEvents)
+        take.eventRecorder = std::make_unique<InputEventRecorder>(take.plan.eventsURL,
+            captureGeometry(take.facts), inputEventFlushInterval, system.eventTaps(), outputs_.standardError);
 
     makeWriter(options, microphone, take);
     take.thumbnailWriter
         = std::make_shared<ThumbnailWriter>(take.plan.thumbnailURL, services_.images, outputs_.standardError);
     take.output
         = std::make_shared<ScreenCaptureOutput>(take.writer, take.thumbnailWriter, take.audioMixer, outputs_);
-    take.stream = services_.captureStreams.makeCaptureStream(
-        take.source.filter, streamConfiguration(options, take.source));
 }
 
-// Before anything is written: a sound server that is absent or a microphone that is not there must not cost
-// an earlier take.
+// A window system may ask the user now, and may open something else than what was asked for.
+void ScreenSegmentRecorder::openCapture(const RecordOptions& options, const CaptureRequest& request,
+    RecordingTake& take, CaptureStart& captureStart)
+{
+    WindowSystem& system = services_.windowSystem;
+    const auto opening = system.capture().makeOpening(request);
+    const auto opened = captureStart.run(
+        system.capabilities().asksUser, [opening] { return opening->open(); }, [&] { opening->giveUp(); });
+    take.stream = opened.stream;
+    take.facts = opened.facts;
+    const auto* display = std::get_if<DisplayContentFilter>(&request.filter.content);
+    if (display && !display->excludedApplications.empty() && !opened.hidesApplications)
+        warn("This system cannot leave the windows of Glimto out of a recording.");
+    if (!options.includeCursor && !opened.obeysCursorWish)
+        warn("This system shows the pointer in every recording.");
+}
+
 std::optional<AudioInputDevice> ScreenSegmentRecorder::prepareAudioSources(
     const RecordOptions& options, RecordingTake& take)
 {
@@ -124,8 +161,8 @@ std::optional<AudioInputDevice> ScreenSegmentRecorder::prepareAudioSources(
 void ScreenSegmentRecorder::makeWriter(
     const RecordOptions& options, const std::optional<AudioInputDevice>& microphone, RecordingTake& take)
 {
-    const SegmentedMP4Writer::Settings settings = {.width = take.source.width,
-        .height = take.source.height,
+    const SegmentedMP4Writer::Settings settings = {.width = take.facts.width,
+        .height = take.facts.height,
         .framesPerSecond = options.framesPerSecond,
         .segmentSeconds = options.segmentSeconds,
         .includeAudio = options.includesAudio(),
@@ -144,10 +181,10 @@ void ScreenSegmentRecorder::makeWriter(
             = std::make_unique<MicrophoneCapture>(*microphone, take.audioMixer, services_.audioInputs);
 }
 
-void ScreenSegmentRecorder::start(
-    const RecordOptions& options, RecordingTake& take, RecordingProgress& progress)
+void ScreenSegmentRecorder::start(const RecordOptions& options, RecordingTake& take,
+    RecordingProgress& progress, CaptureStart& captureStart)
 {
-    for (const auto& line : recordingStartLines(options, take.source, take.plan))
+    for (const auto& line : recordingStartLines(options, take.facts, take.plan))
         progress.line(line);
     requirePermission("stream_start", progress);
     if (take.microphone)
@@ -155,10 +192,22 @@ void ScreenSegmentRecorder::start(
     // Before the picture, so that there is sound from the first frame on.
     if (take.systemAudio)
         take.systemAudio->start(take.output->systemAudioHandlers());
-    take.stream->start(take.output->handlers());
+    take.directories.emplace(options.outputDirectory);
+    take.plan = OutputPlan::prepare(options.outputDirectory, options.overwrite);
+    captureStart.run(
+        false,
+        [stream = take.stream, handlers = take.output->handlers()]() mutable {
+            stream->start(std::move(handlers));
+        },
+        [&] { take.stream->removeOutputs(); });
     if (take.eventRecorder)
         take.eventRecorder->start();
     progress.recording();
+}
+
+void ScreenSegmentRecorder::warn(const std::string& message)
+{
+    outputs_.standardError.writeLine("Warning: " + message);
 }
 
 void ScreenSegmentRecorder::waitForEnd(

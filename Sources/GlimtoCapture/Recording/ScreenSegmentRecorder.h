@@ -7,6 +7,7 @@
 #include "Artifacts/RecordingMetadataJSON.h"
 #include "Options/RecordOptions.h"
 #include "Platform/PlatformServices.h"
+#include "Recording/CaptureStart.h"
 #include "Recording/RecordingClock.h"
 #include "Recording/RecordingProgress.h"
 #include "Recording/RecordingStopSequence.h"
@@ -27,10 +28,11 @@ public:
 
     // With another clock, which outlives this object, and other limits.
     ScreenSegmentRecorder(PlatformServices& services, Outputs outputs, RecordingClock& clock,
-        const RecordingStopLimits& limits);
+        const RecordingStopLimits& limits, const CaptureStartLimits& startLimits = {});
 
     // Returns when the take is complete. On a failure of any kind, nothing is captured any more,
-    // finished segments stay on the disk, and the failure is thrown as it is. `captureStarted` is called
+    // finished segments stay on the disk, and the failure is thrown as it is. Files of an earlier take that
+    // may be replaced are removed at the last moment before the capture starts. `captureStarted` is called
     // once the screen is being recorded into a directory that holds nothing of an earlier take; what it
     // throws is such a failure.
     RecordingMetadataJSON record(
@@ -38,11 +40,16 @@ public:
 
 private:
     void requirePermission(std::string_view nextStage, RecordingProgress& progress);
-    void prepare(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress);
+    void prepare(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress,
+        CaptureStart& captureStart);
     std::optional<AudioInputDevice> prepareAudioSources(const RecordOptions& options, RecordingTake& take);
+    void openCapture(const RecordOptions& options, const CaptureRequest& request, RecordingTake& take,
+        CaptureStart& captureStart);
     void makeWriter(
         const RecordOptions& options, const std::optional<AudioInputDevice>& microphone, RecordingTake& take);
-    void start(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress);
+    void start(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress,
+        CaptureStart& captureStart);
+    void warn(const std::string& message);
     void waitForEnd(const RecordOptions& options, const RecordingTake& take, RecordingProgress& progress);
 
     PlatformServices& services_;
@@ -50,6 +57,7 @@ private:
     SystemRecordingClock systemClock_;
     RecordingClock& clock_;
     RecordingStopLimits limits_;
+    CaptureStartLimits startLimits_;
 };
 
 } // namespace glimto

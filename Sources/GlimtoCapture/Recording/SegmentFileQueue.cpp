@@ -45,7 +45,8 @@ void SegmentFileQueue::run(std::size_t bytes, std::function<void()> task)
 void SegmentFileQueue::drain()
 {
     // Ended by the tasks, or by finish() after a time.
-    load_->waitUntil([](const Load& load) { return load.isAbandoned || load.waitingTasks == 0; }, [](Load&) {});
+    load_->waitUntil(
+        [](const Load& load) { return load.isAbandoned || load.waitingTasks == 0; }, [](Load&) {});
 }
 
 void SegmentFileQueue::close()
@@ -64,7 +65,8 @@ void SegmentFileQueue::finish(std::function<void()> lastTask, std::chrono::milli
     if (isAbandoned)
         return;
     run(0, std::move(lastTask));
-    const auto waitingTasks = [this] { return load_->with([](const Load& load) { return load.waitingTasks; }); };
+    const auto waitingTasks
+        = [this] { return load_->with([](const Load& load) { return load.waitingTasks; }); };
     for (std::size_t before = waitingTasks(); before > 0; before = waitingTasks()) {
         if (load_->waitFor(limit, [before](const Load& load) { return load.waitingTasks < before; }))
             continue;

@@ -1,6 +1,5 @@
 #include "Recording/SegmentTrack.h"
 
-#include <cstdio>
 #include <utility>
 
 #include "Support/AtomicFile.h"
@@ -19,13 +18,6 @@ std::shared_ptr<const Bytes> copied(std::span<const std::byte> data)
 }
 
 } // namespace
-
-std::string segmentFileName(int index)
-{
-    char name[32];
-    std::snprintf(name, sizeof name, "segment_%03d.m4s", index);
-    return name;
-}
 
 struct SegmentTrack::Files {
     struct Outcome {

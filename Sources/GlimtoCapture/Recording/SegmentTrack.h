@@ -14,9 +14,6 @@
 
 namespace glimto {
 
-// "segment_" and the index with at least three digits and ".m4s": "segment_007.m4s", "segment_1000.m4s".
-std::string segmentFileName(int index);
-
 // Puts the output of one asset writer on the disk while it is made: "init.mp4" and "segment_000.m4s",
 // "segment_001.m4s" and so on in "segments/<track>" of the take.
 //

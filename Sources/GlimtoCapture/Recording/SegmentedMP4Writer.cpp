@@ -168,9 +168,7 @@ CapturedTracks SegmentedMP4Writer::finish()
 {
     writerQueue_.sync([this] {
         if (state_.lifecycle != Lifecycle::writing)
-            throw CLIError(
-                "No screen frames were captured. Check Screen Recording permission and try moving the "
-                "cursor during the capture.");
+            throw CLIError(noFramesMessage);
         state_.lifecycle = Lifecycle::finishing;
     });
     finishTracks();

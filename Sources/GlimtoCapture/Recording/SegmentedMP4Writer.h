@@ -50,6 +50,11 @@ public:
     // its segments keep coming when its source is dead.
     static constexpr std::chrono::seconds longestAudioLag = std::chrono::seconds(10);
 
+    // What a take without any frame fails with.
+    static constexpr const char* noFramesMessage
+        = "No screen frames were captured. Check Screen Recording permission and try moving the cursor "
+          "during the capture.";
+
     // Throws CLIError when the encoder refuses the settings, and what the factory throws. The factory
     // and `standardError` outlive the writer.
     SegmentedMP4Writer(const OutputPlan& plan, const Settings& settings, AssetWriterFactory& factory,

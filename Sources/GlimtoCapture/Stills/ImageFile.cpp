@@ -8,11 +8,7 @@
 #include <string>
 #include <system_error>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include "Support/FileDescriptor.h"
+#include "Support/RegularFile.h"
 
 namespace glimto {
 
@@ -26,29 +22,6 @@ constexpr std::size_t largestFile = std::size_t(1) << 30U; // bytes
 std::string failure(const std::filesystem::path& path)
 {
     return "Could not read the image at " + path.string();
-}
-
-[[noreturn]] void throwReadError(const std::filesystem::path& path, int errorNumber)
-{
-    throw PlatformError::posix(failure(path), errorNumber);
-}
-
-// Fills `target` as far as the file reaches. Returns how many bytes that were.
-std::size_t readFully(
-    const FileDescriptor& file, std::span<std::byte> target, const std::filesystem::path& path)
-{
-    std::size_t filled = 0;
-    while (filled < target.size()) {
-        const ssize_t count = ::read(file.get(), target.data() + filled, target.size() - filled);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            throwReadError(path, errno);
-        if (count == 0)
-            break;
-        filled += static_cast<std::size_t>(count);
-    }
-    return filled;
 }
 
 bool beginsLikePNG(std::span<const std::byte> data)
@@ -81,26 +54,17 @@ PlatformError notARegularFile(const std::filesystem::path& path)
 
 std::optional<std::vector<std::byte>> readPNGFile(const std::filesystem::path& path)
 {
-    // Opening a FIFO would wait for its writer otherwise.
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    const auto file = RegularFile::open(path, SymbolicLinks::followed, failure(path));
     if (!file)
-        throwReadError(path, errno);
-    struct stat status = {};
-    if (::fstat(file.get(), &status) != 0)
-        throwReadError(path, errno);
-    if (!S_ISREG(status.st_mode))
         throw notARegularFile(path);
-    const auto size = static_cast<std::uintmax_t>(status.st_size);
-    if (size < signature.size() || size > largestFile)
+    if (file->size() < signature.size() || file->size() > largestFile)
         return std::nullopt;
-
     std::array<std::byte, signature.size()> beginning = {};
-    if (readFully(file, beginning, path) < beginning.size() || !beginsLikePNG(beginning))
+    if (file->read(beginning) < beginning.size() || !beginsLikePNG(beginning))
         return std::nullopt;
-    std::vector<std::byte> data(static_cast<std::size_t>(size));
-    const auto rest = std::span(data).subspan(beginning.size());
+    std::vector<std::byte> data(static_cast<std::size_t>(file->size()));
     std::copy(beginning.begin(), beginning.end(), data.begin());
-    data.resize(beginning.size() + readFully(file, rest, path));
+    data.resize(beginning.size() + file->read(std::span(data).subspan(beginning.size())));
     return data;
 }
 

@@ -23,7 +23,7 @@ constexpr double firstFrameTimeoutSeconds = 8;
 // Fonts take as long to load as the screen takes to be looked at, so the watermark has a thread of its own.
 class WatermarkQueue {
 public:
-    explicit WatermarkQueue(TextDrawing& textDrawing)
+    explicit WatermarkQueue(const Service<TextDrawing>& textDrawing)
         : watermark_(textDrawing)
         , queue_("glimto.capture.screenshot.watermark")
     {
@@ -65,7 +65,7 @@ ScreenshotCapturer::ScreenshotCapturer(
     : services_(services)
     , outputs_(outputs)
     , triggerSystem_(std::move(triggerSystem))
-    , resolver_(services.process, services.screen, outputs.standardError)
+    , resolver_(services.process, services.windowSystem.access(), outputs.standardError)
 {
 }
 
@@ -73,9 +73,9 @@ ScreenshotMetadataJSON ScreenshotCapturer::capture(const ScreenshotOptions& opti
 {
     if (!options.outputURL)
         throw CLIError("screenshot requires --output <png>.");
-    const auto foregroundProcessID = services_.screen.frontmostProcessID();
+    const auto foregroundProcessID = services_.windowSystem.access().frontmostProcessID();
     requirePermission();
-    const auto content = ScreenCaptureShareableContent(services_.content).recordingSources();
+    const auto content = ScreenCaptureShareableContent(services_.windowSystem.content()).recordingSources();
     const auto includedGlimtoWindowIDs = options.includedGlimtoWindowIDs
         ? *options.includedGlimtoWindowIDs
         : resolver_.screenshotWindowIDs(content, foregroundProcessID);
@@ -89,8 +89,8 @@ ScreenshotMetadataJSON ScreenshotCapturer::capture(const ScreenshotOptions& opti
             crop ? crop->width : target.source.width, crop ? crop->height : target.source.height);
     }
     if (options.waitForCaptureTrigger) {
-        if (services_.stillCapture.isSupported())
-            services_.stillCapture.prepare(target.source.filter, streamConfiguration(target.source));
+        if (StillCapture* stills = services_.windowSystem.stills())
+            stills->prepare(target.source.filter, streamConfiguration(target.source));
         waitForCaptureTriggerIfNeeded(options);
         target = resolveRefreshed(options, includedGlimtoWindowIDs);
     }
@@ -124,10 +124,10 @@ CaptureStreamConfiguration ScreenshotCapturer::streamConfiguration(const Prepare
     return configuration;
 }
 
-StillImage ScreenshotCapturer::captureImageWithStillCapture(
+StillImage ScreenshotCapturer::captureImageWithStillCapture(StillCapture& stills,
     const PreparedCaptureSource& source, const CaptureStreamConfiguration& configuration)
 {
-    auto image = services_.stillCapture.captureImage(source.filter, configuration);
+    auto image = stills.captureImage(source.filter, configuration);
     if (!image)
         throw screenshotError(
             ScreenshotFailure::noImage, "ScreenCaptureKit did not return a screenshot image.");
@@ -138,17 +138,23 @@ StillImage ScreenshotCapturer::captureImageWithFirstFrameStream(
     const PreparedCaptureSource& source, const CaptureStreamConfiguration& configuration)
 {
     const auto output = std::make_shared<ScreenshotFirstFrameOutput>();
-    const auto stream = services_.captureStreams.makeCaptureStream(source.filter, configuration);
+    const auto opening = services_.windowSystem.capture().makeOpening({.filter = source.filter,
+        .configuration = configuration,
+        .expected = {.width = source.width,
+            .height = source.height,
+            .description = source.description,
+            .globalFrame = {}}});
+    const auto stream = opening->open().stream;
     stream->start(output->handlers());
     return imageOfFrame(*firstFrame(*stream, *output).pixelBuffer);
 }
 
 void ScreenshotCapturer::requirePermission()
 {
-    const auto obstacle = services_.screen.screenCaptureObstacle();
-    if (!obstacle)
+    const auto access = services_.windowSystem.access().preflightScreenCaptureAccess();
+    if (access.allowsOpening())
         return;
-    outputs_.standardError.writeLine("warning: " + *obstacle);
+    outputs_.standardError.writeLine("warning: " + access.obstacle);
     throw GlimtoCaptureLifecycleError(
         "screen_permission_denied", "Screen Recording permission is not granted for glimto-capture.");
 }
@@ -173,16 +179,16 @@ ScreenshotCapturer::Target ScreenshotCapturer::resolve(const ScreenshotOptions& 
 ScreenshotCapturer::Target ScreenshotCapturer::resolveRefreshed(
     const ScreenshotOptions& options, const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const
 {
-    const auto content = ScreenCaptureShareableContent(services_.content).recordingSources();
+    const auto content = ScreenCaptureShareableContent(services_.windowSystem.content()).recordingSources();
     return resolve(options, content, includedGlimtoWindowIDs);
 }
 
 StillImage ScreenshotCapturer::captureImage(const Target& target)
 {
     const auto configuration = streamConfiguration(target.source);
-    auto image = services_.stillCapture.isSupported()
-        ? captureImageWithStillCapture(target.source, configuration)
-        : captureImageWithFirstFrameStream(target.source, configuration);
+    StillCapture* stills = services_.windowSystem.stills();
+    auto image = stills ? captureImageWithStillCapture(*stills, target.source, configuration)
+                        : captureImageWithFirstFrameStream(target.source, configuration);
     return target.pixelCropRect ? croppedImage(image, *target.pixelCropRect) : image;
 }
 

@@ -34,8 +34,8 @@ public:
     static CaptureStreamConfiguration streamConfiguration(const PreparedCaptureSource& source);
 
     // For systems that take single pictures. Throws PlatformError.
-    StillImage captureImageWithStillCapture(
-        const PreparedCaptureSource& source, const CaptureStreamConfiguration& configuration);
+    static StillImage captureImageWithStillCapture(StillCapture& stills, const PreparedCaptureSource& source,
+        const CaptureStreamConfiguration& configuration);
 
     // For the others: the first frame of a stream, which is waited for at most 8 seconds. Throws
     // PlatformError.

@@ -33,8 +33,8 @@ ScreenshotFrame ScreenshotFirstFrameOutput::waitForFirstFrame(double timeoutSeco
     if (isTaken)
         throw screenshotError(
             ScreenshotFailure::alreadyCompleted, "Screenshot stream had already completed.");
-    state_.waitFor(std::chrono::duration_cast<std::chrono::nanoseconds>(
-                       std::chrono::duration<double>(timeoutSeconds)),
+    state_.waitFor(
+        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(timeoutSeconds)),
         [](const State& state) { return state.isOver; });
     const auto completion = state_.with([](State& state) {
         state.isOver = true;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include "Support/JSONObject.h"
 
 namespace glimto {
 
@@ -17,7 +17,6 @@ struct ScreenshotMetadataJSON {
     std::string captureKind; // "display" or "region"
 };
 
-// Strings are made valid UTF-8.
-nlohmann::json toJSON(const ScreenshotMetadataJSON& metadata);
+GLIMTO_JSON_OBJECT(ScreenshotMetadataJSON, path, width, height, byteSize, format, captureKind)
 
 } // namespace glimto

@@ -6,6 +6,7 @@
 
 #include "Options/ScreenshotOptions.h"
 #include "Stills/ScreenshotImage.h"
+#include "Support/Errors.h"
 
 namespace glimto {
 
@@ -24,7 +25,7 @@ constexpr TextStyle style = {.gray = 1.0,
 
 } // namespace
 
-ScreenshotWatermark::ScreenshotWatermark(TextDrawing& textDrawing)
+ScreenshotWatermark::ScreenshotWatermark(const Service<TextDrawing>& textDrawing)
     : textDrawing_(textDrawing)
 {
 }
@@ -61,10 +62,14 @@ void ScreenshotWatermark::apply(StillImage& image) noexcept
 
 TextLine* ScreenshotWatermark::line(double fontSize)
 {
-    if (lineFontSize_ != fontSize) {
-        line_ = textDrawing_.makeLine(watermarkText,
+    if (lineFontSize_ == fontSize)
+        return line_.get();
+    lineFontSize_ = fontSize;
+    try {
+        line_ = textDrawing_.get().makeLine(watermarkText,
             {.family = TextFont::Family::systemUI, .weight = TextFont::Weight::medium, .size = fontSize});
-        lineFontSize_ = fontSize;
+    } catch (const PlatformError&) {
+        line_ = nullptr; // no fonts, or nothing that draws them
     }
     return line_.get();
 }

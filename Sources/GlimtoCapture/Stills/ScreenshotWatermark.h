@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "Platform/Service.h"
 #include "Platform/TextDrawing.h"
 #include "Platform/StillCapture.h"
 
@@ -13,7 +14,7 @@ namespace glimto {
 class ScreenshotWatermark {
 public:
     // `textDrawing` outlives this object.
-    explicit ScreenshotWatermark(TextDrawing& textDrawing);
+    explicit ScreenshotWatermark(const Service<TextDrawing>& textDrawing);
 
     // Pixels, for a picture of that size; whole numbers.
     //
@@ -32,7 +33,7 @@ private:
     TextLine* line(double fontSize);
     void draw(StillImage& image);
 
-    TextDrawing& textDrawing_;
+    const Service<TextDrawing> textDrawing_;
     std::unique_ptr<TextLine> line_; // in lineFontSize_; may be null
     double lineFontSize_ = 0;
 };

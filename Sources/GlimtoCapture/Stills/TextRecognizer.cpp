@@ -63,11 +63,6 @@ std::string lowercasedAlphanumerics(std::string_view text)
 
 } // namespace
 
-nlohmann::json toJSON(const TextRecognitionResult& result)
-{
-    return {{"text", validUTF8(result.text)}};
-}
-
 TextRecognizerError::TextRecognizerError(std::int64_t code, const std::string& message)
     : Error(message)
     , code_(code)

@@ -4,11 +4,10 @@
 #include <filesystem>
 #include <string>
 
-#include <nlohmann/json.hpp>
-
 #include "Options/TextRecognitionOptions.h"
 #include "Platform/TextRecognitionEngine.h"
 #include "Support/Errors.h"
+#include "Support/JSONObject.h"
 
 namespace glimto {
 
@@ -16,8 +15,7 @@ struct TextRecognitionResult {
     std::string text; // lines separated by "\n"; empty when there is no text
 };
 
-// An object with the only key "text". What is not valid UTF-8 becomes U+FFFD.
-nlohmann::json toJSON(const TextRecognitionResult& result);
+GLIMTO_JSON_OBJECT(TextRecognitionResult, text)
 
 // There is nothing to be read.
 class TextRecognizerError : public Error {

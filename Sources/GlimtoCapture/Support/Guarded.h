@@ -19,8 +19,8 @@ namespace glimto {
 //     guarded.change([](State& state) { state.isReady = true; });
 //     const bool isReady = guarded.waitFor(seconds(5), [](const State& state) { return state.isReady; });
 //
-// A function that runs under the lock must not block, call out of the object, or take a lock that is not above
-// this one's level.
+// A function that runs under the lock must not block, call out of the object, or take a lock that is not
+// above this one's level.
 template <typename State, LockLevel level = LockLevel::state> class Guarded {
 public:
     Guarded() = default;

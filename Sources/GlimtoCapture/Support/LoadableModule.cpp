@@ -1,10 +1,12 @@
 #include "Support/LoadableModule.h"
 
+#include <cstring>
 #include <utility>
 
 #include <dlfcn.h>
 
 #include "Support/Errors.h"
+#include "Support/ModuleTable.h"
 
 namespace glimto {
 
@@ -48,20 +50,49 @@ LoadableModule::LoadableModule(
 
 void LoadableModule::beginLoading()
 {
-    if (!handle_.valid())
-        handle_ = std::async(
-            std::launch::async, [fileName = fileName_, directories = directories_, purpose = purpose_] {
-                return openModule(fileName, directories, purpose);
-            });
+    try {
+        ahead_ = std::make_unique<NamedThread>("glimto.capture.loading", [this] {
+            try {
+                table();
+            } catch (...) {
+                return; // told to whoever needs the module
+            }
+        });
+    } catch (const PlatformError&) {
+        return;
+    }
 }
 
-void* LoadableModule::symbol(const char* name)
+const ModuleTable& LoadableModule::table()
 {
-    beginLoading();
-    void* module = handle_.get();
-    if (void* found = ::dlsym(module, name))
+    return opening_.sync([this]() -> const ModuleTable& {
+        if (failure_)
+            std::rethrow_exception(failure_);
+        if (table_)
+            return *table_;
+        try {
+            void* module = openModule(fileName_, directories_, purpose_);
+            auto* entry = reinterpret_cast<ModuleEntry*>(::dlsym(module, moduleEntryName));
+            if (!entry)
+                throwUnavailable(purpose_, fileName_ + " is no module of this program.");
+            const ModuleTable* table = entry();
+            if (std::strcmp(table->interfaceVersion, interfaceVersion) != 0)
+                throwUnavailable(purpose_, fileName_ + " belongs to another version of this program.");
+            table->share(processWide());
+            table_ = table;
+        } catch (...) {
+            failure_ = std::current_exception();
+            throw;
+        }
+        return *table_;
+    });
+}
+
+void* LoadableModule::find(const char* interfaceName, void* dependency)
+{
+    if (void* found = table().find(interfaceName, dependency))
         return found;
-    throwUnavailable(purpose_, lastLoaderError());
+    throwUnavailable(purpose_, fileName_ + " has no " + interfaceName + ".");
 }
 
 } // namespace glimto

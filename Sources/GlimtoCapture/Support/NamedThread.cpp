@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Support/AbandonedWork.h"
+#include "Support/ProcessWide.h"
 #include "Support/Errors.h"
 
 namespace glimto {

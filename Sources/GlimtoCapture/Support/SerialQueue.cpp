@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "Support/AbandonedWork.h"
+#include "Support/ProcessWide.h"
 #include "Support/NamedThread.h"
 
 namespace glimto {
@@ -77,13 +77,13 @@ struct SerialQueue::Core {
         if (!number)
             return false;
         // Ended by the turn before this one, or by abandon().
-        const bool isAbandoned = state.waitUntil(
-            [&](const State& now) { return now.isAbandoned || now.isTurnOf(*number); },
-            [](State& now) {
-                if (!now.isAbandoned)
-                    now.begin();
-                return now.isAbandoned;
-            });
+        const bool isAbandoned
+            = state.waitUntil([&](const State& now) { return now.isAbandoned || now.isTurnOf(*number); },
+                [](State& now) {
+                    if (!now.isAbandoned)
+                        now.begin();
+                    return now.isAbandoned;
+                });
         if (isAbandoned)
             throw std::logic_error("The queue " + label + " was abandoned.");
         return true;

@@ -38,7 +38,7 @@ std::string detailOf(std::string_view body)
 } // namespace
 
 RecordingUploadHTTP::RecordingUploadHTTP(
-    RecordingUploadOptions options, HTTPTransport& transport, UploadCancellation& cancellation)
+    RecordingUploadOptions options, const Service<HTTPTransport>& transport, UploadCancellation& cancellation)
     : options_(std::move(options))
     , transport_(transport)
     , cancellation_(cancellation)

@@ -7,6 +7,7 @@
 
 #include "Options/RecordingUploadOptions.h"
 #include "Platform/HTTPTransport.h"
+#include "Platform/Service.h"
 #include "Upload/UploadArtifact.h"
 #include "Upload/UploadCancellation.h"
 #include "Upload/UploadWireFormat.h"
@@ -21,8 +22,8 @@ namespace glimto {
 class RecordingUploadHTTP {
 public:
     // The transport and the cancellation outlive this object.
-    RecordingUploadHTTP(
-        RecordingUploadOptions options, HTTPTransport& transport, UploadCancellation& cancellation);
+    RecordingUploadHTTP(RecordingUploadOptions options, const Service<HTTPTransport>& transport,
+        UploadCancellation& cancellation);
 
     // The base URL with each component appended as one path component.
     std::string endpoint(std::initializer_list<std::string_view> components) const;
@@ -46,7 +47,7 @@ private:
     std::string perform(const HTTPRequest& request);
 
     RecordingUploadOptions options_;
-    HTTPTransport& transport_;
+    const Service<HTTPTransport> transport_;
     UploadCancellation& cancellation_;
 };
 

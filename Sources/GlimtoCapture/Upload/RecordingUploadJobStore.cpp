@@ -16,7 +16,7 @@
 #include "Support/Errors.h"
 #include "Support/SHA256.h"
 #include "Support/Text.h"
-#include "Upload/BoundedFile.h"
+#include "Support/RegularFile.h"
 #include "Upload/TaskCancellationError.h"
 
 namespace glimto {

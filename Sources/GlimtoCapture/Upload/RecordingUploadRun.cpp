@@ -54,10 +54,20 @@ void RecordingUploadRun::start()
 {
     RecordingUploadClient(options_, job_, services_, neverCancelled_).prepareUpload(state_);
     services_.outputs.standardOutput.writeLine("Glimto upload: recording session ready");
-    if (options_.backgroundUploadThresholdSeconds > 0) {
+    if (options_.backgroundUploadThresholdSeconds > 0)
+        startBackgroundUpload();
+}
+
+void RecordingUploadRun::startBackgroundUpload()
+{
+    try {
         task_.emplace("glimto.capture.upload");
-        task_->post([this] { uploadInBackground(); });
+    } catch (const PlatformError& error) {
+        services_.outputs.standardError.writeLine(
+            std::string("warning: ") + error.what() + "; the upload follows the recording");
+        return;
     }
+    task_->post([this] { uploadInBackground(); });
 }
 
 void RecordingUploadRun::captureStarted()

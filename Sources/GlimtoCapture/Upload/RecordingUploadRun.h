@@ -49,6 +49,7 @@ public:
     const RecordingUploadRunState& state() const { return state_; }
 
 private:
+    void startBackgroundUpload();
     void uploadInBackground();
     bool runBackgroundPass(RecordingUploadClient& client);
     void stopBackgroundUpload();

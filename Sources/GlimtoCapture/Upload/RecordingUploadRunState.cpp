@@ -1,11 +1,10 @@
 #include "Upload/RecordingUploadRunState.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <system_error>
 #include <utility>
 
+#include "Artifacts/CapturedSegment.h"
 #include "Upload/ObjectKeys.h"
 
 namespace glimto {
@@ -14,9 +13,7 @@ namespace {
 
 std::string segmentKey(std::string_view track, int index)
 {
-    std::array<char, 32> name = {};
-    std::snprintf(name.data(), name.size(), "segment_%03d.m4s", index);
-    return "segments/" + std::string(track) + "/" + name.data();
+    return "segments/" + std::string(track) + "/" + segmentFileName(index);
 }
 
 } // namespace

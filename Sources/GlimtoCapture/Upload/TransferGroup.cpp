@@ -11,6 +11,7 @@
 namespace glimto {
 
 struct TransferGroup::Inbox {
+    // By hand: the cancellation and the completions of requests wake the same waiter.
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<Result> ended;

@@ -11,7 +11,7 @@
 #include "Support/Errors.h"
 #include "Support/JSONText.h"
 #include "Support/Text.h"
-#include "Upload/BoundedFile.h"
+#include "Support/RegularFile.h"
 #include "Upload/ObjectKeys.h"
 #include "Upload/UploadInstructionsValidator.h"
 #include "Upload/UploadManifest.h"
@@ -109,14 +109,14 @@ std::vector<std::string> manifestKeys(
     if (manifest.video.hasAudio)
         keys.push_back(variantPlaylistKey(manifest, plannedKeys));
     for (const auto& segment : manifest.segments)
-        keys.push_back(segment.key);
+        keys.push_back(segment.relativeKey);
     if (manifest.audio) {
         keys.push_back(manifest.audio->initSegmentKey);
         keys.push_back(manifest.audio->playlistKey);
     }
     if (manifest.audioSegments) {
         for (const auto& segment : *manifest.audioSegments)
-            keys.push_back(segment.key);
+            keys.push_back(segment.relativeKey);
     }
     return keys;
 }
@@ -151,7 +151,7 @@ bool isFinalWhenItExists(const std::string& relativeKey, const UploadInstruction
 
 } // namespace
 
-UploadArtifactBuilder::UploadArtifactBuilder(TextPatternCompiler& patterns)
+UploadArtifactBuilder::UploadArtifactBuilder(const Service<TextPatternCompiler>& patterns)
     : patterns_(patterns)
 {
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Service.h"
 #include "Platform/TextPattern.h"
 #include "Upload/UploadArtifact.h"
 #include "Upload/UploadWireFormat.h"
@@ -21,7 +22,7 @@ public:
     using UploadedKeys = std::function<bool(const std::string& key)>;
 
     // `patterns` outlives the builder.
-    explicit UploadArtifactBuilder(TextPatternCompiler& patterns);
+    explicit UploadArtifactBuilder(const Service<TextPatternCompiler>& patterns);
 
     // The plan for a finished take: the manifest with object keys, the media it names, and what else the
     // API plans and the take has. Leaves out what is uploaded already.
@@ -38,7 +39,7 @@ public:
         const std::vector<std::string>& discoveredSegmentObjectKeys) const;
 
 private:
-    TextPatternCompiler& patterns_;
+    const Service<TextPatternCompiler> patterns_;
 };
 
 } // namespace glimto

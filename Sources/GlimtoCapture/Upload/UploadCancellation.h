@@ -35,6 +35,7 @@ private:
     int addListener(std::function<void()> function);
     void removeListener(int number);
 
+    // By hand: listeners come and go while others wait.
     mutable std::mutex mutex_;
     mutable std::condition_variable cancelled_;
     bool isCancelled_ = false;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "Upload/JSONFields.h"
+#include "Support/JSONFields.h"
 #include "Upload/ObjectKeys.h"
 
 namespace glimto {
@@ -36,9 +36,9 @@ MediaManifest::Audio audioFrom(const JSONFields& fields)
     return audio;
 }
 
-std::vector<MediaManifest::Segment> segmentsFrom(const std::vector<JSONFields>& list)
+std::vector<CapturedSegment> segmentsFrom(const std::vector<JSONFields>& list)
 {
-    std::vector<MediaManifest::Segment> segments;
+    std::vector<CapturedSegment> segments;
     segments.reserve(list.size());
     for (const auto& fields : list)
         segments.push_back({fields.integer<int>("index"), fields.text("key"), fields.number("duration"),
@@ -84,10 +84,10 @@ MediaManifest rewritingObjectKeys(MediaManifest manifest, std::string_view objec
         rewrite(manifest.audio->playlistKey);
     }
     for (auto& segment : manifest.segments)
-        rewrite(segment.key);
+        rewrite(segment.relativeKey);
     if (manifest.audioSegments) {
         for (auto& segment : *manifest.audioSegments)
-            rewrite(segment.key);
+            rewrite(segment.relativeKey);
     }
     return manifest;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/HTTPTransport.h"
+#include "Platform/Service.h"
 #include "Platform/TextPattern.h"
 #include "Support/LineOutput.h"
 #include "Upload/UploadClock.h"
@@ -9,8 +10,8 @@ namespace glimto {
 
 // What an upload asks of the system. The services outlive every upload.
 struct UploadServices {
-    HTTPTransport& transport;
-    TextPatternCompiler& patterns;
+    Service<HTTPTransport> transport;
+    Service<TextPatternCompiler> patterns;
     UploadClock& clock;
     Outputs outputs;
 };

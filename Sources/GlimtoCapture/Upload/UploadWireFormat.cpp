@@ -1,7 +1,7 @@
 #include "Upload/UploadWireFormat.h"
 
 #include "Support/JSONText.h"
-#include "Upload/JSONFields.h"
+#include "Support/JSONFields.h"
 
 namespace glimto {
 

@@ -38,8 +38,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "Backends/PulseAudio/Loader/LazyAudioInputFactory.h"
-#include "Backends/PulseAudio/Loader/SoundModuleEntry.h"
+#include "Platform/AudioInput.h"
 #include "Support/LoadableModule.h"
 #include "Support/TimeStamps.h"
 
@@ -96,8 +95,8 @@ float loudest(const AudioBuffer& buffer)
 class Probe {
 public:
     explicit Probe(const std::filesystem::path& executable)
-        : module_(soundModuleFileName, {executable.parent_path()}, "Sound recording")
-        , inputs_(module_)
+        : module_("glimto-capture-sound.so", {executable.parent_path()}, "Sound recording")
+        , inputs_(module_.service<AudioInputFactory>())
     {
     }
 
@@ -199,7 +198,7 @@ private:
     }
 
     LoadableModule module_;
-    LazyAudioInputFactory inputs_;
+    AudioInputFactory& inputs_;
 };
 
 } // namespace

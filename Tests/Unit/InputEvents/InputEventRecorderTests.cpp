@@ -19,7 +19,7 @@
 #include "Fakes/FakeEventTap.h"
 #include "Fakes/FakeLineOutput.h"
 #include "Fakes/TemporaryDirectory.h"
-#include "Support/AbandonedWork.h"
+#include "Support/ProcessWide.h"
 
 namespace glimto {
 namespace {

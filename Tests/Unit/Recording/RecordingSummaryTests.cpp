@@ -15,25 +15,25 @@ class RecordingSummaryTests : public ::testing::Test {
 protected:
     RecordingSummaryTests()
     {
-        source.width = 1920;
-        source.height = 1080;
-        source.description = "screen:0";
+        facts.width = 1920;
+        facts.height = 1080;
+        facts.description = "screen:0";
         tracks.video.resize(3);
     }
 
-    RecordingMetadataJSON metadata() const { return recordingMetadata(options, source, plan, tracks); }
+    RecordingMetadataJSON metadata() const { return recordingMetadata(options, facts, plan, tracks); }
 
     TakeDirectory take;
     std::string root = take.path().string();
     OutputPlan plan = OutputPlan::prepare(take.path(), false);
     RecordOptions options;
-    PreparedCaptureSource source;
+    CaptureFacts facts;
     CapturedTracks tracks;
 };
 
 TEST_F(RecordingSummaryTests, StartLinesOfATimedRecording)
 {
-    EXPECT_EQ(recordingStartLines(options, source, plan),
+    EXPECT_EQ(recordingStartLines(options, facts, plan),
         (Lines{"Recording screen:0 for 5.0s", "Output: " + root,
             "Video: H.264 fMP4, 1920x1080, 30 fps, ~4.0s segments", "Audio: none"}));
 }
@@ -44,7 +44,7 @@ TEST_F(RecordingSummaryTests, StartLinesOfARecordingUntilStopped)
     options.stopFileURL = "/tmp/stop here";
     options.segmentSeconds = 0.1;
 
-    EXPECT_EQ(recordingStartLines(options, source, plan),
+    EXPECT_EQ(recordingStartLines(options, facts, plan),
         (Lines{"Recording screen:0 until stopped", "Output: " + root,
             "Video: H.264 fMP4, 1920x1080, 30 fps, ~0.1s segments", "Audio: none",
             "Stop file: /tmp/stop here"}));
@@ -76,20 +76,20 @@ TEST_F(RecordingSummaryTests, SummaryCountsAudioSegmentsWhenAudioWasAskedFor)
 
 TEST_F(RecordingSummaryTests, MetadataTellsTheTakesFacts)
 {
-    const auto facts = metadata();
+    const auto told = metadata();
 
-    EXPECT_EQ(facts.path, root);
-    EXPECT_EQ(facts.playlistPath, root + "/segments/playlist.m3u8");
-    EXPECT_EQ(facts.manifestPath, root + "/manifest.json");
-    EXPECT_EQ(facts.width, 1920);
-    EXPECT_EQ(facts.height, 1080);
-    EXPECT_EQ(facts.framesPerSecond, 30);
-    EXPECT_EQ(facts.videoSegmentCount, 3);
-    EXPECT_EQ(facts.audioSegmentCount, 0);
-    EXPECT_FALSE(facts.includesAudioSegments);
-    EXPECT_FALSE(facts.includesSystemAudio);
-    EXPECT_FALSE(facts.requestedSystemAudio);
-    EXPECT_EQ(facts.sourceDescription, "screen:0");
+    EXPECT_EQ(told.path, root);
+    EXPECT_EQ(told.playlistPath, root + "/segments/playlist.m3u8");
+    EXPECT_EQ(told.manifestPath, root + "/manifest.json");
+    EXPECT_EQ(told.width, 1920);
+    EXPECT_EQ(told.height, 1080);
+    EXPECT_EQ(told.framesPerSecond, 30);
+    EXPECT_EQ(told.videoSegmentCount, 3);
+    EXPECT_EQ(told.audioSegmentCount, 0);
+    EXPECT_FALSE(told.includesAudioSegments);
+    EXPECT_FALSE(told.includesSystemAudio);
+    EXPECT_FALSE(told.requestedSystemAudio);
+    EXPECT_EQ(told.sourceDescription, "screen:0");
 }
 
 TEST_F(RecordingSummaryTests, SystemAudioThatWasAskedForIsToldEvenWhenNoneCame)

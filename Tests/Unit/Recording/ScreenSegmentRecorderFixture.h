@@ -35,7 +35,7 @@ protected:
 
     RecordingMetadataJSON record()
     {
-        ScreenSegmentRecorder recorder(services, {standardOutput, standardError}, clock, limits);
+        ScreenSegmentRecorder recorder(services, {standardOutput, standardError}, clock, limits, startLimits);
         return recorder.record(options);
     }
 
@@ -80,6 +80,7 @@ protected:
     FakeLineOutput standardError;
     FakeRecordingClock clock;
     RecordingStopLimits limits;
+    CaptureStartLimits startLimits;
     RecordOptions options;
 };
 

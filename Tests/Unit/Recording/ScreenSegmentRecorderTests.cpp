@@ -238,15 +238,15 @@ TEST_F(ScreenSegmentRecorderTests, AnEncoderThatRefusesTheSettingsFailsBeforeAny
     encoder.refusesSettings = true;
 
     EXPECT_EQ(recordError(), "AVAssetWriter refused the H.264 video input.");
-    EXPECT_FALSE(stream.configuration.has_value());
+    EXPECT_EQ(stream.starts, 0);
 }
 
-TEST_F(ScreenSegmentRecorderTests, AStreamThatCannotBeMadeCancelsTheWriter)
+TEST_F(ScreenSegmentRecorderTests, ACaptureThatCannotBeOpenedLeavesNothing)
 {
-    stream.makeError = std::make_exception_ptr(PlatformError("X11", 3, "the window is gone"));
+    stream.openError = std::make_exception_ptr(PlatformError("X11", 3, "the window is gone"));
 
     EXPECT_EQ(recordError(), "the window is gone");
-    EXPECT_EQ(encoder.cancels, 1);
+    EXPECT_FALSE(std::filesystem::exists(take));
 }
 
 TEST_F(ScreenSegmentRecorderTests, AStreamThatDoesNotStartIsCleanedUp)

@@ -226,7 +226,7 @@ class ScreenshotCapturerStreamTests : public ScreenshotCapturerFixture {
 protected:
     ScreenshotCapturerStreamTests()
     {
-        stills.capture.supported = false;
+        windowSystem.takesStills = false;
         stream.onStart = [this] { stream.deliver(fakeFrame(0, 640, 480)); };
     }
 

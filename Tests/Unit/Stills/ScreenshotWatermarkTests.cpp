@@ -20,7 +20,7 @@ protected:
     }
 
     // Whether a picture of that size gets a watermark from `drawing`; it stays as it is otherwise.
-    static bool isDrawn(FakeTextDrawing& drawing, int width, int height)
+    static bool isDrawn(const Service<TextDrawing>& drawing, int width, int height)
     {
         auto image = fakePicture(width, height, 7);
         ScreenshotWatermark(drawing).apply(image);
@@ -124,6 +124,14 @@ TEST_F(ScreenshotWatermarkTests, APictureStaysAsItIsWithoutAFont)
 {
     textDrawing.hasFont = false;
     EXPECT_FALSE(isDrawn(textDrawing, 400, 300));
+}
+
+TEST_F(ScreenshotWatermarkTests, APictureStaysAsItIsWithoutTheModuleThatDraws)
+{
+    LoadableModule module("no-such-module.so", {"/nonexistent"}, "Text drawing");
+    const Service<TextDrawing> missing(module);
+    EXPECT_FALSE(isDrawn(missing, 400, 300));
+    EXPECT_FALSE(isDrawn(missing, 400, 300));
 }
 
 TEST_F(ScreenshotWatermarkTests, APictureStaysAsItIsWhenDrawingFails)

@@ -70,7 +70,8 @@ TEST(GuardedDeathTests, ALockBelowOneThatIsHeldIsAMistake)
 {
     Guarded<Counter, LockLevel::leaf> leaf;
     Guarded<Counter> state;
-    EXPECT_EQ(state.with([&](Counter&) { return leaf.with([](Counter& counter) { return counter.count; }); }), 0);
+    EXPECT_EQ(
+        state.with([&](Counter&) { return leaf.with([](Counter& counter) { return counter.count; }); }), 0);
     EXPECT_DEBUG_DEATH(leaf.with([&](Counter&) { state.with([](Counter&) {}); }), "below one");
 }
 

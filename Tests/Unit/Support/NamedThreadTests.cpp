@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Support/AbandonedWork.h"
+#include "Support/ProcessWide.h"
 #include "Support/Errors.h"
 
 namespace glimto {

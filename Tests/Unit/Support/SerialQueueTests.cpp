@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Support/AbandonedWork.h"
+#include "Support/ProcessWide.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -143,8 +143,11 @@ TEST(SerialQueueTests, AnOperationWithinItsTimeReturnsItsValueOrThrows)
 {
     const auto late = std::make_exception_ptr(CLIError("late"));
     SerialQueue queue("glimto.test.within");
-    EXPECT_EQ(queue.runWithin(std::chrono::hours(1), [] { return 7; }, late), 7);
-    EXPECT_THROW(queue.runWithin(std::chrono::hours(1), [] { throw std::runtime_error("own"); }, late),
+    EXPECT_EQ(queue.runWithin(
+                  std::chrono::hours(1), [] { return 7; }, late),
+        7);
+    EXPECT_THROW(queue.runWithin(
+                     std::chrono::hours(1), [] { throw std::runtime_error("own"); }, late),
         std::runtime_error);
 }
 

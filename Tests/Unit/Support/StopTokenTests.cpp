@@ -33,7 +33,8 @@ TEST(StopTokenTests, CopiesShareTheWish)
 TEST(StopTokenTests, TheWishEndsAWait)
 {
     const StopToken token;
-    auto waiting = std::async(std::launch::async, [&] { return token.waitFor(std::chrono::nanoseconds::max()); });
+    auto waiting
+        = std::async(std::launch::async, [&] { return token.waitFor(std::chrono::nanoseconds::max()); });
     token.requestStop();
     EXPECT_FALSE(waiting.get());
 }

@@ -103,6 +103,17 @@ TEST_F(UploadCommandTests, AFailureLeavesAFailedJobThatCanBeTriedAgain)
     EXPECT_EQ(api.requestedKeys().back().size(), 5U);
 }
 
+TEST_F(UploadCommandTests, WithoutTheModuleOfTheNetworkTheUploadFailsAndSaysSo)
+{
+    LoadableModule module("glimto-capture-network.so", {"/nonexistent"}, "The network");
+    services.transport = Service<HTTPTransport>(module);
+    const std::string missing
+        = "The network is not available: glimto-capture-network.so is missing beside the program.";
+    EXPECT_EQ(failureOf([this] { upload(); }), missing);
+    EXPECT_EQ(store().read().state, State::failed);
+    EXPECT_EQ(store().read().lastError, missing);
+}
+
 TEST_F(UploadCommandTests, ACompletedTakeIsNotUploadedAgain)
 {
     upload();

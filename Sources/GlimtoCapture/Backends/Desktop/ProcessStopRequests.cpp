@@ -17,12 +17,12 @@ namespace {
 constexpr std::array<int, 3> stopSignals{SIGINT, SIGTERM, SIGHUP};
 constexpr std::int64_t secondInterruptDelay = 1'000'000'000; // nanoseconds
 
-// A signal handler has nothing but the process: what it notes cannot belong to an object.
+// By hand: a signal handler has nothing but the process. What it notes cannot belong to an object.
 std::atomic<int> firstSignal{0};
 std::atomic<std::int64_t> firstInterruptTime{0}; // nanoseconds, 0 when there was none
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<std::int64_t>::is_always_lock_free);
 
-std::array<struct sigaction, stopSignals.size()> previousActions;
+std::array<struct sigaction, stopSignals.size()> previousActions; // by hand: the process's, as signals are
 
 std::int64_t monotonicNanoseconds() noexcept
 {

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <chrono>
 #include <list>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -11,6 +10,7 @@
 
 #include "Backends/Network/CurlExchange.h"
 #include "Support/Errors.h"
+#include "Support/Guarded.h"
 
 namespace glimto {
 
@@ -41,10 +41,7 @@ public:
     // Any thread.
     void post(std::unique_ptr<CurlExchange> exchange)
     {
-        {
-            const std::lock_guard lock(mutex_);
-            posted_.push_back(std::move(exchange));
-        }
+        posted_.with([&](auto& posted) { posted.push_back(std::move(exchange)); });
         wakeUp();
     }
     void stop()
@@ -77,11 +74,7 @@ private:
 
     void takePosted()
     {
-        std::vector<std::unique_ptr<CurlExchange>> posted;
-        {
-            const std::lock_guard lock(mutex_);
-            posted.swap(posted_);
-        }
+        auto posted = posted_.with([](auto& waiting) { return std::exchange(waiting, {}); });
         for (auto& exchange : posted) {
             exchanges_.push_back(std::move(exchange));
             beginHop(std::prev(exchanges_.end()));
@@ -160,8 +153,7 @@ private:
 
     const std::unique_ptr<CURLM, CurlMultiDeleter> multi_;
     std::atomic<bool> isStopped_ = false;
-    std::mutex mutex_;
-    std::vector<std::unique_ptr<CurlExchange>> posted_; // guarded by `mutex_`
+    Guarded<std::vector<std::unique_ptr<CurlExchange>>> posted_;
     Exchanges exchanges_; // the thread's own
 };
 

@@ -1,13 +1,13 @@
 #include "Backends/Network/ICUTextPattern.h"
 
 #include <cstdint>
-#include <mutex>
 #include <string_view>
 
 #include <unicode/uregex.h>
 #include <unicode/ustring.h>
 
 #include "Support/Errors.h"
+#include "Support/Guarded.h"
 
 namespace glimto {
 
@@ -53,18 +53,18 @@ public:
         if (text.size() > longestText)
             throwICUError("The text is too long for a pattern", U_INPUT_TOO_LONG_ERROR);
         const auto units = utf16From(text);
-        const std::lock_guard lock(mutex_);
-        UErrorCode status = U_ZERO_ERROR;
-        uregex_setText(expression_.get(), units.data(), static_cast<std::int32_t>(units.size()), &status);
-        const bool isFound = uregex_find(expression_.get(), 0, &status) != 0;
-        if (U_FAILURE(status))
-            throwICUError("The search for a pattern was given up", status);
-        return isFound;
+        return expression_.with([&](RegularExpressionHandle& expression) {
+            UErrorCode status = U_ZERO_ERROR;
+            uregex_setText(expression.get(), units.data(), static_cast<std::int32_t>(units.size()), &status);
+            const bool isFound = uregex_find(expression.get(), 0, &status) != 0;
+            if (U_FAILURE(status))
+                throwICUError("The search for a pattern was given up", status);
+            return isFound;
+        });
     }
 
 private:
-    mutable std::mutex mutex_; // a search changes the expression
-    RegularExpressionHandle expression_;
+    mutable Guarded<RegularExpressionHandle> expression_; // a search changes it
 };
 
 } // namespace

@@ -54,13 +54,14 @@ public:
     QuietLibraries& operator=(const QuietLibraries&) = delete;
 
 private:
+    // By hand: stderr is the process's, and what writes to it meanwhile is a library.
     static std::mutex& mutex()
     {
-        static std::mutex only;
+        static std::mutex only; // by hand: as above
         return only;
     }
 
-    std::lock_guard<std::mutex> lock_;
+    std::lock_guard<std::mutex> lock_; // by hand: as above
     std::FILE* usual_;
 };
 

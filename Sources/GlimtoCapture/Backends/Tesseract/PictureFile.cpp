@@ -7,12 +7,8 @@
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "Support/Errors.h"
-#include "Support/FileDescriptor.h"
+#include "Support/RegularFile.h"
 
 namespace glimto {
 
@@ -20,7 +16,7 @@ namespace {
 
 constexpr std::array<std::uint8_t, 8> pngSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
 // More than the largest picture takes without any compression.
-constexpr std::int64_t largestFile = 1'000'000'000; // bytes
+constexpr std::uintmax_t largestFile = 1'000'000'000; // bytes
 
 [[noreturn]] void throwUnreadable(const std::string& message)
 {
@@ -30,29 +26,13 @@ constexpr std::int64_t largestFile = 1'000'000'000; // bytes
 std::vector<std::byte> readWholeFile(const std::filesystem::path& path)
 {
     const std::string failed = "Could not read the image at " + path.string();
-    // A pipe without a writer would block.
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    struct stat facts = {};
-    if (!file || ::fstat(file.get(), &facts) != 0)
-        throw PlatformError::posix(failed, errno);
-    if (!S_ISREG(facts.st_mode))
+    const auto file = RegularFile::open(path, SymbolicLinks::followed, failed);
+    if (!file)
         throwUnreadable(failed + ": it is not a regular file.");
-    if (facts.st_size > largestFile)
+    if (file->size() > largestFile)
         throwUnreadable(failed + ": the file is too large.");
-
-    std::vector<std::byte> bytes(static_cast<std::size_t>(facts.st_size));
-    std::size_t length = 0;
-    while (length < bytes.size()) {
-        const ssize_t count = ::read(file.get(), bytes.data() + length, bytes.size() - length);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            throw PlatformError::posix(failed, errno);
-        if (count == 0)
-            break;
-        length += static_cast<std::size_t>(count);
-    }
-    bytes.resize(length);
+    std::vector<std::byte> bytes(static_cast<std::size_t>(file->size()));
+    bytes.resize(file->read(bytes));
     return bytes;
 }
 

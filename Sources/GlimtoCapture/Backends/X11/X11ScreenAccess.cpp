@@ -37,12 +37,7 @@ xcb_atom_t internedAtom(X11Connection& connection, std::string_view name)
 
 } // namespace
 
-bool X11ScreenAccess::preflightScreenCaptureAccess()
-{
-    return !screenCaptureObstacle();
-}
-
-std::optional<std::string> X11ScreenAccess::screenCaptureObstacle()
+ScreenCaptureAccess X11ScreenAccess::preflightScreenCaptureAccess()
 {
     try {
         const auto connection = X11Connection::open();
@@ -50,11 +45,16 @@ std::optional<std::string> X11ScreenAccess::screenCaptureObstacle()
         const auto cookie = xcb_get_image(
             connection->xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection->root(), 0, 0, 1, 1, allPlanes);
         if (!connection->reply<xcb_get_image_reply_t>(cookie))
-            return "The X server does not let this program read the screen.";
-        return std::nullopt;
-    } catch (const std::exception& error) {
-        return error.what();
+            return ScreenCaptureAccess::denied("The X server does not let this program read the screen.");
+        return {};
+    } catch (const PlatformError& error) {
+        if (error.domain() == x11ErrorDomain)
+            return ScreenCaptureAccess::denied(error.what());
+    } catch (const std::exception&) {
+        // No memory, as below.
     }
+    // There was nothing to ask with, such as a thread. The next step misses it as well, and tells.
+    return {.verdict = ScreenCaptureAccess::Verdict::onlyAskingTells, .obstacle = {}};
 }
 
 // The same number as the owner of that window has in the shareable content.

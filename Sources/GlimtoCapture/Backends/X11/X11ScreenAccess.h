@@ -8,8 +8,7 @@ namespace glimto {
 // captured when the display answers and a picture of its root window can be read.
 class X11ScreenAccess final : public ScreenAccess {
 public:
-    bool preflightScreenCaptureAccess() override;
-    std::optional<std::string> screenCaptureObstacle() override;
+    ScreenCaptureAccess preflightScreenCaptureAccess() override;
     std::optional<std::int32_t> frontmostProcessID() override;
     std::optional<Point> cursorLocation() override;
     std::optional<std::uint32_t> displayIDAt(Point point) override;

@@ -1,16 +1,10 @@
 #include "Backends/FFmpeg/FFmpegAssetWriterFactory.h"
-#include "Backends/FFmpeg/Loader/FFmpegModuleEntry.h"
 #include "Backends/FFmpeg/SwresampleAudioConverterFactory.h"
+#include "Support/ModuleTable.h"
 
-// The factories live as long as the process.
-extern "C" glimto::AssetWriterFactory* glimtoCaptureAssetWriterFactory()
+extern "C" [[gnu::visibility("default")]] const glimto::ModuleTable* glimtoCaptureModule()
 {
-    static glimto::FFmpegAssetWriterFactory factory;
-    return &factory;
-}
-
-extern "C" glimto::AudioConverterFactory* glimtoCaptureAudioConverterFactory()
-{
-    static glimto::SwresampleAudioConverterFactory factory;
-    return &factory;
+    using namespace glimto;
+    return moduleTable<Provided<AssetWriterFactory, FFmpegAssetWriterFactory>,
+        Provided<AudioConverterFactory, SwresampleAudioConverterFactory>>();
 }

@@ -1,16 +1,10 @@
 #include "Backends/Network/CurlHTTPTransport.h"
 #include "Backends/Network/ICUTextPattern.h"
-#include "Backends/Network/Loader/NetworkModuleEntry.h"
+#include "Support/ModuleTable.h"
 
-// Both live as long as the process.
-extern "C" glimto::HTTPTransport* glimtoCaptureHTTPTransport()
+extern "C" [[gnu::visibility("default")]] const glimto::ModuleTable* glimtoCaptureModule()
 {
-    static glimto::CurlHTTPTransport transport;
-    return &transport;
-}
-
-extern "C" glimto::TextPatternCompiler* glimtoCaptureTextPatternCompiler()
-{
-    static glimto::ICUTextPatternCompiler compiler;
-    return &compiler;
+    using namespace glimto;
+    return moduleTable<Provided<HTTPTransport, CurlHTTPTransport>,
+        Provided<TextPatternCompiler, ICUTextPatternCompiler>>();
 }

@@ -1,9 +1,8 @@
-#include "Backends/Pango/Loader/StillsModuleEntry.h"
 #include "Backends/Pango/PangoTextDrawing.h"
+#include "Support/ModuleTable.h"
 
-// The service lives as long as the process.
-extern "C" glimto::TextDrawing* glimtoCaptureTextDrawing()
+extern "C" [[gnu::visibility("default")]] const glimto::ModuleTable* glimtoCaptureModule()
 {
-    static glimto::PangoTextDrawing drawing;
-    return &drawing;
+    using namespace glimto;
+    return moduleTable<Provided<TextDrawing, PangoTextDrawing>>();
 }

@@ -1,9 +1,8 @@
-#include "Backends/PulseAudio/Loader/SoundModuleEntry.h"
 #include "Backends/PulseAudio/PulseAudioInputFactory.h"
+#include "Support/ModuleTable.h"
 
-// The factory lives as long as the process.
-extern "C" glimto::AudioInputFactory* glimtoCaptureAudioInputFactory()
+extern "C" [[gnu::visibility("default")]] const glimto::ModuleTable* glimtoCaptureModule()
 {
-    static glimto::PulseAudioInputFactory factory;
-    return &factory;
+    using namespace glimto;
+    return moduleTable<Provided<AudioInputFactory, PulseAudioInputFactory>>();
 }

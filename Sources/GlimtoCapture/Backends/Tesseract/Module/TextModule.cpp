@@ -1,7 +1,8 @@
-#include "Backends/Tesseract/Loader/TextModuleEntry.h"
 #include "Backends/Tesseract/TesseractTextRecognitionEngine.h"
+#include "Support/ModuleTable.h"
 
-extern "C" glimto::TextRecognitionEngine* glimtoCaptureMakeTextRecognitionEngine(glimto::PNGCodec* codec)
+extern "C" [[gnu::visibility("default")]] const glimto::ModuleTable* glimtoCaptureModule()
 {
-    return new glimto::TesseractTextRecognitionEngine(*codec);
+    using namespace glimto;
+    return moduleTable<Provided<TextRecognitionEngine, TesseractTextRecognitionEngine, PNGCodec>>();
 }

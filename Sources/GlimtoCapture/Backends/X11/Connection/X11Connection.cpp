@@ -18,6 +18,7 @@ constexpr std::chrono::seconds connectTimeout{5};
 // For a server that has kept us waiting in vain just before: a command asks it several things, and all of
 // them together are to fail in a few seconds.
 constexpr std::chrono::seconds nextConnectTimeout{1};
+// By hand: connections come and go, and the server that keeps them waiting is the process's.
 std::atomic<bool> hasWaitedInVain{false};
 
 const char* environmentValue(const char* name)
@@ -65,12 +66,6 @@ PlatformError x11Error(X11Failure failure, const std::string& message)
 
 std::unique_ptr<X11Connection> X11Connection::open()
 {
-    if (environmentValue("WAYLAND_DISPLAY")) {
-        throw x11Error(X11Failure::waylandSession,
-            "This is a Wayland session (WAYLAND_DISPLAY is set), and this build has no Wayland backend. Use "
-            "an "
-            "X11 session, or unset WAYLAND_DISPLAY to capture the X display that DISPLAY names.");
-    }
     const char* display = environmentValue("DISPLAY");
     if (!display)
         throw x11Error(X11Failure::noDisplay, "There is no X display: DISPLAY is not set.");

@@ -27,11 +27,10 @@ inline constexpr const char* x11ErrorDomain = "X11";
 enum class X11Failure : std::int64_t {
     noDisplay = 1001, // DISPLAY is not set
     cannotConnect = 1002, // nothing answers at DISPLAY
-    waylandSession = 1003, // the screen belongs to a Wayland compositor
     connectionLost = 1004, // the server went away
     noAnswer = 1005, // the server does not answer in time
     missingExtension = 1006,
-    unsupportedVisual = 1007, // not 32 bits a pixel, 24 bit colour, little endian
+    unsupportedVisual = 1007, // not 16 or 32 bits of red, green and blue, little endian
     sourceGone = 1008, // the display or window captured is no longer there
     sharedMemory = 1009,
 };
@@ -44,8 +43,7 @@ PlatformError x11Error(X11Failure failure, const std::string& message);
 class X11Connection {
 public:
     // Connects to the display that the environment names. Throws PlatformError when DISPLAY is not
-    // set, when nothing answers within 5 seconds (1 second right after that has happened), or when
-    // WAYLAND_DISPLAY says that the session is a Wayland one.
+    // set, or when nothing answers within 5 seconds (1 second right after that has happened).
     static std::unique_ptr<X11Connection> open();
 
     ~X11Connection();

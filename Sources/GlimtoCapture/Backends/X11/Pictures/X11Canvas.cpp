@@ -4,11 +4,13 @@
 
 namespace glimto {
 
-X11Canvas::X11Canvas(X11Connection& connection, PixelSize size, std::uint8_t depth)
+X11Canvas::X11Canvas(
+    X11Connection& connection, PixelSize size, std::uint8_t depth, const X11PixelFormat& format)
     : connection_(connection)
     , size_(size)
+    , format_(format)
     , memory_(X11SharedMemory::make(
-          connection, 4 * static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height)))
+          connection, format.bytesPerRow(size.width) * static_cast<std::size_t>(size.height)))
 {
     xcb_connection_t* xcb = connection_.xcb();
     pixmap_ = X11Pixmap(connection_);
@@ -68,16 +70,16 @@ void X11Canvas::fetch(const PixelRect& rect)
         = connection_.reply<xcb_get_image_reply_t>(xcb_get_image(connection_.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP,
             pixmap_, static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
             static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height), ~0U));
-    const std::size_t rowSize = 4 * static_cast<std::size_t>(rect.width);
+    const std::size_t sentRow = format_.bytesPerRow(rect.width);
     if (!image
         || static_cast<std::size_t>(xcb_get_image_data_length(image.get()))
-            < rowSize * static_cast<std::size_t>(rect.height))
+            < sentRow * static_cast<std::size_t>(rect.height))
         return;
+    const std::size_t wanted = format_.bytesPerPixel() * static_cast<std::size_t>(rect.width);
     const std::uint8_t* from = xcb_get_image_data(image.get());
-    std::uint8_t* to
-        = bytes() + static_cast<std::size_t>(rect.y) * bytesPerRow() + 4 * static_cast<std::size_t>(rect.x);
-    for (int row = 0; row < rect.height; ++row, from += rowSize, to += bytesPerRow())
-        std::memcpy(to, from, rowSize);
+    std::uint8_t* to = pixelAt(rect.x, rect.y);
+    for (int row = 0; row < rect.height; ++row, from += sentRow, to += bytesPerRow())
+        std::memcpy(to, from, wanted);
 }
 
 } // namespace glimto

@@ -9,6 +9,7 @@
 #include "Backends/X11/Connection/X11Regions.h"
 #include "Backends/X11/Connection/X11Resource.h"
 #include "Backends/X11/Connection/X11SharedMemory.h"
+#include "Backends/X11/Pictures/X11PixelFormat.h"
 
 namespace glimto {
 
@@ -18,8 +19,10 @@ namespace glimto {
 // Otherwise fetch() brings it.
 class X11Canvas {
 public:
-    // Black, and stale everywhere. Throws PlatformError.
-    X11Canvas(X11Connection& connection, PixelSize size, std::uint8_t depth);
+    // Black, and stale everywhere. `format` is how the server stores pixels of that depth; a canvas that it
+    // never draws into may have another one of no more bits. Throws PlatformError.
+    X11Canvas(
+        X11Connection& connection, PixelSize size, std::uint8_t depth, const X11PixelFormat& format = {});
     ~X11Canvas();
     X11Canvas(const X11Canvas&) = delete;
     X11Canvas& operator=(const X11Canvas&) = delete;
@@ -28,7 +31,14 @@ public:
     xcb_pixmap_t pixmap() const { return pixmap_; }
     const std::shared_ptr<X11SharedMemory>& memory() const { return memory_; }
     std::uint8_t* bytes() const { return memory_->bytes(); }
-    std::size_t bytesPerRow() const { return 4 * static_cast<std::size_t>(size_.width); }
+    std::size_t bytesPerRow() const { return format_.bytesPerRow(size_.width); }
+    const X11PixelFormat& format() const { return format_; }
+
+    std::uint8_t* pixelAt(int x, int y) const
+    {
+        return bytes() + static_cast<std::size_t>(y) * bytesPerRow()
+            + static_cast<std::size_t>(x) * format_.bytesPerPixel();
+    }
 
     // The server's region of what has changed in the source since it was drawn here.
     xcb_xfixes_region_t stale() const { return stale_; }
@@ -52,6 +62,7 @@ private:
 
     X11Connection& connection_;
     PixelSize size_;
+    X11PixelFormat format_;
     std::shared_ptr<X11SharedMemory> memory_; // shared with the consumers of the picture
     X11Pixmap pixmap_;
     bool isShared_ = false;

@@ -30,11 +30,21 @@ X11FramePacer::PointerPolling polling(const CaptureStreamConfiguration& configur
 
 } // namespace
 
-X11CaptureStream::X11CaptureStream(ContentFilter filter, CaptureStreamConfiguration configuration)
-    : filter_(std::move(filter))
-    , configuration_(std::move(configuration))
+X11CaptureStream::X11CaptureStream(
+    const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
+    : configuration_(configuration)
+    , wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
     , pacer_(configuration_.minimumFrameInterval, polling(configuration_))
 {
+    if (!wakeUp_)
+        throw PlatformError::posix("Could not start the capture", errno);
+    connection_ = X11Connection::open();
+    connection_->setAnswerTimeout(answerTimeout);
+    startPictureExtensions(*connection_);
+    grabber_ = std::make_unique<X11FrameGrabber>(*connection_,
+        makeX11PictureSource(*connection_, filter, configuration_),
+        PixelSize{configuration_.width, configuration_.height}, std::max(1, configuration_.queueDepth),
+        configuration_.showsCursor);
 }
 
 X11CaptureStream::~X11CaptureStream()
@@ -46,16 +56,6 @@ X11CaptureStream::~X11CaptureStream()
 void X11CaptureStream::start(Handlers handlers)
 {
     outputs_.set(std::move(handlers));
-    wakeUp_ = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (!wakeUp_)
-        throw PlatformError::posix("Could not start the capture", errno);
-    connection_ = X11Connection::open();
-    connection_->setAnswerTimeout(answerTimeout);
-    startPictureExtensions(*connection_);
-    grabber_ = std::make_unique<X11FrameGrabber>(*connection_,
-        makeX11PictureSource(*connection_, filter_, configuration_),
-        PixelSize{configuration_.width, configuration_.height}, std::max(1, configuration_.queueDepth),
-        configuration_.showsCursor);
     thread_ = std::make_unique<NamedThread>("glimto.capture.samples", [this] { run(); });
 }
 
@@ -177,12 +177,6 @@ void X11CaptureStream::deliverLastPicture()
         // The source went in the very moment of the stop: what was taken before is whole without it.
     }
     deliver(hostTimeNanoseconds(), false);
-}
-
-std::unique_ptr<CaptureStream> X11CaptureStreamFactory::makeCaptureStream(
-    const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
-{
-    return std::make_unique<X11CaptureStream>(filter, configuration);
 }
 
 } // namespace glimto

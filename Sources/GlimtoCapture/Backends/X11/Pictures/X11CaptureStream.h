@@ -7,6 +7,7 @@
 #include "Backends/X11/Pictures/X11FramePacer.h"
 #include "Backends/X11/Pictures/X11StreamOutputs.h"
 #include "Platform/CaptureStream.h"
+#include "Platform/ContentFilter.h"
 #include "Support/FileDescriptor.h"
 #include "Support/NamedThread.h"
 
@@ -20,7 +21,9 @@ namespace glimto {
 // time is that at which they were asked for. Audio is not captured here.
 class X11CaptureStream : public CaptureStream {
 public:
-    X11CaptureStream(ContentFilter filter, CaptureStreamConfiguration configuration);
+    // Connects and finds the content; no picture is taken yet. Throws PlatformError when the content is gone
+    // or cannot be captured.
+    X11CaptureStream(const ContentFilter& filter, const CaptureStreamConfiguration& configuration);
     ~X11CaptureStream() override;
 
     void start(Handlers handlers) override;
@@ -37,14 +40,13 @@ private:
     void deliverLastPicture();
     void endThread();
 
-    ContentFilter filter_;
     CaptureStreamConfiguration configuration_;
     X11StreamOutputs outputs_;
     FileDescriptor wakeUp_; // readable once the stream is to end
     std::atomic<bool> mustEnd_ = false;
     std::atomic<bool> mustDeliverLastPicture_ = false;
 
-    // Of the stream's thread, once that runs. The grabber uses the connection, so it goes first.
+    // Of the stream's thread once that runs. The grabber uses the connection, so it goes first.
     std::unique_ptr<X11Connection> connection_;
     std::unique_ptr<X11FrameGrabber> grabber_;
     X11FramePacer pacer_;
@@ -52,13 +54,6 @@ private:
     std::uint64_t nextSequenceNumber_ = 0;
 
     std::unique_ptr<NamedThread> thread_;
-};
-
-class X11CaptureStreamFactory : public CaptureStreamFactory {
-public:
-    // Whether the content can be captured shows itself when the stream starts.
-    std::unique_ptr<CaptureStream> makeCaptureStream(
-        const ContentFilter& filter, const CaptureStreamConfiguration& configuration) override;
 };
 
 } // namespace glimto

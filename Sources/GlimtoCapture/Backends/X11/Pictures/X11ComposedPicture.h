@@ -26,6 +26,7 @@ public:
 
     PixelSize size() const override { return plain_.size(); }
     std::uint8_t depth() const override { return plain_.depth(); }
+    X11PixelFormat format() const override { return plain_.format(); }
     std::uint64_t layout() const override { return plain_.layout() + timesSwitched_; }
     void handle(const xcb_generic_event_t& event) override;
     void update() override;

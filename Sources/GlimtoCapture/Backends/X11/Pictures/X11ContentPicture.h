@@ -4,6 +4,7 @@
 
 #include "Backends/X11/Pictures/X11PictureSource.h"
 #include "Platform/CaptureStream.h"
+#include "Platform/ContentFilter.h"
 
 namespace glimto {
 

@@ -55,12 +55,12 @@ Display connectedDisplay(X11Connection& connection, std::uint32_t displayID)
 X11DisplayPicture::X11DisplayPicture(
     X11Connection& connection, std::uint32_t displayID, std::optional<Rect> sourceRect, PixelSize output)
     : connection_(connection)
+    , format_(X11PixelFormat::ofRoot(connection))
     , displayID_(displayID)
     , sourceRect_(sourceRect)
     , output_(output)
     , damage_(connection, connection.root())
 {
-    requirePixelFormat(connection_, depth(), connection_.screen().root_visual, "The X display");
     xcb_connection_t* xcb = connection_.xcb();
     addRootEvents(connection_, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
     hasRandR_ = connection_.hasExtension(xcb_randr_id);

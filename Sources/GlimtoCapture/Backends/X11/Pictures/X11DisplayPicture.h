@@ -24,6 +24,7 @@ public:
 
     PixelSize size() const override { return {area_.width, area_.height}; }
     std::uint8_t depth() const override { return connection_.screen().root_depth; }
+    X11PixelFormat format() const override { return format_; }
     std::uint64_t layout() const override { return layout_; }
     void handle(const xcb_generic_event_t& event) override;
     void update() override;
@@ -43,6 +44,7 @@ private:
     void readGeometry();
 
     X11Connection& connection_;
+    X11PixelFormat format_;
     std::uint32_t displayID_;
     std::optional<Rect> sourceRect_;
     PixelSize output_;

@@ -80,7 +80,7 @@ std::optional<X11FrameGrabber::Result> X11FrameGrabber::tryGrab()
     if (!canvas)
         return Result::later;
 
-    X11Canvas& drawn = isScaled() ? *original_ : *canvas;
+    X11Canvas& drawn = original_ ? *original_ : *canvas;
     requestPicture(drawn);
     receivePicture(drawn);
     handleEvents();
@@ -88,17 +88,21 @@ std::optional<X11FrameGrabber::Result> X11FrameGrabber::tryGrab()
         reject(drawn);
         return std::nullopt;
     }
+    if (converted_)
+        convertChanges();
+    X11Canvas& shown = converted_ ? *converted_ : drawn;
     if (cursor_)
-        addCursorChange(drawn.size());
+        addCursorChange(shown.size());
     if (cursor_ && !drawnCursorRect_.isEmpty())
-        cursor_->draw(drawn);
+        cursor_->draw(shown);
     const bool isNew = !changedRects_.empty();
     if (isNew && (isScaled() || allChanged_))
         changedRects_ = {wholeOf(output_)};
-    if (isNew && isScaled())
-        scaleToFit(drawn, *canvas);
-    // An unscaled canvas holds the picture even if nothing in it is new; a scaled one was not drawn then.
-    if (isNew || !isScaled())
+    if (isNew && original_)
+        scaleToFit(shown, *canvas);
+    // A canvas that was drawn into holds the picture even if nothing in it is new; another one was not filled
+    // then.
+    if (isNew || !original_)
         current_ = canvas;
     picture_ = X11FramePool::lease(*current_);
     allChanged_ = false;
@@ -113,10 +117,30 @@ void X11FrameGrabber::takeLayout()
     layout_ = source_->layout();
     allChanged_ = true;
     original_.reset();
-    if (isScaled())
-        original_ = std::make_unique<X11Canvas>(connection_, source_->size(), source_->depth());
+    converted_.reset();
+    const X11PixelFormat format = source_->format();
+    if (isScaled() || !format.isPlain())
+        original_ = std::make_unique<X11Canvas>(connection_, source_->size(), source_->depth(), format);
     if (original_)
         original_->layout = layout_;
+    if (!format.isPlain()) {
+        converted_ = std::make_unique<X11Canvas>(connection_, source_->size(), source_->depth());
+        converter_.emplace(format);
+    }
+}
+
+void X11FrameGrabber::convertChanges()
+{
+    std::vector<PixelRect> rects = changedRects_;
+    if (allChanged_)
+        rects = {wholeOf(converted_->size())};
+    // What the pointer was drawn over.
+    rects.push_back(std::exchange(converted_->cursorRect, {}));
+    for (const PixelRect& rect : rects) {
+        for (int row = rect.y; row < rect.y + rect.height; ++row)
+            converter_->convertRow(
+                original_->pixelAt(rect.x, row), converted_->pixelAt(rect.x, row), rect.width);
+    }
 }
 
 X11Canvas* X11FrameGrabber::acquire()

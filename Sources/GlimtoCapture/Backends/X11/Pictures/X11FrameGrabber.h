@@ -15,7 +15,8 @@ namespace glimto {
 // Takes pictures of a source: brings what has changed into a picture of the pool, with one round trip,
 // and draws the pointer over it. Used by the thread of the connection.
 //
-// A source of another size than the frames is drawn into a picture of its own and scaled from there.
+// A source of another size or pixel format than the frames is drawn into a picture of its own, and converted
+// and scaled from there. Only what has changed is converted.
 class X11FrameGrabber {
 public:
     X11FrameGrabber(X11Connection& connection, std::unique_ptr<X11PictureSource> source, PixelSize output,
@@ -50,6 +51,7 @@ public:
 
 private:
     bool isScaled() const { return source_->size() != output_; }
+    void convertChanges();
     std::optional<Result> tryGrab();
     void takeLayout();
     X11Canvas* acquire();
@@ -64,7 +66,9 @@ private:
     PixelSize output_;
     std::optional<X11Cursor> cursor_;
     X11FramePool pool_;
-    std::unique_ptr<X11Canvas> original_; // the source in its own size, when that has to be scaled
+    std::unique_ptr<X11Canvas> original_; // the source in its own size and format, where they are others
+    std::unique_ptr<X11Canvas> converted_; // the same in the frames' format, where it has another one
+    std::optional<X11PixelConverter> converter_;
     X11Canvas* current_ = nullptr; // where picture_ lies
     std::shared_ptr<const PixelBuffer> picture_;
     std::vector<PixelRect> changedRects_;

@@ -1,7 +1,5 @@
 #include "Backends/X11/Pictures/X11PictureSource.h"
 
-#include <string>
-
 #include <xcb/composite.h>
 #include <xcb/randr.h>
 #include <xcb/render.h>
@@ -45,38 +43,6 @@ X11GraphicsContext makeCopyContext(X11Connection& connection, std::uint8_t depth
     const std::uint32_t values[] = {XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS, 0};
     xcb_create_gc(xcb, context, pixmap, XCB_GC_SUBWINDOW_MODE | XCB_GC_GRAPHICS_EXPOSURES, values);
     return context;
-}
-
-void requirePixelFormat(
-    const X11Connection& connection, std::uint8_t depth, xcb_visualid_t visual, const char* what)
-{
-    const std::string subject = what;
-    if (depth != 24 && depth != 32) {
-        throw x11Error(X11Failure::unsupportedVisual,
-            subject + " has " + std::to_string(depth)
-                + "-bit colour, which cannot be captured. Switch it to 24-bit colour.");
-    }
-    const xcb_setup_t* setup = xcb_get_setup(connection.xcb());
-    int bitsPerPixel = 0;
-    for (auto format = xcb_setup_pixmap_formats_iterator(setup); format.rem > 0; xcb_format_next(&format)) {
-        if (format.data->depth == depth)
-            bitsPerPixel = format.data->bits_per_pixel;
-    }
-    bool hasKnownMasks = false;
-    for (auto each = xcb_screen_allowed_depths_iterator(&connection.screen()); each.rem > 0;
-         xcb_depth_next(&each)) {
-        for (auto type = xcb_depth_visuals_iterator(each.data); type.rem > 0; xcb_visualtype_next(&type)) {
-            if (type.data->visual_id == visual)
-                hasKnownMasks = type.data->red_mask == 0xff0000 && type.data->green_mask == 0xff00
-                    && type.data->blue_mask == 0xff;
-        }
-    }
-    if (bitsPerPixel != 32 || !hasKnownMasks || setup->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) {
-        throw x11Error(X11Failure::unsupportedVisual,
-            subject
-                + " stores its pixels in a format that cannot be captured (not 32 bits a pixel in the order "
-                  "blue, green, red).");
-    }
 }
 
 void startPictureExtensions(X11Connection& connection)

@@ -10,6 +10,7 @@
 #include "Backends/X11/Connection/X11Connection.h"
 #include "Backends/X11/Connection/X11Regions.h"
 #include "Backends/X11/Connection/X11Resource.h"
+#include "Backends/X11/Pictures/X11PixelFormat.h"
 
 namespace glimto {
 
@@ -22,6 +23,9 @@ public:
 
     virtual PixelSize size() const = 0;
     virtual std::uint8_t depth() const = 0;
+
+    // How the server stores its pixels.
+    virtual X11PixelFormat format() const = 0;
 
     // Changes whenever every pixel may have changed its place: nothing drawn before is of use then.
     virtual std::uint64_t layout() const = 0;
@@ -80,11 +84,6 @@ private:
 
 // A graphics context that copies from windows with all that is inside them, for drawables of `depth`.
 X11GraphicsContext makeCopyContext(X11Connection& connection, std::uint8_t depth);
-
-// Throws unsupportedVisual unless pixels are 32 bits with 8 bits each of blue, green and red, in this
-// order of bytes. `what` begins the message: "The X display".
-void requirePixelFormat(
-    const X11Connection& connection, std::uint8_t depth, xcb_visualid_t visual, const char* what);
 
 // Starts the extensions that sources and canvases need. Throws missingExtension.
 void startPictureExtensions(X11Connection& connection);

@@ -10,11 +10,11 @@ namespace {
 
 constexpr int mostBits = 16;
 
-const xcb_visualtype_t* rootVisual(const xcb_screen_t& screen)
+const xcb_visualtype_t* visualType(const xcb_screen_t& screen, xcb_visualid_t visual)
 {
     for (auto depth = xcb_screen_allowed_depths_iterator(&screen); depth.rem > 0; xcb_depth_next(&depth)) {
         for (auto each = xcb_depth_visuals_iterator(depth.data); each.rem > 0; xcb_visualtype_next(&each)) {
-            if (each.data->visual_id == screen.root_visual)
+            if (each.data->visual_id == visual)
                 return each.data;
         }
     }
@@ -44,10 +44,16 @@ X11ColourChannel X11ColourChannel::fromMask(std::uint32_t mask)
 
 X11PixelFormat X11PixelFormat::ofRoot(const X11Connection& connection)
 {
-    const xcb_setup_t& setup = *xcb_get_setup(connection.xcb());
     const xcb_screen_t& screen = connection.screen();
-    const auto* visual = rootVisual(screen);
-    const auto* stored = pixmapFormat(setup, screen.root_depth);
+    return of(connection, screen.root_depth, screen.root_visual, "The X display");
+}
+
+X11PixelFormat X11PixelFormat::of(
+    const X11Connection& connection, std::uint8_t depth, xcb_visualid_t visualID, const char* what)
+{
+    const xcb_setup_t& setup = *xcb_get_setup(connection.xcb());
+    const auto* visual = visualType(connection.screen(), visualID);
+    const auto* stored = pixmapFormat(setup, depth);
     X11PixelFormat format;
     bool isKnown = visual && stored && setup.image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST
         && visual->_class == XCB_VISUAL_CLASS_TRUE_COLOR
@@ -62,7 +68,7 @@ X11PixelFormat X11PixelFormat::ofRoot(const X11Connection& connection)
     }
     if (!isKnown) {
         throw x11Error(X11Failure::unsupportedVisual,
-            "The X display has " + std::to_string(screen.root_depth)
+            std::string(what) + " has " + std::to_string(depth)
                 + "-bit colour in a format that cannot be captured. Switch it to 24-bit colour.");
     }
     return format;

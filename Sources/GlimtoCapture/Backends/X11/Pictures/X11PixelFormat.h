@@ -26,13 +26,19 @@ struct X11PixelFormat {
     X11ColourChannel green{8, 8};
     X11ColourChannel blue{0, 8};
 
-    // That of the root window. Throws PlatformError unsupportedVisual when its pixels are not 16 or 32 bits
-    // of red, green and blue, least significant byte first.
+    // That of windows of this depth and visual. Throws PlatformError unsupportedVisual when their pixels are
+    // not 16 or 32 bits of red, green and blue, least significant byte first; `what` begins its text: "The
+    // window".
+    static X11PixelFormat of(
+        const X11Connection& connection, std::uint8_t depth, xcb_visualid_t visual, const char* what);
+
+    // That of the root window.
     static X11PixelFormat ofRoot(const X11Connection& connection);
 
     // Whether the bytes are B, G, R, X already.
     bool isPlain() const;
 
+    std::size_t bytesPerPixel() const { return static_cast<std::size_t>(bitsPerPixel) / 8; }
     std::size_t bytesPerRow(int width) const;
 };
 

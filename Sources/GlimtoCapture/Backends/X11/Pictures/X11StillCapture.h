@@ -9,14 +9,12 @@ namespace glimto {
 // Takes single pictures of the X display that DISPLAY names, each on a connection of its own.
 //
 // The plain screen is read as it is. Where applications are to be hidden, or of a single window, the picture
-// comes from where a capture stream has its pictures from. The screen may have 16, 24 or 30-bit colour, but
-// hiding and single windows need 24-bit colour. Used by one thread.
+// comes from where a capture stream has its pictures from. Used by one thread.
 class X11StillCapture final : public StillCapture {
 public:
     X11StillCapture();
     ~X11StillCapture() override;
 
-    bool isSupported() const override { return true; }
     void prepare(const ContentFilter& filter, const CaptureStreamConfiguration& configuration) override;
     std::optional<StillImage> captureImage(
         const ContentFilter& filter, const CaptureStreamConfiguration& configuration) override;

@@ -6,30 +6,28 @@ namespace glimto {
 
 void X11StreamOutputs::set(CaptureStream::Handlers handlers)
 {
-    const std::lock_guard lock(mutex_);
-    handlers_ = std::move(handlers);
+    gate_.sync([&] { handlers_ = std::move(handlers); });
 }
 
 void X11StreamOutputs::deliver(const VideoFrame& frame)
 {
-    const std::lock_guard lock(mutex_);
-    if (!isClosed_ && handlers_.onFrame)
-        handlers_.onFrame(frame);
+    gate_.sync([&] {
+        if (!isClosed_ && handlers_.onFrame)
+            handlers_.onFrame(frame);
+    });
 }
 
 void X11StreamOutputs::fail(std::exception_ptr cause)
 {
-    const std::lock_guard lock(mutex_);
-    if (std::exchange(isClosed_, true))
-        return;
-    if (handlers_.onStopped)
-        handlers_.onStopped(std::move(cause));
+    gate_.sync([&] {
+        if (!std::exchange(isClosed_, true) && handlers_.onStopped)
+            handlers_.onStopped(std::move(cause));
+    });
 }
 
 void X11StreamOutputs::close()
 {
-    const std::lock_guard lock(mutex_);
-    isClosed_ = true;
+    gate_.sync([this] { isClosed_ = true; });
 }
 
 } // namespace glimto

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <mutex>
-
 #include "Platform/CaptureStream.h"
+#include "Support/SerialQueue.h"
 
 namespace glimto {
 
@@ -20,9 +19,8 @@ public:
     void close();
 
 private:
-    // Held while a handler runs, which the contract of close() needs; recursive so that a handler may
-    // close the gate.
-    std::recursive_mutex mutex_;
+    // A handler runs as a task of the queue, which close() has to wait for; unless it is a handler itself.
+    SerialQueue gate_{"glimto.capture.samples", SerialQueue::Thread::none};
     CaptureStream::Handlers handlers_;
     bool isClosed_ = false;
 };

@@ -63,7 +63,7 @@ X11WindowPicture::X11WindowPicture(X11Connection& connection, xcb_window_t windo
     if (attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY)
         throw x11Error(
             X11Failure::unsupportedVisual, "The window to capture has no picture: it only takes input.");
-    requirePixelFormat(connection_, geometry->depth, attributes->visual, "The window to capture");
+    format_ = X11PixelFormat::of(connection_, geometry->depth, attributes->visual, "The window to capture");
     depth_ = geometry->depth;
     if (extents)
         frameExtents_ = extents->atom;

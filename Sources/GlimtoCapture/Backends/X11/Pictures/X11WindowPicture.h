@@ -15,6 +15,7 @@ public:
 
     PixelSize size() const override { return {content_.width, content_.height}; }
     std::uint8_t depth() const override { return depth_; }
+    X11PixelFormat format() const override { return format_; }
     std::uint64_t layout() const override { return layout_; }
     void handle(const xcb_generic_event_t& event) override;
     void update() override;
@@ -33,6 +34,7 @@ private:
     xcb_window_t window_;
     xcb_atom_t frameExtents_ = XCB_ATOM_NONE;
     std::uint8_t depth_ = 0;
+    X11PixelFormat format_;
     PixelRect content_; // the part of the window without its shadow, relative to the inside of its border
     PixelSize windowSize_;
     int border_ = 0;

@@ -1,15 +1,11 @@
 #include "Backends/X11/Windows/DesktopFiles.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <system_error>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include "Support/FileDescriptor.h"
+#include "Support/Errors.h"
+#include "Support/RegularFile.h"
 #include "Support/Text.h"
 
 namespace glimto {
@@ -26,25 +22,12 @@ constexpr std::string_view suffix = ".desktop";
 // The start of a regular file; nothing when it cannot be read. Never blocks on a pipe or device.
 std::optional<std::string> readStart(const std::filesystem::path& path)
 {
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    struct stat status = {};
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+    try {
+        const auto file = RegularFile::open(path);
+        return file ? std::optional(file->readText(maximumFileBytes)) : std::nullopt;
+    } catch (const PlatformError&) {
         return std::nullopt;
-    const auto size = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0));
-    std::string text(std::min(size, maximumFileBytes), '\0');
-    std::size_t length = 0;
-    while (length < text.size()) {
-        const auto count = ::read(file.get(), text.data() + length, text.size() - length);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return std::nullopt;
-        if (count == 0)
-            break;
-        length += static_cast<std::size_t>(count);
     }
-    text.resize(length);
-    return text;
 }
 
 std::string lowerCase(std::string text)

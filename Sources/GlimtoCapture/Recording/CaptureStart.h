@@ -1,0 +1,80 @@
+#pragma once
+
+#include <chrono>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+#include "Recording/RecordingStopWishes.h"
+#include "Support/FirstOutcome.h"
+#include "Support/SerialQueue.h"
+
+namespace glimto {
+
+// How long the steps that bring a capture to run may take, in seconds.
+struct CaptureStartLimits {
+    // Up to here a step is waited for even when the recording is to end already: a system that asks nobody
+    // is ready by then, and the take becomes a short one instead of none.
+    double patience = 2;
+    double step = 30; // without a question to the user
+    double stepWithQuestion = 600; // what a user may think about it
+    double givingUp = 1; // for a step that was given up to take back its question
+};
+
+// Runs the steps that bring a capture to run, each on a thread of its own, so that a system that hangs or a
+// user who does not answer can be given up: by a stop wish, or when its time is over.
+class CaptureStart {
+public:
+    // The references outlive this object.
+    CaptureStart(RecordingStopWishes& wishes, RecordingProgress& progress, const CaptureStartLimits& limits);
+
+    // Returns what `operation` returns, or throws what it throws. Given up, `giveUp` is called, and the
+    // operation is let go of if it does not end then; it must own all that it touches.
+    //
+    // A stop wish is told and then thrown as CLIError "No screen frames were captured. ...": the take ends as
+    // one during which the screen showed nothing. Time that is over is CLIError "Starting the capture timed
+    // out after <seconds, truncated>s.".
+    template <typename Operation>
+    std::invoke_result_t<Operation&> run(
+        bool mayAskUser, Operation operation, const std::function<void()>& giveUp)
+    {
+        using Result = std::invoke_result_t<Operation&>;
+        using Value = std::conditional_t<std::is_void_v<Result>, std::monostate, Result>;
+        const auto outcome = std::make_shared<FirstOutcome<Value>>(); // this call's and the operation's
+        SerialQueue queue("glimto.capture.start");
+        queue.post([outcome, operation = std::make_shared<Operation>(std::move(operation))] {
+            outcome->settleWith(*operation);
+        });
+        const auto reason = waitOrGiveUp(
+            mayAskUser, [&](std::chrono::nanoseconds limit) { return outcome->waitFor(limit); });
+        if (reason) {
+            giveUp();
+            if (!outcome->waitFor(inNanoseconds(limits_.givingUp)))
+                queue.abandon();
+            std::rethrow_exception(reason);
+        }
+        if constexpr (std::is_void_v<Result>)
+            outcome->firstResult();
+        else
+            return outcome->firstResult();
+    }
+
+private:
+    static std::chrono::nanoseconds inNanoseconds(double seconds)
+    {
+        return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds));
+    }
+
+    // Null once `isSettled` says so within its limit; else why the step is given up.
+    std::exception_ptr waitOrGiveUp(
+        bool mayAskUser, const std::function<bool(std::chrono::nanoseconds)>& isSettled);
+
+    RecordingStopWishes& wishes_;
+    RecordingProgress& progress_;
+    CaptureStartLimits limits_;
+};
+
+} // namespace glimto

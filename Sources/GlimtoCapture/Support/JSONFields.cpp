@@ -1,0 +1,206 @@
+#include "Support/JSONFields.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "Support/Errors.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr int deepestNesting = 100;
+
+// How deep objects and arrays are nested; the text need not be valid.
+int nestingDepth(std::string_view text)
+{
+    int depth = 0;
+    int deepest = 0;
+    bool isInString = false;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const char character = text[at];
+        if (isInString) {
+            if (character == '\\')
+                ++at;
+            isInString = character != '"';
+        } else if (character == '"') {
+            isInString = true;
+        } else if (character == '{' || character == '[') {
+            deepest = std::max(deepest, ++depth);
+        } else if (character == '}' || character == ']') {
+            --depth;
+        }
+    }
+    return deepest;
+}
+
+[[noreturn]] void throwUnreadable(const std::string& source, const std::string& reason)
+{
+    throw PlatformError("JSON", 1, "Could not read " + source + ": " + reason);
+}
+
+// Whole numbers that a double holds exactly.
+constexpr double largestWholeDouble = 9007199254740992.0;
+
+} // namespace
+
+nlohmann::json parseJSON(std::string_view text, const std::string& source)
+{
+    if (nestingDepth(text) > deepestNesting)
+        throwUnreadable(source, "its JSON is nested too deeply.");
+    try {
+        return nlohmann::json::parse(text);
+    } catch (const nlohmann::json::parse_error& error) {
+        throwUnreadable(source, "no valid JSON at byte " + std::to_string(error.byte) + ".");
+    } catch (const nlohmann::json::exception&) {
+        throwUnreadable(source, "a number in its JSON is out of range.");
+    }
+}
+
+JSONFields::JSONFields(const nlohmann::json& object, std::string source)
+    : JSONFields(object, std::move(source), "")
+{
+    if (!object.is_object())
+        throwUnreadable(source_, "its JSON is no object.");
+}
+
+JSONFields::JSONFields(const nlohmann::json& object, std::string source, std::string path)
+    : object_(&object)
+    , source_(std::move(source))
+    , path_(std::move(path))
+{
+}
+
+void JSONFields::fail(const std::string& key, const std::string& what) const
+{
+    throwUnreadable(source_, path_ + key + " " + what + ".");
+}
+
+bool JSONFields::has(const char* key) const
+{
+    const auto found = object_->find(key);
+    return found != object_->end() && !found->is_null();
+}
+
+const nlohmann::json& JSONFields::field(const char* key) const
+{
+    const auto found = object_->find(key);
+    if (found == object_->end())
+        fail(key, "is missing");
+    return *found;
+}
+
+std::string JSONFields::text(const char* key) const
+{
+    const auto& value = field(key);
+    if (!value.is_string())
+        fail(key, "is no text");
+    return value.get<std::string>();
+}
+
+bool JSONFields::flag(const char* key) const
+{
+    const auto& value = field(key);
+    if (!value.is_boolean())
+        fail(key, "is neither true nor false");
+    return value.get<bool>();
+}
+
+double JSONFields::number(const char* key) const
+{
+    const auto& value = field(key);
+    if (!value.is_number())
+        fail(key, "is no number");
+    return value.get<double>();
+}
+
+std::int64_t JSONFields::integerWithin(const char* key, std::int64_t least, std::int64_t most) const
+{
+    const auto& value = field(key);
+    std::optional<std::int64_t> integer;
+    if (value.is_number_unsigned()) {
+        if (value.get<std::uint64_t>()
+            <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+            integer = value.get<std::int64_t>();
+    } else if (value.is_number_integer()) {
+        integer = value.get<std::int64_t>();
+    } else if (value.is_number_float()) {
+        const double number = value.get<double>();
+        if (std::trunc(number) == number && std::abs(number) <= largestWholeDouble)
+            integer = static_cast<std::int64_t>(number);
+    }
+    if (!integer || *integer < least || *integer > most)
+        fail(key, "is no whole number within its range");
+    return *integer;
+}
+
+std::uint64_t JSONFields::unsignedInteger(const char* key) const
+{
+    const auto& value = field(key);
+    if (value.is_number_unsigned())
+        return value.get<std::uint64_t>();
+    return static_cast<std::uint64_t>(integerWithin(key, 0, std::numeric_limits<std::int64_t>::max()));
+}
+
+std::vector<std::string> JSONFields::texts(const char* key) const
+{
+    const auto& value = field(key);
+    if (!value.is_array())
+        fail(key, "is no list");
+    std::vector<std::string> result;
+    result.reserve(value.size());
+    for (const auto& element : value) {
+        if (!element.is_string())
+            fail(key, "holds what is no text");
+        result.push_back(element.get<std::string>());
+    }
+    return result;
+}
+
+JSONFields JSONFields::object(const char* key) const
+{
+    const auto& value = field(key);
+    if (!value.is_object())
+        fail(key, "is no object");
+    return JSONFields(value, source_, path_ + key + ".");
+}
+
+std::vector<JSONFields> JSONFields::objects(const char* key) const
+{
+    const auto& value = field(key);
+    if (!value.is_array())
+        fail(key, "is no list");
+    std::vector<JSONFields> result;
+    result.reserve(value.size());
+    for (std::size_t index = 0; index < value.size(); ++index) {
+        const std::string name = std::string(key) + "[" + std::to_string(index) + "]";
+        if (!value[index].is_object())
+            fail(name, "is no object");
+        result.push_back(JSONFields(value[index], source_, path_ + name + "."));
+    }
+    return result;
+}
+
+std::optional<std::string> JSONFields::optionalText(const char* key) const
+{
+    return has(key) ? std::optional(text(key)) : std::nullopt;
+}
+
+std::optional<double> JSONFields::optionalNumber(const char* key) const
+{
+    return has(key) ? std::optional(number(key)) : std::nullopt;
+}
+
+std::vector<std::pair<std::string, std::string>> JSONFields::allTexts() const
+{
+    std::vector<std::pair<std::string, std::string>> result;
+    for (const auto& [key, value] : object_->items()) {
+        if (!value.is_string())
+            fail(key, "is no text");
+        result.emplace_back(key, value.get<std::string>());
+    }
+    return result;
+}
+
+} // namespace glimto

@@ -1,0 +1,64 @@
+#include "Composition/WindowSystemChoice.h"
+
+#include <array>
+#include <span>
+
+#include <gtest/gtest.h>
+
+#include "Composition/UnavailableWindowSystem.h"
+#include "Fakes/FakeProcessEnvironment.h"
+#include "Support/Errors.h"
+
+namespace glimto {
+namespace {
+
+TEST(WindowSystemChoiceTests, TheXServerBesideAWaylandSessionIsNeverTaken)
+{
+    FakeProcessEnvironment process;
+    process.variables = {{"WAYLAND_DISPLAY", "wayland-0"}, {"DISPLAY", ":0"}};
+
+    const auto system = chooseWindowSystem(process);
+
+    EXPECT_STRNE(system->name(), "X11");
+}
+
+TEST(WindowSystemChoiceTests, AnEmptyVariableIsNoSession)
+{
+    FakeProcessEnvironment process;
+    process.variables = {{"WAYLAND_DISPLAY", ""}, {"DISPLAY", ":0"}};
+
+    EXPECT_STREQ(chooseWindowSystem(process)->name(), "X11");
+}
+
+TEST(WindowSystemChoiceTests, AnOrdinaryStartIsNoService)
+{
+    std::string name = "glimto-capture";
+    std::string argument = "sources";
+    std::array<char*, 3> arguments = {name.data(), argument.data(), nullptr};
+
+    EXPECT_EQ(runWindowSystemService(2, arguments.data()), std::nullopt);
+}
+
+TEST(UnavailableWindowSystemTests, EveryServiceRefusesForTheSameReason)
+{
+    UnavailableWindowSystem system("There is nothing here.");
+
+    const auto access = system.access().preflightScreenCaptureAccess();
+    EXPECT_FALSE(access.allowsOpening());
+    EXPECT_EQ(access.obstacle, "There is nothing here.");
+    EXPECT_EQ(system.access().cursorLocation(), std::nullopt);
+    EXPECT_EQ(system.eventTaps().makeListenOnlyTap(1), nullptr);
+    EXPECT_FALSE(system.pasteboard().setPNG({}));
+    EXPECT_EQ(system.stills(), nullptr);
+    EXPECT_FALSE(system.capabilities().listsWindows);
+    try {
+        system.content().fetch({});
+        FAIL() << "nothing was thrown";
+    } catch (const PlatformError& error) {
+        EXPECT_STREQ(error.what(), "There is nothing here.");
+    }
+    EXPECT_THROW(system.capture().makeOpening({})->open(), PlatformError);
+}
+
+} // namespace
+} // namespace glimto
