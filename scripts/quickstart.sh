@@ -182,7 +182,7 @@ The take is in $take
 
 Play it:
   ffplay $take/result.mp4
-  mpv $take/segments/playlist.m3u8
+  mpv $take/result.mp4
 or open $take/result.mp4 in a browser.
 
 The uploaded recording has a page: $pages/$recording

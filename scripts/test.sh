@@ -31,11 +31,17 @@ check() {
     fi
 }
 
+# The tests see nothing of the machine's language, time zone, proxies, folders and desktop session.
+home=$(mktemp -d)
+trap 'rm -rf -- "$home"' EXIT
+own_environment=(env -i PATH="$PATH" HOME="$home" TMPDIR="${TMPDIR:-/tmp}" LANG=C.UTF-8 LC_ALL=C.UTF-8 TZ=UTC
+    XDG_CACHE_HOME="$home/cache" XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data")
+
 # Runs the tests that ctest selects and counts them as its report has them.
 run_tests() {
     local name=$1 counts status=0
     shift
-    ctest --test-dir build --output-on-failure --output-junit "$results/$name.xml" "$@" || status=$?
+    "${own_environment[@]}" ctest --test-dir build --output-on-failure --output-junit "$results/$name.xml" "$@" || status=$?
     counts=$(python3 scripts/count-tests.py "$results/$name.xml") || exit 1
     read -r ran_well ran_badly <<<"$counts"
     # ctest may fail for a reason that no test shows.

@@ -14,6 +14,7 @@
 #include "Backends/Desktop/ProcessStopRequests.h"
 #include "Backends/Images/DeflatePNGCodec.h"
 #include "Backends/Images/TurboImageCodec.h"
+#include "CommandLine/AccessKeyArgument.h"
 #include "CommandLine/Driver.h"
 #include "Composition/WindowSystemChoice.h"
 #include "Platform/PlatformServices.h"
@@ -108,7 +109,9 @@ int main(int argumentCount, char** argumentValues)
     std::signal(SIGPIPE, SIG_IGN);
     // A file that grows past the user's limit is an error of its writing, like a full disk.
     std::signal(SIGXFSZ, SIG_IGN);
-    const int status = runCommandLine({argumentValues + 1, argumentValues + argumentCount});
+    const std::vector<std::string> arguments(argumentValues + 1, argumentValues + argumentCount);
+    wipeAccessKeys(argumentCount, argumentValues);
+    const int status = runCommandLine(arguments);
     // A stage that hangs still uses what static destructors would take from it.
     if (isWorkAbandoned())
         std::_Exit(status);

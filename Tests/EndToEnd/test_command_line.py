@@ -1,6 +1,7 @@
 """The command line as a program and a person at a terminal meet it: help, errors, exit statuses."""
 
 import shutil
+import subprocess
 import unittest
 
 from support.case import EndToEndCase
@@ -35,6 +36,17 @@ class HelpTests(EndToEndCase):
         at = lines.index("  --background-upload-threshold <seconds>")
         self.assertEqual(lines[at + 1],
                          " " * 33 + "Start uploading completed segments after this long. Default: 3")
+
+    def test_document_that_cannot_be_written_is_an_error(self):
+        for command in (["help"], ["permission-json"], ["windows-json"], ["sources"]):
+            with self.subTest(command=command[0]), open("/dev/full", "wb") as full:
+                if command[0] == "windows-json":
+                    self.start_screen()
+                done = subprocess.run([BINARY, *command], env=self.environment(), stdout=full, stderr=subprocess.PIPE,
+                                      timeout=60, check=False)
+                self.assertEqual(done.returncode, 1)
+                self.assertEqual(done.stderr.decode().splitlines()[-1],
+                                 "error: Could not write the output: No space left on device")
 
     def test_help_leaves_nothing_behind(self):
         self.run_tool("help")

@@ -95,6 +95,16 @@ class PlaybackTests(EndToEndCase):
         self.assertAlmostEqual(float(found["format"]["duration"]), self.manifest()["totalDuration"], delta=0.05)
         self.assertEqual(int(found["streams"][0]["nb_read_frames"]), len(media.frame_times(self.joined())))
 
+    def test_one_file_of_the_playlist_can_be_sought_in(self):
+        self.record_clock()
+        single = self.directory / "single.mp4"
+        media.run_tool("ffmpeg", "-nostdin", "-v", "error", "-i", self.take / "segments/playlist.m3u8", "-c", "copy",
+                       single)
+        for file in (single, self.joined()):
+            frame = media.run_tool("ffmpeg", "-nostdin", "-v", "error", "-ss", "1.2", "-i", file, "-frames:v", "1",
+                                   "-f", "rawvideo", "-pix_fmt", "gray", "-")
+            self.assertEqual(len(frame), 320 * 240)
+
     def test_every_segment_plays_alone_after_the_initialization_segment(self):
         self.record_clock()
         init = (self.take / "segments/video/init.mp4").read_bytes()

@@ -33,6 +33,16 @@ class ProcessLockTests(EndToEndCase):
             shutil.copy2(BINARY.parent / name, folder / name)
         return folder / "glimto-capture"
 
+    def test_another_copy_does_not_take_the_directory_of_a_take_that_is_recorded(self):
+        first = self.start_first()
+        before = self.segments()
+        output = self.run_tool("record", "-w", "-o", self.take, "-d", "0.3", binary=self.copy_of_the_program())
+        self.assert_fails(output, "Recording is in use by another process.")
+        self.assertTrue(set(before) <= set(self.segments()))
+        first.process.terminate()
+        self.assertEqual(first.finish().status, 0)
+        self.verify_contract()
+
     def test_second_capture_command_is_told_that_the_capture_is_busy(self):
         first = self.start_first()
         for command in (["record", "-o", "other", "-d", "1"], ["windows-json"], ["windows", "--all"], ["sources"]):

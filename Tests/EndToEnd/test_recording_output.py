@@ -1,5 +1,6 @@
 """The lines of a recording, which a driving program reads as they come."""
 
+import fcntl
 import json
 import os
 import re
@@ -205,6 +206,47 @@ class OutputPathTests(EndToEndCase):
         self.assertEqual(output.status, 0, output.errors)
         self.assertIn(f"Output: {self.work}/a/c/d", output.texts)
         self.assertTrue((self.work / "a/c/d/manifest.json").is_file())
+
+    def test_step_back_behind_a_link_leads_to_where_the_shell_goes(self):
+        self.start_screen("320x240")
+        (self.work / "far" / "target").mkdir(parents=True)
+        (self.work / "link").symlink_to("far/target")
+        self.take.mkdir()
+        (self.take / "manifest.json").write_text("an old take")
+        output = self.run_tool("record", "-w", "-d", "0.5", "-o", "link/../take")
+        self.assertEqual(output.status, 0, output.errors)
+        self.assertTrue((self.work / "far" / "take" / "manifest.json").exists())
+        self.assertEqual((self.take / "manifest.json").read_text(), "an old take")
+
+    def test_umask_says_who_may_read_a_take(self):
+        self.start_screen("320x240")
+        for umask, mode in ((0o022, 0o644), (0o077, 0o600)):
+            self.start_recording("-w", "-d", "1", "--record-events", options={"umask": umask}).finish()
+            files = [path for path in self.take.rglob("*") if path.is_file()]
+            self.assertGreater(len(files), 5)
+            self.assertEqual({oct(path.stat().st_mode & 0o777) for path in files}, {oct(mode)})
+
+    def test_terminal_and_pipes_that_nobody_reads_do_not_hold_a_recording_up(self):
+        self.start_screen("320x240")
+        terminal, ours = os.openpty()
+        reading, writing = os.pipe()
+        fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
+        try:
+            for output, errors in ((ours, writing), (writing, ours)):
+                for descriptor in (ours, writing):
+                    os.set_blocking(descriptor, False)
+                    try:
+                        while os.write(descriptor, b"x" * 100):
+                            pass
+                    except BlockingIOError:
+                        os.set_blocking(descriptor, True)
+                done = subprocess.run([BINARY, "record", "-w", "-o", self.take, "-d", "1"], stdout=output, stderr=errors,
+                                      env=self.environment(), timeout=40, check=False)
+                self.assertEqual(done.returncode, 0)
+                self.verify_contract()
+        finally:
+            for descriptor in (terminal, ours, reading, writing):
+                os.close(descriptor)
 
     def test_output_that_cannot_be_written_does_not_end_the_recording(self):
         self.start_screen()

@@ -301,14 +301,15 @@ class SoundTests:
             before, after = self.probe("cycles", source, 10)
             self.assertEqual(after.removeprefix("after "), before.removeprefix("before "))
 
-    def test_rate_and_channels_are_the_devices(self):
+    def test_rate_is_the_devices_and_surround_is_stereo(self):
         for rate, channels in ((8000, 1), (44100, 2), (96000, 6)):
             name = f"sink{rate}"
             self.sound.add_sink(name, rate=rate, channels=channels)
             probe = self.record(name + ".monitor").started()
             probe.wait_for(lambda: len(probe.buffers) > 5, "sound")
             probe.finish()
-            self.assertEqual({(buffer.rate, buffer.channels) for buffer in probe.buffers}, {(rate, channels)})
+            self.assertEqual({(buffer.rate, buffer.channels) for buffer in probe.buffers},
+                             {(rate, min(channels, 2))})
             self.assert_joined(probe.buffers)
 
 

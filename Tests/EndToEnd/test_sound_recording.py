@@ -83,6 +83,24 @@ class SourceTests(SoundCase):
         for channel in found.channels:
             self.assertLess(sound.loudest(channel), 1e-4)
 
+    def test_output_that_delivers_nothing_while_nothing_is_played_is_silence(self):
+        self.sound_server.load_module("module-null-sink", "sink_name=plain")  # its monitor is 1 to 2 s late
+        self.sound_server.set_default_sink("plain")
+        self.record("-d", "1", "--system-audio")
+        self.assert_whole_take()
+        for channel in self.decoded_sound().channels:
+            self.assertLess(sound.loudest(channel), 1e-4)
+
+    def test_surround_output_is_recorded_as_loud_as_the_stereo_sound_that_is_played_on_it(self):
+        self.sound_server.load_module("module-null-sink", "sink_name=surround", "channels=6", "norewinds=1",
+                                      "channel_map=front-left,front-right,rear-left,rear-right,front-center,lfe")
+        self.sound_server.set_default_sink("surround")
+        self.play("surround", sound.tone(440, 20, 0.6), sound.tone(660, 20, 0.6))
+        left, right = (sound.part(channel, START, END) for channel in self.recorded("--system-audio").channels)
+        for channel, frequency in ((left, 440), (right, 660)):
+            self.assertGreater(sound.level(channel, frequency), 0.3)
+            self.assertLess(sound.level(channel, frequency), 0.62)
+
     def test_silence_between_tones_is_as_long_as_it_was_played(self):
         self.record_while_playing(sound.tone(440, 0.6) + sound.silence(0.7) + sound.tone(440, 0.8))
         found = self.decoded_sound()

@@ -1,8 +1,15 @@
 """`record --upload` against servers of every mood."""
 
+import fcntl
 import json
+import os
+import shlex
+import signal
+import subprocess
+import threading
 import time
 import unittest
+from pathlib import Path
 
 from support import media, tool
 from support.case import EndToEndCase
@@ -85,17 +92,119 @@ class UploadRecordingTests(UploadCase):
         self.assertIn("org/rec/events.json", self.api.key_requests[-1])
         self.assertIn("org/rec/manifest.json", self.api.key_requests[-1])
 
-    def test_signal_ends_the_upload_of_a_whole_take_which_can_be_repeated(self):
+    def drip(self, *names):
+        """From now on the answer to such a request never ends: a byte now and then."""
+        self.dripping = threading.Event()
+        over = threading.Event()
+        self.addCleanup(over.set)
+
+        def misbehave(request):
+            if not request.path_only.endswith(names):
+                return False
+            self.dripping.set()
+            request.wfile.write(b"HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n")
+            while not over.wait(0.2):
+                request.wfile.write(b" ")
+            return True
+
+        self.api.misbehave = misbehave
+
+    def assert_interrupted(self, output, event):
+        self.assertEqual(output.error_lines[-1:], ["error: The upload was interrupted."])
+        self.assertEqual(output.texts[-1], STATUS + "failed")
+        self.assertEqual(output.events()[-1]["kind"], event)
+        self.assertEqual(self.job()["state"], "failed")
+        self.assertEqual(self.job()["lastError"], "The upload was interrupted.")
+
+    def upload_command(self):
+        return ("upload", "--dir", self.take, "--api-base-url", self.api.url, "--recording-id", "rec")
+
+    def test_signals_end_the_upload_of_a_whole_take_which_can_be_repeated(self):
         recording = self.start_upload("-d", "1", "--no-background-upload")
         recording.wait_until_recording()
-        self.api.delay = 5
+        self.drip("upload-urls")
         recording.wait_for(STATUS + "uploading")
-        time.sleep(0.3)
+        self.assertTrue(self.dripping.wait(20))
         recording.process.terminate()
-        self.assertEqual(recording.finish(4).status, -15)
-        self.api.delay = 0
-        output = self.run_tool("upload", "--dir", self.take, "--api-base-url", self.api.url, "--recording-id", "rec")
+        output = recording.finish(4)
+        self.assertEqual(output.status, -signal.SIGTERM)
+        self.assert_interrupted(output, "upload_failed")
+        self.verify_contract()
+        for number in (signal.SIGINT, signal.SIGHUP):
+            self.dripping.clear()
+            upload = self.started(tool.Recording([BINARY, *self.upload_command()], self.environment(), self.work))
+            self.assertTrue(self.dripping.wait(20))
+            upload.process.send_signal(number)
+            output = upload.finish(4)
+            self.assertEqual(output.status, -number)
+            self.assert_interrupted(output, "upload_failed")
+        self.api.misbehave = lambda request: False
+        output = self.run_tool(*self.upload_command())
         self.assertEqual(output.status, 0, output.errors)
+        self.assertEqual(self.job()["uploadAttempts"], 4)
+
+    def test_error_pages_that_nobody_reads_hold_nothing_up(self):
+        self.api.misbehave = lambda request: request.command == "PUT" and (request.respond(500, b"x" * 60000) or True)
+        reading, writing = os.pipe()
+        fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
+        os.write(writing, b"x" * 4000)
+        command = [BINARY, "record", "-o", self.take, "-d", "3", "--segment-duration", "0.5",
+                   "--background-upload-threshold", "0.2", "--api-base-url", self.api.url]
+        try:
+            done = subprocess.run(command, stdout=subprocess.PIPE, stderr=writing, env=self.environment(), timeout=40,
+                                  check=False)
+        finally:
+            os.close(reading)
+            os.close(writing)
+        self.assertEqual(done.returncode, 1)
+        self.assertTrue(done.stdout.decode().endswith(STATUS + "failed\n"))
+        self.verify_contract()
+
+    def test_access_key_is_wiped_from_the_arguments(self):
+        recording = self.start_recording("--api-base-url", self.api.url, "-d", "30", "--access-key", KEY,
+                                         GLIMTO_DESKTOP_ACCESS_KEY=None)
+        recording.wait_until_recording()
+        arguments = Path(f"/proc/{recording.pid}/cmdline").read_bytes()
+        self.assertIn(b"--access-key", arguments)
+        self.assertNotIn(KEY.encode(), arguments)
+        recording.process.terminate()
+        self.assertEqual(recording.finish().status, 0)
+
+    def test_signal_that_ends_the_recording_lets_its_upload_go_on(self):
+        recording = self.start_upload("-d", "60", "--no-background-upload")
+        recording.wait_until_recording()
+        recording.process.send_signal(signal.SIGINT)
+        output = recording.finish()
+        self.assertEqual(output.status, 0, output.errors)
+        self.assert_uploaded_whole()
+
+    def test_signal_while_the_server_is_asked_ends_a_recording_before_it_begins(self):
+        self.drip("recordings")
+        recording = self.start_upload("-d", "60")
+        self.assertTrue(self.dripping.wait(20))
+        recording.process.send_signal(signal.SIGINT)
+        output = recording.finish(4)
+        self.assertEqual(output.status, -signal.SIGINT)
+        self.assert_interrupted(output, "recording_failed")
+
+    def test_parents_death_ends_the_final_upload(self):
+        reading, writing = os.pipe()
+        command = shlex.join(map(str, [BINARY, "record", "-o", self.take, "-d", "1", "--no-background-upload",
+                                       "--api-base-url", self.api.url, "--recording-id", "rec"]))
+        self.drip("upload-urls")
+        shell = subprocess.Popen(["sh", "-c", f"{command} & echo $!; wait"], stdout=writing, stderr=subprocess.DEVNULL,
+                                 env=self.environment())
+        os.close(writing)
+        with open(reading, encoding="utf-8") as lines:
+            child = int(lines.readline())
+            self.assertTrue(self.dripping.wait(60))
+            shell.kill()
+            shell.wait()
+            text = lines.read()  # to the end of the program
+        self.assertTrue(text.endswith(STATUS + "failed\n"), text)
+        wait_until(lambda: not Path(f"/proc/{child}").exists(), "the end of the program", 5)
+        self.assertEqual(self.job()["lastError"], "The upload was interrupted.")
+        self.verify_contract()
 
     def test_end_comes_soon_after_the_stop(self):
         stop_file = self.work / "stop"

@@ -5,9 +5,8 @@
 #include <condition_variable>
 #include <cstddef>
 #include <exception>
-#include <fstream>
 #include <functional>
-#include <iterator>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -129,11 +128,8 @@ private:
     {
         if (const auto* bytes = std::get_if<std::string>(&request.body))
             return *bytes;
-        const auto* path = std::get_if<std::filesystem::path>(&request.body);
-        if (!path)
-            return {};
-        std::ifstream file(*path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
+        const auto* file = std::get_if<FileBelow>(&request.body);
+        return file ? readFile(*file, std::numeric_limits<std::size_t>::max()) : std::string();
     }
 
     mutable std::mutex mutex_;

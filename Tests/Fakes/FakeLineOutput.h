@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -18,6 +19,13 @@ public:
         lines_.emplace_back(line);
     }
 
+    void writeDocument(std::string_view text) override
+    {
+        if (documentError)
+            std::rethrow_exception(documentError);
+        writeLine(text);
+    }
+
     std::vector<std::string> lines() const
     {
         const std::lock_guard lock(mutex_);
@@ -33,6 +41,8 @@ public:
             result += line + "\n";
         return result;
     }
+
+    std::exception_ptr documentError; // of every document
 
 private:
     mutable std::mutex mutex_;

@@ -13,8 +13,8 @@
 
 namespace glimto {
 
-// A recording-upload API at http://api.test that keeps objects in memory and plans for every recording what
-// the real one does.
+// A recording-upload API at http://api.localhost that keeps objects in memory and plans for every recording
+// what the real one does.
 class FakeRecordingAPI {
 public:
     explicit FakeRecordingAPI(FakeHTTPTransport& transport)
@@ -49,7 +49,7 @@ public:
         return requestedKeys_;
     }
 
-    static constexpr const char* address = "http://api.test";
+    static constexpr const char* address = "http://api.localhost";
     std::string recordingState = "uploading";
 
 private:

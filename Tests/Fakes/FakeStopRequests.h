@@ -11,10 +11,12 @@ namespace glimto {
 class FakeStopRequests final : public StopRequests {
 public:
     void beginListening() override { isListening = true; }
-    void endListening() override { isListening = false; }
+    void acknowledge() override { request.reset(); }
+    void passOn() override { wasPassedOn = true; }
     std::optional<std::string> pendingRequest() override { return request; }
 
     bool isListening = false;
+    bool wasPassedOn = false; // the process would have ended, if the request was a signal
     std::optional<std::string> request;
 };
 

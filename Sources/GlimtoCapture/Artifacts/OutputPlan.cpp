@@ -1,13 +1,17 @@
 #include "Artifacts/OutputPlan.h"
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <string>
 #include <system_error>
 #include <utility>
 #include <vector>
 
+#include "Support/AtomicFile.h"
 #include "Support/Errors.h"
+#include "Support/MakeDirectories.h"
+#include "Support/StandardizedPath.h"
 
 namespace glimto {
 
@@ -15,21 +19,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::array knownProofArtifacts = {"segments", "manifest.json", "thumbnail.jpg", "events.json",
-    "result.mp4", "result.ffprobe.json", "playlist.ffprobe.json", "verification.json"};
-
 // Events of a recording that was killed. It belongs to what else that recording has left.
 constexpr const char* partialEventsName = ".events.partial";
-
-fs::path standardized(const fs::path& path)
-{
-    std::error_code error;
-    fs::path absolute = path.is_absolute() ? path : fs::current_path(error) / path;
-    if (error)
-        throw PlatformError::posix("Could not find the working directory", error.value());
-    absolute = absolute.lexically_normal();
-    return absolute.has_filename() || !absolute.has_relative_path() ? absolute : absolute.parent_path();
-}
 
 // A symbolic link counts wherever it points, even to nothing: it stands where the take's file goes.
 bool stands(const fs::path& path)
@@ -41,7 +32,7 @@ bool stands(const fs::path& path)
 std::vector<fs::path> existingProofArtifacts(const fs::path& root)
 {
     std::vector<fs::path> existing;
-    for (const char* name : knownProofArtifacts) {
+    for (const auto name : OutputPlan::artifactNames) {
         if (fs::path path = root / name; stands(path))
             existing.push_back(std::move(path));
     }
@@ -64,15 +55,26 @@ void removeArtifact(const fs::path& path)
         throw PlatformError::posix("Could not remove " + path.string(), error.value());
 }
 
-void makeDirectories(const fs::path& path)
+void removeFiles(const fs::path& directory, const std::function<bool(const std::string& name)>& isLeftover)
 {
     std::error_code error;
-    fs::create_directories(path, error);
-    // Not every library reports a file that stands in the way.
-    if (std::error_code ignored; !error && !fs::is_directory(path, ignored))
-        error = std::make_error_code(std::errc::not_a_directory);
-    if (error)
-        throw PlatformError::posix("Could not create directory " + path.string(), error.value());
+    if (!fs::is_directory(fs::symlink_status(directory, error)))
+        return;
+    for (fs::directory_iterator at(directory, error); !error && at != fs::directory_iterator();
+         at.increment(error)) {
+        std::error_code ignored;
+        if (isLeftover(at->path().filename().string()) && fs::is_regular_file(at->symlink_status(ignored)))
+            fs::remove(at->path(), ignored);
+    }
+}
+
+bool isTemporaryBesideSegments(const std::string& name)
+{
+    const auto& artifacts = OutputPlan::artifactNames;
+    const auto file = fileOfTemporary(name);
+    return (file == "upload-job.json")
+        || (file && std::find(artifacts.begin(), artifacts.end(), *file) != artifacts.end())
+        || (name.starts_with(".thumbnail-") && name.ends_with(".jpg"));
 }
 
 } // namespace
@@ -80,7 +82,7 @@ void makeDirectories(const fs::path& path)
 OutputPlan OutputPlan::forRoot(const fs::path& root)
 {
     OutputPlan plan;
-    plan.root = standardized(root);
+    plan.root = standardizedPath(root);
     plan.segmentsDirectory = plan.root / "segments";
     plan.videoSegmentsDirectory = plan.segmentsDirectory / "video";
     plan.audioSegmentsDirectory = plan.segmentsDirectory / "audio";
@@ -111,7 +113,16 @@ OutputPlan OutputPlan::prepare(const fs::path& root, bool overwrite)
     makeDirectories(plan.root);
     makeDirectories(plan.videoSegmentsDirectory);
     makeDirectories(plan.audioSegmentsDirectory);
+    plan.removeLeftovers();
     return plan;
+}
+
+void OutputPlan::removeLeftovers() const
+{
+    removeFiles(root, isTemporaryBesideSegments);
+    // In the take's own directories every temporary file is one of ours.
+    for (const auto& directory : {segmentsDirectory, videoSegmentsDirectory, audioSegmentsDirectory})
+        removeFiles(directory, [](const std::string& name) { return fileOfTemporary(name).has_value(); });
 }
 
 } // namespace glimto

@@ -1,11 +1,18 @@
 #pragma once
 
+#include <array>
 #include <filesystem>
+#include <string_view>
 
 namespace glimto {
 
 // Where every file of a take lies below the take's directory. All paths are absolute.
 struct OutputPlan {
+    // What a take and its verification may leave in its directory, in the order in which it is told.
+    static constexpr std::array<std::string_view, 8> artifactNames
+        = {"segments", "manifest.json", "thumbnail.jpg", "events.json", "result.mp4", "result.ffprobe.json",
+            "playlist.ffprobe.json", "verification.json"};
+
     std::filesystem::path root; // without "." and "..", and without a slash at the end
     std::filesystem::path segmentsDirectory; // root/segments
     std::filesystem::path videoSegmentsDirectory; // root/segments/video
@@ -15,8 +22,8 @@ struct OutputPlan {
     std::filesystem::path thumbnailURL; // root/thumbnail.jpg
     std::filesystem::path eventsURL; // root/events.json
 
-    // The plan for a take in `root`, which is made absolute against the working directory; the disk is
-    // not looked at. Throws PlatformError when there is no working directory.
+    // The plan for a take in `root`, as standardizedPath() has it, whether anything is there or not. Throws
+    // what that throws.
     static OutputPlan forRoot(const std::filesystem::path& root);
 
     // The plan for a take in `root`; nothing on the disk changes. Throws CLIError when files of an earlier
@@ -30,6 +37,10 @@ struct OutputPlan {
     // symbolic link among them goes without what it points to; nothing else is touched. Without it they make
     // this throw CLIError. Throws PlatformError (POSIX) when something cannot be removed or made.
     static OutputPlan prepare(const std::filesystem::path& root, bool overwrite);
+
+    // Removes the temporary files that a process which was killed has left in the take. The take must be in
+    // our hands. Whatever goes wrong is ignored.
+    void removeLeftovers() const;
 
     friend bool operator==(const OutputPlan&, const OutputPlan&) = default;
 };

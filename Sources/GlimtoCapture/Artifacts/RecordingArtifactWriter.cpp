@@ -47,16 +47,22 @@ std::int64_t totalBytes(const std::vector<CapturedSegment>& segments)
 
 } // namespace
 
+// Links in a take lead out of it.
+FileBelow RecordingArtifactWriter::fileOfTake(const std::filesystem::path& url) const
+{
+    return {plan.root, url.lexically_relative(plan.root).string()};
+}
+
 void RecordingArtifactWriter::writeMediaPlaylist(const std::filesystem::path& url,
     const std::string& initSegmentKey, const std::vector<CapturedSegment>& segments,
     PlaylistPlacement placement) const
 {
-    writeFileAtomically(url, mediaPlaylistText(initSegmentKey, segments, placement));
+    writeFileAtomically(fileOfTake(url), mediaPlaylistText(initSegmentKey, segments, placement));
 }
 
 void RecordingArtifactWriter::writeMasterPlaylist(int width, int height, int framesPerSecond) const
 {
-    writeFileAtomically(plan.playlistURL, masterPlaylistText(width, height, framesPerSecond));
+    writeFileAtomically(fileOfTake(plan.playlistURL), masterPlaylistText(width, height, framesPerSecond));
 }
 
 void RecordingArtifactWriter::writeManifest(const std::string& videoInitSegmentKey,

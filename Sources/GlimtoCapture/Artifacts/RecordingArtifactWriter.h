@@ -11,6 +11,7 @@
 #include "Artifacts/MediaManifest.h"
 #include "Artifacts/OutputPlan.h"
 #include "Options/RecordOptions.h"
+#include "Support/FileBelow.h"
 
 namespace glimto {
 
@@ -42,6 +43,9 @@ struct RecordingArtifactWriter {
         const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
         int height, const RecordOptions& options, const std::string& sourceDescription,
         std::chrono::system_clock::time_point createdAt) const;
+
+private:
+    FileBelow fileOfTake(const std::filesystem::path& url) const;
 };
 
 } // namespace glimto

@@ -4,6 +4,7 @@
 
 #include "CommandLine/OptionReader.h"
 #include "CommandLine/UploadDefaults.h"
+#include "Support/StandardizedPath.h"
 #include "Support/Errors.h"
 #include "Support/Text.h"
 

@@ -15,6 +15,7 @@
 #include "Support/Errors.h"
 #include "Support/JSONText.h"
 #include "Upload/RecordingUploadJobStore.h"
+#include "Upload/TaskCancellationError.h"
 #include "Upload/UploadCommand.h"
 
 namespace glimto {
@@ -31,6 +32,10 @@ int Driver::run(std::span<const std::string> arguments)
     try {
         parseAndExecute(arguments);
         return 0;
+    } catch (const UploadInterruptedError& error) {
+        outputs_.standardError.writeLine(std::string("error: ") + error.what());
+        services_.stopRequests.passOn();
+        return 1;
     } catch (...) {
         outputs_.standardError.writeLine("error: " + errorFacts(std::current_exception()).message);
         return 1;
@@ -47,7 +52,7 @@ void Driver::parseAndExecute(std::span<const std::string> arguments)
 void Driver::execute(const Command& command)
 {
     if (std::holds_alternative<HelpCommand>(command))
-        outputs_.standardOutput.writeLine(usageText());
+        outputs_.standardOutput.writeDocument(usageText());
     else if (std::holds_alternative<PermissionJSONCommand>(command))
         printPermission();
     else if (std::holds_alternative<SourcesCommand>(command))
@@ -71,7 +76,7 @@ void Driver::printPermission()
 {
     const auto permission = ScreenCapturePermissionJSON::fromPreflight(
         services_.windowSystem.access().preflightScreenCaptureAccess());
-    outputs_.standardOutput.writeLine(encodeScreenCaptureJSON(toJSON(permission)));
+    outputs_.standardOutput.writeDocument(encodeScreenCaptureJSON(toJSON(permission)));
 }
 
 void Driver::screenshot(const ScreenshotOptions& options)
@@ -131,13 +136,14 @@ void Driver::putOnClipboard(const ClipboardImageOptions& options)
 void Driver::recognizeText(const TextRecognitionOptions& options)
 {
     const auto result = TextRecognizer(services_.textRecognition).recognize(options);
-    outputs_.standardOutput.writeLine(encodeScreenCaptureJSON(toJSON(result)));
+    outputs_.standardOutput.writeDocument(encodeScreenCaptureJSON(toJSON(result)));
 }
 
 void Driver::upload(const UploadRecordingOptions& options)
 {
     SystemUploadClock clock;
-    uploadRecording(options, {services_.http, services_.textPatterns, clock, outputs_},
+    uploadRecording(options,
+        {services_.http, services_.textPatterns, clock, services_.stopRequests, outputs_},
         RecordingUploadJobStore::managedRecordingsRoot(services_.process));
 }
 

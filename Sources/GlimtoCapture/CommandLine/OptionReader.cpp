@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "CommandLine/DecimalText.h"
+#include "Support/StandardizedPath.h"
 #include "Support/Text.h"
 #include "Support/WebAddress.h"
 
@@ -40,13 +41,6 @@ std::filesystem::path absolutePath(const std::filesystem::path& path)
     if (error)
         throw PlatformError::posix("Could not find the working directory", error.value());
     return directory / path;
-}
-
-std::filesystem::path standardizedPath(const std::filesystem::path& path)
-{
-    auto standardized = absolutePath(path).lexically_normal();
-    const bool endsWithSlash = !standardized.has_filename() && standardized != standardized.root_path();
-    return endsWithSlash ? standardized.parent_path() : standardized;
 }
 
 bool OptionReader::advance()

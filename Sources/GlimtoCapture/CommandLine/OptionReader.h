@@ -20,9 +20,6 @@ namespace glimto {
 // working directory to begin from.
 std::filesystem::path absolutePath(const std::filesystem::path& path);
 
-// absolutePath() without "." and ".." pieces and without a slash at the end.
-std::filesystem::path standardizedPath(const std::filesystem::path& path);
-
 // Walks the arguments of one command from left to right: flags, each with the value that follows it.
 //
 // A value is taken whatever it looks like. All value operations read the argument after the current

@@ -1,5 +1,6 @@
 #include "CommandLine/RecordCommand.h"
 
+#include "Artifacts/OutputPlan.h"
 #include "CommandLine/OpenCommand.h"
 #include "Lifecycle/GlimtoCaptureLifecycleError.h"
 #include "Recording/ScreenSegmentRecorder.h"
@@ -61,13 +62,28 @@ void RecordCommand::announceLaunch(const RecordOptions& options) const
 void RecordCommand::recordLocally(const RecordOptions& options)
 {
     // A take that has a job may be on its way to a server: opening it says why it is not replaced.
-    if (RecordingUploadJobStore::hasJob(options.outputDirectory))
+    if (RecordingUploadJobStore::hasJob(options.outputDirectory)) {
+        tellWhatIsThere(options.outputDirectory);
         RecordingUploadJobStore(options.outputDirectory, std::nullopt, TakeUse::capturing, managedRoot());
+    }
     record(options, nullptr, nullptr);
+}
+
+// A directory with a job is recorded into only once.
+void RecordCommand::tellWhatIsThere(const std::filesystem::path& directory)
+{
+    if (const auto job = describeUploadJob(directory))
+        outputs_.standardError.writeLine("warning: " + *job);
 }
 
 void RecordCommand::recordAndUpload(const RecordOptions& options)
 {
+    services_.stopRequests.beginListening();
+    // A job that was made before the take is refused would be in the way of every later recording.
+    if (RecordingUploadJobStore::hasJob(options.outputDirectory))
+        tellWhatIsThere(options.outputDirectory);
+    else
+        OutputPlan::check(options.outputDirectory, options.overwrite);
     RecordingUploadJobStore job(options.outputDirectory, options.upload, TakeUse::capturing, managedRoot());
     recordingId_ = job.read().recordingId;
     RecordingUploadOptions uploadOptions = *options.upload;
@@ -76,7 +92,8 @@ void RecordCommand::recordAndUpload(const RecordOptions& options)
     known.upload = uploadOptions;
 
     SystemUploadClock clock;
-    RecordingUploadRun upload(uploadOptions, job, {services_.http, services_.textPatterns, clock, outputs_});
+    RecordingUploadRun upload(uploadOptions, job,
+        {services_.http, services_.textPatterns, clock, services_.stopRequests, outputs_});
     try {
         upload.start();
         record(
@@ -86,8 +103,6 @@ void RecordCommand::recordAndUpload(const RecordOptions& options)
         throw;
     }
     isUploading_ = true;
-    // The take is whole. An upload that is given up can be repeated, so a signal ends it at once.
-    services_.stopRequests.endListening();
     emitter_.emitStatus("uploading");
     const auto result = upload.complete();
     reportRecordingUploadCompletion(result, uploadOptions.apiBaseURL, outputs_.standardOutput);
@@ -97,6 +112,8 @@ void RecordCommand::record(const RecordOptions& options, const std::function<voi
     const std::function<void()>& captureFinished)
 {
     const auto metadata = ScreenSegmentRecorder(services_, outputs_).record(options, captureStarted);
+    // What ended the recording does not end the upload of the take.
+    services_.stopRequests.acknowledge();
     if (captureFinished)
         captureFinished();
     if (options.stdoutJSON)

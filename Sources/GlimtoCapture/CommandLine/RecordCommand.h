@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -29,6 +30,7 @@ private:
     void recordAndUpload(const RecordOptions& options);
     void record(const RecordOptions& options, const std::function<void()>& captureStarted,
         const std::function<void()>& captureFinished);
+    void tellWhatIsThere(const std::filesystem::path& directory);
     void reportFailure(const std::exception_ptr& error) const;
     std::optional<std::filesystem::path> managedRoot() const;
 

@@ -16,13 +16,13 @@ namespace {
 void listDisplays(const std::vector<Display>& displays, LineOutput& standardOutput)
 {
     if (displays.empty()) {
-        standardOutput.writeLine("Screens: none");
+        standardOutput.writeDocument("Screens: none");
         return;
     }
-    standardOutput.writeLine("Screens:");
+    standardOutput.writeDocument("Screens:");
     for (std::size_t index = 0; index < displays.size(); ++index) {
         const Display& display = displays[index];
-        standardOutput.writeLine("  screen:" + std::to_string(index) + " -> Display "
+        standardOutput.writeDocument("  screen:" + std::to_string(index) + " -> Display "
             + std::to_string(index + 1) + " (" + std::to_string(display.width) + "x"
             + std::to_string(display.height) + ") id=" + std::to_string(display.displayID));
     }
@@ -38,11 +38,11 @@ void listApplications(std::vector<Application> applications, LineOutput& standar
     // Strings compare by bytes, which for UTF-8 is the order of the code points.
     std::stable_sort(applications.begin(), applications.end(),
         [](const Application& a, const Application& b) { return a.applicationName < b.applicationName; });
-    standardOutput.writeLine("");
-    standardOutput.writeLine("Applications with windows:");
+    standardOutput.writeDocument("");
+    standardOutput.writeDocument("Applications with windows:");
     for (const Application& application : applications) {
-        standardOutput.writeLine("  " + singleLine(application.applicationName));
-        standardOutput.writeLine("    App ID: " + singleLine(application.bundleIdentifier));
+        standardOutput.writeDocument("  " + singleLine(application.applicationName));
+        standardOutput.writeDocument("    App ID: " + singleLine(application.bundleIdentifier));
     }
 }
 
@@ -75,7 +75,8 @@ void listSources(ShareableContentProvider& provider, LineOutput& standardOutput)
 void listWindowsJSON(ShareableContentProvider& provider, ScreenAccess& screen,
     const WindowListOptions& options, LineOutput& standardOutput)
 {
-    standardOutput.writeLine(encodeScreenCaptureJSON(toJSON(windowListPayload(provider, screen, options))));
+    standardOutput.writeDocument(
+        encodeScreenCaptureJSON(toJSON(windowListPayload(provider, screen, options))));
 }
 
 } // namespace glimto

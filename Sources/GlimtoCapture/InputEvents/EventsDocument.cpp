@@ -111,13 +111,14 @@ void encodeHeading(const EventsDocument& document, PieceWriter& out)
 
 } // namespace
 
-void encodeEventsDocument(
-    const EventsDocument& document, const std::function<void(std::string_view piece)>& write)
+void encodeEventsDocument(const EventsDocument& document,
+    const std::function<void(std::string_view piece)>& write, const std::function<bool()>& writeEarlierEvents)
 {
     PieceWriter out(write);
     encodeHeading(document, out);
     out << R"(,"cursorHidden":)" << (document.cursorHidden ? "true" : "false") << R"(,"events":[)";
-    const char* separator = "";
+    out.flush();
+    const char* separator = writeEarlierEvents && writeEarlierEvents() ? "," : "";
     for (const RecordedEvent& event : document.events) {
         out << separator;
         encodeEvent(event, out);

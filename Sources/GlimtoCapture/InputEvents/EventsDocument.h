@@ -56,8 +56,12 @@ struct EventsDocument {
 //
 //     {"version":1,"clock":{...},"display":{...},"cursorHidden":true,"events":[
 //      {"t":500.0,"k":"down","x":0.25,"y":0.5,"button":0}]}
-void encodeEventsDocument(
-    const EventsDocument& document, const std::function<void(std::string_view piece)>& write);
+//
+// `writeEarlierEvents`, if any, writes events that come before those of the document, with commas between
+// them, and returns whether there were any.
+void encodeEventsDocument(const EventsDocument& document,
+    const std::function<void(std::string_view piece)>& write,
+    const std::function<bool()>& writeEarlierEvents = nullptr);
 
 // The same in lines, so that it can grow while the recording runs: first what the document begins with,
 // but for `cursorHidden`, then one event a line.

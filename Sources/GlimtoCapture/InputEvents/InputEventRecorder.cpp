@@ -1,13 +1,12 @@
 #include "InputEvents/InputEventRecorder.h"
 
 #include <exception>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
-#include "InputEvents/PartialEventsFile.h"
 #include "Support/AtomicFile.h"
 #include "Support/Text.h"
 
@@ -26,13 +25,11 @@ InputEventRecorder::InputEventRecorder(std::filesystem::path outputURL, const Ca
     , standardError_(standardError)
     , limits_(limits)
     , track_(std::make_shared<InputEventTrack>(geometry))
+    , partialFile_(std::make_shared<PartialEventsFile>(PartialEventsFile::pathFor(outputURL_)))
     , tapThread_(
           factory, standardError, flushInterval,
           [track = track_](const InputEvent& event) { track->append(event); },
-          [track = track_,
-              file = std::make_shared<PartialEventsFile>(PartialEventsFile::pathFor(outputURL_))] {
-              file->append(*track);
-          })
+          [track = track_, file = partialFile_] { file->append(*track); })
 {
 }
 
@@ -40,7 +37,7 @@ InputEventRecorder::~InputEventRecorder()
 {
     tapThread_.stop(limits_.stop);
     if (!stopped_)
-        removePartialFile();
+        partialFile_->remove();
 }
 
 void InputEventRecorder::start()
@@ -64,7 +61,7 @@ void InputEventRecorder::stop(bool cursorHidden)
     tapThread_.stop(limits_.stop);
     try {
         write(cursorHidden);
-        removePartialFile();
+        partialFile_->remove();
     } catch (const std::exception& error) {
         standardError_.writeLine(
             singleLine(std::string("warning: failed to write events.json: ") + error.what()));
@@ -75,15 +72,13 @@ void InputEventRecorder::write(bool cursorHidden)
 {
     const EventsDocument document = track_->finish(cursorHidden);
     AtomicFile file(outputURL_);
-    encodeEventsDocument(document,
-        [&](std::string_view piece) { file.write(std::as_bytes(std::span(piece.data(), piece.size()))); });
+    const std::function<void(std::string_view)> writePiece
+        = [&](std::string_view piece) { file.write(std::as_bytes(std::span(piece.data(), piece.size()))); };
+    encodeEventsDocument(document, writePiece, [&] { return partialFile_->readEvents(writePiece); });
     file.commit();
-}
-
-void InputEventRecorder::removePartialFile() const
-{
-    std::error_code ignored;
-    std::filesystem::remove(PartialEventsFile::pathFor(outputURL_), ignored);
+    if (const std::size_t count = track_->droppedCount(); count > 0)
+        standardError_.writeLine("warning: events.json lacks " + std::to_string(count)
+            + " pointer events, for which there was no room.");
 }
 
 } // namespace glimto

@@ -9,6 +9,7 @@
 #include "Content/CaptureGeometry.h"
 #include "InputEvents/InputEventTapThread.h"
 #include "InputEvents/InputEventTrack.h"
+#include "InputEvents/PartialEventsFile.h"
 #include "Platform/EventTap.h"
 #include "Support/LineOutput.h"
 
@@ -51,13 +52,13 @@ public:
 
 private:
     void write(bool cursorHidden);
-    void removePartialFile() const;
 
     const std::filesystem::path outputURL_;
     LineOutput& standardError_;
     const Limits limits_;
     std::atomic<bool> stopped_ = false;
     std::shared_ptr<InputEventTrack> track_; // this object's and the tap thread's
+    std::shared_ptr<PartialEventsFile> partialFile_; // likewise
     InputEventTapThread tapThread_;
 };
 

@@ -95,7 +95,9 @@ void InputEventTrack::append(const InputEvent& event)
     state_.with([&](State& state) {
         if (state.finished)
             return;
-        if (state.anchor)
+        if (state.recorded.size() + state.pending.size() >= mostEvents)
+            ++state.droppedCount;
+        else if (state.anchor)
             record(*pending, state);
         else
             state.pending.push_back(*pending);
@@ -132,6 +134,20 @@ std::vector<RecordedEvent> InputEventTrack::nextEvents(std::size_t most)
         state.givenCount += count;
         return std::vector<RecordedEvent>(begin, begin + static_cast<std::ptrdiff_t>(count));
     });
+}
+
+void InputEventTrack::forgetGivenEvents()
+{
+    state_.with([](State& state) {
+        state.recorded.erase(
+            state.recorded.begin(), state.recorded.begin() + static_cast<std::ptrdiff_t>(state.givenCount));
+        state.givenCount = 0;
+    });
+}
+
+std::size_t InputEventTrack::droppedCount() const
+{
+    return state_.with([](const State& state) { return state.droppedCount; });
 }
 
 EventsDocument InputEventTrack::emptyDocument() const

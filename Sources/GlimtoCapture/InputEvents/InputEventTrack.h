@@ -33,8 +33,18 @@ public:
     // The next events, at most `most`, that no call has given before.
     std::vector<RecordedEvent> nextEvents(std::size_t most);
 
-    // Moves the events out; nothing more is appended. Events that still wait for an anchor are lost.
+    // The events that nextEvents() has given are kept elsewhere.
+    void forgetGivenEvents();
+
+    // Moves the events out that were not forgotten; nothing more is appended. Events that still wait for an
+    // anchor are lost.
     EventsDocument finish(bool cursorHidden);
+
+    // How many events were dropped because so many are held already: half an hour of a pointer that never
+    // rests, for which nobody else had room.
+    std::size_t droppedCount() const;
+
+    static constexpr std::size_t mostEvents = 1 << 20; // about 56 MiB
 
 private:
     // An event that waits for the anchor.
@@ -53,6 +63,7 @@ private:
         std::deque<PendingEvent> pending;
         std::deque<RecordedEvent> recorded;
         std::size_t givenCount = 0; // of recorded, by nextEvents()
+        std::size_t droppedCount = 0;
         bool finished = false;
     };
 

@@ -1,5 +1,7 @@
 #include "InputEvents/PartialEventsFile.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -7,12 +9,38 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "Support/Errors.h"
+
 namespace glimto {
 
 namespace {
 
 // So many are in memory twice for a moment.
 constexpr std::size_t mostEventsAtOnce = 4096;
+
+bool writeAll(int descriptor, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t count = ::write(descriptor, text.data(), text.size());
+        if (count >= 0)
+            text.remove_prefix(static_cast<std::size_t>(count));
+        else if (errno != EINTR)
+            return false;
+    }
+    return true;
+}
+
+// Writes what `encode` makes, piece by piece. Absent when the disk takes no more.
+template <typename Encode> std::optional<std::size_t> writePieces(int descriptor, Encode&& encode)
+{
+    std::size_t bytes = 0;
+    bool isWritten = true;
+    encode([&](std::string_view piece) {
+        isWritten = isWritten && writeAll(descriptor, piece);
+        bytes += piece.size();
+    });
+    return isWritten ? std::optional(bytes) : std::nullopt;
+}
 
 } // namespace
 
@@ -28,47 +56,89 @@ std::filesystem::path PartialEventsFile::pathFor(const std::filesystem::path& ev
 
 void PartialEventsFile::append(InputEventTrack& track)
 {
-    while (!isGivenUp_) {
-        const auto heading = track.heading();
-        if (!heading)
-            return;
-        const auto events = track.nextEvents(mostEventsAtOnce);
-        if (events.empty())
-            return;
-        const auto writePiece = [this](std::string_view piece) { write(piece); };
-        if (!descriptor_) {
-            constexpr mode_t mode = 0644;
-            ::unlink(path_.c_str()); // nothing is followed, opened or waited for that lies there
-            descriptor_
-                = FileDescriptor(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-            if (!descriptor_)
-                return giveUp();
-            encodeEventsHeading(*heading, writePiece);
+    state_.with([&](State& state) {
+        while (!state.isGivenUp) {
+            const auto heading = track.heading();
+            if (!heading)
+                return;
+            const auto events = track.nextEvents(mostEventsAtOnce);
+            if (events.empty())
+                return;
+            const bool isOpen = state.descriptor || open(*heading, state);
+            const auto bytes = isOpen ? writePieces(state.descriptor.get(),
+                                   [&](const auto& write) { encodeEventLines(events, write); })
+                                      : std::nullopt;
+            if (bytes) {
+                state.wholeBytes += *bytes;
+                track.forgetGivenEvents();
+            } else {
+                state.isGivenUp = true;
+                cutToWholeLines(state);
+            }
         }
-        encodeEventLines(events, writePiece);
-    }
+    });
 }
 
-void PartialEventsFile::write(std::string_view text)
+// A full disk has better uses for half a line. Where it cannot be cut off, it is not read either.
+void PartialEventsFile::cutToWholeLines(State& state)
 {
-    while (!text.empty() && !isGivenUp_) {
-        const ssize_t count = ::write(descriptor_.get(), text.data(), text.size());
-        if (count >= 0)
-            text.remove_prefix(static_cast<std::size_t>(count));
-        else if (errno != EINTR)
-            giveUp();
-    }
-}
-
-// A full disk has better uses for the room.
-void PartialEventsFile::giveUp()
-{
-    isGivenUp_ = true;
-    if (!descriptor_)
+    if (state.descriptor && ::ftruncate(state.descriptor.get(), static_cast<off_t>(state.wholeBytes)) != 0)
         return;
-    descriptor_.close();
+}
+
+bool PartialEventsFile::open(const EventsDocument& heading, State& state) const
+{
+    constexpr mode_t mode = 0666;
+    state.descriptor
+        = FileDescriptor(::open(path_.c_str(), O_RDWR | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    if (!state.descriptor)
+        return false;
+    state.isOurs = true;
+    const auto bytes = writePieces(
+        state.descriptor.get(), [&](const auto& write) { encodeEventsHeading(heading, write); });
+    if (!bytes) {
+        state.descriptor.close();
+        removeFile(state);
+        return false;
+    }
+    state.headingBytes = *bytes;
+    state.wholeBytes = *bytes;
+    return true;
+}
+
+bool PartialEventsFile::readEvents(const std::function<void(std::string_view piece)>& write)
+{
+    return state_.with([&](const State& state) {
+        if (state.wholeBytes == state.headingBytes)
+            return false;
+        const std::size_t end = state.wholeBytes - 1; // without the last line break
+        std::array<char, 65536> piece; // NOLINT(cppcoreguidelines-pro-type-member-init)
+        for (std::size_t at = state.headingBytes; at < end;) {
+            const auto wanted = std::min(piece.size(), end - at);
+            const ssize_t count
+                = ::pread(state.descriptor.get(), piece.data(), wanted, static_cast<off_t>(at));
+            if (count < 0 && errno == EINTR)
+                continue;
+            if (count <= 0)
+                throw PlatformError::posix("Could not read " + path_.string(), count < 0 ? errno : EIO);
+            std::replace(piece.begin(), piece.begin() + count, '\n', ',');
+            write(std::string_view(piece.data(), static_cast<std::size_t>(count)));
+            at += static_cast<std::size_t>(count);
+        }
+        return true;
+    });
+}
+
+void PartialEventsFile::remove()
+{
+    state_.with([this](State& state) { removeFile(state); });
+}
+
+void PartialEventsFile::removeFile(State& state) const
+{
     std::error_code ignored;
-    std::filesystem::remove(path_, ignored);
+    if (std::exchange(state.isOurs, false))
+        std::filesystem::remove(path_, ignored);
 }
 
 } // namespace glimto

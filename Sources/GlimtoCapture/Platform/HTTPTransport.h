@@ -3,13 +3,14 @@
 #include <chrono>
 #include <cstddef>
 #include <exception>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "Support/FileBelow.h"
 
 namespace glimto {
 
@@ -22,8 +23,9 @@ struct HTTPRequest {
     // Sent only to the origin (scheme, host and port) of `url`, also when a redirect leads elsewhere.
     HTTPHeaders originHeaders;
     // None, bytes in memory, or a file that is read while it is sent.
-    std::variant<std::monostate, std::string, std::filesystem::path> body;
+    std::variant<std::monostate, std::string, FileBelow> body;
     std::chrono::seconds timeout{60}; // without any progress
+    std::chrono::seconds deadline{120}; // for all of it, redirects included
     std::size_t mostResponseBytes = 8 << 20; // a longer body is an error
 };
 

@@ -5,8 +5,8 @@
 
 namespace glimto {
 
-// Wishes from outside to end a recording well: a termination signal, or the end of the parent that
-// reads our output.
+// Wishes from outside to end a recording or an upload well: a termination signal, or the end of the parent
+// that reads our output.
 class StopRequests {
 public:
     virtual ~StopRequests() = default;
@@ -14,9 +14,13 @@ public:
     // From here on signals are noted instead of ending the process.
     virtual void beginListening() = 0;
 
-    // From here on signals do what they did before beginListening(). What was noted stays noted. Does
-    // nothing when nobody listens.
-    virtual void endListening() = 0;
+    // The request that pends has been followed: from here on only a later signal counts. An end of the
+    // parent is for good.
+    virtual void acknowledge() = 0;
+
+    // Ends the process by the signal that is the pending request, so that who started us sees it. Returns
+    // when there is none.
+    virtual void passOn() = 0;
 
     // The line that tells of the first wish, such as "Interrupt received; finishing recording"; absent
     // while there is none. Cheap: called at every round of the wait loop.

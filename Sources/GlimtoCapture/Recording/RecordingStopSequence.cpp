@@ -52,6 +52,8 @@ CapturedTracks finishWriter(
                     mixer->finish();
                 return writer->finish();
             });
+    } catch (const StopTimeoutError&) {
+        throw;
     } catch (const CLIError&) {
         // A stream that failed in the last moment is why there were no frames.
         if (const auto cause = take.output->stoppedWithError())
@@ -94,6 +96,8 @@ void writeArtifacts(const RecordOptions& options, const RecordingTake& take, con
 {
     try {
         writePlaylistsAndManifest(options, take, tracks);
+        // From here on the take is said to be complete.
+        take.directories.value().sync();
     } catch (const std::exception& error) {
         throw GlimtoCaptureLifecycleError("finalization_failed", errorFacts(error));
     }

@@ -192,7 +192,9 @@ void ScreenSegmentRecorder::start(const RecordOptions& options, RecordingTake& t
     // Before the picture, so that there is sound from the first frame on.
     if (take.systemAudio)
         take.systemAudio->start(take.output->systemAudioHandlers());
-    take.directories.emplace(options.outputDirectory);
+    TakeDirectories directories(options.outputDirectory);
+    directories.claim();
+    take.directories = std::move(directories);
     take.plan = OutputPlan::prepare(options.outputDirectory, options.overwrite);
     captureStart.run(
         false,

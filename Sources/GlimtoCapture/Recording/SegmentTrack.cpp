@@ -58,7 +58,7 @@ struct SegmentTrack::Files {
     void writeInitializationSegment(const Bytes& data)
     {
         const std::string key = keyPrefix + "init.mp4";
-        if (!hasFailed && attempt([&] { writeFileAtomically(root / key, data); }))
+        if (!hasFailed && attempt([&] { writeFileAtomically(FileBelow{root, key}, data); }))
             outcome.with([&](Outcome& state) { state.initializationSegmentKey = key; });
     }
 
@@ -69,7 +69,8 @@ struct SegmentTrack::Files {
         const bool isWritten = attempt([&] {
             // The index is taken only when the segment turns out to count.
             if (!unfinished)
-                unfinished = std::make_unique<AtomicFile>(root / (keyPrefix + segmentFileName(nextIndex)));
+                unfinished
+                    = std::make_unique<AtomicFile>(FileBelow{root, keyPrefix + segmentFileName(nextIndex)});
             unfinished->write(data);
         });
         // What cannot be completed should not keep a full disk full.

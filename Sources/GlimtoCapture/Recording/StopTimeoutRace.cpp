@@ -8,7 +8,7 @@ namespace glimto {
 
 std::exception_ptr stopTimeoutError(double seconds, const std::string& stage)
 {
-    return std::make_exception_ptr(CLIError("Stopping capture timed out after "
+    return std::make_exception_ptr(StopTimeoutError("Stopping capture timed out after "
         + std::to_string(static_cast<long long>(seconds)) + "s at stage: " + stage));
 }
 

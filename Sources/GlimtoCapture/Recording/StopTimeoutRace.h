@@ -5,12 +5,19 @@
 #include <string>
 #include <utility>
 
+#include "Support/Errors.h"
 #include "Support/FirstOutcome.h"
 #include "Support/SerialQueue.h"
 
 namespace glimto {
 
-// "Stopping capture timed out after <seconds, truncated>s at stage: <stage>", as a CLIError.
+// A stage of the end took too long. Told as a CLIError.
+class StopTimeoutError : public CLIError {
+public:
+    using CLIError::CLIError;
+};
+
+// "Stopping capture timed out after <seconds, truncated>s at stage: <stage>", as a StopTimeoutError.
 std::exception_ptr stopTimeoutError(double seconds, const std::string& stage);
 
 // Two runners, one finish: a stage's end and the end of its time.

@@ -31,7 +31,7 @@ void writeThumbnail(const PixelBuffer& pixels, const std::filesystem::path& outp
 
     std::optional<AtomicFile> file;
     try {
-        file.emplace(outputURL, outputURL.parent_path() / (".thumbnail-" + makeUUID() + ".jpg"));
+        file.emplace(FileBelow::of(outputURL), ".thumbnail-" + makeUUID() + ".jpg");
     } catch (const PlatformError&) {
         throw CLIError("could not create thumbnail JPEG destination");
     }

@@ -26,12 +26,44 @@ void createParentDirectory(const std::filesystem::path& path)
         throw PlatformError::posix("Could not create directory " + directory.string(), error.value());
 }
 
-// Who may write anywhere would take /dev/null from everybody else.
-bool isDevice(const std::filesystem::path& path)
+namespace fs = std::filesystem;
+
+// Whether `path` is one of the names that systems have for files which a process has open, such as
+// /dev/stdout.
+bool isNameOfOpenFile(const fs::path& path)
+{
+    constexpr int mostLinks = 40;
+    std::error_code error;
+    fs::path place = fs::absolute(path, error);
+    for (int count = 0; count < mostLinks && fs::is_symlink(place, error); ++count) {
+        const fs::path directory = fs::weakly_canonical(place.parent_path(), error);
+        const std::string name = (directory / place.filename()).string();
+        if (name.starts_with("/dev/") || name.starts_with("/proc/"))
+            return true;
+        place = directory / fs::read_symlink(place, error);
+    }
+    return false;
+}
+
+// What stands at `path` or is linked there, if it is nothing that a picture may replace: who may write
+// anywhere would take /dev/null from everybody else.
+std::optional<std::string> irreplaceable(const fs::path& path)
 {
     std::error_code ignored;
-    const auto type = std::filesystem::symlink_status(path, ignored).type();
-    return type == std::filesystem::file_type::character || type == std::filesystem::file_type::block;
+    switch (fs::status(path, ignored).type()) {
+    case fs::file_type::fifo:
+        return "a pipe";
+    case fs::file_type::socket:
+        return "a socket";
+    case fs::file_type::character:
+    case fs::file_type::block:
+        return "a device";
+    default:
+        break;
+    }
+    if (isNameOfOpenFile(path))
+        return "a file that is open";
+    return std::nullopt;
 }
 
 PlatformError noDestination(const std::filesystem::path& path)
@@ -60,8 +92,8 @@ void ScreenshotFile::writePNG(const PixelBuffer& image, const std::filesystem::p
     if (std::filesystem::is_directory(path, ignored))
         throw screenshotError(
             ScreenshotFailure::outputIsDirectory, "Screenshot output path is a directory: " + path.string());
-    if (isDevice(path)) {
-        standardError_.writeLine("warning: " + path.string() + " is a device, which is not replaced.");
+    if (const auto what = irreplaceable(path)) {
+        standardError_.writeLine("warning: " + path.string() + " is " + *what + ", which is not replaced.");
         throw noDestination(path);
     }
     createParentDirectory(path);
@@ -76,7 +108,7 @@ void ScreenshotFile::writePNG(const PixelBuffer& image, const std::filesystem::p
     const RemovedOnSignal guard(temporaryPath);
     std::optional<AtomicFile> file;
     try {
-        file.emplace(path, temporaryPath);
+        file.emplace(FileBelow::of(path), temporaryPath.filename().string());
     } catch (const PlatformError& error) {
         standardError_.writeLine("warning: " + std::string(error.what()));
         throw noDestination(path);

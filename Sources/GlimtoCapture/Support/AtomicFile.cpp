@@ -1,7 +1,7 @@
 #include "Support/AtomicFile.h"
 
-#include <atomic>
 #include <cerrno>
+#include <random>
 #include <string>
 #include <utility>
 
@@ -14,41 +14,60 @@ namespace glimto {
 
 namespace {
 
-std::filesystem::path temporaryPathFor(const std::filesystem::path& path)
-{
-    static std::atomic<unsigned> counter = 0;
-    return path.parent_path()
-        / ("." + path.filename().string() + "." + std::to_string(::getpid()) + "-" + std::to_string(counter++)
-            + ".tmp");
-}
+constexpr std::string_view temporaryEnd = ".tmp";
+constexpr std::string_view digits = "0123456789abcdef";
+constexpr std::size_t randomDigits = 16;
 
-[[noreturn]] void throwWriteError(const std::filesystem::path& path, int errorNumber)
+// Random, because process numbers repeat: in a container every run may have the same one.
+std::string temporaryNameFor(const std::string& name)
 {
-    throw PlatformError::posix("Could not write " + path.string(), errorNumber);
+    std::random_device random;
+    std::string temporary = "." + name + ".";
+    for (std::size_t count = 0; count < randomDigits; ++count)
+        temporary += digits[random() % digits.size()];
+    return temporary.append(temporaryEnd);
 }
 
 } // namespace
 
-AtomicFile::AtomicFile(std::filesystem::path path)
-    : AtomicFile(path, temporaryPathFor(path))
+AtomicFile::AtomicFile(FileBelow file, FileReaders readers)
+    : AtomicFile(file, temporaryNameFor(file.lastName()), readers)
 {
 }
 
-AtomicFile::AtomicFile(std::filesystem::path path, std::filesystem::path temporaryPath)
-    : path_(std::move(path))
-    , temporaryPath_(std::move(temporaryPath))
-    , descriptor_(::open(temporaryPath_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0644))
+AtomicFile::AtomicFile(const std::filesystem::path& path)
+    : AtomicFile(FileBelow::of(path))
 {
+}
+
+AtomicFile::AtomicFile(FileBelow file, std::string temporaryName, FileReaders readers)
+    : file_(std::move(file))
+    , name_(file_.lastName())
+    , temporaryName_(std::move(temporaryName))
+{
+    try {
+        directory_ = openDirectoryOf(file_);
+    } catch (const PlatformError& error) {
+        fail(static_cast<int>(error.code()));
+    }
+    const mode_t mode = readers == FileReaders::owner ? 0600 : 0666;
+    descriptor_ = FileDescriptor(::openat(directory_.get(), temporaryName_.c_str(),
+        O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
     if (!descriptor_)
-        throwWriteError(path_, errno);
+        fail(errno);
 }
 
 AtomicFile::~AtomicFile()
 {
-    if (!temporaryPath_.empty()) {
+    if (!temporaryName_.empty()) {
         descriptor_.close();
-        ::unlink(temporaryPath_.c_str());
+        ::unlinkat(directory_.get(), temporaryName_.c_str(), 0);
     }
+}
+
+void AtomicFile::fail(int errorNumber) const
+{
+    throw PlatformError::posix("Could not write " + file_.path().string(), errorNumber);
 }
 
 void AtomicFile::write(std::span<const std::byte> data)
@@ -58,7 +77,7 @@ void AtomicFile::write(std::span<const std::byte> data)
         if (written < 0) {
             if (errno == EINTR)
                 continue;
-            throwWriteError(path_, errno);
+            fail(errno);
         }
         size_ += static_cast<std::size_t>(written);
         data = data.subspan(static_cast<std::size_t>(written));
@@ -70,29 +89,54 @@ void AtomicFile::finish()
     if (!descriptor_)
         return;
     if (::fsync(descriptor_.get()) != 0)
-        throwWriteError(path_, errno);
+        fail(errno);
     if (const int errorNumber = descriptor_.close(); errorNumber != 0)
-        throwWriteError(path_, errorNumber);
+        fail(errorNumber);
 }
 
 void AtomicFile::commit()
 {
     finish();
-    if (::rename(temporaryPath_.c_str(), path_.c_str()) != 0)
-        throwWriteError(path_, errno);
-    temporaryPath_.clear();
+    if (::renameat(directory_.get(), temporaryName_.c_str(), directory_.get(), name_.c_str()) != 0)
+        fail(errno);
+    temporaryName_.clear();
 }
 
-void writeFileAtomically(const std::filesystem::path& path, std::span<const std::byte> data)
+void syncDirectory(const std::filesystem::path& directory)
 {
-    AtomicFile file(path);
-    file.write(data);
-    file.commit();
+    const FileDescriptor descriptor(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // Some file systems have nothing to flush and say so.
+    if (!descriptor || (::fsync(descriptor.get()) != 0 && errno != EINVAL && errno != ENOTSUP))
+        throw PlatformError::posix("Could not flush " + directory.string(), errno);
+}
+
+std::optional<std::string> fileOfTemporary(std::string_view name)
+{
+    constexpr std::size_t endLength = 1 + randomDigits + temporaryEnd.size();
+    if (name.size() < 2 + endLength || name.front() != '.' || !name.ends_with(temporaryEnd))
+        return std::nullopt;
+    const auto file = name.substr(1, name.size() - 1 - endLength);
+    const auto number = name.substr(1 + file.size() + 1, randomDigits);
+    if (name[1 + file.size()] != '.' || number.find_first_not_of(digits) != std::string_view::npos)
+        return std::nullopt;
+    return std::string(file);
+}
+
+void writeFileAtomically(const FileBelow& file, std::span<const std::byte> data, FileReaders readers)
+{
+    AtomicFile atomic(file, readers);
+    atomic.write(data);
+    atomic.commit();
+}
+
+void writeFileAtomically(const FileBelow& file, std::string_view text, FileReaders readers)
+{
+    writeFileAtomically(file, std::as_bytes(std::span(text.data(), text.size())), readers);
 }
 
 void writeFileAtomically(const std::filesystem::path& path, std::string_view text)
 {
-    writeFileAtomically(path, std::as_bytes(std::span(text.data(), text.size())));
+    writeFileAtomically(FileBelow::of(path), text);
 }
 
 } // namespace glimto

@@ -9,7 +9,19 @@ namespace glimto {
 
 FileLockOutcome FileLock::tryAcquire(const std::filesystem::path& path, FileLock& lock)
 {
-    FileDescriptor descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    return acquire(
+        FileDescriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600)), lock);
+}
+
+FileLockOutcome FileLock::tryAcquireDirectory(const std::filesystem::path& path, FileLock& lock)
+{
+    const auto outcome
+        = acquire(FileDescriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)), lock);
+    return outcome == FileLockOutcome::couldNotLock ? FileLockOutcome::acquired : outcome;
+}
+
+FileLockOutcome FileLock::acquire(FileDescriptor descriptor, FileLock& lock)
+{
     if (!descriptor)
         return FileLockOutcome::couldNotOpen;
     int result = 0;

@@ -16,7 +16,13 @@ public:
     // `lock` is set only when the outcome is `acquired`.
     static FileLockOutcome tryAcquire(const std::filesystem::path& path, FileLock& lock);
 
+    // The same for a directory that exists, in which nothing is made for it. A file system that cannot lock
+    // directories counts as `acquired`.
+    static FileLockOutcome tryAcquireDirectory(const std::filesystem::path& path, FileLock& lock);
+
 private:
+    static FileLockOutcome acquire(FileDescriptor descriptor, FileLock& lock);
+
     FileDescriptor descriptor_;
 };
 

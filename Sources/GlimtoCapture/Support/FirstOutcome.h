@@ -40,8 +40,17 @@ public:
         }
     }
 
-    // Waits for an outcome for at most `limit`; false when there was none.
-    bool waitFor(std::chrono::nanoseconds limit) { return result_.waitFor(limit, isThere); }
+    // Waits for an outcome for at most `limit`; false when there was none. Time during which the process was
+    // stopped (SIGSTOP) does not count, as nobody could have settled it then.
+    bool waitFor(std::chrono::nanoseconds limit)
+    {
+        constexpr std::chrono::nanoseconds slice = std::chrono::milliseconds(100);
+        for (; limit > slice; limit -= slice) {
+            if (result_.waitFor(slice, isThere))
+                return true;
+        }
+        return result_.waitFor(limit, isThere);
+    }
 
     // The first outcome: returns its value, which only one caller may take, or throws its error. Waits
     // until there is one, so somebody must be bound to settle it.

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Support/Errors.h"
+#include "Support/Text.h"
 
 namespace glimto {
 
@@ -12,11 +13,18 @@ namespace {
 
 constexpr int deepestNesting = 100;
 
-// How deep objects and arrays are nested; the text need not be valid.
-int nestingDepth(std::string_view text)
+constexpr std::size_t mostValues = 1'000'000;
+
+struct JSONShape {
+    int depth = 0; // of nested objects and arrays
+    std::size_t values = 0; // at least as many as there are
+};
+
+// The text need not be valid.
+JSONShape shapeOf(std::string_view text)
 {
     int depth = 0;
-    int deepest = 0;
+    JSONShape shape;
     bool isInString = false;
     for (std::size_t at = 0; at < text.size(); ++at) {
         const char character = text[at];
@@ -27,12 +35,15 @@ int nestingDepth(std::string_view text)
         } else if (character == '"') {
             isInString = true;
         } else if (character == '{' || character == '[') {
-            deepest = std::max(deepest, ++depth);
+            shape.depth = std::max(shape.depth, ++depth);
+            ++shape.values;
         } else if (character == '}' || character == ']') {
             --depth;
+        } else if (character == ',') {
+            ++shape.values;
         }
     }
-    return deepest;
+    return shape;
 }
 
 [[noreturn]] void throwUnreadable(const std::string& source, const std::string& reason)
@@ -47,8 +58,11 @@ constexpr double largestWholeDouble = 9007199254740992.0;
 
 nlohmann::json parseJSON(std::string_view text, const std::string& source)
 {
-    if (nestingDepth(text) > deepestNesting)
+    const JSONShape shape = shapeOf(text);
+    if (shape.depth > deepestNesting)
         throwUnreadable(source, "its JSON is nested too deeply.");
+    if (shape.values > mostValues)
+        throwUnreadable(source, "its JSON holds too many values.");
     try {
         return nlohmann::json::parse(text);
     } catch (const nlohmann::json::parse_error& error) {
@@ -74,7 +88,7 @@ JSONFields::JSONFields(const nlohmann::json& object, std::string source, std::st
 
 void JSONFields::fail(const std::string& key, const std::string& what) const
 {
-    throwUnreadable(source_, path_ + key + " " + what + ".");
+    throwUnreadable(source_, excerpt(path_ + key) + " " + what + "."); // a key may be the server's
 }
 
 bool JSONFields::has(const char* key) const

@@ -15,7 +15,9 @@ namespace glimto {
 
 // JSON (RFC 8259) from a file or a server, which may hold anything. `source` names it in errors, such as
 // "manifest.json". Throws PlatformError (domain "JSON") when it is not valid, not UTF-8, or nested
-// deeper than 100 levels. No error quotes the text, which may hold secrets.
+// deeper than 100 levels, or holds more than a million values. A value takes up to 130 bytes of memory beside
+// its text, so this bounds what a text of "{},{},{}" can cost. No error quotes the text, which may hold
+// secrets.
 nlohmann::json parseJSON(std::string_view text, const std::string& source);
 
 // Reads the fields of one JSON object. A field that is missing or of another type throws PlatformError

@@ -6,7 +6,7 @@
 
 namespace glimto {
 
-// One line, keys sorted, slashes not escaped. Throws CLIError
+// One line, keys sorted, slashes not escaped; no control character stands in it. Throws CLIError
 // "Could not encode ScreenCaptureKit JSON as UTF-8." when a string is not valid UTF-8.
 std::string encodeScreenCaptureJSON(const nlohmann::json& value);
 

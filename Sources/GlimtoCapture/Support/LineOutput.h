@@ -10,8 +10,14 @@ public:
     virtual ~LineOutput() = default;
 
     // Writes `line` and one newline in one piece, at once; lines of several threads never mix. A
-    // reader that went away is not an error: the line is dropped. `line` may hold newlines of its own.
+    // reader that went away is not an error: the line is dropped. Control characters become spaces, as in
+    // singleLine().
+    // It is also dropped, after a while, when nobody reads.
     virtual void writeLine(std::string_view line) = 0;
+
+    // Writes what a command was run for, as it is and with one newline, whose reader may be a pager: waits
+    // for it as long as it takes. Throws PlatformError (POSIX) when it cannot be written.
+    virtual void writeDocument(std::string_view text) = 0;
 };
 
 // The two streams every part of the program speaks through.

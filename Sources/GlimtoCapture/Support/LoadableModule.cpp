@@ -7,6 +7,7 @@
 
 #include "Support/Errors.h"
 #include "Support/ModuleTable.h"
+#include "Support/OthersAccess.h"
 
 namespace glimto {
 
@@ -31,6 +32,11 @@ void* openModule(const std::string& fileName, const std::vector<std::filesystem:
         const auto path = directory / fileName;
         if (!std::filesystem::exists(path, ignored))
             continue;
+        for (const auto& place : {directory, path}) {
+            // Who owns the program's own directory could have replaced the program.
+            if (mayBeOthers(place, directories.front()))
+                throwUnavailable(purpose, "other users may write to " + place.string() + ".");
+        }
         if (void* module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
             return module;
         throwUnavailable(purpose, lastLoaderError());

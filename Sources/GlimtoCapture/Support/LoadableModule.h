@@ -20,8 +20,9 @@ struct ModuleTable;
 // open as long as the process lives.
 class LoadableModule {
 public:
-    // `fileName` is looked for in `directories`, in order. `purpose` begins the error when the module is
-    // needed and cannot be had: "The media encoder".
+    // `fileName` is looked for in `directories`, in order, the first of which is the program's own; what lies
+    // where another user could have put it is refused. `purpose` begins the error when the module is needed
+    // and cannot be had: "The media encoder".
     LoadableModule(std::string fileName, std::vector<std::filesystem::path> directories, std::string purpose);
 
     // Opens the module on another thread, so that it is there when it is needed. Where that thread cannot be

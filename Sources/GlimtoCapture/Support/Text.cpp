@@ -42,6 +42,13 @@ CodePoint decode(std::string_view text)
     return {};
 }
 
+// Controls of ISO/IEC 6429, C0 and C1, but the tab, and the separators of lines and paragraphs.
+bool isControl(std::uint32_t value)
+{
+    return (value < 0x20 && value != '\t') || (value >= 0x7F && value <= 0x9F) || value == 0x2028
+        || value == 0x2029;
+}
+
 bool isWhitespaceOrNewline(std::uint32_t value)
 {
     return (value >= 0x09 && value <= 0x0D) || value == 0x20 || value == 0x85 || value == 0xA0
@@ -96,15 +103,24 @@ std::string validUTF8(std::string_view text)
 
 std::string singleLine(std::string_view text)
 {
-    std::string result(text);
-    std::replace_if(
-        result.begin(), result.end(),
-        [](char character) {
-            const auto value = static_cast<unsigned char>(character);
-            return (value < 0x20 && value != '\t') || value == 0x7F;
-        },
-        ' ');
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        const CodePoint point = decode(text.substr(at));
+        const std::size_t length = std::max<std::size_t>(point.length, 1);
+        if (point.length != 0 && isControl(point.value))
+            result += ' ';
+        else
+            result += text.substr(at, length);
+        at += length;
+    }
     return result;
+}
+
+std::string excerpt(std::string_view text)
+{
+    constexpr std::size_t longest = 2000;
+    return prefixOfCodePoints(singleLine(text), longest);
 }
 
 std::string shortestDecimal(double value)

@@ -17,9 +17,13 @@ std::optional<std::string> trimmedNonEmpty(const std::optional<std::string>& tex
 // U+FFFD. Valid text comes back unchanged.
 std::string validUTF8(std::string_view text);
 
-// `text` with every ASCII control character but the tab as a space. Titles, names and paths may hold line
-// breaks, behind which anything could pass for a line of ours.
+// `text` with every control character (C0 but the tab, DEL, C1) and line separator as a space. Titles, names
+// and paths may hold line breaks, behind which anything could pass for a line of ours, and commands to the
+// terminal. Bytes that are no UTF-8 stay.
 std::string singleLine(std::string_view text);
+
+// The first 2000 code points of singleLine(), for texts of somebody who may have written a book.
+std::string excerpt(std::string_view text);
 
 // Shortest decimal form that reads back as the same double, with at least one decimal: 5.0 gives
 // "5.0", 0.1 gives "0.1". Very large and very small values use an exponent: "1e+20".

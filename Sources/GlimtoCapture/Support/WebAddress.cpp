@@ -92,6 +92,13 @@ std::string percentDecoded(std::string_view text)
     return result;
 }
 
+// Nothing when there is no scheme.
+std::string_view withoutScheme(std::string_view address)
+{
+    const std::size_t schemeEnd = address.find("://");
+    return schemeEnd == std::string_view::npos ? std::string_view() : address.substr(schemeEnd + 3);
+}
+
 } // namespace
 
 bool isWebAddress(std::string_view text)
@@ -141,12 +148,23 @@ std::string appendingPathSegments(std::string_view address, std::initializer_lis
     return result;
 }
 
+std::string hostOfWebAddress(std::string_view address)
+{
+    std::string_view rest = withoutScheme(address);
+    rest = rest.substr(0, std::min(rest.find_first_of("/?#"), rest.size()));
+    if (const std::size_t userEnd = rest.rfind('@'); userEnd != std::string_view::npos)
+        rest.remove_prefix(userEnd + 1);
+    const std::size_t addressEnd = rest.starts_with('[') ? std::min(rest.find(']'), rest.size()) : 0;
+    std::string host(rest.substr(0, std::min(rest.find(':', addressEnd), rest.size())));
+    std::transform(host.begin(), host.end(), host.begin(), [](char character) {
+        return character >= 'A' && character <= 'Z' ? static_cast<char>(character | 0x20) : character;
+    });
+    return host;
+}
+
 std::string pathOfWebAddress(std::string_view address)
 {
-    const std::size_t schemeEnd = address.find("://");
-    if (schemeEnd == std::string_view::npos)
-        return {};
-    const std::string_view rest = address.substr(schemeEnd + 3);
+    const std::string_view rest = withoutScheme(address);
     const std::size_t pathEnd = std::min(rest.find_first_of("?#"), rest.size());
     const std::size_t pathBegin = std::min(rest.find('/'), pathEnd);
     return percentDecoded(rest.substr(pathBegin, pathEnd - pathBegin));

@@ -18,6 +18,9 @@ std::string percentEncodedPathSegment(std::string_view text);
 // Example: "http://host:3000/" and {"recordings", "a b"} give "http://host:3000/recordings/a%20b".
 std::string appendingPathSegments(std::string_view address, std::initializer_list<std::string_view> segments);
 
+// The host of a web address in lower case, an IPv6 address in its brackets: "http://a@B:1/c" gives "b".
+std::string hostOfWebAddress(std::string_view address);
+
 // The path of a web address with its percent-encoding undone, without query and fragment.
 std::string pathOfWebAddress(std::string_view address);
 

@@ -16,7 +16,7 @@ constexpr std::string_view segmentsPrefix = "segments/";
 // Keys come from servers, and a line break in one must not make two lines of an error.
 [[noreturn]] void fail(std::string_view message, std::string_view key)
 {
-    throw CLIError(std::string(message) + singleLine(key));
+    throw CLIError(std::string(message) + excerpt(key));
 }
 
 std::vector<std::string_view> piecesBetweenSlashes(std::string_view text)
@@ -96,22 +96,14 @@ std::vector<std::string> plannedRelativeUploadKeys(const UploadInstructions& ins
     return {keys.begin(), keys.end()};
 }
 
-std::filesystem::path fileURL(const std::filesystem::path& root, std::string_view relativeKey)
+FileBelow fileURL(const std::filesystem::path& root, std::string_view relativeKey)
 {
-    std::filesystem::path path = root;
+    FileBelow file{root, ""};
     for (const auto piece : piecesBetweenSlashes(relativeKey)) {
         if (!piece.empty())
-            path /= piece;
+            file.name.append(file.name.empty() ? "" : "/").append(piece);
     }
-    return path;
-}
-
-bool mayBelongToTake(std::string_view relativeKey)
-{
-    const auto pieces = piecesBetweenSlashes(relativeKey);
-    const bool isHidden = std::any_of(
-        pieces.begin(), pieces.end(), [](std::string_view piece) { return piece.starts_with('.'); });
-    return !isHidden && relativeKey != "upload-job.json";
+    return file;
 }
 
 } // namespace glimto

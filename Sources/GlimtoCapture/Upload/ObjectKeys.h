@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Support/FileBelow.h"
 #include "Upload/UploadWireFormat.h"
 
 namespace glimto {
@@ -31,10 +32,6 @@ std::string objectKeyOf(std::string_view objectPrefix, std::string_view relative
 std::vector<std::string> plannedRelativeUploadKeys(const UploadInstructions& instructions);
 
 // The local file of a relative key.
-std::filesystem::path fileURL(const std::filesystem::path& root, std::string_view relativeKey);
-
-// Whether a file may be part of a take at all: hidden files are not, nor are those in which the
-// upload keeps its own state. The API decides which keys are uploaded, but not these.
-bool mayBelongToTake(std::string_view relativeKey);
+FileBelow fileURL(const std::filesystem::path& root, std::string_view relativeKey);
 
 } // namespace glimto

@@ -1,5 +1,8 @@
 #include "Upload/RecordingUploadHTTP.h"
 
+#include <chrono>
+#include <cstdint>
+#include <system_error>
 #include <utility>
 
 #include "Support/Errors.h"
@@ -12,12 +15,28 @@ namespace glimto {
 namespace {
 
 constexpr std::size_t mostUploadAnswerBytes = 1 << 20; // nobody reads it
-constexpr std::size_t longestDetail = 65536; // characters
+// A slower line makes no headway against a recording of text on a still screen.
+constexpr std::uintmax_t slowestBytesPerSecond = 4 << 10;
+
+// Of a web address, whose scheme is in lower case.
+bool isEncrypted(std::string_view address)
+{
+    return address.starts_with("https://");
+}
+
+std::uintmax_t byteCount(const UploadArtifact& artifact)
+{
+    if (const auto* bytes = std::get_if<std::string>(&artifact.body))
+        return bytes->size();
+    std::error_code error;
+    const auto size = std::filesystem::file_size(std::get<FileBelow>(artifact.body).path(), error);
+    return error ? 0 : size; // the transport tells why it cannot be read
+}
 
 // Text for one line: the answer may be a page of HTML.
 std::string lineOf(std::string_view text)
 {
-    auto line = prefixOfCodePoints(singleLine(text), longestDetail);
+    auto line = excerpt(text);
     while (line.ends_with(' '))
         line.pop_back();
     return line;
@@ -72,14 +91,18 @@ std::string RecordingUploadHTTP::postJSON(
     return perform(request);
 }
 
-HTTPRequest RecordingUploadHTTP::uploadRequest(const UploadArtifact& artifact, const SignedUpload& upload)
+HTTPRequest RecordingUploadHTTP::uploadRequest(
+    const UploadArtifact& artifact, const SignedUpload& upload, std::string_view apiBaseURL)
 {
-    const std::string key = singleLine(artifact.key);
+    const std::string key = excerpt(artifact.key);
     if (upload.method != "PUT")
         throw CLIError(
-            "Expected signed upload method PUT for " + key + ", got " + singleLine(upload.method) + ".");
+            "Expected signed upload method PUT for " + key + ", got " + excerpt(upload.method) + ".");
     if (!isWebAddress(upload.url))
         throw CLIError("API returned an invalid signed upload URL for " + key + ".");
+    // As with redirects: what was to be sent encrypted is not sent in the clear.
+    if (isEncrypted(apiBaseURL) && !isEncrypted(upload.url))
+        throw CLIError("API returned an upload URL that leads away from encryption for " + key + ".");
     HTTPRequest request;
     request.method = upload.method;
     request.url = upload.url;
@@ -89,8 +112,9 @@ HTTPRequest RecordingUploadHTTP::uploadRequest(const UploadArtifact& artifact, c
     if (const auto* bytes = std::get_if<std::string>(&artifact.body))
         request.body = *bytes;
     else
-        request.body = std::get<std::filesystem::path>(artifact.body);
+        request.body = std::get<FileBelow>(artifact.body);
     request.mostResponseBytes = mostUploadAnswerBytes;
+    request.deadline += std::chrono::seconds(byteCount(artifact) / slowestBytesPerSecond);
     return request;
 }
 
@@ -119,7 +143,7 @@ std::string RecordingUploadHTTP::perform(const HTTPRequest& request)
     if (result.error)
         std::rethrow_exception(result.error);
     validateHTTPResponse(
-        result.response.status, result.response.body, singleLine(pathOfWebAddress(request.url)));
+        result.response.status, result.response.body, excerpt(pathOfWebAddress(request.url)));
     return std::move(result.response.body);
 }
 

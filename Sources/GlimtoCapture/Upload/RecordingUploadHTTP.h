@@ -17,7 +17,7 @@ namespace glimto {
 // The requests of the recording-upload API as HTTP, and what counts as a good answer.
 //
 // Operations wait for the answer. They throw CLIError when the server refuses, PlatformError when it cannot
-// be reached, and TaskCancellationError as soon as `cancellation` says so. The access key goes to the
+// be reached, and what `cancellation` throws as soon as it is given. The access key goes to the
 // API's origin only and stands in no error.
 class RecordingUploadHTTP {
 public:
@@ -33,8 +33,12 @@ public:
     std::string postJSON(
         const std::string& url, std::string body, std::size_t mostAnswerBytes = usualAnswerBytes);
 
-    // The PUT of one object. Throws CLIError when the method is not "PUT" or the URL is none.
-    static HTTPRequest uploadRequest(const UploadArtifact& artifact, const SignedUpload& upload);
+    // The PUT of one object. Throws CLIError when the method is not "PUT", the URL is none, or it leads from
+    // an encrypted API to a place in the clear.
+    static HTTPRequest uploadRequest(
+        const UploadArtifact& artifact, const SignedUpload& upload, std::string_view apiBaseURL);
+
+    const std::string& apiBaseURL() const { return options_.apiBaseURL; }
 
     // Throws CLIError when the status is not 200 to 299, with the error message of `body`, else `body`
     // itself, else "request failed".

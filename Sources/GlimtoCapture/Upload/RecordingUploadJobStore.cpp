@@ -7,16 +7,15 @@
 #include <random>
 #include <system_error>
 #include <utility>
-
-#include <fcntl.h>
-#include <unistd.h>
+#include <vector>
 
 #include "Artifacts/OutputPlan.h"
 #include "Support/AtomicFile.h"
 #include "Support/Errors.h"
+#include "Support/FileBelow.h"
+#include "Support/MakeDirectories.h"
 #include "Support/SHA256.h"
 #include "Support/Text.h"
-#include "Support/RegularFile.h"
 #include "Upload/TaskCancellationError.h"
 
 namespace glimto {
@@ -28,7 +27,7 @@ namespace fs = std::filesystem;
 constexpr const char* jobFileName = "upload-job.json";
 constexpr const char* lockFileName = ".recording-owner.lock";
 constexpr const char* cancelMarkerName = ".upload-canceled";
-constexpr std::size_t mostJobBytes = 4 << 20;
+constexpr std::size_t mostJobBytes = 256 << 10;
 
 // A symbolic link counts wherever it points.
 bool stands(const fs::path& path)
@@ -37,14 +36,26 @@ bool stands(const fs::path& path)
     return fs::exists(fs::symlink_status(path, ignored));
 }
 
-void makeDirectories(const fs::path& directory)
+// A file survives a power cut only when all directories that lead to it have reached the disk as well.
+void syncJobDirectory(const fs::path& directory)
+{
+    try {
+        syncDirectory(directory);
+    } catch (const PlatformError&) {
+        throw CLIError("Could not sync recording job directory.");
+    }
+}
+
+void makeDurableDirectories(const fs::path& directory)
 {
     std::error_code error;
-    fs::create_directories(directory, error);
-    if (std::error_code ignored; !error && !fs::is_directory(directory, ignored))
-        error = std::make_error_code(std::errc::not_a_directory);
-    if (error)
-        throw PlatformError::posix("Could not create directory " + directory.string(), error.value());
+    std::vector<fs::path> changed;
+    for (auto path = directory; path.has_relative_path() && !fs::exists(path, error);
+         path = path.parent_path())
+        changed.push_back(path.parent_path());
+    makeDirectories(directory);
+    for (const auto& path : changed)
+        syncJobDirectory(path);
 }
 
 fs::path withoutSymbolicLinks(const fs::path& path)
@@ -70,14 +81,6 @@ FileLock takeOwnership(const fs::path& directory)
     throw CLIError("Could not lock recording ownership file.");
 }
 
-// A replaced file survives a crash only when its directory has reached the disk as well.
-void syncDirectory(const fs::path& directory)
-{
-    const FileDescriptor descriptor(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!descriptor || ::fsync(descriptor.get()) != 0)
-        throw CLIError("Could not sync recording job directory.");
-}
-
 std::uint64_t unixMilliseconds()
 {
     const auto time = std::chrono::system_clock::now().time_since_epoch();
@@ -94,10 +97,11 @@ RecordingUploadJobStore::RecordingUploadJobStore(fs::path directory,
     constexpr const char* noJob = "Recording has no upload job. Automatic upload is not allowed.";
     if (use == TakeUse::uploading && !stands(directory_))
         throw CLIError(noJob); // a directory made for nothing would be left behind
-    makeDirectories(directory_);
+    makeDurableDirectories(directory_);
     if (withoutSymbolicLinks(directory_) != directory_)
         throw CLIError("Recording output must not use symbolic links.");
     ownership_ = takeOwnership(directory_);
+    OutputPlan::forRoot(directory_).removeLeftovers();
 
     const bool isManaged = managedRoot && directory_.parent_path() == withoutSymbolicLinks(*managedRoot);
     if (!hasJob(directory_)) {
@@ -153,16 +157,19 @@ void RecordingUploadJobStore::checkJob(
 
 RecordingUploadJob RecordingUploadJobStore::read() const
 {
-    const auto content = readRegularFile(jobPath(), mostJobBytes, SymbolicLinks::refused);
-    if (!content)
+    const FileBelow file{directory_, jobFileName};
+    if (std::error_code error;
+        !fs::is_regular_file(fs::symlink_status(file.path(), error)) && stands(file.path()))
         throw CLIError("Recording upload job must be a regular file.");
-    return decodeRecordingUploadJob(*content);
+    return decodeRecordingUploadJob(readFile(file, mostJobBytes));
 }
 
 void RecordingUploadJobStore::write(const RecordingUploadJob& job)
 {
-    writeFileAtomically(jobPath(), encodeRecordingUploadJob(job));
-    syncDirectory(directory_);
+    // It holds a digest of the access key.
+    writeFileAtomically(
+        FileBelow{directory_, jobFileName}, encodeRecordingUploadJob(job), FileReaders::owner);
+    syncJobDirectory(directory_);
 }
 
 RecordingUploadJob RecordingUploadJobStore::beginUpload()
@@ -202,11 +209,6 @@ bool RecordingUploadJobStore::isCanceled() const
     return stands(directory_ / cancelMarkerName);
 }
 
-fs::path RecordingUploadJobStore::jobPath() const
-{
-    return directory_ / jobFileName;
-}
-
 bool RecordingUploadJobStore::hasJob(const fs::path& directory)
 {
     return stands(directory / jobFileName);
@@ -243,6 +245,25 @@ std::optional<fs::path> RecordingUploadJobStore::managedRecordingsRoot(const Pro
     if (!home || !fs::path(*home).is_absolute())
         return std::nullopt;
     return fs::path(*home) / "Library" / "Application Support" / "Glimto" / "Recordings";
+}
+
+std::optional<std::string> describeUploadJob(const fs::path& directory)
+{
+    RecordingUploadJob job;
+    try {
+        job = decodeRecordingUploadJob(readFile({directory, jobFileName}, mostJobBytes));
+    } catch (const Error&) {
+        return std::nullopt;
+    }
+    const std::string holds = directory.string() + " holds the upload job of " + excerpt(job.recordingId);
+    const std::string elsewhere = " or choose another directory.";
+    if (job.state == RecordingUploadJob::State::completed)
+        return holds + ", which is done, and its take: remove the directory" + elsewhere;
+    const std::string reason = job.lastError ? " (" + excerpt(*job.lastError) + ")" : "";
+    if (stands(directory / "manifest.json"))
+        return holds + reason + " and its take: send it with `glimto-capture upload`" + elsewhere;
+    return holds + reason + " and no finished take: remove " + (directory / jobFileName).string()
+        + " to record there" + elsewhere;
 }
 
 } // namespace glimto

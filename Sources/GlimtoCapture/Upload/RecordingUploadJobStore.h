@@ -20,7 +20,7 @@ enum class TakeUse { capturing, uploading };
 // (".upload-canceled").
 //
 // The lock is held as long as the store lives. The job file is whole at any moment: every write goes to
-// a temporary file that then takes its place. Used by one upload at a time.
+// a temporary file that then takes its place. Only its owner may read it. Used by one upload at a time.
 class RecordingUploadJobStore {
 public:
     // Opens the take: makes its directory and its job when it is to be captured, and checks the job that is
@@ -67,10 +67,13 @@ private:
     void createJob(const std::optional<RecordingUploadOptions>& options, bool isManaged);
     void checkJob(const std::optional<RecordingUploadOptions>& options, bool isManaged) const;
     bool isCanceled() const;
-    std::filesystem::path jobPath() const;
 
     std::filesystem::path directory_;
     FileLock ownership_;
 };
+
+// What a directory with a job holds and what can be done about it, in a sentence for the user. Absent when
+// there is no job that can be read.
+std::optional<std::string> describeUploadJob(const std::filesystem::path& directory);
 
 } // namespace glimto

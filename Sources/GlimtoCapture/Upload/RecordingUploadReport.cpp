@@ -9,8 +9,8 @@ void reportRecordingUploadCompletion(const RecordingCompleteResponse& result,
     const std::optional<std::string>& apiBaseURL, LineOutput& standardOutput)
 {
     // Texts of a server, which must not make lines of their own.
-    const std::string recordingId = singleLine(result.recording.recordingId);
-    const std::string state = singleLine(result.recording.state);
+    const std::string recordingId = excerpt(result.recording.recordingId);
+    const std::string state = excerpt(result.recording.state);
     standardOutput.writeLine("Uploaded recording: " + recordingId);
     standardOutput.writeLine("State: " + state);
     standardOutput.writeLine("Checked objects: " + std::to_string(result.checkedObjectCount));

@@ -10,6 +10,7 @@
 #include "Support/Errors.h"
 #include "Support/Text.h"
 #include "Upload/TaskCancellationError.h"
+#include "Upload/UploadAddressWarning.h"
 
 namespace glimto {
 
@@ -28,7 +29,7 @@ void markFailed(
     RecordingUploadJobStore& job, const std::exception_ptr& error, LineOutput& standardError) noexcept
 {
     try {
-        job.setState(RecordingUploadJob::State::failed, errorFacts(error).message);
+        job.setState(RecordingUploadJob::State::failed, excerpt(errorFacts(error).message));
     } catch (const std::exception& writeError) {
         standardError.writeLine(
             "warning: the upload job could not be updated: " + singleLine(writeError.what()));
@@ -42,6 +43,7 @@ RecordingUploadRun::RecordingUploadRun(
     : options_(std::move(options))
     , job_(job)
     , services_(services)
+    , interruption_(services.interruption())
 {
 }
 
@@ -52,7 +54,8 @@ RecordingUploadRun::~RecordingUploadRun()
 
 void RecordingUploadRun::start()
 {
-    RecordingUploadClient(options_, job_, services_, neverCancelled_).prepareUpload(state_);
+    warnOfPlainHTTP(options_, services_.outputs.standardError);
+    RecordingUploadClient(options_, job_, services_, interruption_).prepareUpload(state_);
     services_.outputs.standardOutput.writeLine("Glimto upload: recording session ready");
     if (options_.backgroundUploadThresholdSeconds > 0)
         startBackgroundUpload();
@@ -124,7 +127,13 @@ void RecordingUploadRun::stopBackgroundUpload()
 RecordingCompleteResponse RecordingUploadRun::complete()
 {
     stopBackgroundUpload();
-    RecordingUploadClient client(options_, job_, services_, neverCancelled_);
+    RecordingUploadClient client(options_, job_, services_, interruption_);
+    try {
+        job_.checkCancellation();
+    } catch (...) {
+        markFailed(job_, std::current_exception(), services_.outputs.standardError);
+        throw;
+    }
     job_.beginUpload();
     return completeAttempt(
         job_, services_.outputs.standardError, [&] { return client.finishUpload(job_.directory(), state_); });

@@ -22,7 +22,8 @@ namespace glimto {
 // Operations are called from one thread. Nothing that goes wrong in the background harms the recording.
 class RecordingUploadRun {
 public:
-    // `job` outlives the run.
+    // `job` and the services outlive the run. The stop requests listen already: one that comes while start()
+    // or complete() runs makes it throw UploadInterruptedError soon.
     RecordingUploadRun(
         RecordingUploadOptions options, RecordingUploadJobStore& job, const UploadServices& services);
 
@@ -40,7 +41,7 @@ public:
     void captureFinished();
 
     // Ends the background upload, sends what is left, and completes the remote recording. The job becomes
-    // `completed`, or `failed` when this throws.
+    // `completed`, or `failed` when this throws, which can be tried again, or `canceled`.
     RecordingCompleteResponse complete();
 
     // Ends the background upload and makes the job `failed`. For a recording that came to nothing.
@@ -60,7 +61,7 @@ private:
     RecordingUploadRunState state_;
     std::atomic<bool> didCaptureStart_ = false;
     UploadCancellation backgroundCancellation_;
-    UploadCancellation neverCancelled_;
+    UploadCancellation interruption_;
     std::optional<SerialQueue> task_; // last: it uses all of the above
 };
 

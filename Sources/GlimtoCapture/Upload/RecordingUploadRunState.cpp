@@ -1,10 +1,13 @@
 #include "Upload/RecordingUploadRunState.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <system_error>
 #include <utility>
 
 #include "Artifacts/CapturedSegment.h"
+#include "Support/FileBelow.h"
 #include "Upload/ObjectKeys.h"
 
 namespace glimto {
@@ -49,8 +52,7 @@ void RecordingUploadRunState::discoverTrackSegments(
     std::vector<std::string> found;
     while (true) {
         const auto key = segmentKey(track, index);
-        std::error_code ignored;
-        if (!std::filesystem::is_regular_file(fileURL(outputDirectory, key), ignored))
+        if (!isRegularFile(fileURL(outputDirectory, key)))
             break;
         found.push_back(objectKeyOf(objectPrefix, key));
         ++index;

@@ -18,4 +18,18 @@ public:
     }
 };
 
+// A stop request came while an upload ran, which can be taken up again.
+class UploadInterruptedError : public Error {
+public:
+    UploadInterruptedError()
+        : Error("The upload was interrupted.")
+    {
+    }
+
+    ErrorFacts facts() const override
+    {
+        return {what(), "UploadInterruptedError", "GlimtoCapture.UploadInterruptedError", 1};
+    }
+};
+
 } // namespace glimto

@@ -1,34 +1,29 @@
 #include "Upload/TransferGroup.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <utility>
 
 #include "Upload/TaskCancellationError.h"
 
 namespace glimto {
 
+namespace {
+
+// How long cancelled requests may take to end.
+constexpr std::chrono::seconds patience(1);
+
+} // namespace
+
+// Reached only in the functions that the cancellation calls.
 struct TransferGroup::Inbox {
-    // By hand: the cancellation and the completions of requests wake the same waiter.
-    std::mutex mutex;
-    std::condition_variable changed;
     std::deque<Result> ended;
-    bool isCancelled = false; // from outside
-    bool isDraining = false; // by cancelAll(): what has ended is still asked for
 };
 
-TransferGroup::TransferGroup(HTTPTransport& transport, UploadCancellation& cancellation)
+TransferGroup::TransferGroup(HTTPTransport& transport, UploadCancellation cancellation)
     : transport_(transport)
+    , cancellation_(std::move(cancellation))
     , inbox_(std::make_shared<Inbox>())
-    , listener_(cancellation, [inbox = inbox_] {
-        {
-            const std::lock_guard lock(inbox->mutex);
-            inbox->isCancelled = true;
-        }
-        inbox->changed.notify_all();
-    })
 {
 }
 
@@ -36,46 +31,39 @@ TransferGroup::~TransferGroup()
 {
     for (const auto& [index, transfer] : transfers_)
         transfer->cancel();
-    constexpr std::chrono::seconds patience(1);
-    std::unique_lock lock(inbox_->mutex);
-    inbox_->changed.wait_for(lock, patience, [this] { return inbox_->ended.size() >= transfers_.size(); });
+    cancellation_.waitInAnyCase([this] { return inbox_->ended.size() >= transfers_.size(); }, patience);
 }
 
 void TransferGroup::start(std::size_t index, const HTTPRequest& request)
 {
-    auto transfer
-        = transport_.start(request, [inbox = inbox_, index](HTTPResponse response, std::exception_ptr error) {
-              {
-                  const std::lock_guard lock(inbox->mutex);
-                  inbox->ended.push_back({index, std::move(response), std::move(error)});
-              }
-              inbox->changed.notify_all();
-          });
-    transfers_[index] = std::move(transfer);
+    transfers_[index] = transport_.start(request,
+        [inbox = inbox_, cancellation = cancellation_, index](
+            HTTPResponse response, std::exception_ptr error) {
+            cancellation.change([&] {
+                inbox->ended.push_back({index, std::move(response), std::move(error)});
+            });
+        });
 }
 
 TransferGroup::Result TransferGroup::next()
 {
+    const auto hasEnded = [this] { return !inbox_->ended.empty(); };
+    if (!isDraining_)
+        cancellation_.waitUntil(hasEnded);
+    else if (!cancellation_.waitInAnyCase(hasEnded, patience))
+        throw TaskCancellationError();
     Result result;
-    {
-        std::unique_lock lock(inbox_->mutex);
-        inbox_->changed.wait(
-            lock, [this] { return !inbox_->ended.empty() || (inbox_->isCancelled && !inbox_->isDraining); });
-        if (inbox_->isCancelled && !inbox_->isDraining)
-            throw TaskCancellationError();
+    cancellation_.change([&] {
         result = std::move(inbox_->ended.front());
         inbox_->ended.pop_front();
-    }
+    });
     transfers_.erase(result.index);
     return result;
 }
 
 void TransferGroup::cancelAll()
 {
-    {
-        const std::lock_guard lock(inbox_->mutex);
-        inbox_->isDraining = true;
-    }
+    isDraining_ = true;
     for (const auto& [index, transfer] : transfers_)
         transfer->cancel();
 }

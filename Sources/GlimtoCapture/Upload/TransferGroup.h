@@ -21,8 +21,8 @@ public:
         std::exception_ptr error; // null when there is a response
     };
 
-    // Both outlive the group.
-    TransferGroup(HTTPTransport& transport, UploadCancellation& cancellation);
+    // `transport` outlives the group.
+    TransferGroup(HTTPTransport& transport, UploadCancellation cancellation);
     ~TransferGroup();
     TransferGroup(const TransferGroup&) = delete;
     TransferGroup& operator=(const TransferGroup&) = delete;
@@ -32,20 +32,22 @@ public:
 
     std::size_t countOnTheirWay() const { return transfers_.size(); }
 
-    // Waits until one request has ended. There must be one on its way. Throws TaskCancellationError as soon
-    // as the upload is cancelled.
+    // Waits until one request has ended. There must be one on its way. Throws as soon as the upload is
+    // cancelled.
     Result next();
 
-    // Cancels everything. next() then returns how each request has ended.
+    // Cancels everything. next() then returns how each request has ended, and throws TaskCancellationError
+    // when one does not end within a second.
     void cancelAll();
 
 private:
     struct Inbox;
 
     HTTPTransport& transport_;
+    UploadCancellation cancellation_;
     std::shared_ptr<Inbox> inbox_; // shared with the completions of the requests
     std::map<std::size_t, std::unique_ptr<HTTPTransfer>> transfers_;
-    UploadCancellation::Listener listener_;
+    bool isDraining_ = false; // after cancelAll()
 };
 
 } // namespace glimto

@@ -1,15 +1,16 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <variant>
+
+#include "Support/FileBelow.h"
 
 namespace glimto {
 
 // One object to upload.
 struct UploadArtifact {
     // Bytes in memory (the rewritten manifest), or a file that is read while it is sent.
-    using Body = std::variant<std::string, std::filesystem::path>;
+    using Body = std::variant<std::string, FileBelow>;
 
     Body body;
     std::string key; // the whole object key

@@ -1,17 +1,17 @@
 #include "Upload/UploadArtifactBuilder.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 #include <set>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
+#include "Artifacts/OutputPlan.h"
 #include "Support/Errors.h"
+#include "Support/FileBelow.h"
 #include "Support/JSONText.h"
 #include "Support/Text.h"
-#include "Support/RegularFile.h"
 #include "Upload/ObjectKeys.h"
 #include "Upload/UploadInstructionsValidator.h"
 #include "Upload/UploadManifest.h"
@@ -22,7 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t mostManifestBytes = 256 << 20; // days of short segments
+constexpr std::size_t mostManifestBytes = 32 << 20; // days of segments
 
 // The list under construction: each key once, and none that is uploaded already.
 class ArtifactList {
@@ -49,11 +49,10 @@ public:
         auto key = objectKeyOf(objectPrefix_, relativeKey);
         if (!isNeeded(key))
             return true;
-        auto path = fileURL(root_, relativeKey);
-        std::error_code ignored;
-        if (!mayBelongToTake(relativeKey) || !fs::is_regular_file(path, ignored))
+        FileBelow file = fileURL(root_, relativeKey);
+        if (!isRegularFile(file))
             return false;
-        add({std::move(path), std::move(key), relativeKey});
+        add({std::move(file), std::move(key), relativeKey});
         return true;
     }
 
@@ -74,14 +73,6 @@ private:
     std::vector<UploadArtifact> artifacts_;
     std::set<std::string> keys_;
 };
-
-MediaManifest readManifest(const fs::path& path)
-{
-    const auto text = readRegularFile(path, mostManifestBytes, SymbolicLinks::followed);
-    if (!text)
-        throw PlatformError::posix("Could not read " + path.string(), EISDIR);
-    return decodeMediaManifest(*text);
-}
 
 std::string replacingAll(std::string text, std::string_view old, std::string_view replacement)
 {
@@ -130,22 +121,26 @@ void requirePlannedKeys(const UploadInstructions& instructions, const ArtifactLi
     }
     std::string names;
     for (const auto& key : missing)
-        names += (names.empty() ? "" : ", ") + singleLine(key);
+        names += (names.empty() ? "" : ", ") + excerpt(key);
     if (!missing.empty())
         throw CLIError("Local artifacts are missing required upload key(s): " + names);
 }
 
-bool isSegmentKey(std::string_view relativeKey)
+// What a take has beside its segments. The API plans what is uploaded, but may not ask for anything else that
+// lies in the directory.
+bool isArtifactBesideSegments(std::string_view relativeKey)
 {
-    return relativeKey.starts_with("segments/");
+    const auto& names = OutputPlan::artifactNames;
+    return relativeKey != "segments" && std::find(names.begin(), names.end(), relativeKey) != names.end();
 }
 
 // Whether a planned file has its final content as soon as it exists.
 bool isFinalWhenItExists(const std::string& relativeKey, const UploadInstructions& instructions)
 {
-    if (isSegmentKey(relativeKey))
-        return relativeKey.ends_with("/init.mp4");
-    return relativeKey != "manifest.json" && relativeKey != "events.json"
+    if (relativeKey == "segments/video/init.mp4" || relativeKey == "segments/audio/init.mp4")
+        return true;
+    return isArtifactBesideSegments(relativeKey) && relativeKey != "manifest.json"
+        && relativeKey != "events.json"
         && objectKeyOf(instructions.objectPrefix, relativeKey) != instructions.manifestKey;
 }
 
@@ -160,7 +155,8 @@ std::vector<UploadArtifact> UploadArtifactBuilder::buildUploadArtifacts(const fs
     const APIRecording& session, const UploadInstructions& instructions, const UploadedKeys& isUploaded) const
 {
     ArtifactList list(outputDirectory, instructions, isUploaded);
-    const MediaManifest manifest = readManifest(outputDirectory / "manifest.json");
+    const MediaManifest manifest
+        = decodeMediaManifest(readFile({outputDirectory, "manifest.json"}, mostManifestBytes));
     auto rewritten = encodePrettyJSON(toJSON(rewritingObjectKeys(manifest, instructions.objectPrefix)));
     if (list.isNeeded(session.manifestKey))
         list.add({std::move(rewritten), session.manifestKey, "rewritten manifest.json"});
@@ -172,7 +168,7 @@ std::vector<UploadArtifact> UploadArtifactBuilder::buildUploadArtifacts(const fs
             throw CLIError("Local artifact file is missing: " + key);
     }
     for (const auto& key : plannedKeys) {
-        if (!isSegmentKey(key))
+        if (isArtifactBesideSegments(key))
             list.addFile(key); // what is missing here is not part of this take
     }
     list.validate(UploadInstructionsValidator(instructions, patterns_));

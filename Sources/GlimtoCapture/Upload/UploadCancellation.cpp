@@ -3,59 +3,93 @@
 #include <algorithm>
 #include <utility>
 
+#include "Support/Guarded.h"
+#include "Upload/TaskCancellationError.h"
+
 namespace glimto {
 
-UploadCancellation::Listener::Listener(UploadCancellation& cancellation, std::function<void()> function)
-    : cancellation_(cancellation)
-    , number_(cancellation.addListener(function))
-{
-    if (cancellation_.isCancelled())
-        function();
-}
+namespace {
 
-UploadCancellation::Listener::~Listener()
+using Clock = std::chrono::steady_clock;
+
+// How soon a stop request is noticed.
+constexpr std::chrono::milliseconds round(200);
+
+struct Wish {
+    bool isGiven = false;
+    bool isStopRequest = false;
+};
+
+} // namespace
+
+struct UploadCancellation::State {
+    const std::function<bool()> isStopRequested;
+    Guarded<Wish> wish;
+
+    // Without the lock, as the answer may take any lock of its own.
+    void askForStop()
+    {
+        if (isStopRequested && isStopRequested())
+            wish.change([](Wish& state) { state = {.isGiven = true, .isStopRequest = true}; });
+    }
+};
+
+UploadCancellation::UploadCancellation(std::function<bool()> isStopRequested)
+    : state_(std::make_shared<State>(std::move(isStopRequested)))
 {
-    cancellation_.removeListener(number_);
 }
 
 void UploadCancellation::cancel()
 {
-    std::map<int, std::function<void()>> listeners;
-    {
-        const std::lock_guard lock(mutex_);
-        isCancelled_ = true;
-        listeners = listeners_;
-    }
-    cancelled_.notify_all();
-    for (const auto& [number, function] : listeners)
-        function();
+    state_->wish.change([](Wish& wish) { wish.isGiven = true; });
 }
 
 bool UploadCancellation::isCancelled() const
 {
-    const std::lock_guard lock(mutex_);
-    return isCancelled_;
+    state_->askForStop();
+    return state_->wish.with([](const Wish& wish) { return wish.isGiven; });
+}
+
+void UploadCancellation::throwIfCancelled() const
+{
+    if (!isCancelled())
+        return;
+    if (state_->wish.with([](const Wish& wish) { return wish.isStopRequest; }))
+        throw UploadInterruptedError();
+    throw TaskCancellationError();
 }
 
 bool UploadCancellation::waitFor(std::chrono::nanoseconds duration) const
 {
-    std::unique_lock lock(mutex_);
     // Longer than any process lives: a time point further away than the clock counts must not wrap.
     constexpr std::chrono::nanoseconds longest = std::chrono::hours(24 * 365);
-    return !cancelled_.wait_for(lock, std::min(duration, longest), [this] { return isCancelled_; });
+    const auto end = Clock::now() + std::min(duration, longest);
+    while (!isCancelled() && Clock::now() < end)
+        state_->wish.waitFor(std::min<std::chrono::nanoseconds>(end - Clock::now(), round),
+            [](const Wish& wish) { return wish.isGiven; });
+    return !isCancelled();
 }
 
-int UploadCancellation::addListener(std::function<void()> function)
+void UploadCancellation::waitUntil(const std::function<bool()>& isReady) const
 {
-    const std::lock_guard lock(mutex_);
-    listeners_[++lastNumber_] = std::move(function);
-    return lastNumber_;
+    bool isDone = false;
+    while (!isDone) {
+        throwIfCancelled();
+        state_->wish.waitFor(
+            round, [&](const Wish& wish) { return wish.isGiven || isReady(); },
+            [&](const Wish& wish) { isDone = !wish.isGiven; });
+    }
 }
 
-void UploadCancellation::removeListener(int number)
+bool UploadCancellation::waitInAnyCase(
+    const std::function<bool()>& isReady, std::chrono::nanoseconds longest) const
 {
-    const std::lock_guard lock(mutex_);
-    listeners_.erase(number);
+    return state_->wish.waitFor(longest, [&](const Wish&) { return isReady(); });
+}
+
+void UploadCancellation::change(const std::function<void()>& function) const
+{
+    state_->wish.change([&](Wish&) { function(); });
 }
 
 } // namespace glimto

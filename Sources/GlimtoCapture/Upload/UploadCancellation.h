@@ -1,46 +1,41 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <map>
-#include <mutex>
+#include <memory>
 
 namespace glimto {
 
-// The wish to end an upload that is running, given once and for good. Safe to use from any thread.
+// The wish to end an upload that is running, given once and for good: by cancel(), or by a question that is
+// answered with yes. Copies share the wish. Safe to use from any thread, but for the question.
 class UploadCancellation {
 public:
-    // Calls a function when the wish is given, at once when it was given before, as long as this lives. It
-    // runs on the thread of cancel(), may still run once after the end of this object, and must not block.
-    class Listener {
-    public:
-        Listener(UploadCancellation& cancellation, std::function<void()> function);
-        ~Listener();
-        Listener(const Listener&) = delete;
-        Listener& operator=(const Listener&) = delete;
-
-    private:
-        UploadCancellation& cancellation_;
-        const int number_;
-    };
+    // `isStopRequested` is asked by the thread that waits, at least five times a second, and by
+    // isCancelled(). All of those must then be one thread.
+    explicit UploadCancellation(std::function<bool()> isStopRequested = nullptr);
 
     void cancel();
     bool isCancelled() const;
 
+    // Throws UploadInterruptedError when the question was answered with yes, and TaskCancellationError
+    // after cancel().
+    void throwIfCancelled() const;
+
     // Waits. False as soon as the wish is given.
     bool waitFor(std::chrono::nanoseconds duration) const;
 
-private:
-    int addListener(std::function<void()> function);
-    void removeListener(int number);
+    // Waits until `isReady`. Throws as throwIfCancelled(). `isReady` runs under the lock of change().
+    void waitUntil(const std::function<bool()>& isReady) const;
 
-    // By hand: listeners come and go while others wait.
-    mutable std::mutex mutex_;
-    mutable std::condition_variable cancelled_;
-    bool isCancelled_ = false;
-    int lastNumber_ = 0;
-    std::map<int, std::function<void()>> listeners_;
+    // The same for at most that long, whether the wish is given or not. False when the time has passed.
+    bool waitInAnyCase(const std::function<bool()>& isReady, std::chrono::nanoseconds longest) const;
+
+    // Runs `function`, which makes somebody ready, and wakes who waits.
+    void change(const std::function<void()>& function) const;
+
+private:
+    struct State;
+    std::shared_ptr<State> state_;
 };
 
 } // namespace glimto

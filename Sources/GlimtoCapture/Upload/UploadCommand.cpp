@@ -7,6 +7,7 @@
 #include "Support/Text.h"
 #include "Upload/RecordingUploadReport.h"
 #include "Upload/RecordingUploadRun.h"
+#include "Upload/UploadAddressWarning.h"
 
 namespace glimto {
 
@@ -16,7 +17,7 @@ void warnOfOtherRecording(
     const RecordingUploadOptions& options, const RecordingUploadJob& job, LineOutput& standardError)
 {
     if (trimmedNonEmpty(options.recordingId) != trimmedNonEmpty(job.recordingId))
-        standardError.writeLine("warning: the take belongs to recording " + singleLine(job.recordingId)
+        standardError.writeLine("warning: the take belongs to recording " + excerpt(job.recordingId)
             + " and is uploaded as that.");
 }
 
@@ -25,14 +26,16 @@ void warnOfOtherRecording(
 void uploadRecording(const UploadRecordingOptions& options, const UploadServices& services,
     const std::optional<std::filesystem::path>& managedRoot)
 {
+    services.stopRequests.beginListening();
     RecordingUploadJobStore job(options.outputDirectory, options.upload, TakeUse::uploading, managedRoot);
     const RecordingUploadJob begun = job.beginUpload();
     LineOutput& standardOutput = services.outputs.standardOutput;
     try {
         warnOfOtherRecording(options.upload, begun, services.outputs.standardError);
+        warnOfPlainHTTP(options.upload, services.outputs.standardError);
         GlimtoCaptureEventEmitter(standardOutput).emitStatus("uploading");
-        UploadCancellation neverCancelled;
-        RecordingUploadClient client(options.upload, job, services, neverCancelled);
+        UploadCancellation interruption = services.interruption();
+        RecordingUploadClient client(options.upload, job, services, interruption);
         RecordingUploadRunState state;
         const auto result = completeAttempt(
             job, services.outputs.standardError, [&] { return client.finishUpload(job.directory(), state); });

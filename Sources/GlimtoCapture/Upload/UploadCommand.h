@@ -11,8 +11,9 @@ namespace glimto {
 // The command `upload`: sends a take that was recorded for upload and whose upload failed, was interrupted
 // or was never begun, and reports.
 //
-// Throws CLIError, TaskCancellationError and PlatformError. Once the attempt has begun, a failure is told
-// on standard output as well.
+// Throws CLIError, TaskCancellationError, PlatformError, and UploadInterruptedError soon after a stop
+// request, for which it listens. Once the attempt has begun, a failure is told on standard output as well,
+// and the job is left so that the command can be repeated.
 void uploadRecording(const UploadRecordingOptions& options, const UploadServices& services,
     const std::optional<std::filesystem::path>& managedRoot);
 

@@ -19,10 +19,10 @@ UploadInstructionsValidator::UploadInstructionsValidator(
 void UploadInstructionsValidator::validate(const std::string& key) const
 {
     if (key != objectPrefix_ && !key.starts_with(objectPrefix_ + "/"))
-        throw CLIError("Upload artifact key is outside the assigned prefix: " + singleLine(key));
+        throw CLIError("Upload artifact key is outside the assigned prefix: " + excerpt(key));
     if (plannedKeys_.contains(key) || videoSegmentKeys_->isFoundIn(key) || audioSegmentKeys_->isFoundIn(key))
         return;
-    throw CLIError("Upload artifact key is not allowed by the API contract: " + singleLine(key));
+    throw CLIError("Upload artifact key is not allowed by the API contract: " + excerpt(key));
 }
 
 } // namespace glimto

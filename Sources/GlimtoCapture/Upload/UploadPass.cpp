@@ -1,10 +1,12 @@
 #include "Upload/UploadPass.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
 #include "Support/Errors.h"
 #include "Support/Text.h"
+#include "Upload/TaskCancellationError.h"
 
 namespace glimto {
 
@@ -14,8 +16,9 @@ constexpr int urlsExpireInSeconds = 300;
 // A URL is not used in its last minute: clocks differ, and its transfer still has to begin.
 constexpr std::chrono::seconds urlsAreGoodFor(240);
 
-// What the answer takes for each key: the key and a long signed URL.
+// What the answer takes for each key, the key and a long signed URL, and for all of them.
 constexpr std::size_t answerBytesOfKey = 8 << 10;
+constexpr std::size_t mostAnswerBytes = 64 << 20;
 
 } // namespace
 
@@ -59,16 +62,16 @@ void UploadPass::requestURLs()
     urlsRequestedAt_ = services_.clock.now();
     const auto answer = http_.postJSON(http_.endpoint({"api", "recordings", recordingId_, "upload-urls"}),
         encodeUploadURLsRequest(keys, urlsExpireInSeconds),
-        RecordingUploadHTTP::usualAnswerBytes + keys.size() * answerBytesOfKey);
+        std::min(RecordingUploadHTTP::usualAnswerBytes + keys.size() * answerBytesOfKey, mostAnswerBytes));
     signedUploads_.clear();
     for (auto& upload : decodeUploadURLsResponse(answer, "the answer with the upload URLs")) {
         std::string key = upload.key;
         if (!signedUploads_.emplace(key, std::move(upload)).second)
-            throw CLIError("Duplicate values for key: '" + singleLine(key) + "'");
+            throw CLIError("Duplicate values for key: '" + excerpt(key) + "'");
     }
     for (const auto& key : keys) {
         if (!signedUploads_.contains(key))
-            throw CLIError("API did not return a signed upload URL for " + singleLine(key) + ".");
+            throw CLIError("API did not return a signed upload URL for " + excerpt(key) + ".");
     }
 }
 
@@ -78,7 +81,8 @@ void UploadPass::startNext()
         requestURLs();
     job_.checkCancellation();
     const auto& artifact = artifacts_[next_];
-    transfers_.start(next_, RecordingUploadHTTP::uploadRequest(artifact, signedUploads_.at(artifact.key)));
+    transfers_.start(next_,
+        RecordingUploadHTTP::uploadRequest(artifact, signedUploads_.at(artifact.key), http_.apiBaseURL()));
     ++next_;
 }
 
@@ -87,8 +91,8 @@ void UploadPass::noteEnd(const TransferGroup::Result& result)
     if (result.error)
         std::rethrow_exception(result.error);
     const auto& key = artifacts_[result.index].key;
-    RecordingUploadHTTP::validateHTTPResponse(result.response.status, {}, "upload " + singleLine(key));
-    services_.outputs.standardOutput.writeLine("Uploaded object: " + singleLine(key));
+    RecordingUploadHTTP::validateHTTPResponse(result.response.status, {}, "upload " + excerpt(key));
+    services_.outputs.standardOutput.writeLine("Uploaded object: " + excerpt(key));
     state_.addUploadedKey(key);
     ++sent_;
 }
@@ -100,6 +104,8 @@ void UploadPass::drain() noexcept
     while (transfers_.countOnTheirWay() > 0) {
         try {
             noteEnd(transfers_.next());
+        } catch (const TaskCancellationError&) {
+            return; // the transport hangs
         } catch (const std::exception&) {
             // The first failure is the one that is told.
         }

@@ -2,8 +2,10 @@
 
 #include "Platform/HTTPTransport.h"
 #include "Platform/Service.h"
+#include "Platform/StopRequests.h"
 #include "Platform/TextPattern.h"
 #include "Support/LineOutput.h"
+#include "Upload/UploadCancellation.h"
 #include "Upload/UploadClock.h"
 
 namespace glimto {
@@ -13,7 +15,15 @@ struct UploadServices {
     Service<HTTPTransport> transport;
     Service<TextPatternCompiler> patterns;
     UploadClock& clock;
+    StopRequests& stopRequests;
     Outputs outputs;
+
+    // Given by the next stop request. For an upload that the thread of the stop requests waits for.
+    UploadCancellation interruption() const
+    {
+        return UploadCancellation(
+            [&requests = stopRequests] { return requests.pendingRequest().has_value(); });
+    }
 };
 
 } // namespace glimto

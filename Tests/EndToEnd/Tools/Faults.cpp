@@ -88,6 +88,21 @@ bool opensForWriting(int flags)
     return (flags & O_ACCMODE) != O_RDONLY || (flags & O_CREAT);
 }
 
+// The fault of a path below an open directory.
+bool failsBelow(const char* kind, int directory, const char* path)
+{
+    if (directory == AT_FDCWD || path[0] == '/')
+        return fails(kind, path);
+    const int kept = errno;
+    char name[64];
+    char whole[2 * longestText] = "";
+    std::snprintf(name, sizeof(name), "/proc/self/fd/%d", directory);
+    const auto length = ::readlink(name, whole, longestText);
+    std::snprintf(whole + (length > 0 ? length : 0), longestText, "/%s", path);
+    errno = kept;
+    return fails(kind, whole);
+}
+
 mode_t modeOf(int flags, std::va_list arguments)
 {
     return flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
@@ -146,7 +161,7 @@ int openat(int directory, const char* path, int flags, ...)
     va_start(arguments, flags);
     const auto mode = modeOf(flags, arguments);
     va_end(arguments);
-    return opensForWriting(flags) && fails("open", path)
+    return opensForWriting(flags) && failsBelow("open", directory, path)
         ? -1
         : static_cast<int>(::syscall(SYS_openat, directory, path, flags, mode));
 }
@@ -161,6 +176,13 @@ int mkdir(const char* path, mode_t mode)
 int rename(const char* from, const char* to)
 {
     return fails("open", to) ? -1 : static_cast<int>(::syscall(SYS_rename, from, to));
+}
+
+int renameat(int fromDirectory, const char* from, int toDirectory, const char* to)
+{
+    return failsBelow("open", toDirectory, to)
+        ? -1
+        : static_cast<int>(::syscall(SYS_renameat, fromDirectory, from, toDirectory, to));
 }
 
 int clock_gettime(clockid_t clock, struct timespec* time)

@@ -48,7 +48,8 @@ class EndToEndCase(unittest.TestCase):
         """The program's environment; a change to None takes a variable out."""
         kept = self.server.environment() if self.server else {
             name: value for name, value in os.environ.items() if name not in ("DISPLAY", "WAYLAND_DISPLAY")}
-        merged = {**kept, "XDG_CACHE_HOME": str(self.caches), **changes}
+        # Desktop files of the machine would name its programs otherwise.
+        merged = {**kept, "XDG_CACHE_HOME": str(self.caches), "XDG_DATA_DIRS": str(self.directory / "share"), **changes}
         merged.pop("GLIMTO_DESKTOP_ACCESS_KEY", None)
         return {name: value for name, value in merged.items() if value is not None}
 

@@ -5,8 +5,8 @@ import select
 import subprocess
 import time
 
-START_LIMIT = 30  # seconds until a server must be there; a loaded machine takes its time
-END_LIMIT = 10
+START_LIMIT = 90  # seconds until a server must be there; a loaded machine takes its time
+END_LIMIT = 30
 
 
 class Child:

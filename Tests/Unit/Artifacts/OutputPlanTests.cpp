@@ -199,5 +199,45 @@ TEST_F(OutputPlanTests, RootThatIsAFileIsAPlatformErrorThatNamesIt)
     EXPECT_EQ(content(root()), "file");
 }
 
+TEST_F(OutputPlanTests, WhatAKilledProcessWasWritingIsRemovedAndNothingElse)
+{
+    const std::string random = ".0123456789abcdef.tmp";
+    const auto plan = OutputPlan::prepare(root(), false);
+    const auto ours = {root() / (".manifest.json" + random), root() / (".upload-job.json" + random),
+        root() / ".thumbnail-0A-1B.jpg", plan.segmentsDirectory / (".playlist.m3u8" + random),
+        plan.videoSegmentsDirectory / (".segment_007.m4s" + random),
+        plan.audioSegmentsDirectory / (".init.mp4" + random)};
+    const auto others = {root() / (".letter.txt" + random), root() / ".manifest.json.swp",
+        root() / ".events.partial", plan.videoSegmentsDirectory / "segment_000.m4s"};
+    for (const auto& file : ours)
+        writeFile(file, "half");
+    for (const auto& file : others)
+        writeFile(file, "whole");
+    plan.removeLeftovers();
+    for (const auto& file : ours)
+        EXPECT_FALSE(fs::exists(file)) << file;
+    for (const auto& file : others)
+        EXPECT_TRUE(fs::exists(file)) << file;
+}
+
+TEST_F(OutputPlanTests, AStepBackBehindALinkLeadsToWhereTheShellGoes)
+{
+    fs::create_directories(directory.path() / "far" / "target");
+    fs::create_directory_symlink("far/target", directory.path() / "link");
+    OutputPlan::prepare(directory.path() / "link" / ".." / "take", false);
+    EXPECT_TRUE(fs::exists(directory.path() / "far" / "take" / "segments"));
+    EXPECT_FALSE(fs::exists(root()));
+}
+
+TEST_F(OutputPlanTests, AskingChangesNothing)
+{
+    EXPECT_EQ(OutputPlan::check(root(), false), OutputPlan::forRoot(root()));
+    EXPECT_FALSE(fs::exists(root()));
+    writeFile(root() / "manifest.json", "{}");
+    EXPECT_THROW(OutputPlan::check(root(), false), CLIError);
+    EXPECT_NO_THROW(OutputPlan::check(root(), true));
+    EXPECT_EQ(content(root() / "manifest.json"), "{}");
+}
+
 } // namespace
 } // namespace glimto

@@ -6,6 +6,7 @@
 
 #include "Artifacts/OutputPlan.h"
 #include "Fakes/TemporaryDirectory.h"
+#include "Support/Errors.h"
 
 namespace glimto {
 namespace {
@@ -40,6 +41,35 @@ TEST(TakeDirectoriesTests, WhatHoldsASegmentStays)
     directories.removeEmpty();
     EXPECT_TRUE(std::filesystem::exists(plan.videoSegmentsDirectory / "segment_000.m4s"));
     EXPECT_FALSE(std::filesystem::exists(plan.audioSegmentsDirectory));
+}
+
+TEST(TakeDirectoriesTests, OneProcessRecordsIntoADirectory)
+{
+    const TemporaryDirectory parent;
+    const auto root = parent.path() / "take";
+    TakeDirectories second(root);
+    {
+        TakeDirectories first(root);
+        first.claim();
+        try {
+            second.claim();
+            FAIL() << "took what another has";
+        } catch (const CLIError& error) {
+            EXPECT_STREQ(error.what(), "Recording is in use by another process.");
+        }
+    }
+    EXPECT_NO_THROW(second.claim());
+    EXPECT_TRUE(std::filesystem::is_empty(root));
+}
+
+TEST(TakeDirectoriesTests, EverythingThatPreparingMadeCanBeFlushed)
+{
+    const TemporaryDirectory parent;
+    const TakeDirectories directories(parent.path() / "runs" / "take");
+    OutputPlan::prepare(parent.path() / "runs" / "take", false);
+    EXPECT_NO_THROW(directories.sync());
+    std::filesystem::remove_all(parent.path() / "runs");
+    EXPECT_THROW(directories.sync(), PlatformError);
 }
 
 } // namespace

@@ -75,8 +75,8 @@ TEST_F(DriverUploadTests, ARecordingWithItsUploadIsToldInOrder)
     EXPECT_EQ(recordAndUpload({"--recording-id", " rec "}), 0) << standardError.text();
     EXPECT_THAT(told(),
         testing::ElementsAre(
-            R"({"kind":"launched","pageUrl":"http://api.test/recordings/rec","recordingId":"rec"})",
-            R"({"kind":"page_url","pageUrl":"http://api.test/recordings/rec","recordingId":"rec"})",
+            R"({"kind":"launched","pageUrl":"http://api.localhost/recordings/rec","recordingId":"rec"})",
+            R"({"kind":"page_url","pageUrl":"http://api.localhost/recordings/rec","recordingId":"rec"})",
             "Glimto upload: recording session ready",
             R"({"kind":"capture_starting","recordingId":"rec","stage":"shareable_content"})",
             "Recording screen:0 for 5.0s", "Output: " + root(),
@@ -100,11 +100,10 @@ TEST_F(DriverUploadTests, ARecordingWithItsUploadIsToldInOrder)
             "Uploaded object: org/rec/segments/video/segment_000.m4s",
             "Uploaded object: org/rec/thumbnail.jpg", "Uploaded recording: rec", "State: uploaded",
             "Checked objects: 5",
-            R"({"checkedObjectCount":5,"kind":"page_url","pageUrl":"http://api.test/recordings/rec",)"
+            R"({"checkedObjectCount":5,"kind":"page_url","pageUrl":"http://api.localhost/recordings/rec",)"
             R"("recordingId":"rec","state":"uploaded"})",
             "GLIMTO_RECORDING_STATUS=uploaded"));
     EXPECT_EQ(standardError.text(), "");
-    EXPECT_FALSE(stopRequests.isListening); // since the upload began
     EXPECT_EQ(job().state, State::completed);
     EXPECT_EQ(job().uploadAttempts, 1U);
 }
@@ -118,7 +117,7 @@ TEST_F(DriverUploadTests, AnIDThatIsMadeIsToldOnceItIsKnown)
     EXPECT_FALSE(events[0].contains("pageUrl"));
     EXPECT_EQ(events[1]["kind"], "capture_starting");
     EXPECT_EQ(events[1]["recordingId"], job().recordingId);
-    EXPECT_EQ(events.back()["pageUrl"], "http://api.test/recordings/" + job().recordingId);
+    EXPECT_EQ(events.back()["pageUrl"], "http://api.localhost/recordings/" + job().recordingId);
 }
 
 TEST_F(DriverUploadTests, MetadataAndRevealComeBeforeTheUpload)
@@ -226,11 +225,74 @@ TEST_F(DriverUploadTests, ACanceledUploadLeavesTheTakeAndSaysSo)
     EXPECT_TRUE(std::filesystem::exists(take() / "manifest.json"));
 }
 
+TEST_F(DriverUploadTests, AMarkerSetWhileRecordingIsToldAsTheCancellationThatItIs)
+{
+    captureStreams.stream->onStop = [this] { std::ofstream(take() / ".upload-canceled") << "x"; };
+    EXPECT_EQ(recordAndUpload({"--recording-id", "rec"}), 1);
+    EXPECT_EQ(standardError.text(), "error: The upload was canceled.\n");
+    EXPECT_EQ(documents().back()["kind"], "upload_failed");
+    EXPECT_EQ(job().state, State::canceled);
+    EXPECT_EQ(job().lastError, "The upload was canceled.");
+}
+
+TEST_F(DriverUploadTests, AStopRequestEndsTheFinalUploadAndLeavesTheJob)
+{
+    api.interrupt = [this](const std::string& line) -> std::optional<HTTPResponse> {
+        if (line.ends_with("upload-urls"))
+            stopRequests.request = "Interrupt received; finishing recording";
+        return std::nullopt;
+    };
+    EXPECT_EQ(recordAndUpload({"--recording-id", "rec"}), 1);
+    EXPECT_EQ(standardError.text(), "error: The upload was interrupted.\n");
+    EXPECT_TRUE(stopRequests.wasPassedOn);
+    EXPECT_EQ(documents().back()["kind"], "upload_failed");
+    EXPECT_EQ(standardOutput.lines().back(), "GLIMTO_RECORDING_STATUS=failed");
+    EXPECT_EQ(job().state, State::failed);
+    EXPECT_EQ(job().lastError, "The upload was interrupted.");
+
+    EXPECT_EQ(upload(), 1); // the same request
+    EXPECT_EQ(job().state, State::failed);
+    stopRequests.request.reset();
+    api.interrupt = nullptr;
+    EXPECT_EQ(upload(), 0) << standardError.text();
+    EXPECT_EQ(job().state, State::completed);
+}
+
+TEST_F(DriverUploadTests, WhatEndedTheRecordingDoesNotEndItsUpload)
+{
+    api.interrupt = [this](const std::string& line) -> std::optional<HTTPResponse> {
+        if (line == "POST /api/recordings")
+            EXPECT_TRUE(stopRequests.isListening);
+        return std::nullopt;
+    };
+    auto* stream = captureStreams.stream.get();
+    stream->onStop = [this] { stopRequests.request = "Interrupt received; finishing recording"; };
+    EXPECT_EQ(recordAndUpload({"--recording-id", "rec"}), 0) << standardError.text();
+    EXPECT_EQ(job().state, State::completed);
+}
+
+TEST_F(DriverUploadTests, AStopRequestWhileTheServerIsAskedEndsTheRecordingBeforeItBegins)
+{
+    api.interrupt = [this](const std::string&) -> std::optional<HTTPResponse> {
+        stopRequests.request = "Interrupt received; finishing recording";
+        return std::nullopt;
+    };
+    network.http.holdPuts();
+    EXPECT_EQ(recordAndUpload({"--recording-id", "rec"}), 1);
+    EXPECT_EQ(standardError.text(), "error: The upload was interrupted.\n");
+    EXPECT_EQ(documents().back()["kind"], "recording_failed");
+    EXPECT_TRUE(stopRequests.wasPassedOn);
+    EXPECT_EQ(job().state, State::failed);
+}
+
 TEST_F(DriverUploadTests, ATakeIsRecordedForUploadOnlyOnce)
 {
     EXPECT_EQ(recordAndUpload(), 0);
     EXPECT_EQ(recordAndUpload({"--overwrite"}), 1);
-    EXPECT_EQ(standardError.text(), "error: Recording output already belongs to a started recording.\n");
+    EXPECT_EQ(
+        standardError.lines().back(), "error: Recording output already belongs to a started recording.");
+    EXPECT_THAT(
+        standardError.lines().at(0), testing::StartsWith("warning: " + root() + " holds the upload job of "));
     EXPECT_TRUE(std::filesystem::exists(take() / "manifest.json"));
 }
 
@@ -238,8 +300,38 @@ TEST_F(DriverUploadTests, ATakeWithAnUploadJobIsNotRecordedOverLocally)
 {
     EXPECT_EQ(recordAndUpload(), 0);
     EXPECT_EQ(record({"--overwrite"}), 1);
-    EXPECT_EQ(standardError.text(), "error: Upload recording cannot be opened as a local recording.\n");
+    EXPECT_EQ(standardError.lines().back(), "error: Upload recording cannot be opened as a local recording.");
+    EXPECT_THAT(
+        standardError.lines().at(0), testing::StartsWith("warning: " + root() + " holds the upload job of "));
     EXPECT_TRUE(std::filesystem::exists(take() / "manifest.json"));
+}
+
+TEST_F(DriverUploadTests, AnUploadOntoAnOldTakeIsRefusedBeforeAJobIsMade)
+{
+    EXPECT_EQ(record(), 0);
+    EXPECT_EQ(recordAndUpload({"--recording-id", "rec"}), 1);
+    EXPECT_THAT(standardError.lines().back(),
+        testing::StartsWith(
+            "error: Output directory already contains proof artifacts: segments, manifest.json"));
+    EXPECT_FALSE(std::filesystem::exists(take() / "upload-job.json"));
+    EXPECT_EQ(recordAndUpload({"--recording-id", "rec", "--overwrite"}), 0) << standardError.text();
+}
+
+TEST_F(DriverUploadTests, ADirectoryWhoseRecordingNeverBeganTellsTheWayOut)
+{
+    failAt("POST /api/recordings");
+    EXPECT_EQ(recordAndUpload({"--recording-id", "rec"}), 1);
+    api.interrupt = nullptr;
+    EXPECT_EQ(recordAndUpload({"--recording-id", "rec", "--overwrite"}), 1);
+    const auto lines = standardError.lines();
+    ASSERT_GE(lines.size(), 2U);
+    EXPECT_EQ(lines[lines.size() - 2],
+        "warning: " + root()
+            + " holds the upload job of rec (HTTP 500 for /api/recordings: broken) and no finished "
+              "take: remove "
+            + root() + "/upload-job.json to record there or choose another directory.");
+    std::filesystem::remove(take() / "upload-job.json");
+    EXPECT_EQ(recordAndUpload({"--recording-id", "rec"}), 0) << standardError.text();
 }
 
 TEST_F(DriverUploadTests, ALocalRecordingHasNothingOfAnUpload)

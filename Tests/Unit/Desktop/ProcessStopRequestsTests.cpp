@@ -90,15 +90,39 @@ TEST(ProcessStopRequestsTests, TheSignalsDoWhatTheyDidOnceNobodyListens)
     EXPECT_EXIT(::raise(SIGINT), testing::KilledBySignal(SIGINT), "");
 }
 
-TEST(ProcessStopRequestsTests, AnEndOfListeningGivesTheSignalsBackAndKeepsTheWish)
+TEST(ProcessStopRequestsTests, OnceAcknowledgedOnlyALaterSignalCounts)
 {
     ProcessStopRequests requests;
     requests.beginListening();
     ::raise(SIGTERM);
-    requests.endListening();
-    EXPECT_EQ(requests.pendingRequest(), "Termination signal received; finishing recording");
-    EXPECT_EXIT(::raise(SIGTERM), testing::KilledBySignal(SIGTERM), "");
-    requests.endListening();
+    EXPECT_NE(requests.pendingRequest(), std::nullopt);
+    requests.acknowledge();
+    EXPECT_EQ(requests.pendingRequest(), std::nullopt);
+    ::raise(SIGINT);
+    EXPECT_EQ(requests.pendingRequest(), "Interrupt received; finishing recording");
+}
+
+TEST(ProcessStopRequestsTests, ARequestThatIsPassedOnEndsTheProcessBySignal)
+{
+    ProcessStopRequests requests;
+    requests.beginListening();
+    requests.passOn(); // none so far
+    ::raise(SIGTERM);
+    EXPECT_EXIT(requests.passOn(), testing::KilledBySignal(SIGTERM), "");
+}
+
+TEST(ProcessStopRequestsTests, AnIgnoredSignalStaysIgnored)
+{
+    for (const int signal : {SIGINT, SIGHUP, SIGTERM}) {
+        const auto previous = std::signal(signal, SIG_IGN);
+        {
+            ProcessStopRequests requests;
+            requests.beginListening();
+            ::raise(signal);
+            EXPECT_EQ(requests.pendingRequest(), std::nullopt) << signal;
+        }
+        std::signal(signal, previous);
+    }
 }
 
 // The descriptors of a pipe, reading end first.

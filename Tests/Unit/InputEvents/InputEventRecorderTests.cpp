@@ -18,6 +18,7 @@
 
 #include "Fakes/FakeEventTap.h"
 #include "Fakes/FakeLineOutput.h"
+#include "Fakes/MemoryLimit.h"
 #include "Fakes/TemporaryDirectory.h"
 #include "Support/ProcessWide.h"
 
@@ -89,6 +90,46 @@ TEST_F(InputEventRecorderTests, KeepsTheEventsInAPartialFileWhileItRuns)
     recorder->stop(true);
     EXPECT_FALSE(std::filesystem::exists(partial));
     EXPECT_EQ(document()["events"].size(), 1U);
+}
+
+TEST_F(InputEventRecorderTests, TheRescueCopyOfAnotherRecordingStays)
+{
+    const auto partial = directory.path() / ".events.partial";
+    std::ofstream(partial) << "of a take that was killed";
+    recorder->start();
+    recorder->setClockAnchor(1'000'000'000, 1'000'000'000, 1'000'000'000);
+    click(1'500'000'000);
+    tap.fireTimer();
+    recorder->stop(true);
+    recorder.reset();
+    std::ifstream stream(partial);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), "of a take that was killed");
+    EXPECT_EQ(document()["events"].size(), 1U);
+}
+
+TEST_F(InputEventRecorderTests, HoursOfEventsTakeNoMemory)
+{
+    recorder->start();
+    recorder->setClockAnchor(1'000'000'000, 1'000'000'000, 1'000'000'000);
+    constexpr int rounds = 150;
+    constexpr int eventsOfARound = 1000;
+    {
+        const MemoryLimit limit(4 << 20); // half of what they would take
+        for (int round = 0; round < rounds; ++round) {
+            for (int index = 0; index < eventsOfARound; ++index)
+                click(2'000'000'000 + (round * eventsOfARound + index) * std::int64_t{1'000'000});
+            tap.fireTimer();
+        }
+        click(2'000'000'000'000);
+        recorder->stop(true);
+    }
+    EXPECT_EQ(standardError.lines(), Lines());
+    const std::string text = written();
+    std::size_t events = 0;
+    for (auto at = text.find(R"({"t":)"); at != std::string::npos; at = text.find(R"({"t":)", at + 1))
+        ++events;
+    EXPECT_EQ(events, std::size_t{rounds} * eventsOfARound + 1);
+    EXPECT_TRUE(nlohmann::json::accept(text));
 }
 
 TEST_F(InputEventRecorderTests, LeavesNoPartialFileWhenItIsGivenUp)

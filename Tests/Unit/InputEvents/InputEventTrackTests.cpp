@@ -266,5 +266,22 @@ TEST_F(InputEventGeometryTests, AWindowThatMovesKeepsTheFrameThatItHadAtTheStart
     EXPECT_EQ(recordedEvents(track).at(0).x, 0.25);
 }
 
+TEST(InputEventTrackTests, EventsForWhichNobodyHasRoomAreCounted)
+{
+    InputEventTrack track(display);
+    track.append(pointerEvent(InputEventType::mouseMoved));
+    track.setClockAnchor(anchor);
+    for (std::size_t count = 0; count < InputEventTrack::mostEvents + 4; ++count)
+        track.append(pointerEvent(InputEventType::mouseMoved));
+    EXPECT_EQ(track.droppedCount(), 5U);
+    track.nextEvents(10);
+    track.forgetGivenEvents();
+    track.append(pointerEvent(InputEventType::leftMouseDown));
+    EXPECT_EQ(track.droppedCount(), 5U);
+    const auto events = recordedEvents(track);
+    EXPECT_EQ(events.size(), InputEventTrack::mostEvents - 9);
+    EXPECT_EQ(events.back().k, InputEventKind::down);
+}
+
 } // namespace
 } // namespace glimto

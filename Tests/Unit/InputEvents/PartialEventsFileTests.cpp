@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Fakes/FileSizeLimit.h"
 #include "Fakes/TemporaryDirectory.h"
 
 namespace glimto {
@@ -96,7 +97,7 @@ TEST_F(PartialEventsFileTests, HoldsManyEventsInTheirOrder)
     EXPECT_EQ(written(), expected);
 }
 
-TEST_F(PartialEventsFileTests, TakesThePlaceOfALinkAndLeavesWhatItNames)
+TEST_F(PartialEventsFileTests, LeavesALinkAndWhatItNames)
 {
     const auto target = directory.path() / "target";
     std::ofstream(target) << "kept";
@@ -104,8 +105,59 @@ TEST_F(PartialEventsFileTests, TakesThePlaceOfALinkAndLeavesWhatItNames)
     setAnchor();
     click(2 * second);
     file.append(track);
-    EXPECT_FALSE(std::filesystem::is_symlink(path));
+    file.remove();
+    EXPECT_TRUE(std::filesystem::is_symlink(path));
     EXPECT_EQ(std::filesystem::file_size(target), 4U);
+    EXPECT_EQ(track.finish(true).events.size(), 1U);
+}
+
+TEST_F(PartialEventsFileTests, TakesTheEventsOutOfMemoryAndHandsThemOut)
+{
+    setAnchor();
+    std::string events;
+    const auto collect = [&](std::string_view piece) { events += piece; };
+    EXPECT_FALSE(file.readEvents(collect));
+    click(2 * second);
+    click(3 * second);
+    file.append(track);
+    click(4 * second);
+    EXPECT_TRUE(file.readEvents(collect));
+    EXPECT_EQ(events,
+        R"({"t":1000.0,"k":"down","x":0.25,"y":0.5,"button":0},)"
+        R"({"t":2000.0,"k":"down","x":0.25,"y":0.5,"button":0})");
+    EXPECT_EQ(track.finish(true).events.size(), 1U);
+}
+
+TEST_F(PartialEventsFileTests, KeepsWholeLinesWhenTheDiskTakesNoMore)
+{
+    setAnchor();
+    click(2 * second);
+    file.append(track);
+    const auto before = written();
+    {
+        const FileSizeLimit limit(before.size() + 10);
+        click(3 * second);
+        file.append(track);
+    }
+    click(4 * second);
+    file.append(track);
+    EXPECT_EQ(written(), before);
+    std::string events;
+    EXPECT_TRUE(file.readEvents([&](std::string_view piece) { events += piece; }));
+    EXPECT_EQ(events, R"({"t":1000.0,"k":"down","x":0.25,"y":0.5,"button":0})");
+    EXPECT_EQ(track.finish(true).events.size(), 2U);
+}
+
+TEST_F(PartialEventsFileTests, OfWhichNotEvenTheBeginningCanBeWrittenIsRemoved)
+{
+    setAnchor();
+    click(2 * second);
+    {
+        const FileSizeLimit limit(10);
+        file.append(track);
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_EQ(track.finish(true).events.size(), 1U);
 }
 
 TEST_F(PartialEventsFileTests, ThatCannotBeWrittenIsGivenUpInSilence)

@@ -116,7 +116,7 @@ TEST_F(CurlHTTPTransportTests, APutStreamsItsFile)
     auto& server = serveOK();
     auto request = get(server.url("/x"));
     request.method = "PUT";
-    request.body = directory.path() / "x";
+    request.body = FileBelow{directory.path(), "x"};
     EXPECT_EQ(perform(request).response.status, 200);
     EXPECT_EQ(server.requests().at(0).body, content);
     EXPECT_EQ(server.requests().at(0).head,
@@ -131,7 +131,7 @@ TEST_F(CurlHTTPTransportTests, AnEmptyFileIsSentAsAnEmptyBody)
     auto& server = serveOK();
     auto request = get(server.url("/x"));
     request.method = "PUT";
-    request.body = directory.path() / "x";
+    request.body = FileBelow{directory.path(), "x"};
     EXPECT_EQ(perform(request).response.status, 200);
     EXPECT_THAT(server.requests().at(0).head, HasSubstr("Content-Length: 0\r\n"));
 }
@@ -140,7 +140,7 @@ TEST_F(CurlHTTPTransportTests, AFileThatCannotBeReadIsAnError)
 {
     auto request = get(serveOK().url("/"));
     request.method = "PUT";
-    request.body = std::filesystem::path("/nonexistent/file");
+    request.body = FileBelow{"/nonexistent", "file"};
     EXPECT_EQ(perform(request).error, "Could not read /nonexistent/file: No such file or directory");
 }
 
@@ -205,6 +205,19 @@ TEST_F(CurlHTTPTransportTests, ASilentServerIsLeft)
     request.timeout = std::chrono::seconds(1);
     EXPECT_EQ(perform(request).error,
         "The request to " + server.url("") + " timed out: nothing moved for 1 seconds.");
+}
+
+TEST_F(CurlHTTPTransportTests, AServerThatKeepsARequestMovingIsLeftAtItsDeadline)
+{
+    auto& server = serve([isOver = testEnd](const auto& request) {
+        isOver.wait_for(std::chrono::milliseconds(300));
+        return TestHTTPServer::redirect("302", request.head.find(" /a ") == std::string::npos ? "/a" : "/b");
+    });
+    auto request = get(server.url("/"));
+    request.timeout = std::chrono::seconds(60);
+    request.deadline = std::chrono::seconds(1);
+    EXPECT_EQ(perform(request).error,
+        "The request to " + server.url("") + " timed out: it was not done within 1 seconds.");
 }
 
 TEST_F(CurlHTTPTransportTests, ALongAnswerIsCutOff)

@@ -9,13 +9,14 @@
 namespace glimto {
 namespace {
 
-std::string recordedAs(const std::string& source)
+std::string recordedAs(const std::string& channels, bool isMonitor = false)
 {
-    pa_channel_map map;
-    if (!pa_channel_map_parse(&map, source.c_str()))
+    PulseSource source;
+    source.isMonitor = isMonitor;
+    if (!pa_channel_map_parse(&source.channelMap, channels.c_str()))
         return "no map";
     char text[PA_CHANNEL_MAP_SNPRINT_MAX];
-    const auto recorded = recordedChannelMap(map);
+    const auto recorded = recordedChannelMap(source);
     return pa_channel_map_snprint(text, sizeof text, &recorded);
 }
 
@@ -29,6 +30,14 @@ TEST(PulseChannelMapTests, TwoPairsOfSurroundStayInTheirOrder)
 {
     EXPECT_EQ(recordedAs("front-left,front-right,side-left,side-right,front-center,lfe,rear-left,rear-right"),
         "front-left,front-right,front-center,lfe,rear-left,rear-right,side-left,side-right");
+}
+
+TEST(PulseChannelMapTests, OfAnOutputWithSurroundStereoIsRecorded)
+{
+    EXPECT_EQ(recordedAs("front-left,front-right,rear-left,rear-right,front-center,lfe", true),
+        "front-left,front-right");
+    EXPECT_EQ(recordedAs("aux0,aux1,aux2", true), "aux0,aux1,aux2");
+    EXPECT_EQ(recordedAs("mono", true), "mono");
 }
 
 TEST(PulseChannelMapTests, LeftIsFirst)

@@ -92,6 +92,19 @@ TEST_F(RecordingStopSequenceTests, AWriterThatHangsFailsWithTheTimeLimit)
     hanging.letEnd();
 }
 
+TEST_F(RecordingStopSequenceTests, AWriterThatHangsIsToldEvenWhenTheStreamFailedInTheLastMoment)
+{
+    HangingStage hanging;
+    limits.segmentWriter = 0.02;
+    stream.onStop = [this] {
+        stream.fail(std::make_exception_ptr(PlatformError("X11", 1005, "The X server does not answer.")));
+    };
+    encoder.onFinish = hanging.operation();
+
+    EXPECT_EQ(recordError(), "Stopping capture timed out after 0s at stage: finishing segment writer");
+    hanging.letEnd();
+}
+
 TEST_F(RecordingStopSequenceTests, AThumbnailThatHangsFailsWithTheTimeLimit)
 {
     HangingStage hanging;

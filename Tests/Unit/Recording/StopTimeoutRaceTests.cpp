@@ -1,11 +1,15 @@
 #include "Recording/StopTimeoutRace.h"
 
 #include <atomic>
+#include <chrono>
+#include <csignal>
 #include <future>
 #include <memory>
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "Support/Errors.h"
 
@@ -116,6 +120,33 @@ TEST_F(WithStopTimeoutTests, AnOperationThatHangsIsLetGoOf)
     // It still owns what it uses when it goes on.
     gate->opened.set_value();
     EXPECT_EQ(gate->passed.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+}
+
+// Stops this process for a second and lets it go on, both from another one.
+pid_t stopThisProcessForASecond()
+{
+    const pid_t self = ::getpid();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::usleep(50'000);
+        ::kill(self, SIGSTOP);
+        ::usleep(1'000'000);
+        ::kill(self, SIGCONT);
+        ::_exit(0);
+    }
+    return child;
+}
+
+TEST_F(WithStopTimeoutTests, TheTimeForWhichTheProcessWasStoppedDoesNotCount)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    const pid_t child = stopThisProcessForASecond();
+    EXPECT_NO_THROW(withStopTimeout(queue, 0.8, "a stage", [begin] {
+        // Ends a while after the process goes on.
+        while (std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(1300))
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }));
+    EXPECT_EQ(::waitpid(child, nullptr, 0), child);
 }
 
 TEST_F(WithStopTimeoutTests, TheMessageTellsWholeSecondsAndTheStage)

@@ -5,8 +5,10 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "Fakes/FakeLineOutput.h"
 #include "Fakes/FakePNGCodec.h"
@@ -14,6 +16,7 @@
 #include "Fakes/FileSizeLimit.h"
 #include "Fakes/TemporaryDirectory.h"
 #include "Support/Errors.h"
+#include "Support/FileDescriptor.h"
 
 namespace glimto {
 namespace {
@@ -108,6 +111,54 @@ TEST_F(ScreenshotFileTests, ADeviceIsNotReplaced)
     EXPECT_EQ(standardError.text(), "warning: " + path.string() + " is a device, which is not replaced.\n");
     EXPECT_TRUE(std::filesystem::is_character_file(path));
     EXPECT_EQ(files(), std::vector<std::string>{"shot.png"});
+}
+
+TEST_F(ScreenshotFileTests, APipeASocketAndLinksToThemAreNotReplaced)
+{
+    const auto link = directory.path() / "link.png";
+    std::filesystem::create_symlink("shot.png", link);
+    const auto expectRefused = [&](const std::string& what) {
+        for (const auto& name : {path, link}) {
+            const std::size_t before = standardError.lines().size();
+            EXPECT_EQ(errorOfWrite(name), "Could not create PNG destination at " + name.string());
+            ASSERT_EQ(standardError.lines().size(), before + 1);
+            EXPECT_EQ(standardError.lines().back(),
+                "warning: " + name.string() + " is " + what + ", which is not replaced.");
+        }
+        EXPECT_TRUE(std::filesystem::is_symlink(link));
+        EXPECT_EQ(::unlink(path.c_str()), 0);
+    };
+    ASSERT_EQ(::mknod(path.c_str(), S_IFIFO | 0600, 0), 0);
+    expectRefused("a pipe");
+    ASSERT_EQ(::mknod(path.c_str(), S_IFSOCK | 0600, 0), 0);
+    expectRefused("a socket");
+    std::filesystem::create_symlink("/dev/null", path);
+    expectRefused("a device");
+}
+
+TEST_F(ScreenshotFileTests, ALinkToAnOpenFileIsNotReplaced)
+{
+    std::ofstream(directory.path() / "open") << "x";
+    const FileDescriptor open(::open((directory.path() / "open").c_str(), O_WRONLY | O_CLOEXEC));
+    std::filesystem::create_symlink("/proc/self/fd/" + std::to_string(open.get()), path);
+    EXPECT_EQ(errorOfWrite(path), "Could not create PNG destination at " + path.string());
+    EXPECT_EQ(contents(directory.path() / "open"), "x");
+    EXPECT_EQ(standardError.text(),
+        "warning: " + path.string() + " is a file that is open, which is not replaced.\n");
+}
+
+TEST_F(ScreenshotFileTests, ALinkToAFileOrToNothingIsReplaced)
+{
+    const auto target = directory.path() / "target";
+    std::ofstream(target) << "x";
+    std::filesystem::create_symlink(target, path);
+    write(path);
+    EXPECT_EQ(contents(target), "x");
+    EXPECT_FALSE(std::filesystem::is_symlink(path));
+    std::filesystem::remove(path);
+    std::filesystem::create_symlink("nowhere", path);
+    write(path);
+    EXPECT_EQ(contents(path), whole);
 }
 
 TEST_F(ScreenshotFileTests, AFileInTheWayOfADirectoryIsAnError)

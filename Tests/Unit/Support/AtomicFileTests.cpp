@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "Fakes/FileSizeLimit.h"
 #include "Fakes/TemporaryDirectory.h"
@@ -93,7 +94,7 @@ TEST_F(AtomicFileTests, TheTemporaryFileMayHaveANameOfTheCallersChoice)
 {
     const auto temporary = directory.path() / "my.tmp";
     {
-        AtomicFile file(path, temporary);
+        AtomicFile file(FileBelow::of(path), temporary.filename().string());
         file.write(bytesOf("new"));
         EXPECT_EQ(names(), std::vector<std::string>({"my.tmp"}));
         file.finish();
@@ -108,8 +109,58 @@ TEST_F(AtomicFileTests, AFileThatIsInTheWayOfTheTemporaryOneIsLeftAlone)
 {
     const auto temporary = directory.path() / "my.tmp";
     writeFileAtomically(temporary, "another's");
-    EXPECT_THROW(AtomicFile(path, temporary), PlatformError);
+    EXPECT_THROW(AtomicFile(FileBelow::of(path), temporary.filename().string()), PlatformError);
     EXPECT_EQ(textOf(temporary), "another's");
+}
+
+TEST_F(AtomicFileTests, TheUmaskSaysWhoMayReadWhatIsNotPrivate)
+{
+    const auto modeUnder = [this](mode_t mask, FileReaders readers) {
+        const mode_t previous = ::umask(mask);
+        writeFileAtomically(FileBelow::of(path), "x", readers);
+        ::umask(previous);
+        struct stat status = {};
+        EXPECT_EQ(::stat(path.c_str(), &status), 0);
+        return status.st_mode & 0777U;
+    };
+    EXPECT_EQ(modeUnder(022, FileReaders::byUmask), 0644U);
+    EXPECT_EQ(modeUnder(077, FileReaders::byUmask), 0600U);
+    EXPECT_EQ(modeUnder(002, FileReaders::byUmask), 0664U);
+    EXPECT_EQ(modeUnder(0, FileReaders::owner), 0600U);
+}
+
+TEST_F(AtomicFileTests, LinksBelowTheDirectoryAreNotFollowed)
+{
+    std::filesystem::create_directory(directory.path() / "elsewhere");
+    std::filesystem::create_directory_symlink("elsewhere", directory.path() / "segments");
+    EXPECT_THROW(writeFileAtomically(FileBelow{directory.path(), "segments/x"}, "new"), PlatformError);
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path() / "elsewhere"));
+    writeFileAtomically(directory.path() / "segments" / "x", "new");
+    EXPECT_EQ(textOf(directory.path() / "elsewhere" / "x"), "new");
+}
+
+TEST_F(AtomicFileTests, TwoOfTheSameNameDoNotMeet)
+{
+    AtomicFile first(path);
+    AtomicFile second(path);
+    ASSERT_EQ(names().size(), 2U);
+    for (const auto& name : names())
+        EXPECT_EQ(fileOfTemporary(name), "file.json");
+}
+
+TEST_F(AtomicFileTests, TellsTemporaryFilesFromOthers)
+{
+    EXPECT_EQ(fileOfTemporary(".a.0123456789abcdef.tmp"), "a");
+    for (const char* name : {"", ".tmp", "a.0123456789abcdef.tmp", ".0123456789abcdef.tmp", ".a.1-2.tmp",
+             "..0123456789abcdef.tmp", ".a.0123456789abcdeg.tmp", ".a.0123456789abcdef.tmp2",
+             ".a-0123456789abcdef.tmp"})
+        EXPECT_EQ(fileOfTemporary(name), std::nullopt) << name;
+}
+
+TEST_F(AtomicFileTests, ADirectoryThatIsNotThereCannotBeFlushed)
+{
+    EXPECT_NO_THROW(syncDirectory(directory.path()));
+    EXPECT_THROW(syncDirectory(directory.path() / "nowhere"), PlatformError);
 }
 
 TEST_F(AtomicFileTests, AFinishedFileGoesWithoutACommit)

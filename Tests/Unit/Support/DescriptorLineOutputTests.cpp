@@ -3,16 +3,20 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <future>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
 
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
+#include "Support/Errors.h"
 #include "Support/FileDescriptor.h"
 
 namespace glimto {
@@ -80,22 +84,107 @@ TEST_F(DescriptorLineOutputTests, WritesADocumentThatIsLongerThanThePipe)
 {
     const std::string document(1'000'000, 'x');
     auto received = std::async(std::launch::async, [this] { return readAll(); });
-    DescriptorLineOutput(writingEnd.get()).writeLine(document);
+    DescriptorLineOutput(writingEnd.get()).writeDocument(document);
     writingEnd.close();
     EXPECT_EQ(received.get(), document + "\n");
 }
 
+TEST_F(DescriptorLineOutputTests, ADocumentThatCannotBeWrittenIsAnError)
+{
+    const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    DescriptorLineOutput output(full.get());
+    try {
+        output.writeDocument("{}");
+        FAIL() << "wrote onto a full disk";
+    } catch (const PlatformError& error) {
+        EXPECT_STREQ(error.what(), "Could not write the output: No space left on device");
+    }
+    EXPECT_NO_THROW(output.writeLine("lost"));
+}
+
+TEST_F(DescriptorLineOutputTests, AReaderOfADocumentMayGoAway)
+{
+    readingEnd.close();
+    EXPECT_NO_THROW(DescriptorLineOutput(writingEnd.get()).writeDocument(std::string(1'000'000, 'x')));
+}
+
+// A line that does not end as soon as `fill` has left no room in `descriptor`, is dropped.
+void expectNoHang(int descriptor, const std::string& line)
+{
+    DescriptorLineOutput output(descriptor, std::chrono::milliseconds(50));
+    auto done = std::async(std::launch::async, [&] {
+        for (int count = 0; count < 200; ++count)
+            output.writeLine(line);
+    });
+    EXPECT_EQ(done.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+}
+
+TEST_F(DescriptorLineOutputTests, ALongLineWaitsNoLongerThanAShortOne)
+{
+    expectNoHang(writingEnd.get(), std::string(60'000, 'x'));
+}
+
+TEST_F(DescriptorLineOutputTests, ATerminalThatIsNotReadHoldsNobodyUp)
+{
+    const FileDescriptor terminal(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    ASSERT_EQ(::grantpt(terminal.get()), 0);
+    ASSERT_EQ(::unlockpt(terminal.get()), 0);
+    const FileDescriptor ours(::open(::ptsname(terminal.get()), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    ASSERT_TRUE(ours);
+    expectNoHang(ours.get(), std::string(3'000, 'x'));
+}
+
+TEST_F(DescriptorLineOutputTests, ASocketThatIsNotReadHoldsNobodyUp)
+{
+    std::array<int, 2> ends = {-1, -1};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+    const FileDescriptor near(ends[0]);
+    const FileDescriptor far(ends[1]);
+    expectNoHang(near.get(), std::string(10'000, 'x'));
+}
+
+TEST_F(DescriptorLineOutputTests, ALineThatWasCutEndsBeforeTheNext)
+{
+    {
+        DescriptorLineOutput output(writingEnd.get(), std::chrono::milliseconds(10));
+        output.writeLine(std::string(100'000, 'x'));
+        std::string text(8'192, ' ');
+        ASSERT_EQ(::read(readingEnd.get(), text.data(), text.size()), 8'192);
+        output.writeLine("whole");
+    }
+    writingEnd.close();
+    const std::string text = readAll();
+    ASSERT_GT(text.size(), 7U);
+    EXPECT_EQ(text.substr(text.size() - 7), "\nwhole\n");
+}
+
+TEST_F(DescriptorLineOutputTests, TheDescriptorOfOthersGoesOnBlocking)
+{
+    DescriptorLineOutput(writingEnd.get()).writeLine("line");
+    EXPECT_EQ(::fcntl(writingEnd.get(), F_GETFL) & O_NONBLOCK, 0);
+}
+
+TEST_F(DescriptorLineOutputTests, NothingInALineMakesAnotherOrSpeaksToTheTerminal)
+{
+    DescriptorLineOutput(writingEnd.get())
+        .writeLine("a\nGLIMTO\x1b[2J\xC2\x9B"
+                   "2J\xE2\x80\xA8\r\x7F\tb \xC3\xA4\xFF");
+    writingEnd.close();
+    EXPECT_EQ(readAll(), "a GLIMTO [2J 2J   \tb \xC3\xA4\xFF\n");
+}
+
 TEST_F(DescriptorLineOutputTests, LinesOfSeveralThreadsNeverMix)
 {
-    DescriptorLineOutput output(writingEnd.get());
     auto received = std::async(std::launch::async, [this] { return readAll(); });
+    std::optional<DescriptorLineOutput> output(std::in_place, writingEnd.get());
     const auto writeMany = [&output](char character) {
         for (int round = 0; round < 500; ++round)
-            output.writeLine(std::string(99, character));
+            output->writeLine(std::string(99, character));
     };
     std::thread other(writeMany, 'a');
     writeMany('b');
     other.join();
+    output.reset();
     writingEnd.close();
 
     const std::string text = received.get();
@@ -125,19 +214,22 @@ TEST_F(DescriptorLineOutputTests, AReaderThatStoppedHoldsUpOneLineOnly)
 TEST_F(DescriptorLineOutputTests, AReaderThatReadsAgainGetsTheNextLine)
 {
     const std::size_t filled = fillPipe();
-    DescriptorLineOutput output(writingEnd.get(), std::chrono::milliseconds{1});
-    output.writeLine("dropped");
-    std::string text(filled, ' ');
-    ASSERT_EQ(::read(readingEnd.get(), text.data(), text.size()), static_cast<ssize_t>(filled));
-    output.writeLine("seen");
+    {
+        DescriptorLineOutput output(writingEnd.get(), std::chrono::milliseconds{1});
+        output.writeLine("dropped");
+        std::string text(filled, ' ');
+        ASSERT_EQ(::read(readingEnd.get(), text.data(), text.size()), static_cast<ssize_t>(filled));
+        output.writeLine("seen");
+    }
     writingEnd.close();
     EXPECT_EQ(readAll(), "seen\n");
 }
 
 TEST_F(DescriptorLineOutputTests, AClosedDescriptorIsNoError)
 {
-    DescriptorLineOutput output(writingEnd.get());
+    const int closed = writingEnd.get();
     writingEnd.close();
+    DescriptorLineOutput output(closed);
     EXPECT_NO_THROW(output.writeLine("lost"));
     EXPECT_EQ(readAll(), "");
 }

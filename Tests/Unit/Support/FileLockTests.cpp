@@ -65,5 +65,19 @@ TEST_F(FileLockTests, CannotBeOpenedInAMissingDirectory)
         FileLock::tryAcquire(directory.path() / "nowhere" / "lock", lock), FileLockOutcome::couldNotOpen);
 }
 
+TEST_F(FileLockTests, ADirectoryIsLockedWithoutAFileInIt)
+{
+    FileLock second;
+    {
+        FileLock first;
+        EXPECT_EQ(FileLock::tryAcquireDirectory(directory.path(), first), FileLockOutcome::acquired);
+        EXPECT_EQ(FileLock::tryAcquireDirectory(directory.path(), second), FileLockOutcome::heldByAnother);
+    }
+    EXPECT_EQ(FileLock::tryAcquireDirectory(directory.path(), second), FileLockOutcome::acquired);
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
+    EXPECT_EQ(
+        FileLock::tryAcquireDirectory(directory.path() / "nowhere", second), FileLockOutcome::couldNotOpen);
+}
+
 } // namespace
 } // namespace glimto

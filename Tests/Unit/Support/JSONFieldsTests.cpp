@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include "Fakes/MemoryLimit.h"
 #include "Support/Errors.h"
+#include "Support/Text.h"
 
 namespace glimto {
 namespace {
@@ -32,6 +34,33 @@ protected:
         "objects": [{"x": "y"}, 2], "object": {"inner": {"x": 1}}})");
     JSONFields fields{json, "the answer"};
 };
+
+TEST(JSONParsingTests, ATextThatWouldTakeMuchMemoryIsRefusedWithoutTakingIt)
+{
+    std::string text = "[{}";
+    while (text.size() < (16U << 20U))
+        text += ",{}";
+    text += "]";
+    const MemoryLimit limit(32 << 20);
+    try {
+        parseJSON(text, "manifest.json");
+        FAIL() << "was read";
+    } catch (const PlatformError& error) {
+        EXPECT_STREQ(error.what(), "Could not read manifest.json: its JSON holds too many values.");
+    }
+}
+
+TEST(JSONParsingTests, AKeyOfTheServerMakesNoLineAndNoBook)
+{
+    const nlohmann::json object = {{"\x1B[2J\n" + std::string(100'000, 'x'), 1}};
+    try {
+        JSONFields(object, "the answer").allTexts();
+        FAIL() << "was read";
+    } catch (const PlatformError& error) {
+        EXPECT_LT(std::string(error.what()).size(), 2100U);
+        EXPECT_EQ(singleLine(error.what()), error.what());
+    }
+}
 
 TEST(JSONParsingTests, SaysWhereTextIsNoJSONAndNothingOfIt)
 {

@@ -10,6 +10,16 @@ namespace {
 TEST(TextTests, SingleLineKeepsTextAndTabsAndReplacesOtherControlCharacters)
 {
     EXPECT_EQ(singleLine("a\nb\r\tc\x7F\xC3\xA9"), "a b \tc \xC3\xA9");
+    EXPECT_EQ(singleLine("a\u0085b\u009Bc\u2028d\u2029e\xFF"), "a b c d e\xFF");
+}
+
+TEST(TextTests, AnExcerptIsOneLineOfBoundedLength)
+{
+    EXPECT_EQ(excerpt("a\nb"), "a b");
+    std::string text;
+    for (int count = 0; count < 5000; ++count)
+        text += "\xC3\xA9";
+    EXPECT_EQ(excerpt(text).size(), 4000U);
 }
 
 TEST(TextTests, TrimsSpacesTabsAndLineBreaksAtBothEnds)

@@ -57,5 +57,14 @@ TEST(WebAddressTests, ThePathIsTakenOutDecoded)
     EXPECT_EQ(pathOfWebAddress("host/path"), "");
 }
 
+TEST(WebAddressTests, TellsTheHost)
+{
+    EXPECT_EQ(hostOfWebAddress("http://Host"), "host");
+    EXPECT_EQ(hostOfWebAddress("https://user:p@ss@host:80/x@y:1"), "host");
+    EXPECT_EQ(hostOfWebAddress("http://[::1]:80/"), "[::1]");
+    EXPECT_EQ(hostOfWebAddress("http://host?x"), "host");
+    EXPECT_EQ(hostOfWebAddress("host"), "");
+}
+
 } // namespace
 } // namespace glimto

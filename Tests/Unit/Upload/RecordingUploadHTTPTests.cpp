@@ -10,6 +10,11 @@ class RecordingUploadHTTPTests : public testing::Test {
 protected:
     RecordingUploadHTTP http() { return {options, transport, cancellation}; }
 
+    HTTPRequest request() const
+    {
+        return RecordingUploadHTTP::uploadRequest(artifact, signedUpload, options.apiBaseURL);
+    }
+
     static std::string validationFailure(int status, const std::string& body)
     {
         return failureOf([&] { RecordingUploadHTTP::validateHTTPResponse(status, body, "/api"); });
@@ -19,7 +24,7 @@ protected:
         .accessKey = " key \n", .apiBaseURL = "http://host:1/base/", .recordingId = std::nullopt};
     FakeHTTPTransport transport;
     UploadCancellation cancellation;
-    UploadArtifact artifact{std::filesystem::path("/take/x"), "org/rec/x", "x"};
+    UploadArtifact artifact{FileBelow{"/take", "x"}, "org/rec/x", "x"};
     SignedUpload signedUpload{"video/mp4", {}, "org/rec/x", "PUT", "https://store/x?signature=1"};
 };
 
@@ -107,43 +112,60 @@ TEST_F(RecordingUploadHTTPTests, TheDetailIsTheBestThereIs)
 TEST_F(RecordingUploadHTTPTests, ADetailMakesOneLineOfBoundedLength)
 {
     EXPECT_EQ(validationFailure(502, "<html>\n<h1>Bad</h1>\n"), "HTTP 502 for /api: <html> <h1>Bad</h1>");
-    EXPECT_EQ(validationFailure(502, std::string(5'000'000, 'x')).size(), 19U + 65536U);
-    EXPECT_EQ(validationFailure(502, std::string(5'000'000, '[')).size(), 19U + 65536U);
+    EXPECT_EQ(validationFailure(502, std::string(5'000'000, 'x')).size(), 19U + 2000U);
+    EXPECT_EQ(validationFailure(502, std::string(5'000'000, '[')).size(), 19U + 2000U);
 }
 
 TEST_F(RecordingUploadHTTPTests, AnUploadHasTheHeadersThatItCameWith)
 {
     signedUpload.headers = {{"Content-Type", "a/b"}, {"x-extra", "1"}};
-    const auto request = RecordingUploadHTTP::uploadRequest(artifact, signedUpload);
+    const auto request = this->request();
     EXPECT_EQ(request.method, "PUT");
     EXPECT_EQ(request.url, "https://store/x?signature=1");
     EXPECT_EQ(request.headers, signedUpload.headers);
     EXPECT_TRUE(request.originHeaders.empty());
-    EXPECT_EQ(std::get<std::filesystem::path>(request.body), "/take/x");
+    EXPECT_EQ(std::get<FileBelow>(request.body), (FileBelow{"/take", "x"}));
     EXPECT_EQ(request.timeout, std::chrono::seconds(60));
 }
 
 TEST_F(RecordingUploadHTTPTests, AnUploadWithoutHeadersHasItsContentType)
 {
-    EXPECT_EQ(RecordingUploadHTTP::uploadRequest(artifact, signedUpload).headers,
-        (HTTPHeaders{{"Content-Type", "video/mp4"}}));
+    EXPECT_EQ(request().headers, (HTTPHeaders{{"Content-Type", "video/mp4"}}));
     signedUpload.headers = {{"x-extra", "1"}};
-    EXPECT_EQ(
-        RecordingUploadHTTP::uploadRequest(artifact, signedUpload).headers, (HTTPHeaders{{"x-extra", "1"}}));
+    EXPECT_EQ(request().headers, (HTTPHeaders{{"x-extra", "1"}}));
 }
 
 TEST_F(RecordingUploadHTTPTests, BytesAreSentFromMemory)
 {
     artifact.body = std::string("bytes");
-    EXPECT_EQ(
-        std::get<std::string>(RecordingUploadHTTP::uploadRequest(artifact, signedUpload).body), "bytes");
+    EXPECT_EQ(std::get<std::string>(request().body), "bytes");
+}
+
+TEST_F(RecordingUploadHTTPTests, AnEncryptedAPIMayNotSendObjectsInTheClear)
+{
+    signedUpload.url = "http://store/x";
+    EXPECT_EQ(request().url, "http://store/x");
+    options.apiBaseURL = "https://host";
+    EXPECT_EQ(failureOf([&] { request(); }),
+        "API returned an upload URL that leads away from encryption for org/rec/x.");
+    signedUpload.url = "https://store/x";
+    EXPECT_EQ(request().url, "https://store/x");
+}
+
+TEST_F(RecordingUploadHTTPTests, RequestsHaveADeadlineAndObjectsTheTimeThatASlowLineTakes)
+{
+    transport.answer = [](const auto&, const auto&) { return HTTPResponse{200, "{}"}; };
+    http().getJSON("http://host/x");
+    EXPECT_EQ(transport.requests().back().deadline, std::chrono::seconds(120));
+    artifact.body = std::string(8 << 20, 'x');
+    EXPECT_EQ(request().deadline, std::chrono::seconds(120 + 2048));
 }
 
 TEST_F(RecordingUploadHTTPTests, OnlyPutInCapitalsIsPut)
 {
     for (const char* method : {"put", "POST", "", "PUT "}) {
         signedUpload.method = method;
-        EXPECT_EQ(failureOf([&] { RecordingUploadHTTP::uploadRequest(artifact, signedUpload); }),
+        EXPECT_EQ(failureOf([&] { request(); }),
             std::string("Expected signed upload method PUT for org/rec/x, got ") + method + ".");
     }
 }
@@ -152,8 +174,7 @@ TEST_F(RecordingUploadHTTPTests, WhatIsNoURLIsRefused)
 {
     for (const char* url : {"", "not a url", "/relative", "file:///etc/passwd", "http://", "http://h/a b"}) {
         signedUpload.url = url;
-        EXPECT_EQ(failureOf([&] { RecordingUploadHTTP::uploadRequest(artifact, signedUpload); }),
-            "API returned an invalid signed upload URL for org/rec/x.");
+        EXPECT_EQ(failureOf([&] { request(); }), "API returned an invalid signed upload URL for org/rec/x.");
     }
 }
 

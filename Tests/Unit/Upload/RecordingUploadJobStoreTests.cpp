@@ -376,5 +376,55 @@ TEST(RecordingUploadJobStoreValueTests, AFingerprintIsOfTheTrimmedKey)
     EXPECT_EQ(RecordingUploadJobStore::fingerprint(" abc \n"), RecordingUploadJobStore::fingerprint("abc"));
 }
 
+TEST_F(RecordingUploadJobStoreTests, OnlyTheOwnerMayReadTheJobWhateverTheUmask)
+{
+    for (const mode_t mask : {0, 022, 077}) {
+        const mode_t previous = ::umask(mask);
+        create();
+        ::umask(previous);
+        struct stat status = {};
+        ASSERT_EQ(::stat((take / "upload-job.json").c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777U, 0600U) << mask;
+        fs::remove_all(take);
+    }
+}
+
+TEST_F(RecordingUploadJobStoreTests, WhatAKilledUploadWasWritingIsRemoved)
+{
+    create();
+    const auto leftover = take / ".upload-job.json.0123456789abcdef.tmp";
+    std::ofstream(leftover) << "{";
+    open(TakeUse::uploading);
+    EXPECT_FALSE(fs::exists(leftover));
+}
+
+TEST_F(RecordingUploadJobStoreTests, AJobThatCostsMuchMemoryIsNotRead)
+{
+    create();
+    std::ofstream(take / "upload-job.json") << std::string(1 << 20, ' ');
+    EXPECT_THAT(openingFailure(TakeUse::uploading), testing::EndsWith("File too large"));
+}
+
+TEST_F(RecordingUploadJobStoreTests, ADirectoryWithAJobIsDescribed)
+{
+    EXPECT_EQ(describeUploadJob(take), std::nullopt);
+    open(TakeUse::capturing).setState(State::failed, "no server");
+    EXPECT_EQ(describeUploadJob(take),
+        take.string() + " holds the upload job of abc (no server) and no finished take: remove "
+            + (take / "upload-job.json").string() + " to record there or choose another directory.");
+    std::ofstream(take / "manifest.json") << "{}";
+    EXPECT_EQ(describeUploadJob(take),
+        take.string()
+            + " holds the upload job of abc (no server) and its take: send it with `glimto-capture upload` "
+              "or "
+              "choose another directory.");
+    open(TakeUse::uploading).setState(State::completed);
+    EXPECT_EQ(describeUploadJob(take),
+        take.string()
+            + " holds the upload job of abc, which is done, and its take: remove the directory or choose "
+              "another "
+              "directory.");
+}
+
 } // namespace
 } // namespace glimto

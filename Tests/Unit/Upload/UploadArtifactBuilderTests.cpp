@@ -107,7 +107,7 @@ TEST_F(UploadArtifactBuilderTests, TheManifestGoesWithObjectKeysAndFilesAsTheyAr
     EXPECT_EQ(manifest["segments"][0]["key"], "org/rec/segments/video/segment_000.m4s");
     EXPECT_EQ(std::get<std::string>(artifacts[0].body), manifest.dump(2));
     EXPECT_EQ(artifacts[1].sourceDescription, "segments/video/init.mp4");
-    EXPECT_EQ(std::get<fs::path>(artifacts[1].body), take() / "segments/video/init.mp4");
+    EXPECT_EQ(std::get<FileBelow>(artifacts[1].body), (FileBelow{take(), "segments/video/init.mp4"}));
 }
 
 TEST_F(UploadArtifactBuilderTests, WhatIsUploadedIsLeftOutAndCountsAsCovered)
@@ -158,6 +158,41 @@ TEST_F(UploadArtifactBuilderTests, FilesOfTheUploadItselfAreNeverSent)
     EXPECT_THAT(
         keys(finalPlan()), testing::Not(testing::Contains(testing::AnyOf("upload-job.json", ".ssh/id"))));
     EXPECT_EQ(keys(backgroundPlan()), Keys({"segments/video/init.mp4", "thumbnail.jpg"}));
+}
+
+TEST_F(UploadArtifactBuilderTests, OnlyTheTakesOwnFilesAreSentWhateverThePlanAsksFor)
+{
+    writeTestTake(take(), 1);
+    const std::vector<std::string> others = {"notes.txt", "private/key", "upload-job.json", ".ssh/id",
+        "segments/other/init.mp4", "segments/notes.txt"};
+    for (const auto& name : others)
+        writeTestFile(take() / name, "secret");
+    writeTestFile(take() / "verification.json", "known");
+    auto planned = others;
+    planned.emplace_back("verification.json");
+    plan(instructions.plannedUploads.optional, planned);
+    for (const auto& artifacts : {finalPlan(), backgroundPlan({})}) {
+        for (const auto& name : others)
+            EXPECT_THAT(keys(artifacts), testing::Not(testing::Contains(name)));
+        EXPECT_THAT(keys(artifacts), testing::Contains("verification.json"));
+    }
+}
+
+TEST_F(UploadArtifactBuilderTests, NothingIsSentThroughALink)
+{
+    writeTestTake(take(), 2);
+    writeTestFile(directory.path() / "secret", "secret");
+    std::filesystem::remove(take() / "thumbnail.jpg");
+    std::filesystem::create_symlink(directory.path() / "secret", take() / "thumbnail.jpg");
+    EXPECT_THAT(keys(finalPlan()), testing::Not(testing::Contains("thumbnail.jpg")));
+    EXPECT_THAT(keys(backgroundPlan({})), testing::Not(testing::Contains("thumbnail.jpg")));
+    std::filesystem::rename(take() / "segments", directory.path() / "elsewhere");
+    std::filesystem::create_directory_symlink(directory.path() / "elsewhere", take() / "segments");
+    EXPECT_EQ(failureOf([this] { finalPlan(); }), "Local artifact file is missing: segments/video/init.mp4");
+    EXPECT_TRUE(keys(backgroundPlan({})).empty());
+    std::filesystem::rename(take() / "manifest.json", directory.path() / "manifest.json");
+    std::filesystem::create_symlink(directory.path() / "manifest.json", take() / "manifest.json");
+    EXPECT_THAT(failureOf([this] { finalPlan(); }), testing::StartsWith("Could not read "));
 }
 
 TEST_F(UploadArtifactBuilderTests, SegmentsThatNoPatternAllowsAreRefused)

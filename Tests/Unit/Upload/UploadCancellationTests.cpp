@@ -1,9 +1,12 @@
 #include "Upload/UploadCancellation.h"
 
+#include <atomic>
 #include <chrono>
 #include <future>
 
 #include <gtest/gtest.h>
+
+#include "Upload/TaskCancellationError.h"
 
 namespace glimto {
 namespace {
@@ -30,42 +33,43 @@ TEST(UploadCancellationTests, EndsAWait)
     EXPECT_FALSE(waiting.get());
 }
 
-TEST(UploadCancellationTests, TellsTheListenerAsLongAsThereIsOne)
+TEST(UploadCancellationTests, EndsAWaitForSomethingElse)
 {
     UploadCancellation cancellation;
-    int early = 0;
-    int told = 0;
-    {
-        const UploadCancellation::Listener listener(cancellation, [&] { ++early; });
-    }
-    {
-        const UploadCancellation::Listener listener(cancellation, [&] { ++told; });
-        cancellation.cancel();
-    }
-    EXPECT_EQ(early, 0);
-    EXPECT_EQ(told, 1);
+    auto waiting = std::async(std::launch::async, [&] { cancellation.waitUntil([] { return false; }); });
+    cancellation.cancel();
+    EXPECT_THROW(waiting.get(), TaskCancellationError);
+    EXPECT_FALSE(cancellation.waitInAnyCase([] { return false; }, 0ns));
 }
 
-TEST(UploadCancellationTests, TellsEveryListener)
+TEST(UploadCancellationTests, AChangeEndsAWaitForIt)
 {
     UploadCancellation cancellation;
-    int told = 0;
-    const UploadCancellation::Listener outer(cancellation, [&] { ++told; });
-    {
-        const UploadCancellation::Listener inner(cancellation, [] {});
-    }
-    const UploadCancellation::Listener other(cancellation, [&] { ++told; });
-    cancellation.cancel();
-    EXPECT_EQ(told, 2);
+    bool isDone = false;
+    auto waiting = std::async(std::launch::async, [&] { cancellation.waitUntil([&] { return isDone; }); });
+    cancellation.change([&] { isDone = true; });
+    EXPECT_NO_THROW(waiting.get());
+    EXPECT_TRUE(cancellation.waitInAnyCase([&] { return isDone; }, 0ns));
 }
 
-TEST(UploadCancellationTests, TellsALateListenerAtOnce)
+TEST(UploadCancellationTests, IsSharedByCopies)
 {
     UploadCancellation cancellation;
-    cancellation.cancel();
-    int told = 0;
-    const UploadCancellation::Listener listener(cancellation, [&] { ++told; });
-    EXPECT_EQ(told, 1);
+    UploadCancellation copy = cancellation;
+    copy.cancel();
+    EXPECT_TRUE(cancellation.isCancelled());
+}
+
+TEST(UploadCancellationTests, AStopRequestEndsAWaitAndIsForGood)
+{
+    std::atomic<bool> isRequested = false;
+    const UploadCancellation cancellation([&] { return isRequested.load(); });
+    EXPECT_NO_THROW(cancellation.throwIfCancelled());
+    auto waiting = std::async(std::launch::async, [&] { cancellation.waitUntil([] { return false; }); });
+    isRequested = true;
+    EXPECT_THROW(waiting.get(), UploadInterruptedError);
+    isRequested = false;
+    EXPECT_FALSE(cancellation.waitFor(1h));
 }
 
 } // namespace

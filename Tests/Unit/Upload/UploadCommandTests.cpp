@@ -50,9 +50,10 @@ protected:
     FakeRecordingAPI api{transport};
     FakeTextPatternCompiler patterns;
     FakeUploadClock clock;
+    FakeStopRequests stopRequests;
     FakeLineOutput standardOutput;
     FakeLineOutput standardError;
-    UploadServices services{transport, patterns, clock, {standardOutput, standardError}};
+    UploadServices services{transport, patterns, clock, stopRequests, {standardOutput, standardError}};
 };
 
 TEST_F(UploadCommandTests, AnUploadIsToldInOrder)
@@ -68,7 +69,7 @@ TEST_F(UploadCommandTests, AnUploadIsToldInOrder)
         "Uploaded recording: rec\n"
         "State: uploaded\n"
         "Checked objects: 5\n"
-        R"({"checkedObjectCount":5,"kind":"page_url","pageUrl":"http://api.test/recordings/rec",)"
+        R"({"checkedObjectCount":5,"kind":"page_url","pageUrl":"http://api.localhost/recordings/rec",)"
         R"("recordingId":"rec","schemaVersion":1,"state":"uploaded","type":"recording_lifecycle"})"
         "\n"
         "GLIMTO_RECORDING_STATUS=uploaded\n");

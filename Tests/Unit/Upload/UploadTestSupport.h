@@ -15,6 +15,7 @@
 #include "Fakes/FakeHTTPTransport.h"
 #include "Fakes/FakeLineOutput.h"
 #include "Fakes/FakeRecordingAPI.h"
+#include "Fakes/FakeStopRequests.h"
 #include "Fakes/FakeTextPattern.h"
 #include "Fakes/FakeUploadClock.h"
 #include "Fakes/TemporaryDirectory.h"
@@ -124,9 +125,10 @@ protected:
     FakeRecordingAPI api{transport};
     FakeTextPatternCompiler patterns;
     FakeUploadClock clock;
+    FakeStopRequests stopRequests;
     FakeLineOutput standardOutput;
     FakeLineOutput standardError;
-    UploadServices services{transport, patterns, clock, {standardOutput, standardError}};
+    UploadServices services{transport, patterns, clock, stopRequests, {standardOutput, standardError}};
 };
 
 } // namespace glimto

@@ -9,20 +9,11 @@
 #include "Backends/Desktop/DesktopTool.h"
 #include "Backends/Desktop/FileURI.h"
 #include "Support/Errors.h"
+#include "Support/StandardizedPath.h"
 
 namespace glimto {
 
 namespace {
-
-// An absolute path is never taken for an option.
-std::filesystem::path absolutePath(const std::filesystem::path& path)
-{
-    std::error_code error;
-    auto result = std::filesystem::absolute(path, error);
-    if (error)
-        throw PlatformError::posix("Could not find the working directory", error.value());
-    return result.lexically_normal();
-}
 
 // Without a bus of the session the D-Bus tools would start one of their own.
 bool hasSessionBus()
@@ -59,16 +50,15 @@ DesktopWorkspace::DesktopWorkspace(std::chrono::milliseconds deadline)
 
 bool DesktopWorkspace::openFile(const std::filesystem::path& path)
 {
+    // An absolute path is never taken for an option.
     const auto result = runDesktopTool(
-        {"xdg-open", absolutePath(path).string()}, deadline_, DesktopToolOvertime::leaveRunning);
+        {"xdg-open", standardizedPath(path).string()}, deadline_, DesktopToolOvertime::leaveRunning);
     return result != DesktopToolResult::failed;
 }
 
 bool DesktopWorkspace::revealFile(const std::filesystem::path& path)
 {
-    auto item = absolutePath(path);
-    if (!item.has_filename()) // "/tmp/take/" is the folder, not something without a name in it
-        item = item.parent_path();
+    const auto item = standardizedPath(path);
     if (hasSessionBus() && showInFileManager(item))
         return true;
     std::error_code error;

@@ -86,7 +86,6 @@ void ProcessStopRequests::endListening()
 {
     if (!isListening_)
         return;
-    pendingRequest(); // the last one that counts
     isListening_ = false;
     for (std::size_t index = 0; index < stopSignals.size(); ++index)
         ::sigaction(stopSignals[index], &previousActions[index], nullptr);
@@ -103,8 +102,7 @@ void ProcessStopRequests::beginListening()
     for (std::size_t index = 0; index < stopSignals.size(); ++index) {
         const int signal = stopSignals[index];
         ::sigaction(signal, nullptr, &previousActions[index]);
-        const bool staysIgnored = signal == SIGHUP && previousActions[index].sa_handler == SIG_IGN;
-        if (staysIgnored)
+        if (previousActions[index].sa_handler == SIG_IGN)
             continue;
         struct sigaction action = {};
         action.sa_handler = noteSignal;
@@ -112,6 +110,21 @@ void ProcessStopRequests::beginListening()
         ::sigemptyset(&action.sa_mask);
         ::sigaction(signal, &action, nullptr);
     }
+}
+
+void ProcessStopRequests::acknowledge()
+{
+    firstSignal = 0;
+    firstInterruptTime = 0;
+    request_.reset();
+}
+
+void ProcessStopRequests::passOn()
+{
+    const int signal = firstSignal;
+    endListening();
+    if (signal != 0)
+        ::raise(signal);
 }
 
 std::optional<std::string> ProcessStopRequests::pendingRequest()

@@ -13,10 +13,10 @@ namespace glimto {
 // standard output is a pipe or socket to somebody who reads it.
 //
 // From beginListening() on the first wish is kept and further signals do nothing, except that a second
-// SIGINT more than a second after the first one ends the process by that signal. SIGHUP stays ignored
-// for a process that was started so (nohup). endListening() and the destructor give the signals
-// back what they did before. Signals belong to the process, so only one object listens at a time; its operations are
-// called from one thread.
+// SIGINT more than a second after the first one ends the process by that signal. A signal stays ignored for a
+// process that was started so (SIGHUP by nohup, SIGINT by a shell for what it runs in the background). The
+// destructor gives the signals back what they did before. Signals belong to the process, so only one object
+// listens at a time; its operations are called from one thread.
 class ProcessStopRequests final : public StopRequests {
 public:
     // Make it at the start of the program: a change of parent is one after this.
@@ -26,10 +26,13 @@ public:
     ProcessStopRequests& operator=(const ProcessStopRequests&) = delete;
 
     void beginListening() override;
-    void endListening() override;
+    void acknowledge() override;
+    void passOn() override;
     std::optional<std::string> pendingRequest() override;
 
 private:
+    void endListening();
+
     pid_t parent_;
     bool isListening_ = false;
     bool watchesParent_ = false;

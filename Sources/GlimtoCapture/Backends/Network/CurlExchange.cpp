@@ -263,12 +263,19 @@ void CurlExchange::fail(const std::exception_ptr& error)
     completion_({}, error);
 }
 
-std::exception_ptr CurlExchange::stalledError() const
+std::exception_ptr CurlExchange::timeoutError(Time now) const
 {
+    std::string reason;
+    if (now - lastProgress_ > request_.timeout)
+        reason = "nothing moved for " + std::to_string(request_.timeout.count()) + " seconds";
+    else if (now - begin_ > request_.deadline)
+        reason = "it was not done within " + std::to_string(request_.deadline.count()) + " seconds";
+    else
+        return nullptr;
     const auto origin = WebOrigin::of(address_);
     return std::make_exception_ptr(PlatformError(domain, CURLE_OPERATION_TIMEDOUT,
-        "The request to " + (origin ? origin->text() : std::string("a server"))
-            + " timed out: nothing moved for " + std::to_string(request_.timeout.count()) + " seconds."));
+        "The request to " + (origin ? origin->text() : std::string("a server")) + " timed out: " + reason
+            + "."));
 }
 
 std::exception_ptr CurlExchange::cancelledError()

@@ -29,8 +29,8 @@ public:
     CURL* easy() const { return easy_.get(); }
     bool isCancelled() const { return *isCancelled_; }
 
-    // Whether nothing has moved for as long as the request allows.
-    bool isStalled(Time now) const { return now - lastProgress_ > request_.timeout; }
+    // Why the request has taken too long; null while it has not.
+    std::exception_ptr timeoutError(Time now) const;
 
     // Makes the handle ready for the first or next hop. Throws PlatformError.
     void prepareHop();
@@ -43,7 +43,6 @@ public:
     void succeed();
     void fail(const std::exception_ptr& error);
 
-    std::exception_ptr stalledError() const;
     static std::exception_ptr cancelledError();
 
 private:
@@ -72,7 +71,8 @@ private:
     HTTPResponse response_;
     std::size_t headerBytes_ = 0;
     curl_off_t movedBytes_ = 0;
-    Time lastProgress_ = std::chrono::steady_clock::now();
+    Time begin_ = std::chrono::steady_clock::now();
+    Time lastProgress_ = begin_;
     std::exception_ptr failure_; // of a callback
     std::array<char, CURL_ERROR_SIZE> errorText_ = {};
     CurlListHandle headers_;

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t stackBytes = 512 << 10;
 constexpr long mostKeptConnections = 16;
-constexpr int busyPollMilliseconds = 500; // stalled requests are looked for as often
+constexpr int busyPollMilliseconds = 500; // requests that take too long are looked for as often
 constexpr int idlePollMilliseconds = 60000;
 
 struct CurlMultiDeleter {
@@ -59,7 +59,7 @@ public:
             int running = 0;
             curl_multi_perform(multi_.get(), &running);
             noteEnds();
-            endCancelledAndStalled();
+            endCancelledAndLate();
             // What was posted meanwhile has left a wake-up behind.
             const int patience = exchanges_.empty() ? idlePollMilliseconds : busyPollMilliseconds;
             curl_multi_poll(multi_.get(), nullptr, 0, patience, nullptr);
@@ -126,15 +126,15 @@ private:
             end(at, nullptr);
     }
 
-    void endCancelledAndStalled()
+    void endCancelledAndLate()
     {
         const auto now = std::chrono::steady_clock::now();
         for (auto at = exchanges_.begin(); at != exchanges_.end();) {
             const auto here = at++;
             if ((*here)->isCancelled())
                 end(here, CurlExchange::cancelledError());
-            else if ((*here)->isStalled(now))
-                end(here, (*here)->stalledError());
+            else if (const auto error = (*here)->timeoutError(now))
+                end(here, error);
         }
     }
 

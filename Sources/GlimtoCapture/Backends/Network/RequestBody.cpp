@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,21 +19,18 @@ namespace {
 
 } // namespace
 
-RequestBody::RequestBody(const std::variant<std::monostate, std::string, std::filesystem::path>& source)
+RequestBody::RequestBody(const std::variant<std::monostate, std::string, FileBelow>& source)
 {
     isPresent_ = !std::holds_alternative<std::monostate>(source);
     if (const auto* bytes = std::get_if<std::string>(&source)) {
         bytes_ = bytes;
         size_ = static_cast<std::int64_t>(bytes->size());
-    } else if (const auto* path = std::get_if<std::filesystem::path>(&source)) {
-        path_ = *path;
-        // Never waits for somebody to write into a FIFO.
-        file_ = FileDescriptor(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    } else if (const auto* file = std::get_if<FileBelow>(&source)) {
+        path_ = file->path();
+        file_ = openForReading(*file);
         struct stat status = {};
-        if (!file_ || ::fstat(file_.get(), &status) != 0)
+        if (::fstat(file_.get(), &status) != 0)
             throwReadError(path_, errno);
-        if (!S_ISREG(status.st_mode))
-            throwReadError(path_, EINVAL);
         size_ = status.st_size;
     }
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <variant>
 
+#include "Support/FileBelow.h"
 #include "Support/FileDescriptor.h"
 
 namespace glimto {
@@ -16,7 +17,7 @@ class RequestBody {
 public:
     // Nothing, bytes, or a file. `source` outlives the body. Throws PlatformError (POSIX) when the file
     // cannot be opened or is no regular file.
-    explicit RequestBody(const std::variant<std::monostate, std::string, std::filesystem::path>& source);
+    explicit RequestBody(const std::variant<std::monostate, std::string, FileBelow>& source);
 
     bool isPresent() const { return isPresent_; }
     std::int64_t size() const { return size_; }

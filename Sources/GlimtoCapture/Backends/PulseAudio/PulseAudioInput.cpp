@@ -1,8 +1,11 @@
 #include "Backends/PulseAudio/PulseAudioInput.h"
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
+#include <span>
 #include <utility>
+#include <vector>
 
 #include <pulse/context.h>
 #include <pulse/subscribe.h>
@@ -69,8 +72,34 @@ std::unique_ptr<PulseRecordStream> PulseAudioInput::openStream(
     PulseConnection& connection, const PulseSource& source)
 {
     watchedSource_ = source.index;
-    return std::make_unique<PulseRecordStream>(connection, source, pulseServerTiming(connection),
-        [this](const AudioBuffer& buffer) { handlers_.onBuffer(buffer); });
+    if (!listensSince_)
+        listensSince_ = hostTimeNanoseconds();
+    return std::make_unique<PulseRecordStream>(
+        connection, source, pulseServerTiming(connection), [this](const AudioBuffer& buffer) {
+            hasDelivered_ = true;
+            handlers_.onBuffer(buffer);
+        });
+}
+
+void PulseAudioInput::deliverSilenceIfNothingCame()
+{
+    if (!hasStarted_ || hasDelivered_ || !listensSince_)
+        return;
+    constexpr int sampleRate = 48000;
+    constexpr std::int64_t second = 1'000'000'000;
+    // What is older has been taken for silence already.
+    constexpr std::int64_t longest = 15 * second;
+    const std::int64_t end = hostTimeNanoseconds();
+    const std::vector<float> silence(2 * sampleRate / 10);
+    for (std::int64_t at = std::max(*listensSince_, end - longest); at < end; at += second / 10)
+        handlers_.onBuffer({.format = {.sampleRate = sampleRate,
+                                .channelCount = 2,
+                                .sampleType = AudioSampleType::float32,
+                                .layout = AudioLayout::interleaved},
+            .frameCount = silence.size() / 2,
+            .presentationTime = MediaTime::fromNanoseconds(at),
+            .bytes = std::as_bytes(std::span(silence)),
+            .isReady = true});
 }
 
 std::int64_t PulseAudioInput::work(PulseRecordStream& stream)

@@ -40,6 +40,10 @@ protected:
     // Sound that goes to the handlers.
     std::unique_ptr<PulseRecordStream> openStream(PulseConnection& connection, const PulseSource& source);
 
+    // For an input that ends well and from which nothing ever came, as from the monitor of an output on which
+    // nothing is played: hands on the silence that it has heard.
+    void deliverSilenceIfNothingCame();
+
     // Watches devices come, go and change, from now on.
     void watchDevices(PulseConnection& connection);
 
@@ -65,6 +69,8 @@ private:
     std::optional<std::uint32_t> watchedSource_;
     std::optional<std::uint32_t> removedSource_;
     bool streamsChanged_ = false; // of anybody
+    std::optional<std::int64_t> listensSince_; // host time
+    bool hasDelivered_ = false;
     std::unique_ptr<NamedThread> thread_;
 };
 

@@ -41,8 +41,12 @@ void PulseMicrophoneInput::run()
         return;
     const auto stream = openStream(connection, *source);
     record(connection, *stream, source->isMonitor);
-    if (loop().mustEnd() || !hasStarted())
-        return stream->finish();
+    if (loop().mustEnd() || !hasStarted()) {
+        stream->finish();
+        if (source->isMonitor)
+            deliverSilenceIfNothingCame();
+        return;
+    }
     if (const auto reason = whyItEnded(connection, *stream)) {
         if (handlers().onFailed)
             handlers().onFailed(*reason);

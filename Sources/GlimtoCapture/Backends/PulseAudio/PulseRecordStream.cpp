@@ -48,15 +48,19 @@ std::int64_t nanosecondsSince(const timeval& wallTime)
 
 } // namespace
 
-pa_channel_map recordedChannelMap(const pa_channel_map& source)
+pa_channel_map recordedChannelMap(const PulseSource& source)
 {
-    pa_channel_map map = source;
+    pa_channel_map map = source.channelMap;
     const auto end = map.map + map.channels;
     std::sort(map.map, end, [](auto a, auto b) { return orderOf(a) < orderOf(b); });
     const bool hasPlaces = std::all_of(map.map, end, [](auto position) {
         return orderOf(position) < std::ssize(channelOrder);
     }) && std::adjacent_find(map.map, end) == end;
-    return hasPlaces ? map : source;
+    if (!hasPlaces)
+        return source.channelMap;
+    if (source.isMonitor && map.channels > 2)
+        pa_channel_map_init_stereo(&map);
+    return map;
 }
 
 PulseRecordStream::PulseRecordStream(PulseConnection& connection, const PulseSource& source,
@@ -64,15 +68,14 @@ PulseRecordStream::PulseRecordStream(PulseConnection& connection, const PulseSou
     : connection_(connection)
     , source_(source)
     , serverTiming_(serverTiming)
-    , sound_(static_cast<int>(source.sampleSpec.rate), source.sampleSpec.channels, std::move(output))
+    , map_(recordedChannelMap(source))
+    , sound_(static_cast<int>(source.sampleSpec.rate), map_.channels, std::move(output))
     , silentSince_(hostTimeNanoseconds())
 {
     // Every sample type but 32-bit integers fits into float without loss, and resampling needs float.
-    const pa_sample_spec sampleFormat = {.format = PA_SAMPLE_FLOAT32NE,
-        .rate = source.sampleSpec.rate,
-        .channels = source.sampleSpec.channels};
-    const pa_channel_map map = recordedChannelMap(source.channelMap);
-    stream_.reset(pa_stream_new(connection.get(), "Recording", &sampleFormat, &map));
+    const pa_sample_spec sampleFormat
+        = {.format = PA_SAMPLE_FLOAT32NE, .rate = source.sampleSpec.rate, .channels = map_.channels};
+    stream_.reset(pa_stream_new(connection.get(), "Recording", &sampleFormat, &map_));
     if (!stream_)
         throw connection.error("The sound server refuses to record from " + source.name);
     pa_stream_set_moved_callback(stream_.get(), &PulseRecordStream::onMoved, this);
@@ -173,7 +176,7 @@ bool PulseRecordStream::takeSound(std::int64_t now)
         if (data)
             sound_.append({static_cast<const float*>(data), size / sizeof(float)}, now);
         else
-            sound_.appendSilence(size / sizeof(float) / source_.sampleSpec.channels, now);
+            sound_.appendSilence(size / sizeof(float) / map_.channels, now);
         pa_stream_drop(stream_.get());
         if ((!wasWaiting && sound_.isWaitingForReports()) || timing_.purpose == Timing::Purpose::proofOfLife)
             timing_.nextAt = now;

@@ -77,6 +77,7 @@ private:
     PulseConnection& connection_;
     const PulseSource source_;
     const PulseServerTiming serverTiming_;
+    const pa_channel_map map_; // of what is recorded
     SteadySound sound_;
     Timing timing_;
     std::int64_t silentSince_;
@@ -87,8 +88,9 @@ private:
     PulseOperationHandle timingRequest_; // after the stream: cancelled first
 };
 
-// The channels of a source in the order in which mixing takes them (left, right, center, low frequencies,
-// back center, surround); as the source has them when they have no such places.
-pa_channel_map recordedChannelMap(const pa_channel_map& source);
+// The channels in which a source is recorded: those that it has, left first, or as it has them when they have no
+// places around a listener. Of a monitor with more than two that have, two are asked for: the server has spread
+// stereo sound over all of them and knows best how to bring it back.
+pa_channel_map recordedChannelMap(const PulseSource& source);
 
 } // namespace glimto

@@ -44,6 +44,7 @@ void PulseSystemAudioInput::run()
             interrupt(serverGone);
         pause();
     }
+    deliverSilenceIfNothingCame();
 }
 
 // Returns when the connection is of no use any more.
