@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "Platform/VideoEncoder.h"
+
 namespace glimto {
 
 // One media segment that is whole on the disk.
@@ -22,6 +24,7 @@ struct CapturedSegment {
 struct CapturedTracks {
     std::vector<CapturedSegment> video;
     std::vector<CapturedSegment> audio;
+    VideoCodec videoCodec;
 
     friend bool operator==(const CapturedTracks&, const CapturedTracks&) = default;
 };

@@ -54,9 +54,11 @@ void RecordingArtifactWriter::writeMediaPlaylist(const std::filesystem::path& ur
     writeFileAtomically(url, mediaPlaylistText(initSegmentKey, segments, placement));
 }
 
-void RecordingArtifactWriter::writeMasterPlaylist(int width, int height, int framesPerSecond) const
+void RecordingArtifactWriter::writeMasterPlaylist(
+    int width, int height, int framesPerSecond, const VideoCodec& videoCodec) const
 {
-    writeFileAtomically(plan.playlistURL, masterPlaylistText(width, height, framesPerSecond));
+    writeFileAtomically(
+        plan.playlistURL, masterPlaylistText(width, height, framesPerSecond, videoCodec.playlistCodec));
 }
 
 void RecordingArtifactWriter::writeManifest(const std::string& videoInitSegmentKey,
@@ -80,6 +82,7 @@ MediaManifest RecordingArtifactWriter::manifest(const std::string& videoInitSegm
     manifest.totalDuration = totalDuration(tracks.video);
     manifest.totalBytes = totalBytes(tracks.video) + totalBytes(tracks.audio);
     manifest.video.source = sourceDescription;
+    manifest.video.codec = tracks.videoCodec.name;
     manifest.video.width = width;
     manifest.video.height = height;
     manifest.video.framesPerSecond = options.framesPerSecond;

@@ -87,7 +87,8 @@ void writePlaylistsAndManifest(
     artifacts.writeManifest(
         videoKey, audioKey, tracks, take.source.width, take.source.height, options, take.source.description);
     if (audioKey)
-        artifacts.writeMasterPlaylist(take.source.width, take.source.height, options.framesPerSecond);
+        artifacts.writeMasterPlaylist(
+            take.source.width, take.source.height, options.framesPerSecond, tracks.videoCodec);
 }
 
 void writeArtifacts(const RecordOptions& options, const RecordingTake& take, const CapturedTracks& tracks)

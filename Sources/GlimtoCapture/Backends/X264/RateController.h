@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-namespace glimto {
+#include "Platform/VideoEncoder.h"
 
-enum class PictureKind { keyframe, predicted };
+namespace glimto {
 
 // Chooses the quantizer of each picture so that a take keeps to its average bit rate.
 //

@@ -1,45 +1,38 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
-#include "Backends/FFmpeg/I420Picture.h"
-#include "Backends/FFmpeg/RateController.h"
-#include "Platform/AssetWriter.h"
+#include "Backends/X264/I420Picture.h"
+#include "Platform/VideoEncoder.h"
 
 struct x264_t;
 
 namespace glimto {
 
-// One encoded access unit, as ISO/IEC 14496-15 stores it: NAL units behind 4-byte lengths.
-struct EncodedPicture {
-    std::vector<std::byte> data;
-    std::int64_t time = 0; // presentation and decode time, ticks
-    bool isKeyframe = false;
-};
-
 // H.264 High profile by x264: one picture in, the same picture out. The caller chooses the quantizers.
 //
 // x264 is used directly because it alone takes hints about macroblocks that did not change, which
 // saves a quarter of the time on a desktop where little moves.
-class X264Encoder {
+class X264PictureCoder {
 public:
     // Pictures have the padded size of I420Picture. Null when x264 refuses the settings.
-    static std::unique_ptr<X264Encoder> make(const VideoEncodingSettings& settings, std::int32_t timescale);
-    ~X264Encoder();
-    X264Encoder(const X264Encoder&) = delete;
-    X264Encoder& operator=(const X264Encoder&) = delete;
+    static std::unique_ptr<X264PictureCoder> make(
+        const VideoEncodingSettings& settings, std::int32_t timescale);
+    ~X264PictureCoder();
+    X264PictureCoder(const X264PictureCoder&) = delete;
+    X264PictureCoder& operator=(const X264PictureCoder&) = delete;
 
     // The avcC record (ISO/IEC 14496-15 section 5.3.3.1) with the parameter sets.
     const std::vector<std::uint8_t>& decoderConfiguration() const { return decoderConfiguration_; }
 
-    // `time` must rise. Throws PlatformError when x264 fails.
+    // One access unit as ISO/IEC 14496-15 stores it: NAL units behind 4-byte lengths. `time` must rise.
+    // Throws PlatformError when x264 fails.
     EncodedPicture encode(I420Picture& picture, std::int64_t time, PictureKind kind, int quantizer);
 
 private:
-    explicit X264Encoder(x264_t* encoder);
+    explicit X264PictureCoder(x264_t* encoder);
     bool readParameterSets();
 
     x264_t* encoder_;

@@ -1,4 +1,4 @@
-#include "Backends/FFmpeg/X264Encoder.h"
+#include "Backends/X264/X264PictureCoder.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,6 +7,7 @@
 
 #include <x264.h>
 
+#include "Backends/X264/RateController.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -104,7 +105,8 @@ void append16(std::vector<std::uint8_t>& bytes, std::size_t value)
 
 } // namespace
 
-std::unique_ptr<X264Encoder> X264Encoder::make(const VideoEncodingSettings& settings, std::int32_t timescale)
+std::unique_ptr<X264PictureCoder> X264PictureCoder::make(
+    const VideoEncodingSettings& settings, std::int32_t timescale)
 {
     if (settings.width > largestSide || settings.height > largestSide)
         return nullptr;
@@ -112,23 +114,23 @@ std::unique_ptr<X264Encoder> X264Encoder::make(const VideoEncodingSettings& sett
     x264_t* opened = x264_encoder_open(&parameters);
     if (!opened)
         return nullptr;
-    std::unique_ptr<X264Encoder> encoder(new X264Encoder(opened));
+    std::unique_ptr<X264PictureCoder> encoder(new X264PictureCoder(opened));
     if (!encoder->readParameterSets())
         return nullptr;
     return encoder;
 }
 
-X264Encoder::X264Encoder(x264_t* encoder)
+X264PictureCoder::X264PictureCoder(x264_t* encoder)
     : encoder_(encoder)
 {
 }
 
-X264Encoder::~X264Encoder()
+X264PictureCoder::~X264PictureCoder()
 {
     x264_encoder_close(encoder_);
 }
 
-bool X264Encoder::readParameterSets()
+bool X264PictureCoder::readParameterSets()
 {
     x264_nal_t* units = nullptr;
     int unitCount = 0;
@@ -159,7 +161,8 @@ bool X264Encoder::readParameterSets()
     return true;
 }
 
-EncodedPicture X264Encoder::encode(I420Picture& picture, std::int64_t time, PictureKind kind, int quantizer)
+EncodedPicture X264PictureCoder::encode(
+    I420Picture& picture, std::int64_t time, PictureKind kind, int quantizer)
 {
     x264_picture_t input;
     x264_picture_init(&input);

@@ -1,4 +1,4 @@
-#include "Backends/FFmpeg/RateController.h"
+#include "Backends/X264/RateController.h"
 
 #include <cmath>
 #include <vector>
