@@ -220,6 +220,34 @@ TEST_F(FFmpegVideoAssetWriterTests, CancelDeliversNothingMore)
     EXPECT_TRUE(collector_.segments.empty());
 }
 
+// Another coder with parameter sets of its own takes over in the middle of a segment and gives back later.
+TEST_F(FFmpegVideoAssetWriterTests, HardSceneBetweenEasyOnesIsWholeAndCutAsEver)
+{
+    makeWriter(320, 240, 1.0);
+    for (int index = 0; index < 150; ++index) {
+        const bool isHard = index >= 40 && index < 80;
+        VideoFrame next = frame(index / 30.0, 120, index < 100);
+        if (isHard) {
+            auto* bytes = const_cast<std::uint8_t*>(next.pixels->bytes);
+            for (std::size_t at = 0; at < next.pixels->bytesPerRow * 240; ++at)
+                bytes[at] = static_cast<std::uint8_t>(
+                    (at * 2654435761U + static_cast<std::size_t>(index) * 40503U) >> 13U);
+        }
+        ASSERT_TRUE(appendWhenReady(next));
+    }
+    EXPECT_EQ(writer_->finishWriting(), AssetWriterStatus::completed);
+
+    ASSERT_EQ(collector_.segments.size(), 5U);
+    for (const auto& segment : collector_.segments)
+        EXPECT_EQ(segment.report.duration, (MediaTime{ticksPerSecond, ticksPerSecond}));
+    const DecodedMedia media = decodeMedia(collector_.playable(collector_.segments));
+    EXPECT_GE(media.pictures.size(), 100U);
+    EXPECT_EQ(media.pictures[99].time, 99 * ticksPerSecond / 30);
+    EXPECT_NEAR(media.pictures[30].firstLuma, 16 + 120 * 219 / 255, 3);
+    EXPECT_NEAR(media.pictures[99].firstLuma, 16 + 120 * 219 / 255, 3);
+    EXPECT_NEAR(media.pictures.back().firstLuma, 16 + 120 * 219 / 255, 3);
+}
+
 TEST_F(FFmpegVideoAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
 {
     makeWriter(640, 480, 3600.0);
