@@ -17,7 +17,7 @@
 
 #include <sys/resource.h>
 
-#include "Backends/FFmpeg/FFmpegAssetWriterFactory.h"
+#include "Backends/FFmpeg/FFmpegAudioAssetWriter.h"
 #include "Backends/FFmpeg/SwresampleAudioConverterFactory.h"
 
 namespace glimto {
@@ -74,8 +74,7 @@ std::vector<float> music()
 bool encode(const std::vector<float>& samples, int minutes)
 {
     CountingDelegate delegate;
-    const auto writer
-        = FFmpegAssetWriterFactory().makeAudioWriter({sampleRate, 2, 128'000}, {4, 1}, delegate);
+    const auto writer = FFmpegAudioAssetWriter::make({sampleRate, 2, 128'000}, {4, 1}, delegate);
     if (!writer || !writer->startWriting())
         return false;
     const AudioFormat format = {sampleRate, 2, AudioSampleType::float32, AudioLayout::interleaved};

@@ -36,6 +36,7 @@ struct FakeAssetWriterState {
     bool refusesMedia = false;
     bool outputsInitialization = true;
     bool outputsLastSegment = true;
+    VideoCodec codec = {.name = "h264", .playlistCodec = "avc1.640028"};
     AssetWriterStatus finalStatus = AssetWriterStatus::completed;
     std::string error;
     std::function<void()> onAppend; // runs within append()
@@ -131,6 +132,8 @@ protected:
 class FakeVideoAssetWriter final : public FakeTrackWriter<VideoAssetWriter> {
 public:
     using FakeTrackWriter::FakeTrackWriter;
+
+    VideoCodec codec() const override { return state_->codec; }
 
     bool append(const VideoFrame& frame) override
     {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/VideoEncoder.h"
 #include "Support/JSONObject.h"
 
 namespace glimto {
@@ -40,6 +41,7 @@ inline nlohmann::json toJSON(const CapturedSegment& segment)
 struct CapturedTracks {
     std::vector<CapturedSegment> video;
     std::vector<CapturedSegment> audio;
+    VideoCodec videoCodec;
 
     friend bool operator==(const CapturedTracks&, const CapturedTracks&) = default;
 };

@@ -65,7 +65,7 @@ std::string mediaPlaylistText(const std::string& initSegmentKey, const std::vect
     return text + "#EXT-X-ENDLIST\n";
 }
 
-std::string masterPlaylistText(int width, int height, int framesPerSecond)
+std::string masterPlaylistText(int width, int height, int framesPerSecond, const std::string& videoCodec)
 {
     return "#EXTM3U\n"
            "#EXT-X-VERSION:7\n"
@@ -73,8 +73,8 @@ std::string masterPlaylistText(int width, int height, int framesPerSecond)
            "URI=\"audio/playlist.m3u8\"\n"
            "#EXT-X-STREAM-INF:BANDWIDTH=16000000,RESOLUTION="
         + std::to_string(width) + "x" + std::to_string(height)
-        + ",FRAME-RATE=" + std::to_string(framesPerSecond)
-        + ",CODECS=\"avc1.640028,mp4a.40.2\",AUDIO=\"system-audio\"\n"
+        + ",FRAME-RATE=" + std::to_string(framesPerSecond) + ",CODECS=\"" + videoCodec
+        + ",mp4a.40.2\",AUDIO=\"system-audio\"\n"
           "video/playlist.m3u8\n";
 }
 

@@ -20,7 +20,7 @@ std::string mediaPlaylistText(const std::string& initSegmentKey, const std::vect
     PlaylistPlacement placement);
 
 // The master playlist (RFC 8216 section 4.3.4) of a take with "video/playlist.m3u8" and
-// "audio/playlist.m3u8". Sizes in pixels.
-std::string masterPlaylistText(int width, int height, int framesPerSecond);
+// "audio/playlist.m3u8". Sizes in pixels; `videoCodec` as in CODECS, such as "avc1.640028".
+std::string masterPlaylistText(int width, int height, int framesPerSecond, const std::string& videoCodec);
 
 } // namespace glimto

@@ -15,7 +15,7 @@ namespace glimto {
 struct MediaManifest {
     struct Video {
         std::string source; // the capture source's description
-        std::string codec = "h264";
+        std::string codec; // such as "h264"
         std::string container = "fmp4";
         int width = 0; // pixels
         int height = 0;

@@ -60,9 +60,11 @@ void RecordingArtifactWriter::writeMediaPlaylist(const std::filesystem::path& ur
     writeFileAtomically(fileOfTake(url), mediaPlaylistText(initSegmentKey, segments, placement));
 }
 
-void RecordingArtifactWriter::writeMasterPlaylist(int width, int height, int framesPerSecond) const
+void RecordingArtifactWriter::writeMasterPlaylist(
+    int width, int height, int framesPerSecond, const VideoCodec& videoCodec) const
 {
-    writeFileAtomically(fileOfTake(plan.playlistURL), masterPlaylistText(width, height, framesPerSecond));
+    writeFileAtomically(
+        fileOfTake(plan.playlistURL), masterPlaylistText(width, height, framesPerSecond, videoCodec.playlistCodec));
 }
 
 void RecordingArtifactWriter::writeManifest(const std::string& videoInitSegmentKey,
@@ -86,6 +88,7 @@ MediaManifest RecordingArtifactWriter::manifest(const std::string& videoInitSegm
     manifest.totalDuration = totalDuration(tracks.video);
     manifest.totalBytes = totalBytes(tracks.video) + totalBytes(tracks.audio);
     manifest.video.source = sourceDescription;
+    manifest.video.codec = tracks.videoCodec.name;
     manifest.video.width = width;
     manifest.video.height = height;
     manifest.video.framesPerSecond = options.framesPerSecond;

@@ -30,7 +30,7 @@ struct RecordingArtifactWriter {
         const std::vector<CapturedSegment>& segments, PlaylistPlacement placement) const;
 
     // Writes `plan.playlistURL`.
-    void writeMasterPlaylist(int width, int height, int framesPerSecond) const;
+    void writeMasterPlaylist(int width, int height, int framesPerSecond, const VideoCodec& videoCodec) const;
 
     // Writes `plan.manifestURL`, created now. `audioInitSegmentKey` is present exactly when audio was
     // captured; `options` then say where it came from. `width` and `height` in pixels.

@@ -9,23 +9,13 @@
 
 #include "Platform/AudioBuffer.h"
 #include "Platform/MediaTime.h"
+#include "Platform/VideoEncoder.h"
 #include "Platform/VideoFrame.h"
 
 namespace glimto {
 
 // The numbers are part of messages.
 enum class AssetWriterStatus : int { unknown = 0, writing = 1, completed = 2, failed = 3, cancelled = 4 };
-
-// H.264 High profile, level chosen by the encoder, 4:2:0. Odd sizes are padded to even by repeating
-// the last column or row.
-struct VideoEncodingSettings {
-    int width = 0; // pixels
-    int height = 0;
-    int framesPerSecond = 0; // expected at most; time stamps decide
-    std::int64_t averageBitRate = 0; // bits a second
-    std::int64_t maxKeyFrameInterval = 0; // frames
-    double maxKeyFrameIntervalDuration = 0; // seconds
-};
 
 // AAC-LC (ISO/IEC 14496-3).
 struct AudioEncodingSettings {
@@ -88,6 +78,9 @@ public:
 // The last frame lasts no longer than one frame interval, so the track's end follows the last frame's time.
 class VideoAssetWriter : public AssetWriter {
 public:
+    // How the track is encoded; the same all the time.
+    virtual VideoCodec codec() const = 0;
+
     // Takes a frame whose time is on the media timeline; encoding happens later on the writer's
     // thread. Never blocks. False when the frame was refused: not ready, not writing, without pixels,
     // or not later than the frame before.

@@ -89,7 +89,8 @@ void writePlaylistsAndManifest(
     artifacts.writeManifest(
         videoKey, audioKey, tracks, take.facts.width, take.facts.height, options, take.facts.description);
     if (audioKey)
-        artifacts.writeMasterPlaylist(take.facts.width, take.facts.height, options.framesPerSecond);
+        artifacts.writeMasterPlaylist(
+            take.facts.width, take.facts.height, options.framesPerSecond, tracks.videoCodec);
 }
 
 void writeArtifacts(const RecordOptions& options, const RecordingTake& take, const CapturedTracks& tracks)

@@ -177,7 +177,9 @@ CapturedTracks SegmentedMP4Writer::finish()
             state_.lifecycle = Lifecycle::completed;
     });
     requireWholeTake(stateNow());
-    return {.video = videoTrack_.segments(), .audio = audioTrack_.segments()};
+    return {.video = videoTrack_.segments(),
+        .audio = audioTrack_.segments(),
+        .videoCodec = videoWriter_->codec()};
 }
 
 void SegmentedMP4Writer::finishTracks()

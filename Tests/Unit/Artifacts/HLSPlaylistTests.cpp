@@ -127,7 +127,7 @@ TEST(MediaPlaylistTests, AboveTheSegmentsEverySegmentsPartIsRemoved)
 
 TEST(MasterPlaylistTests, NamesTheMediaPlaylistsOfBothTracks)
 {
-    EXPECT_EQ(masterPlaylistText(1920, 1080, 30),
+    EXPECT_EQ(masterPlaylistText(1920, 1080, 30, "avc1.640028"),
         "#EXTM3U\n"
         "#EXT-X-VERSION:7\n"
         "#EXT-X-MEDIA:TYPE=AUDIO,GROUP-ID=\"system-audio\",NAME=\"Audio\",DEFAULT=YES,AUTOSELECT=YES,"
@@ -135,6 +135,11 @@ TEST(MasterPlaylistTests, NamesTheMediaPlaylistsOfBothTracks)
         "#EXT-X-STREAM-INF:BANDWIDTH=16000000,RESOLUTION=1920x1080,FRAME-RATE=30,"
         "CODECS=\"avc1.640028,mp4a.40.2\",AUDIO=\"system-audio\"\n"
         "video/playlist.m3u8\n");
+}
+
+TEST(MasterPlaylistTests, NamesWhateverTheVideoIsEncodedWith)
+{
+    EXPECT_THAT(masterPlaylistText(1920, 1080, 30, "mp4v.20.9"), HasSubstr("CODECS=\"mp4v.20.9,mp4a.40.2\""));
 }
 
 } // namespace

@@ -19,16 +19,20 @@ using testing::MatchesRegex;
 
 constexpr std::chrono::system_clock::time_point midday{std::chrono::milliseconds(1'769'860'800'123)};
 
+const VideoCodec h264 = {.name = "h264", .playlistCodec = "avc1.640028"};
+
 const CapturedTracks silentTracks = {
     .video = {{0, "segments/video/segment_000.m4s", 4.0, 1000, 0.0},
         {1, "segments/video/segment_001.m4s", 1.5, 500, {}}},
     .audio = {},
+    .videoCodec = h264,
 };
 
 const CapturedTracks soundTracks = {
     .video = {{0, "segments/video/segment_000.m4s", 4.0, 1000, 0.0}},
     .audio = {{0, "segments/audio/segment_000.m4s", 3.75, 70, 0.25},
         {1, "segments/audio/segment_001.m4s", 0.5, 7, 4.0}},
+    .videoCodec = h264,
 };
 
 class RecordingArtifactWriterTests : public testing::Test {
@@ -216,14 +220,15 @@ TEST_F(RecordingArtifactWriterTests, MediaPlaylistFileHoldsThePlaylist)
 
 TEST_F(RecordingArtifactWriterTests, MasterPlaylistLiesAboveTheSegments)
 {
-    writer.writeMasterPlaylist(640, 480, 60);
-    EXPECT_EQ(content(directory.path() / "segments/playlist.m3u8"), masterPlaylistText(640, 480, 60));
+    writer.writeMasterPlaylist(640, 480, 60, h264);
+    EXPECT_EQ(content(directory.path() / "segments/playlist.m3u8"),
+        masterPlaylistText(640, 480, 60, "avc1.640028"));
 }
 
 TEST_F(RecordingArtifactWriterTests, DirectoryThatIsGoneIsAPlatformError)
 {
     std::filesystem::remove_all(writer.plan.segmentsDirectory);
-    EXPECT_THROW(writer.writeMasterPlaylist(640, 480, 60), PlatformError);
+    EXPECT_THROW(writer.writeMasterPlaylist(640, 480, 60, h264), PlatformError);
 }
 
 } // namespace

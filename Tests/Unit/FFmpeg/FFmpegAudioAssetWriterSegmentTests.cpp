@@ -6,7 +6,7 @@
 
 #include <gmock/gmock.h>
 
-#include "Backends/FFmpeg/FFmpegAssetWriter.h"
+#include "ModuleAssetWriters.h"
 #include "FFmpegAudioAssetWriterFixture.h"
 
 namespace glimto {
@@ -57,7 +57,7 @@ TEST_F(FFmpegAudioAssetWriterSegmentTests, SegmentsCoverTheTimeOfTheVideosSegmen
         .averageBitRate = 100'000,
         .maxKeyFrameInterval = 30,
         .maxKeyFrameIntervalDuration = 1};
-    const auto video = FFmpegAssetWriter::make(settings, {600, 600}, pictures);
+    const auto video = moduleAssetWriters().makeVideoWriter(settings, {600, 600}, pictures);
     ASSERT_TRUE(video && video->startWriting());
     const auto pixels = std::make_shared<std::vector<std::uint8_t>>(std::size_t{16 * 16 * 4}, 100);
     for (std::uint64_t number = 0; number < 60; ++number) {

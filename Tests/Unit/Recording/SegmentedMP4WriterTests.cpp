@@ -70,6 +70,13 @@ TEST_F(SegmentedMP4WriterTests, AWholeTakeComesBackAsItsSegments)
     EXPECT_EQ(standardError.lines(), Lines());
 }
 
+TEST_F(SegmentedMP4WriterTests, ATakeKnowsHowItsVideoIsEncoded)
+{
+    encoder.codec = {.name = "another", .playlistCodec = "mp4v.20.9"};
+    writer->appendVideoFrame(fakeFrame(1000));
+    EXPECT_EQ(writer->finish().videoCodec, encoder.codec);
+}
+
 TEST_F(SegmentedMP4WriterTests, TheFirstFrameStartsTheTimeline)
 {
     writer->appendVideoFrame(fakeFrame(5'000'000'123));

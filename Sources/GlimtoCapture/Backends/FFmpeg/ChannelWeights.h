@@ -13,9 +13,13 @@ namespace glimto {
 // the inputs is silent, unless more inputs are to be mixed down to one or two outputs. Then they are taken to
 // lie around the listener, in this order:
 //
-//     3: left, right, center                  6: left, right, center, low frequencies, surround left and
-//     right 4: left, right, surround left and right 7: as 6, with back center before the surround channels 5:
-//     as 3, surround left and right        8: as 6, with a second surround left and right
+//     channels   places
+//     3          left, right, center
+//     4          left, right, surround left, surround right
+//     5          left, right, center, surround left, surround right
+//     6          left, right, center, low frequencies, surround left, surround right
+//     7          as 6, with back center before the surround channels
+//     8          as 6, with a second surround left and right
 //
 // They are weighted as in ITU-R BS.775: center and surround are 3 dB lower than left and right, back center
 // is 6 dB lower, and low frequencies are left out. More than eight channels have no usual places; they go

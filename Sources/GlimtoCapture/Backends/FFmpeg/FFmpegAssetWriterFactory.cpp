@@ -1,6 +1,6 @@
 #include "Backends/FFmpeg/FFmpegAssetWriterFactory.h"
 
-#include "Backends/FFmpeg/FFmpegAssetWriter.h"
+#include "Backends/FFmpeg/FFmpegVideoAssetWriter.h"
 #include "Backends/FFmpeg/FFmpegAudioAssetWriter.h"
 
 namespace glimto {
@@ -8,7 +8,7 @@ namespace glimto {
 std::unique_ptr<VideoAssetWriter> FFmpegAssetWriterFactory::makeVideoWriter(
     const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate)
 {
-    return FFmpegAssetWriter::make(settings, preferredSegmentInterval, delegate);
+    return FFmpegVideoAssetWriter::make(encoders_, settings, preferredSegmentInterval, delegate);
 }
 
 std::unique_ptr<AudioAssetWriter> FFmpegAssetWriterFactory::makeAudioWriter(

@@ -6,6 +6,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/intreadwrite.h>
 }
 
 #include "Backends/FFmpeg/FFmpegErrors.h"
@@ -28,14 +29,15 @@ void describeDecoder(AVCodecParameters& codec, std::span<const std::uint8_t> con
     codec.extradata_size = static_cast<int>(size);
 }
 
-void describeTrack(AVCodecParameters& codec, const VideoTrackDescription& track)
+void describeTrack(AVCodecParameters& codec, const VideoSampleDescription& samples)
 {
     codec.codec_type = AVMEDIA_TYPE_VIDEO;
-    codec.codec_id = AV_CODEC_ID_H264;
-    codec.width = track.width;
-    codec.height = track.height;
-    codec.bit_rate = track.averageBitRate;
-    describeDecoder(codec, track.decoderConfiguration);
+    codec.codec_tag = samples.format.size() == 4 ? AV_RL32(samples.format.data()) : 0;
+    const AVCodecTag* const known[] = {avformat_get_mov_video_tags(), nullptr};
+    codec.codec_id = av_codec_get_id(known, codec.codec_tag);
+    codec.width = samples.width;
+    codec.height = samples.height;
+    describeDecoder(codec, samples.decoderConfiguration);
 }
 
 void describeTrack(AVCodecParameters& codec, const AudioTrackDescription& track)
@@ -58,11 +60,14 @@ struct FragmentMuxer::Context {
     PacketHandle packet;
 };
 
-FragmentMuxer::FragmentMuxer(const VideoTrackDescription& track)
+FragmentMuxer::FragmentMuxer(
+    const VideoSampleDescription& samples, std::int32_t timescale, std::int64_t averageBitRate)
     : context_(std::make_unique<Context>())
 {
-    describeTrack(*makeStream().codecpar, track);
-    writeHeader(track.timescale);
+    AVCodecParameters& codec = *makeStream().codecpar;
+    describeTrack(codec, samples);
+    codec.bit_rate = averageBitRate;
+    writeHeader(timescale);
 }
 
 FragmentMuxer::FragmentMuxer(const AudioTrackDescription& track)

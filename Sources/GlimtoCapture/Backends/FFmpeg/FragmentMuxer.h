@@ -6,18 +6,11 @@
 #include <span>
 #include <vector>
 
+#include "Platform/VideoEncoder.h"
+
 struct AVStream;
 
 namespace glimto {
-
-// What describes an encoded track to the container.
-struct VideoTrackDescription {
-    int width = 0; // pixels, of the encoded picture
-    int height = 0;
-    std::int32_t timescale = 0;
-    std::span<const std::uint8_t> decoderConfiguration; // avcC
-    std::int64_t averageBitRate = 0;
-};
 
 // AAC. The timescale is the sample rate.
 struct AudioTrackDescription {
@@ -33,7 +26,8 @@ struct AudioTrackDescription {
 class FragmentMuxer {
 public:
     // The initialization segment lies ready in takeOutput() afterwards.
-    explicit FragmentMuxer(const VideoTrackDescription& track);
+    // `timescale` is ticks a second. The sample entry is any that MP4 has a code for.
+    FragmentMuxer(const VideoSampleDescription& samples, std::int32_t timescale, std::int64_t averageBitRate);
     explicit FragmentMuxer(const AudioTrackDescription& track);
     ~FragmentMuxer();
     FragmentMuxer(const FragmentMuxer&) = delete;

@@ -1,4 +1,4 @@
-#include "Backends/FFmpeg/FFmpegAssetWriter.h"
+#include "Backends/FFmpeg/FFmpegVideoAssetWriter.h"
 
 #include <chrono>
 #include <functional>
@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "ModuleAssetWriters.h"
 #include "Support/Errors.h"
 #include "Unit/FFmpeg/DecodedMedia.h"
 #include "Unit/FFmpeg/SegmentCollector.h"
@@ -17,7 +18,7 @@ namespace {
 
 constexpr std::int64_t ticksPerSecond = 90'000;
 
-class FFmpegAssetWriterTests : public testing::Test {
+class FFmpegVideoAssetWriterTests : public testing::Test {
 protected:
     void makeWriter(int width, int height, double segmentSeconds, int framesPerSecond = 30)
     {
@@ -29,7 +30,8 @@ protected:
             .averageBitRate = 2'000'000,
             .maxKeyFrameInterval = 4000,
             .maxKeyFrameIntervalDuration = segmentSeconds};
-        writer_ = FFmpegAssetWriter::make(settings, MediaTime::fromSeconds(segmentSeconds, 600), collector_);
+        writer_ = moduleAssetWriters().makeVideoWriter(
+            settings, MediaTime::fromSeconds(segmentSeconds, 600), collector_);
         ASSERT_TRUE(writer_);
         ASSERT_TRUE(writer_->startWriting());
     }
@@ -67,13 +69,13 @@ protected:
     }
 
     SegmentCollector collector_;
-    std::unique_ptr<FFmpegAssetWriter> writer_;
+    std::unique_ptr<VideoAssetWriter> writer_;
     int width_ = 0;
     int height_ = 0;
     std::uint64_t nextSequenceNumber_ = 0;
 };
 
-TEST_F(FFmpegAssetWriterTests, MovingPictureIsCutAtTheIntervalWithExactReports)
+TEST_F(FFmpegVideoAssetWriterTests, MovingPictureIsCutAtTheIntervalWithExactReports)
 {
     makeWriter(64, 48, 1.0);
     appendMotion(75, 30);
@@ -86,7 +88,7 @@ TEST_F(FFmpegAssetWriterTests, MovingPictureIsCutAtTheIntervalWithExactReports)
     EXPECT_EQ(collector_.segments[2].report.duration, (MediaTime{ticksPerSecond / 2, ticksPerSecond}));
 }
 
-TEST_F(FFmpegAssetWriterTests, EverySegmentDecodesAloneAfterTheInitializationSegment)
+TEST_F(FFmpegVideoAssetWriterTests, EverySegmentDecodesAloneAfterTheInitializationSegment)
 {
     makeWriter(64, 48, 1.0);
     appendMotion(75, 30);
@@ -102,7 +104,7 @@ TEST_F(FFmpegAssetWriterTests, EverySegmentDecodesAloneAfterTheInitializationSeg
     }
 }
 
-TEST_F(FFmpegAssetWriterTests, TakeIsHighProfileAndShowsEveryFrameAtItsTime)
+TEST_F(FFmpegVideoAssetWriterTests, TakeIsHighProfileAndShowsEveryFrameAtItsTime)
 {
     makeWriter(64, 48, 1.0);
     appendMotion(45, 30);
@@ -115,7 +117,7 @@ TEST_F(FFmpegAssetWriterTests, TakeIsHighProfileAndShowsEveryFrameAtItsTime)
     EXPECT_NEAR(media.pictures[20].firstLuma, 16 + 100 * 219 / 255, 3);
 }
 
-TEST_F(FFmpegAssetWriterTests, StillPictureIsCutExactlyAtTheIntervalAndLastsToTheLastFrame)
+TEST_F(FFmpegVideoAssetWriterTests, StillPictureIsCutExactlyAtTheIntervalAndLastsToTheLastFrame)
 {
     makeWriter(64, 48, 1.0);
     ASSERT_TRUE(appendWhenReady(frame(0, 200)));
@@ -133,7 +135,7 @@ TEST_F(FFmpegAssetWriterTests, StillPictureIsCutExactlyAtTheIntervalAndLastsToTh
     EXPECT_LE(media.pictures.size(), 6U);
 }
 
-TEST_F(FFmpegAssetWriterTests, PictureAfterAMissedFrameIsTakenWhole)
+TEST_F(FFmpegVideoAssetWriterTests, PictureAfterAMissedFrameIsTakenWhole)
 {
     makeWriter(64, 48, 1.0);
     ASSERT_TRUE(appendWhenReady(frame(0, 0)));
@@ -147,7 +149,7 @@ TEST_F(FFmpegAssetWriterTests, PictureAfterAMissedFrameIsTakenWhole)
     EXPECT_GT(media.pictures[1].firstLuma, 200);
 }
 
-TEST_F(FFmpegAssetWriterTests, OddSizeIsEncodedAsTheNextEvenSize)
+TEST_F(FFmpegVideoAssetWriterTests, OddSizeIsEncodedAsTheNextEvenSize)
 {
     makeWriter(65, 47, 1.0);
     appendMotion(3, 30);
@@ -158,7 +160,7 @@ TEST_F(FFmpegAssetWriterTests, OddSizeIsEncodedAsTheNextEvenSize)
     EXPECT_EQ(media.height, 48);
 }
 
-TEST_F(FFmpegAssetWriterTests, SmallestPictureIsEncoded)
+TEST_F(FFmpegVideoAssetWriterTests, SmallestPictureIsEncoded)
 {
     makeWriter(2, 2, 1.0);
     appendMotion(3, 30);
@@ -166,7 +168,7 @@ TEST_F(FFmpegAssetWriterTests, SmallestPictureIsEncoded)
     EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).width, 2);
 }
 
-TEST_F(FFmpegAssetWriterTests, SegmentShorterThanAFrameHoldsOneFrame)
+TEST_F(FFmpegVideoAssetWriterTests, SegmentShorterThanAFrameHoldsOneFrame)
 {
     makeWriter(64, 48, 0.001);
     appendMotion(10, 30);
@@ -174,7 +176,7 @@ TEST_F(FFmpegAssetWriterTests, SegmentShorterThanAFrameHoldsOneFrame)
     EXPECT_EQ(collector_.segments.size(), 10U);
 }
 
-TEST_F(FFmpegAssetWriterTests, FramesAreRefusedWhileTwoAreHeld)
+TEST_F(FFmpegVideoAssetWriterTests, FramesAreRefusedWhileTwoAreHeld)
 {
     // The encoder stands still inside the delegate until the gate opens.
     std::promise<void> gate;
@@ -192,7 +194,7 @@ TEST_F(FFmpegAssetWriterTests, FramesAreRefusedWhileTwoAreHeld)
     EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).pictures.size(), 3U);
 }
 
-TEST_F(FFmpegAssetWriterTests, FrameThatIsNotLaterThanTheLastIsRefused)
+TEST_F(FFmpegVideoAssetWriterTests, FrameThatIsNotLaterThanTheLastIsRefused)
 {
     makeWriter(64, 48, 1.0);
     ASSERT_TRUE(appendWhenReady(frame(1.0, 10)));
@@ -200,7 +202,7 @@ TEST_F(FFmpegAssetWriterTests, FrameThatIsNotLaterThanTheLastIsRefused)
     EXPECT_FALSE(appendWhenReady(frame(0.5, 20)));
 }
 
-TEST_F(FFmpegAssetWriterTests, FrameOfAnotherSizeIsRefused)
+TEST_F(FFmpegVideoAssetWriterTests, FrameOfAnotherSizeIsRefused)
 {
     makeWriter(64, 48, 1.0);
     VideoFrame other = frame(0, 10);
@@ -208,7 +210,7 @@ TEST_F(FFmpegAssetWriterTests, FrameOfAnotherSizeIsRefused)
     EXPECT_FALSE(writer_->append(other));
 }
 
-TEST_F(FFmpegAssetWriterTests, CancelDeliversNothingMore)
+TEST_F(FFmpegVideoAssetWriterTests, CancelDeliversNothingMore)
 {
     makeWriter(64, 48, 1.0);
     appendMotion(10, 30);
@@ -218,7 +220,35 @@ TEST_F(FFmpegAssetWriterTests, CancelDeliversNothingMore)
     EXPECT_TRUE(collector_.segments.empty());
 }
 
-TEST_F(FFmpegAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
+// Another coder with parameter sets of its own takes over in the middle of a segment and gives back later.
+TEST_F(FFmpegVideoAssetWriterTests, HardSceneBetweenEasyOnesIsWholeAndCutAsEver)
+{
+    makeWriter(320, 240, 1.0);
+    for (int index = 0; index < 150; ++index) {
+        const bool isHard = index >= 40 && index < 80;
+        VideoFrame next = frame(index / 30.0, 120, index < 100);
+        if (isHard) {
+            auto* bytes = const_cast<std::uint8_t*>(next.pixels->bytes);
+            for (std::size_t at = 0; at < next.pixels->bytesPerRow * 240; ++at)
+                bytes[at] = static_cast<std::uint8_t>(
+                    (at * 2654435761U + static_cast<std::size_t>(index) * 40503U) >> 13U);
+        }
+        ASSERT_TRUE(appendWhenReady(next));
+    }
+    EXPECT_EQ(writer_->finishWriting(), AssetWriterStatus::completed);
+
+    ASSERT_EQ(collector_.segments.size(), 5U);
+    for (const auto& segment : collector_.segments)
+        EXPECT_EQ(segment.report.duration, (MediaTime{ticksPerSecond, ticksPerSecond}));
+    const DecodedMedia media = decodeMedia(collector_.playable(collector_.segments));
+    EXPECT_GE(media.pictures.size(), 100U);
+    EXPECT_EQ(media.pictures[99].time, 99 * ticksPerSecond / 30);
+    EXPECT_NEAR(media.pictures[30].firstLuma, 16 + 120 * 219 / 255, 3);
+    EXPECT_NEAR(media.pictures[99].firstLuma, 16 + 120 * 219 / 255, 3);
+    EXPECT_NEAR(media.pictures.back().firstLuma, 16 + 120 * 219 / 255, 3);
+}
+
+TEST_F(FFmpegVideoAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
 {
     makeWriter(640, 480, 3600.0);
     for (int index = 0; index < 60; ++index) {
@@ -234,7 +264,7 @@ TEST_F(FFmpegAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
     EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).pictures.size(), 60U);
 }
 
-TEST(FFmpegAssetWriterSettingsTests, SizeThatH264CannotHoldIsRefused)
+TEST(FFmpegVideoAssetWriterSettingsTests, SizeThatH264CannotHoldIsRefused)
 {
     SegmentCollector collector;
     const VideoEncodingSettings settings = {.width = 40'000,
@@ -243,7 +273,8 @@ TEST(FFmpegAssetWriterSettingsTests, SizeThatH264CannotHoldIsRefused)
         .averageBitRate = 2'000'000,
         .maxKeyFrameInterval = 120,
         .maxKeyFrameIntervalDuration = 4};
-    EXPECT_EQ(FFmpegAssetWriter::make(settings, MediaTime{4, 1}, collector), nullptr);
+    EXPECT_EQ(
+        moduleAssetWriters().makeVideoWriter(settings, MediaTime{4, 1}, collector), nullptr);
 }
 
 } // namespace

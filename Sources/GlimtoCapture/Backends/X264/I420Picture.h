@@ -10,8 +10,8 @@
 
 namespace glimto {
 
-// The encoder's picture: planar 4:2:0, 8 bits, BT.601 limited range, kept from frame to frame so that
-// only what changed is converted. Its size is the frame's, padded to even.
+// The encoder's picture: planar 4:2:0, 8 bits, BT.601 limited range, kept from frame to frame so that only
+// what changed is converted. Its size is the frame's, padded to even.
 class I420Picture {
 public:
     I420Picture(int frameWidth, int frameHeight);
@@ -24,8 +24,8 @@ public:
     // Converts the changed parts of `pixels`, which has the frame's size.
     void update(const PixelBuffer& pixels, std::span<const PixelRect> changedRects);
 
-    // For each 16x16 macroblock, row by row: 1 when the last update() left it as it was, 0 when it
-    // may have changed.
+    // For each 16x16 macroblock, row by row: 1 when the last update() left it as it was, 0 when it may have
+    // changed.
     std::vector<std::uint8_t>& unchangedMacroblocks() { return unchangedMacroblocks_; }
     int macroblockCount() const { return static_cast<int>(unchangedMacroblocks_.size()); }
     int changedMacroblockCount() const;

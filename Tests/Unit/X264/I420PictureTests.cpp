@@ -1,4 +1,4 @@
-#include "Backends/FFmpeg/I420Picture.h"
+#include "Backends/X264/I420Picture.h"
 
 #include <array>
 #include <vector>

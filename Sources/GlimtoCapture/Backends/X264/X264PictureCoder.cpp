@@ -1,4 +1,4 @@
-#include "Backends/FFmpeg/X264Encoder.h"
+#include "Backends/X264/X264PictureCoder.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,6 +7,7 @@
 
 #include <x264.h>
 
+#include "Backends/X264/RateController.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -19,12 +20,18 @@ constexpr int largestSide = 16384;
 // From here on one core is not enough: 1080p at 45 frames a second.
 constexpr std::int64_t pixelsPerSecondOfOneThread = 1920LL * 1080 * 45;
 
+// Takes about a third of a core; the rest is for what is recorded.
+constexpr std::int64_t thoroughPixelsPerSecondOfOneCore = 1920LL * 1080 * 30;
+
+std::int64_t pixelsPerSecond(const VideoEncodingSettings& settings)
+{
+    return static_cast<std::int64_t>(settings.width) * settings.height * settings.framesPerSecond;
+}
+
 int threadCount(const VideoEncodingSettings& settings)
 {
-    const std::int64_t pixelsPerSecond
-        = static_cast<std::int64_t>(settings.width) * settings.height * settings.framesPerSecond;
     const bool isTall = settings.height >= 256; // a slice of a few rows is not worth a thread
-    if (pixelsPerSecond <= pixelsPerSecondOfOneThread || !isTall)
+    if (pixelsPerSecond(settings) <= pixelsPerSecondOfOneThread || !isTall)
         return 1;
     return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 4);
 }
@@ -50,15 +57,31 @@ void chooseAnalysis(x264_param_t& parameters)
     parameters.rc.i_aq_mode = X264_AQ_NONE;
     parameters.rc.b_mb_tree = 0;
     parameters.rc.i_lookahead = 0;
-    parameters.b_cabac = 0;
     parameters.analyse.inter = 0;
-    parameters.analyse.i_subpel_refine = 0;
     parameters.analyse.i_weighted_pred = X264_WEIGHTP_NONE;
     parameters.analyse.b_transform_8x8 = 1; // what makes it High profile
     parameters.analyse.b_mb_info = 1;
     parameters.i_scenecut_threshold = 0;
     parameters.i_bframe = 0;
     parameters.i_sync_lookahead = 0;
+}
+
+void chooseTools(x264_param_t& parameters, CodingTools tools, bool hasTime)
+{
+    parameters.i_sps_id = static_cast<int>(tools);
+    if (tools == CodingTools::quick) {
+        parameters.b_cabac = 0;
+        parameters.analyse.i_subpel_refine = 0;
+        if (!hasTime)
+            return;
+        // A scrolled page jumps by more than a step or two, and between lines of text nothing leads there.
+        parameters.analyse.i_me_method = X264_ME_UMH;
+        parameters.analyse.i_me_range = 24;
+    } else {
+        parameters.b_cabac = 1;
+        parameters.analyse.i_subpel_refine = 1;
+        parameters.analyse.i_me_method = X264_ME_DIA; // wider searches bring nothing here
+    }
 }
 
 void chooseColor(x264_param_t& parameters)
@@ -70,7 +93,8 @@ void chooseColor(x264_param_t& parameters)
     parameters.vui.i_colmatrix = 6;
 }
 
-x264_param_t encoderParameters(const VideoEncodingSettings& settings, std::int32_t timescale)
+x264_param_t encoderParameters(
+    const VideoEncodingSettings& settings, std::int32_t timescale, CodingTools tools)
 {
     x264_param_t parameters;
     x264_param_default_preset(&parameters, "superfast", nullptr);
@@ -91,75 +115,65 @@ x264_param_t encoderParameters(const VideoEncodingSettings& settings, std::int32
     parameters.b_repeat_headers = 0;
     parameters.b_annexb = 0;
     chooseAnalysis(parameters);
+    chooseTools(parameters, tools, X264PictureCoder::hasTimeToBeThorough(settings));
     chooseColor(parameters);
     x264_param_apply_profile(&parameters, "high");
     return parameters;
 }
 
-void append16(std::vector<std::uint8_t>& bytes, std::size_t value)
-{
-    bytes.push_back(static_cast<std::uint8_t>(value >> 8U));
-    bytes.push_back(static_cast<std::uint8_t>(value & 0xFFU));
-}
-
 } // namespace
 
-std::unique_ptr<X264Encoder> X264Encoder::make(const VideoEncodingSettings& settings, std::int32_t timescale)
+std::unique_ptr<X264PictureCoder> X264PictureCoder::make(
+    const VideoEncodingSettings& settings, std::int32_t timescale, CodingTools tools)
 {
     if (settings.width > largestSide || settings.height > largestSide)
         return nullptr;
-    x264_param_t parameters = encoderParameters(settings, timescale);
+    x264_param_t parameters = encoderParameters(settings, timescale, tools);
     x264_t* opened = x264_encoder_open(&parameters);
     if (!opened)
         return nullptr;
-    std::unique_ptr<X264Encoder> encoder(new X264Encoder(opened));
+    std::unique_ptr<X264PictureCoder> encoder(new X264PictureCoder(opened));
     if (!encoder->readParameterSets())
         return nullptr;
     return encoder;
 }
 
-X264Encoder::X264Encoder(x264_t* encoder)
+bool X264PictureCoder::hasTimeToBeThorough(const VideoEncodingSettings& settings)
+{
+    const auto cores = static_cast<std::int64_t>(std::max(std::thread::hardware_concurrency(), 1U));
+    return pixelsPerSecond(settings) <= thoroughPixelsPerSecondOfOneCore * cores;
+}
+
+X264PictureCoder::X264PictureCoder(x264_t* encoder)
     : encoder_(encoder)
 {
 }
 
-X264Encoder::~X264Encoder()
+X264PictureCoder::~X264PictureCoder()
 {
     x264_encoder_close(encoder_);
 }
 
-bool X264Encoder::readParameterSets()
+bool X264PictureCoder::readParameterSets()
 {
     x264_nal_t* units = nullptr;
     int unitCount = 0;
     if (x264_encoder_headers(encoder_, &units, &unitCount) < 0)
         return false;
     constexpr int lengthBytes = 4;
-    std::span<const std::uint8_t> sequenceSet;
-    std::span<const std::uint8_t> pictureSet;
     for (const x264_nal_t& unit : std::span(units, static_cast<std::size_t>(unitCount))) {
         const std::span payload(
             unit.p_payload + lengthBytes, static_cast<std::size_t>(unit.i_payload - lengthBytes));
         if (unit.i_type == NAL_SPS)
-            sequenceSet = payload;
+            parameterSets_.sequence.assign(payload.begin(), payload.end());
         else if (unit.i_type == NAL_PPS)
-            pictureSet = payload;
+            parameterSets_.picture.assign(payload.begin(), payload.end());
     }
-    if (sequenceSet.size() < 4 || pictureSet.empty())
-        return false;
-    auto& record = decoderConfiguration_;
-    record = {1, sequenceSet[1], sequenceSet[2], sequenceSet[3], 0xFC | (lengthBytes - 1), 0xE0 | 1};
-    append16(record, sequenceSet.size());
-    record.insert(record.end(), sequenceSet.begin(), sequenceSet.end());
-    record.push_back(1);
-    append16(record, pictureSet.size());
-    record.insert(record.end(), pictureSet.begin(), pictureSet.end());
-    // High profile adds the chroma format and bit depths: 4:2:0, 8 and 8.
-    record.insert(record.end(), {0xFC | 1, 0xF8, 0xF8, 0});
-    return true;
+    return parameterSets_.sequence.size() >= 4 && !parameterSets_.picture.empty();
 }
 
-EncodedPicture X264Encoder::encode(I420Picture& picture, std::int64_t time, PictureKind kind, int quantizer)
+EncodedPicture X264PictureCoder::encode(
+    I420Picture& picture, std::int64_t time, PictureKind kind, int quantizer)
 {
     x264_picture_t input;
     x264_picture_init(&input);

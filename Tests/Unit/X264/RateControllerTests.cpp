@@ -1,5 +1,6 @@
-#include "Backends/FFmpeg/RateController.h"
+#include "Backends/X264/RateController.h"
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -17,7 +18,11 @@ class ModelEncoder {
 public:
     double encode(PictureKind kind, int changed, double seconds, double cost)
     {
-        lastQuantizer = controller.chooseQuantizer(kind, changed, seconds);
+        // What a usual unit of detail costs in a keyframe.
+        constexpr double detailCost = 1.25;
+        const double detail = controller.needsDetail(kind, changed) ? cost * macroblocks / detailCost : 0;
+        lastQuantizer = controller.chooseQuantizer(
+            {.kind = kind, .changedMacroblocks = changed, .seconds = seconds, .detail = detail});
         const double bits = cost * changed / std::exp2(lastQuantizer / 6.0);
         controller.pictureEncoded(kind, lastQuantizer, std::llround(bits));
         return bits;
@@ -50,13 +55,65 @@ TEST(RateControllerTests, MovingPictureKeepsToTheAverageBitRate)
     }
 }
 
-TEST(RateControllerTests, EasyPictureIsNotMadeFinerThanCanBeSeen)
+TEST(RateControllerTests, EasyPictureIsNotMadeFinerThanCanBeSeenInMotion)
 {
     ModelEncoder encoder;
     encoder.encode(PictureKind::keyframe, macroblocks, 0, 100);
+    encoder.encodeMovingSecond(10);
     const double bits = encoder.encodeMovingSecond(10);
-    EXPECT_LE(encoder.lastQuantizer, RateController::finestQuantizer + 1);
+    EXPECT_EQ(encoder.lastQuantizer, 20);
     EXPECT_LT(bits, bitsPerSecond);
+}
+
+// A slow pan finds the picture before at some of its positions only.
+TEST(RateControllerTests, PictureThatCostsNowMuchNowLittleKeepsItsQuality)
+{
+    ModelEncoder encoder;
+    encoder.encode(PictureKind::keyframe, macroblocks, 0, 24'000);
+    const auto cost = [](int frame) { return frame % 10 == 0 ? 20'000.0 : 800.0; };
+    for (int frame = 0; frame < 300; ++frame)
+        encoder.encode(PictureKind::predicted, macroblocks, 1.0 / framesPerSecond, cost(frame));
+    int coarsest = 0;
+    int finest = 99;
+    for (int frame = 0; frame < 60; ++frame) {
+        encoder.encode(PictureKind::predicted, macroblocks, 1.0 / framesPerSecond, cost(frame));
+        coarsest = std::max(coarsest, encoder.lastQuantizer);
+        finest = std::min(finest, encoder.lastQuantizer);
+    }
+    EXPECT_LE(coarsest - finest, 4);
+}
+
+TEST(RateControllerTests, FirstPictureHasWhatItNeedsButLeavesMostOfASecondToTheNext)
+{
+    for (const double cost : {3000.0, 15'000.0, 40'000.0}) {
+        ModelEncoder encoder;
+        const double bits = encoder.encode(PictureKind::keyframe, macroblocks, 0, cost);
+        EXPECT_LT(bits, 0.4 * bitsPerSecond) << "cost " << cost;
+        EXPECT_GT(bits, 0.25 * bitsPerSecond) << "cost " << cost;
+    }
+}
+
+TEST(RateControllerTests, SceneThatOpenedWithAnExpensivePictureIsNotStarvedForIt)
+{
+    ModelEncoder encoder;
+    encoder.encode(PictureKind::keyframe, macroblocks, 0, 10'000);
+    encoder.controller.pictureEncoded(PictureKind::keyframe, 30, bitsPerSecond);
+    double least = 1e12;
+    for (int frame = 0; frame < 15; ++frame)
+        least = std::min(
+            least, encoder.encode(PictureKind::predicted, macroblocks, 1.0 / framesPerSecond, 2000));
+    EXPECT_GT(least, 0.15 * bitsPerSecond / framesPerSecond);
+}
+
+TEST(RateControllerTests, StillPictureIsRefinedAsFarAsTheReserveGoes)
+{
+    ModelEncoder encoder;
+    encoder.encode(PictureKind::keyframe, macroblocks, 0, 10'000);
+    const int coarse = encoder.lastQuantizer;
+    const int finer = encoder.controller.refinedQuantizer(coarse, 10'000.0 * macroblocks);
+    EXPECT_LT(finer, coarse);
+    EXPECT_EQ(encoder.controller.refinedQuantizer(coarse, 0), RateController::finestQuantizer);
+    EXPECT_EQ(encoder.controller.refinedQuantizer(finer, 10'000.0 * macroblocks), finer);
 }
 
 TEST(RateControllerTests, QuantizerOfASteadySceneDoesNotTremble)

@@ -1,0 +1,168 @@
+#include "Backends/FFmpeg/FFmpegVideoAssetWriter.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace glimto {
+
+namespace {
+
+constexpr std::int32_t timescale = 90'000;
+constexpr int mostFramesHeld = 2;
+
+// A longer segment is written in several fragments, so that memory stays flat.
+constexpr std::size_t largestFragmentBytes = std::size_t{4} * 1024 * 1024;
+
+// The last frame's own duration, at most.
+constexpr std::int64_t longestLastFrameTicks = timescale / 30;
+
+PixelRect wholePicture(const PixelBuffer& pixels)
+{
+    return {0, 0, pixels.width, pixels.height};
+}
+
+} // namespace
+
+std::unique_ptr<FFmpegVideoAssetWriter> FFmpegVideoAssetWriter::make(VideoEncoderFactory& encoders,
+    const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate)
+{
+    auto encoder = encoders.makeEncoder(settings, timescale);
+    if (!encoder)
+        return nullptr;
+    return std::unique_ptr<FFmpegVideoAssetWriter>(
+        new FFmpegVideoAssetWriter(settings, preferredSegmentInterval, delegate, std::move(encoder)));
+}
+
+FFmpegVideoAssetWriter::FFmpegVideoAssetWriter(const VideoEncodingSettings& settings,
+    MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate, std::unique_ptr<VideoEncoder> encoder)
+    : settings_(settings)
+    , codec_(encoder->codec())
+    , frameTicks_(timescale / std::max(settings.framesPerSecond, 1))
+    , encoder_(std::move(encoder))
+    , muxer_(encoder_->sampleDescription(), timescale, settings.averageBitRate)
+    , boundaries_(preferredSegmentInterval.converted(timescale).value, frameTicks_)
+    , task_("glimto.capture.encoder", muxer_, delegate)
+{
+}
+
+bool FFmpegVideoAssetWriter::startWriting()
+{
+    return task_.start();
+}
+
+bool FFmpegVideoAssetWriter::isReadyForMoreMediaData() const
+{
+    return framesHeld_ < mostFramesHeld && task_.isWriting();
+}
+
+bool FFmpegVideoAssetWriter::append(const VideoFrame& frame)
+{
+    if (!frame.pixels || !frame.presentationTime.isValid() || !isReadyForMoreMediaData())
+        return false;
+    const std::int64_t time = frame.presentationTime.converted(timescale).value;
+    if (time <= lastAppendedTime_)
+        return false;
+    if (frame.pixels->width != settings_.width || frame.pixels->height != settings_.height)
+        return false;
+    lastAppendedTime_ = time;
+    framesHeld_ += 1;
+    task_.post([this, frame] { encodeFrame(frame); }, [this] { framesHeld_ -= 1; });
+    return true;
+}
+
+AssetWriterStatus FFmpegVideoAssetWriter::finishWriting()
+{
+    return task_.finish([this] { finishTrack(); });
+}
+
+void FFmpegVideoAssetWriter::cancelWriting()
+{
+    task_.cancel();
+}
+
+AssetWriterStatus FFmpegVideoAssetWriter::status() const
+{
+    return task_.status();
+}
+
+std::string FFmpegVideoAssetWriter::error() const
+{
+    return task_.error();
+}
+
+void FFmpegVideoAssetWriter::encodeFrame(const VideoFrame& frame)
+{
+    const std::int64_t time = frame.presentationTime.converted(timescale).value;
+    repeatOnBoundariesBefore(time);
+    const bool followsLast = lastSequenceNumber_ && *lastSequenceNumber_ + 1 == frame.sequenceNumber;
+    lastSequenceNumber_ = frame.sequenceNumber;
+    const auto kind = boundaries_.startsSegment(time) ? PictureKind::keyframe : PictureKind::predicted;
+    if (!followsLast)
+        take(encoder_->encode(*frame.pixels, std::vector{wholePicture(*frame.pixels)}, time, kind));
+    else if (!frame.changedRects.empty())
+        take(encoder_->encode(*frame.pixels, frame.changedRects, time, kind));
+    else if (kind == PictureKind::keyframe)
+        take(encoder_->repeat(time, kind));
+    else
+        refineOrHold(time);
+}
+
+// A picture that stands still is not seen again at a segment's start, but the segment needs it there.
+void FFmpegVideoAssetWriter::repeatOnBoundariesBefore(std::int64_t time)
+{
+    while (held_ && !task_.isCancelled() && boundaries_.needsRepeatBefore(time))
+        take(encoder_->repeat(boundaries_.boundary(), PictureKind::keyframe));
+}
+
+void FFmpegVideoAssetWriter::refineOrHold(std::int64_t time)
+{
+    if (auto finer = encoder_->refine(time))
+        take(std::move(*finer));
+    else
+        lastTime_ = time;
+}
+
+void FFmpegVideoAssetWriter::take(EncodedPicture picture)
+{
+    const std::int64_t time = picture.time;
+    if (held_)
+        writeHeldPicture(time);
+    if (boundaries_.startsSegment(time)) {
+        if (held_)
+            endSegment(time);
+        segmentStart_ = time;
+        boundaries_.startSegment(time);
+    }
+    held_ = std::move(picture);
+    lastTime_ = time;
+}
+
+void FFmpegVideoAssetWriter::writeHeldPicture(std::int64_t endTime)
+{
+    muxer_.addSample(held_->data, held_->time, endTime - held_->time, held_->isKeyframe);
+    if (muxer_.pendingBytes() >= largestFragmentBytes)
+        task_.deliverFragment();
+}
+
+void FFmpegVideoAssetWriter::endSegment(std::int64_t endTime)
+{
+    task_.deliverSegment({.duration = MediaTime{endTime - segmentStart_, timescale},
+        .earliestPresentationTime = MediaTime{segmentStart_, timescale}});
+}
+
+void FFmpegVideoAssetWriter::finishTrack()
+{
+    if (!held_)
+        return;
+    // Many readers take a track to end with its last frame's time, so a picture that stood still until
+    // the end is there once more.
+    if (lastTime_ - held_->time >= frameTicks_)
+        take(encoder_->repeat(lastTime_, PictureKind::predicted));
+    const std::int64_t endTime = lastTime_ + std::min(frameTicks_, longestLastFrameTicks);
+    writeHeldPicture(endTime);
+    endSegment(endTime);
+    held_.reset();
+}
+
+} // namespace glimto

@@ -1,0 +1,192 @@
+#include "Backends/X264/RateController.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace glimto {
+
+namespace {
+
+constexpr double predictionGain = 8; // how much less a changed macroblock costs than one of a keyframe
+constexpr double newSceneGain = 1.6; // what is left of that when something else is shown
+
+// Measured on pages, editors, photos and fractals, which are all within a quarter of it.
+constexpr double usualDetailCost = 1.25;
+
+constexpr double reserveSeconds = 4;
+constexpr double restingReserveSeconds = 1; // where spending and income balance
+constexpr double deepestDebtSeconds = 2; // a deeper one would punish a scene for too long
+
+// A debt is paid back over seconds, not at once: a scene that opens with an expensive picture would be
+// unreadable for as long as it lasts.
+constexpr double repaymentPerSecond = 0.7;
+constexpr double smallestFill = 0.2;
+constexpr double largestFill = 4;
+
+constexpr double sceneShareOfReserve = 0.35;
+constexpr double smallestSceneReserveSeconds = 0.4;
+
+// Finer than this a picture is not made at once where all of it has to be encoded.
+constexpr double finestOfScene = 16;
+
+// While much moves, nobody sees what is finer than this, but grain would take all bits.
+constexpr double finestInMotion = 20;
+
+// How fast costs are learnt in a steady scene. A picture that pans costs ten times as much at some of its
+// positions as at others; following each of them makes the quality pump.
+constexpr double steadyLearning = 0.06;
+constexpr double surprise = 3; // times what was expected
+
+double scale(double quantizer)
+{
+    return std::exp2(quantizer / 6.0);
+}
+
+double idealQuantizer(double cost, double bits)
+{
+    return std::min(6 * std::log2(std::max(cost, 1.0) / std::max(bits, 1.0)), 60.0);
+}
+
+int clamped(double quantizer)
+{
+    return std::clamp(static_cast<int>(std::lround(quantizer)), RateController::finestQuantizer,
+        RateController::coarsestQuantizer);
+}
+
+double blended(double old, double measured, double weight)
+{
+    return old * (1 - weight) + measured * weight;
+}
+
+} // namespace
+
+RateController::RateController(std::int64_t bitsPerSecond, int framesPerSecond, int macroblockCount)
+    : bitsPerSecond_(static_cast<double>(std::max<std::int64_t>(bitsPerSecond, 1)))
+    , bitsPerFrame_(bitsPerSecond_ / std::max(framesPerSecond, 1))
+    , macroblockCount_(std::max(macroblockCount, 1))
+    , reserve_(bitsPerSecond_ * restingReserveSeconds)
+    , detailCost_(usualDetailCost)
+{
+}
+
+bool RateController::needsDetail(PictureKind kind, int changedMacroblocks) const
+{
+    if (kind == PictureKind::keyframe)
+        return true;
+    const double share = changedMacroblocks / macroblockCount_;
+    return share > 4 * usualChangedShare_ && share > 0.05;
+}
+
+int RateController::chooseQuantizer(const Picture& picture)
+{
+    earn(picture.seconds);
+    changedShare_ = std::clamp(picture.changedMacroblocks / macroblockCount_, 1 / macroblockCount_, 1.0);
+    detail_ = picture.detail;
+    isNewScene_ = picture.kind == PictureKind::predicted && detail_ > 0
+        && needsDetail(picture.kind, picture.changedMacroblocks);
+    if (picture.kind == PictureKind::keyframe)
+        return quantizerOfKeyframe();
+    return isNewScene_ ? quantizerOfNewScene() : quantizerOfPredicted();
+}
+
+bool RateController::isMoving() const
+{
+    return lastPredictedQuantizer_ > 0 && usualChangedShare_ > 0.3;
+}
+
+double RateController::bitsForFrame() const
+{
+    const double seconds = reserve_ / bitsPerSecond_;
+    const double fill = seconds >= restingReserveSeconds
+        ? seconds
+        : 1 - repaymentPerSecond * (restingReserveSeconds - seconds);
+    return bitsPerFrame_ * std::clamp(fill, smallestFill, largestFill);
+}
+
+double RateController::bitsForScene() const
+{
+    return std::max(reserve_, bitsPerSecond_ * smallestSceneReserveSeconds) * sceneShareOfReserve;
+}
+
+int RateController::quantizerOfKeyframe() const
+{
+    const double ideal = std::max(idealQuantizer(detail_ * detailCost_, bitsForScene()), finestOfScene);
+    if (!isMoving())
+        return clamped(ideal);
+    // In the middle of a scene a keyframe must not stand out.
+    return clamped(std::clamp(ideal, lastPredictedQuantizer_ - 3.0, lastPredictedQuantizer_ + 1.0));
+}
+
+// What is new costs about what it does in a keyframe; what only moved costs less.
+int RateController::quantizerOfNewScene() const
+{
+    const double cost = detail_ * detailCost_ * changedShare_ / newSceneGain;
+    return clamped(std::max(idealQuantizer(cost, bitsForScene()), finestOfScene));
+}
+
+int RateController::quantizerOfPredicted() const
+{
+    const double cost = changeCost_ * changedShare_ * macroblockCount_;
+    const double finest = usualChangedShare_ > 0.1 ? finestInMotion : finestQuantizer;
+    const double ideal = std::max(idealQuantizer(cost, bitsForFrame()), finest);
+    if (!isMoving())
+        return clamped(ideal);
+    // One step at a time, so that the quality of a moving picture does not tremble.
+    const double difference = ideal - lastPredictedQuantizer_;
+    if (std::abs(difference) < 1)
+        return lastPredictedQuantizer_;
+    const double step = std::abs(difference) > 4 ? difference / 2 : std::copysign(1.0, difference);
+    return clamped(lastPredictedQuantizer_ + std::clamp(std::trunc(step), -3.0, 4.0));
+}
+
+int RateController::refinedQuantizer(int quantizer, double detail) const
+{
+    // About half of a keyframe's bits are there already.
+    const double ideal = idealQuantizer(detail * detailCost_ / 2, std::max(reserve_, 0.0) / 2);
+    const int finer = clamped(ideal);
+    return finer + 2 <= quantizer ? finer : quantizer;
+}
+
+void RateController::pictureRefined(double seconds, std::int64_t bits)
+{
+    earn(seconds);
+    spend(bits);
+}
+
+void RateController::pictureEncoded(PictureKind kind, int quantizer, std::int64_t bits)
+{
+    spend(bits);
+    const double cost = static_cast<double>(bits) * scale(quantizer);
+    if (kind == PictureKind::keyframe) {
+        if (detail_ > 0)
+            detailCost_ = std::clamp(
+                blended(detailCost_, cost / detail_, 0.5), usualDetailCost / 3, usualDetailCost * 3);
+        if (changeCost_ <= 0)
+            changeCost_ = cost / macroblockCount_ / predictionGain;
+        return;
+    }
+    learnCostOfChange(cost / macroblockCount_ / changedShare_);
+    usualChangedShare_ = blended(usualChangedShare_, changedShare_, 0.2);
+    usualQuantizer_ = blended(usualQuantizer_, quantizer, 0.2 * changedShare_);
+    lastPredictedQuantizer_ = quantizer;
+}
+
+void RateController::earn(double seconds)
+{
+    reserve_ = std::min(reserve_ + bitsPerSecond_ * std::max(seconds, 0.0), bitsPerSecond_ * reserveSeconds);
+}
+
+void RateController::spend(std::int64_t bits)
+{
+    reserve_ = std::max(reserve_ - static_cast<double>(bits), -bitsPerSecond_ * deepestDebtSeconds);
+}
+
+void RateController::learnCostOfChange(double cost)
+{
+    surprises_ = cost > surprise * changeCost_ ? surprises_ + 1 : 0;
+    // One expensive picture is a pan that comes past a whole pixel; two are another scene.
+    const bool isSteady = isMoving() && !isNewScene_ && surprises_ < 2;
+    changeCost_ = blended(changeCost_, cost, isSteady ? steadyLearning : 0.25 + 0.5 * changedShare_);
+}
+
+} // namespace glimto

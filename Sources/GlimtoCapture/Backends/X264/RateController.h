@@ -1,0 +1,87 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Platform/VideoEncoder.h"
+
+namespace glimto {
+
+// Chooses the quantizer of each picture so that a take keeps to its average bit rate.
+//
+// Unused bits gather in a reserve of four seconds' worth, so a picture that moves after a rest may cost
+// more for a while. How many bits a picture will need is estimated from the ones before it and from how
+// much of it changed, and for a picture that nothing before it helps to predict from its detail; a bit
+// count halves with every six steps of the quantizer.
+//
+// This replaces x264's own average rate control, which looks at every whole picture once more before it is
+// encoded: a quarter of the time of encoding it.
+class RateController {
+public:
+    // Finer than this a desktop looks no better and only costs bits.
+    static constexpr int finestQuantizer = 14;
+    static constexpr int coarsestQuantizer = 48;
+
+    // `framesPerSecond` is the rate of a picture that moves all the time.
+    RateController(std::int64_t bitsPerSecond, int framesPerSecond, int macroblockCount);
+
+    struct Picture {
+        PictureKind kind = PictureKind::predicted;
+        int changedMacroblocks = 0;
+        double seconds = 0; // since the picture before
+        double detail = 0; // as PictureDetail tells it, of the whole picture; 0
+                           // when nobody looked
+    };
+
+    // Whether it pays to look at the picture's detail first.
+    bool needsDetail(PictureKind kind, int changedMacroblocks) const;
+
+    // The quantizer (14 to 48) for a picture.
+    int chooseQuantizer(const Picture& picture);
+
+    // For one that stands still and was encoded with `quantizer`: the finer one that can be afforded, or
+    // the same when it is fine enough.
+    int refinedQuantizer(int quantizer, double detail) const;
+
+    // What a refinement took, which tells nothing of what pictures cost that change.
+    void pictureRefined(double seconds, std::int64_t bits);
+
+    // What became of the picture last asked for.
+    void pictureEncoded(PictureKind kind, int quantizer, std::int64_t bits);
+
+    // Whether the picture last asked for shows something else than the one before.
+    bool isNewScene() const { return isNewScene_; }
+
+    // Of the pictures that were encoded, lately: how much of them changed, 0 to 1, and how coarse they
+    // were.
+    double usualChangedShare() const { return usualChangedShare_; }
+    double usualQuantizer() const { return usualQuantizer_; }
+
+private:
+    void earn(double seconds);
+    void spend(std::int64_t bits);
+    void learnCostOfChange(double cost);
+    int quantizerOfKeyframe() const;
+    int quantizerOfPredicted() const;
+    int quantizerOfNewScene() const;
+    bool isMoving() const;
+    double bitsForFrame() const;
+    double bitsForScene() const;
+
+    const double bitsPerSecond_;
+    const double bitsPerFrame_;
+    const double macroblockCount_;
+    double reserve_; // bits; below zero when too much was spent
+    double changedShare_ = 1; // of the picture being encoded, 0 to 1
+    double detail_ = 0; // of the picture being encoded
+    bool isNewScene_ = false;
+    double usualChangedShare_ = 0; // of the predicted pictures before it
+    double usualQuantizer_ = 0;
+    double detailCost_; // bits at quantizer 0 that a unit of detail costs in a
+                        // keyframe
+    double changeCost_ = 0; // bits at quantizer 0 of a changed macroblock in a
+                            // predicted picture; 0: unknown
+    int surprises_ = 0; // pictures in a row that cost far more than expected
+    int lastPredictedQuantizer_ = 0; // 0 before the first
+};
+
+} // namespace glimto

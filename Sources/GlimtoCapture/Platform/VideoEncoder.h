@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "Platform/Geometry.h"
+#include "Platform/VideoFrame.h"
+
+namespace glimto {
+
+// What a take's pictures are encoded with, settled before the first one.
+struct VideoEncodingSettings {
+    int width = 0; // pixels
+    int height = 0;
+    int framesPerSecond = 0; // expected at most; time stamps decide
+    std::int64_t averageBitRate = 0; // bits a second
+    std::int64_t maxKeyFrameInterval = 0; // frames
+    double maxKeyFrameIntervalDuration = 0; // seconds
+};
+
+// What the files of a take say of how its pictures are encoded.
+struct VideoCodec {
+    std::string name; // in the manifest, such as "h264"
+    std::string playlistCodec; // in CODECS of a master playlist (RFC 6381 section 3.3), such as "avc1.640028"
+
+    friend bool operator==(const VideoCodec&, const VideoCodec&) = default;
+};
+
+// What a container says of an encoder's pictures, once for all of them.
+struct VideoSampleDescription {
+    std::string format; // four-character code of the sample entry (ISO/IEC 14496-12 section 8.5.2), as "avc1"
+    std::vector<std::uint8_t> decoderConfiguration; // as such a sample entry holds it
+    int width = 0; // pixels, of the encoded picture
+    int height = 0;
+};
+
+enum class PictureKind { keyframe, predicted };
+
+// One encoded picture as a sample of the container.
+struct EncodedPicture {
+    std::vector<std::byte> data;
+    std::int64_t time = 0; // presentation and decode time, ticks
+    bool isKeyframe = false;
+};
+
+// Encodes the pictures of one track, each as soon as it is given, and decides how fine each one is so that
+// the track keeps to its average bit rate.
+//
+// It keeps the picture that it was given last. Used by one thread at a time. `time` is in ticks of the
+// timescale that the encoder was made with, and rises. A keyframe needs nothing before it, and nothing after
+// it needs what was before. What fails throws PlatformError.
+class VideoEncoder {
+public:
+    virtual ~VideoEncoder() = default;
+
+    virtual const VideoCodec& codec() const = 0;
+    virtual const VideoSampleDescription& sampleDescription() const = 0;
+
+    // Encodes a picture of the settings' size that differs from the one before in `changedRects` at most.
+    virtual EncodedPicture encode(const PixelBuffer& pixels, std::span<const PixelRect> changedRects,
+        std::int64_t time, PictureKind kind)
+        = 0;
+
+    // Encodes the picture that was given last once more.
+    virtual EncodedPicture repeat(std::int64_t time, PictureKind kind) = 0;
+
+    // The same, finer than before: for a picture that stands still. Absent when it is fine enough.
+    virtual std::optional<EncodedPicture> refine(std::int64_t time) = 0;
+};
+
+class VideoEncoderFactory {
+public:
+    virtual ~VideoEncoderFactory() = default;
+
+    // Null when the encoder refuses the settings. `timescale` is ticks a second. Throws PlatformError.
+    virtual std::unique_ptr<VideoEncoder> makeEncoder(
+        const VideoEncodingSettings& settings, std::int32_t timescale)
+        = 0;
+};
+
+} // namespace glimto

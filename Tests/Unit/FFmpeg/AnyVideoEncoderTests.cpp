@@ -1,0 +1,110 @@
+#include <memory>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Backends/FFmpeg/FFmpegVideoAssetWriter.h"
+#include "Fakes/FakeVideoEncoder.h"
+#include "Unit/FFmpeg/SegmentCollector.h"
+
+namespace glimto {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using Call = FakeVideoEncoderState::Call;
+
+constexpr std::int64_t ticksPerSecond = 90'000;
+
+std::string text(const std::vector<std::byte>& bytes)
+{
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+// The asset writer with an encoder that makes nothing which H.264 would know.
+class AnyVideoEncoderTests : public testing::Test {
+protected:
+    void makeWriter()
+    {
+        writer = FFmpegVideoAssetWriter::make(
+            encoders, {.width = 64, .height = 48, .framesPerSecond = 10}, MediaTime{1, 1}, collector);
+        ASSERT_TRUE(writer);
+        ASSERT_TRUE(writer->startWriting());
+    }
+
+    void append(std::int64_t milliseconds, bool isChanged)
+    {
+        VideoFrame frame;
+        frame.presentationTime = MediaTime{milliseconds, 1000};
+        frame.pixels = std::make_shared<PixelBuffer>(PixelBuffer{64, 48, 256, bytes->data(), bytes});
+        frame.sequenceNumber = nextSequenceNumber++;
+        if (isChanged)
+            frame.changedRects = {{0, 0, 64, 48}};
+        while (!writer->isReadyForMoreMediaData() && writer->status() == AssetWriterStatus::writing)
+            std::this_thread::yield();
+        ASSERT_TRUE(writer->append(frame));
+    }
+
+    std::shared_ptr<std::vector<std::uint8_t>> bytes
+        = std::make_shared<std::vector<std::uint8_t>>(std::size_t{256} * 48);
+    std::uint64_t nextSequenceNumber = 0;
+    FakeVideoEncoderFactory encoders;
+    SegmentCollector collector;
+    std::unique_ptr<FFmpegVideoAssetWriter> writer;
+};
+
+TEST_F(AnyVideoEncoderTests, ContainerSaysWhatTheEncoderSays)
+{
+    makeWriter();
+    append(0, true);
+    EXPECT_EQ(writer->finishWriting(), AssetWriterStatus::completed);
+
+    EXPECT_THAT(text(collector.initialization), HasSubstr("mp4v"));
+    EXPECT_THAT(text(collector.initialization), HasSubstr("CONFIG"));
+    EXPECT_EQ(writer->codec(), (VideoCodec{.name = "another", .playlistCodec = "mp4v.20.9"}));
+}
+
+TEST_F(AnyVideoEncoderTests, PicturesAreCutIntoSegmentsAtTheEncodersKeyframes)
+{
+    makeWriter();
+    for (const int milliseconds : {0, 500, 1000, 1500})
+        append(milliseconds, true);
+    EXPECT_EQ(writer->finishWriting(), AssetWriterStatus::completed);
+
+    EXPECT_THAT(encoders.state->calls,
+        ElementsAre(Call{"encode", 0, PictureKind::keyframe},
+            Call{"encode", ticksPerSecond / 2, PictureKind::predicted},
+            Call{"encode", ticksPerSecond, PictureKind::keyframe},
+            Call{"encode", ticksPerSecond * 3 / 2, PictureKind::predicted}));
+    ASSERT_EQ(collector.segments.size(), 2U);
+    EXPECT_THAT(text(collector.segments[0].data), HasSubstr("picture 0;picture 1;"));
+    EXPECT_THAT(text(collector.segments[1].data), HasSubstr("picture 2;picture 3;"));
+    EXPECT_EQ(collector.segments[0].report.duration, (MediaTime{ticksPerSecond, ticksPerSecond}));
+}
+
+TEST_F(AnyVideoEncoderTests, StillPictureIsRefinedAsLongAsTheEncoderCanAndRepeatedWhereASegmentStarts)
+{
+    encoders.state->refinements = 1;
+    makeWriter();
+    append(0, true);
+    for (const int milliseconds : {300, 600, 1000, 1400})
+        append(milliseconds, false);
+    EXPECT_EQ(writer->finishWriting(), AssetWriterStatus::completed);
+
+    EXPECT_THAT(encoders.state->calls,
+        ElementsAre(Call{"encode", 0, PictureKind::keyframe},
+            Call{"refine", ticksPerSecond * 3 / 10, PictureKind::predicted},
+            Call{"repeat", ticksPerSecond, PictureKind::keyframe},
+            Call{"repeat", ticksPerSecond * 14 / 10, PictureKind::predicted}));
+}
+
+TEST_F(AnyVideoEncoderTests, SettingsThatTheEncoderRefusesGiveNoWriter)
+{
+    encoders.state->refusesSettings = true;
+    EXPECT_EQ(FFmpegVideoAssetWriter::make(encoders, {.width = 64, .height = 48}, MediaTime{1, 1}, collector),
+        nullptr);
+}
+
+} // namespace
+} // namespace glimto
