@@ -14,6 +14,7 @@
 #include "Recording/ScreenCaptureOutput.h"
 #include "Recording/SegmentedMP4Writer.h"
 #include "Recording/ThumbnailWriter.h"
+#include "Support/FileDescriptor.h"
 #include "Support/SerialQueue.h"
 
 namespace glimto {
@@ -24,6 +25,7 @@ namespace glimto {
 struct RecordingTake {
     OutputPlan plan;
     std::optional<TakeDirectories> directories; // set once the plan is prepared
+    std::optional<FileDescriptor> directoryLock; // tells others that this recording runs
     PreparedCaptureSource source;
     std::shared_ptr<SegmentedMP4Writer> writer;
     std::shared_ptr<AudioMixer> audioMixer; // null without audio

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "Artifacts/TakeLock.h"
 #include "Content/CaptureSourceResolver.h"
 #include "Content/ScreenCaptureShareableContent.h"
 #include "Lifecycle/GlimtoCaptureLifecycleError.h"
@@ -85,6 +86,7 @@ void ScreenSegmentRecorder::prepare(
     const TakeDirectories directories(options.outputDirectory);
     take.plan = OutputPlan::prepare(options.outputDirectory, options.overwrite);
     take.directories = directories;
+    take.directoryLock = lockTake(take.plan.root);
     const CaptureSourceResolver resolver(services_.process, services_.screen, outputs_.standardError);
     take.source = resolver.resolve(content, options);
     if (options.recordEvents) {

@@ -1,0 +1,37 @@
+#include "GlimtoTake/Takes/TakeOwnership.h"
+
+#include <string>
+#include <system_error>
+
+#include "Artifacts/TakeLock.h"
+#include "Support/Errors.h"
+#include "Support/Text.h"
+
+namespace glimto {
+
+TakeOwnership::TakeOwnership(const std::filesystem::path& directory)
+    : directory_(lockTake(directory))
+{
+    if (!directory_)
+        throw CLIError("The take is being recorded: " + singleLine(directory.string()));
+    const std::filesystem::path lock = directory / ".recording-owner.lock";
+    std::error_code ignored;
+    if (!std::filesystem::exists(std::filesystem::symlink_status(lock, ignored)))
+        return;
+    switch (FileLock::tryAcquire(lock, job_)) {
+    case FileLockOutcome::acquired:
+        return;
+    case FileLockOutcome::heldByAnother:
+        throw CLIError("Recording is in use by another process.");
+    case FileLockOutcome::couldNotOpen:
+    case FileLockOutcome::couldNotLock:
+        throw CLIError("Could not open recording ownership file.");
+    }
+}
+
+bool TakeOwnership::isBeingRecorded(const std::filesystem::path& directory)
+{
+    return !lockTake(directory);
+}
+
+} // namespace glimto

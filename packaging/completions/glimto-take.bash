@@ -1,0 +1,22 @@
+# Completion of glimto-take for bash.
+
+_glimto_take() {
+    local current=${COMP_WORDS[COMP_CWORD]} words=
+    COMPREPLY=()
+    if [ "$COMP_CWORD" -eq 1 ]; then
+        mapfile -t COMPREPLY < <(compgen -W 'info verify repair help' -- "$current")
+        return
+    fi
+    case ${COMP_WORDS[1]} in
+    info | verify) words='--json' ;;
+    repair) words='--dry-run --json' ;;
+    *) return ;;
+    esac
+    if [[ $current == -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+        return
+    fi
+    compopt -o filenames 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen -d -- "$current")
+}
+complete -F _glimto_take glimto-take
