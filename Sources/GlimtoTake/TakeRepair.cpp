@@ -122,12 +122,13 @@ private:
             action();
     }
 
-    // Every usable piece gets the name that its place asks for, and loses what is torn off. Those that cannot be
-    // read go out of the way, but stay.
+    // Every usable piece gets the name that its place asks for, and loses what is torn off. Those that cannot
+    // be read go out of the way, but stay.
     void settleFiles(ExaminedTrack& track)
     {
         for (const SegmentFile& file : track.unusable) {
-            const fs::path aside = file.path.parent_path() / ("." + file.path.filename().string() + ".damaged");
+            const fs::path aside
+                = file.path.parent_path() / ("." + file.path.filename().string() + ".damaged");
             step("Set aside " + nameIn(track, file.path) + ", which cannot be read.",
                 [&] { moveFile(file.path, aside); });
         }
@@ -181,8 +182,8 @@ private:
         ExaminedPiece& last = audio.pieces.back();
         last.content.end = end;
         step("Cut " + nameIn(audio, last.file.path) + " where the picture ends.", [&] {
-            writeSoundBefore(*audio.files.initializationSegment, {last.file.path, last.extent.wholeBytes}, end,
-                last.file.path);
+            writeSoundBefore(*audio.files.initializationSegment, {last.file.path, last.extent.wholeBytes},
+                end, last.file.path);
             measure(last);
         });
     }
@@ -244,21 +245,35 @@ private:
     // The events of a recording that was killed, which also know the picture's exact size.
     void repairEvents()
     {
+        if (stands(plan_.eventsURL))
+            return readEventsSize();
         const fs::path partial = plan_.root / ".events.partial";
         if (!stands(partial))
             return;
         const auto text = take_.files.text(partial, mostEventsFileBytes);
         const auto document = text ? readPartialEvents(*text) : std::nullopt;
-        if (document && document->display.capturePixelWidth > 0)
-            eventsSize_ = {document->display.capturePixelWidth, document->display.capturePixelHeight};
-        if (document && !stands(plan_.eventsURL))
-            step("Write events.json with " + std::to_string(document->events.size()) + " event(s).", [&] {
-                AtomicFile file(plan_.eventsURL);
-                encodeEventsDocument(*document, [&](std::string_view piece) {
-                    file.write(std::as_bytes(std::span(piece.data(), piece.size())));
-                });
-                file.commit();
+        if (!document)
+            return;
+        eventsSize_ = {document->display.capturePixelWidth, document->display.capturePixelHeight};
+        step("Write events.json with " + std::to_string(document->events.size()) + " event(s).", [&] {
+            AtomicFile file(plan_.eventsURL);
+            encodeEventsDocument(*document, [&](std::string_view piece) {
+                file.write(std::as_bytes(std::span(piece.data(), piece.size())));
             });
+            file.commit();
+        });
+    }
+
+    // A track that cannot be read is left as it is.
+    void readEventsSize()
+    {
+        try {
+            const auto text = take_.files.text(plan_.eventsURL, mostEventsFileBytes);
+            const auto display = readEventsDocument(text.value()).display;
+            eventsSize_ = {display.capturePixelWidth, display.capturePixelHeight};
+        } catch (const std::exception&) {
+            eventsSize_.reset();
+        }
     }
 
     // Pixels of what was captured, which the encoder may have padded to even sizes.
@@ -272,7 +287,16 @@ private:
             return {take_.manifest->video.width, take_.manifest->video.height};
         if (eventsSize_ && fits(eventsSize_->first, eventsSize_->second))
             return *eventsSize_;
+        if (const auto size = thumbnailSize(); size && fits(size->first, size->second))
+            return *size;
         return encoded;
+    }
+
+    std::optional<std::pair<int, int>> thumbnailSize() const
+    {
+        std::error_code ignored;
+        const bool isFile = fs::symlink_status(plan_.thumbnailURL, ignored).type() == fs::file_type::regular;
+        return isFile ? jpegSize(plan_.thumbnailURL) : std::nullopt;
     }
 
     void repairThumbnail()
@@ -300,12 +324,13 @@ private:
             return take_.manifest->preferredSegmentDuration;
         const auto& segments = report_.tracks.video;
         if (segments.size() < 2)
-            return segments.empty() ? defaultSegmentSeconds : std::max(defaultSegmentSeconds, segments[0].duration);
+            return segments.empty() ? defaultSegmentSeconds
+                                    : std::max(defaultSegmentSeconds, segments[0].duration);
         std::vector<double> durations;
         for (std::size_t at = 0; at + 1 < segments.size(); ++at)
             durations.push_back(segments[at].duration);
-        std::nth_element(durations.begin(), durations.begin() + static_cast<std::ptrdiff_t>(durations.size() / 2),
-            durations.end());
+        std::nth_element(durations.begin(),
+            durations.begin() + static_cast<std::ptrdiff_t>(durations.size() / 2), durations.end());
         const double usual = std::round(durations[durations.size() / 2] * 10) / 10;
         return std::max(usual, 0.1);
     }
@@ -317,7 +342,8 @@ private:
         options.segmentSeconds = segmentSeconds();
         if (!take_.audio)
             return options;
-        const std::string source = take_.manifest && take_.manifest->audio ? take_.manifest->audio->source : "system";
+        const std::string source
+            = take_.manifest && take_.manifest->audio ? take_.manifest->audio->source : "system";
         options.captureSystemAudio = source != "microphone";
         if (source != "system")
             options.microphoneDeviceID = "";
@@ -328,7 +354,8 @@ private:
     {
         step("Write playlist and manifest.", [&] {
             const auto [width, height] = pictureSize();
-            const auto audioKey = take_.audio ? std::optional<std::string>("segments/audio/init.mp4") : std::nullopt;
+            const auto audioKey
+                = take_.audio ? std::optional<std::string>("segments/audio/init.mp4") : std::nullopt;
             const RecordingArtifactWriter writer{plan_, take_.audio ? take_.audio->facts.sampleRate : 0,
                 take_.audio ? take_.audio->facts.channelCount : 0};
             writer.writeAll("segments/video/init.mp4", audioKey, report_.tracks, width, height, options(),
@@ -350,10 +377,11 @@ private:
         if (files.empty())
             return;
         report_.wasWhole = false;
-        step("Remove " + std::to_string(files.size()) + " unfinished file(s) that the recording has left.", [&] {
-            for (const fs::path& path : files)
-                removeFile(path);
-        });
+        step("Remove " + std::to_string(files.size()) + " unfinished file(s) that the recording has left.",
+            [&] {
+                for (const fs::path& path : files)
+                    removeFile(path);
+            });
     }
 
     const RepairMode mode_;

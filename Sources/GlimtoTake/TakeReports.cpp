@@ -33,7 +33,8 @@ std::string shownDuration(double seconds)
     const long long whole = tenths / 10;
     char text[64];
     if (whole >= 3600)
-        std::snprintf(text, sizeof text, "%lld:%02lld:%02lld.%lld", whole / 3600, whole / 60 % 60, whole % 60, tenths % 10);
+        std::snprintf(text, sizeof text, "%lld:%02lld:%02lld.%lld", whole / 3600, whole / 60 % 60, whole % 60,
+            tenths % 10);
     else
         std::snprintf(text, sizeof text, "%lld:%02lld.%lld", whole / 60, whole % 60, tenths % 10);
     return text;
@@ -76,8 +77,9 @@ std::optional<std::size_t> eventCount(const TakeExamination& take)
 
 std::string soundLine(const ExaminedTrack& audio)
 {
-    return "Sound: AAC, " + std::to_string(audio.facts.sampleRate) + " Hz, " + std::to_string(audio.facts.channelCount)
-        + " channel(s), " + std::to_string(audio.pieces.size()) + " segment(s)";
+    return "Sound: AAC, " + std::to_string(audio.facts.sampleRate) + " Hz, "
+        + std::to_string(audio.facts.channelCount) + " channel(s), " + std::to_string(audio.pieces.size())
+        + " segment(s)";
 }
 
 nlohmann::json gapsJSON(const TakeExamination& take)
@@ -98,16 +100,18 @@ std::vector<std::string> infoLines(const TakeExamination& take)
         std::string("State: ") + takeStateText(take.state),
         "Length: " + shownDuration(take.duration()) + ", " + shownSize(take.bytes()),
         "Picture: H.264, " + std::to_string(width) + "x" + std::to_string(height) + ", up to "
-            + std::to_string(framesPerSecond(take)) + " fps, " + std::to_string(frameCount(take)) + " frame(s), "
-            + std::to_string(take.video.pieces.size()) + " segment(s)",
+            + std::to_string(framesPerSecond(take)) + " fps, " + std::to_string(frameCount(take))
+            + " frame(s), " + std::to_string(take.video.pieces.size()) + " segment(s)",
         take.audio ? soundLine(*take.audio) : "Sound: none",
     };
     if (take.manifest)
-        lines.push_back("Source: " + singleLine(take.manifest->video.source) + ", " + singleLine(take.manifest->createdAt));
+        lines.push_back("Source: " + singleLine(take.manifest->video.source) + ", "
+            + singleLine(take.manifest->createdAt));
     if (const auto events = eventCount(take))
         lines.push_back("Events: " + std::to_string(*events));
     for (const TakeGap& gap : take.gaps)
-        lines.push_back("Gap: " + gap.track + " from " + shownDuration(gap.from) + " to " + shownDuration(gap.to));
+        lines.push_back(
+            "Gap: " + gap.track + " from " + shownDuration(gap.from) + " to " + shownDuration(gap.to));
     for (const std::string& problem : take.problems)
         lines.push_back("Problem: " + problem);
     return lines;
@@ -132,8 +136,8 @@ std::string infoJSON(const TakeExamination& take)
     for (const std::string& problem : take.problems)
         object["problems"].push_back(validUTF8(problem));
     if (take.audio)
-        object["audio"] = {{"sampleRate", take.audio->facts.sampleRate}, {"channelCount", take.audio->facts.channelCount},
-            {"segmentCount", take.audio->pieces.size()}};
+        object["audio"] = {{"sampleRate", take.audio->facts.sampleRate},
+            {"channelCount", take.audio->facts.channelCount}, {"segmentCount", take.audio->pieces.size()}};
     if (take.manifest) {
         object["source"] = validUTF8(take.manifest->video.source);
         object["createdAt"] = validUTF8(take.manifest->createdAt);
@@ -163,7 +167,10 @@ std::string repairJSON(const RepairReport& report, RepairMode mode)
 {
     nlohmann::json object = {
         {"path", validUTF8(report.directory.string())},
-        {"state", report.wasWhole ? "whole" : mode == RepairMode::perform ? "repaired" : "interrupted"},
+        {"state",
+            report.wasWhole                   ? "whole"
+                : mode == RepairMode::perform ? "repaired"
+                                              : "interrupted"},
         {"steps", nlohmann::json::array()},
         {"duration", report.duration},
         {"videoSegmentCount", report.tracks.video.size()},
@@ -171,6 +178,23 @@ std::string repairJSON(const RepairReport& report, RepairMode mode)
     };
     for (const std::string& step : report.steps)
         object["steps"].push_back(validUTF8(step));
+    return encodeScreenCaptureJSON(object);
+}
+
+std::string exportLine(const ExportReport& report)
+{
+    std::string line = "Wrote " + singleLine(report.file.string()) + ": ";
+    if (report.duration > 0)
+        line += shownDuration(report.duration) + ", ";
+    return line + shownSize(static_cast<std::int64_t>(report.bytes));
+}
+
+std::string exportJSON(const ExportReport& report)
+{
+    nlohmann::json object
+        = {{"path", validUTF8(std::filesystem::absolute(report.file).string())}, {"bytes", report.bytes}};
+    if (report.duration > 0)
+        object["duration"] = report.duration;
     return encodeScreenCaptureJSON(object);
 }
 

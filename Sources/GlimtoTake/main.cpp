@@ -3,11 +3,14 @@
 #include <vector>
 
 #include "Backends/Desktop/LinuxProcessEnvironment.h"
+#include "Backends/Images/DeflatePNGCodec.h"
 #include "Backends/Images/TurboImageCodec.h"
 #include "GlimtoTake/Media/TakeExamination.h"
+#include "ProgressLine.h"
 #include "Support/DescriptorLineOutput.h"
 #include "Support/Errors.h"
 #include "Support/Text.h"
+#include "TakeExport.h"
 #include "TakeOptions.h"
 #include "TakeRepair.h"
 #include "TakeReports.h"
@@ -43,6 +46,17 @@ void repair(const TakeOptions& options, LineOutput& output)
         writeLines(repairLines(report, mode), output);
 }
 
+void exportFile(const TakeOptions& options, LineOutput& output)
+{
+    DeflatePNGCodec pngCodec;
+    ExportReport report;
+    {
+        ProgressLine line("Exporting");
+        report = exportTake(options, pngCodec, [&](double done) { line.show(done); });
+    }
+    output.writeLine(options.json ? exportJSON(report) : exportLine(report));
+}
+
 // The exit status.
 int run(const TakeOptions& options, LineOutput& output)
 {
@@ -58,6 +72,9 @@ int run(const TakeOptions& options, LineOutput& output)
             options.json ? VerificationOutput::json : VerificationOutput::lines, output);
     case TakeCommand::repair:
         repair(options, output);
+        return 0;
+    case TakeCommand::exportFile:
+        exportFile(options, output);
         return 0;
     }
     return 1;

@@ -50,19 +50,20 @@ std::int64_t totalBytes(const std::vector<CapturedSegment>& segments)
 } // namespace
 
 void RecordingArtifactWriter::writeAll(const std::string& videoInitSegmentKey,
-    const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width, int height,
-    const RecordOptions& options, const std::string& sourceDescription) const
+    const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
+    int height, const RecordOptions& options, const std::string& sourceDescription) const
 {
     if (audioInitSegmentKey) {
-        writeMediaPlaylist(plan.videoSegmentsDirectory / mediaPlaylistFileName, videoInitSegmentKey, tracks.video,
-            PlaylistPlacement::besideSegments);
-        writeMediaPlaylist(plan.audioSegmentsDirectory / mediaPlaylistFileName, *audioInitSegmentKey, tracks.audio,
-            PlaylistPlacement::besideSegments);
+        writeMediaPlaylist(plan.videoSegmentsDirectory / mediaPlaylistFileName, videoInitSegmentKey,
+            tracks.video, PlaylistPlacement::besideSegments);
+        writeMediaPlaylist(plan.audioSegmentsDirectory / mediaPlaylistFileName, *audioInitSegmentKey,
+            tracks.audio, PlaylistPlacement::besideSegments);
     } else {
         writeMediaPlaylist(
             plan.playlistURL, videoInitSegmentKey, tracks.video, PlaylistPlacement::aboveSegments);
     }
-    writeManifest(videoInitSegmentKey, audioInitSegmentKey, tracks, width, height, options, sourceDescription);
+    writeManifest(
+        videoInitSegmentKey, audioInitSegmentKey, tracks, width, height, options, sourceDescription);
     if (audioInitSegmentKey)
         writeMasterPlaylist(width, height, options.framesPerSecond);
 }

@@ -69,10 +69,11 @@ void waitForThumbnail(
 void writeArtifacts(const RecordOptions& options, const RecordingTake& take, const CapturedTracks& tracks)
 {
     try {
-        const RecordingArtifactWriter artifacts{take.plan, recordingAudioSampleRate, recordingAudioChannelCount};
+        const RecordingArtifactWriter artifacts{
+            take.plan, recordingAudioSampleRate, recordingAudioChannelCount};
         artifacts.writeAll(take.writer->initializationSegmentKey().value(),
-            take.writer->audioInitializationSegmentKey(), tracks, take.source.width, take.source.height, options,
-            take.source.description);
+            take.writer->audioInitializationSegmentKey(), tracks, take.source.width, take.source.height,
+            options, take.source.description);
     } catch (const std::exception& error) {
         throw GlimtoCaptureLifecycleError("finalization_failed", errorFacts(error));
     }

@@ -62,9 +62,26 @@ bool TrackDecoder::next(AVFrame& frame)
 
 std::size_t pieceAt(const ExaminedTrack& track, double time)
 {
-    const auto after = std::upper_bound(track.pieces.begin(), track.pieces.end(), time,
-        [&](double value, const ExaminedPiece& piece) { return value < track.facts.seconds(piece.content.start); });
+    const auto after = std::upper_bound(
+        track.pieces.begin(), track.pieces.end(), time, [&](double value, const ExaminedPiece& piece) {
+            return value < track.facts.seconds(piece.content.start);
+        });
     return after == track.pieces.begin() ? 0 : static_cast<std::size_t>(after - track.pieces.begin()) - 1;
+}
+
+std::optional<std::pair<int, int>> jpegSize(const std::filesystem::path& path)
+{
+    AVFormatContext* format = nullptr;
+    const std::string url = "file:" + path.string();
+    if (avformat_open_input(&format, url.c_str(), av_find_input_format("jpeg_pipe"), nullptr) < 0)
+        return std::nullopt;
+    const InputFormatHandle input(format);
+    if (avformat_find_stream_info(format, nullptr) < 0 || format->nb_streams < 1)
+        return std::nullopt;
+    const AVCodecParameters& parameters = *format->streams[0]->codecpar;
+    if (parameters.width <= 0 || parameters.height <= 0)
+        return std::nullopt;
+    return std::pair(parameters.width, parameters.height);
 }
 
 std::shared_ptr<const PixelBuffer> pixelsOf(const AVFrame& frame, int width, int height)
@@ -77,14 +94,14 @@ std::shared_ptr<const PixelBuffer> pixelsOf(const AVFrame& frame, int width, int
     PixelBuffer& pixels = picture->pixels;
     const auto rowBytes = static_cast<std::size_t>((frame.width + 15) / 16 * 16) * 4;
     picture->bytes.resize(rowBytes * static_cast<std::size_t>(frame.height) + 64);
-    const ScalerHandle scaler(sws_getContext(frame.width, frame.height, static_cast<AVPixelFormat>(frame.format),
-        frame.width, frame.height, AV_PIX_FMT_BGR0, SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr,
-        nullptr, nullptr));
+    const ScalerHandle scaler(sws_getContext(frame.width, frame.height,
+        static_cast<AVPixelFormat>(frame.format), frame.width, frame.height, AV_PIX_FMT_BGR0,
+        SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr));
     if (!scaler)
         throw CLIError("The take's pictures cannot be converted.");
     const int matrix = frame.colorspace == AVCOL_SPC_BT709 ? SWS_CS_ITU709 : SWS_CS_ITU601;
-    sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(matrix), frame.color_range == AVCOL_RANGE_JPEG ? 1 : 0,
-        sws_getCoefficients(matrix), 1, 0, 1 << 16, 1 << 16);
+    sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(matrix),
+        frame.color_range == AVCOL_RANGE_JPEG ? 1 : 0, sws_getCoefficients(matrix), 1, 0, 1 << 16, 1 << 16);
     std::uint8_t* planes[] = {picture->bytes.data()};
     const int strides[] = {static_cast<int>(rowBytes)};
     sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides);

@@ -2,7 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "Backends/FFmpeg/FFmpegHandles.h"
 #include "GlimtoTake/Media/TakeExamination.h"
@@ -36,9 +39,12 @@ private:
 // The piece that is seen, or heard, at `time` (seconds): the last one that begins at or before it.
 std::size_t pieceAt(const ExaminedTrack& track, double time);
 
-// The picture that is seen at `time` (seconds from the track's zero), at most `width` x `height` of it: the encoder's
-// padding is left out. Throws CLIError when none can be decoded.
+// The picture that is seen at `time` (seconds from the track's zero), at most `width` x `height` of it: the
+// encoder's padding is left out. Throws CLIError when none can be decoded.
 std::shared_ptr<const PixelBuffer> pictureAt(const ExaminedTrack& video, double time, int width, int height);
+
+// Width and height of a JPEG file; absent when it is none.
+std::optional<std::pair<int, int>> jpegSize(const std::filesystem::path& path);
 
 // A decoded frame's pixels.
 std::shared_ptr<const PixelBuffer> pixelsOf(const AVFrame& frame, int width, int height);

@@ -76,7 +76,7 @@ void requireRisingTimes(const ExaminedTrack& track)
     for (std::size_t at = 1; at < track.pieces.size(); ++at) {
         const auto& before = track.pieces[at - 1];
         const auto& piece = track.pieces[at];
-        if (piece.content.start < before.content.end - track.facts.timescale / 500)
+        if (piece.content.start <= before.content.lastTime)
             throw CLIError("The segments " + nameOf(before.file) + " and " + nameOf(piece.file) + " of the "
                 + track.files.name + " overlap in time: they are not of one recording.");
     }
@@ -138,7 +138,8 @@ std::string differenceOf(
     const std::vector<MediaManifest::Segment>& listed, const std::vector<CapturedSegment>& found)
 {
     if (listed.size() != found.size())
-        return "lists " + std::to_string(listed.size()) + " segments, there are " + std::to_string(found.size());
+        return "lists " + std::to_string(listed.size()) + " segments, there are "
+            + std::to_string(found.size());
     for (std::size_t at = 0; at < listed.size(); ++at) {
         const bool isSame = listed[at].index == found[at].index && listed[at].key == found[at].relativeKey
             && listed[at].bytes == found[at].bytes
@@ -152,14 +153,16 @@ std::string differenceOf(
 void compareWithManifest(TakeExamination& take)
 {
     const MediaManifest& manifest = *take.manifest;
-    const auto note = [&](const std::string& what) { take.problems.push_back("manifest.json " + what + "."); };
+    const auto note
+        = [&](const std::string& what) { take.problems.push_back("manifest.json " + what + "."); };
     if (const std::string what = differenceOf(manifest.segments, take.video.captured()); !what.empty())
         note(what + " of the video");
     if (manifest.audio.has_value() != take.audio.has_value()
         || manifest.audioSegments.has_value() != take.audio.has_value())
         note("disagrees with the take about sound");
     else if (take.audio) {
-        if (const std::string what = differenceOf(*manifest.audioSegments, take.audio->captured()); !what.empty())
+        if (const std::string what = differenceOf(*manifest.audioSegments, take.audio->captured());
+            !what.empty())
             note(what + " of the audio");
     }
 }
@@ -209,11 +212,13 @@ void comparePlaylists(TakeExamination& take)
     };
     if (!take.audio) {
         compare(plan.playlistURL,
-            mediaPlaylistText(manifest.initSegmentKey, listed(manifest.segments), PlaylistPlacement::aboveSegments));
+            mediaPlaylistText(
+                manifest.initSegmentKey, listed(manifest.segments), PlaylistPlacement::aboveSegments));
         return;
     }
     compare(plan.videoSegmentsDirectory / "playlist.m3u8",
-        mediaPlaylistText(manifest.initSegmentKey, listed(manifest.segments), PlaylistPlacement::besideSegments));
+        mediaPlaylistText(
+            manifest.initSegmentKey, listed(manifest.segments), PlaylistPlacement::besideSegments));
     compare(plan.audioSegmentsDirectory / "playlist.m3u8",
         mediaPlaylistText(manifest.audio->initSegmentKey, listed(*manifest.audioSegments),
             PlaylistPlacement::besideSegments));
@@ -246,7 +251,9 @@ TakeState stateOf(const TakeExamination& take)
 void setContent(ExaminedPiece& piece, const ScannedSegment& content)
 {
     piece.content = content;
-    piece.content.end = std::max(content.end, content.lastTime + piece.extent.lastSampleDuration);
+    // libavformat guesses how long the last packet of a segment lasts.
+    if (piece.extent.lastSampleDuration > 0)
+        piece.content.end = content.lastTime + piece.extent.lastSampleDuration;
 }
 
 std::vector<MediaPiece> ExaminedTrack::mediaPieces(std::size_t first) const
@@ -318,11 +325,13 @@ TakeExamination examineTake(const std::filesystem::path& directory)
     if (take.video.pieces.empty())
         throw CLIError("The take holds no picture: " + singleLine(take.files.plan().root.string()));
     if (take.video.facts.width <= 0 || take.video.facts.height <= 0)
-        throw CLIError("The take's video track holds no picture: " + singleLine(take.files.plan().root.string()));
+        throw CLIError(
+            "The take's video track holds no picture: " + singleLine(take.files.plan().root.string()));
     auto audio = examineTrack(take.files, "audio");
     if (audio.files.initializationSegment) {
         if (audio.facts.sampleRate <= 0)
-            throw CLIError("The take's audio track holds no sound: " + singleLine(take.files.plan().root.string()));
+            throw CLIError(
+                "The take's audio track holds no sound: " + singleLine(take.files.plan().root.string()));
         take.audio = std::move(audio);
     }
     noteFiles(take.video, take);

@@ -52,8 +52,9 @@ public:
             ends_.push_back(end);
         }
         auto* buffer = static_cast<unsigned char*>(av_malloc(bufferBytes));
-        stream_.reset(
-            buffer ? avio_alloc_context(buffer, bufferBytes, 0, this, &Input::readBytes, nullptr, nullptr) : nullptr);
+        stream_.reset(buffer
+                ? avio_alloc_context(buffer, bufferBytes, 0, this, &Input::readBytes, nullptr, nullptr)
+                : nullptr);
         if (!stream_)
             throwOutOfMemory("Could not read the take");
         stream_->seekable = 0;
@@ -91,7 +92,8 @@ private:
         if (errorNumber_ != 0)
             throw PlatformError::posix("Could not read " + pieces_.front().path.string(), errorNumber_);
         if (result < 0 || format->nb_streams != 1 || format->streams[0]->time_base.num != 1)
-            throw CLIError(singleLine(pieces_.front().path.string()) + " is no initialization segment of one track.");
+            throw CLIError(
+                singleLine(pieces_.front().path.string()) + " is no initialization segment of one track.");
     }
 
     static int readBytes(void* opaque, std::uint8_t* bytes, int count)
@@ -179,8 +181,8 @@ bool TrackReader::read(AVPacket& packet)
     const bool isWithin = packet.pts != AV_NOPTS_VALUE && packet.pts >= -base.den && packet.dts >= -base.den
         && static_cast<double>(packet.pts) <= mostTicks && static_cast<double>(packet.duration) <= mostTicks;
     if (!isWithin)
-        throw CLIError(singleLine(input_->pathOf(piece_ + 1).string())
-            + " holds a time that no recording reaches.");
+        throw CLIError(
+            singleLine(input_->pathOf(piece_ + 1).string()) + " holds a time that no recording reaches.");
     packet.duration = std::max<std::int64_t>(packet.duration, 0);
     return true;
 }

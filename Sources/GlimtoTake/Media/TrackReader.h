@@ -27,8 +27,8 @@ public:
     // What lasts longer was not recorded.
     static constexpr double longestTake = 1000.0 * 3600; // seconds
 
-    // Throws PlatformError when a file cannot be read, and CLIError when the initialization segment is none or
-    // describes more than one track.
+    // Throws PlatformError when a file cannot be read, and CLIError when the initialization segment is none
+    // or describes more than one track.
     TrackReader(const std::filesystem::path& initializationSegment, std::vector<MediaPiece> pieces);
     ~TrackReader();
     TrackReader(const TrackReader&) = delete;

@@ -32,6 +32,7 @@ struct TrackScan {
 
 // Reads the whole track once. A segment whose content cannot be read, and all behind it, has no packets.
 // Throws like TrackReader when the initialization segment cannot be used.
-TrackScan scanTrack(const std::filesystem::path& initializationSegment, const std::vector<MediaPiece>& pieces);
+TrackScan scanTrack(
+    const std::filesystem::path& initializationSegment, const std::vector<MediaPiece>& pieces);
 
 } // namespace glimto

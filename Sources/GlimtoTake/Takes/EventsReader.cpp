@@ -122,7 +122,10 @@ public:
         --depth_;
         return true;
     }
-    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override
+    {
+        return false;
+    }
 
 private:
     static constexpr int deepest = 16;
@@ -165,7 +168,8 @@ private:
             document_.clock.firstVideoSamplePtsValue = whole;
         else if (key_ == "firstVideoSampleHostTimeNs")
             document_.clock.firstVideoSampleHostTimeNs = whole;
-        else if (key_ == "firstVideoSamplePtsTimescale" && whole >= 0 && whole <= std::numeric_limits<int>::max())
+        else if (key_ == "firstVideoSamplePtsTimescale" && whole >= 0
+            && whole <= std::numeric_limits<int>::max())
             document_.clock.firstVideoSamplePtsTimescale = static_cast<std::int32_t>(whole);
     }
 

@@ -34,7 +34,8 @@ std::uint64_t bigEndian(const unsigned char* bytes, int count)
 
 std::string_view knownType(std::string_view type)
 {
-    for (const std::string_view known : {"styp", "sidx", "ssix", "prft", "emsg", "moof", "mdat", "free", "skip"}) {
+    for (const std::string_view known :
+        {"styp", "sidx", "ssix", "prft", "emsg", "moof", "mdat", "free", "skip"}) {
         if (type == known)
             return known;
     }
@@ -120,7 +121,8 @@ std::uint32_t lastDuration(int file, std::uint64_t offset, std::uint64_t size)
     std::vector<unsigned char> head(static_cast<std::size_t>(size));
     std::size_t at = 0;
     while (at < head.size()) {
-        const ssize_t count = ::pread(file, head.data() + at, head.size() - at, static_cast<off_t>(offset + at));
+        const ssize_t count
+            = ::pread(file, head.data() + at, head.size() - at, static_cast<off_t>(offset + at));
         if (count < 0 && errno == EINTR)
             continue;
         if (count <= 0)

@@ -19,8 +19,8 @@ struct FragmentExtent {
     friend bool operator==(const FragmentExtent&, const FragmentExtent&) = default;
 };
 
-// Reads the boxes' headers and the last "moof" only. Stops at the first box that is cut off, damaged, or not one that a
-// segment has. Throws PlatformError (POSIX) when the file cannot be read.
+// Reads the boxes' headers and the last "moof" only. Stops at the first box that is cut off, damaged, or not
+// one that a segment has. Throws PlatformError (POSIX) when the file cannot be read.
 FragmentExtent fragmentExtent(const std::filesystem::path& segment);
 
 } // namespace glimto

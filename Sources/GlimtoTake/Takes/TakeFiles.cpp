@@ -160,8 +160,8 @@ std::vector<fs::path> TakeFiles::leftovers() const
             && fs::symlink_status(path, ignored).type() == fs::file_type::regular)
             found.push_back(path);
     };
-    for (const fs::path& directory : {plan_.root, plan_.segmentsDirectory, plan_.videoSegmentsDirectory,
-             plan_.audioSegmentsDirectory}) {
+    for (const fs::path& directory :
+        {plan_.root, plan_.segmentsDirectory, plan_.videoSegmentsDirectory, plan_.audioSegmentsDirectory}) {
         if (isRealDirectory(directory))
             forEachFile(directory, collect);
     }
