@@ -9,6 +9,17 @@ install(FILES ${CMAKE_BINARY_DIR}/man/glimto-capture.1
 configure_file(${CMAKE_SOURCE_DIR}/packaging/glimto-dev-server.1 ${CMAKE_BINARY_DIR}/man/glimto-dev-server.1 @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/man/glimto-dev-server.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT dev-server)
+configure_file(${CMAKE_SOURCE_DIR}/packaging/glimto-take.1 ${CMAKE_BINARY_DIR}/man/glimto-take.1 @ONLY)
+if(GLIMTO_TAKE)
+    install(FILES ${CMAKE_BINARY_DIR}/man/glimto-take.1
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT take)
+    install(FILES ${CMAKE_SOURCE_DIR}/packaging/completions/glimto-take.bash
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME glimto-take COMPONENT take)
+    install(FILES ${CMAKE_SOURCE_DIR}/packaging/completions/_glimto-take
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT take)
+    install(FILES ${CMAKE_SOURCE_DIR}/packaging/completions/glimto-take.fish
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT take)
+endif()
 install(FILES ${CMAKE_SOURCE_DIR}/packaging/completions/glimto-capture.bash
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME glimto-capture COMPONENT capture)
 install(FILES ${CMAKE_SOURCE_DIR}/packaging/completions/_glimto-capture
@@ -34,7 +45,7 @@ set(CPACK_PACKAGE_HOMEPAGE_URL "https://glimto.com")
 set(CPACK_RESOURCE_FILE_LICENSE ${CMAKE_SOURCE_DIR}/LICENSE)
 set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/packages)
 set(CPACK_COMPONENTS_ALL capture)
-foreach(part IN ITEMS sound:GLIMTO_SOUND upload:GLIMTO_UPLOAD ocr:GLIMTO_TEXT dev-server:GLIMTO_DEV_SERVER)
+foreach(part IN ITEMS sound:GLIMTO_SOUND upload:GLIMTO_UPLOAD ocr:GLIMTO_TEXT take:GLIMTO_TAKE dev-server:GLIMTO_DEV_SERVER)
     string(REPLACE ":" ";" part ${part})
     list(GET part 0 component)
     list(GET part 1 option)
@@ -85,6 +96,9 @@ glimto_debian_package(upload glimto-capture-upload "uploads of recordings made w
 glimto_debian_package(ocr glimto-capture-ocr "text recognition for glimto-capture"
     "Reads the text in screenshots, in the languages that are installed for\nTesseract."
     DEPENDS "${same_version}" RECOMMENDS "tesseract-ocr-eng" SECTION graphics)
+glimto_debian_package(take glimto-take "repair and convert recordings of glimto-capture"
+    "Tells what is in a recording, makes a recording whole whose process was\nkilled or whose disk was full, and checks it."
+    DEPENDS "${same_version}" RECOMMENDS "ffmpeg, python3")
 glimto_debian_package(dev-server glimto-dev-server "development server for uploads of glimto-capture"
     "The other end of an upload on one machine: keeps recordings, lists them\nand plays them in a browser. For development and tests."
     SUGGESTS "glimto-capture-upload" SECTION net)

@@ -12,6 +12,7 @@ export PATH="/usr/bin:/bin:/usr/sbin:/sbin:/usr/local/bin${PATH:+:$PATH}"
 
 build=(build-essential cmake ninja-build pkg-config ccache
     libavcodec-dev libavformat-dev libavutil-dev libswresample-dev libx264-dev
+    libavfilter-dev libswscale-dev
     libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-xfixes0-dev libxcb-randr0-dev
     libxcb-composite0-dev libxcb-render0-dev libxcb-res0-dev libxcb-shape0-dev libxcb-xinput-dev
     libxcb-record0-dev libxcb-xtest0-dev

@@ -4,6 +4,7 @@ set(packages_capture glimto-capture)
 set(packages_sound glimto-capture-sound)
 set(packages_upload glimto-capture-upload)
 set(packages_ocr glimto-capture-ocr)
+set(packages_take glimto-take)
 set(packages_dev-server glimto-dev-server)
 
 file(GLOB components LIST_DIRECTORIES true ${CPACK_TEMPORARY_DIRECTORY}/*)

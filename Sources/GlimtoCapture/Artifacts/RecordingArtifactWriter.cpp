@@ -11,6 +11,8 @@ namespace glimto {
 
 namespace {
 
+constexpr const char* mediaPlaylistFileName = "playlist.m3u8"; // of a track, beside its segments
+
 std::string audioSource(const RecordOptions& options)
 {
     if (!options.microphoneDeviceID)
@@ -51,6 +53,25 @@ std::int64_t totalBytes(const std::vector<CapturedSegment>& segments)
 FileBelow RecordingArtifactWriter::fileOfTake(const std::filesystem::path& url) const
 {
     return {plan.root, url.lexically_relative(plan.root).string()};
+}
+
+void RecordingArtifactWriter::writeAll(const std::string& videoInitSegmentKey,
+    const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
+    int height, const RecordOptions& options, const std::string& sourceDescription) const
+{
+    if (audioInitSegmentKey) {
+        writeMediaPlaylist(plan.videoSegmentsDirectory / mediaPlaylistFileName, videoInitSegmentKey,
+            tracks.video, PlaylistPlacement::besideSegments);
+        writeMediaPlaylist(plan.audioSegmentsDirectory / mediaPlaylistFileName, *audioInitSegmentKey,
+            tracks.audio, PlaylistPlacement::besideSegments);
+    } else {
+        writeMediaPlaylist(
+            plan.playlistURL, videoInitSegmentKey, tracks.video, PlaylistPlacement::aboveSegments);
+    }
+    writeManifest(
+        videoInitSegmentKey, audioInitSegmentKey, tracks, width, height, options, sourceDescription);
+    if (audioInitSegmentKey)
+        writeMasterPlaylist(width, height, options.framesPerSecond, tracks.videoCodec);
 }
 
 void RecordingArtifactWriter::writeMediaPlaylist(const std::filesystem::path& url,

@@ -26,6 +26,12 @@ struct RecordingArtifactWriter {
     int audioSampleRate = 0; // Hz
     int audioChannelCount = 0;
 
+    // Everything, in an order in which each file names only what is there. `audioInitSegmentKey` is present
+    // exactly when audio was captured.
+    void writeAll(const std::string& videoInitSegmentKey,
+        const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
+        int height, const RecordOptions& options, const std::string& sourceDescription) const;
+
     void writeMediaPlaylist(const std::filesystem::path& url, const std::string& initSegmentKey,
         const std::vector<CapturedSegment>& segments, PlaylistPlacement placement) const;
 

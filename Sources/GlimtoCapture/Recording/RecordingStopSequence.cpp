@@ -13,8 +13,6 @@ namespace glimto {
 
 namespace {
 
-constexpr const char* mediaPlaylistFileName = "playlist.m3u8"; // of a track, beside its segments
-
 void stopStream(const RecordingTake& take, const RecordingStopLimits& limits, RecordingProgress& progress)
 {
     progress.emitStoppingCaptureIfNeeded();
@@ -70,33 +68,14 @@ void waitForThumbnail(
         [thumbnailWriter = take.thumbnailWriter] { thumbnailWriter->waitUntilWritten(); });
 }
 
-void writePlaylistsAndManifest(
-    const RecordOptions& options, const RecordingTake& take, const CapturedTracks& tracks)
-{
-    const OutputPlan& plan = take.plan;
-    const RecordingArtifactWriter artifacts{plan, recordingAudioSampleRate, recordingAudioChannelCount};
-    const std::string videoKey = take.writer->initializationSegmentKey().value();
-    const auto audioKey = take.writer->audioInitializationSegmentKey();
-    if (audioKey) {
-        artifacts.writeMediaPlaylist(plan.videoSegmentsDirectory / mediaPlaylistFileName, videoKey,
-            tracks.video, PlaylistPlacement::besideSegments);
-        artifacts.writeMediaPlaylist(plan.audioSegmentsDirectory / mediaPlaylistFileName, *audioKey,
-            tracks.audio, PlaylistPlacement::besideSegments);
-    } else {
-        artifacts.writeMediaPlaylist(
-            plan.playlistURL, videoKey, tracks.video, PlaylistPlacement::aboveSegments);
-    }
-    artifacts.writeManifest(
-        videoKey, audioKey, tracks, take.facts.width, take.facts.height, options, take.facts.description);
-    if (audioKey)
-        artifacts.writeMasterPlaylist(
-            take.facts.width, take.facts.height, options.framesPerSecond, tracks.videoCodec);
-}
-
 void writeArtifacts(const RecordOptions& options, const RecordingTake& take, const CapturedTracks& tracks)
 {
     try {
-        writePlaylistsAndManifest(options, take, tracks);
+        const RecordingArtifactWriter artifacts{
+            take.plan, recordingAudioSampleRate, recordingAudioChannelCount};
+        artifacts.writeAll(take.writer->initializationSegmentKey().value(),
+            take.writer->audioInitializationSegmentKey(), tracks, take.facts.width, take.facts.height,
+            options, take.facts.description);
         // From here on the take is said to be complete.
         take.directories.value().sync();
     } catch (const std::exception& error) {

@@ -13,6 +13,7 @@
 #include "Recording/ScreenCaptureOutput.h"
 #include "Recording/SegmentedMP4Writer.h"
 #include "Recording/ThumbnailWriter.h"
+#include "Support/FileDescriptor.h"
 #include "Support/SerialQueue.h"
 
 namespace glimto {

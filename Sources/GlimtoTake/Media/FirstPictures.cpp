@@ -1,0 +1,177 @@
+#include "GlimtoTake/Media/FirstPictures.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+#include <string>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/opt.h>
+}
+
+#include "Backends/FFmpeg/FFmpegErrors.h"
+#include "GlimtoTake/Media/Decoder.h"
+#include "Support/Errors.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr const char* failure = "Could not encode the first pictures";
+constexpr const char* quality = "14"; // constant rate factor: nobody sees where the copied pictures begin
+
+using Bytes = std::vector<std::uint8_t>;
+
+std::size_t number(std::span<const std::uint8_t> bytes, std::size_t at, int count)
+{
+    std::size_t value = 0;
+    for (int index = 0; index < count; ++index)
+        value = value << 8U | (at < bytes.size() ? bytes[at++] : 0U);
+    return value;
+}
+
+void append(Bytes& to, std::span<const std::uint8_t> bytes)
+{
+    to.push_back(static_cast<std::uint8_t>(bytes.size() >> 8U));
+    to.push_back(static_cast<std::uint8_t>(bytes.size() & 0xFFU));
+    to.insert(to.end(), bytes.begin(), bytes.end());
+}
+
+// A list of parameter sets in an avcC record; moves `at` behind it.
+std::vector<std::span<const std::uint8_t>> setsAt(
+    std::span<const std::uint8_t> record, std::size_t& at, unsigned mask)
+{
+    std::vector<std::span<const std::uint8_t>> sets;
+    const std::size_t count = number(record, at, 1) & mask;
+    at += 1;
+    for (std::size_t index = 0; index < count; ++index) {
+        const std::size_t size = number(record, at, 2);
+        at += 2;
+        if (at > record.size() || size > record.size() - at)
+            throw CLIError("The take's initialization segment describes its pictures wrongly.");
+        sets.push_back(record.subspan(at, size));
+        at += size;
+    }
+    return sets;
+}
+
+// The avcC record (ISO/IEC 14496-15 section 5.3.3.1) with the parameter sets of `units` (NAL units behind
+// 4-byte lengths) as well.
+Bytes withParameterSets(std::span<const std::uint8_t> record, std::span<const std::uint8_t> units)
+{
+    if (record.size() < 7 || record[0] != 1 || (record[4] & 3U) != 3)
+        throw CLIError("The take's pictures can only be cut at keyframes.");
+    std::size_t at = 5;
+    auto sequenceSets = setsAt(record, at, 0x1F);
+    auto pictureSets = setsAt(record, at, 0xFF);
+    const auto rest = record.subspan(std::min(at, record.size()));
+    for (std::size_t unit = 0; unit + 4 < units.size();) {
+        const std::size_t size = number(units, unit, 4);
+        if (size == 0 || size > units.size() - unit - 4)
+            break;
+        const auto payload = units.subspan(unit + 4, size);
+        if ((payload[0] & 0x1FU) == 7)
+            sequenceSets.push_back(payload);
+        else if ((payload[0] & 0x1FU) == 8)
+            pictureSets.push_back(payload);
+        unit += 4 + size;
+    }
+    Bytes merged(record.begin(), record.begin() + 5);
+    for (const auto& set : sequenceSets)
+        merged[3] = std::max(merged[3], set.size() > 3 ? set[3] : merged[3]); // the higher level
+    merged.push_back(static_cast<std::uint8_t>(0xE0U | sequenceSets.size()));
+    for (const auto& set : sequenceSets)
+        append(merged, set);
+    merged.push_back(static_cast<std::uint8_t>(pictureSets.size()));
+    for (const auto& set : pictureSets)
+        append(merged, set);
+    merged.insert(merged.end(), rest.begin(), rest.end());
+    return merged;
+}
+
+CodecContextHandle openEncoder(const AVFrame& like, AVRational timeBase)
+{
+    const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
+    if (!codec)
+        throw CLIError("This FFmpeg has no H.264 encoder, so a take can only be cut at its keyframes.");
+    CodecContextHandle encoder(avcodec_alloc_context3(codec));
+    if (!encoder)
+        throwOutOfMemory(failure);
+    encoder->width = like.width;
+    encoder->height = like.height;
+    encoder->pix_fmt = static_cast<AVPixelFormat>(like.format);
+    encoder->time_base = timeBase;
+    encoder->color_range = like.color_range;
+    encoder->color_primaries = like.color_primaries;
+    encoder->color_trc = like.color_trc;
+    encoder->colorspace = like.colorspace;
+    encoder->max_b_frames = 0;
+    encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    av_opt_set(encoder->priv_data, "preset", "veryfast", 0);
+    av_opt_set(encoder->priv_data, "crf", quality, 0);
+    // Lengths before NAL units instead of start codes, as the copied pictures have them.
+    av_opt_set(encoder->priv_data, "x264-params", "sps-id=1:annexb=0:keyint=infinite:scenecut=0", 0);
+    requireFFmpeg(avcodec_open2(encoder.get(), codec, nullptr), failure);
+    return encoder;
+}
+
+// What is shown from `time` on until the next piece begins, the first picture at `time` itself.
+std::vector<FrameHandle> picturesFrom(
+    const ExaminedTrack& video, std::size_t first, std::int64_t time, AVRational& timeBase)
+{
+    TrackDecoder decoder(video, first, 1);
+    timeBase = decoder.stream().time_base;
+    const std::int64_t end = video.pieces[first].content.end;
+    const bool isLast = first + 1 == video.pieces.size();
+    std::vector<FrameHandle> pictures;
+    while (true) {
+        FrameHandle frame(av_frame_alloc());
+        if (!frame)
+            throwOutOfMemory(failure);
+        if (!decoder.next(*frame) || (!isLast && frame->pts >= end - 1))
+            break;
+        if (frame->pts <= time)
+            pictures.clear();
+        frame->pts = std::max(frame->pts, time);
+        frame->pict_type = AV_PICTURE_TYPE_NONE;
+        pictures.push_back(std::move(frame));
+    }
+    if (pictures.empty())
+        throw CLIError("No picture of the take can be decoded there.");
+    return pictures;
+}
+
+} // namespace
+
+FirstPictures encodeFirstPictures(const ExaminedTrack& video, std::size_t first, std::int64_t time)
+{
+    FirstPictures result;
+    AVRational timeBase = {};
+    const auto pictures = picturesFrom(video, first, time, timeBase);
+    const auto encoder = openEncoder(*pictures.front(), timeBase);
+    const auto receive = [&] {
+        while (true) {
+            PacketHandle packet(av_packet_alloc());
+            if (!packet || avcodec_receive_packet(encoder.get(), packet.get()) < 0)
+                return;
+            packet->dts = packet->pts;
+            result.packets.push_back(std::move(packet));
+        }
+    };
+    for (const auto& picture : pictures) {
+        requireFFmpeg(avcodec_send_frame(encoder.get(), picture.get()), failure);
+        receive();
+    }
+    requireFFmpeg(avcodec_send_frame(encoder.get(), nullptr), failure);
+    receive();
+    const TrackReader reader(*video.files.initializationSegment, {});
+    const AVCodecParameters& copied = *reader.stream().codecpar;
+    result.decoderConfiguration
+        = withParameterSets({copied.extradata, static_cast<std::size_t>(copied.extradata_size)},
+            {encoder->extradata, static_cast<std::size_t>(encoder->extradata_size)});
+    return result;
+}
+
+} // namespace glimto

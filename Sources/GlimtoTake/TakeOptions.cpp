@@ -1,0 +1,225 @@
+#include "TakeOptions.h"
+
+#include <functional>
+#include <locale>
+#include <map>
+#include <sstream>
+
+#include "Support/Errors.h"
+#include "Support/Text.h"
+
+namespace glimto {
+
+namespace {
+
+// Walks the arguments behind the command's word.
+class Arguments {
+public:
+    explicit Arguments(std::span<const std::string> rest)
+        : rest_(rest)
+    {
+    }
+
+    bool isEmpty() const { return rest_.empty(); }
+
+    // What follows an option.
+    std::string value(const std::string& flag)
+    {
+        if (isEmpty())
+            throw CLIError(flag + " needs a value.");
+        return take();
+    }
+
+    std::string take()
+    {
+        std::string first = rest_.front();
+        rest_ = rest_.subspan(1);
+        return first;
+    }
+
+private:
+    std::span<const std::string> rest_;
+};
+
+// A decimal number with a point in every locale; absent when the text is anything else.
+std::optional<double> number(const std::string& text)
+{
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
+    double value = 0;
+    const bool startsWell = !text.empty() && text.find_first_not_of("0123456789.") == std::string::npos;
+    if (!startsWell || !(stream >> value) || !stream.eof())
+        return std::nullopt;
+    return value;
+}
+
+// Seconds, "minutes:seconds" or "hours:minutes:seconds".
+double timeValue(const std::string& flag, const std::string& text)
+{
+    constexpr double latest = 1e7;
+    double seconds = 0;
+    std::size_t parts = 0;
+    std::size_t at = 0;
+    while (true) {
+        const std::size_t colon = text.find(':', at);
+        const auto part = number(text.substr(at, colon == std::string::npos ? colon : colon - at));
+        if (!part || ++parts > 3 || seconds > latest)
+            throw CLIError(flag + " must be a time such as 12.5 or 1:02:03.");
+        seconds = seconds * 60 + *part;
+        if (colon == std::string::npos)
+            return seconds;
+        at = colon + 1;
+    }
+}
+
+double numberWithin(const std::string& flag, const std::string& text, double least, double most)
+{
+    const auto value = number(text);
+    if (!value || *value < least || *value > most)
+        throw CLIError(
+            flag + " must be a number from " + shortestDecimal(least) + " to " + shortestDecimal(most) + ".");
+    return *value;
+}
+
+using Flag = std::function<void(TakeOptions&, Arguments&)>;
+using Flags = std::map<std::string, Flag>;
+
+struct CommandRules {
+    TakeCommand command = TakeCommand::help;
+    Flags flags;
+};
+
+const std::map<std::string, CommandRules>& commands()
+{
+    const Flag json = [](TakeOptions& options, Arguments&) { options.json = true; };
+    const Flag dryRun = [](TakeOptions& options, Arguments&) { options.dryRun = true; };
+    const Flag output
+        = [](TakeOptions& options, Arguments& rest) { options.output = rest.value("--output"); };
+    const Flag overwrite = [](TakeOptions& options, Arguments&) { options.overwrite = true; };
+    const Flags exportFlags = {
+        {"-o", output},
+        {"--output", output},
+        {"--overwrite", overwrite},
+        {"--json", json},
+        {"--video-only", [](TakeOptions& options, Arguments&) { options.videoOnly = true; }},
+        {"--from",
+            [](TakeOptions& options, Arguments& rest) {
+                options.from = timeValue("--from", rest.value("--from"));
+            }},
+        {"--to",
+            [](TakeOptions& options, Arguments& rest) {
+                options.to = timeValue("--to", rest.value("--to"));
+            }},
+        {"--at",
+            [](TakeOptions& options, Arguments& rest) {
+                options.at = timeValue("--at", rest.value("--at"));
+            }},
+        {"--fps",
+            [](TakeOptions& options, Arguments& rest) {
+                options.framesPerSecond = numberWithin("--fps", rest.value("--fps"), 0.1, 240);
+            }},
+        {"--width",
+            [](TakeOptions& options, Arguments& rest) {
+                options.width = static_cast<int>(numberWithin("--width", rest.value("--width"), 16, 16384));
+            }},
+        {"--codec",
+            [](TakeOptions& options, Arguments& rest) {
+                options.codec = rest.value("--codec");
+                if (options.codec != "av1" && options.codec != "vp9")
+                    throw CLIError("--codec must be av1 or vp9.");
+            }},
+    };
+    static const std::map<std::string, CommandRules> table = {
+        {"info", {TakeCommand::info, {{"--json", json}}}},
+        {"verify", {TakeCommand::verify, {{"--json", json}}}},
+        {"repair", {TakeCommand::repair, {{"--json", json}, {"--dry-run", dryRun}}}},
+        {"export", {TakeCommand::exportFile, exportFlags}},
+    };
+    return table;
+}
+
+void readArgument(const std::string& argument, const std::string& word, const CommandRules& rules,
+    Arguments& arguments, TakeOptions& options)
+{
+    if (argument.size() > 1 && argument.front() == '-') {
+        const auto flag = rules.flags.find(argument);
+        if (flag == rules.flags.end())
+            throw CLIError(
+                "Unknown " + word + " option '" + singleLine(argument) + "'. Run `glimto-take help`.");
+        flag->second(options, arguments);
+    } else if (!options.take.empty()) {
+        throw CLIError(word + " takes one directory, not also '" + singleLine(argument) + "'.");
+    } else {
+        options.take = argument;
+    }
+}
+
+} // namespace
+
+TakeOptions TakeOptions::parse(std::span<const std::string> arguments)
+{
+    TakeOptions options;
+    Arguments rest(arguments);
+    if (rest.isEmpty())
+        return options;
+    const std::string word = rest.take();
+    if (word == "help" || word == "--help" || word == "-h")
+        return options;
+    const auto rules = commands().find(word);
+    if (rules == commands().end())
+        throw CLIError("Unknown command '" + singleLine(word) + "'. Run `glimto-take help`.");
+    options.command = rules->second.command;
+    while (!rest.isEmpty()) {
+        const std::string argument = rest.take();
+        if (argument == "--help" || argument == "-h")
+            return {};
+        if (argument == "--") {
+            while (!rest.isEmpty())
+                options.take = rest.take();
+        } else {
+            readArgument(argument, word, rules->second, rest, options);
+        }
+    }
+    if (options.take.empty())
+        throw CLIError(word + " requires the directory of a take.");
+    if (options.command == TakeCommand::exportFile && options.output.empty())
+        throw CLIError(word + " requires --output <file>.");
+    return options;
+}
+
+std::string takeUsage()
+{
+    return "glimto-take - looks at, repairs and converts recorded takes\n"
+           "\n"
+           "USAGE\n"
+           "  glimto-take info <take> [--json]\n"
+           "  glimto-take verify <take> [--json]\n"
+           "  glimto-take repair <take> [--dry-run] [--json]\n"
+           "  glimto-take export <take> -o <file> [options]\n"
+           "  glimto-take help\n"
+           "\n"
+           "COMMANDS\n"
+           "  info      Tell what is in a take, and whether it is whole\n"
+           "  verify    Check a take against the media contract\n"
+           "  repair    Make a take whole whose recording was killed or failed\n"
+           "  export    Write a file of a kind that the file's name tells: .mp4 (nothing is encoded\n"
+           "            again), .webm, .gif, .webp, .m4a or .wav (sound alone), .png (one picture)\n"
+           "\n"
+           "OPTIONS\n"
+           "  --json      One JSON object on standard output\n"
+           "  --dry-run   Tell what a repair would do, and change nothing\n"
+           "\n"
+           "EXPORT OPTIONS\n"
+           "  -o, --output <file>   The file to write; it appears whole or not at all\n"
+           "  --overwrite           Replace a file that exists\n"
+           "  --from <time>         Begin there: seconds, or 1:02:03\n"
+           "  --to <time>           End there\n"
+           "  --at <time>           The picture that is seen then (.png). Default: the first one\n"
+           "  --video-only          Without sound (.mp4, .webm)\n"
+           "  --fps <number>        Pictures a second, at most. Default: 15 (.gif, .webp), all (.webm)\n"
+           "  --width <pixels>      Scale to that width (.gif, .webp, .webm)\n"
+           "  --codec <av1|vp9>     Codec of .webm. Default: av1\n"
+           "  --json                One JSON object on standard output";
+}
+
+} // namespace glimto

@@ -1,0 +1,195 @@
+"""Files that glimto-take makes of takes: what is in them, and that picture and sound stay together."""
+
+import json
+import struct
+import time
+import unittest
+
+from support import media, sound, take_tool
+from support.case import EndToEndCase
+from support.sound_case import SoundCase
+
+COLOURS = ["c02020", "20a040", "2040c0", "c0a020"]
+
+
+class ExportCase(EndToEndCase):
+    def export(self, name, *arguments):
+        target = self.work / name
+        take_tool.run(self, "export", self.take, "-o", target, "--overwrite", *arguments)
+        return target
+
+    def assert_refused(self, message, *arguments):
+        output = self.run_tool("export", self.take, *arguments, binary=take_tool.BINARY)
+        self.assert_fails(output, message)
+
+    def duration(self, path):
+        return float(media.probe(path, "-show_format")["format"]["duration"])
+
+
+class PictureTests(ExportCase):
+    """A take whose picture changes its colour a few times and stands still in between."""
+
+    def setUp(self):
+        super().setUp()
+        self.start_screen("320x240", colour=COLOURS[0])
+        window = self.start_painter().open("320x240+0+0", paint=COLOURS[0], override=True)
+        recording = self.start_recording("-d", "3", "--segment-duration", "1.1")
+        recording.wait_until_recording()
+        self.changes = []
+        for colour in COLOURS[1:]:
+            time.sleep(0.7)
+            window.paint(colour)
+        self.assertEqual(recording.finish().status, 0)
+        self.recorded = self.frames()
+        self.changes = [next(frame.time for frame in self.recorded if frame.shows(colour, 160, 120))
+                        for colour in COLOURS]
+
+    def test_mp4_holds_every_packet_and_begins_with_its_index(self):
+        target = self.export("take.mp4")
+        self.assertAlmostEqual(self.duration(target), self.manifest()["totalDuration"], places=2)
+        self.assertEqual(media.frame_times(target), [frame.time for frame in self.recorded])
+        data = target.read_bytes()
+        self.assertLess(data.index(b"moov"), data.index(b"mdat"))
+        packets = media.run_tool("ffmpeg", "-v", "error", "-i", target, "-c", "copy", "-f", "framemd5", "-")
+        joined = media.run_tool("ffmpeg", "-v", "error", "-i", self.joined(), "-c", "copy", "-f", "framemd5", "-")
+        hashes = lambda text: [line.split(b",")[-1] for line in text.splitlines() if not line.startswith(b"#")]
+        self.assertEqual(hashes(packets), hashes(joined))
+
+    def test_mp4_is_cut_exactly_within_a_group_of_pictures(self):
+        start, end = self.changes[1] + 0.2, self.changes[3] + 0.1
+        target = self.export("cut.mp4", "--from", f"{start:.3f}", "--to", f"{end:.3f}")
+        media.run_tool("ffmpeg", "-v", "error", "-xerror", "-i", target, "-f", "null", "-")
+        self.assertAlmostEqual(self.duration(target), end - start, delta=0.002)
+        frames = media.decode(target)
+        self.assertEqual(frames[0].time, 0)
+        self.assert_shows(frames[0], COLOURS[1], 160, 120)
+        for colour, change in zip(COLOURS[2:], self.changes[2:]):
+            first = next(frame for frame in frames if frame.shows(colour, 160, 120))
+            self.assertAlmostEqual(first.time, change - start, delta=0.002)
+        # Only the first group was encoded again.
+        recorded = {packet["data_hash"] for packet in media.probe(
+            self.joined(), "-show_packets", "-show_data_hash", "md5")["packets"]}
+        cut = [packet["data_hash"] for packet in media.probe(
+            target, "-show_packets", "-show_data_hash", "md5")["packets"]]
+        self.assertTrue(set(cut[-2:]) <= recorded)
+
+    def test_picture_is_the_one_seen_then(self):
+        for colour, change in zip(COLOURS, self.changes):
+            frame = media.decode(self.export("one.png", "--at", f"{change + 0.15:.3f}"))[0]
+            self.assertEqual((frame.width, frame.height), (320, 240))
+            self.assert_shows(frame, colour, 160, 120)
+
+    def test_gif_shows_each_picture_as_long_as_it_was_seen(self):
+        target = self.export("take.gif", "--fps", "20", "--width", "160")
+        stream = media.video_stream(target)
+        self.assertEqual((stream["width"], stream["height"]), (160, 120))
+        self.assertAlmostEqual(self.duration(target), self.manifest()["totalDuration"], delta=0.03)
+        frames = media.decode(target)
+        for colour, change in zip(COLOURS, self.changes):
+            first = next(frame for frame in frames if frame.shows(colour, 80, 60))
+            self.assertAlmostEqual(first.time, change, delta=0.06)
+        self.assertLessEqual(len(frames), len(self.recorded))
+
+    def test_webp_is_animated(self):
+        data = self.export("take.webp").read_bytes()
+        self.assertEqual((data[:4], data[8:12]), (b"RIFF", b"WEBP"))
+        self.assertEqual(struct.unpack("<I", data[4:8])[0] + 8, len(data))
+        self.assertGreaterEqual(data.count(b"ANMF"), len(COLOURS))
+
+    def test_webm_keeps_the_times_of_its_pictures(self):
+        for codec, name in [("av1", "av1"), ("vp9", "vp9")]:
+            with self.subTest(codec=codec):
+                target = self.export("take.webm", "--codec", codec)
+                self.assertEqual(media.video_stream(target)["codec_name"], name)
+                frames = media.decode(target)
+                for colour, change in zip(COLOURS, self.changes):
+                    first = next(frame for frame in frames if frame.shows(colour, 160, 120, 24))
+                    self.assertAlmostEqual(first.time, change, delta=0.04)
+
+    def test_existing_file_is_kept_unless_told_otherwise(self):
+        target = self.work / "mine.mp4"
+        target.write_text("mine")
+        self.assert_refused(f"{target} exists already. Use --overwrite to replace it.", "-o", target)
+        self.assertEqual(target.read_text(), "mine")
+        self.assertEqual([path.name for path in self.work.iterdir() if path != self.take], ["mine.mp4"])
+
+    def test_what_does_not_fit_is_named(self):
+        self.assert_refused("--fps means nothing for a .mp4 file.", "-o", "a.mp4", "--fps", "5")
+        self.assert_refused("--at means nothing for a .gif file.", "-o", "a.gif", "--at", "1")
+        self.assert_refused("The output's name must end with .mp4, .webm, .gif, .webp, .m4a, .wav or .png: a.avi", "-o",
+                            "a.avi")
+        self.assert_refused("The take has no sound.", "-o", "a.wav")
+        self.assert_refused("The take has no sound.", "-o", "a.m4a")
+        self.assert_refused("--from must be a time such as 12.5 or 1:02:03.", "-o", "a.mp4", "--from", "soon")
+        self.assertIn("Nothing of the take lies between --from and --to",
+                      self.run_tool("export", self.take, "-o", "a.mp4", "--from", "9", binary=take_tool.BINARY).errors)
+        self.assertEqual([path.name for path in self.work.iterdir()], ["take"])
+
+    def test_json_tells_what_was_written(self):
+        told = json.loads(take_tool.run(self, "export", self.take, "-o", self.work / "a.mp4", "--json"))
+        self.assertEqual(told["bytes"], (self.work / "a.mp4").stat().st_size)
+        self.assertEqual(told["path"], str(self.work / "a.mp4"))
+        self.assertAlmostEqual(told["duration"], self.manifest()["totalDuration"], places=2)
+
+
+class SoundTests(SoundCase, ExportCase):
+    """Flashes and beeps of the same instants."""
+
+    LIMIT = 1 / 30  # seconds: one frame
+
+    def setUp(self):
+        super().setUp()
+        window = self.start_painter().open("320x240+0+0", paint="000000", override=True)
+        player = self.start_live_player("speaker")
+        recording = self.start_recording("-d", "7", "--segment-duration", "2", "--system-audio")
+        recording.wait_until_recording()
+        for _ in range(4):
+            time.sleep(1.2)
+            window.paint("ffffff")
+            player.beep()
+            time.sleep(0.15)
+            window.paint("000000")
+        self.assertEqual(recording.finish().status, 0)
+
+    def flashes(self, path):
+        frames = media.decode(path)
+        lit = [frame.pixel(160, 120)[0] > 128 for frame in frames]
+        return [frame.time for before, now, frame in zip([False, *lit], lit, frames) if now and not before]
+
+    def beeps(self, path, count):
+        samples = sound.decode(path)
+        found, after = [], 0
+        for _ in range(count):
+            found.append(sound.onset(samples, 0.05, after))
+            after = found[-1] + 0.7
+        return found
+
+    def assert_together(self, path):
+        flashes = self.flashes(path)
+        beeps = self.beeps(path, len(flashes))
+        self.assertGreaterEqual(len(flashes), 2)
+        lags = [beep - flash for flash, beep in zip(flashes, beeps)]
+        return lags
+
+    def test_flash_and_beep_stay_together_in_every_file(self):
+        recorded = self.assert_together(self.export("whole.mp4"))
+        for name, arguments in [("cut.mp4", ("--from", "1.7", "--to", "6.5")), ("whole.webm", ()),
+                                ("cut.webm", ("--from", "1.7"))]:
+            with self.subTest(file=name):
+                lags = self.assert_together(self.export(name, *arguments))
+                for lag, before in zip(reversed(lags), reversed(recorded)):
+                    self.assertAlmostEqual(lag, before, delta=self.LIMIT)
+
+    def test_sound_alone_lies_where_it_lay(self):
+        in_take = self.beeps(self.export("whole.mp4"), 4)
+        for name in ("alone.wav", "alone.m4a"):
+            for found, recorded in zip(self.beeps(self.export(name), 4), in_take):
+                self.assertAlmostEqual(found, recorded, delta=0.003)
+        cut = self.beeps(self.export("cut.wav", "--from", "2.2", "--to", "6"), 2)
+        later = [time for time in in_take if time > 2.2]
+        for found, recorded in zip(cut, later):
+            self.assertAlmostEqual(found, recorded - 2.2, delta=0.003)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,111 @@
+#include <algorithm>
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include "GlimtoTake/Plan/CameraPath.h"
+
+namespace glimto {
+namespace {
+
+RecordedEvent click(double milliseconds, double x, double y)
+{
+    return {.t = milliseconds, .x = x, .y = y, .k = InputEventKind::down, .button = 0};
+}
+
+void expectWithinThePicture(const CameraView& view)
+{
+    EXPECT_GE(view.left, -1e-12);
+    EXPECT_GE(view.top, -1e-12);
+    EXPECT_LE(view.left + view.size, 1 + 1e-12);
+    EXPECT_LE(view.top + view.size, 1 + 1e-12);
+}
+
+TEST(ZoomPlanTests, ClickIsSeenFromCloseByAndAPauseAsAWhole)
+{
+    const auto zooms = planZooms({click(5000, 0.25, 0.5)}, 20);
+    ASSERT_EQ(zooms.size(), 1U);
+    EXPECT_EQ(zooms[0], (Zoom{4, 6.6, 0.25, 0.5, 2}));
+}
+
+TEST(ZoomPlanTests, MovesAloneMoveNothing)
+{
+    EXPECT_TRUE(planZooms({{.t = 5000, .x = 0.2, .y = 0.2, .k = InputEventKind::move}}, 20).empty());
+}
+
+TEST(ZoomPlanTests, ClicksNearEachOtherShareAZoomThatTheyFitIn)
+{
+    const auto zooms = planZooms({click(5000, 0.2, 0.5), click(6000, 0.6, 0.5)}, 20);
+    ASSERT_EQ(zooms.size(), 1U);
+    EXPECT_NEAR(zooms[0].scale, 1.5, 1e-9);
+    EXPECT_NEAR(zooms[0].x, 0.4, 1e-9);
+}
+
+TEST(ZoomPlanTests, ClicksFarFromEachOtherHaveZoomsOfTheirOwnThatDoNotOverlap)
+{
+    const auto zooms = planZooms({click(5000, 0.05, 0.05), click(7000, 0.95, 0.95)}, 20);
+    ASSERT_EQ(zooms.size(), 2U);
+    EXPECT_LE(zooms[0].to, zooms[1].from);
+    EXPECT_LT(zooms[1].from, 7);
+}
+
+TEST(ZoomPlanTests, PlanIsReadAsItWasWritten)
+{
+    const auto zooms = planZooms({click(5000, 0.05, 0.05), click(12000, 0.95, 0.95)}, 20);
+    EXPECT_EQ(readZoomPlan(encodeZoomPlan(zooms)), zooms);
+}
+
+TEST(ZoomPlanTests, PlanThatCannotBeFollowedIsRefused)
+{
+    const auto plan = [](const std::string& zooms) { return R"({"version":1,"zooms":[)" + zooms + "]}"; };
+    EXPECT_NO_THROW(readZoomPlan(plan(R"({"from":0,"to":1,"x":0,"y":1,"scale":8})")));
+    for (const char* zoom : {R"({"from":1,"to":1,"x":0,"y":1,"scale":2})",
+             R"({"from":-1,"to":1,"x":0,"y":1,"scale":2})", R"({"from":0,"to":1,"x":1.1,"y":1,"scale":2})",
+             R"({"from":0,"to":1,"x":0,"y":1,"scale":0.5})", R"({"from":0,"to":1,"x":0,"y":1,"scale":9})",
+             R"({"from":0,"to":1e300,"x":0,"y":1,"scale":2})", R"({"from":0,"to":1,"x":0,"y":1})",
+             R"({"from":0,"to":2,"x":0,"y":1,"scale":2},{"from":1,"to":3,"x":0,"y":1,"scale":2})"})
+        EXPECT_ANY_THROW(readZoomPlan(plan(zoom))) << zoom;
+    EXPECT_ANY_THROW(readZoomPlan(R"({"version":2,"zooms":[]})"));
+}
+
+TEST(CameraPathTests, NeverSeesPastTheEdge)
+{
+    const CameraPath path(
+        planZooms({click(3000, 0, 0), click(6000, 1, 1), click(7000, 0, 1), click(15000, 1, 0)}, 20));
+    for (double time = 0; time < 20; time += 0.01)
+        expectWithinThePicture(path.at(time));
+}
+
+TEST(CameraPathTests, ShowsTheWholePictureBeforeAndAfter)
+{
+    const CameraPath path({{4, 9, 0.2, 0.2, 2}});
+    for (const double time : {0.0, 3.9, 4.0, 9.0, 12.0})
+        EXPECT_EQ(path.at(time), CameraView()) << time;
+    EXPECT_EQ(path.at(6.5), (CameraView{0, 0, 0.5}));
+}
+
+TEST(CameraPathTests, MovesNoFasterThanTheEyeFollowsAndWithoutJumps)
+{
+    const CameraPath path(planZooms({click(5000, 0.1, 0.1), click(12000, 0.9, 0.9)}, 20));
+    constexpr double step = 0.01;
+    for (double time = 0; time < 20; time += step) {
+        const CameraView a = path.at(time);
+        const CameraView b = path.at(time + step);
+        const double moved
+            = std::hypot(std::max(std::abs(a.left - b.left), std::abs(a.left + a.size - b.left - b.size)),
+                std::max(std::abs(a.top - b.top), std::abs(a.top + a.size - b.top - b.size)));
+        EXPECT_LE(moved / std::min(a.size, b.size), 1.5 * step * 1.02) << time;
+    }
+}
+
+TEST(CameraPathTests, GoesFromOnePlaceToTheNextAtOnceWhenTheyFollowClosely)
+{
+    const CameraPath path({{2, 6, 0.2, 0.2, 2}, {6, 10, 0.8, 0.8, 2}});
+    double widest = 0;
+    for (double time = 4; time < 8; time += 0.01)
+        widest = std::max(widest, path.at(time).size);
+    EXPECT_NEAR(widest, 0.5, 1e-9);
+}
+
+} // namespace
+} // namespace glimto

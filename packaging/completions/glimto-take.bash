@@ -1,0 +1,35 @@
+# Completion of glimto-take for bash.
+
+_glimto_take() {
+    local current=${COMP_WORDS[COMP_CWORD]} words=
+    COMPREPLY=()
+    if [ "$COMP_CWORD" -eq 1 ]; then
+        mapfile -t COMPREPLY < <(compgen -W 'info verify repair export help' -- "$current")
+        return
+    fi
+    case ${COMP_WORDS[1]} in
+    info | verify) words='--json' ;;
+    repair) words='--dry-run --json' ;;
+    export) words='-o --output --overwrite --from --to --at --video-only --fps --width --codec --json' ;;
+    *) return ;;
+    esac
+    if [[ $current == -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+        return
+    fi
+    case ${COMP_WORDS[COMP_CWORD - 1]} in
+    -o | --output)
+        compopt -o filenames 2>/dev/null
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        return
+        ;;
+    --codec)
+        mapfile -t COMPREPLY < <(compgen -W 'av1 vp9' -- "$current")
+        return
+        ;;
+    --from | --to | --at | --fps | --width) return ;;
+    esac
+    compopt -o filenames 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen -d -- "$current")
+}
+complete -F _glimto_take glimto-take
