@@ -55,7 +55,7 @@ void writePicture(const Job& job)
         throw CLIError("The take ends before --at, after " + shortestDecimal(job.take.video.end()) + " s.");
     const auto [width, height] = pictureSize(job.take);
     const auto data = job.pngCodec.encode(*pictureAt(job.take.video, time, width, height));
-    writeFileAtomically(job.target, data);
+    writeFileAtomically(FileBelow::of(job.target), data);
 }
 
 const std::map<std::string, Kind>& kinds()

@@ -238,6 +238,7 @@ private:
     void collectTracks()
     {
         report_.tracks.video = take_.video.captured();
+        report_.tracks.videoCodec = takeVideoCodec;
         if (take_.audio)
             report_.tracks.audio = take_.audio->captured();
     }
@@ -306,7 +307,7 @@ private:
         step("Make thumbnail.jpg of the first picture.", [&] {
             const auto [width, height] = pictureSize();
             const auto pixels = pictureAt(take_.video, take_.video.start(), width, height);
-            writeFileAtomically(plan_.thumbnailURL, images_.encodeJPEG(*pixels, thumbnailQuality));
+            writeFileAtomically(FileBelow::of(plan_.thumbnailURL), images_.encodeJPEG(*pixels, thumbnailQuality));
         });
     }
 

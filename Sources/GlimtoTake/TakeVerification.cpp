@@ -14,7 +14,7 @@
 #include "GlimtoTake/Takes/TakeFiles.h"
 #include "Support/Errors.h"
 #include "Support/JSONText.h"
-#include "Upload/JSONFields.h"
+#include "Support/JSONFields.h"
 
 extern char** environ;
 

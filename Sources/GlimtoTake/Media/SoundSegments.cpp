@@ -141,7 +141,7 @@ void writeSoundBefore(const std::filesystem::path& initializationSegment, const 
         packet->duration = std::min(packet->duration, end - packet->pts);
         fragment.add(*packet);
     }
-    writeFileAtomically(target, fragment.finish());
+    writeFileAtomically(FileBelow::of(target), fragment.finish());
 }
 
 void writeSilence(const std::filesystem::path& initializationSegment, std::int64_t start, std::int64_t end,
@@ -158,7 +158,7 @@ void writeSilence(const std::filesystem::path& initializationSegment, std::int64
         fragment.add(*packet);
         av_packet_unref(packet.get());
     }
-    writeFileAtomically(target, fragment.finish());
+    writeFileAtomically(FileBelow::of(target), fragment.finish());
 }
 
 } // namespace glimto

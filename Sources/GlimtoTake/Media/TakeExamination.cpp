@@ -135,13 +135,13 @@ void noteSoundEnd(TakeExamination& take)
 }
 
 std::string differenceOf(
-    const std::vector<MediaManifest::Segment>& listed, const std::vector<CapturedSegment>& found)
+    const std::vector<CapturedSegment>& listed, const std::vector<CapturedSegment>& found)
 {
     if (listed.size() != found.size())
         return "lists " + std::to_string(listed.size()) + " segments, there are "
             + std::to_string(found.size());
     for (std::size_t at = 0; at < listed.size(); ++at) {
-        const bool isSame = listed[at].index == found[at].index && listed[at].key == found[at].relativeKey
+        const bool isSame = listed[at].index == found[at].index && listed[at].relativeKey == found[at].relativeKey
             && listed[at].bytes == found[at].bytes
             && std::abs(listed[at].duration - found[at].duration) <= timeTolerance;
         if (!isSame)
@@ -200,12 +200,6 @@ void comparePlaylists(TakeExamination& take)
     if (!take.problems.empty())
         return;
     const MediaManifest& manifest = *take.manifest;
-    const auto listed = [](const std::vector<MediaManifest::Segment>& segments) {
-        std::vector<CapturedSegment> result;
-        for (const auto& segment : segments)
-            result.push_back({segment.index, segment.key, segment.duration, segment.bytes, {}});
-        return result;
-    };
     const OutputPlan& plan = take.files.plan();
     const auto compare = [&](const std::filesystem::path& path, const std::string& text) {
         comparePlaylist(take.files, path, text, take.problems);
@@ -213,17 +207,18 @@ void comparePlaylists(TakeExamination& take)
     if (!take.audio) {
         compare(plan.playlistURL,
             mediaPlaylistText(
-                manifest.initSegmentKey, listed(manifest.segments), PlaylistPlacement::aboveSegments));
+                manifest.initSegmentKey, manifest.segments, PlaylistPlacement::aboveSegments));
         return;
     }
     compare(plan.videoSegmentsDirectory / "playlist.m3u8",
         mediaPlaylistText(
-            manifest.initSegmentKey, listed(manifest.segments), PlaylistPlacement::besideSegments));
+            manifest.initSegmentKey, manifest.segments, PlaylistPlacement::besideSegments));
     compare(plan.audioSegmentsDirectory / "playlist.m3u8",
-        mediaPlaylistText(manifest.audio->initSegmentKey, listed(*manifest.audioSegments),
+        mediaPlaylistText(manifest.audio->initSegmentKey, *manifest.audioSegments,
             PlaylistPlacement::besideSegments));
     compare(plan.playlistURL,
-        masterPlaylistText(manifest.video.width, manifest.video.height, manifest.video.framesPerSecond));
+        masterPlaylistText(manifest.video.width, manifest.video.height, manifest.video.framesPerSecond,
+            takeVideoCodec.playlistCodec));
 }
 
 void readJob(TakeExamination& take)

@@ -14,6 +14,9 @@
 
 namespace glimto {
 
+// What every take's pictures are encoded with.
+inline const VideoCodec takeVideoCodec{.name = "h264", .playlistCodec = "avc1.640028"};
+
 // One file of a track whose content can be used, at least in part.
 struct ExaminedPiece {
     SegmentFile file;

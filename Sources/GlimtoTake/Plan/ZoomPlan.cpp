@@ -6,7 +6,7 @@
 
 #include "Support/Errors.h"
 #include "Support/JSONText.h"
-#include "Upload/JSONFields.h"
+#include "Support/JSONFields.h"
 
 namespace glimto {
 

@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Support/Errors.h"
-#include "Upload/JSONFields.h"
+#include "Support/JSONFields.h"
 
 namespace glimto {
 

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <string_view>
 #include <system_error>
 
+#include "Artifacts/CapturedSegment.h"
 #include "Support/Errors.h"
 #include "Support/Text.h"
-#include "Upload/BoundedFile.h"
+#include "Support/RegularFile.h"
 
 namespace glimto {
 
@@ -94,9 +94,7 @@ void sortByIndex(std::vector<SegmentFile>& files)
 
 std::string segmentKey(const std::string& track, int index)
 {
-    char name[32];
-    std::snprintf(name, sizeof name, "segment_%03d.m4s", index);
-    return "segments/" + track + "/" + name;
+    return "segments/" + track + "/" + segmentFileName(index);
 }
 
 TakeFiles TakeFiles::open(const fs::path& directory)

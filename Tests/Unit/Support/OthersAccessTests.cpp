@@ -66,7 +66,7 @@ TEST_F(OthersAccessTests, AModuleThatAnybodyCouldHavePutThereIsNotOpened)
     const auto failure = [this] {
         LoadableModule module("module.so", {directory.path()}, "The encoder");
         try {
-            module.entry<void()>("entry");
+            module.service<int>();
         } catch (const PlatformError& error) {
             return std::string(error.what());
         }
