@@ -13,6 +13,7 @@ namespace {
 constexpr std::size_t longestHost = 255;
 constexpr std::string_view digits = "0123456789";
 constexpr std::string_view nameCharacters = "abcdefghijklmnopqrstuvwxyz0123456789.-";
+constexpr std::string_view addressCharacters = "abcdef0123456789.:"; // of IPv6
 
 std::string inSmallLetters(std::string_view text)
 {
@@ -53,7 +54,9 @@ std::string hostNameOf(std::string_view header)
         if (end == header.npos || !isPort(header.substr(end + 1)))
             return "";
         const auto address = inSmallLetters(header.substr(1, end - 1));
-        return isIPv6(address) ? address : "";
+        // The system reads an address up to a zero byte.
+        const bool isPlain = address.find_first_not_of(addressCharacters) == address.npos;
+        return isPlain && isIPv6(address) ? address : "";
     }
     const auto end = std::min(header.find(':'), header.size());
     const auto name = inSmallLetters(header.substr(0, end));

@@ -20,6 +20,9 @@ TEST(RequestOriginTests, WhatIsNoHostHeaderHasNoName)
              "[evil]", "[127.0.0.1]", "[::1]x", "a:1234567"})
         EXPECT_EQ(hostNameOf(header), "") << header;
     EXPECT_EQ(hostNameOf(std::string(256, 'a')), "");
+    using namespace std::string_view_literals;
+    EXPECT_EQ(hostNameOf("[::1\0.evil.example]:80"sv), "");
+    EXPECT_EQ(hostNameOf("127.0.0.1\0.evil.example"sv), "");
 }
 
 TEST(RequestOriginTests, OnlyAddressesOfThisMachineAreLoopback)
