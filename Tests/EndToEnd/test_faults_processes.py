@@ -102,6 +102,23 @@ class HaltedTests(EndToEndCase):
                 self.verify_contract()
 
 
+class SignalledTests(EndToEndCase):
+    def test_two_signals_at_once_in_any_phase_end_in_a_whole_take(self):
+        self.start_screen()
+        self.start_painter().open("320x240+0+0", override=True).run_clock(20)
+        for phase in ("launched", "capture_starting", STATUS + "recording", "Glimto stop: stopping capture stream",
+                      "Glimto stop: finishing segment writer"):
+            for first, second in ((signal.SIGINT, signal.SIGINT), (signal.SIGTERM, signal.SIGHUP)):
+                with self.subTest(phase=phase, signals=(first, second)):
+                    recording = self.start_recording("-d", "0.8", "--record-events", "--overwrite")
+                    recording.wait_for(phase)
+                    recording.process.send_signal(first)
+                    recording.process.send_signal(second)
+                    output = recording.finish()
+                    self.assertEqual((output.status, output.errors), (0, ""))
+                    self.verify_contract()
+
+
 class LostParentTests(EndToEndCase):
     def test_parents_death_in_any_phase_ends_the_program_and_leaves_no_half_take(self):
         self.start_screen()
@@ -218,6 +235,22 @@ class DescriptorTests(EndToEndCase):
         self.assertEqual(output.status, 1, output.errors)
         self.assertIn(os.strerror(24), output.error_lines[-1])
         self.assertEqual(output.texts[-1], STATUS + "failed")
+
+
+class MemoryTests(EndToEndCase):
+    def test_a_start_with_any_amount_of_memory_ends_in_a_take_or_an_error(self):
+        self.start_screen()
+        for megabytes in (100, 150, 200, 300, 400, 600):
+            with self.subTest(megabytes):
+                def limit():
+                    resource.setrlimit(resource.RLIMIT_AS, (megabytes << 20, megabytes << 20))
+
+                output = self.start_recording("-d", "0.5", "--overwrite", options={"preexec_fn": limit}).finish(limit=40)
+                if output.status == 0:
+                    self.verify_contract()
+                else:
+                    self.assertEqual(output.status, 1, output.errors)
+                    self.assertTrue(output.error_lines and output.error_lines[-1].startswith("error: "), output.errors)
 
 
 if __name__ == "__main__":
