@@ -24,6 +24,8 @@ build=(build-essential cmake ninja-build pkg-config ccache
 quickstart=(ffmpeg xvfb x11-utils x11-xserver-utils x11-apps xterm python3 jq curl ca-certificates
     pulseaudio-utils tesseract-ocr-eng)
 test=(libgtest-dev libgmock-dev libpng-dev
+    # Sanitizers and libFuzzer, and what names the places of their finds.
+    clang libclang-rt-14-dev llvm
     # The completions and the manual page.
     fish zsh man-db
     # The drivers, and the schemas of what they read.
