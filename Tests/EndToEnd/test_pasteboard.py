@@ -75,11 +75,16 @@ class PasteboardCase(EndToEndCase):
         """What a client prints that has to succeed."""
         return self.server.run(TEST_CLIPBOARD, *arguments).splitlines()
 
-    def paste(self):
+    def pasted(self):
+        """The picture on the clipboard; nothing when there is none."""
         done = subprocess.run(["xclip", "-selection", "clipboard", "-o", "-target", "image/png"],
                               env=self.server.environment(), capture_output=True, timeout=tool.RUN_LIMIT)
-        self.assertEqual(done.returncode, 0, done.stderr)
-        return done.stdout
+        return done.stdout if done.returncode == 0 else None
+
+    def paste(self):
+        data = self.pasted()
+        self.assertIsNotNone(data)
+        return data
 
     def take_clipboard(self):
         subprocess.run(["xclip", "-selection", "clipboard"], input=b"text", env=self.server.environment(), check=True,
@@ -177,6 +182,16 @@ class PasteboardOwnerTests(PasteboardCase):
     def held_by(process):
         return sorted(os.readlink(entry) for entry in (process / "fd").iterdir())
 
+    def test_owner_does_not_know_the_access_key(self):
+        path = self.work / "picture.png"
+        path.write_bytes(png(SMALL))
+        environment = {**self.environment(), "GLIMTO_DESKTOP_ACCESS_KEY": "a secret", "HARMLESS": "kept"}
+        output = tool.run([BINARY, "clipboard-image", "--path", path], environment, self.work)
+        self.assertEqual((output.status, output.errors), (0, ""))
+        variables = (self.owners()[0] / "environ").read_bytes().split(b"\0")
+        self.assertIn(b"HARMLESS=kept", variables)
+        self.assertEqual([each for each in variables if b"ACCESS_KEY" in each or b"secret" in each], [])
+
     def test_takeover_ends_the_owner_once_readers_have_everything(self):
         data = self.copy(MEDIUM)
         file = self.directory / "read.png"
@@ -231,12 +246,24 @@ class ClipboardManagerTests(PasteboardCase):
         self.assertEqual(manager.line(), "ready")
         return manager
 
-    def test_manager_takes_the_picture_over(self):
+    def test_picture_is_there_at_once_and_all_the_time_while_a_manager_saves_it(self):
+        for side in (SMALL, MEDIUM, LARGE):
+            with self.subTest(side=side):
+                manager = self.start_manager("keep")
+                data = self.copy(side)
+                self.assertEqual([self.paste() == data for _ in range(3)], [True] * 3)
+                self.assertEqual(manager.line(), f"saved {len(data)}")
+                self.assertEqual([self.paste() == data for _ in range(3)], [True] * 3)
+                self.assertEqual(len(self.owners()), 1)
+                manager.kill()
+
+    def test_manager_has_the_picture_when_the_owner_is_killed(self):
         manager = self.start_manager("keep")
         data = self.copy(SMALL)
         self.assertEqual(manager.line(), f"saved {len(data)}")
+        os.kill(int(self.owners()[0].name), signal.SIGKILL)
         self.wait_until_owner_ends()
-        self.assertEqual(self.paste(), data)
+        wait_until(lambda: self.pasted() == data, "the manager's taking over")
 
     def test_manager_gets_large_pictures(self):
         manager = self.start_manager("forget")

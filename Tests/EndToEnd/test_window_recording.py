@@ -96,7 +96,9 @@ class WindowRecordingTests(EndToEndCase):
         window = self.painter.open("200x100+50+60", "quadrants")
         window.iconify()
         output = self.record_while(window, window.map, seconds="1.5")
-        self.assertEqual(output.status, 0, output.errors)
+        self.assertEqual(output.status, 0)
+        self.assertEqual(output.error_lines, [f"Warning: Window {window.id} is not on the screen now. What it shows is "
+                                              "recorded from when it is shown."])
         self.assert_quadrants(self.frames()[-1], 200, 100)
 
     def test_window_that_closes_during_the_start_ends_it_with_an_error(self):
@@ -127,6 +129,21 @@ class WindowRecordingTests(EndToEndCase):
         self.assertEqual(output.events()[-1]["kind"], "recording_failed")
         self.assertTrue(any(text.startswith("capture stopped with error: ") for text in output.texts))
         self.assertGreaterEqual(len(self.segments()), 2)
+        self.assert_quadrants(self.frames()[-1], 200, 100)
+        self.assert_leaves_no_temporary_file()
+
+    def test_recording_lasts_until_the_moment_its_window_closes(self):
+        window = self.painter.open("200x100+50+60", "quadrants")
+        recording = self.start_recording("-d", "20", "--no-cursor", "--window-id", window.id)
+        recording.wait_until_recording()
+        started = time.monotonic()
+        time.sleep(1.2)
+        lasted = window.destroy().before - started
+        output = recording.finish(limit=10)
+        self.assertEqual(output.status, 1)
+        self.assertEqual(self.segments(), ["segment_000.m4s"])
+        duration = float(media.probe(self.joined(), "-show_format")["format"]["duration"])
+        self.assertGreater(duration, lasted - 0.2)
         self.assert_quadrants(self.frames()[-1], 200, 100)
         self.assert_leaves_no_temporary_file()
 

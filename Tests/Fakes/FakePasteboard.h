@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "Platform/Pasteboard.h"
@@ -10,14 +11,14 @@ namespace glimto {
 
 class FakePasteboard final : public Pasteboard {
 public:
-    bool succeeds = true;
+    std::optional<std::string> obstacle; // what stands in the way
     std::optional<std::vector<std::byte>> png; // what is on it
 
-    bool setPNG(std::span<const std::byte> data) override
+    std::optional<std::string> setPNG(std::span<const std::byte> data) override
     {
-        if (succeeds)
+        if (!obstacle)
             png.emplace(data.begin(), data.end());
-        return succeeds;
+        return obstacle;
     }
 };
 

@@ -19,14 +19,20 @@ using namespace glimto;
 
 class EmptyPasteboard final : public Pasteboard {
 public:
-    bool setPNG(std::span<const std::byte>) override { return true; }
+    std::optional<std::string> setPNG(std::span<const std::byte>) override { return std::nullopt; }
+};
+
+class NoOutput final : public LineOutput {
+public:
+    void writeLine(std::string_view) override { }
 };
 
 bool isAccepted(std::span<const std::byte> data, PNGCodec& codec)
 {
     EmptyPasteboard pasteboard;
+    NoOutput output;
     try {
-        ClipboardImageWriter(codec, pasteboard).validatePNG(data, "fuzz.png");
+        ClipboardImageWriter(codec, pasteboard, output).validatePNG(data, "fuzz.png");
         return true;
     } catch (const CLIError&) {
         return false;

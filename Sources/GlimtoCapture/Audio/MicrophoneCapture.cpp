@@ -16,7 +16,8 @@ void tellDevices(AudioInputFactory& inputs, LineOutput& standardError)
     try {
         const auto devices = inputs.microphones();
         if (devices.empty())
-            standardError.writeLine("No microphone is available.");
+            standardError.writeLine(
+                "No microphone was found. Other sources of sound can be recorded by their id as well.");
         for (const auto& device : devices)
             standardError.writeLine(
                 singleLine("Available microphone: " + device.id + " (" + device.name + ")"));

@@ -74,9 +74,11 @@ void Driver::execute(const Command& command)
 
 void Driver::printPermission()
 {
-    const auto permission = ScreenCapturePermissionJSON::fromPreflight(
-        services_.windowSystem.access().preflightScreenCaptureAccess());
-    outputs_.standardOutput.writeDocument(encodeScreenCaptureJSON(toJSON(permission)));
+    const auto access = services_.windowSystem.access().preflightScreenCaptureAccess();
+    if (!access.allowsOpening())
+        outputs_.standardError.writeLine("warning: " + access.obstacle);
+    outputs_.standardOutput.writeDocument(
+        encodeScreenCaptureJSON(toJSON(ScreenCapturePermissionJSON::fromPreflight(access))));
 }
 
 void Driver::screenshot(const ScreenshotOptions& options)
@@ -111,10 +113,15 @@ ScreenshotMetadataJSON Driver::captureScreenshot(const ScreenshotOptions& option
     }
 }
 
+ClipboardImageWriter Driver::clipboardImageWriter()
+{
+    return {services_.pngCodec, services_.windowSystem.pasteboard(), outputs_.standardError};
+}
+
 void Driver::copyImage(const std::filesystem::path& path)
 {
     try {
-        ClipboardImageWriter(services_.pngCodec, services_.windowSystem.pasteboard()).write(path);
+        clipboardImageWriter().write(path);
     } catch (const std::exception& error) {
         warn(error.what());
     }
@@ -127,8 +134,7 @@ void Driver::open(OpenAction action, const std::filesystem::path& path)
 
 void Driver::putOnClipboard(const ClipboardImageOptions& options)
 {
-    const auto result
-        = ClipboardImageWriter(services_.pngCodec, services_.windowSystem.pasteboard()).write(options);
+    const auto result = clipboardImageWriter().write(options);
     outputs_.standardOutput.writeLine("Clipboard image: " + result.path.string());
     outputs_.standardOutput.writeLine("Bytes: " + std::to_string(result.byteCount));
 }

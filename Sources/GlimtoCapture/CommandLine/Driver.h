@@ -9,6 +9,7 @@
 #include "Options/Command.h"
 #include "Platform/PlatformServices.h"
 #include "Stills/ScreenshotMetadataJSON.h"
+#include "Stills/ClipboardImageWriter.h"
 #include "Support/LineOutput.h"
 
 namespace glimto {
@@ -31,6 +32,7 @@ private:
     void printPermission();
     void screenshot(const ScreenshotOptions& options);
     ScreenshotMetadataJSON captureScreenshot(const ScreenshotOptions& options);
+    ClipboardImageWriter clipboardImageWriter();
     void copyImage(const std::filesystem::path& path);
     void open(OpenAction action, const std::filesystem::path& path);
     void putOnClipboard(const ClipboardImageOptions& options);

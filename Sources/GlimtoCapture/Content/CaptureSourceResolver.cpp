@@ -262,6 +262,10 @@ PreparedCaptureSource CaptureSourceResolver::resolve(
             warn("--except-window-id is ignored for --window-id captures: a single-window recording contains "
                  "only "
                  "that window.");
+        const Window* window = windowWithID(*options.captureWindowId, content);
+        if (window && !window->isOnScreen)
+            warn("Window " + std::to_string(window->windowID)
+                + " is not on the screen now. What it shows is recorded from when it is shown.");
         return windowSource(*options.captureWindowId, content);
     }
     if (options.captureRegion)

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <span>
+#include <string>
 
 namespace glimto {
 
@@ -11,9 +13,9 @@ public:
     virtual ~Pasteboard() = default;
 
     // Replaces what is on it by a PNG, which stays there after this process has ended, until another
-    // program puts something there. True once the clipboard really holds it; false when it cannot be had.
-    // Does not throw.
-    virtual bool setPNG(std::span<const std::byte> data) = 0;
+    // program puts something there. Absent once whoever pastes gets it; else what stood in the way, as a
+    // sentence for the user. Does not throw.
+    virtual std::optional<std::string> setPNG(std::span<const std::byte> data) = 0;
 };
 
 } // namespace glimto

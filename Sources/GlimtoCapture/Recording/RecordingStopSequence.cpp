@@ -37,19 +37,24 @@ void finishInputEvents(const RecordOptions& options, const RecordingTake& take, 
     progress.line("Events: " + take.plan.eventsURL.string());
 }
 
+CapturedTracks finishSegments(const RecordingTake& take, const RecordingStopLimits& limits)
+{
+    return withStopTimeout(*take.stopQueue, limits.segmentWriter, "finishing segment writer",
+        [mixer = take.audioMixer, writer = take.writer] {
+            // Its last buffers still go to the writer.
+            if (mixer)
+                mixer->finish();
+            return writer->finish();
+        });
+}
+
 CapturedTracks finishWriter(
     const RecordingTake& take, const RecordingStopLimits& limits, RecordingProgress& progress)
 {
     progress.finalizing();
     progress.line("Glimto stop: finishing segment writer");
     try {
-        return withStopTimeout(*take.stopQueue, limits.segmentWriter, "finishing segment writer",
-            [mixer = take.audioMixer, writer = take.writer] {
-                // Its last buffers still go to the writer.
-                if (mixer)
-                    mixer->finish();
-                return writer->finish();
-            });
+        return finishSegments(take, limits);
     } catch (const StopTimeoutError&) {
         throw;
     } catch (const CLIError&) {
@@ -84,6 +89,18 @@ void writeArtifacts(const RecordOptions& options, const RecordingTake& take, con
 }
 
 } // namespace
+
+void finishLastSegment(const RecordingTake& take, const RecordingStopLimits& limits) noexcept
+{
+    try {
+        take.removeStreamOutputs();
+        if (take.microphone)
+            take.microphone->stop();
+        finishSegments(take, limits);
+    } catch (...) {
+        // What was finished before stays, and the stream's error is what is told.
+    }
+}
 
 RecordingMetadataJSON stopRecording(const RecordOptions& options, const RecordingTake& take,
     const RecordingStopLimits& limits, RecordingProgress& progress)

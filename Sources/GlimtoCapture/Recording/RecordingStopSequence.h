@@ -23,4 +23,8 @@ struct RecordingStopLimits {
 RecordingMetadataJSON stopRecording(const RecordOptions& options, const RecordingTake& take,
     const RecordingStopLimits& limits, RecordingProgress& progress);
 
+// After a stream that failed: finishes the segment that was begun, so that all that was recorded is there.
+// Errors are ignored, and no more is waited than at any other end.
+void finishLastSegment(const RecordingTake& take, const RecordingStopLimits& limits) noexcept;
+
 } // namespace glimto

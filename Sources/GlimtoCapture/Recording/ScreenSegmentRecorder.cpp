@@ -224,7 +224,13 @@ void ScreenSegmentRecorder::waitForEnd(
             },
         .microphoneFailure = [&] { return take.microphone ? take.microphone->failure() : std::nullopt; },
     };
-    waitUntilDurationElapsedOrStopRequested(options, watch, services_.stopRequests, clock_, progress);
+    try {
+        waitUntilDurationElapsedOrStopRequested(options, watch, services_.stopRequests, clock_, progress);
+    } catch (...) {
+        if (take.output->stoppedWithError())
+            finishLastSegment(take, limits_);
+        throw;
+    }
 }
 
 } // namespace glimto

@@ -22,9 +22,10 @@ std::vector<std::byte> contentsOrNothing(const std::filesystem::path& path)
 
 } // namespace
 
-ClipboardImageWriter::ClipboardImageWriter(PNGCodec& codec, Pasteboard& pasteboard)
+ClipboardImageWriter::ClipboardImageWriter(PNGCodec& codec, Pasteboard& pasteboard, LineOutput& standardError)
     : codec_(codec)
     , pasteboard_(pasteboard)
+    , standardError_(standardError)
 {
 }
 
@@ -41,8 +42,10 @@ ClipboardImageWriter::Result ClipboardImageWriter::write(const std::filesystem::
         throw CLIError("PNG file does not exist at " + path.string() + ".");
     const auto data = contentsOrNothing(path);
     validatePNG(data, path);
-    if (!pasteboard_.setPNG(data))
+    if (const auto obstacle = pasteboard_.setPNG(data)) {
+        standardError_.writeLine("warning: " + *obstacle);
         throw CLIError("Could not write PNG image data to the clipboard.");
+    }
     return {path, data.size()};
 }
 

@@ -7,6 +7,7 @@
 #include "Options/ClipboardImageOptions.h"
 #include "Platform/PNGCodec.h"
 #include "Platform/Pasteboard.h"
+#include "Support/LineOutput.h"
 
 namespace glimto {
 
@@ -18,7 +19,8 @@ public:
         std::size_t byteCount = 0;
     };
 
-    ClipboardImageWriter(PNGCodec& codec, Pasteboard& pasteboard);
+    // `standardError` hears why the clipboard could not be had.
+    ClipboardImageWriter(PNGCodec& codec, Pasteboard& pasteboard, LineOutput& standardError);
 
     // Throws CLIError: "clipboard-image requires --path <png>.", "PNG file does not exist at <path>." when
     // there is no regular file, what validatePNG() throws, also when the file cannot be read, and "Could not
@@ -33,6 +35,7 @@ public:
 private:
     PNGCodec& codec_;
     Pasteboard& pasteboard_;
+    LineOutput& standardError_;
 };
 
 } // namespace glimto

@@ -2,11 +2,19 @@
 
 #include <csignal>
 #include <initializer_list>
+#include <string_view>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace glimto {
+
+namespace {
+
+// Any process of the same user reads the environment of any other, as long as that lives.
+constexpr std::string_view secret = "GLIMTO_DESKTOP_ACCESS_KEY=";
+
+} // namespace
 
 SpawnSettings::SpawnSettings()
 {
@@ -18,10 +26,15 @@ SpawnSettings::SpawnSettings()
     ::sigfillset(&all);
     ::posix_spawnattr_setsigmask(&attributes, &none);
     ::posix_spawnattr_setsigdefault(&attributes, &all);
-    ::posix_spawnattr_setflags(&attributes,
-        static_cast<short>(POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF));
+    ::posix_spawnattr_setflags(
+        &attributes, static_cast<short>(POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF));
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         ::posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", O_RDWR, 0);
+    for (char** variable = environ; variable && *variable; ++variable) {
+        if (!std::string_view(*variable).starts_with(secret))
+            environment_.push_back(*variable);
+    }
+    environment_.push_back(nullptr);
 }
 
 SpawnSettings::~SpawnSettings()

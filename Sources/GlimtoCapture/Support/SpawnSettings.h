@@ -1,11 +1,14 @@
 #pragma once
 
+#include <vector>
+
 #include <spawn.h>
 
 namespace glimto {
 
 // How a process of its own is started with posix_spawn(): in a session of its own, with no signal blocked or
-// ignored, and with nothing but /dev/null at its standard streams. More may be added to `actions`.
+// ignored, with nothing but /dev/null at its standard streams, and without the access key in its environment.
+// More may be added to `actions`.
 class SpawnSettings {
 public:
     SpawnSettings();
@@ -15,6 +18,12 @@ public:
 
     posix_spawnattr_t attributes{};
     posix_spawn_file_actions_t actions{};
+
+    // This process's environment but for what is nobody else's business.
+    char* const* environment() const { return environment_.data(); }
+
+private:
+    std::vector<char*> environment_; // ends with null
 };
 
 } // namespace glimto

@@ -125,7 +125,8 @@ TEST_F(MicrophoneCaptureTests, WithoutAnyMicrophoneThatIsSaid)
 
     EXPECT_EQ(errorOf([&] { MicrophoneCapture::requireDevice("mic", inputs, standardError); }),
         "Microphone mic was not found. Choose another microphone and try again.");
-    EXPECT_EQ(standardError.lines(), Lines{"No microphone is available."});
+    EXPECT_EQ(standardError.lines(),
+        Lines{"No microphone was found. Other sources of sound can be recorded by their id as well."});
 }
 
 TEST_F(MicrophoneCaptureTests, AListThatCannotBeHadDoesNotHideTheMessage)

@@ -76,11 +76,12 @@ TEST_F(DriverStillsTests, AScreenshotIsCopiedRevealedAndOpenedAsAsked)
 
 TEST_F(DriverStillsTests, WhatFailsAfterTheScreenshotIsOnlyWarnedOf)
 {
-    stills.pasteboard.succeeds = false;
+    stills.pasteboard.obstacle = "Nobody keeps a clipboard here.";
     workspace.succeeds = false;
     EXPECT_EQ(screenshot({"--copy-image", "--reveal", "--open"}), 0);
     EXPECT_EQ(standardOutput.lines().size(), 2U);
     EXPECT_EQ(standardError.text(),
+        "warning: Nobody keeps a clipboard here.\n"
         "Warning: Could not write PNG image data to the clipboard.\n"
         "Warning: Could not reveal file.\n"
         "Warning: Could not open file.\n");
@@ -153,10 +154,12 @@ TEST_F(DriverStillsTests, AnImageIsPutOnTheClipboardWhateverElseIsCaptured)
 
 TEST_F(DriverStillsTests, AnImageThatCannotBePutOnTheClipboardIsAnError)
 {
-    stills.pasteboard.succeeds = false;
+    stills.pasteboard.obstacle = "Nobody keeps a clipboard here.";
     EXPECT_EQ(run({"clipboard-image", "--path", pngFile().string()}), 1);
     EXPECT_EQ(standardOutput.text(), "");
-    EXPECT_EQ(standardError.text(), "error: Could not write PNG image data to the clipboard.\n");
+    EXPECT_EQ(standardError.text(),
+        "warning: Nobody keeps a clipboard here.\n"
+        "error: Could not write PNG image data to the clipboard.\n");
     EXPECT_EQ(run({"clipboard-image"}), 1);
     EXPECT_EQ(standardError.lines().back(), "error: clipboard-image requires --path <png>.");
 }

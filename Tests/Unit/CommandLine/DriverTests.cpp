@@ -47,6 +47,7 @@ TEST_F(DriverTests, AMissingPermissionIsAnAnswerAsWell)
     screen.granted = false;
     EXPECT_EQ(run({"permission-json"}), 0);
     EXPECT_EQ(standardOutput.text(), "{\"preflightGranted\":false,\"screenRecording\":\"denied\"}\n");
+    EXPECT_EQ(standardError.text(), "warning: The screen is out of reach.\n");
 }
 
 TEST_F(DriverTests, SourcesAreListed)

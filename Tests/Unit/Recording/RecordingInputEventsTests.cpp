@@ -157,7 +157,7 @@ TEST_F(RecordingInputEventsTests, AStreamErrorEndsTheTapAndKeepsTheTrackOfTheFin
     EXPECT_EQ(events()["events"][0]["t"], 300.0);
     EXPECT_FALSE(wasTold("Events: " + root + "/events.json"));
     expectTapEnded();
-    expectCleanedUp();
+    expectFinished();
 }
 
 TEST_F(RecordingInputEventsTests, AStreamErrorBeforeTheFirstFrameEndsTheTapAndLeavesNoTrack)

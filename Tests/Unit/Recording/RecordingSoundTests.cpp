@@ -380,7 +380,7 @@ TEST_F(RecordingSoundTests, AStreamErrorStopsAllSoundAndKeepsFinishedSegments)
     EXPECT_EQ(systemAudio.stops, 1);
     EXPECT_EQ(microphone.stops, 1);
     EXPECT_EQ(directory.text("take/segments/audio/segment_000.m4s"), "whole");
-    expectCleanedUp();
+    expectFinished();
     expectSoundEnded();
 }
 

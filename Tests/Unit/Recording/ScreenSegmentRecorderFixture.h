@@ -66,6 +66,15 @@ protected:
         EXPECT_FALSE(wasTold(R"({"kind":"completed","state":"completed"})"));
     }
 
+    // After a stream that failed: what it has delivered is whole.
+    void expectFinished()
+    {
+        EXPECT_TRUE(stream.outputsRemoved);
+        EXPECT_EQ(encoder.finishes, 1);
+        EXPECT_FALSE(std::filesystem::exists(take / "manifest.json"));
+        EXPECT_FALSE(wasTold(R"({"kind":"completed","state":"completed"})"));
+    }
+
     TakeDirectory directory;
     std::filesystem::path take = directory.path() / "take";
     std::string root = take.string();

@@ -258,7 +258,7 @@ TEST_F(ScreenSegmentRecorderTests, AStreamThatDoesNotStartIsCleanedUp)
     expectCleanedUp();
 }
 
-TEST_F(ScreenSegmentRecorderTests, AStreamErrorEndsTheRecordingAndKeepsFinishedSegments)
+TEST_F(ScreenSegmentRecorderTests, AStreamErrorEndsTheRecordingAndFinishesTheLastSegment)
 {
     clock.onSleep = [this] {
         stream.deliver(fakeFrame(0, 640, 480));
@@ -271,9 +271,10 @@ TEST_F(ScreenSegmentRecorderTests, AStreamErrorEndsTheRecordingAndKeepsFinishedS
     EXPECT_EQ(clock.sleeps.size(), 1U);
     EXPECT_TRUE(wasTold("capture stopped with error: the display is gone"));
     EXPECT_EQ(directory.text("take/segments/video/segment_000.m4s"), "whole");
-    EXPECT_EQ(takeFiles().size(), 3U); // with init.mp4 and the thumbnail
+    EXPECT_EQ(directory.text("take/segments/video/segment_001.m4s"), "halfMEDIA");
+    EXPECT_EQ(takeFiles().size(), 4U); // with init.mp4 and the thumbnail
     EXPECT_EQ(stream.stops, 0);
-    expectCleanedUp();
+    expectFinished();
 }
 
 TEST_F(ScreenSegmentRecorderTests, AFileThatCannotBeWrittenEndsTheRecordingWithItsError)

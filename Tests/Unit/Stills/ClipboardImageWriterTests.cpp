@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "Fakes/FakeLineOutput.h"
 #include "Fakes/FakePNGCodec.h"
 #include "Fakes/FakePasteboard.h"
 #include "Fakes/TemporaryDirectory.h"
@@ -47,7 +48,8 @@ protected:
     TemporaryDirectory directory;
     FakePNGCodec codec;
     FakePasteboard pasteboard;
-    ClipboardImageWriter writer{codec, pasteboard};
+    FakeLineOutput standardError;
+    ClipboardImageWriter writer{codec, pasteboard, standardError};
 };
 
 TEST_F(ClipboardImageWriterTests, PutsTheBytesOfTheFileOnTheClipboard)
@@ -120,9 +122,10 @@ TEST_F(ClipboardImageWriterTests, AFileLargerThanAnyPictureIsNotRead)
 
 TEST_F(ClipboardImageWriterTests, AClipboardThatCannotBeHadIsAnError)
 {
-    pasteboard.succeeds = false;
+    pasteboard.obstacle = "Nobody keeps a clipboard here.";
     EXPECT_EQ(
         errorOf(file("a.png", signature + "whole")), "Could not write PNG image data to the clipboard.");
+    EXPECT_EQ(standardError.text(), "warning: Nobody keeps a clipboard here.\n");
 }
 
 } // namespace

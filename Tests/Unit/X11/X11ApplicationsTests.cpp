@@ -68,6 +68,44 @@ TEST_F(X11ApplicationsTests, WithoutADesktopFileTheClassIsTheName)
     EXPECT_EQ(owner({.processID = 0, .instanceName = "only"}), (Application{0, "only", "only"}));
 }
 
+TEST_F(X11ApplicationsTests, ADeclaredIDCountsWithoutADesktopFile)
+{
+    EXPECT_EQ(owner({.processID = 5,
+                  .applicationIDs = {"org.example.Viewer"},
+                  .instanceName = "viewer.py",
+                  .className = "Viewer.py"}),
+        (Application{5, "org.example.Viewer", "Viewer.py"}));
+    EXPECT_EQ(owner({.processID = 5, .instanceName = "org.example.Viewer", .className = "Electron"}),
+        (Application{5, "org.example.Viewer", "Electron"}));
+}
+
+TEST_F(X11ApplicationsTests, AnInstanceThatIsNoReverseDomainNameIsNoID)
+{
+    for (const char* instance : {"soffice.bin", "python3.11", "a..b", "7.zip.exe", "..", "org.example."}) {
+        EXPECT_EQ(owner({.processID = 5, .instanceName = instance, .className = "Thing"}),
+            (Application{5, "thing", "Thing"}))
+            << instance;
+    }
+}
+
+TEST_F(X11ApplicationsTests, AProcessHasOneIdentityWhateverTheOrderOfItsWindows)
+{
+    const X11OwnerClues dialog{.window = 3, .processID = 5, .instanceName = "suite", .className = "Suite"};
+    const X11OwnerClues menu{.window = 9, .processID = 5, .instanceName = "menu", .className = "Menu"};
+    const X11OwnerClues document{
+        .window = 7, .processID = 5, .applicationIDs = {"org.example.Writer"}, .className = "Writer"};
+    const X11OwnerClues other{.window = 1, .processID = 6, .className = "Other"};
+    const Application writer{5, "org.example.Writer", "Writer"};
+    for (const auto& windows :
+        {std::vector{dialog, menu, document, other}, std::vector{other, document, menu, dialog}}) {
+        for (std::size_t index = 0; const auto& owner : applications.owners(windows)) {
+            const bool isOther = windows[index++].processID == 6;
+            EXPECT_EQ(owner, isOther ? (Application{6, "other", "Other"}) : writer);
+        }
+    }
+    EXPECT_EQ(applications.owners(std::vector{menu, dialog}).front(), (Application{5, "suite", "Suite"}));
+}
+
 TEST_F(X11ApplicationsTests, AWindowWithoutProcessAndClassHasNoOwner)
 {
     EXPECT_EQ(owner({.window = 1}), std::nullopt);

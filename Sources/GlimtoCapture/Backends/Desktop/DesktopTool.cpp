@@ -28,8 +28,8 @@ pid_t start(std::vector<std::string> arguments)
     pointers.push_back(nullptr);
     const SpawnSettings settings;
     pid_t process = 0;
-    const int error = ::posix_spawnp(
-        &process, pointers.front(), &settings.actions, &settings.attributes, pointers.data(), environ);
+    const int error = ::posix_spawnp(&process, pointers.front(), &settings.actions, &settings.attributes,
+        pointers.data(), settings.environment());
     if (error == ENOENT)
         throw PlatformError("POSIX", error, arguments.front() + " is not installed.");
     if (error != 0)

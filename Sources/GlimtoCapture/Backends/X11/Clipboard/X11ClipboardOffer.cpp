@@ -3,18 +3,17 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <thread>
 #include <vector>
 
 #include <poll.h>
+
+#include "Backends/X11/Connection/X11Property.h"
 
 namespace glimto {
 
 namespace {
 
 constexpr std::chrono::seconds timeStampTimeout{3};
-constexpr std::chrono::seconds takeoverTimeout{2};
-constexpr std::chrono::milliseconds takeoverPause{10};
 constexpr std::uint32_t mostMultipleAtoms = 4'096;
 
 template <typename Event> const Event& as(const xcb_generic_event_t& event)
@@ -39,12 +38,6 @@ X11ClipboardOffer::X11ClipboardOffer(X11Connection& connection, std::span<const 
 {
 }
 
-X11ClipboardOffer::~X11ClipboardOffer()
-{
-    if (window_ != XCB_NONE)
-        xcb_destroy_window(connection_.xcb(), window_);
-}
-
 bool X11ClipboardOffer::acquire()
 {
     makeWindow();
@@ -59,9 +52,7 @@ bool X11ClipboardOffer::acquire()
 
 void X11ClipboardOffer::makeWindow()
 {
-    if (window_ != XCB_NONE)
-        xcb_destroy_window(connection_.xcb(), window_);
-    window_ = xcb_generate_id(connection_.xcb());
+    window_ = X11Window(connection_);
     const std::array<std::uint32_t, 2> values = {1, XCB_EVENT_MASK_PROPERTY_CHANGE};
     xcb_create_window(connection_.xcb(), 0, window_, connection_.root(), -1, -1, 1, 1, 0,
         XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK,
@@ -103,11 +94,6 @@ void X11ClipboardOffer::run()
             continue;
         }
         transfers_.forgetOverdue(Clock::now());
-        if (isSaved_ && transfers_.isEmpty()) {
-            if (managerTookOver() || !acquire())
-                return;
-            continue;
-        }
         waitReadable(transfers_.nextDeadline());
     }
     // A server may drop what it has not read from a connection that closes, such as the end of the last
@@ -115,8 +101,9 @@ void X11ClipboardOffer::run()
     selectionOwner(atoms_.clipboard);
 }
 
-// The freedesktop.org clipboard manager protocol: the manager converts what is listed in the property, then
-// says that it has it.
+// The freedesktop.org clipboard manager protocol: the manager converts what is listed in the property, and
+// has it should this process be killed. The selection is not left to it: while it takes over, whoever pastes
+// would find nothing.
 void X11ClipboardOffer::askManagerToSave()
 {
     if (selectionOwner(atoms_.clipboardManager) == XCB_NONE)
@@ -124,23 +111,6 @@ void X11ClipboardOffer::askManagerToSave()
     setAtoms(connection_.xcb(), window_, atoms_.scratch, XCB_ATOM_ATOM, std::array{atoms_.png});
     xcb_convert_selection(
         connection_.xcb(), window_, atoms_.clipboardManager, atoms_.saveTargets, atoms_.scratch, ownedSince_);
-}
-
-// The manager takes the selection when our window goes. If it does not after all, nobody would have the
-// picture any more.
-bool X11ClipboardOffer::managerTookOver()
-{
-    isSaved_ = false;
-    xcb_destroy_window(connection_.xcb(), window_);
-    window_ = XCB_NONE;
-    isOwner_ = false;
-    const auto deadline = Clock::now() + takeoverTimeout;
-    while (selectionOwner(atoms_.clipboard) == XCB_NONE) {
-        if (Clock::now() >= deadline)
-            return false;
-        std::this_thread::sleep_for(takeoverPause);
-    }
-    return true;
 }
 
 void X11ClipboardOffer::waitReadable(std::optional<Clock::time_point> deadline)
@@ -169,12 +139,6 @@ void X11ClipboardOffer::handle(const xcb_generic_event_t& event)
         const auto& clear = as<xcb_selection_clear_event_t>(event);
         if (clear.owner == window_ && clear.selection == atoms_.clipboard)
             isOwner_ = false;
-        break;
-    }
-    case XCB_SELECTION_NOTIFY: {
-        const auto& notify = as<xcb_selection_notify_event_t>(event);
-        if (notify.requestor == window_ && notify.selection == atoms_.clipboardManager)
-            isSaved_ = isOwner_ && notify.property != XCB_NONE;
         break;
     }
     case XCB_PROPERTY_NOTIFY: {
@@ -244,12 +208,11 @@ bool X11ClipboardOffer::convertMultiple(xcb_window_t requestor, xcb_atom_t prope
 {
     if (property == XCB_NONE)
         return false;
-    const auto reply = connection_.reply<xcb_get_property_reply_t>(xcb_get_property(
-        connection_.xcb(), 0, requestor, property, XCB_GET_PROPERTY_TYPE_ANY, 0, mostMultipleAtoms));
-    if (!reply || reply->format != 32 || reply->bytes_after != 0)
+    const auto listed = X11Property::receive(
+        connection_, X11Property::ask(connection_, requestor, property, 4 * mostMultipleAtoms));
+    if (listed.wasCut() || listed.numbers().empty())
         return false;
-    const auto* begin = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get()));
-    std::vector<xcb_atom_t> pairs(begin, begin + reply->value_len);
+    std::vector<xcb_atom_t> pairs(listed.numbers().begin(), listed.numbers().end());
     for (std::size_t at = 0; at + 1 < pairs.size(); at += 2) {
         if (pairs[at + 1] == XCB_NONE || !convert(requestor, pairs[at + 1], pairs[at]))
             pairs[at] = pairs[at + 1] = XCB_NONE;

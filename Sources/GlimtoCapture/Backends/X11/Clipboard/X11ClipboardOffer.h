@@ -9,6 +9,7 @@
 #include <xcb/xcb.h>
 
 #include "Backends/X11/Connection/X11Connection.h"
+#include "Backends/X11/Connection/X11Resource.h"
 #include "Backends/X11/Clipboard/X11SelectionAtoms.h"
 #include "Backends/X11/Clipboard/X11SelectionTransfers.h"
 
@@ -21,15 +22,12 @@ class X11ClipboardOffer {
 public:
     // Both outlive the object.
     X11ClipboardOffer(X11Connection& connection, std::span<const std::byte> png);
-    ~X11ClipboardOffer();
-    X11ClipboardOffer(const X11ClipboardOffer&) = delete;
-    X11ClipboardOffer& operator=(const X11ClipboardOffer&) = delete;
 
     // Takes the selection, with a time stamp of the server. Whether the server says that it is ours.
     bool acquire();
 
-    // Serves requests. Asks the clipboard manager, if there is one, to keep the picture, and returns when it
-    // has it, or when another client has taken the selection and everything begun is handed over.
+    // Serves requests. Gives the clipboard manager, if there is one, a copy, and returns when another client
+    // has taken the selection and everything begun is handed over.
     void run();
 
 private:
@@ -39,7 +37,6 @@ private:
     std::optional<xcb_timestamp_t> serverTime();
     xcb_window_t selectionOwner(xcb_atom_t selection);
     void askManagerToSave();
-    bool managerTookOver();
     void waitReadable(std::optional<Clock::time_point> deadline);
 
     void handle(const xcb_generic_event_t& event);
@@ -52,10 +49,9 @@ private:
     std::span<const std::byte> png_;
     X11SelectionAtoms atoms_;
     X11SelectionTransfers transfers_;
-    xcb_window_t window_ = XCB_NONE;
+    X11Window window_;
     xcb_timestamp_t ownedSince_ = 0;
     bool isOwner_ = false;
-    bool isSaved_ = false; // by the clipboard manager
     std::optional<xcb_timestamp_t> timeSeen_; // in the last notification about our own window
 };
 

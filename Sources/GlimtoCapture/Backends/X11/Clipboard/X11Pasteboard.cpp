@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include "Backends/X11/Clipboard/X11PasteboardOwner.h"
+#include "Support/Errors.h"
 #include "Support/FileDescriptor.h"
 #include "Support/SpawnSettings.h"
 
@@ -65,30 +66,33 @@ pid_t startOwner(const FileDescriptor& data, const FileDescriptor& answer)
     ::posix_spawn_file_actions_adddup2(&settings.actions, answer.get(), pasteboardAnswerDescriptor);
     ::posix_spawn_file_actions_addclosefrom_np(&settings.actions, pasteboardAnswerDescriptor + 1);
     pid_t process = 0;
-    const int error = ::posix_spawn(
-        &process, "/proc/self/exe", &settings.actions, &settings.attributes, arguments.data(), environ);
+    const int error = ::posix_spawn(&process, "/proc/self/exe", &settings.actions, &settings.attributes,
+        arguments.data(), settings.environment());
+    errno = error;
     return error == 0 ? process : -1;
 }
 
-// Whether the owner said in time that it has the selection; its end without a word is a no.
-bool hearsYes(int answer)
+// What the owner said in time; empty when it said nothing.
+std::string answerFrom(int answer)
 {
     const auto deadline = std::chrono::steady_clock::now() + answerTimeout;
-    while (true) {
+    std::string text;
+    std::array<char, longestPasteboardAnswer> piece{};
+    while (text.size() < longestPasteboardAnswer) {
         const auto left
             = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         pollfd entry = {.fd = answer, .events = POLLIN, .revents = 0};
         const int ready = left.count() > 0 ? ::poll(&entry, 1, static_cast<int>(left.count())) : 0;
         if (ready < 0 && errno == EINTR)
             continue;
-        if (ready <= 0)
-            return false;
-        char word = 0;
-        const ssize_t count = ::read(answer, &word, 1);
+        const ssize_t count = ready > 0 ? ::read(answer, piece.data(), piece.size()) : 0;
         if (count < 0 && errno == EINTR)
             continue;
-        return count == 1 && word == pasteboardOwnedWord;
+        if (count <= 0)
+            break;
+        text.append(piece.data(), static_cast<std::size_t>(count));
     }
+    return text;
 }
 
 void endProcess(pid_t process)
@@ -99,23 +103,26 @@ void endProcess(pid_t process)
 
 } // namespace
 
-bool X11Pasteboard::setPNG(std::span<const std::byte> data)
+std::optional<std::string> X11Pasteboard::setPNG(std::span<const std::byte> data)
 {
     const FileDescriptor memory = memoryWith(data);
     std::array<int, 2> ends{-1, -1};
     if (!memory || ::pipe2(ends.data(), O_CLOEXEC) != 0)
-        return false;
+        return PlatformError::posix("Could not get memory for the clipboard", errno).what();
     const FileDescriptor reading(ends[0]);
     FileDescriptor writing = moved(FileDescriptor(ends[1]));
     const pid_t owner = startOwner(memory, writing);
-    writing.close();
     if (owner < 0)
-        return false;
-    const bool isOwned = hearsYes(reading.get());
+        return PlatformError::posix("Could not start the clipboard's owner", errno).what();
+    writing.close();
+    std::string answer = answerFrom(reading.get());
+    if (answer == pasteboardOwnedWord)
+        return std::nullopt;
     // A no must stay one: without this, a slow owner could take the selection a moment later.
-    if (!isOwned)
-        endProcess(owner);
-    return isOwned;
+    endProcess(owner);
+    if (answer.empty())
+        answer = "The X server does not answer.";
+    return answer;
 }
 
 } // namespace glimto

@@ -11,9 +11,9 @@ namespace glimto {
 // it whether it got the selection.
 class X11Pasteboard final : public Pasteboard {
 public:
-    // Waits at most 5 seconds. When it gives false, no process is left behind. In a Wayland session it is
-    // false: that clipboard is another one.
-    bool setPNG(std::span<const std::byte> data) override;
+    // Waits at most 5 seconds. When something stands in the way, no process is left behind. A Wayland session
+    // does: its clipboard is another one.
+    std::optional<std::string> setPNG(std::span<const std::byte> data) override;
 };
 
 } // namespace glimto

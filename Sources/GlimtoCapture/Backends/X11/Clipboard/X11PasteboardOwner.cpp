@@ -1,5 +1,6 @@
 #include "Backends/X11/Clipboard/X11PasteboardOwner.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <cstring>
@@ -50,9 +51,11 @@ private:
     std::span<const std::byte> bytes_;
 };
 
-bool sayOwned(FileDescriptor& answer)
+bool say(std::string_view text, FileDescriptor& answer)
 {
-    const bool isSaid = ::write(answer.get(), &pasteboardOwnedWord, 1) == 1;
+    // Shorter than what a pipe takes in one piece.
+    const auto said = text.substr(0, longestPasteboardAnswer);
+    const bool isSaid = ::write(answer.get(), said.data(), said.size()) == static_cast<ssize_t>(said.size());
     answer.close();
     return isSaid;
 }
@@ -78,17 +81,22 @@ int runPasteboardOwner()
         const MappedMemory picture(data.get());
         data.close();
         if (picture.bytes().empty())
-            return 1;
+            throw PlatformError::posix("Could not read the picture for the clipboard", errno);
         const auto connection = X11Connection::open();
         connection->setAnswerTimeout(answerTimeout);
         X11ClipboardOffer offer(*connection, picture.bytes());
-        if (!offer.acquire() || !sayOwned(answer))
+        if (!offer.acquire())
+            throw x11Error(X11Failure::noAnswer, "Another program does not let go of the clipboard.");
+        if (!say(pasteboardOwnedWord, answer))
             return 1;
         offer.run();
         return 0;
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
         // Once the selection was owned, the server's end is ours.
-        return answer ? 1 : 0;
+        if (!answer)
+            return 0;
+        say(error.what(), answer);
+        return 1;
     }
 }
 

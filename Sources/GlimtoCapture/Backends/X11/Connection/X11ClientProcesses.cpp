@@ -7,6 +7,27 @@
 
 namespace glimto {
 
+// Entries of a client, a mask, the size of the values in bytes, and the values.
+std::unordered_map<std::uint32_t, std::int32_t> x11ProcessesOfClients(
+    const xcb_res_query_client_ids_reply_t& reply)
+{
+    constexpr std::size_t headWords = 3;
+    std::unordered_map<std::uint32_t, std::int32_t> processes;
+    const std::span words(reinterpret_cast<const std::uint32_t*>(&reply + 1), reply.length);
+    std::size_t at = 0;
+    while (words.size() - at > headWords) {
+        const std::size_t valueWords = words[at + 2] / 4;
+        const bool isProcess = (words[at + 1] & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0;
+        const std::uint32_t process = words[at + headWords];
+        if (isProcess && valueWords > 0 && process > 0 && process <= INT32_MAX)
+            processes[words[at]] = static_cast<std::int32_t>(process);
+        if (valueWords > words.size() - at - headWords)
+            break;
+        at += headWords + valueWords;
+    }
+    return processes;
+}
+
 std::vector<std::int32_t> x11ClientProcesses(X11Connection& connection, std::span<const xcb_window_t> windows)
 {
     std::vector<std::int32_t> result(windows.size(), 0);
@@ -32,16 +53,7 @@ std::vector<std::int32_t> x11ClientProcesses(X11Connection& connection, std::spa
     if (!reply)
         return result;
 
-    std::unordered_map<std::uint32_t, std::int32_t> processes;
-    for (auto at = xcb_res_query_client_ids_ids_iterator(reply.get()); at.rem > 0;
-         xcb_res_client_id_value_next(&at)) {
-        const bool isProcess = (at.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0;
-        if (!isProcess || xcb_res_client_id_value_value_length(at.data) < 1)
-            continue;
-        const std::uint32_t process = *xcb_res_client_id_value_value(at.data);
-        if (process > 0 && process <= INT32_MAX)
-            processes[at.data->spec.client & clientBits] = static_cast<std::int32_t>(process);
-    }
+    const auto processes = x11ProcessesOfClients(*reply);
     for (std::size_t index = 0; index < windows.size(); ++index) {
         const auto found = processes.find(windows[index] & clientBits);
         if (found != processes.end())

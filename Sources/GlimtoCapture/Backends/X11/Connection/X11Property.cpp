@@ -1,5 +1,8 @@
 #include "Backends/X11/Connection/X11Property.h"
 
+#include <algorithm>
+#include <cstddef>
+
 namespace glimto {
 
 xcb_get_property_cookie_t X11Property::ask(
@@ -11,9 +14,7 @@ xcb_get_property_cookie_t X11Property::ask(
 
 X11Property X11Property::receive(X11Connection& connection, xcb_get_property_cookie_t cookie)
 {
-    X11Property property;
-    property.reply_ = connection.reply<xcb_get_property_reply_t>(cookie);
-    return property;
+    return X11Property(connection.reply<xcb_get_property_reply_t>(cookie));
 }
 
 xcb_atom_t X11Property::type() const
@@ -25,14 +26,17 @@ std::string_view X11Property::bytes() const
 {
     if (!reply_ || reply_->format != 8)
         return {};
-    return {static_cast<const char*>(xcb_get_property_value(reply_.get())), reply_->value_len};
+    const std::size_t arrived = std::size_t{4} * reply_->length;
+    return {static_cast<const char*>(xcb_get_property_value(reply_.get())),
+        std::min<std::size_t>(reply_->value_len, arrived)};
 }
 
 std::span<const std::uint32_t> X11Property::numbers() const
 {
     if (!reply_ || reply_->format != 32)
         return {};
-    return {static_cast<const std::uint32_t*>(xcb_get_property_value(reply_.get())), reply_->value_len};
+    return {static_cast<const std::uint32_t*>(xcb_get_property_value(reply_.get())),
+        std::min<std::size_t>(reply_->value_len, reply_->length)};
 }
 
 std::optional<std::uint32_t> X11Property::firstNumber() const

@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include <xcb/xcb.h>
 
@@ -27,6 +28,13 @@ public:
 
     // Throws PlatformError when the server goes away or does not answer in time.
     static X11Property receive(X11Connection& connection, xcb_get_property_cookie_t cookie);
+
+    // What a server has answered, null for nothing. As long as the reply says in `length`, whatever else
+    // stands in it.
+    explicit X11Property(XCBHandle<xcb_get_property_reply_t> reply)
+        : reply_(std::move(reply))
+    {
+    }
 
     // The type that its owner gave it, XCB_ATOM_NONE when there is no property.
     xcb_atom_t type() const;

@@ -57,6 +57,7 @@ private:
     std::uint32_t id_ = XCB_NONE;
 };
 
+using X11Window = X11Resource<xcb_destroy_window>;
 using X11Pixmap = X11Resource<xcb_free_pixmap>;
 using X11GraphicsContext = X11Resource<xcb_free_gc>;
 using X11RenderPicture = X11Resource<xcb_render_free_picture>;

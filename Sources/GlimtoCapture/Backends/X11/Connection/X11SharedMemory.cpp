@@ -99,6 +99,9 @@ std::shared_ptr<X11SharedMemory> X11SharedMemory::makeSystemV(X11Connection& con
     if (id < 0)
         return nullptr;
     void* address = shmat(id, nullptr, 0);
+    // From here on the memory lives as long as somebody has attached it, and nothing is left behind whatever
+    // fails. The server may still attach it.
+    shmctl(id, IPC_RMID, nullptr);
     std::shared_ptr<X11SharedMemory> memory;
     if (address != reinterpret_cast<void*>(-1)) {
         memory.reset(new X11SharedMemory(Kind::systemV, static_cast<std::uint8_t*>(address), size));
@@ -109,8 +112,6 @@ std::shared_ptr<X11SharedMemory> X11SharedMemory::makeSystemV(X11Connection& con
         else
             memory->segment_ = segment;
     }
-    // The memory lives until the last user has let go of it, so nothing is left behind by a crash.
-    shmctl(id, IPC_RMID, nullptr);
     return memory;
 }
 

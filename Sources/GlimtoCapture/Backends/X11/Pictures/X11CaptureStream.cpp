@@ -86,7 +86,10 @@ void X11CaptureStream::run()
     try {
         capture();
     } catch (...) {
-        outputs_.fail(std::current_exception());
+        const auto cause = std::current_exception();
+        // The picture lasted until now.
+        deliver(hostTimeNanoseconds(), false);
+        outputs_.fail(cause);
     }
 }
 

@@ -47,11 +47,7 @@ void X11Cursor::receiveImage()
         return;
     }
     serial_ = reply->cursor_serial;
-    const std::uint32_t* pixels = xcb_xfixes_get_cursor_image_cursor_image(reply.get());
-    image_.size = {reply->width, reply->height};
-    image_.hotspotX = reply->xhot;
-    image_.hotspotY = reply->yhot;
-    image_.pixels.assign(pixels, pixels + xcb_xfixes_get_cursor_image_cursor_image_length(reply.get()));
+    image_ = x11CursorImage(*reply);
 }
 
 void X11Cursor::draw(X11Canvas& canvas) const

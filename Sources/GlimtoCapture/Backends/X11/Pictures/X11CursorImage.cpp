@@ -27,6 +27,18 @@ PixelRect X11CursorImage::rectAt(int x, int y, PixelSize picture) const
     return intersection({x - hotspotX, y - hotspotY, size.width, size.height}, wholeOf(picture));
 }
 
+X11CursorImage x11CursorImage(const xcb_xfixes_get_cursor_image_reply_t& reply)
+{
+    const std::size_t count = std::size_t{reply.width} * reply.height;
+    if (count > reply.length)
+        return {};
+    const std::uint32_t* pixels = xcb_xfixes_get_cursor_image_cursor_image(&reply);
+    return {.size = {reply.width, reply.height},
+        .hotspotX = reply.xhot,
+        .hotspotY = reply.yhot,
+        .pixels = {pixels, pixels + count}};
+}
+
 void X11CursorImage::drawAt(
     int x, int y, std::uint8_t* bytes, std::size_t bytesPerRow, PixelSize picture) const
 {

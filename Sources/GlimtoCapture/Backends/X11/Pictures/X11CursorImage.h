@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include <xcb/xfixes.h>
+
 #include "Backends/X11/Connection/X11PixelRects.h"
 
 namespace glimto {
@@ -22,5 +24,8 @@ struct X11CursorImage {
     // picture is left out.
     void drawAt(int x, int y, std::uint8_t* bytes, std::size_t bytesPerRow, PixelSize picture) const;
 };
+
+// The image that a server has answered with; none when it does not have as many pixels as it says.
+X11CursorImage x11CursorImage(const xcb_xfixes_get_cursor_image_reply_t& reply);
 
 } // namespace glimto

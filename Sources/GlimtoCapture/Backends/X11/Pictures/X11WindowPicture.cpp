@@ -7,6 +7,7 @@
 
 #include <xcb/composite.h>
 
+#include "Backends/X11/Connection/X11Property.h"
 #include "Backends/X11/Windows/X11WindowRules.h"
 
 namespace glimto {
@@ -25,15 +26,10 @@ PlatformError windowGone()
 }
 
 // The window without its shadow.
-PixelRect contentOf(PixelSize size, const xcb_get_property_reply_t* extents)
+PixelRect contentOf(PixelSize size, std::span<const std::uint32_t> extents)
 {
-    std::span<const std::uint32_t> numbers;
-    if (extents && extents->format == 32) {
-        numbers = {static_cast<const std::uint32_t*>(xcb_get_property_value(extents)),
-            static_cast<std::size_t>(xcb_get_property_value_length(extents)) / sizeof(std::uint32_t)};
-    }
     const Rect inner
-        = withoutShadow({0, 0, static_cast<double>(size.width), static_cast<double>(size.height)}, numbers);
+        = withoutShadow({0, 0, static_cast<double>(size.width), static_cast<double>(size.height)}, extents);
     return {static_cast<int>(std::lround(inner.x)), static_cast<int>(std::lround(inner.y)),
         static_cast<int>(std::lround(inner.width)), static_cast<int>(std::lround(inner.height))};
 }
@@ -143,8 +139,8 @@ void X11WindowPicture::takePixmap()
     xcb_composite_name_window_pixmap(xcb, window_, pixmap);
     const auto pixmapCookie = xcb_get_geometry(xcb, pixmap);
     const auto windowCookie = xcb_get_geometry(xcb, window_);
-    const auto extentsCookie = xcb_get_property(xcb, false, window_, frameExtents_, XCB_ATOM_CARDINAL, 0, 4);
-    const auto extents = connection_.reply<xcb_get_property_reply_t>(extentsCookie);
+    const auto extentsCookie = X11Property::ask(connection_, window_, frameExtents_);
+    const auto extents = X11Property::receive(connection_, extentsCookie);
     const auto windowGeometry = connection_.reply<xcb_get_geometry_reply_t>(windowCookie);
     const auto pixmapGeometry = connection_.reply<xcb_get_geometry_reply_t>(pixmapCookie);
     if (!windowGeometry)
@@ -160,7 +156,7 @@ void X11WindowPicture::takePixmap()
         windowSize_ = {std::max(1, pixmapGeometry->width - 2 * border_),
             std::max(1, pixmapGeometry->height - 2 * border_)};
     }
-    content_ = contentOf(windowSize_, extents.get());
+    content_ = contentOf(windowSize_, extents.numbers());
     ++layout_;
     const xcb_rectangle_t bounds = xcbRectangle(wholeOf(size()));
     xcb_xfixes_set_region(xcb, bounds_, 1, &bounds);

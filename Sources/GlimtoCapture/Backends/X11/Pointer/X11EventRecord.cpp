@@ -1,6 +1,8 @@
 #include "Backends/X11/Pointer/X11EventRecord.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -46,6 +48,25 @@ std::optional<X11RecordedEvent> recordedEvent(const xcb_button_press_event_t& ev
 }
 
 } // namespace
+
+std::vector<X11RecordedEvent> x11RecordedEvents(
+    const xcb_record_enable_context_reply_t& part, xcb_window_t root)
+{
+    std::vector<X11RecordedEvent> events;
+    if (part.category != fromServer)
+        return events;
+    const auto* data = xcb_record_enable_context_data(&part);
+    const std::size_t length = std::size_t{4} * part.length;
+    for (std::size_t at = 0; at + eventBytes <= length; at += eventBytes) {
+        xcb_button_press_event_t event;
+        std::memcpy(&event, data + at, sizeof event);
+        // Of another screen of the server; clicks do not say which.
+        const bool isElsewhere = event.root != XCB_NONE && event.root != root;
+        if (const auto recorded = recordedEvent(event); recorded && !isElsewhere)
+            events.push_back(*recorded);
+    }
+    return events;
+}
 
 std::unique_ptr<X11EventRecord> X11EventRecord::start()
 {
@@ -97,26 +118,9 @@ void X11EventRecord::takeParts(std::vector<X11RecordedEvent>& events)
             static_cast<xcb_record_enable_context_reply_t*>(reply));
         if (!part)
             throw x11Error(X11Failure::connectionLost, "The X server has ended the record of its events.");
-        read(*part, events);
+        std::ranges::move(x11RecordedEvents(*part, connection_->root()), std::back_inserter(events));
         reply = nullptr;
         error = nullptr;
-    }
-}
-
-void X11EventRecord::read(
-    xcb_record_enable_context_reply_t& reply, std::vector<X11RecordedEvent>& events) const
-{
-    if (reply.category != fromServer)
-        return;
-    const auto* data = xcb_record_enable_context_data(&reply);
-    const auto length = static_cast<std::size_t>(xcb_record_enable_context_data_length(&reply));
-    for (std::size_t at = 0; at + eventBytes <= length; at += eventBytes) {
-        xcb_button_press_event_t event;
-        std::memcpy(&event, data + at, sizeof event);
-        // Of another screen of the server; clicks do not say which.
-        const bool isElsewhere = event.root != XCB_NONE && event.root != connection_->root();
-        if (const auto recorded = recordedEvent(event); recorded && !isElsewhere)
-            events.push_back(*recorded);
     }
 }
 

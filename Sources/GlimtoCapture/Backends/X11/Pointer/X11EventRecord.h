@@ -10,6 +10,10 @@
 
 namespace glimto {
 
+// The pointer's events in a part of a record, as a server has answered with it, of the screen with this root.
+std::vector<X11RecordedEvent> x11RecordedEvents(
+    const xcb_record_enable_context_reply_t& part, xcb_window_t root);
+
 // What the pointers do, recorded by the server itself (X RECORD extension): every press, release and move
 // with the place where it happened, whoever gets the event or holds a grab; also the moves of a pointer
 // that a program sets down elsewhere, of which raw events do not tell.
@@ -35,7 +39,6 @@ public:
 private:
     X11EventRecord(std::unique_ptr<X11Connection> connection, unsigned sequence);
     void takeParts(std::vector<X11RecordedEvent>& events);
-    void read(xcb_record_enable_context_reply_t& reply, std::vector<X11RecordedEvent>& events) const;
 
     std::unique_ptr<X11Connection> connection_;
     unsigned sequence_; // of the request that the record is the answer to

@@ -1,6 +1,8 @@
 #include "Backends/X11/Pointer/X11PointerDevices.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <string_view>
 #include <utility>
 
@@ -100,7 +102,8 @@ void X11PointerDevices::readButtonMaps()
         if (!reply)
             continue;
         const auto* map = xcb_input_get_device_button_mapping_map(reply.get());
-        device->buttonMap.assign(map, map + xcb_input_get_device_button_mapping_map_length(reply.get()));
+        const auto arrived = std::min<std::size_t>(reply->map_size, std::size_t{4} * reply->length);
+        device->buttonMap.assign(map, map + arrived);
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <xcb/xcbext.h>
 
+#include "Backends/X11/Pointer/X11RawEvents.h"
 #include "Support/TimeStamps.h"
 
 namespace glimto {
@@ -27,40 +28,6 @@ struct EventMask {
 EventMask maskFor(xcb_input_device_id_t device, std::uint32_t mask)
 {
     return {.head = {.deviceid = device, .mask_len = 1}, .mask = mask};
-}
-
-bool isSet(const std::uint32_t* words, int count, std::uint32_t bit)
-{
-    const auto word = static_cast<int>(bit / 32);
-    return word < count && ((words[word] >> (bit % 32)) & 1U) != 0;
-}
-
-// The values stand in the order of the axes whose bits are set.
-std::vector<X11AxisValue> axisValues(const xcb_input_raw_button_press_event_t& event)
-{
-    const auto* mask = xcb_input_raw_button_press_valuator_mask(&event);
-    const int maskLength = xcb_input_raw_button_press_valuator_mask_length(&event);
-    const auto* numbers = xcb_input_raw_button_press_axisvalues(&event);
-    std::vector<X11AxisValue> values;
-    for (int axis = 0; axis < maskLength * 32; ++axis) {
-        if (isSet(mask, maskLength, static_cast<std::uint32_t>(axis)))
-            values.push_back({axis, x11Number(*numbers++)});
-    }
-    return values;
-}
-
-X11PointerAnswer answerFrom(X11PointerID pointer, const xcb_input_xi_query_pointer_reply_t& reply)
-{
-    constexpr int fractionBits = 16;
-    const auto* buttons = xcb_input_xi_query_pointer_buttons(&reply);
-    const int length = xcb_input_xi_query_pointer_buttons_length(&reply);
-    return {
-        .pointer = pointer,
-        .location = {static_cast<double>(reply.root_x >> fractionBits),
-            static_cast<double>(reply.root_y >> fractionBits)},
-        .leftIsDown = isSet(buttons, length, 1),
-        .rightIsDown = isSet(buttons, length, 3),
-    };
 }
 
 } // namespace
@@ -112,7 +79,7 @@ void X11PointerListener::startRecord()
 // Never mapped; its property changes only for the time stamps that the server puts on them.
 void X11PointerListener::makeClockWindow()
 {
-    clockWindow_ = xcb_generate_id(connection_->xcb());
+    clockWindow_ = X11Window(*connection_);
     const std::array<std::uint32_t, 2> values = {1, XCB_EVENT_MASK_PROPERTY_CHANGE};
     xcb_create_window(connection_->xcb(), 0, clockWindow_, connection_->root(), -1, -1, 1, 1, 0,
         XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK,
@@ -245,7 +212,7 @@ void X11PointerListener::addRaw(const xcb_input_raw_button_press_event_t& event)
         devices_.read();
     using Kind = X11PointerEvent::Kind;
     const auto& device = devices_.device(event.sourceid);
-    const auto values = axisValues(event);
+    const auto values = x11AxisValues(event);
     const std::int64_t now = hostTimeNanoseconds();
     X11PointerEvent made;
     made.pointer = event.deviceid;
@@ -286,7 +253,7 @@ void X11PointerListener::addTouch(const xcb_input_raw_button_press_event_t& even
     const auto& device = devices_.device(event.sourceid);
     if (!device.isTouchScreen)
         return;
-    const auto place = device.motion(axisValues(event), width_, height_);
+    const auto place = device.motion(x11AxisValues(event), width_, height_);
     const X11Touches::Touch touch
         = {.device = event.sourceid, .id = event.detail, .stamp = event.time, .x = place.x, .y = place.y};
     std::optional<X11RawAddition> addition;
@@ -344,7 +311,7 @@ bool X11PointerListener::receiveAnswers()
             static_cast<xcb_input_xi_query_pointer_reply_t*>(reply));
         ++question_->answeredCount;
         if (answer)
-            question_->answers.push_back(answerFrom(pointer, *answer));
+            question_->answers.push_back(x11PointerAnswer(pointer, *answer));
         else
             devicesAreOld_ = true;
     }

@@ -9,6 +9,7 @@
 #include <xcb/xinput.h>
 
 #include "Backends/X11/Connection/X11Connection.h"
+#include "Backends/X11/Connection/X11Resource.h"
 #include "Backends/X11/Pointer/X11EventRecord.h"
 #include "Backends/X11/Pointer/X11PlacedEvents.h"
 #include "Backends/X11/Pointer/X11PointerDevices.h"
@@ -95,7 +96,7 @@ private:
     X11ServerClock clock_;
     std::uint8_t inputOpcode_ = 0;
     bool hasTouches_ = false;
-    xcb_window_t clockWindow_ = XCB_NONE;
+    X11Window clockWindow_;
     int width_;
     int height_;
     bool devicesAreOld_ = true;

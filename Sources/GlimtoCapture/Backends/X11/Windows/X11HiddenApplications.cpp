@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Backends/X11/Connection/X11Property.h"
+#include "Backends/X11/Connection/X11WindowChildren.h"
 #include "Backends/X11/Windows/X11WindowDetails.h"
 
 namespace glimto {
@@ -118,9 +119,8 @@ std::vector<X11HiddenApplications::Client> X11HiddenApplications::clients(
                 client = {.window = each.window, .isSure = isClient};
             if (client.isSure || !tree)
                 continue;
-            const xcb_window_t* children = xcb_query_tree_children(tree.get());
-            for (int child = 0; child < xcb_query_tree_children_length(tree.get()); ++child)
-                next.push_back({.index = each.index, .window = children[child]});
+            for (const xcb_window_t child : x11WindowChildren(*tree))
+                next.push_back({.index = each.index, .window = child});
         }
         level = std::move(next);
     }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "Backends/X11/Connection/X11WindowChildren.h"
+
 namespace glimto {
 
 namespace {
@@ -34,9 +36,8 @@ void X11TopLevels::read()
     const auto tree = connection_.reply<xcb_query_tree_reply_t>(cookie);
     if (!tree)
         return;
-    const xcb_window_t* windows = xcb_query_tree_children(tree.get());
-    for (int index = 0; index < xcb_query_tree_children_length(tree.get()); ++index)
-        add(windows[index], {}, 0);
+    for (const xcb_window_t window : x11WindowChildren(*tree))
+        add(window, {}, 0);
 }
 
 void X11TopLevels::update()

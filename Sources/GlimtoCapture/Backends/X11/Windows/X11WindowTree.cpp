@@ -6,6 +6,7 @@
 #include <unordered_set>
 
 #include "Backends/X11/Connection/X11Property.h"
+#include "Backends/X11/Connection/X11WindowChildren.h"
 #include "Platform/Geometry.h"
 
 namespace glimto {
@@ -21,11 +22,6 @@ constexpr std::size_t maximumSearched = 20'000;
 constexpr std::uint32_t withdrawnState = 0; // WM_STATE, ICCCM section 4.1.3.1
 
 constexpr std::uint32_t maximumListBytes = 256 * 1024;
-
-std::span<const xcb_window_t> childrenOf(const xcb_query_tree_reply_t& tree)
-{
-    return {xcb_query_tree_children(&tree), static_cast<std::size_t>(xcb_query_tree_children_length(&tree))};
-}
 
 class TreeReader {
 public:
@@ -74,7 +70,7 @@ private:
             = X11Property::ask(connection_, root, atoms_.clientListStacking, maximumListBytes);
         const auto list = X11Property::ask(connection_, root, atoms_.clientList, maximumListBytes);
         if (const auto reply = connection_.reply<xcb_query_tree_reply_t>(tree)) {
-            for (const auto window : childrenOf(*reply))
+            for (const auto window : x11WindowChildren(*reply))
                 topLevels_.push_back({.window = window});
         }
         if (const auto reply = connection_.reply<xcb_get_geometry_reply_t>(geometry))
@@ -210,7 +206,7 @@ private:
             }
             if (!tree)
                 continue;
-            for (const auto child : childrenOf(*tree))
+            for (const auto child : x11WindowChildren(*tree))
                 next.push_back({child, level[index].topLevel});
         }
         std::erase_if(

@@ -1,0 +1,58 @@
+#include "Backends/X11/Pointer/X11RawEvents.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "Backends/X11/Pointer/X11PointerDevices.h"
+
+namespace glimto {
+
+namespace {
+
+// What every reply has on the wire before the part that `length` counts.
+constexpr std::size_t countedFrom = 32;
+
+bool isSet(std::span<const std::uint32_t> words, std::size_t bit)
+{
+    return bit / 32 < words.size() && ((words[bit / 32] >> (bit % 32)) & 1U) != 0;
+}
+
+} // namespace
+
+// The values stand in the order of the axes whose bits are set.
+std::vector<X11AxisValue> x11AxisValues(const xcb_input_raw_button_press_event_t& event)
+{
+    std::vector<X11AxisValue> values;
+    const std::size_t words = event.length;
+    if (event.valuators_len > words)
+        return values;
+    const std::span mask(xcb_input_raw_button_press_valuator_mask(&event), event.valuators_len);
+    const auto* numbers = reinterpret_cast<const xcb_input_fp3232_t*>(mask.data() + mask.size());
+    const std::size_t count = 4 * (words - mask.size()) / sizeof(xcb_input_fp3232_t);
+    for (std::size_t axis = 0; axis < 32 * mask.size() && values.size() < count; ++axis) {
+        if (isSet(mask, axis))
+            values.push_back({static_cast<int>(axis), x11Number(numbers[values.size()])});
+    }
+    return values;
+}
+
+X11PointerAnswer x11PointerAnswer(X11PointerID pointer, const xcb_input_xi_query_pointer_reply_t& reply)
+{
+    constexpr int fractionBits = 16;
+    constexpr std::size_t fixedWords = (sizeof reply - countedFrom) / 4;
+    std::span<const std::uint32_t> buttons;
+    if (reply.length > fixedWords)
+        buttons = {xcb_input_xi_query_pointer_buttons(&reply),
+            std::min<std::size_t>(reply.buttons_len, reply.length - fixedWords)};
+    return {
+        .pointer = pointer,
+        .location = {static_cast<double>(reply.root_x >> fractionBits),
+            static_cast<double>(reply.root_y >> fractionBits)},
+        .leftIsDown = isSet(buttons, 1),
+        .rightIsDown = isSet(buttons, 3),
+    };
+}
+
+} // namespace glimto
