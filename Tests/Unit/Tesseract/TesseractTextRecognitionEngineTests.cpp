@@ -150,6 +150,55 @@ TEST_F(TesseractTextRecognitionEngineTests, ReadsAListBesideAPageBeforeThePage)
         ElementsAre("Inbox", "Drafts", "Meeting moved to Thursday", "Invoice for April is ready"));
 }
 
+TEST_F(TesseractTextRecognitionEngineTests, ReadsATableInBoxesRowByRow)
+{
+    DrawnText drawn(560, 140, {0.12, 0.12, 0.12});
+    const std::vector<std::string> table
+        = {"┌──────────────┬────────────────────┬───────┐", "│ Tom Baker    │ Show hidden files  │ 806   │",
+            "│ Maria Keller │ Send statistics    │ 403   │", "└──────────────┴────────────────────┴───────┘"};
+    for (int line = 0; line < 4; ++line)
+        drawn.text(20, 20 + 19 * line, table[static_cast<std::size_t>(line)], 16, white, "DejaVu Sans Mono");
+    EXPECT_THAT(
+        linesIn(drawn), ElementsAre("Tom Baker Show hidden files 806", "Maria Keller Send statistics 403"));
+}
+
+TEST_F(TesseractTextRecognitionEngineTests, ReadsButtonsAndCheckBoxesWithoutTheirFrames)
+{
+    DrawnText drawn(400, 140, white);
+    const auto frame = [&drawn](int x, int y, int width, int height) {
+        drawn.rectangle(x, y, width, height, black);
+        drawn.rectangle(x + 1, y + 1, width - 2, height - 2, white);
+    };
+    frame(20, 24, 15, 15);
+    drawn.text(44, 22, "Show hidden files", 15, black);
+    frame(20, 70, 90, 32);
+    drawn.text(40, 76, "Apply", 15, black);
+    frame(130, 70, 90, 32);
+    drawn.text(150, 76, "Cancel", 15, black);
+    EXPECT_THAT(linesIn(drawn), ElementsAre("Show hidden files", "Apply Cancel"));
+}
+
+TEST_F(TesseractTextRecognitionEngineTests, SelectedWordsStayInTheirLine)
+{
+    DrawnText drawn(560, 60, white);
+    drawn.rectangle(156, 18, 110, 24, {0.2, 0.4, 0.65});
+    drawn.text(20, 20, "Please open the", 16, black);
+    drawn.text(160, 20, "second door", 16, white);
+    drawn.text(272, 20, "on the left side", 16, black);
+    EXPECT_THAT(linesIn(drawn), ElementsAre("Please open the second door on the left side"));
+}
+
+TEST_F(TesseractTextRecognitionEngineTests, WhatBecameOfTheTextIsToldWhenAskedFor)
+{
+    const VariableGuard guard("GLIMTO_CAPTURE_TEXT_DEBUG", "1");
+    DrawnText drawn(300, 60, white);
+    drawn.text(20, 20, "Hello World 123", 16, black);
+    testing::internal::CaptureStderr();
+    linesIn(drawn);
+    EXPECT_THAT(
+        testing::internal::GetCapturedStderr(), StartsWith("text: 1 rows, 0 of them not read; 0 graphics"));
+}
+
 TEST_F(TesseractTextRecognitionEngineTests, EmptyPictureHasNoText)
 {
     EXPECT_THAT(linesIn(DrawnText(300, 200, white)), IsEmpty());

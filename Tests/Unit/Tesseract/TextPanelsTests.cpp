@@ -7,6 +7,7 @@ namespace glimto {
 namespace {
 
 using testing::ElementsAre;
+using testing::UnorderedElementsAre;
 
 TEST(TextPanelsTests, BarComesBeforeListAndPageBelowIt)
 {
@@ -30,29 +31,62 @@ TEST(TextPanelsTests, WindowOverItsDesktopComesAfterIt)
     EXPECT_THAT(readingOrder({{100, 100, 300, 200}, {0, 0, 800, 600}}), ElementsAre(1, 0));
 }
 
-TEST(TextPanelsTests, SmallSurfaceBelongsToThePanelAroundIt)
-{
-    GrayPicture picture(400, 300);
-    picture.values.assign(picture.values.size(), 250);
-    FlatZones zones{{{{0, 0, 400, 300}, 118'000}, {{50, 50, 80, 20}, 1600}}, {}, picture.values};
-    zones.zoneOfPixel.assign(picture.values.size(), 0);
-    for (int y = 50; y < 70; ++y) {
-        for (int x = 50; x < 130; ++x)
-            zones.zoneOfPixel[picture.place(x, y)] = 1;
+// A page of one colour, and surfaces on it.
+struct Screen {
+    Screen() { zones.zoneOfPixel.assign(picture.values.size(), 0); }
+
+    void surface(const PixelRect& bounds, std::uint8_t gray)
+    {
+        for (int y = bounds.y; y < bounds.y + bounds.height; ++y) {
+            for (int x = bounds.x; x < bounds.x + bounds.width; ++x)
+                zones.zoneOfPixel[picture.place(x, y)] = static_cast<std::int32_t>(zones.zones.size());
+        }
+        zones.zones.push_back({bounds, std::int64_t{bounds.width} * bounds.height, gray});
     }
-    const TextPanels panels = findTextPanels(picture, zones, 10);
-    EXPECT_THAT(panels.bounds, ElementsAre(PixelRect{0, 0, 400, 300}));
-    EXPECT_EQ(panels.panelOfPixel[picture.place(60, 60)], 0);
+
+    std::vector<std::vector<PixelRect>> panels(const std::vector<PixelRect>& words) const
+    {
+        return wordsByPanel(picture, zones, words, 10);
+    }
+
+    GrayPicture picture{600, 400};
+    FlatZones zones{{{{0, 0, 600, 400}, 240'000, 250}}, {}, {}};
+};
+
+constexpr PixelRect onPage{20, 120, 40, 10};
+constexpr PixelRect beside{520, 120, 40, 10};
+constexpr PixelRect onSurface{220, 120, 40, 10};
+
+TEST(TextPanelsTests, ButtonBelongsToThePageAroundIt)
+{
+    Screen screen;
+    screen.surface({210, 110, 80, 30}, 200);
+    EXPECT_THAT(screen.panels({onPage, onSurface}), ElementsAre(UnorderedElementsAre(onPage, onSurface)));
 }
 
-TEST(TextPanelsTests, TooManyPanelsAreTakenAsOne)
+TEST(TextPanelsTests, WindowOverAPageIsReadByItself)
 {
-    GrayPicture picture(400, 300);
-    FlatZones zones{{{{0, 0, 400, 150}, 60'000}, {{0, 150, 400, 150}, 60'000}}, {}, picture.values};
-    zones.zoneOfPixel.assign(picture.values.size(), 0);
-    std::fill(zones.zoneOfPixel.begin() + 60'000, zones.zoneOfPixel.end(), 1);
-    EXPECT_EQ(findTextPanels(picture, zones, 2).bounds.size(), 2U);
-    EXPECT_EQ(findTextPanels(picture, zones, 1).bounds.size(), 1U);
+    Screen screen;
+    screen.surface({200, 80, 300, 200}, 200);
+    EXPECT_THAT(screen.panels({onPage, onSurface, beside}),
+        ElementsAre(UnorderedElementsAre(onPage, beside), ElementsAre(onSurface)));
+}
+
+TEST(TextPanelsTests, StripeWithoutTextBesideItBelongsToThePage)
+{
+    Screen screen;
+    screen.surface({200, 80, 300, 200}, 200);
+    const PixelRect above{20, 20, 40, 10};
+    EXPECT_THAT(screen.panels({above, onSurface}), ElementsAre(UnorderedElementsAre(above, onSurface)));
+}
+
+TEST(TextPanelsTests, CellsOfOneColourAreOnePanel)
+{
+    Screen screen;
+    screen.surface({10, 80, 200, 100}, 200);
+    screen.surface({212, 80, 200, 100}, 200);
+    EXPECT_THAT(screen.panels({onPage, onSurface, beside}),
+        ElementsAre(ElementsAre(beside), UnorderedElementsAre(onPage, onSurface)));
 }
 
 } // namespace

@@ -106,6 +106,7 @@ struct Candidate {
     int right = -1; // last pixel
     int bottom = -1;
     std::int64_t area = 0;
+    std::uint8_t gray = 0;
     std::int64_t onEdge = 0; // pixels on the edge of the bounds
 
     int width() const { return right - left + 1; }
@@ -140,7 +141,7 @@ std::vector<Candidate> candidatesOf(const GrayPicture& picture, std::vector<std:
             indexes[place] = noZone;
             if (size >= smallestArea) {
                 indexes[place] = static_cast<std::int32_t>(candidates.size());
-                candidates.emplace_back().area = size;
+                candidates.push_back({.area = size, .gray = picture.values[place]});
             }
         }
         areas[place] = indexes[root];
@@ -217,8 +218,8 @@ std::optional<FlatZones> findFlatZones(const GrayPicture& picture)
         if (!isSurface(candidate))
             continue;
         zoneOfCandidate[index] = static_cast<std::int32_t>(found.zones.size());
-        found.zones.push_back(
-            {{candidate.left, candidate.top, candidate.width(), candidate.height()}, candidate.area});
+        found.zones.push_back({{candidate.left, candidate.top, candidate.width(), candidate.height()},
+            candidate.area, candidate.gray});
         flatPixels += candidate.area;
     }
     if (flatPixels * 5 < static_cast<std::int64_t>(picture.values.size()))

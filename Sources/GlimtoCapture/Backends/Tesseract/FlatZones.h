@@ -13,6 +13,7 @@ namespace glimto {
 struct FlatZone {
     PixelRect bounds;
     std::int64_t area = 0; // pixels of the surface itself, without what stands on it
+    std::uint8_t gray = 0; // of its first pixel
 };
 
 // The surfaces of a picture of a screen, and which of them each pixel lies on.

@@ -1,12 +1,13 @@
 #include "Backends/Tesseract/TesseractTextRecognitionEngine.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 #include "Backends/Tesseract/GrayPicture.h"
 #include "Backends/Tesseract/PictureFile.h"
 #include "Backends/Tesseract/ScreenTextReader.h"
 #include "Backends/Tesseract/TextLanguages.h"
-#include "Backends/Tesseract/TextPictures.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -15,6 +16,17 @@ namespace {
 
 // A screen of 8K; what is larger is reduced first.
 constexpr std::size_t mostPixels = 40'000'000;
+
+// Set to anything, it makes the engine tell on standard error what became of the text it found.
+constexpr const char* debugVariable = "GLIMTO_CAPTURE_TEXT_DEBUG";
+
+void describe(const TextCounts& counts)
+{
+    std::fprintf(stderr,
+        "text: %zu rows, %zu of them not read; %zu graphics left out; %zu trials of languages%s\n",
+        counts.rows, counts.unreadRows, counts.graphics, counts.trials,
+        counts.isPlain ? "; the whole page read as it is" : "");
+}
 
 std::vector<std::string> installedLanguages()
 {
@@ -39,10 +51,10 @@ std::vector<TextObservation> TesseractTextRecognitionEngine::recognizeText(const
     const auto pixels = readPicture(image, codec_);
     ScreenTextReader reader(installedLanguages());
     std::vector<TextObservation> observations;
-    forEachTextPicture(grayPicture(*pixels, mostPixels), [&](const TextPicture& picture) {
-        for (auto& line : reader.read(picture))
-            observations.push_back({std::move(line.text)});
-    });
+    for (auto& line : reader.read(grayPicture(*pixels, mostPixels)))
+        observations.push_back({std::move(line.text)});
+    if (std::getenv(debugVariable))
+        describe(reader.counts());
     return observations;
 }
 

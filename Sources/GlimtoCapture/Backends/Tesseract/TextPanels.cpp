@@ -1,7 +1,10 @@
 #include "Backends/Tesseract/TextPanels.h"
 
 #include <algorithm>
-#include <map>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <iterator>
 #include <numeric>
 #include <utility>
 
@@ -14,72 +17,16 @@ constexpr int panelLongSide = 200;
 // Edges of neighbours may overlap by this much, as antialiased and rounded edges make them.
 constexpr int edgeOverlap = 4; // pixels
 
+struct Panel {
+    PixelRect bounds;
+    int gray = -1; // none: what lies on no panel
+    std::vector<PixelRect> words;
+};
+
 bool isPanel(const FlatZone& zone)
 {
     const auto [shorter, longer] = std::minmax(zone.bounds.width, zone.bounds.height);
     return shorter >= panelShortSide && longer >= panelLongSide;
-}
-
-using Borders = std::map<std::pair<std::int32_t, std::int32_t>, std::int64_t>;
-
-// How many pixels of each zone have a pixel of each other zone beside or below them.
-Borders bordersBetween(const GrayPicture& picture, const std::vector<std::int32_t>& zoneOfPixel)
-{
-    Borders borders;
-    const auto count = [&](std::size_t one, std::size_t other) {
-        const std::int32_t a = zoneOfPixel[one];
-        const std::int32_t b = zoneOfPixel[other];
-        if (a == b)
-            return;
-        ++borders[{a, b}];
-        ++borders[{b, a}];
-    };
-    for (int y = 0; y < picture.height; ++y) {
-        for (int x = 0; x < picture.width; ++x) {
-            const std::size_t place = picture.place(x, y);
-            if (x + 1 < picture.width)
-                count(place, place + 1);
-            if (y + 1 < picture.height)
-                count(place, picture.place(x, y + 1));
-        }
-    }
-    return borders;
-}
-
-// For each zone the zone that it belongs to: itself when it is a panel, else the neighbour that it has the
-// longest border with, or that one's. The smallest find their neighbours first.
-std::vector<std::int32_t> ownersOf(const GrayPicture& picture, const FlatZones& zones)
-{
-    const Borders borders = bordersBetween(picture, zones.zoneOfPixel);
-    std::vector<std::int32_t> owners(zones.zones.size());
-    std::iota(owners.begin(), owners.end(), 0);
-    const auto ownerOf = [&owners](std::int32_t zone) {
-        while (owners[static_cast<std::size_t>(zone)] != zone)
-            zone = owners[static_cast<std::size_t>(zone)];
-        return zone;
-    };
-
-    std::vector<std::int32_t> bySize = owners;
-    std::stable_sort(bySize.begin(), bySize.end(), [&zones](std::int32_t a, std::int32_t b) {
-        return zones.zones[static_cast<std::size_t>(a)].area < zones.zones[static_cast<std::size_t>(b)].area;
-    });
-    for (const auto zone : bySize) {
-        if (isPanel(zones.zones[static_cast<std::size_t>(zone)]))
-            continue;
-        std::int32_t neighbour = zone;
-        std::int64_t longest = 0;
-        for (auto border = borders.lower_bound({zone, 0});
-             border != borders.end() && border->first.first == zone; ++border) {
-            if (border->second > longest && ownerOf(border->first.second) != zone) {
-                longest = border->second;
-                neighbour = border->first.second;
-            }
-        }
-        owners[static_cast<std::size_t>(zone)] = ownerOf(neighbour);
-    }
-    for (auto& owner : owners)
-        owner = ownerOf(owner);
-    return owners;
 }
 
 PixelRect united(const PixelRect& a, const PixelRect& b)
@@ -90,9 +37,88 @@ PixelRect united(const PixelRect& a, const PixelRect& b)
         std::max(a.y + a.height, b.y + b.height) - top};
 }
 
-TextPanels onePanel(const GrayPicture& picture)
+bool isInside(const PixelRect& inner, const PixelRect& outer)
 {
-    return {{{0, 0, picture.width, picture.height}}, std::vector<std::int32_t>(picture.values.size())};
+    return intersection(inner, outer) == inner;
+}
+
+std::int64_t areaOf(const Panel& panel)
+{
+    return std::int64_t{panel.bounds.width} * panel.bounds.height;
+}
+
+// The panels, the smallest first; the last one is the whole picture.
+std::vector<Panel> panelsOf(const GrayPicture& picture, const FlatZones& zones)
+{
+    std::vector<Panel> panels = {{{0, 0, picture.width, picture.height}, -1, {}}};
+    for (const auto& zone : zones.zones) {
+        if (isPanel(zone))
+            panels.push_back({zone.bounds, zone.gray, {}});
+    }
+    std::stable_sort(
+        panels.begin(), panels.end(), [](const Panel& a, const Panel& b) { return areaOf(a) < areaOf(b); });
+    const auto whole
+        = std::find_if(panels.begin(), panels.end(), [](const Panel& panel) { return panel.gray < 0; });
+    std::rotate(whole, whole + 1, panels.end());
+    return panels;
+}
+
+// The panel that a word stands on: that of its surface, or the smallest one around it.
+Panel& panelOf(const PixelRect& word, const FlatZone& surface, std::vector<Panel>& panels)
+{
+    const bool stands = isPanel(surface);
+    return *std::find_if(panels.begin(), std::prev(panels.end()), [&](const Panel& panel) {
+        return stands ? panel.bounds == surface.bounds : isInside(word, panel.bounds);
+    });
+}
+
+// Joins panels of one colour that only a line parts, as the cells of a table.
+void joinCells(std::vector<Panel>& panels)
+{
+    constexpr int sameGray = 2; // gray values
+    for (auto panel = panels.begin(); panel != panels.end(); ++panel) {
+        const PixelRect around{panel->bounds.x - edgeOverlap, panel->bounds.y - edgeOverlap,
+            panel->bounds.width + 2 * edgeOverlap, panel->bounds.height + 2 * edgeOverlap};
+        const auto other = std::find_if(std::next(panel), panels.end(), [&](const Panel& candidate) {
+            return panel->gray >= 0 && candidate.gray >= 0
+                && std::abs(panel->gray - candidate.gray) <= sameGray
+                && !intersection(around, candidate.bounds).isEmpty();
+        });
+        if (other == panels.end())
+            continue;
+        other->bounds = united(other->bounds, panel->bounds);
+        other->words.insert(other->words.end(), panel->words.begin(), panel->words.end());
+        panel->words.clear();
+    }
+    std::erase_if(panels, [](const Panel& panel) { return panel.words.empty(); });
+}
+
+// Whether the words of `inner`, which stands on `outer`, are to be read together with those beside it.
+bool belongsTo(const Panel& inner, const Panel& outer, int letterHeight)
+{
+    if (!isInside(inner.bounds, outer.bounds))
+        return false;
+    if (2 * inner.bounds.height < 7 * letterHeight)
+        return true;
+    return std::none_of(outer.words.begin(), outer.words.end(), [&](const PixelRect& word) {
+        return word.y + word.height > inner.bounds.y && word.y < inner.bounds.y + inner.bounds.height;
+    });
+}
+
+// Joins panels with those that they stand on, the smallest first.
+void joinNested(std::vector<Panel>& panels, int letterHeight)
+{
+    std::stable_sort(
+        panels.begin(), panels.end(), [](const Panel& a, const Panel& b) { return areaOf(a) < areaOf(b); });
+    for (auto inner = panels.begin(); inner != panels.end(); ++inner) {
+        const auto outer = std::find_if(std::next(inner), panels.end(),
+            [&](const Panel& candidate) { return isInside(inner->bounds, candidate.bounds); });
+        if (outer == panels.end() || !belongsTo(*inner, *outer, letterHeight))
+            continue;
+        outer->words.insert(outer->words.end(), inner->words.begin(), inner->words.end());
+        inner->words.clear();
+    }
+    std::erase_if(panels, [](const Panel& panel) { return panel.words.empty(); });
 }
 
 // Cuts `indexes` where one side of a line has only bounds that end before all others begin.
@@ -147,38 +173,26 @@ std::vector<std::size_t> readingOrder(const std::vector<PixelRect>& bounds)
     return order;
 }
 
-TextPanels findTextPanels(const GrayPicture& picture, const FlatZones& zones, std::size_t mostPanels)
+std::vector<std::vector<PixelRect>> wordsByPanel(
+    const GrayPicture& picture, const FlatZones& zones, const std::vector<PixelRect>& words, int letterHeight)
 {
-    const std::vector<std::int32_t> owners = ownersOf(picture, zones);
-    std::vector<std::int32_t> panelOfZone(owners.size(), -1);
-    std::vector<PixelRect> bounds;
-    for (std::size_t zone = 0; zone < owners.size(); ++zone) {
-        std::int32_t& panel = panelOfZone[static_cast<std::size_t>(owners[zone])];
-        if (panel < 0) {
-            panel = static_cast<std::int32_t>(bounds.size());
-            bounds.push_back(zones.zones[zone].bounds);
-        } else {
-            PixelRect& whole = bounds[static_cast<std::size_t>(panel)];
-            whole = united(whole, zones.zones[zone].bounds);
-        }
+    std::vector<Panel> panels = panelsOf(picture, zones);
+    for (const auto& word : words) {
+        const auto surface = static_cast<std::size_t>(
+            zones.zoneOfPixel[picture.place(word.x + word.width / 2, word.y + word.height / 2)]);
+        panelOf(word, zones.zones[surface], panels).words.push_back(word);
     }
-    if (bounds.size() > mostPanels)
-        return onePanel(picture);
+    std::erase_if(panels, [](const Panel& panel) { return panel.words.empty(); });
+    joinCells(panels);
+    joinNested(panels, letterHeight);
 
-    const std::vector<std::size_t> order = readingOrder(bounds);
-    std::vector<std::int32_t> rank(order.size());
-    TextPanels panels;
-    for (std::size_t position = 0; position < order.size(); ++position) {
-        rank[order[position]] = static_cast<std::int32_t>(position);
-        panels.bounds.push_back(bounds[order[position]]);
-    }
-    panels.panelOfPixel.reserve(zones.zoneOfPixel.size());
-    for (const auto zone : zones.zoneOfPixel) {
-        const std::int32_t owner = owners[static_cast<std::size_t>(zone)];
-        panels.panelOfPixel.push_back(
-            rank[static_cast<std::size_t>(panelOfZone[static_cast<std::size_t>(owner)])]);
-    }
-    return panels;
+    std::vector<PixelRect> bounds;
+    for (const auto& panel : panels)
+        bounds.push_back(panel.bounds);
+    std::vector<std::vector<PixelRect>> ordered;
+    for (const std::size_t index : readingOrder(bounds))
+        ordered.push_back(std::move(panels[index].words));
+    return ordered;
 }
 
 } // namespace glimto

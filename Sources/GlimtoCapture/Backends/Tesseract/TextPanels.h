@@ -7,16 +7,13 @@
 
 namespace glimto {
 
-// Parts of a picture whose text belongs together: a bar, a list at the side, a page.
-struct TextPanels {
-    // In reading order: from top to bottom, from left to right where they stand side by side.
-    std::vector<PixelRect> bounds;
-    std::vector<std::int32_t> panelOfPixel; // index into `bounds`
-};
-
-// Every surface that is large enough for a panel is one; buttons, marked words and the like belong to the
-// panel that they stand on. A picture with more than `mostPanels` of them is taken as one panel.
-TextPanels findTextPanels(const GrayPicture& picture, const FlatZones& zones, std::size_t mostPanels);
+// The words of a screen by the parts of it that belong together, a bar, a list at the side, a page, in
+// reading order: from top to bottom, from left to right where they stand side by side.
+//
+// Every surface that is large enough for a panel is one, unless it stands on another one that has no words
+// beside it; buttons, marked words and the like belong to the panel that they stand on.
+std::vector<std::vector<PixelRect>> wordsByPanel(const GrayPicture& picture, const FlatZones& zones,
+    const std::vector<PixelRect>& words, int letterHeight);
 
 // The order in which panels with these bounds are read.
 std::vector<std::size_t> readingOrder(const std::vector<PixelRect>& bounds);

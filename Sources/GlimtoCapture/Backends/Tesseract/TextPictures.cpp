@@ -2,29 +2,28 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <new>
 #include <numeric>
-#include <optional>
 #include <utility>
 #include <vector>
 
 #include <leptonica/allheaders.h>
 
 #include "Backends/Tesseract/FlatZones.h"
-#include "Backends/Tesseract/TextColumns.h"
+#include "Backends/Tesseract/ReadingOrder.h"
+#include "Backends/Tesseract/TextGlyphs.h"
 #include "Backends/Tesseract/TextPanels.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr std::size_t mostPanels = 40;
 constexpr std::uint8_t white = 255;
 // Contrast is measured in tiles with their neighbours; below this it is noise and is not made stronger.
 constexpr int contrastTile = 32; // pixels
 constexpr int leastContrast = 40; // gray values
 constexpr std::uint8_t inkBelow = 128;
-constexpr int margin = 10; // pixels of white around the text
 
 PixHandle owned(Pix* picture)
 {
@@ -94,110 +93,79 @@ GrayPicture lightOnTheWhole(GrayPicture picture)
     return picture;
 }
 
-// What belongs to the panel, white where its bounds hold others. Null when there is nothing on it.
-PixHandle panelPixels(const GrayPicture& picture, const TextPanels& panels, std::size_t panel)
+PixHandle pixelsOf(const GrayPicture& picture)
 {
-    const PixelRect bounds = panels.bounds[panel];
-    PixHandle pixels = owned(pixCreate(bounds.width, bounds.height, 8));
-    pixSetAll(pixels.get());
-    bool hasInk = false;
+    PixHandle pixels = owned(pixCreate(picture.width, picture.height, 8));
     const int wordsPerRow = pixGetWpl(pixels.get());
     l_uint32* row = pixGetData(pixels.get());
-    for (int y = bounds.y; y < bounds.y + bounds.height; ++y, row += wordsPerRow) {
-        for (int x = bounds.x; x < bounds.x + bounds.width; ++x) {
-            const std::size_t place = picture.place(x, y);
-            if (panels.panelOfPixel[place] != static_cast<std::int32_t>(panel))
-                continue;
-            SET_DATA_BYTE(row, x - bounds.x, picture.values[place]);
-            hasInk = hasInk || picture.values[place] < inkBelow;
-        }
+    for (int y = 0; y < picture.height; ++y, row += wordsPerRow) {
+        for (int x = 0; x < picture.width; ++x)
+            SET_DATA_BYTE(row, x, picture.values[picture.place(x, y)]);
     }
-    return hasInk ? std::move(pixels) : nullptr;
+    return pixels;
 }
 
-// The middle height of what is as high as letters may be, in pixels; absent when there is nothing.
-std::optional<int> letterHeight(Pix* ink)
+// A part of the picture, its darkest ink made black.
+PixHandle strongest(Pix* pixels, const PixelRect& area)
 {
-    const BoxaHandle boxes(pixConnCompBB(ink, 8));
-    std::vector<int> heights;
-    for (int index = 0; boxes && index < boxaGetCount(boxes.get()); ++index) {
-        l_int32 width = 0;
-        l_int32 height = 0;
-        boxaGetBoxGeometry(boxes.get(), index, nullptr, nullptr, &width, &height);
-        if (height >= 4 && height <= 80 && width <= 4 * height && height <= 8 * width)
-            heights.push_back(height);
-    }
-    if (heights.empty())
-        return std::nullopt;
-    const auto middle = heights.begin() + static_cast<std::ptrdiff_t>(heights.size() / 2);
-    std::nth_element(heights.begin(), middle, heights.end());
-    return *middle;
-}
-
-// Letters of some 10 to 30 pixels read best.
-double enlargement(int letterHeight)
-{
-    return letterHeight < 12 ? 2 : 1;
-}
-
-TextPicture enlarged(PixHandle pixels, double scale)
-{
-    constexpr int longestSide = 32'000; // pixels, which Tesseract counts in 16 bits
-    const int side = std::max(pixGetWidth(pixels.get()), pixGetHeight(pixels.get()));
-    if (scale == 1 || side * scale > longestSide)
-        return {std::move(pixels), 1};
-    const auto factor = static_cast<l_float32>(scale);
-    return {owned(pixScaleGrayLI(pixels.get(), factor, factor)), scale};
-}
-
-// `area` of the picture, white all around.
-PixHandle part(Pix* pixels, const PixelRect& area)
-{
-    PixHandle result = owned(pixCreate(area.width + 2 * margin, area.height + 2 * margin, 8));
-    pixSetAll(result.get());
-    pixRasterop(result.get(), margin, margin, area.width, area.height, PIX_SRC, pixels, area.x, area.y);
-    return result;
-}
-
-void consumeColumns(Pix* pixels, const std::function<void(const TextPicture& picture)>& consume)
-{
-    const PixHandle ink = owned(pixThresholdToBinary(pixels, inkBelow));
-    const auto height = letterHeight(ink.get());
-    if (!height)
-        return;
-    // The faint edges of letters belong to them.
-    constexpr int edge = 2;
-    for (const auto& column : findTextColumns(ink.get(), *height)) {
-        const PixelRect grown{
-            column.x - edge, column.y - edge, column.width + 2 * edge, column.height + 2 * edge};
-        const PixelRect area = intersection(grown, {0, 0, pixGetWidth(pixels), pixGetHeight(pixels)});
-        consume(enlarged(part(pixels, area), enlargement(*height)));
-    }
+    PixHandle part = owned(pixCreate(area.width, area.height, 8));
+    pixSetAll(part.get());
+    pixRasterop(part.get(), 0, 0, area.width, area.height, PIX_SRC, pixels, area.x, area.y);
+    l_int32 darkest = 0;
+    pixGetExtremeValue(part.get(), 1, L_SELECT_MIN, nullptr, nullptr, nullptr, &darkest);
+    if (darkest > 0)
+        pixGammaTRC(part.get(), part.get(), 1.0F, darkest, white);
+    return part;
 }
 
 } // namespace
 
-void forEachTextPicture(
-    const GrayPicture& picture, const std::function<void(const TextPicture& picture)>& consume)
+std::optional<TextScreen> textScreen(const GrayPicture& picture)
 {
     const auto zones = findFlatZones(picture);
-    const GrayPicture text = zones ? blackOnWhite(picture, zones->background) : lightOnTheWhole(picture);
-    const TextPanels panels = zones ? findTextPanels(picture, *zones, mostPanels)
-                                    : TextPanels{{{0, 0, picture.width, picture.height}},
-                                        std::vector<std::int32_t>(picture.values.size())};
-    for (std::size_t panel = 0; panel < panels.bounds.size(); ++panel) {
-        if (const PixHandle pixels = panelPixels(text, panels, panel))
-            consumeColumns(pixels.get(), consume);
+    if (!zones)
+        return std::nullopt;
+    TextScreen screen{pixelsOf(blackOnWhite(picture, zones->background)), {}, 0};
+    const TextGlyphs glyphs = takeGlyphs(screen.pixels.get());
+    screen.graphics = glyphs.graphics;
+    const auto words = findWords(glyphs.bounds, glyphs.letterHeight);
+    for (const auto& panel : wordsByPanel(picture, *zones, words, glyphs.letterHeight)) {
+        auto rows = rowsInReadingOrder(panel, glyphs.rules, glyphs.letterHeight);
+        std::move(rows.begin(), rows.end(), std::back_inserter(screen.rows));
     }
+    return screen;
 }
 
-TextPicture sampleOf(const TextPicture& picture)
+PixHandle plainPicture(const GrayPicture& picture)
 {
-    constexpr int samplePixels = 400'000;
-    constexpr int lowest = 100; // pixels
-    const int width = pixGetWidth(picture.pixels.get());
-    const int height = std::min(pixGetHeight(picture.pixels.get()), std::max(lowest, samplePixels / width));
-    return {part(picture.pixels.get(), {0, 0, width, height}), picture.scale};
+    return pixelsOf(lightOnTheWhole(picture));
+}
+
+PixHandle rowPicture(Pix* pixels, const TextRow& row)
+{
+    constexpr int edge = 1; // the faint edges of letters belong to them
+    const int height = row.bottom - row.top;
+    const int margin = std::max(4, height / 3);
+    const int widestGap = height; // wider white makes Tesseract overlook that between words
+
+    std::vector<int> places;
+    int reached = row.words.front().x; // in the picture
+    int shift = margin - reached;
+    for (const auto& word : row.words) {
+        shift -= std::max(0, word.x - reached - widestGap);
+        places.push_back(word.x + shift);
+        reached = std::max(reached, word.x + word.width);
+    }
+    PixHandle result = owned(pixCreate(reached + shift + margin, height + 2 * margin, 8));
+    pixSetAll(result.get());
+    for (std::size_t index = 0; index < row.words.size(); ++index) {
+        const PixelRect& word = row.words[index];
+        const PixelRect area{word.x - edge, word.y - edge, word.width + 2 * edge, word.height + 2 * edge};
+        pixRasterop(result.get(), places[index] - edge, margin + area.y - row.top, area.width, area.height,
+            PIX_SRC & PIX_DST, strongest(pixels, area).get(), 0, 0);
+    }
+    constexpr int wellRead = 24; // pixels
+    return height >= wellRead ? std::move(result) : owned(pixScaleGrayLI(result.get(), 2, 2));
 }
 
 } // namespace glimto

@@ -1,25 +1,30 @@
 #pragma once
 
-#include <functional>
+#include <cstddef>
+#include <optional>
+#include <vector>
 
 #include "Backends/Tesseract/GrayPicture.h"
 #include "Backends/Tesseract/Leptonica.h"
+#include "Backends/Tesseract/TextRows.h"
 
 namespace glimto {
 
-// A picture of black text on white, 8 bits a pixel, ready to be recognized.
-struct TextPicture {
+// A screen, black on white, 8 bits a pixel.
+struct TextScreen {
     PixHandle pixels;
-    double scale = 1; // enlarged by this
+    std::vector<TextRow> rows; // in reading order
+    std::size_t graphics = 0; // what was taken out: frames, rules, icons
 };
 
-// Gives `consume` the text of a picture of a screen, column by column of each panel in reading order: light
-// text on dark is turned dark on light, faint text is made strong, small text is enlarged. What has nothing
-// on it is left out. Each picture lives only as long as the call.
-void forEachTextPicture(
-    const GrayPicture& picture, const std::function<void(const TextPicture& picture)>& consume);
+// Light text on dark is turned dark on light, faint text is made strong, what looks like no letters is
+// painted over. Absent when there are no surfaces that text could stand on: a photograph, a scanned page.
+std::optional<TextScreen> textScreen(const GrayPicture& picture);
 
-// The top of the picture: enough text to tell its language from.
-TextPicture sampleOf(const TextPicture& picture);
+// The picture as it is, but turned light when it is dark on the whole.
+PixHandle plainPicture(const GrayPicture& picture);
+
+// One row, and white around it, in a size that reads well. Wide white inside of it is made narrower.
+PixHandle rowPicture(Pix* pixels, const TextRow& row);
 
 } // namespace glimto

@@ -8,7 +8,6 @@
 #include <tesseract/baseapi.h>
 #include <tesseract/resultiterator.h>
 
-#include "Platform/Geometry.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -36,38 +35,10 @@ bool isLetterOrDigit(char character)
 bool looksLikeText(const RecognizedLine& line)
 {
     constexpr std::ptrdiff_t fewCharacters = 3;
-    constexpr float sureOfFew = 50;
+    constexpr float sureOfFew = 40;
     constexpr float sureOfMany = 10;
     const auto characters = std::count_if(line.text.begin(), line.text.end(), isLetterOrDigit);
     return line.confidence >= (characters <= fewCharacters ? sureOfFew : sureOfMany);
-}
-
-// Icons, bullets and check boxes are about as wide as high.
-bool isWord(const PixelRect& line)
-{
-    return line.width >= 2 * line.height;
-}
-
-// Whether most lines that have words beside them stand in one row with those.
-bool areFields(std::vector<PixelRect> lines)
-{
-    constexpr int fewestCovered = 70; // percent of the height of the lower one of two lines in a row
-    std::erase_if(lines, [](const PixelRect& line) { return !isWord(line); });
-    std::size_t beside = 0;
-    std::size_t inRow = 0;
-    for (const auto& line : lines) {
-        int mostCovered = 0;
-        for (const auto& other : lines) {
-            const bool apart = other.x >= line.x + line.width || line.x >= other.x + other.width;
-            const int covered
-                = std::min(line.y + line.height, other.y + other.height) - std::max(line.y, other.y);
-            if (apart)
-                mostCovered = std::max(mostCovered, 100 * covered / std::min(line.height, other.height));
-        }
-        beside += mostCovered > 0;
-        inRow += mostCovered >= fewestCovered;
-    }
-    return beside > 0 && 3 * inRow >= 2 * beside;
 }
 
 std::string textOf(const tesseract::ResultIterator& line)
@@ -92,51 +63,22 @@ TextReader::TextReader(const std::vector<std::string>& languages)
 
 TextReader::~TextReader() = default;
 
-std::vector<RecognizedLine> TextReader::read(const TextPicture& picture)
+RecognizedLine TextReader::readLine(Pix* picture)
 {
-    show(picture, tesseract::PSM_AUTO);
-    // The analysis of pages takes aligned words for columns, as in tables, logs and source code.
-    if (isSplitIntoFields())
-        show(picture, tesseract::PSM_SINGLE_BLOCK);
-    auto lines = recognizedLines();
-    if (!lines.empty())
-        return lines;
-    // The analysis of pages passes over a single word; looking for any sees words in icons, too.
-    constexpr float sureOfAny = 75;
-    show(picture, tesseract::PSM_SPARSE_TEXT);
-    lines = recognizedLines();
-    std::erase_if(lines, [](const RecognizedLine& line) { return line.confidence < sureOfAny; });
-    return lines;
+    const auto lines = recognizedLines(picture, tesseract::PSM_SINGLE_LINE);
+    return lines.empty() ? RecognizedLine{} : lines.front();
 }
 
-void TextReader::show(const TextPicture& picture, int pageSegmentation)
+std::vector<RecognizedLine> TextReader::readPage(Pix* picture)
 {
-    api_->SetPageSegMode(static_cast<tesseract::PageSegMode>(pageSegmentation));
-    api_->SetImage(picture.pixels.get());
+    return recognizedLines(picture, tesseract::PSM_AUTO);
 }
 
-// Whether the analysis of the page finds lines side by side that continue each other. Recognizing goes on
-// from the analysis, so that it is not made twice.
-bool TextReader::isSplitIntoFields()
-{
-    const std::unique_ptr<tesseract::PageIterator> line(api_->AnalyseLayout());
-    if (!line)
-        return false;
-    std::vector<PixelRect> bounds;
-    do {
-        int left = 0;
-        int top = 0;
-        int right = 0;
-        int bottom = 0;
-        if (line->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom))
-            bounds.push_back({left, top, right - left, bottom - top});
-    } while (line->Next(tesseract::RIL_TEXTLINE));
-    return areFields(bounds);
-}
-
-std::vector<RecognizedLine> TextReader::recognizedLines()
+std::vector<RecognizedLine> TextReader::recognizedLines(Pix* picture, int pageSegmentation)
 {
     std::vector<RecognizedLine> lines;
+    api_->SetPageSegMode(static_cast<tesseract::PageSegMode>(pageSegmentation));
+    api_->SetImage(picture);
     if (api_->Recognize(nullptr) != 0)
         return lines;
     const std::unique_ptr<tesseract::ResultIterator> line(api_->GetIterator());

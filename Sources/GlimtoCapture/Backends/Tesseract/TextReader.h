@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Backends/Tesseract/TextPictures.h"
+struct Pix;
 
 namespace tesseract {
 class TessBaseAPI;
@@ -26,14 +26,14 @@ public:
     explicit TextReader(const std::vector<std::string>& languages);
     ~TextReader();
 
-    // Lines from top to bottom, fields that stand side by side as one line; what looks like no text is left
-    // out. The picture has one column.
-    std::vector<RecognizedLine> read(const TextPicture& picture);
+    // A picture of one line; empty text when there is nothing that looks like text.
+    RecognizedLine readLine(Pix* picture);
+
+    // The lines of a whole page as Tesseract finds them, what looks like text only.
+    std::vector<RecognizedLine> readPage(Pix* picture);
 
 private:
-    void show(const TextPicture& picture, int pageSegmentation);
-    bool isSplitIntoFields();
-    std::vector<RecognizedLine> recognizedLines();
+    std::vector<RecognizedLine> recognizedLines(Pix* picture, int pageSegmentation);
 
     std::unique_ptr<tesseract::TessBaseAPI> api_;
 };

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Installs what benchmark_families.py draws with and reads: fonts, a browser, three languages beside English.
+set -euo pipefail
+as_root=()
+[ "$(id -u)" -eq 0 ] || as_root=(sudo -n)
+"${as_root[@]}" apt-get install --yes --no-install-recommends chromium tesseract-ocr tesseract-ocr-eng \
+    tesseract-ocr-deu tesseract-ocr-fra tesseract-ocr-spa fonts-dejavu-core fonts-urw-base35 fonts-noto-mono \
+    fonts-firacode fonts-liberation2 fonts-roboto fonts-open-sans fonts-lato fonts-cantarell fonts-hack \
+    fonts-inconsolata fonts-jetbrains-mono fonts-crosextra-carlito

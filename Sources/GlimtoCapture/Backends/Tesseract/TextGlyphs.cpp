@@ -1,0 +1,250 @@
+#include "Backends/Tesseract/TextGlyphs.h"
+
+#include <algorithm>
+#include <new>
+
+#include <leptonica/allheaders.h>
+
+#include "Backends/Tesseract/Leptonica.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr int inkBelow = 178; // faint words beside strong ones count, too
+constexpr l_uint32 white = 255;
+constexpr int lowestLetter = 4; // pixels
+constexpr int highestLetter = 160;
+// In heights of letters.
+constexpr int ruleLength = 7;
+constexpr int uprightRuleLength = 4;
+constexpr int pictureHeight = 7;
+
+PixHandle owned(Pix* picture)
+{
+    if (!picture)
+        throw std::bad_alloc();
+    return PixHandle(picture);
+}
+
+PixelRect boundsOf(Boxa* boxes, int index)
+{
+    PixelRect bounds;
+    boxaGetBoxGeometry(boxes, index, &bounds.x, &bounds.y, &bounds.width, &bounds.height);
+    return bounds;
+}
+
+std::vector<PixelRect> boundsOf(Boxa* boxes)
+{
+    std::vector<PixelRect> bounds;
+    for (int index = 0; boxes && index < boxaGetCount(boxes); ++index)
+        bounds.push_back(boundsOf(boxes, index));
+    return bounds;
+}
+
+// The middle height of what has the shape of a letter; 0 when there is nothing.
+int middleHeight(const std::vector<PixelRect>& parts)
+{
+    std::vector<int> heights;
+    for (const auto& part : parts) {
+        if (part.height >= lowestLetter && part.height <= highestLetter && part.width <= 4 * part.height
+            && part.height <= 8 * part.width)
+            heights.push_back(part.height);
+    }
+    if (heights.empty())
+        return 0;
+    const auto middle = heights.begin() + static_cast<std::ptrdiff_t>(heights.size() / 2);
+    std::nth_element(heights.begin(), middle, heights.end());
+    return *middle;
+}
+
+// Takes long thin runs out of `ink`: what is left of an opening along them.
+std::vector<PixelRect> takeRules(Pix* pixels, Pix* ink, int length, int thickest, bool upright)
+{
+    const PixHandle runs
+        = owned(upright ? pixOpenBrick(nullptr, ink, 1, length) : pixOpenBrick(nullptr, ink, length, 1));
+    const BoxaHandle boxes(pixConnCompBB(runs.get(), 8));
+    std::vector<PixelRect> rules;
+    for (const auto& rule : boundsOf(boxes.get())) {
+        if ((upright ? rule.width : rule.height) > thickest)
+            continue;
+        rules.push_back(rule);
+        pixRasterop(ink, rule.x, rule.y, rule.width, rule.height, PIX_CLR, nullptr, 0, 0);
+        pixRasterop(pixels, rule.x, rule.y, rule.width, rule.height, PIX_SET, nullptr, 0, 0);
+    }
+    return rules;
+}
+
+bool contains(const PixelRect& outer, const PixelRect& inner)
+{
+    return inner.x > outer.x && inner.y > outer.y && inner.x + inner.width < outer.x + outer.width
+        && inner.y + inner.height < outer.y + outer.height;
+}
+
+PixelRect grown(const PixelRect& rect, int by)
+{
+    return {rect.x - by, rect.y - by, rect.width + 2 * by, rect.height + 2 * by};
+}
+
+// Whether there is other ink close by at the left or the right, as in a word.
+bool hasNeighbour(const PixelRect& part, const std::vector<PixelRect>& parts, int letterHeight)
+{
+    const PixelRect around{part.x - letterHeight / 2, part.y, part.width + letterHeight / 2 * 2, part.height};
+    return std::any_of(parts.begin(), parts.end(), [&](const PixelRect& other) {
+        return intersection(part, other).isEmpty() && !intersection(around, other).isEmpty();
+    });
+}
+
+// What is left of rules where they cross or end: small parts, corners, and upright sides of what is open.
+bool isRemnant(const PixelRect& part, const std::vector<PixelRect>& parts,
+    const std::vector<PixelRect>& rules, int letterHeight)
+{
+    constexpr int edge = 2; // pixels
+    const int larger = std::max(part.width, part.height);
+    const bool isSmall = 2 * larger < letterHeight
+        || (4 * larger < 5 * letterHeight && !hasNeighbour(part, parts, letterHeight));
+    const bool isSide = part.height >= 2 * letterHeight && 2 * part.width <= letterHeight;
+    return (isSmall || isSide) && std::any_of(rules.begin(), rules.end(), [&](const PixelRect& rule) {
+        return !intersection(part, grown(rule, isSide ? std::max(edge, letterHeight / 3) : edge)).isEmpty();
+    });
+}
+
+// A stroke of a table's upright line, which the lines of text part: it crosses the place of a rule, and
+// others stand above and below.
+bool isStroke(const PixelRect& part, const std::vector<PixelRect>& parts, const std::vector<PixelRect>& rules,
+    int letterHeight)
+{
+    const auto isUpright = [letterHeight](const PixelRect& shape) {
+        return 5 * shape.height >= 8 * letterHeight && 3 * shape.width <= std::max(6, letterHeight);
+    };
+    return isUpright(part) && std::any_of(rules.begin(), rules.end(), [&](const PixelRect& rule) {
+        return rule.width > rule.height && rule.x <= part.x + letterHeight
+            && part.x <= rule.x + rule.width + letterHeight;
+    }) && std::count_if(parts.begin(), parts.end(), [&](const PixelRect& other) {
+        return isUpright(other) && other.x - part.x <= 1 && part.x - other.x <= 1;
+    }) >= 3;
+}
+
+int inkIn(Pix* shape, const PixelRect& area)
+{
+    Box* box = boxCreate(area.x, area.y, area.width, area.height);
+    l_int32 count = 0;
+    pixCountPixelsInRect(shape, box, &count, nullptr);
+    boxDestroy(&box);
+    return count;
+}
+
+// Whether ink runs along all four sides, but for `corner` pixels at their ends.
+bool hasFourSides(const PixelRect& part, Pix* shape, int corner)
+{
+    constexpr int edge = 2; // pixels
+    const int along = part.width - 2 * corner;
+    const int down = part.height - 2 * corner;
+    return inkIn(shape, {0, 0, part.width, edge}) >= along
+        && inkIn(shape, {0, part.height - edge, part.width, edge}) >= along
+        && inkIn(shape, {0, 0, edge, part.height}) >= down
+        && inkIn(shape, {part.width - edge, 0, edge, part.height}) >= down;
+}
+
+bool holdsLetters(const PixelRect& part, const std::vector<PixelRect>& parts, int letterHeight)
+{
+    return std::any_of(parts.begin(), parts.end(),
+        [&](const PixelRect& other) { return 2 * other.height > letterHeight && contains(part, other); });
+}
+
+// A button, a field with or without something in it, a check box.
+bool isFrame(const PixelRect& part, const std::vector<PixelRect>& parts, Pix* shape, int letterHeight)
+{
+    const int side = std::min(part.width, part.height);
+    if (side <= letterHeight || !hasFourSides(part, shape, std::min(side / 3, letterHeight)))
+        return false;
+    return part.width > 4 * part.height || holdsLetters(part, parts, letterHeight)
+        || (hasFourSides(part, shape, side / 8) && !hasNeighbour(part, parts, letterHeight));
+}
+
+// Whether a part of the ink is no letter: too large, or drawn around letters.
+bool isGraphic(const PixelRect& part, const std::vector<PixelRect>& parts, int letterHeight)
+{
+    return part.height > pictureHeight * letterHeight || part.width > 2 * pictureHeight * letterHeight
+        || part.height > highestLetter
+        || (2 * part.height > 3 * letterHeight && holdsLetters(part, parts, letterHeight));
+}
+
+// Ink by its connected parts.
+class InkParts {
+public:
+    explicit InkParts(Pix* ink)
+    {
+        const BoxaHandle boxes(pixConnComp(ink, &shapes_, 8));
+        bounds = boundsOf(boxes.get());
+    }
+    ~InkParts() { pixaDestroy(&shapes_); }
+    InkParts(const InkParts&) = delete;
+    InkParts& operator=(const InkParts&) = delete;
+
+    PixHandle shape(std::size_t index) const
+    {
+        return owned(pixaGetPix(shapes_, static_cast<l_int32>(index), L_CLONE));
+    }
+
+    std::vector<PixelRect> bounds;
+
+private:
+    Pixa* shapes_ = nullptr;
+};
+
+// Takes away what is drawn around buttons, fields and pictures, and check boxes. Returns their number.
+std::size_t takeFrames(Pix* pixels, Pix* ink, const InkParts& parts, int letterHeight)
+{
+    std::size_t taken = 0;
+    for (std::size_t index = 0; index < parts.bounds.size(); ++index) {
+        const PixelRect& part = parts.bounds[index];
+        const PixHandle shape = parts.shape(index);
+        if (!isFrame(part, parts.bounds, shape.get(), letterHeight))
+            continue;
+        ++taken;
+        pixSetMaskedGeneral(pixels, shape.get(), white, part.x, part.y);
+        pixRasterop(
+            ink, part.x, part.y, part.width, part.height, PIX_DST & PIX_NOT(PIX_SRC), shape.get(), 0, 0);
+    }
+    return taken;
+}
+
+} // namespace
+
+TextGlyphs takeGlyphs(Pix* pixels)
+{
+    TextGlyphs glyphs;
+    const PixHandle ink = owned(pixThresholdToBinary(pixels, inkBelow));
+    int height = 0;
+    {
+        const InkParts parts(ink.get());
+        height = middleHeight(parts.bounds);
+        if (height == 0)
+            return glyphs;
+        glyphs.graphics = takeFrames(pixels, ink.get(), parts, height);
+    }
+
+    const int thickest = std::max(2, height / 3);
+    glyphs.rules = takeRules(pixels, ink.get(), std::max(24, uprightRuleLength * height), thickest, true);
+    auto rules = takeRules(pixels, ink.get(), std::max(40, ruleLength * height), thickest, false);
+    rules.insert(rules.end(), glyphs.rules.begin(), glyphs.rules.end());
+    glyphs.graphics += rules.size();
+
+    const InkParts parts(ink.get());
+    glyphs.letterHeight = middleHeight(parts.bounds);
+    for (std::size_t index = 0; index < parts.bounds.size(); ++index) {
+        const PixelRect& part = parts.bounds[index];
+        if (!isGraphic(part, parts.bounds, glyphs.letterHeight)
+            && !isRemnant(part, parts.bounds, rules, glyphs.letterHeight)
+            && !isStroke(part, parts.bounds, rules, glyphs.letterHeight)) {
+            glyphs.bounds.push_back(part);
+            continue;
+        }
+        ++glyphs.graphics;
+        pixSetMaskedGeneral(pixels, parts.shape(index).get(), white, part.x, part.y);
+    }
+    return glyphs;
+}
+
+} // namespace glimto

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <vector>
+
+#include "Platform/Geometry.h"
+
+namespace glimto {
+
+// Words that stand beside each other, from left to right.
+struct TextRow {
+    std::vector<PixelRect> words;
+    int top = 0;
+    int bottom = 0; // one past the last
+};
+
+// Joins letters, and the parts of letters, into words; a word holds no white as wide as half a letter is
+// high.
+std::vector<PixelRect> findWords(const std::vector<PixelRect>& glyphs, int letterHeight);
+
+// Rows from top to bottom.
+std::vector<TextRow> rowsOf(const std::vector<PixelRect>& words, int letterHeight);
+
+// The row in parts that very wide white parts, as the fields of a table.
+std::vector<TextRow> fieldsOf(const TextRow& row);
+
+} // namespace glimto
