@@ -105,8 +105,8 @@ private:
         if (rows.size() < fewestRows || width < narrowestProse * letterHeight_)
             return false;
         const auto longRows = std::count_if(rows.begin(), rows.end(),
-            [&](const TextRow& row) { return 10 * extent(row.words).length() >= 7 * width; });
-        if (2 * longRows <= static_cast<std::ptrdiff_t>(rows.size()))
+            [&](const TextRow& row) { return 10 * extent(row.words).length() >= 8 * width; });
+        if (3 * longRows < 2 * static_cast<std::ptrdiff_t>(rows.size()))
             return false;
 
         std::size_t sharedGaps = 0;
@@ -121,13 +121,17 @@ private:
         return sharedGaps < (rows.size() < 6 ? 2 : 1);
     }
 
-    // Whether rows side by side continue each other. True when that cannot be told.
-    bool rowsContinue(const std::vector<TextRow>& left, const std::vector<TextRow>& right) const
+    // How many rows stand beside others, and how many of them continue one.
+    struct Comparison {
+        std::size_t beside = 0;
+        std::size_t continued = 0;
+    };
+
+    Comparison compare(const std::vector<TextRow>& left, const std::vector<TextRow>& right) const
     {
         const auto& fewer = left.size() <= right.size() ? left : right;
         const auto& more = left.size() <= right.size() ? right : left;
-        std::size_t beside = 0;
-        std::size_t continued = 0;
+        Comparison result;
         for (const auto& row : fewer) {
             int covered = 0;
             int others = 0;
@@ -140,10 +144,10 @@ private:
                     height = std::min(row.bottom - row.top, other.bottom - other.top);
                 }
             }
-            beside += others > 0;
-            continued += others == 1 && 4 * covered >= 3 * std::min(height, letterHeight_);
+            result.beside += others > 0;
+            result.continued += others == 1 && 4 * covered >= 3 * std::min(height, letterHeight_);
         }
-        return beside < fewestRows || 3 * continued >= 2 * beside;
+        return result;
     }
 
     bool areColumns(const Words& left, const Words& right, int narrowest) const
@@ -152,7 +156,10 @@ private:
         const auto rightRows = rowsOf(right, letterHeight_);
         if (!isColumn(leftRows, left, narrowest) || !isColumn(rightRows, right, narrowest))
             return false;
-        return (isProse(leftRows, left) && isProse(rightRows, right)) || !rowsContinue(leftRows, rightRows);
+        const Comparison rows = compare(leftRows, rightRows);
+        return rows.beside >= fewestRows
+            && (3 * rows.continued < 2 * rows.beside
+                || (isProse(leftRows, left) && isProse(rightRows, right)));
     }
 
     bool hasRule(const Span& gap, const Words& words) const

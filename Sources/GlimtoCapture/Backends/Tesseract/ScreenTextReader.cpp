@@ -17,8 +17,10 @@ constexpr float sureReading = 93;
 constexpr float surer = 2;
 constexpr float muchSurer = 4;
 constexpr float fairlySure = 85;
-// Below this the rows may be no rows at all.
+// Below this the rows may be no rows at all, and lines that are less sure than that are noise.
 constexpr double doubtfulPage = 70;
+constexpr float noise = 50;
+constexpr std::size_t tellingLines = 10;
 
 // A language that was never better in so many trials is not that of the screen; code and figures read badly
 // in every language, so looking for a better one has an end.
@@ -89,6 +91,8 @@ std::vector<RecognizedLine> ScreenTextReader::read(const GrayPicture& picture)
             return lines;
     }
     auto plain = readerOf(languages_.front()).readPage(plainPicture(picture).get());
+    for (auto* reading : {&lines, &plain})
+        std::erase_if(*reading, [](const RecognizedLine& line) { return line.confidence < noise; });
     if (screen && weight(plain) <= weight(lines))
         return lines;
     counts_.isPlain = true;
@@ -106,6 +110,8 @@ std::vector<RecognizedLine> ScreenTextReader::readRows(const TextScreen& screen)
             ++counts_.unreadRows;
         else
             lines.push_back(std::move(line));
+        if (lines.size() == tellingLines && isDoubtful(lines))
+            break;
     }
     return lines;
 }
