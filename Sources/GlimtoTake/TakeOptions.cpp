@@ -1,5 +1,6 @@
 #include "TakeOptions.h"
 
+#include <charconv>
 #include <functional>
 #include <locale>
 #include <map>
@@ -81,6 +82,18 @@ double numberWithin(const std::string& flag, const std::string& text, double lea
     return *value;
 }
 
+// Six hexadecimal digits, with or without "#" before them.
+std::uint32_t colourValue(const std::string& flag, std::string text)
+{
+    if (text.starts_with('#'))
+        text.erase(0, 1);
+    std::uint32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, 16);
+    if (text.size() != 6 || error != std::errc() || end != text.data() + text.size())
+        throw CLIError(flag + " must be a colour such as 202830.");
+    return value;
+}
+
 using Flag = std::function<void(TakeOptions&, Arguments&)>;
 using Flags = std::map<std::string, Flag>;
 
@@ -129,11 +142,44 @@ const std::map<std::string, CommandRules>& commands()
                     throw CLIError("--codec must be av1 or vp9.");
             }},
     };
+    Flags renderFlags = exportFlags;
+    for (const char* flag : {"--at", "--codec", "--video-only"})
+        renderFlags.erase(flag);
+    renderFlags.insert({
+        {"--zoom",
+            [](TakeOptions& options, Arguments& rest) {
+                const std::string value = rest.value("--zoom");
+                if (value != "auto" && value != "none")
+                    throw CLIError("--zoom must be auto or none.");
+                options.zoomsAutomatically = value == "auto";
+            }},
+        {"--plan", [](TakeOptions& options, Arguments& rest) { options.planFile = rest.value("--plan"); }},
+        {"--plan-only", [](TakeOptions& options, Arguments&) { options.planOnly = true; }},
+        {"--pointer-size",
+            [](TakeOptions& options, Arguments& rest) {
+                options.pointerSize = numberWithin("--pointer-size", rest.value("--pointer-size"), 0, 10);
+            }},
+        {"--padding",
+            [](TakeOptions& options, Arguments& rest) {
+                options.padding
+                    = static_cast<int>(numberWithin("--padding", rest.value("--padding"), 0, 2000));
+            }},
+        {"--corner-radius",
+            [](TakeOptions& options, Arguments& rest) {
+                options.cornerRadius = static_cast<int>(
+                    numberWithin("--corner-radius", rest.value("--corner-radius"), 0, 1000));
+            }},
+        {"--background",
+            [](TakeOptions& options, Arguments& rest) {
+                options.background = colourValue("--background", rest.value("--background"));
+            }},
+    });
     static const std::map<std::string, CommandRules> table = {
         {"info", {TakeCommand::info, {{"--json", json}}}},
         {"verify", {TakeCommand::verify, {{"--json", json}}}},
         {"repair", {TakeCommand::repair, {{"--json", json}, {"--dry-run", dryRun}}}},
         {"export", {TakeCommand::exportFile, exportFlags}},
+        {"render", {TakeCommand::render, renderFlags}},
     };
     return table;
 }
@@ -182,7 +228,9 @@ TakeOptions TakeOptions::parse(std::span<const std::string> arguments)
     }
     if (options.take.empty())
         throw CLIError(word + " requires the directory of a take.");
-    if (options.command == TakeCommand::exportFile && options.output.empty())
+    const bool writesFile
+        = options.command == TakeCommand::exportFile || options.command == TakeCommand::render;
+    if (writesFile && options.output.empty())
         throw CLIError(word + " requires --output <file>.");
     return options;
 }
@@ -196,6 +244,7 @@ std::string takeUsage()
            "  glimto-take verify <take> [--json]\n"
            "  glimto-take repair <take> [--dry-run] [--json]\n"
            "  glimto-take export <take> -o <file> [options]\n"
+           "  glimto-take render <take> -o <file.mp4> [options]\n"
            "  glimto-take help\n"
            "\n"
            "COMMANDS\n"
@@ -204,6 +253,8 @@ std::string takeUsage()
            "  repair    Make a take whole whose recording was killed or failed\n"
            "  export    Write a file of a kind that the file's name tells: .mp4 (nothing is encoded\n"
            "            again), .webm, .gif, .webp, .m4a or .wav (sound alone), .png (one picture)\n"
+           "  render    Write an .mp4 file with the pointer drawn, clicks shown and the action zoomed in\n"
+           "            (takes that were recorded with --record-events)\n"
            "\n"
            "OPTIONS\n"
            "  --json      One JSON object on standard output\n"
@@ -219,7 +270,16 @@ std::string takeUsage()
            "  --fps <number>        Pictures a second, at most. Default: 15 (.gif, .webp), all (.webm)\n"
            "  --width <pixels>      Scale to that width (.gif, .webp, .webm)\n"
            "  --codec <av1|vp9>     Codec of .webm. Default: av1\n"
-           "  --json                One JSON object on standard output";
+           "  --json                One JSON object on standard output\n"
+           "\n"
+           "RENDER OPTIONS, besides --output, --overwrite, --from, --to, --fps, --width and --json\n"
+           "  --zoom <auto|none>       Move closer to where the action is. Default: none\n"
+           "  --plan <file.json>       Move as this plan says\n"
+           "  --plan-only              Write the plan that --zoom auto follows, as JSON, to be changed\n"
+           "  --pointer-size <factor>  How large the pointer is drawn; 0 draws none. Default: 1\n"
+           "  --padding <pixels>       Background around the picture. Default: 0\n"
+           "  --corner-radius <pixels> Round the picture's corners. Default: 0\n"
+           "  --background <colour>    Six hexadecimal digits. Default: 202830";
 }
 
 } // namespace glimto

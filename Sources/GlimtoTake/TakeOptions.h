@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <span>
@@ -7,7 +8,7 @@
 
 namespace glimto {
 
-enum class TakeCommand { help, info, verify, repair, exportFile };
+enum class TakeCommand { help, info, verify, repair, exportFile, render };
 
 // What the command line of glimto-take asks for.
 struct TakeOptions {
@@ -26,6 +27,15 @@ struct TakeOptions {
     std::optional<double> framesPerSecond;
     std::optional<int> width; // pixels
     std::optional<std::string> codec; // "av1" or "vp9"
+
+    // render
+    bool zoomsAutomatically = false;
+    bool planOnly = false;
+    std::optional<std::filesystem::path> planFile;
+    double pointerSize = 1; // 0 draws none
+    int padding = 0; // pixels
+    int cornerRadius = 0;
+    std::uint32_t background = 0x202830; // 0xRRGGBB
 
     // Throws CLIError with a sentence that names the option or argument.
     static TakeOptions parse(std::span<const std::string> arguments);

@@ -238,7 +238,7 @@ private:
     void collectTracks()
     {
         report_.tracks.video = take_.video.captured();
-        report_.tracks.videoCodec = takeVideoCodec;
+        report_.tracks.videoCodec = takeVideoCodec();
         if (take_.audio)
             report_.tracks.audio = take_.audio->captured();
     }

@@ -12,6 +12,7 @@
 #include "Support/Text.h"
 #include "TakeExport.h"
 #include "TakeOptions.h"
+#include "TakeRender.h"
 #include "TakeRepair.h"
 #include "TakeReports.h"
 #include "TakeVerification.h"
@@ -57,6 +58,16 @@ void exportFile(const TakeOptions& options, LineOutput& output)
     output.writeLine(options.json ? exportJSON(report) : exportLine(report));
 }
 
+void renderFile(const TakeOptions& options, LineOutput& output)
+{
+    ExportReport report;
+    {
+        ProgressLine line("Rendering");
+        report = renderTakeFile(options, [&](double done) { line.show(done); });
+    }
+    output.writeLine(options.json ? exportJSON(report) : exportLine(report));
+}
+
 // The exit status.
 int run(const TakeOptions& options, LineOutput& output)
 {
@@ -75,6 +86,9 @@ int run(const TakeOptions& options, LineOutput& output)
         return 0;
     case TakeCommand::exportFile:
         exportFile(options, output);
+        return 0;
+    case TakeCommand::render:
+        renderFile(options, output);
         return 0;
     }
     return 1;

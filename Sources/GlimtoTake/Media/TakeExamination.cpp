@@ -218,7 +218,7 @@ void comparePlaylists(TakeExamination& take)
             PlaylistPlacement::besideSegments));
     compare(plan.playlistURL,
         masterPlaylistText(manifest.video.width, manifest.video.height, manifest.video.framesPerSecond,
-            takeVideoCodec.playlistCodec));
+            takeVideoCodec().playlistCodec));
 }
 
 void readJob(TakeExamination& take)
@@ -242,6 +242,11 @@ TakeState stateOf(const TakeExamination& take)
 }
 
 } // namespace
+
+VideoCodec takeVideoCodec()
+{
+    return {.name = "h264", .playlistCodec = "avc1.640028"};
+}
 
 void setContent(ExaminedPiece& piece, const ScannedSegment& content)
 {

@@ -14,9 +14,6 @@
 
 namespace glimto {
 
-// What every take's pictures are encoded with.
-inline const VideoCodec takeVideoCodec{.name = "h264", .playlistCodec = "avc1.640028"};
-
 // One file of a track whose content can be used, at least in part.
 struct ExaminedPiece {
     SegmentFile file;
@@ -51,6 +48,9 @@ struct TakeGap {
     double from = 0;
     double to = 0;
 };
+
+// The codec of all takes that there are.
+VideoCodec takeVideoCodec();
 
 enum class TakeState { whole, interrupted, recording, uploaded };
 
