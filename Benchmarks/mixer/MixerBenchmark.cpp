@@ -30,6 +30,7 @@ public:
 class NoLines final : public LineOutput {
 public:
     void writeLine(std::string_view) override { }
+    void writeDocument(std::string_view) override { }
 };
 
 // One buffer of noise that fills half of the range.

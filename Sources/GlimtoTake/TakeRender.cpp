@@ -9,7 +9,7 @@
 #include "Support/AtomicFile.h"
 #include "Support/Errors.h"
 #include "Support/Text.h"
-#include "Upload/BoundedFile.h"
+#include "Support/RegularFile.h"
 
 namespace glimto {
 

@@ -25,6 +25,7 @@ public:
 class NoOutput final : public LineOutput {
 public:
     void writeLine(std::string_view) override { }
+    void writeDocument(std::string_view) override { }
 };
 
 bool isAccepted(std::span<const std::byte> data, PNGCodec& codec)

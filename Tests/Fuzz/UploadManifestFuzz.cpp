@@ -24,8 +24,8 @@ void checkManifest(std::string_view text)
     const auto rewritten = rewritingObjectKeys(manifest, "org/rec");
     require(rewritten.playlistKey.starts_with("org/rec/segments/"));
     for (const auto& segment : rewritten.segments) {
-        require(segment.key.starts_with("org/rec/segments/"));
-        require(segment.key.find("/../") == std::string::npos);
+        require(segment.relativeKey.starts_with("org/rec/segments/"));
+        require(segment.relativeKey.find("/../") == std::string::npos);
     }
 }
 

@@ -14,6 +14,7 @@ public:
         : access_(reason)
         , content_(reason)
         , capture_(reason)
+        , pasteboard_(reason)
     {
     }
 
@@ -76,7 +77,14 @@ private:
 
     class NoPasteboard final : public Pasteboard {
     public:
-        bool setPNG(std::span<const std::byte>) override { return false; }
+        explicit NoPasteboard(std::string reason)
+            : reason_(std::move(reason))
+        {
+        }
+        std::optional<std::string> setPNG(std::span<const std::byte>) override { return reason_; }
+
+    private:
+        std::string reason_;
     };
 
     Access access_;

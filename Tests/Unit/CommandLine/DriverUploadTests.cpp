@@ -261,8 +261,9 @@ TEST_F(DriverUploadTests, AStopRequestEndsTheFinalUploadAndLeavesTheJob)
 TEST_F(DriverUploadTests, WhatEndedTheRecordingDoesNotEndItsUpload)
 {
     api.interrupt = [this](const std::string& line) -> std::optional<HTTPResponse> {
-        if (line == "POST /api/recordings")
+        if (line == "POST /api/recordings") {
             EXPECT_TRUE(stopRequests.isListening);
+        }
         return std::nullopt;
     };
     auto* stream = captureStreams.stream.get();

@@ -32,8 +32,9 @@ TEST(WebOriginTests, BothGrammarsMeanTheSameHost)
                             continue; // refused by the one or the other: nothing is sent
                         EXPECT_EQ(origin->scheme + "://", scheme) << address;
                         // libcurl normalizes numbers and escapes, and keeps the zone elsewhere.
-                        if (host.find_first_of("%0123456789") == std::string::npos)
+                        if (host.find_first_of("%0123456789") == std::string::npos) {
                             EXPECT_EQ(origin->host, hostOfWebAddress(address)) << address;
+                        }
                         ++agreed;
                     }
     EXPECT_GT(agreed, 1000);
