@@ -23,6 +23,9 @@ constexpr double repaymentPerSecond = 0.7;
 constexpr double smallestFill = 0.2;
 constexpr double largestFill = 4;
 
+// What is closer to the finest already is not worth another picture.
+constexpr int smallestRefinement = 3;
+
 constexpr double sceneShareOfReserve = 0.35;
 constexpr double smallestSceneReserveSeconds = 0.4;
 
@@ -144,7 +147,7 @@ int RateController::refinedQuantizer(int quantizer, double detail) const
     // About half of a keyframe's bits are there already.
     const double ideal = idealQuantizer(detail * detailCost_ / 2, std::max(reserve_, 0.0) / 2);
     const int finer = clamped(ideal);
-    return finer + 2 <= quantizer ? finer : quantizer;
+    return finer + smallestRefinement <= quantizer ? finer : quantizer;
 }
 
 void RateController::pictureRefined(double seconds, std::int64_t bits)

@@ -4,15 +4,24 @@
 #include <utility>
 
 #include "Backends/X264/PictureDetail.h"
+#include "Support/Errors.h"
 
 namespace glimto {
 
 namespace {
 
-// Coarser than this a picture suffers enough to be worth thorough tools; finer than the other quick ones
-// do.
-constexpr int coarseQuantizer = 27;
-constexpr int fineQuantizer = 23;
+// Motion that stays coarser than this, although it gets all bits that there are, is worth thorough tools;
+// what quick ones find well is as fine as motion gets.
+constexpr int coarseInMotion = 22;
+
+// A scene that begins coarser than this is worth them at once, whether it will move or not.
+constexpr int coarseBeginning = 27;
+
+// With thorough tools one picture in four is finer than the average and the others are coarser: those after
+// it are predicted from it, and what moves looks better for the same bits.
+constexpr int cycleLength = 4;
+constexpr int finerInCycle = 2;
+constexpr int coarserInCycle = 1;
 
 // Smaller changes are not worth a keyframe.
 constexpr double largeShare = 0.6;
@@ -130,26 +139,37 @@ int X264VideoEncoder::chooseQuantizer(std::int64_t time, PictureKind kind, int c
 
 EncodedPicture X264VideoEncoder::encodeWith(int quantizer, std::int64_t time, PictureKind kind)
 {
-    EncodedPicture encoded = coder_->encode(picture_, time, kind, quantizer);
+    // Rate control knows of the average only.
+    EncodedPicture encoded = coder_->encode(picture_, time, kind, quantizer + stepInCycle(kind, quantizer));
     rate_.pictureEncoded(kind, quantizer, static_cast<std::int64_t>(encoded.data.size()) * 8);
     lastTime_ = time;
     lastQuantizer_ = quantizer;
     return encoded;
 }
 
+int X264VideoEncoder::stepInCycle(PictureKind kind, int quantizer)
+{
+    positionInCycle_ = kind == PictureKind::keyframe ? 0 : (positionInCycle_ + 1) % cycleLength;
+    if (tools_ == CodingTools::quick || kind == PictureKind::keyframe || rate_.isNewScene())
+        return 0;
+    const int step = positionInCycle_ == 0 ? -finerInCycle : coarserInCycle;
+    return std::clamp(quantizer + step, RateController::finestQuantizer, RateController::coarsestQuantizer)
+        - quantizer;
+}
+
 CodingTools X264VideoEncoder::wantedTools(PictureKind kind, int quantizer) const
 {
     if (!X264PictureCoder::hasTimeToBeThorough(settings_))
         return CodingTools::quick;
-    const bool suffers = rate_.usualQuantizer() >= coarseQuantizer && rate_.usualChangedShare() > smallShare;
-    const bool isHardScene = quantizer >= coarseQuantizer && rate_.isNewScene()
-        && picture_.changedMacroblockCount() > largeShare * picture_.macroblockCount();
-    if (tools_ == CodingTools::quick) {
-        const bool isHardBeginning = !lastTime_ && quantizer >= coarseQuantizer;
-        return suffers || isHardScene || isHardBeginning ? CodingTools::thorough : CodingTools::quick;
+    if (tools_ == CodingTools::thorough) {
+        const bool isAtRest
+            = rate_.usualChangedShare() <= smallShare || picture_.changedMacroblockCount() == 0;
+        return kind == PictureKind::keyframe && lastTime_ && isAtRest ? CodingTools::quick : tools_;
     }
-    const bool isEasy = rate_.usualQuantizer() <= fineQuantizer || rate_.usualChangedShare() <= smallShare;
-    return kind == PictureKind::keyframe && lastTime_ && isEasy ? CodingTools::quick : CodingTools::thorough;
+    const bool suffers = rate_.usualQuantizer() >= coarseInMotion && rate_.usualChangedShare() > smallShare;
+    const bool isLarge = picture_.changedMacroblockCount() > largeShare * picture_.macroblockCount();
+    const bool isBeginning = !lastTime_ || (rate_.isNewScene() && isLarge);
+    return suffers || (isBeginning && quantizer >= coarseBeginning) ? CodingTools::thorough : tools_;
 }
 
 // Whether another coder is in charge now; its first picture is a keyframe.
@@ -157,10 +177,10 @@ bool X264VideoEncoder::takeOver(CodingTools tools)
 {
     if (tools == tools_)
         return false;
-    auto coder = X264PictureCoder::make(settings_, timescale_, tools);
-    if (!coder)
-        return false; // the one that is there does as well
-    coder_ = std::move(coder);
+    coder_.reset(); // first: two of them would need twice the memory
+    coder_ = X264PictureCoder::make(settings_, timescale_, tools);
+    if (!coder_)
+        throw PlatformError("x264", 0, "The H.264 encoder could not be made.");
     tools_ = tools;
     return true;
 }

@@ -33,6 +33,7 @@ private:
         std::unique_ptr<X264PictureCoder> coder, std::vector<std::uint8_t> decoderConfiguration);
     EncodedPicture encodePicture(std::int64_t time, PictureKind kind, int changedMacroblocks);
     EncodedPicture encodeWith(int quantizer, std::int64_t time, PictureKind kind);
+    int stepInCycle(PictureKind kind, int quantizer);
     double secondsSinceLast(std::int64_t time) const;
     int chooseQuantizer(std::int64_t time, PictureKind kind, int changedMacroblocks);
     CodingTools wantedTools(PictureKind kind, int quantizer) const;
@@ -48,6 +49,7 @@ private:
     RateController rate_;
     std::optional<std::int64_t> lastTime_;
     int lastQuantizer_ = 0;
+    int positionInCycle_ = 0;
 };
 
 class X264VideoEncoderFactory final : public VideoEncoderFactory {
