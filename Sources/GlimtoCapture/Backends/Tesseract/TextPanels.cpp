@@ -42,6 +42,12 @@ bool isInside(const PixelRect& inner, const PixelRect& outer)
     return intersection(inner, outer) == inner;
 }
 
+PixelRect grownByEdge(const PixelRect& rect)
+{
+    return {rect.x - edgeOverlap, rect.y - edgeOverlap, rect.width + 2 * edgeOverlap,
+        rect.height + 2 * edgeOverlap};
+}
+
 std::int64_t areaOf(const Panel& panel)
 {
     return std::int64_t{panel.bounds.width} * panel.bounds.height;
@@ -77,8 +83,7 @@ void joinCells(std::vector<Panel>& panels)
 {
     constexpr int sameGray = 2; // gray values
     for (auto panel = panels.begin(); panel != panels.end(); ++panel) {
-        const PixelRect around{panel->bounds.x - edgeOverlap, panel->bounds.y - edgeOverlap,
-            panel->bounds.width + 2 * edgeOverlap, panel->bounds.height + 2 * edgeOverlap};
+        const PixelRect around = grownByEdge(panel->bounds);
         const auto other = std::find_if(std::next(panel), panels.end(), [&](const Panel& candidate) {
             return panel->gray >= 0 && candidate.gray >= 0
                 && std::abs(panel->gray - candidate.gray) <= sameGray
@@ -100,8 +105,10 @@ bool belongsTo(const Panel& inner, const Panel& outer, int letterHeight)
         return false;
     if (2 * inner.bounds.height < 7 * letterHeight)
         return true;
+    // What touches it is part of its edge.
     return std::none_of(outer.words.begin(), outer.words.end(), [&](const PixelRect& word) {
-        return word.y + word.height > inner.bounds.y && word.y < inner.bounds.y + inner.bounds.height;
+        return word.y + word.height > inner.bounds.y && word.y < inner.bounds.y + inner.bounds.height
+            && intersection(word, grownByEdge(inner.bounds)).isEmpty();
     });
 }
 
