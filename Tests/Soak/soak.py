@@ -3,7 +3,7 @@
 
     Tests/Soak/soak.py [<minutes>]      30 by default; the program is build/glimto-capture
 
-Every five minutes a window flashes while a beep is played. Tells what the process took over time, and how far
+Six times a window flashes while a beep is played. Tells what the process took over time, and how far
 picture, sound and the wall clock ran apart. Exit status 1 when the take is not whole.
 """
 
@@ -23,7 +23,8 @@ from support.sound_case import SPEAKER, SoundCase  # noqa: E402
 from support.tool import STATUS  # noqa: E402
 
 LOOK_INTERVAL = 15
-FLASH_INTERVAL = 300
+LOOKS_A_LINE = 10
+FLASHES = 6
 FLASH_LENGTH = 2
 FIRST_FLASH = 5
 SEGMENT_SECONDS = 4
@@ -66,20 +67,27 @@ class Soak(SoundCase):
                 painted = flash.paint("ffffff")
                 instants.append(((painted.before + painted.after) / 2, player.beep()))
                 self.server.place_pointer(int(now) % 320, 100)
-                next_flash, flash_ends = next_flash + FLASH_INTERVAL, now + FLASH_LENGTH
+                next_flash, flash_ends = next_flash + length / FLASHES, now + FLASH_LENGTH
             if now > LOOK_INTERVAL * len(looks):
                 looks.append((now, *looked_at(recording.pid)))
+                if len(looks) % LOOKS_A_LINE == 1:
+                    self.tell(looks[-1])
             time.sleep(0.2)
         output = recording.finish(300)
+        if output.status != 0:
+            print("\n".join(f"{line.time - began:8.1f} s: {line.text}" for line in output.lines[-20:]))
         self.assertEqual((output.status, output.texts[-1]), (0, STATUS + "uploaded"), output.errors)
         self.assert_whole_take()
-        self.report(output, looks, instants, length)
+        self.tell(looks[-1])
+        self.report(output, instants, length)
 
-    def report(self, output, looks, instants, length):
+    def tell(self, look):
+        now, resident, descriptors, threads, seconds = look
+        print(f"{now / 60:5.1f} min: {resident / 1024:6.1f} MB, {descriptors} descriptors, {threads} threads, "
+              f"{seconds:.1f} s of the processor", flush=True)
+
+    def report(self, output, instants, length):
         print(f"warnings: {output.error_lines or 'none'}")
-        for now, resident, descriptors, threads, seconds in looks[:: max(1, len(looks) // 12)] + looks[-1:]:
-            print(f"{now / 60:5.1f} min: {resident / 1024:6.1f} MB, {descriptors} descriptors, {threads} threads, "
-                  f"{seconds:.1f} s of the processor")
         manifest = self.manifest()
         for name in ("segments", "audioSegments"):
             total = sum(segment["duration"] for segment in manifest[name])
