@@ -85,7 +85,7 @@ class PictureTests(ExportCase):
     def test_gif_shows_each_picture_as_long_as_it_was_seen(self):
         target = self.export("take.gif", "--fps", "20", "--width", "160")
         stream = media.video_stream(target)
-        self.assertEqual((stream["width"], stream["height"]), (40, 40))
+        self.assertEqual((stream["width"], stream["height"]), (160, 120))
         self.assertAlmostEqual(self.duration(target), self.manifest()["totalDuration"], delta=0.03)
         frames = media.decode(target)
         for colour, change in zip(COLOURS, self.changes):
