@@ -48,7 +48,7 @@ TEST(UnavailableWindowSystemTests, EveryServiceRefusesForTheSameReason)
     EXPECT_EQ(access.obstacle, "There is nothing here.");
     EXPECT_EQ(system.access().cursorLocation(), std::nullopt);
     EXPECT_EQ(system.eventTaps().makeListenOnlyTap(1), nullptr);
-    EXPECT_FALSE(system.pasteboard().setPNG({}));
+    EXPECT_EQ(system.pasteboard().setPNG({}), "There is nothing here.");
     EXPECT_EQ(system.stills(), nullptr);
     EXPECT_FALSE(system.capabilities().listsWindows);
     try {

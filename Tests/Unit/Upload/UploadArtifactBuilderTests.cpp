@@ -190,8 +190,8 @@ TEST_F(UploadArtifactBuilderTests, NothingIsSentThroughALink)
     std::filesystem::create_directory_symlink(directory.path() / "elsewhere", take() / "segments");
     EXPECT_EQ(failureOf([this] { finalPlan(); }), "Local artifact file is missing: segments/video/init.mp4");
     EXPECT_TRUE(keys(backgroundPlan({})).empty());
-    std::filesystem::rename(take() / "manifest.json", directory.path() / "manifest.json");
-    std::filesystem::create_symlink(directory.path() / "manifest.json", take() / "manifest.json");
+    std::filesystem::rename(take() / "manifest.json", directory.path() / "moved.json");
+    std::filesystem::create_symlink(directory.path() / "moved.json", take() / "manifest.json");
     EXPECT_THAT(failureOf([this] { finalPlan(); }), testing::StartsWith("Could not read "));
 }
 

@@ -122,9 +122,10 @@ void ProcessStopRequests::acknowledge()
 void ProcessStopRequests::passOn()
 {
     const int signal = firstSignal;
+    if (signal == 0)
+        return;
     endListening();
-    if (signal != 0)
-        ::raise(signal);
+    ::raise(signal);
 }
 
 std::optional<std::string> ProcessStopRequests::pendingRequest()
