@@ -35,7 +35,7 @@ def code_of(file):
 
 class HardeningTests(unittest.TestCase):
     def test_every_module_is_looked_at(self):
-        there = {str(path) for path in BINARY.parent.glob("glimto-*.so")}
+        there = {str(path) for path in BINARY.parent.glob("glimto-capture-*.so")}
         self.assertEqual(there - set(built_files()), set())
 
     def test_programs_and_modules_may_lie_anywhere_in_memory(self):

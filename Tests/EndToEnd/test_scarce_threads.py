@@ -5,6 +5,7 @@ import os
 import resource
 import shutil
 import signal
+import subprocess
 import time
 import unittest
 from pathlib import Path
@@ -88,7 +89,9 @@ class ThreadTests(ScarceCase):
         recording = self.start("-d", "30")
         recording.wait_until_recording()
         time.sleep(1)
-        resource.prlimit(recording.pid, resource.RLIMIT_NPROC, (1, 1))
+        # By the same user: a sandbox's root may not change the limits of others.
+        options = {} if self.user is None else {"user": self.user, "group": self.user, "extra_groups": []}
+        subprocess.run(["prlimit", f"--pid={recording.pid}", "--nproc=1:1"], check=True, timeout=20, **options)
         recording.process.send_signal(signal.SIGINT)
         output = recording.finish(limit=30)
         self.assertEqual(output.status, 0, output.errors)

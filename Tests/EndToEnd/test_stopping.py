@@ -241,7 +241,7 @@ class ReaderTests(StoppingCase):
         shell.wait()
         time.sleep(0.8)
         self.assertTrue(self.is_running(child))
-        os.kill(child, signal.SIGINT)
+        os.kill(child, signal.SIGTERM)  # a shell without a terminal has it ignore SIGINT
         wait_until(lambda: not self.is_running(child), "the recording's end", limit=20)
         self.assert_whole_take()
 
