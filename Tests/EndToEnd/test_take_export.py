@@ -7,6 +7,7 @@ import unittest
 
 from support import media, sound, take_tool
 from support.case import EndToEndCase
+from support.live_player import LivePlayer
 from support.sound_case import SoundCase
 
 COLOURS = ["c02020", "20a040", "2040c0", "c0a020"]
@@ -163,7 +164,7 @@ class SoundTests(SoundCase, ExportCase):
         samples = sound.decode(path).left
         found, after = [], 0
         for _ in range(count):
-            found.append(sound.onset(samples, 0.05, after))
+            found.append(sound.onset(samples, LivePlayer.BEEP_LEVEL / 2, after))
             after = found[-1] + 0.7
         return found
 

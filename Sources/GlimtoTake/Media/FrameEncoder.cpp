@@ -39,6 +39,9 @@ FrameEncoder::FrameEncoder(const std::string& name, const AVFrame& like, AVRatio
         context_->color_primaries = like.color_primaries;
         context_->color_trc = like.color_trc;
         context_->colorspace = like.colorspace;
+        // Some encoders take the time base for the rate otherwise. Frames keep the times that they have.
+        constexpr AVRational usualRate = {30, 1};
+        context_->framerate = usualRate;
     }
     context_->flags |= AV_CODEC_FLAG_BITEXACT;
     if (hasGlobalHeader)

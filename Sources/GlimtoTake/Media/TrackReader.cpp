@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <string>
 #include <utility>
 
@@ -38,6 +39,7 @@ FileDescriptor openForReading(const std::filesystem::path& path)
 void silenceMediaLibraries()
 {
     av_log_set_level(AV_LOG_QUIET);
+    ::setenv("SVT_LOG", "0", 0); // SVT-AV1 has a log of its own
 }
 
 // The files one behind the other, and the demuxer that reads them.
