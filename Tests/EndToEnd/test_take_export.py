@@ -161,7 +161,7 @@ class SoundTests(SoundCase, ExportCase):
         return [frame.time for before, now, frame in zip([False, *lit], lit, frames) if now and not before]
 
     def beeps(self, path, count):
-        samples = sound.decode(path).left
+        samples = sound.decode(path).right
         found, after = [], 0
         for _ in range(count):
             found.append(sound.onset(samples, LivePlayer.BEEP_LEVEL / 2, after))
