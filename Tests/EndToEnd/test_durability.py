@@ -31,8 +31,8 @@ class Calls:
                  if name == "rename" and what.endswith(" " + str(path))]
         return found[-1] if found else (None, None)
 
-    def made_directories(self):
-        return [Path(what) for name, what in self.calls if name == "mkdir"]
+    def made_directories(self, before):
+        return [Path(what) for name, what in self.calls[:before] if name == "mkdir"]
 
 
 class DurabilityTests(EndToEndCase):
@@ -56,7 +56,7 @@ class DurabilityTests(EndToEndCase):
         self.assertGreater(directory, renamed, f"the directory of {path} was flushed before it held the name")
 
     def assert_paths_safe(self, calls, before):
-        made = [path for path in calls.made_directories() if path.is_relative_to(self.work)]
+        made = [path for path in calls.made_directories(before) if path.is_relative_to(self.work)]
         self.assertIn(self.take.parent, made)
         for path in made:
             index = calls.last("fsync", path.parent, before)
