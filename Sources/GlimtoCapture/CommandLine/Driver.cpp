@@ -8,6 +8,7 @@
 #include "CommandLine/ScreenCaptureProcessLock.h"
 #include "CommandLine/UsageText.h"
 #include "Content/ScreenCaptureListings.h"
+#include "Lifecycle/GlimtoCaptureLifecycleError.h"
 #include "Lifecycle/ScreenCapturePermissionJSON.h"
 #include "Stills/ClipboardImageWriter.h"
 #include "Stills/ScreenshotCapturer.h"
@@ -36,10 +37,22 @@ int Driver::run(std::span<const std::string> arguments)
         outputs_.standardError.writeLine(std::string("error: ") + error.what());
         services_.stopRequests.passOn();
         return 1;
+    } catch (const GlimtoCaptureLifecycleError& error) {
+        printError(error.what(), error.code() == "window_not_found" ? Lines::two : Lines::one);
+        return 1;
     } catch (...) {
-        outputs_.standardError.writeLine("error: " + errorFacts(std::current_exception()).message);
+        printError(errorFacts(std::current_exception()).message, Lines::one);
         return 1;
     }
+}
+
+void Driver::printError(const std::string& message, Lines lines)
+{
+    const std::string text = "error: " + message;
+    const auto end = lines == Lines::two ? text.find('\n') : std::string::npos;
+    outputs_.standardError.writeLine(text.substr(0, end));
+    if (end != std::string::npos)
+        outputs_.standardError.writeLine(text.substr(end + 1));
 }
 
 void Driver::parseAndExecute(std::span<const std::string> arguments)

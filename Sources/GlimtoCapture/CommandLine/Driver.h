@@ -27,6 +27,11 @@ public:
     int run(std::span<const std::string> arguments);
 
 private:
+    // Lines of an error's message that are the program's own. The message of an unknown window has JSON on a
+    // second one; a line break in any other message comes from outside, and makes no line.
+    enum class Lines { one, two };
+
+    void printError(const std::string& message, Lines lines);
     void parseAndExecute(std::span<const std::string> arguments);
     void execute(const Command& command);
     void printPermission();
