@@ -36,6 +36,8 @@ TEST(PulseChannelMapTests, OfAnOutputWithSurroundStereoIsRecorded)
 {
     EXPECT_EQ(recordedAs("front-left,front-right,rear-left,rear-right,front-center,lfe", true),
         "front-left,front-right");
+    EXPECT_EQ(recordedAs("front-left,front-left-of-center,front-center,front-right", true),
+        "front-left,front-right");
     EXPECT_EQ(recordedAs("aux0,aux1,aux2", true), "aux0,aux1,aux2");
     EXPECT_EQ(recordedAs("mono", true), "mono");
 }

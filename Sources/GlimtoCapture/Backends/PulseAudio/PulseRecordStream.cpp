@@ -51,16 +51,15 @@ std::int64_t nanosecondsSince(const timeval& wallTime)
 pa_channel_map recordedChannelMap(const PulseSource& source)
 {
     pa_channel_map map = source.channelMap;
+    const bool hasSides = pa_channel_map_can_balance(&map) != 0;
+    if (source.isMonitor && map.channels > 2 && hasSides)
+        return *pa_channel_map_init_stereo(&map);
     const auto end = map.map + map.channels;
     std::sort(map.map, end, [](auto a, auto b) { return orderOf(a) < orderOf(b); });
     const bool hasPlaces = std::all_of(map.map, end, [](auto position) {
         return orderOf(position) < std::ssize(channelOrder);
     }) && std::adjacent_find(map.map, end) == end;
-    if (!hasPlaces)
-        return source.channelMap;
-    if (source.isMonitor && map.channels > 2)
-        pa_channel_map_init_stereo(&map);
-    return map;
+    return hasPlaces ? map : source.channelMap;
 }
 
 PulseRecordStream::PulseRecordStream(PulseConnection& connection, const PulseSource& source,

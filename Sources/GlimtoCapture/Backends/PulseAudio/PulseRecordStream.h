@@ -88,9 +88,9 @@ private:
     PulseOperationHandle timingRequest_; // after the stream: cancelled first
 };
 
-// The channels in which a source is recorded: those that it has, left first, or as it has them when they have no
-// places around a listener. Of a monitor with more than two that have, two are asked for: the server has spread
-// stereo sound over all of them and knows best how to bring it back.
+// The channels in which a source is recorded: those that it has, left first, or as it has them when they have
+// no places around a listener. Of a monitor with more than two and a left and a right, two are asked for: the
+// server has spread stereo sound over all of them and knows best how to bring it back.
 pa_channel_map recordedChannelMap(const PulseSource& source);
 
 } // namespace glimto
