@@ -302,9 +302,10 @@ class SoundTests:
             self.assertEqual(after.removeprefix("after "), before.removeprefix("before "))
 
     def test_rate_is_the_devices_and_surround_is_stereo(self):
-        for rate, channels in ((8000, 1), (44100, 2), (96000, 6)):
+        surround = "front-left,front-right,rear-left,rear-right,front-center,lfe"
+        for rate, channels, channel_map in ((8000, 1, None), (44100, 2, None), (96000, 6, surround)):
             name = f"sink{rate}"
-            self.sound.add_sink(name, rate=rate, channels=channels)
+            self.sound.add_sink(name, rate=rate, channels=channels, channel_map=channel_map)
             probe = self.record(name + ".monitor").started()
             probe.wait_for(lambda: len(probe.buffers) > 5, "sound")
             probe.finish()

@@ -23,6 +23,11 @@ struct Wish {
 } // namespace
 
 struct UploadCancellation::State {
+    explicit State(std::function<bool()> stopRequested)
+        : isStopRequested(std::move(stopRequested))
+    {
+    }
+
     const std::function<bool()> isStopRequested;
     Guarded<Wish> wish;
 

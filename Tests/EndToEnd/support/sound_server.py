@@ -149,11 +149,13 @@ class SoundServer:
     def unload_module(self, number):
         self.pactl("unload-module", number)
 
-    def add_sink(self, name, rate=48000, channels=2, sample_format=None):
+    def add_sink(self, name, rate=48000, channels=2, sample_format=None, channel_map=None):
         """A null sink. Its monitor delivers at once, also without a player."""
         arguments = [f"sink_name={name}", f"rate={rate}", f"channels={channels}"]
         if sample_format:
             arguments.append(f"format={sample_format}")
+        if channel_map:
+            arguments.append(f"channel_map={channel_map}")
         if self.kind == "pulseaudio":
             arguments.append("norewinds=1")  # else the monitor's first sound comes 1 to 2 s late
         number = self.load_module("module-null-sink", *arguments)
