@@ -10,7 +10,7 @@ namespace {
 constexpr double fastest = 1.5; // screens a second
 constexpr double shortestMovement = 0.7; // seconds
 constexpr double steepestEase = 1.875; // greatest slope of eased()
-constexpr double longestMovementShare = 0.45; // of a zoom, on each end
+constexpr double longestMovementShare = 0.48; // of a zoom, on each end
 constexpr double shortestRest
     = 1.0; // seconds of the whole picture between two zooms; else from one to the next
 

@@ -94,8 +94,7 @@ TEST(CameraPathTests, MovesNoFasterThanTheEyeFollowsAndWithoutJumps)
         const double moved
             = std::hypot(std::max(std::abs(a.left - b.left), std::abs(a.left + a.size - b.left - b.size)),
                 std::max(std::abs(a.top - b.top), std::abs(a.top + a.size - b.top - b.size)));
-        // The zoom of one click leaves its movements a little less time than 1.5 screens a second would take.
-        EXPECT_LE(moved / std::min(a.size, b.size), 1.5 * step * 1.1) << time;
+        EXPECT_LE(moved / std::min(a.size, b.size), 1.5 * step * 1.02) << time;
     }
 }
 
