@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -15,6 +16,8 @@ class FakeLineOutput final : public LineOutput {
 public:
     void writeLine(std::string_view line) override
     {
+        if (onLine)
+            onLine(line);
         const std::lock_guard lock(mutex_);
         lines_.emplace_back(line);
     }
@@ -42,6 +45,7 @@ public:
         return result;
     }
 
+    std::function<void(std::string_view)> onLine; // hears each line before it is kept
     std::exception_ptr documentError; // of every document
 
 private:

@@ -37,6 +37,8 @@ RecordCommand::RecordCommand(PlatformServices& services, Outputs outputs)
 void RecordCommand::run(const RecordOptions& options)
 {
     recordingId_ = GlimtoCaptureEventEmitter::recordingId(options);
+    // Who reads that the recording was launched may end it at once.
+    services_.stopRequests.beginListening();
     try {
         announceLaunch(options);
         if (options.upload)
@@ -78,7 +80,6 @@ void RecordCommand::tellWhatIsThere(const std::filesystem::path& directory)
 
 void RecordCommand::recordAndUpload(const RecordOptions& options)
 {
-    services_.stopRequests.beginListening();
     // A job that was made before the take is refused would be in the way of every later recording.
     if (RecordingUploadJobStore::hasJob(options.outputDirectory))
         tellWhatIsThere(options.outputDirectory);

@@ -72,7 +72,7 @@ RecordingMetadataJSON ScreenSegmentRecorder::record(
     const RecordOptions& options, const std::function<void()>& captureStarted)
 {
     RecordingProgress progress(outputs_.standardOutput, GlimtoCaptureEventEmitter::recordingId(options));
-    // From here on a signal ends the recording well, even one that comes before the first frame.
+    // A signal ends the recording well, even one that comes before the first frame.
     services_.stopRequests.beginListening();
     RecordingStopWishes wishes(options, services_.stopRequests, clock_, progress);
     CaptureStart captureStart(wishes, progress, startLimits_);

@@ -73,6 +73,9 @@ class SoundServer:
         else:
             self.start_pipewire()
         wait_until(self.answers, f"the start of {self.kind}", interval=0.05)
+        if self.kind == "pipewire":
+            # Its session manager, another process, chooses the devices; before it is there nobody can ask it to.
+            wait_until(self.has_session_manager, "the start of wireplumber", interval=0.05)
         if devices:
             self.add_sink("speaker")
             self.add_sink("micfeed")
@@ -102,6 +105,9 @@ class SoundServer:
     def answers(self):
         return subprocess.run(["pactl", "info"], env=self.environment(), stdin=subprocess.DEVNULL,
                               capture_output=True, timeout=COMMAND_LIMIT).returncode == 0
+
+    def has_session_manager(self):
+        return not self.pactl("get-default-sink").startswith("@")
 
     def kill(self):
         """As a crash ends it: without a word to its clients."""

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -129,6 +130,14 @@ TEST_F(DriverTests, ARecordingIsAnnouncedAndEndsWell)
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "GLIMTO_RECORDING_STATUS=failed"), 0);
     EXPECT_EQ(standardError.text(), "");
     EXPECT_TRUE(std::filesystem::exists(take() / "manifest.json"));
+}
+
+TEST_F(DriverTests, SignalsAreHeardFromTheFirstLineOn)
+{
+    std::optional<bool> wasListening;
+    standardOutput.onLine = [&](std::string_view) { wasListening = wasListening.value_or(stopRequests.isListening); };
+    EXPECT_EQ(record(), 0) << standardError.text();
+    EXPECT_EQ(wasListening, true);
 }
 
 TEST_F(DriverTests, ARecordingPrintsItsMetadataOnlyWhenAsked)
