@@ -22,6 +22,7 @@
 #include "Support/Errors.h"
 #include "Support/FileDescriptor.h"
 #include "Support/Text.h"
+#include "TakeTool.h"
 #include "UploadURLSigner.h"
 #include "WebFiles.h"
 
@@ -171,12 +172,14 @@ struct DevServer::Rooms {
         , signer(UploadURLSigner::randomSecret())
         , api(recordings, objects, signer, [] { return std::chrono::system_clock::now(); })
         , pages(recordings, objects)
+        , takeTool(options.takeTool, options.directory / "made")
         , names(options.address, servedNames(options))
     {
         configure();
         addAPI();
         addObjects();
         addPages();
+        addWhatIsMade();
         addRefusals();
     }
 
@@ -184,6 +187,7 @@ struct DevServer::Rooms {
     void addAPI();
     void addObjects();
     void addPages();
+    void addWhatIsMade();
     void addRefusals();
     void requireAccessKey(const httplib::Request& request) const;
     void requireHost(const httplib::Request& request) const;
@@ -191,6 +195,7 @@ struct DevServer::Rooms {
     void receiveObject(const httplib::Request& request, const httplib::ContentReader& reader);
     std::string origin(const httplib::Request& request) const;
     void answerWebFile(httplib::Response& response, const std::string& name) const;
+    std::filesystem::path finishedTake(const std::string& recordingId) const;
 
     const DevServerOptions options;
     const LogLine log;
@@ -199,6 +204,7 @@ struct DevServer::Rooms {
     const UploadURLSigner signer;
     RecordingAPI api;
     const RecordingPages pages;
+    TakeTool takeTool;
     const ServedNames names;
     BoundedServer server;
 };
@@ -401,9 +407,10 @@ void DevServer::Rooms::addPages()
     });
     server.Get("/recordings/([^/]+)/details.json", [this](const auto& request, auto& response) {
         answering(response, [&] {
-            const auto details = pages.details(request.matches[1]);
+            auto details = pages.details(request.matches[1]);
             if (details.is_null())
                 throw APIError(404, "There is no such recording.");
+            details["canExport"] = details["isPlayable"] == true && takeTool.isAvailable();
             answerJSON(response, details);
         });
     });
@@ -417,6 +424,35 @@ void DevServer::Rooms::addPages()
         }
         response.set_header("Cache-Control", "no-cache");
         answerFile(request, response, *file, contentTypeOfKey(key));
+    });
+}
+
+// What was uploaded for a recording, all of it.
+std::filesystem::path DevServer::Rooms::finishedTake(const std::string& recordingId) const
+{
+    const auto recording = recordings.find(recordingId);
+    if (!recording)
+        throw APIError(404, "There is no such recording.");
+    if (recording->state != RecordingState::uploaded)
+        throw APIError(409, "The upload is not complete yet.");
+    return objects.directory(objectPrefix(recordingId));
+}
+
+void DevServer::Rooms::addWhatIsMade()
+{
+    server.Get("/recordings/([^/]+)/take.mp4", [this](const auto& request, auto& response) {
+        answering(response, [&] {
+            const std::string id = request.matches[1];
+            const auto file = takeTool.mp4(id, finishedTake(id));
+            response.set_header("Content-Disposition", "attachment; filename=\"" + id + ".mp4\"");
+            answerFile(request, response, file, "video/mp4");
+        });
+    });
+    server.Get("/recordings/([^/]+)/zooms.json", [this](const auto& request, auto& response) {
+        answering(response, [&] {
+            const std::string id = request.matches[1];
+            answerFile(request, response, takeTool.zoomPlan(id, finishedTake(id)), jsonType);
+        });
     });
 }
 
@@ -458,6 +494,7 @@ void DevServer::run()
 
 void DevServer::stop()
 {
+    rooms_->takeTool.end();
     rooms_->server.end();
 }
 

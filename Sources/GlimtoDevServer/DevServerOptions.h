@@ -14,6 +14,7 @@ struct DevServerOptions {
     std::filesystem::path directory = "glimto-dev-server";
     std::optional<std::string> accessKey; // what API requests must carry
     std::optional<std::filesystem::path> webDirectory; // where hls.min.js lies, if anywhere
+    std::optional<std::filesystem::path> takeTool; // the program glimto-take, if there is one
     std::vector<std::string> hostNames; // under which the server may be asked, besides addresses and its own
     bool showsHelp = false;
 

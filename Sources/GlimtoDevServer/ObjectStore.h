@@ -34,6 +34,9 @@ public:
     // Where an object lies; absent when there is none. It is a regular file inside the directory.
     std::optional<std::filesystem::path> file(const std::string& key) const;
 
+    // Where the objects lie whose keys begin with `prefix` and a slash.
+    std::filesystem::path directory(const std::string& prefix) const { return directory_ / prefix; }
+
     // The JSON that an object holds; discarded when there is none, it is not valid, longer than 16 MiB, or
     // has more than a million values.
     nlohmann::json json(const std::string& key) const;

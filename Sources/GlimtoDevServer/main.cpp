@@ -12,6 +12,7 @@
 #include "DevServerOptions.h"
 #include "Support/DescriptorLineOutput.h"
 #include "Support/NamedThread.h"
+#include "TakeTool.h"
 
 namespace {
 
@@ -48,6 +49,7 @@ int serve(const std::vector<std::string>& arguments, LineOutput& standardOutput)
     }
     if (!options.webDirectory)
         options.webDirectory = webDirectoryBesideProgram();
+    options.takeTool = TakeTool::besideThisProgram();
     DevServer server(options, [&](const std::string& line) { standardOutput.writeLine(line); });
     const int port = server.listen();
     const bool isNumericV6 = options.address.find(':') != std::string::npos;

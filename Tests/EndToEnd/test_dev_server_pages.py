@@ -1,13 +1,19 @@
 """The development server's pages in a real browser."""
 
+import json
+import re
+import shutil
 import time
+from pathlib import Path
 
 from support.browser import Browser
 from support.case import EndToEndCase
-from support.dev_server import DevServer
+from support.dev_server import DEV_SERVER, DevServer
+from support.media import probe
 from support.processes import wait_until
 from support.sound_server import SoundServer
 
+CAMERA_VIEWS = Path(__file__).resolve().parents[1] / "Unit/Take/camera-path.json"
 VIDEO = "document.getElementById('video')"
 # The colour of one pixel of the picture that the video shows.
 PIXEL = """(() => { const canvas = document.createElement('canvas'); canvas.width = 320; canvas.height = 240;
@@ -155,6 +161,76 @@ class DevServerPagesTests(EndToEndCase):
         self.assertAlmostEqual(y, 0.25, delta=0.03)
         self.browser.press("p", "p")
         self.assertGreater(self.browser.evaluate(ink)[0], 1)
+
+    def test_a_take_is_downloaded_as_one_file(self):
+        self.upload_two_colours()
+        self.browser.open(self.web.pages + "/rec_two")
+        self.browser.wait_for("!document.getElementById('downloads').hidden")
+        address = self.browser.evaluate("document.getElementById('download').href")
+        status, headers, film = self.web.request("GET", address)
+        self.assertEqual((status, headers["Content-Type"], headers["Content-Disposition"]),
+                         (200, "video/mp4", 'attachment; filename="rec_two.mp4"'))
+        (self.directory / "film.mp4").write_bytes(film)
+        length = probe(self.directory / "film.mp4", "-show_format")["format"]["duration"]
+        self.assertAlmostEqual(float(length), self.manifest()["totalDuration"], delta=0.05)
+        status, headers, part = self.web.request("GET", address, headers={"Range": "bytes=4-7"})
+        self.assertEqual((status, part), (206, b"ftyp"))
+
+    def test_what_no_file_can_be_made_of_is_told(self):
+        self.web.api("POST", "", {"recordingId": "rec_half"})
+        for name in ("take.mp4", "zooms.json"):
+            self.assertEqual(self.web.request("GET", f"/recordings/rec_half/{name}")[0], 409)
+            self.assertEqual(self.web.request("GET", f"/recordings/nobody/{name}")[0], 404)
+        self.upload_two_colours()
+        self.assertEqual(self.web.request("GET", "/recordings/rec_two/take.mp4")[0], 200)
+        [url] = self.web.sign("rec_two", "segments/video/init.mp4")
+        self.assertEqual(self.web.put(url, b"no film at all"), 200)
+        status, _, text = self.web.request("GET", "/recordings/rec_two/take.mp4")
+        self.assertEqual((status, json.loads(text)["error"]["message"]),
+                         (422, "glimto-take makes nothing of this recording; `glimto-take info` tells why."))
+
+    def test_without_glimto_take_nothing_is_offered(self):
+        alone = shutil.copy(DEV_SERVER, self.directory)
+        self.upload_two_colours()
+        self.web.end()
+        self.web = self.started(DevServer(self.directory / "store", program=(alone,)))
+        self.browser.open(self.web.pages + "/rec_two")
+        self.browser.wait_for("document.getElementById('pointernote').textContent.includes('events')")
+        for name in ("downloads", "togglezoom"):
+            self.assertTrue(self.browser.evaluate(f"document.getElementById('{name}').hidden"))
+        self.assertEqual(self.web.request("GET", "/recordings/rec_two/take.mp4")[0], 404)
+        self.assert_no_page_error()
+
+    def test_the_zooms_are_those_of_a_rendered_take(self):
+        known = json.loads(CAMERA_VIEWS.read_text())
+        self.browser.open(self.web.pages)
+        seen = self.browser.evaluate(f"""import('/web/zoom.js').then(({{ CameraPath }}) => {{
+            const path = new CameraPath({json.dumps(known["zooms"])});
+            return {json.dumps(known["views"])}.map(([time]) => path.at(time)); }})""")
+        self.assertEqual(len(seen), len(known["views"]))
+        for view, (time_, *expected) in zip(seen, known["views"]):
+            for value, wanted in zip((view["left"], view["top"], view["size"]), expected):
+                self.assertAlmostEqual(value, wanted, delta=1e-8, msg=f"at {time_} s")
+
+    def test_the_picture_moves_closer_to_a_click(self):
+        self.upload_two_colours()
+        self.browser.open(self.web.pages + "/rec_two")
+        self.browser.wait_for(f"{VIDEO}.readyState >= 3 && !document.getElementById('togglezoom').hidden")
+        [zoom] = json.loads(self.web.request("GET", "/recordings/rec_two/zooms.json")[2])["zooms"]
+        self.browser.evaluate(f"window.video = {VIDEO}; 0")
+        self.seek((zoom["from"] + zoom["to"]) / 2)
+        box = "video.style.objectViewBox"
+        self.assertEqual(self.browser.evaluate(box), "")
+        self.browser.press("z", "z")
+        self.browser.wait_for(f"{box} !== ''")
+        # The click was half way from left to right, where both sides are the same: told once.
+        top, side, bottom = map(float, re.findall(r"[-0-9.e]+(?=%)", self.browser.evaluate(box)))
+        self.assertAlmostEqual(2 * side, 100 * (1 - 1 / zoom["scale"]), delta=0.01)
+        self.assertAlmostEqual(top + bottom, 100 * (1 - 1 / zoom["scale"]), delta=0.01)
+        self.assertLess(top, bottom)
+        self.browser.press("z", "z")
+        self.browser.wait_for(f"{box} === ''")
+        self.assert_no_page_error()
 
     def test_progress_is_shown_until_the_upload_is_complete(self):
         self.upload_two_colours()

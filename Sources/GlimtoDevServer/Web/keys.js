@@ -12,7 +12,8 @@ function seek(video, time) {
     video.currentTime = Math.min(Math.max(time, 0), end);
 }
 
-export function controlByKeys(video, stage, framesPerSecond, togglePointer) {
+// `more` has the actions of further keys, also those that come later.
+export function controlByKeys(video, stage, framesPerSecond, more) {
     const step = (frames) => {
         video.pause();
         seek(video, video.currentTime + frames / framesPerSecond);
@@ -33,7 +34,6 @@ export function controlByKeys(video, stage, framesPerSecond, togglePointer) {
         ">": () => changeSpeed(video, 1),
         m: () => { video.muted = !video.muted; },
         f: () => (document.fullscreenElement ? document.exitFullscreen() : stage.requestFullscreen()),
-        p: togglePointer,
     };
     actions.k = actions[" "];
     document.addEventListener("keydown", (event) => {
@@ -42,7 +42,7 @@ export function controlByKeys(video, stage, framesPerSecond, togglePointer) {
             if (event.key === " " || event.key === "Enter") return;
         }
         const digit = /^[0-9]$/.test(event.key);
-        const action = digit ? () => seek(video, (video.duration || 0) * Number(event.key) / 10) : actions[event.key];
+        const action = digit ? () => seek(video, (video.duration || 0) * Number(event.key) / 10) : actions[event.key] ?? more[event.key];
         if (!action) return;
         event.preventDefault();
         event.stopPropagation();

@@ -1,6 +1,7 @@
 import { bytes, duration, moment, recordingPath, stateText } from "/web/format.js";
 import { controlByKeys } from "/web/keys.js";
 import { PointerTrack } from "/web/pointer.js";
+import { CameraPath } from "/web/zoom.js";
 
 const id = document.body.dataset.recording;
 const path = recordingPath(id);
@@ -88,7 +89,26 @@ async function showPointer() {
     button.addEventListener("click", toggle);
     find("pointernote").textContent = `${track.count} events`;
     find("pointerswitch").hidden = false;
+    return { track, toggle };
+}
+
+async function offerZooms(track) {
+    const answer = await fetch(`${path}/zooms.json`);
+    if (!answer.ok) return undefined;
+    track.camera = new CameraPath((await answer.json()).zooms);
+    const button = find("togglezoom");
+    const toggle = () => {
+        track.isZoomed = !track.isZoomed;
+        button.setAttribute("aria-pressed", String(track.isZoomed));
+    };
+    button.addEventListener("click", toggle);
+    button.hidden = false;
     return toggle;
+}
+
+function offerDownload() {
+    find("download").href = `${path}/take.mp4`;
+    find("downloads").hidden = false;
 }
 
 async function play(details) {
@@ -97,16 +117,18 @@ async function play(details) {
     if (details.hasThumbnail) video.poster = `${path}/files/thumbnail.jpg`;
     video.addEventListener("error", () => warn(`The recording cannot be played: ${video.error?.message || "unknown error"}.`));
     await attachSource();
-    let togglePointer;
-    if (details.hasEvents) {
-        try {
-            togglePointer = await showPointer();
-        } catch (error) {
-            warn(`The pointer track cannot be shown: ${error.message}.`);
-        }
-    }
-    controlByKeys(video, find("stage"), details.framesPerSecond || 30, () => togglePointer?.());
+    if (details.canExport) offerDownload();
+    const more = {};
+    controlByKeys(video, find("stage"), details.framesPerSecond || 30, more);
     video.focus();
+    if (!details.hasEvents) return;
+    try {
+        const pointer = await showPointer();
+        more.p = pointer?.toggle;
+        if (pointer && details.canExport) more.z = await offerZooms(pointer.track);
+    } catch (error) {
+        warn(`The pointer track cannot be shown: ${error.message}.`);
+    }
 }
 
 async function refresh() {

@@ -1,4 +1,6 @@
-// The pointer of a recording, drawn over its picture.
+// The pointer of a recording, drawn over its picture, and the view that its zooms show.
+
+import { CameraPath, showView, wholePicture } from "/web/zoom.js";
 
 const clickMilliseconds = 450;
 const scrollMilliseconds = 350;
@@ -21,6 +23,8 @@ export class PointerTrack {
         this.video = video;
         this.canvas = canvas;
         this.isShown = true;
+        this.camera = new CameraPath([]);
+        this.isZoomed = false;
         this.drawn = "";
         const draw = () => {
             this.draw();
@@ -51,22 +55,26 @@ export class PointerTrack {
         const width = Math.round(canvas.clientWidth * scale);
         const height = Math.round(canvas.clientHeight * scale);
         const time = video.currentTime * 1000;
-        const state = [time, width, height, this.isShown, video.videoWidth].join();
+        const state = [time, width, height, this.isShown, this.isZoomed, video.videoWidth].join();
         if (state === this.drawn) return;
         this.drawn = state;
+        const view = this.isZoomed ? this.camera.at(video.currentTime) : wholePicture;
+        showView(video, view, pictureBox(video, canvas.clientWidth, canvas.clientHeight));
         canvas.width = width;
         canvas.height = height;
         const last = this.lastIndexAt(time);
         if (!this.isShown || last < 0) return;
         const context = canvas.getContext("2d");
         const box = pictureBox(video, width, height);
-        const place = (event) => [box.left + event.x * box.width, box.top + event.y * box.height];
+        const place = (event) => [box.left + (event.x - view.left) / view.size * box.width,
+            box.top + (event.y - view.top) / view.size * box.height];
+        const size = scale / view.size;
         for (let index = last; index >= 0 && time - this.events[index].t < clickMilliseconds; index -= 1) {
             const event = this.events[index];
-            if (event.k === "down") drawRing(context, place(event), (time - event.t) / clickMilliseconds, event.button, scale);
-            if (event.k === "scroll" && time - event.t < scrollMilliseconds) drawScroll(context, place(event), event, scale);
+            if (event.k === "down") drawRing(context, place(event), (time - event.t) / clickMilliseconds, event.button, size);
+            if (event.k === "scroll" && time - event.t < scrollMilliseconds) drawScroll(context, place(event), event, size);
         }
-        drawArrow(context, place(this.events[last]), scale);
+        drawArrow(context, place(this.events[last]), size);
     }
 }
 

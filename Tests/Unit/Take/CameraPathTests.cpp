@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "GlimtoTake/Plan/CameraPath.h"
 
@@ -105,6 +107,21 @@ TEST(CameraPathTests, GoesFromOnePlaceToTheNextAtOnceWhenTheyFollowClosely)
     for (double time = 4; time < 8; time += 0.01)
         widest = std::max(widest, path.at(time).size);
     EXPECT_NEAR(widest, 0.5, 1e-9);
+}
+
+// The same views are asked of the development server's page, whose camera has to move alike.
+TEST(CameraPathTests, SeesWhatThePageOfTheDevelopmentServerSees)
+{
+    std::ifstream file(GLIMTO_CAMERA_PATH_VIEWS);
+    const auto known = nlohmann::json::parse(file);
+    const CameraPath path(readZoomPlan(nlohmann::json{{"version", 1}, {"zooms", known["zooms"]}}.dump()));
+    ASSERT_GT(known["views"].size(), 50U);
+    for (const auto& view : known["views"]) {
+        const CameraView seen = path.at(view[0]);
+        EXPECT_NEAR(seen.left, view[1], 1e-8) << view;
+        EXPECT_NEAR(seen.top, view[2], 1e-8) << view;
+        EXPECT_NEAR(seen.size, view[3], 1e-8) << view;
+    }
 }
 
 } // namespace

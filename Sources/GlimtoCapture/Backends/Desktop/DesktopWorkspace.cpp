@@ -6,9 +6,9 @@
 #include <system_error>
 #include <vector>
 
-#include "Backends/Desktop/DesktopTool.h"
 #include "Backends/Desktop/FileURI.h"
 #include "Support/Errors.h"
+#include "Support/RunProgram.h"
 #include "Support/StandardizedPath.h"
 
 namespace glimto {
@@ -51,9 +51,9 @@ DesktopWorkspace::DesktopWorkspace(std::chrono::milliseconds deadline)
 bool DesktopWorkspace::openFile(const std::filesystem::path& path)
 {
     // An absolute path is never taken for an option.
-    const auto result = runDesktopTool(
-        {"xdg-open", standardizedPath(path).string()}, deadline_, DesktopToolOvertime::leaveRunning);
-    return result != DesktopToolResult::failed;
+    const auto result
+        = runProgram({"xdg-open", standardizedPath(path).string()}, deadline_, ProgramOvertime::leaveRunning);
+    return result != ProgramResult::failed;
 }
 
 bool DesktopWorkspace::revealFile(const std::filesystem::path& path)
@@ -70,7 +70,7 @@ bool DesktopWorkspace::showInFileManager(const std::filesystem::path& path) cons
     const auto uri = fileURI(path);
     for (const auto& call : {gdbusCall(uri), dbusSendCall(uri)}) {
         try {
-            return runDesktopTool(call, deadline_, DesktopToolOvertime::end) == DesktopToolResult::succeeded;
+            return runProgram(call, deadline_, ProgramOvertime::end) == ProgramResult::succeeded;
         } catch (const PlatformError& error) {
             if (error.code() != ENOENT)
                 throw;

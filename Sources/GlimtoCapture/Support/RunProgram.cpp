@@ -1,10 +1,9 @@
-#include "Backends/Desktop/DesktopTool.h"
+#include "Support/RunProgram.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <optional>
-#include <thread>
 
 #include <spawn.h>
 #include <sys/wait.h>
@@ -37,14 +36,13 @@ pid_t start(std::vector<std::string> arguments)
     return process;
 }
 
-DesktopToolResult resultOfStatus(int status)
+ProgramResult resultOfStatus(int status)
 {
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? DesktopToolResult::succeeded
-                                                         : DesktopToolResult::failed;
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? ProgramResult::succeeded : ProgramResult::failed;
 }
 
 // The result when the process has ended.
-std::optional<DesktopToolResult> collect(pid_t process, int options)
+std::optional<ProgramResult> collect(pid_t process, int options)
 {
     int status = 0;
     pid_t ended = 0;
@@ -54,28 +52,28 @@ std::optional<DesktopToolResult> collect(pid_t process, int options)
     if (ended == 0)
         return std::nullopt;
     // Where the ends of children are ignored, the status is lost.
-    return ended < 0 ? DesktopToolResult::succeeded : resultOfStatus(status);
+    return ended < 0 ? ProgramResult::succeeded : resultOfStatus(status);
 }
 
 } // namespace
 
-DesktopToolResult runDesktopTool(const std::vector<std::string>& arguments,
-    std::chrono::milliseconds deadline, DesktopToolOvertime overtime)
+ProgramResult runProgram(const std::vector<std::string>& arguments, std::chrono::milliseconds deadline,
+    ProgramOvertime overtime, const StopToken& stop)
 {
     const auto end = std::chrono::steady_clock::now() + deadline;
     const pid_t process = start(arguments);
     auto pause = firstPause;
-    while (std::chrono::steady_clock::now() < end) {
+    while (std::chrono::steady_clock::now() < end && !stop.isStopRequested()) {
         if (const auto result = collect(process, WNOHANG))
             return *result;
-        std::this_thread::sleep_for(pause);
+        stop.waitFor(pause);
         pause = std::min(pause * 2, longestPause);
     }
-    if (overtime == DesktopToolOvertime::end) {
+    if (overtime == ProgramOvertime::end) {
         ::kill(process, SIGKILL);
         collect(process, 0);
     }
-    return DesktopToolResult::stillRunning;
+    return ProgramResult::stillRunning;
 }
 
 } // namespace glimto
