@@ -158,7 +158,7 @@ inline VideoFrame fakeFrame(std::int64_t nanoseconds, int width = 64, int height
     VideoFrame frame;
     frame.status = FrameStatus::complete;
     frame.presentationTime = MediaTime::fromNanoseconds(nanoseconds);
-    frame.pixels = std::make_shared<const PixelBuffer>(PixelBuffer{.width = width,
+    frame.picture = std::make_shared<const MemoryPicture>(PixelBuffer{.width = width,
         .height = height,
         .bytesPerRow = static_cast<std::size_t>(width) * 4,
         .bytes = storage->data(),

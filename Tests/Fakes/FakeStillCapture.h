@@ -10,7 +10,7 @@
 namespace glimto {
 
 // A black picture of `width` x `height` pixels, or one whose pixels are all `value`.
-inline StillImage fakePicture(int width, int height, std::uint8_t value = 0)
+inline PixelCanvas fakePicture(int width, int height, std::uint8_t value = 0)
 {
     const auto storage
         = std::make_shared<std::vector<std::uint8_t>>(static_cast<std::size_t>(width * height * 4), value);
@@ -27,7 +27,7 @@ public:
     // How it behaves.
     bool givesImage = true;
     std::exception_ptr error; // thrown instead when set
-    std::optional<StillImage> image; // given instead when set
+    std::optional<PixelCanvas> image; // given instead when set
 
     // What happened.
     int preparations = 0;
@@ -36,7 +36,7 @@ public:
     std::optional<CaptureStreamConfiguration> configuration;
 
     void prepare(const ContentFilter&, const CaptureStreamConfiguration&) override { ++preparations; }
-    std::optional<StillImage> captureImage(
+    std::optional<PixelCanvas> captureImage(
         const ContentFilter& wantedFilter, const CaptureStreamConfiguration& wanted) override
     {
         ++captures;

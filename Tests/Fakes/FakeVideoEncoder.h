@@ -24,6 +24,7 @@ struct FakeVideoEncoderState {
     bool refusesSettings = false;
     int refinements = 0; // that are still to come while the picture stands still
     std::vector<Call> calls;
+    std::vector<const FramePicture*> pictures; // that were given to encode
 };
 
 // An encoder of a format of its own: each picture becomes the text "picture <number>;".
@@ -41,9 +42,10 @@ public:
     const VideoCodec& codec() const override { return codec_; }
     const VideoSampleDescription& sampleDescription() const override { return description_; }
 
-    EncodedPicture encode(const PixelBuffer& /*pixels*/, std::span<const PixelRect> /*changedRects*/,
+    EncodedPicture encode(const FramePicture& picture, std::span<const PixelRect> /*changedRects*/,
         std::int64_t time, PictureKind kind) override
     {
+        state_->pictures.push_back(&picture);
         return made("encode", time, kind);
     }
 

@@ -3,6 +3,7 @@
 // reply is as long as it says in `length`, which the library of the protocol sees to; nothing else in it is
 // to be trusted.
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -59,11 +60,11 @@ void readProperty(std::span<const std::uint8_t> data)
 
 void readCursorImage(std::span<const std::uint8_t> data)
 {
-    constexpr PixelSize picture{40, 30};
     const auto image = x11CursorImage(*replyOf<xcb_xfixes_get_cursor_image_reply_t>(data));
-    std::vector<std::uint8_t> pixels(std::size_t{4} * picture.width * picture.height);
+    const PixelCanvas picture = makeCanvas(40, 30);
+    std::fill_n(picture.bytes, std::size_t{4} * 40 * 30, std::uint8_t{0});
     for (const int place : {-3, 0, 20, 65535})
-        image.drawAt(place, place, pixels.data(), std::size_t{4} * picture.width, picture);
+        image.drawAt(place, place, picture);
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "Platform/VideoFrame.h"
+#include "Platform/PixelBuffer.h"
 
 namespace glimto {
 

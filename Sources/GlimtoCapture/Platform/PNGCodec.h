@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "Platform/VideoFrame.h"
+#include "Platform/PixelBuffer.h"
 
 namespace glimto {
 
@@ -18,12 +18,12 @@ public:
 
     virtual ~PNGCodec() = default;
 
-    // The whole picture, 8 bits a channel, RGB without alpha: the fourth byte of each pixel is not looked
-    // at. Throws PlatformError when the picture cannot be encoded.
+    // The whole picture, 8 bits a channel, RGB without alpha. Throws PlatformError when the picture cannot be
+    // encoded.
     virtual std::vector<std::byte> encode(const PixelBuffer& pixels) = 0;
 
-    // The picture, blended over white where it is transparent. Null when the bytes are no PNG, are cut off
-    // or damaged, or declare too large a picture. Does not throw.
+    // The picture in xrgb8888, blended over white where it is transparent. Null when the bytes are no PNG,
+    // are cut off or damaged, or declare too large a picture. Does not throw.
     virtual std::shared_ptr<const PixelBuffer> decode(std::span<const std::byte> data) = 0;
 };
 

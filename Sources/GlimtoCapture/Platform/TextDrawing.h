@@ -1,19 +1,11 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string>
 
-namespace glimto {
+#include "Platform/PixelBuffer.h"
 
-// A picture in memory that may be drawn into: 32 bits a pixel, bytes B, G, R, X, rows from top to bottom.
-struct PixelCanvas {
-    int width = 0; // pixels
-    int height = 0;
-    std::size_t bytesPerRow = 0;
-    std::uint8_t* bytes = nullptr;
-};
+namespace glimto {
 
 struct TextFont {
     enum class Family { systemUI };
@@ -46,7 +38,8 @@ public:
     virtual double descent() const = 0;
 
     // Draws the line, antialiased without colour fringes, with its baseline starting at (`x`, `baseline`),
-    // counted from the canvas's top left. False when it could not; the canvas may be partly drawn then.
+    // counted from the top left of the canvas, which is xrgb8888. False when it could not; the canvas may be
+    // partly drawn then.
     virtual bool draw(const PixelCanvas& canvas, double x, double baseline, const TextStyle& style) = 0;
 };
 

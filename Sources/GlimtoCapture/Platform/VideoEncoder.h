@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Platform/Geometry.h"
-#include "Platform/VideoFrame.h"
+#include "Platform/FramePicture.h"
 
 namespace glimto {
 
@@ -62,7 +62,7 @@ public:
     virtual const VideoSampleDescription& sampleDescription() const = 0;
 
     // Encodes a picture of the settings' size that differs from the one before in `changedRects` at most.
-    virtual EncodedPicture encode(const PixelBuffer& pixels, std::span<const PixelRect> changedRects,
+    virtual EncodedPicture encode(const FramePicture& picture, std::span<const PixelRect> changedRects,
         std::int64_t time, PictureKind kind)
         = 0;
 

@@ -91,7 +91,7 @@ bool ScreenCaptureOutput::isUsableScreenFrame(const VideoFrame& frame)
 {
     const bool showsScreen
         = !frame.status || *frame.status == FrameStatus::complete || *frame.status == FrameStatus::started;
-    return showsScreen && frame.pixels != nullptr;
+    return showsScreen && frame.picture != nullptr;
 }
 
 } // namespace glimto

@@ -73,7 +73,7 @@ void SegmentedMP4Writer::appendVideoFrame(const VideoFrame& frame)
 
 void SegmentedMP4Writer::appendVideoOnQueue(const VideoFrame& frame)
 {
-    if (!frame.pixels)
+    if (!frame.picture)
         return;
     if (state_.lifecycle != Lifecycle::initialized && state_.lifecycle != Lifecycle::writing)
         return;

@@ -74,10 +74,10 @@ struct ThumbnailWriter::State {
         });
     }
 
-    void write(const PixelBuffer& pixels)
+    void write(const FramePicture& picture)
     {
         try {
-            writeThumbnail(pixels, outputURL, codec);
+            writeThumbnail(picture.pixels(), outputURL, codec);
         } catch (...) {
             standardError.writeLine(
                 "warning: thumbnail generation failed: " + errorFacts(std::current_exception()).message);
@@ -107,11 +107,11 @@ ThumbnailWriter::~ThumbnailWriter()
 
 void ThumbnailWriter::captureFirstFrame(const VideoFrame& frame)
 {
-    if (!frame.pixels || !state_->claimFirstFrame())
+    if (!frame.picture || !state_->claimFirstFrame())
         return;
-    queue_.post([state = state_, pixels = frame.pixels]() mutable {
-        state->write(*pixels);
-        pixels = nullptr;
+    queue_.post([state = state_, picture = frame.picture]() mutable {
+        state->write(*picture);
+        picture = nullptr;
         state->noteEnd();
     });
 }

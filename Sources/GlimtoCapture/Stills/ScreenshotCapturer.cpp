@@ -34,7 +34,7 @@ public:
         queue_.post([this, width, height] { watermark_.prepare(width, height); });
     }
 
-    void apply(StillImage& image)
+    void apply(PixelCanvas& image)
     {
         queue_.sync([&] { watermark_.apply(image); });
     }
@@ -98,7 +98,7 @@ ScreenshotMetadataJSON ScreenshotCapturer::capture(const ScreenshotOptions& opti
     auto image = captureImage(target);
     if (watermark)
         watermark->apply(image);
-    ScreenshotFile(services_.pngCodec, outputs_.standardError).writePNG(image.pixels(), *options.outputURL);
+    ScreenshotFile(services_.pngCodec, outputs_.standardError).writePNG(image, *options.outputURL);
     return {.path = options.outputURL->string(),
         .width = image.width,
         .height = image.height,
@@ -124,7 +124,7 @@ CaptureStreamConfiguration ScreenshotCapturer::streamConfiguration(const Prepare
     return configuration;
 }
 
-StillImage ScreenshotCapturer::captureImageWithStillCapture(StillCapture& stills,
+PixelCanvas ScreenshotCapturer::captureImageWithStillCapture(StillCapture& stills,
     const PreparedCaptureSource& source, const CaptureStreamConfiguration& configuration)
 {
     auto image = stills.captureImage(source.filter, configuration);
@@ -134,7 +134,7 @@ StillImage ScreenshotCapturer::captureImageWithStillCapture(StillCapture& stills
     return *image;
 }
 
-StillImage ScreenshotCapturer::captureImageWithFirstFrameStream(
+PixelCanvas ScreenshotCapturer::captureImageWithFirstFrameStream(
     const PreparedCaptureSource& source, const CaptureStreamConfiguration& configuration)
 {
     const auto output = std::make_shared<ScreenshotFirstFrameOutput>();
@@ -146,7 +146,7 @@ StillImage ScreenshotCapturer::captureImageWithFirstFrameStream(
             .globalFrame = {}}});
     const auto stream = opening->open().stream;
     stream->start(output->handlers());
-    return imageOfFrame(*firstFrame(*stream, *output).pixelBuffer);
+    return imageOfFrame(firstFrame(*stream, *output).pixelBuffer->pixels());
 }
 
 void ScreenshotCapturer::requirePermission()
@@ -183,13 +183,15 @@ ScreenshotCapturer::Target ScreenshotCapturer::resolveRefreshed(
     return resolve(options, content, includedGlimtoWindowIDs);
 }
 
-StillImage ScreenshotCapturer::captureImage(const Target& target)
+PixelCanvas ScreenshotCapturer::captureImage(const Target& target)
 {
     const auto configuration = streamConfiguration(target.source);
     StillCapture* stills = services_.windowSystem.stills();
-    auto image = stills ? captureImageWithStillCapture(*stills, target.source, configuration)
-                        : captureImageWithFirstFrameStream(target.source, configuration);
-    return target.pixelCropRect ? croppedImage(image, *target.pixelCropRect) : image;
+    const auto image = stills ? captureImageWithStillCapture(*stills, target.source, configuration)
+                              : captureImageWithFirstFrameStream(target.source, configuration);
+    // Only what is kept is converted.
+    return inFormat(
+        target.pixelCropRect ? croppedImage(image, *target.pixelCropRect) : image, PixelFormat::xrgb8888);
 }
 
 } // namespace glimto

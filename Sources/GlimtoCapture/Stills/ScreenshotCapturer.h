@@ -34,12 +34,12 @@ public:
     static CaptureStreamConfiguration streamConfiguration(const PreparedCaptureSource& source);
 
     // For systems that take single pictures. Throws PlatformError.
-    static StillImage captureImageWithStillCapture(StillCapture& stills, const PreparedCaptureSource& source,
+    static PixelCanvas captureImageWithStillCapture(StillCapture& stills, const PreparedCaptureSource& source,
         const CaptureStreamConfiguration& configuration);
 
     // For the others: the first frame of a stream, which is waited for at most 8 seconds. Throws
     // PlatformError.
-    StillImage captureImageWithFirstFrameStream(
+    PixelCanvas captureImageWithFirstFrameStream(
         const PreparedCaptureSource& source, const CaptureStreamConfiguration& configuration);
 
 private:
@@ -53,7 +53,7 @@ private:
         const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const;
     Target resolveRefreshed(
         const ScreenshotOptions& options, const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const;
-    StillImage captureImage(const Target& target);
+    PixelCanvas captureImage(const Target& target);
 
     PlatformServices& services_;
     Outputs outputs_;

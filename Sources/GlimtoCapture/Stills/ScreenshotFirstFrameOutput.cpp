@@ -16,10 +16,10 @@ CaptureStream::Handlers ScreenshotFirstFrameOutput::handlers()
 
 void ScreenshotFirstFrameOutput::didOutputFrame(const VideoFrame& frame) noexcept
 {
-    const bool isUsable = frame.pixels
+    const bool isUsable = frame.picture
         && (!frame.status || *frame.status == FrameStatus::complete || *frame.status == FrameStatus::started);
     if (isUsable)
-        complete(ScreenshotFrame{frame.pixels});
+        complete(ScreenshotFrame{frame.picture});
 }
 
 void ScreenshotFirstFrameOutput::didStopWithError(const std::exception_ptr& error) noexcept

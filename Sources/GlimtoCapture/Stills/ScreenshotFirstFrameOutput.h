@@ -12,7 +12,7 @@ namespace glimto {
 
 // One captured frame.
 struct ScreenshotFrame {
-    std::shared_ptr<const PixelBuffer> pixelBuffer;
+    std::shared_ptr<const FramePicture> pixelBuffer;
 };
 
 // How a stream that was started for one frame came out.

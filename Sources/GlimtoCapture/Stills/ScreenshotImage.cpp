@@ -5,28 +5,24 @@
 
 namespace glimto {
 
-StillImage imageOfFrame(const PixelBuffer& pixels)
+PixelCanvas imageOfFrame(const PixelBuffer& pixels)
 {
     if (pixels.width < 1 || pixels.height < 1)
         throw screenshotError(
             ScreenshotFailure::emptyFrame, "ScreenCaptureKit returned an empty screenshot frame.");
-    if (!pixels.bytes || pixels.bytesPerRow < 4 * static_cast<std::size_t>(pixels.width))
+    const std::size_t rowLength
+        = layoutOf(pixels.format).bytesPerPixel * static_cast<std::size_t>(pixels.width);
+    if (!pixels.bytes || pixels.bytesPerRow < rowLength)
         throw screenshotError(
             ScreenshotFailure::notRendered, "Core Image could not render the screenshot frame.");
-    return StillImage::copyOf(pixels);
+    return copyOf(pixels, PixelFormat::xrgb8888);
 }
 
-StillImage croppedImage(const StillImage& image, const PixelRect& rect)
+PixelCanvas croppedImage(const PixelCanvas& image, const PixelRect& rect)
 {
-    const PixelRect part = intersection(rect, PixelRect{0, 0, image.width, image.height});
-    if (part.isEmpty())
+    if (intersection(rect, image.rect()).isEmpty())
         throw CLIError("Could not crop the screenshot to the selected region.");
-    StillImage cropped = image;
-    cropped.width = part.width;
-    cropped.height = part.height;
-    cropped.bytes
-        += static_cast<std::size_t>(part.y) * image.bytesPerRow + 4 * static_cast<std::size_t>(part.x);
-    return cropped;
+    return image.part(rect);
 }
 
 } // namespace glimto

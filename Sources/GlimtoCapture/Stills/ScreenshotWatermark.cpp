@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "Options/ScreenshotOptions.h"
-#include "Stills/ScreenshotImage.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -49,7 +47,7 @@ void ScreenshotWatermark::prepare(int width, int height) noexcept
     }
 }
 
-void ScreenshotWatermark::apply(StillImage& image) noexcept
+void ScreenshotWatermark::apply(PixelCanvas& image) noexcept
 {
     if (image.width < 1 || image.height < 1)
         return;
@@ -76,7 +74,7 @@ TextLine* ScreenshotWatermark::line(double fontSize)
 
 // The text is drawn into a copy of the corner that it lies in, so that a failure leaves the picture whole and
 // most of it need not be copied.
-void ScreenshotWatermark::draw(StillImage& image)
+void ScreenshotWatermark::draw(PixelCanvas& image)
 {
     const double size = fontSize(image.width, image.height);
     TextLine* text = line(size);
@@ -95,15 +93,10 @@ void ScreenshotWatermark::draw(StillImage& image)
     // Shadow and letters reach out of the typographic bounds by less than the size of the font.
     const int left = std::max(0, static_cast<int>(std::floor(x - size)));
     const int top = std::max(0, static_cast<int>(std::floor(baseline - text->ascent() - size)));
-    StillImage corner = croppedImage(image, {left, top, image.width - left, image.height - top});
-    const StillImage drawn = StillImage::copyOf(corner.pixels());
-    const PixelCanvas canvas = {
-        .width = drawn.width, .height = drawn.height, .bytesPerRow = drawn.bytesPerRow, .bytes = drawn.bytes};
-    if (!text->draw(canvas, x - left, baseline - top, style))
-        return;
-    for (std::size_t row = 0; row < static_cast<std::size_t>(drawn.height); ++row)
-        std::memcpy(corner.bytes + row * corner.bytesPerRow, drawn.bytes + row * drawn.bytesPerRow,
-            drawn.bytesPerRow);
+    const PixelCanvas corner = image.part({left, top, image.width - left, image.height - top});
+    const PixelCanvas drawn = copyOf(corner, corner.format);
+    if (text->draw(drawn, x - left, baseline - top, style))
+        convertPixels(drawn, corner);
 }
 
 } // namespace glimto

@@ -5,7 +5,7 @@
 
 #include "Platform/Service.h"
 #include "Platform/TextDrawing.h"
-#include "Platform/StillCapture.h"
+#include "Platform/PixelBuffer.h"
 
 namespace glimto {
 
@@ -26,12 +26,13 @@ public:
     void prepare(int width, int height) noexcept;
 
     // Draws the watermark into the picture, unless it would take more than half its width or a third of its
-    // height. The picture stays as it is then, and also when there is no font or drawing fails.
-    void apply(StillImage& image) noexcept;
+    // height. The picture, which is xrgb8888, stays as it is then, and also when there is no font or drawing
+    // fails.
+    void apply(PixelCanvas& image) noexcept;
 
 private:
     TextLine* line(double fontSize);
-    void draw(StillImage& image);
+    void draw(PixelCanvas& image);
 
     const Service<TextDrawing> textDrawing_;
     std::unique_ptr<TextLine> line_; // in lineFontSize_; may be null

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "Backends/FFmpeg/FFmpegVideoAssetWriter.h"
+#include "Fakes/FakeFramePicture.h"
 #include "Fakes/FakeVideoEncoder.h"
 #include "Unit/FFmpeg/SegmentCollector.h"
 
@@ -37,7 +38,7 @@ protected:
     {
         VideoFrame frame;
         frame.presentationTime = MediaTime{milliseconds, 1000};
-        frame.pixels = std::make_shared<PixelBuffer>(PixelBuffer{64, 48, 256, bytes->data(), bytes});
+        frame.picture = std::make_shared<MemoryPicture>(PixelBuffer{64, 48, 256, bytes->data(), bytes});
         frame.sequenceNumber = nextSequenceNumber++;
         if (isChanged)
             frame.changedRects = {{0, 0, 64, 48}};
@@ -81,6 +82,20 @@ TEST_F(AnyVideoEncoderTests, PicturesAreCutIntoSegmentsAtTheEncodersKeyframes)
     EXPECT_THAT(text(collector.segments[0].data), HasSubstr("picture 0;picture 1;"));
     EXPECT_THAT(text(collector.segments[1].data), HasSubstr("picture 2;picture 3;"));
     EXPECT_EQ(collector.segments[0].report.duration, (MediaTime{ticksPerSecond, ticksPerSecond}));
+}
+
+TEST_F(AnyVideoEncoderTests, APictureInGraphicsMemoryIsHandedOnAsItIs)
+{
+    makeWriter();
+    const auto picture = std::make_shared<FakeFramePicture>(makeCanvas(64, 48, PixelFormat::abgr2101010));
+    VideoFrame frame;
+    frame.presentationTime = MediaTime{0, 1000};
+    frame.picture = picture;
+    ASSERT_TRUE(writer->append(frame));
+    EXPECT_EQ(writer->finishWriting(), AssetWriterStatus::completed);
+
+    EXPECT_THAT(encoders.state->pictures, ElementsAre(picture.get()));
+    EXPECT_EQ(picture->reads, 0);
 }
 
 TEST_F(AnyVideoEncoderTests, StillPictureIsRefinedAsLongAsTheEncoderCanAndRepeatedWhereASegmentStarts)

@@ -63,7 +63,7 @@ TEST_F(FFmpegAudioAssetWriterSegmentTests, SegmentsCoverTheTimeOfTheVideosSegmen
     for (std::uint64_t number = 0; number < 60; ++number) {
         VideoFrame frame;
         frame.presentationTime = {static_cast<std::int64_t>(number), 10}; // a tenth of a second each
-        frame.pixels = std::make_shared<PixelBuffer>(PixelBuffer{16, 16, 64, pixels->data(), pixels});
+        frame.picture = std::make_shared<MemoryPicture>(PixelBuffer{16, 16, 64, pixels->data(), pixels});
         frame.sequenceNumber = 2 * number; // always a whole new picture
         while (!video->append(frame))
             std::this_thread::yield();

@@ -40,12 +40,12 @@ protected:
     {
         auto bytes = std::make_shared<std::vector<std::uint8_t>>(
             static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_) * 4, gray);
-        auto pixels = std::make_shared<PixelBuffer>(
+        auto picture = std::make_shared<MemoryPicture>(
             PixelBuffer{width_, height_, static_cast<std::size_t>(width_) * 4, bytes->data(), bytes});
         VideoFrame result;
         result.status = FrameStatus::complete;
         result.presentationTime = MediaTime::fromSeconds(seconds, 1'000'000'000);
-        result.pixels = std::move(pixels);
+        result.picture = std::move(picture);
         result.sequenceNumber = nextSequenceNumber_++;
         if (isChanged)
             result.changedRects = {{0, 0, width_, height_}};
@@ -206,7 +206,8 @@ TEST_F(FFmpegVideoAssetWriterTests, FrameOfAnotherSizeIsRefused)
 {
     makeWriter(64, 48, 1.0);
     VideoFrame other = frame(0, 10);
-    other.pixels = std::make_shared<PixelBuffer>(PixelBuffer{32, 48, 128, other.pixels->bytes, other.pixels});
+    other.picture = std::make_shared<MemoryPicture>(
+        PixelBuffer{32, 48, 128, other.picture->pixels().bytes, other.picture});
     EXPECT_FALSE(writer_->append(other));
 }
 
@@ -228,8 +229,8 @@ TEST_F(FFmpegVideoAssetWriterTests, HardSceneBetweenEasyOnesIsWholeAndCutAsEver)
         const bool isHard = index >= 40 && index < 80;
         VideoFrame next = frame(index / 30.0, 120, index < 100);
         if (isHard) {
-            auto* bytes = const_cast<std::uint8_t*>(next.pixels->bytes);
-            for (std::size_t at = 0; at < next.pixels->bytesPerRow * 240; ++at)
+            auto* bytes = const_cast<std::uint8_t*>(next.picture->pixels().bytes);
+            for (std::size_t at = 0; at < std::size_t{320} * 4 * 240; ++at)
                 bytes[at] = static_cast<std::uint8_t>(
                     (at * 2654435761U + static_cast<std::size_t>(index) * 40503U) >> 13U);
         }
@@ -253,8 +254,8 @@ TEST_F(FFmpegVideoAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
     makeWriter(640, 480, 3600.0);
     for (int index = 0; index < 60; ++index) {
         VideoFrame noisy = frame(index / 30.0, 0);
-        auto* bytes = const_cast<std::uint8_t*>(noisy.pixels->bytes);
-        for (std::size_t at = 0; at < noisy.pixels->bytesPerRow * 480; ++at)
+        auto* bytes = const_cast<std::uint8_t*>(noisy.picture->pixels().bytes);
+        for (std::size_t at = 0; at < std::size_t{640} * 4 * 480; ++at)
             bytes[at] = static_cast<std::uint8_t>(
                 (at * 2654435761U + static_cast<std::size_t>(index) * 40503U) >> 13U);
         ASSERT_TRUE(appendWhenReady(noisy));
@@ -273,8 +274,7 @@ TEST(FFmpegVideoAssetWriterSettingsTests, SizeThatH264CannotHoldIsRefused)
         .averageBitRate = 2'000'000,
         .maxKeyFrameInterval = 120,
         .maxKeyFrameIntervalDuration = 4};
-    EXPECT_EQ(
-        moduleAssetWriters().makeVideoWriter(settings, MediaTime{4, 1}, collector), nullptr);
+    EXPECT_EQ(moduleAssetWriters().makeVideoWriter(settings, MediaTime{4, 1}, collector), nullptr);
 }
 
 } // namespace

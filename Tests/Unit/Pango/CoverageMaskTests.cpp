@@ -13,7 +13,7 @@ TEST(CoverageMaskTests, PaintsInsideOfTheCanvasOnly)
 {
     // One pixel more on each side, which must stay as it is.
     std::vector<std::uint8_t> bytes(4 * 4 * 4, 7);
-    const PixelCanvas canvas = {2, 2, 16, bytes.data() + 16 + 4};
+    const PixelCanvas canvas = {2, 2, 16, bytes.data() + 16 + 4, nullptr};
     const std::vector<std::uint8_t> covered(100, full);
     CoverageMask::copied({-4, -4, 10, 10}, covered.data(), 10).paint(canvas, 1, 1);
     for (std::size_t pixel = 0; pixel < 16; ++pixel) {
@@ -26,7 +26,7 @@ TEST(CoverageMaskTests, MixesByCoverageAndAlpha)
 {
     std::vector<std::uint8_t> bytes = {100, 0, 200, 9};
     const std::uint8_t half = 128;
-    CoverageMask::copied({0, 0, 1, 1}, &half, 1).paint({1, 1, 4, bytes.data()}, 1, 0.5);
+    CoverageMask::copied({0, 0, 1, 1}, &half, 1).paint({1, 1, 4, bytes.data(), nullptr}, 1, 0.5);
     EXPECT_EQ(bytes, (std::vector<std::uint8_t>{139, 64, 214, 9}));
 }
 

@@ -38,7 +38,10 @@ public:
     {
     }
 
-    PixelCanvas canvas() { return {width_, height_, 4 * static_cast<std::size_t>(width_), bytes_.data()}; }
+    PixelCanvas canvas()
+    {
+        return {width_, height_, 4 * static_cast<std::size_t>(width_), bytes_.data(), nullptr};
+    }
 
     const std::uint8_t* pixel(int x, int y) const
     {

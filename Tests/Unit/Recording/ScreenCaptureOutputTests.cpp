@@ -82,7 +82,7 @@ TEST_F(ScreenCaptureOutputTests, AFrameWithoutStatusIsUsableWhenItHasAPicture)
 TEST_F(ScreenCaptureOutputTests, ACompleteFrameWithoutPictureIsNotUsable)
 {
     VideoFrame frame = frameWithStatus(FrameStatus::complete);
-    frame.pixels = nullptr;
+    frame.picture = nullptr;
     EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frame));
 }
 

@@ -93,7 +93,7 @@ TEST_F(SegmentedMP4WriterTests, RetimingKeepsEverythingElseOfAFrame)
     frame.sequenceNumber = 12;
     writer->appendVideoFrame(frame);
 
-    EXPECT_EQ(encoder.frames[0].pixels, frame.pixels);
+    EXPECT_EQ(encoder.frames[0].picture, frame.picture);
     EXPECT_EQ(encoder.frames[0].sequenceNumber, 12U);
     EXPECT_EQ(encoder.frames[0].changedRects, frame.changedRects);
 }
@@ -118,7 +118,7 @@ TEST_F(SegmentedMP4WriterTests, WithoutAnyFrameFinishingFails)
 TEST_F(SegmentedMP4WriterTests, AFrameWithoutPictureIsIgnored)
 {
     VideoFrame frame = fakeFrame(0);
-    frame.pixels = nullptr;
+    frame.picture = nullptr;
     writer->appendVideoFrame(frame);
 
     EXPECT_EQ(finishError(), noFramesMessage);

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "Fakes/FakeCaptureStream.h"
+#include "Fakes/FakeFramePicture.h"
 #include "Fakes/FakeImageCodec.h"
 #include "Fakes/FakeLineOutput.h"
 #include "RecordingTestSupport.h"
@@ -21,7 +22,7 @@ protected:
     VideoFrame frameWithPixels(PixelBuffer pixels)
     {
         VideoFrame frame = fakeFrame(0);
-        frame.pixels = std::make_shared<const PixelBuffer>(std::move(pixels));
+        frame.picture = std::make_shared<const MemoryPicture>(std::move(pixels));
         return frame;
     }
 
@@ -156,6 +157,32 @@ TEST_F(ThumbnailWriterTests, AFrameWithoutBytesIsWarnedOf)
 
     EXPECT_EQ(standardError.lines(),
         Lines{"warning: thumbnail generation failed: Core Image could not render the thumbnail frame"});
+}
+
+TEST_F(ThumbnailWriterTests, APictureInGraphicsMemoryIsReadBackOnce)
+{
+    VideoFrame frame = fakeFrame(0);
+    const auto picture = std::make_shared<FakeFramePicture>(makeCanvas(32, 20));
+    frame.picture = picture;
+    writer.captureFirstFrame(frame);
+    writer.captureFirstFrame(frame);
+    writer.waitUntilWritten();
+
+    EXPECT_EQ(picture->reads, 1);
+    EXPECT_EQ(codec.width, 32);
+}
+
+TEST_F(ThumbnailWriterTests, APictureThatCannotBeReadBackIsWarnedOf)
+{
+    VideoFrame frame = fakeFrame(0);
+    const auto picture = std::make_shared<FakeFramePicture>(makeCanvas(32, 20));
+    picture->error = std::make_exception_ptr(PlatformError("Fake", 7, "the device is gone"));
+    frame.picture = picture;
+    writer.captureFirstFrame(frame);
+    writer.waitUntilWritten();
+
+    EXPECT_EQ(standardError.lines(), Lines{"warning: thumbnail generation failed: the device is gone"});
+    EXPECT_EQ(take.files(), Lines());
 }
 
 TEST_F(ThumbnailWriterTests, ATemporaryFileThatCannotBeMadeIsWarnedOf)

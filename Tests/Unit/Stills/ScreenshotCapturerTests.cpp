@@ -207,6 +207,20 @@ TEST_F(ScreenshotCapturerTests, NoWatermarkIsDrawnWhenItIsNotWanted)
     EXPECT_EQ(stills.png.pixels, std::vector<std::uint8_t>(4 * 640 * 480, 0));
 }
 
+TEST_F(ScreenshotCapturerTests, APictureOfAnotherPixelFormatIsWrittenInTheUsualOne)
+{
+    options.applyWatermark = false;
+    const PixelCanvas blue = makeCanvas(640, 480, PixelFormat::rgb565);
+    for (std::size_t at = 0; at < 640 * 480; ++at) {
+        blue.bytes[2 * at] = 0x1F;
+        blue.bytes[2 * at + 1] = 0;
+    }
+    stills.capture.image = blue;
+    options.target = CaptureRegion{100, 100, 2, 1};
+    capture();
+    EXPECT_EQ(stills.png.pixels, (std::vector<std::uint8_t>{255, 0, 0, 255, 255, 0, 0, 255}));
+}
+
 TEST_F(ScreenshotCapturerTests, ASystemThatGivesNoPictureIsAnError)
 {
     stills.capture.givesImage = false;

@@ -27,7 +27,7 @@ class ScreenshotFileTests : public testing::Test {
 protected:
     void write(const std::filesystem::path& target)
     {
-        ScreenshotFile(codec, standardError).writePNG(fakePicture(4, 3).pixels(), target);
+        ScreenshotFile(codec, standardError).writePNG(fakePicture(4, 3), target);
     }
 
     std::string errorOfWrite(const std::filesystem::path& target)

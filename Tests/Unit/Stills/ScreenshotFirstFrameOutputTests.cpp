@@ -34,7 +34,7 @@ TEST(ScreenshotFirstFrameOutputTests, AFrameThatCameBeforeTheWaitIsGivenAtOnce)
     ScreenshotFirstFrameOutput output;
     const auto frame = fakeFrame(0);
     output.didOutputFrame(frame);
-    EXPECT_EQ(output.waitForFirstFrame(0).pixelBuffer, frame.pixels);
+    EXPECT_EQ(output.waitForFirstFrame(0).pixelBuffer, frame.picture);
 }
 
 TEST(ScreenshotFirstFrameOutputTests, AFrameThatComesLaterEndsTheWait)
@@ -42,7 +42,7 @@ TEST(ScreenshotFirstFrameOutputTests, AFrameThatComesLaterEndsTheWait)
     ScreenshotFirstFrameOutput output;
     const auto frame = fakeFrame(0);
     std::thread stream([&] { output.didOutputFrame(frame); });
-    EXPECT_EQ(output.waitForFirstFrame(60).pixelBuffer, frame.pixels);
+    EXPECT_EQ(output.waitForFirstFrame(60).pixelBuffer, frame.picture);
     stream.join();
 }
 
@@ -53,7 +53,7 @@ TEST(ScreenshotFirstFrameOutputTests, TheFirstOfSeveralFramesCounts)
     output.didOutputFrame(first);
     output.didOutputFrame(fakeFrame(1));
     output.didStopWithError(std::make_exception_ptr(std::runtime_error("too late")));
-    EXPECT_EQ(output.waitForFirstFrame(0).pixelBuffer, first.pixels);
+    EXPECT_EQ(output.waitForFirstFrame(0).pixelBuffer, first.picture);
 }
 
 TEST(ScreenshotFirstFrameOutputTests, OnlyCompleteAndStartedFramesAndThoseWithoutStatusAreUsable)
@@ -73,7 +73,7 @@ TEST(ScreenshotFirstFrameOutputTests, AFrameWithoutAPictureIsNotUsable)
 {
     ScreenshotFirstFrameOutput output;
     auto frame = fakeFrame(0);
-    frame.pixels = nullptr;
+    frame.picture = nullptr;
     output.didOutputFrame(frame);
     EXPECT_EQ(errorOfWait(output), "Timed out waiting for the first screenshot frame.");
 }

@@ -11,7 +11,7 @@ namespace glimto {
 namespace {
 
 // Each pixel's blue is its column, its green its row.
-StillImage mapPicture(int width, int height)
+PixelCanvas mapPicture(int width, int height)
 {
     const auto image = fakePicture(width, height);
     for (int y = 0; y < height; ++y) {
@@ -25,7 +25,7 @@ StillImage mapPicture(int width, int height)
     return image;
 }
 
-PixelRect coveredBy(const StillImage& image)
+PixelRect coveredBy(const PixelCanvas& image)
 {
     return {image.bytes[0], image.bytes[1], image.width, image.height};
 }
@@ -69,7 +69,7 @@ TEST(ScreenshotImageTests, APartOutsideIsAnError)
 TEST(ScreenshotImageTests, APartKeepsThePixelsAlive)
 {
     auto image = mapPicture(40, 30);
-    const std::weak_ptr<void> watched = image.storage;
+    const std::weak_ptr<const void> watched = image.storage;
     auto part = croppedImage(image, {3, 5, 10, 8});
     image = {};
     EXPECT_FALSE(watched.expired());
@@ -90,7 +90,7 @@ std::string errorOfFrame(const PixelBuffer& pixels)
 TEST(ScreenshotImageTests, AFramesPictureIsACopyWithoutWhatLiesBesideIt)
 {
     const auto part = croppedImage(mapPicture(40, 30), {3, 5, 10, 8});
-    const auto image = imageOfFrame(part.pixels());
+    const auto image = imageOfFrame(part);
     EXPECT_NE(image.bytes, part.bytes);
     EXPECT_EQ(image.bytesPerRow, 40U);
     EXPECT_EQ(coveredBy(image), (PixelRect{3, 5, 10, 8}));
@@ -100,7 +100,7 @@ TEST(ScreenshotImageTests, AFramesPictureIsACopyWithoutWhatLiesBesideIt)
 TEST(ScreenshotImageTests, AFrameWithoutExtentIsEmpty)
 {
     for (const auto& [width, height] : {std::pair(0, 4), std::pair(4, 0)}) {
-        PixelBuffer pixels = fakePicture(4, 4).pixels();
+        PixelBuffer pixels = fakePicture(4, 4);
         pixels.width = width;
         pixels.height = height;
         EXPECT_EQ(errorOfFrame(pixels), "ScreenCaptureKit returned an empty screenshot frame.");
@@ -109,10 +109,10 @@ TEST(ScreenshotImageTests, AFrameWithoutExtentIsEmpty)
 
 TEST(ScreenshotImageTests, AFrameWithoutPixelsCannotBeRendered)
 {
-    PixelBuffer pixels = fakePicture(4, 4).pixels();
+    PixelBuffer pixels = fakePicture(4, 4);
     pixels.bytes = nullptr;
     EXPECT_EQ(errorOfFrame(pixels), "Core Image could not render the screenshot frame.");
-    pixels = fakePicture(4, 4).pixels();
+    pixels = fakePicture(4, 4);
     pixels.bytesPerRow = 15;
     EXPECT_EQ(errorOfFrame(pixels), "Core Image could not render the screenshot frame.");
 }

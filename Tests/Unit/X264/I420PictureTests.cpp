@@ -1,5 +1,6 @@
 #include "Backends/X264/I420Picture.h"
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -104,6 +105,28 @@ TEST(I420PictureTests, RectReachingOutsideThePictureIsCut)
     picture.update(canvas.pixels, std::array{PixelRect{-8, 24, 100, 100}});
     EXPECT_EQ(luma(picture, 0, 31), 235);
     EXPECT_NE(luma(picture, 0, 0), 235);
+}
+
+TEST(I420PictureTests, EveryFormatGivesTheSamePicture)
+{
+    constexpr int width = 71;
+    constexpr int height = 45; // more than two strips
+    Canvas canvas(width, height);
+    for (std::size_t at = 0; at < canvas.bytes.size(); ++at) // colours that 5 bits have as well
+        canvas.bytes[at] = static_cast<std::uint8_t>(at * 2654435761U >> 20U & 1U) * 255;
+    const PixelRect changed = {5, 3, 61, 40};
+    I420Picture expected(width, height);
+    expected.update(canvas.pixels, std::array{changed});
+    for (const PixelFormat format : pixelFormats()) {
+        I420Picture picture(width, height);
+        picture.update(copyOf(canvas.pixels, format), std::array{changed});
+        for (int plane = 0; plane < 3; ++plane) {
+            const auto size = static_cast<std::size_t>(
+                picture.stride(plane) * (plane == 0 ? picture.height() : picture.height() / 2));
+            EXPECT_TRUE(std::equal(picture.plane(plane), picture.plane(plane) + size, expected.plane(plane)))
+                << static_cast<std::uint32_t>(format) << " plane " << plane;
+        }
+    }
 }
 
 } // namespace

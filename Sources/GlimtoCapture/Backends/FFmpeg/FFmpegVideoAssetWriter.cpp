@@ -1,8 +1,8 @@
 #include "Backends/FFmpeg/FFmpegVideoAssetWriter.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
-#include <vector>
 
 namespace glimto {
 
@@ -16,11 +16,6 @@ constexpr std::size_t largestFragmentBytes = std::size_t{4} * 1024 * 1024;
 
 // The last frame's own duration, at most.
 constexpr std::int64_t longestLastFrameTicks = timescale / 30;
-
-PixelRect wholePicture(const PixelBuffer& pixels)
-{
-    return {0, 0, pixels.width, pixels.height};
-}
 
 } // namespace
 
@@ -58,12 +53,12 @@ bool FFmpegVideoAssetWriter::isReadyForMoreMediaData() const
 
 bool FFmpegVideoAssetWriter::append(const VideoFrame& frame)
 {
-    if (!frame.pixels || !frame.presentationTime.isValid() || !isReadyForMoreMediaData())
+    if (!frame.picture || !frame.presentationTime.isValid() || !isReadyForMoreMediaData())
         return false;
     const std::int64_t time = frame.presentationTime.converted(timescale).value;
     if (time <= lastAppendedTime_)
         return false;
-    if (frame.pixels->width != settings_.width || frame.pixels->height != settings_.height)
+    if (frame.picture->width() != settings_.width || frame.picture->height() != settings_.height)
         return false;
     lastAppendedTime_ = time;
     framesHeld_ += 1;
@@ -99,9 +94,9 @@ void FFmpegVideoAssetWriter::encodeFrame(const VideoFrame& frame)
     lastSequenceNumber_ = frame.sequenceNumber;
     const auto kind = boundaries_.startsSegment(time) ? PictureKind::keyframe : PictureKind::predicted;
     if (!followsLast)
-        take(encoder_->encode(*frame.pixels, std::vector{wholePicture(*frame.pixels)}, time, kind));
+        take(encoder_->encode(*frame.picture, std::array{frame.picture->rect()}, time, kind));
     else if (!frame.changedRects.empty())
-        take(encoder_->encode(*frame.pixels, frame.changedRects, time, kind));
+        take(encoder_->encode(*frame.picture, frame.changedRects, time, kind));
     else if (kind == PictureKind::keyframe)
         take(encoder_->repeat(time, kind));
     else

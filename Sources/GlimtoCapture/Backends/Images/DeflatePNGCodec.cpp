@@ -106,7 +106,7 @@ std::vector<std::byte> DeflatePNGCodec::encode(const PixelBuffer& pixels)
     if (pixels.width < 1 || pixels.height < 1)
         throw PlatformError("PNG", -1, "An empty picture cannot be a PNG.");
     try {
-        const Compressed data = compressed(filteredRows(pixels));
+        const Compressed data = compressed(filteredRows(inFormat(pixels, PixelFormat::xrgb8888)));
         return fileOf(pixels, {data.bytes.get(), data.size});
     } catch (const std::bad_alloc&) {
         throw PlatformError("PNG", -1, "There is not enough memory to encode the picture.");

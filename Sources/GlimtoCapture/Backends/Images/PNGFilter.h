@@ -5,7 +5,7 @@
 #include <span>
 
 #include "Backends/Images/LargeBuffer.h"
-#include "Platform/VideoFrame.h"
+#include "Platform/PixelBuffer.h"
 
 namespace glimto {
 
@@ -22,7 +22,7 @@ struct PNGRows {
 // repeats the one above. `above` is the row before, or zeros.
 PNGFilterType filterForRow(std::span<const std::uint8_t> row, std::span<const std::uint8_t> above);
 
-// All rows of `pixels`, which has at least one.
+// All rows of `pixels`, which has at least one and is xrgb8888.
 PNGRows filteredRows(const PixelBuffer& pixels);
 
 } // namespace glimto

@@ -4,7 +4,7 @@
 #include <memory>
 #include <span>
 
-#include "Platform/VideoFrame.h"
+#include "Platform/PixelBuffer.h"
 
 namespace glimto {
 

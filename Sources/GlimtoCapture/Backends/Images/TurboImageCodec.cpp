@@ -24,8 +24,9 @@ struct BufferDeleter {
 
 } // namespace
 
-std::vector<std::byte> TurboImageCodec::encodeJPEG(const PixelBuffer& pixels, double quality)
+std::vector<std::byte> TurboImageCodec::encodeJPEG(const PixelBuffer& picture, double quality)
 {
+    const PixelBuffer pixels = inFormat(picture, PixelFormat::xrgb8888);
     const std::unique_ptr<void, CompressorDeleter> compressor(tjInitCompress());
     if (!compressor)
         throw PlatformError("JPEG", -1, "The JPEG encoder could not be started.");

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "Platform/VideoFrame.h"
+#include "Platform/PixelBuffer.h"
 
 namespace glimto {
 

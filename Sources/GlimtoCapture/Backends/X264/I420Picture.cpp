@@ -11,6 +11,7 @@ namespace {
 
 constexpr int macroblockSize = 16;
 constexpr std::size_t alignment = 64;
+constexpr int stripHeight = 16; // even
 
 int roundedUp(int value, int multiple)
 {
@@ -80,14 +81,30 @@ int I420Picture::changedMacroblockCount() const
 
 void I420Picture::convert(const PixelBuffer& pixels, const PixelRect& rect)
 {
-    const std::uint8_t* source = pixels.bytes + static_cast<std::size_t>(rect.y) * pixels.bytesPerRow
-        + static_cast<std::size_t>(rect.x) * 4;
-    const std::ptrdiff_t lumaOffset = static_cast<std::ptrdiff_t>(rect.y) * lumaStride_ + rect.x;
-    const std::ptrdiff_t chromaOffset = static_cast<std::ptrdiff_t>(rect.y / 2) * chromaStride_ + rect.x / 2;
+    if (servesAs(pixels.format, PixelFormat::xrgb8888)) {
+        convertStrip(pixels.part(rect), rect.x, rect.y);
+        return;
+    }
+    // Few rows at a time, which stay in the processor's memory.
+    strip_.resize(static_cast<std::size_t>(rect.width) * stripHeight * 4);
+    for (int top = rect.y; top < rect.y + rect.height; top += stripHeight) {
+        const PixelBuffer from
+            = pixels.part({rect.x, top, rect.width, std::min(stripHeight, rect.y + rect.height - top)});
+        const PixelCanvas strip
+            = {from.width, from.height, static_cast<std::size_t>(from.width) * 4, strip_.data(), nullptr};
+        convertPixels(from, strip);
+        convertStrip(strip, rect.x, top);
+    }
+}
+
+void I420Picture::convertStrip(const PixelBuffer& strip, int x, int y)
+{
+    const std::ptrdiff_t lumaOffset = static_cast<std::ptrdiff_t>(y) * lumaStride_ + x;
+    const std::ptrdiff_t chromaOffset = static_cast<std::ptrdiff_t>(y / 2) * chromaStride_ + x / 2;
     // libyuv's "ARGB" is B, G, R, A in memory.
-    libyuv::ARGBToI420(source, static_cast<int>(pixels.bytesPerRow), planes_[0] + lumaOffset, lumaStride_,
-        planes_[1] + chromaOffset, chromaStride_, planes_[2] + chromaOffset, chromaStride_, rect.width,
-        rect.height);
+    libyuv::ARGBToI420(strip.bytes, static_cast<int>(strip.bytesPerRow), planes_[0] + lumaOffset, lumaStride_,
+        planes_[1] + chromaOffset, chromaStride_, planes_[2] + chromaOffset, chromaStride_, strip.width,
+        strip.height);
 }
 
 void I420Picture::padEdges(const PixelRect& rect)

@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "Platform/VideoFrame.h"
+#include "Platform/PixelBuffer.h"
 
 namespace glimto {
 
@@ -21,7 +21,7 @@ public:
     std::uint8_t* plane(int index) const { return planes_[index]; }
     int stride(int index) const { return index == 0 ? lumaStride_ : chromaStride_; }
 
-    // Converts the changed parts of `pixels`, which has the frame's size.
+    // Converts the changed parts of `pixels`, which has the frame's size and any format.
     void update(const PixelBuffer& pixels, std::span<const PixelRect> changedRects);
 
     // For each 16x16 macroblock, row by row: 1 when the last update() left it as it was, 0 when it may have
@@ -34,6 +34,7 @@ public:
 
 private:
     void convert(const PixelBuffer& pixels, const PixelRect& rect);
+    void convertStrip(const PixelBuffer& strip, int x, int y);
     void padEdges(const PixelRect& rect);
     void markChanged(const PixelRect& rect);
 
@@ -47,6 +48,7 @@ private:
     std::vector<std::uint8_t> memory_;
     std::uint8_t* planes_[3] = {};
     std::vector<std::uint8_t> unchangedMacroblocks_;
+    std::vector<std::uint8_t> strip_; // of a picture in another format, on its way
 };
 
 } // namespace glimto

@@ -86,9 +86,9 @@ X264VideoEncoder::X264VideoEncoder(const VideoEncodingSettings& settings, std::i
 }
 
 EncodedPicture X264VideoEncoder::encode(
-    const PixelBuffer& pixels, std::span<const PixelRect> changedRects, std::int64_t time, PictureKind kind)
+    const FramePicture& picture, std::span<const PixelRect> changedRects, std::int64_t time, PictureKind kind)
 {
-    picture_.update(pixels, changedRects);
+    picture_.update(picture.pixels(), changedRects);
     return encodePicture(time, kind, picture_.changedMacroblockCount());
 }
 

@@ -23,7 +23,7 @@ public:
 
     const VideoCodec& codec() const override { return codec_; }
     const VideoSampleDescription& sampleDescription() const override { return sampleDescription_; }
-    EncodedPicture encode(const PixelBuffer& pixels, std::span<const PixelRect> changedRects,
+    EncodedPicture encode(const FramePicture& picture, std::span<const PixelRect> changedRects,
         std::int64_t time, PictureKind kind) override;
     EncodedPicture repeat(std::int64_t time, PictureKind kind) override;
     std::optional<EncodedPicture> refine(std::int64_t time) override;

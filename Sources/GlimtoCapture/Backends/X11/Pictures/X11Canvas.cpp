@@ -9,8 +9,7 @@ X11Canvas::X11Canvas(
     : connection_(connection)
     , size_(size)
     , format_(format)
-    , memory_(X11SharedMemory::make(
-          connection, format.bytesPerRow(size.width) * static_cast<std::size_t>(size.height)))
+    , memory_(X11SharedMemory::make(connection, format.byteCount(size)))
 {
     xcb_connection_t* xcb = connection_.xcb();
     pixmap_ = X11Pixmap(connection_);
@@ -44,6 +43,11 @@ bool X11Canvas::makeSharedPixmap(std::uint8_t depth)
     return !connection_.check(made);
 }
 
+PixelCanvas X11Canvas::pixels() const
+{
+    return format_.pixels(memory_->bytes(), size_, memory_);
+}
+
 void X11Canvas::setAllStale()
 {
     const xcb_rectangle_t whole = xcbRectangle(wholeOf(size_));
@@ -53,7 +57,7 @@ void X11Canvas::setAllStale()
 
 void X11Canvas::clear()
 {
-    std::memset(bytes(), 0, memory_->size());
+    std::memset(memory_->bytes(), 0, memory_->size());
     if (isShared())
         return;
     xcb_connection_t* xcb = connection_.xcb();
@@ -70,16 +74,10 @@ void X11Canvas::fetch(const PixelRect& rect)
         = connection_.reply<xcb_get_image_reply_t>(xcb_get_image(connection_.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP,
             pixmap_, static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
             static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height), ~0U));
-    const std::size_t sentRow = format_.bytesPerRow(rect.width);
-    if (!image
-        || static_cast<std::size_t>(xcb_get_image_data_length(image.get()))
-            < sentRow * static_cast<std::size_t>(rect.height))
+    const PixelSize size = {rect.width, rect.height};
+    if (!image || static_cast<std::size_t>(xcb_get_image_data_length(image.get())) < format_.byteCount(size))
         return;
-    const std::size_t wanted = format_.bytesPerPixel() * static_cast<std::size_t>(rect.width);
-    const std::uint8_t* from = xcb_get_image_data(image.get());
-    std::uint8_t* to = pixelAt(rect.x, rect.y);
-    for (int row = 0; row < rect.height; ++row, from += sentRow, to += bytesPerRow())
-        std::memcpy(to, from, wanted);
+    convertPixels(format_.pixels(xcb_get_image_data(image.get()), size, nullptr), pixels().part(rect));
 }
 
 } // namespace glimto

@@ -15,14 +15,13 @@ namespace glimto {
 
 // A picture of fixed size that the X server draws into and this process reads.
 //
-// Where the server shares memory, what it draws is in bytes() as soon as a later request was answered.
+// Where the server shares memory, what it draws is in pixels() as soon as a later request was answered.
 // Otherwise fetch() brings it.
 class X11Canvas {
 public:
-    // Black, and stale everywhere. `format` is how the server stores pixels of that depth; a canvas that it
-    // never draws into may have another one of no more bits. Throws PlatformError.
-    X11Canvas(
-        X11Connection& connection, PixelSize size, std::uint8_t depth, const X11PixelFormat& format = {});
+    // Black, and stale everywhere. `format` is how the server stores pixels of that depth. Throws
+    // PlatformError.
+    X11Canvas(X11Connection& connection, PixelSize size, std::uint8_t depth, const X11PixelFormat& format);
     ~X11Canvas();
     X11Canvas(const X11Canvas&) = delete;
     X11Canvas& operator=(const X11Canvas&) = delete;
@@ -30,15 +29,7 @@ public:
     PixelSize size() const { return size_; }
     xcb_pixmap_t pixmap() const { return pixmap_; }
     const std::shared_ptr<X11SharedMemory>& memory() const { return memory_; }
-    std::uint8_t* bytes() const { return memory_->bytes(); }
-    std::size_t bytesPerRow() const { return format_.bytesPerRow(size_.width); }
-    const X11PixelFormat& format() const { return format_; }
-
-    std::uint8_t* pixelAt(int x, int y) const
-    {
-        return bytes() + static_cast<std::size_t>(y) * bytesPerRow()
-            + static_cast<std::size_t>(x) * format_.bytesPerPixel();
-    }
+    PixelCanvas pixels() const;
 
     // The server's region of what has changed in the source since it was drawn here.
     xcb_xfixes_region_t stale() const { return stale_; }
@@ -51,10 +42,10 @@ public:
     std::uint64_t layout = 0;
     void clear();
 
-    // Whether the server draws into bytes() itself.
+    // Whether the server draws into pixels() itself.
     bool isShared() const { return isShared_; }
 
-    // Reads the rectangle from the server into bytes(); only for canvases that are not shared.
+    // Reads the rectangle from the server into pixels(); only for canvases that are not shared.
     void fetch(const PixelRect& rect);
 
 private:

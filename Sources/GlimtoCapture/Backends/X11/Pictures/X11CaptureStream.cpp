@@ -141,7 +141,7 @@ void X11CaptureStream::deliver(std::int64_t now, bool isNew)
     VideoFrame frame;
     frame.status = FrameStatus::complete;
     frame.presentationTime = MediaTime::fromNanoseconds(lastTime_);
-    frame.pixels = grabber_->picture();
+    frame.picture = grabber_->picture();
     frame.sequenceNumber = nextSequenceNumber_++;
     if (isNew)
         frame.changedRects = grabber_->changedRects();

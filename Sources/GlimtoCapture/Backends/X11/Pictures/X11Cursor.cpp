@@ -52,7 +52,7 @@ void X11Cursor::receiveImage()
 
 void X11Cursor::draw(X11Canvas& canvas) const
 {
-    image_.drawAt(x_, y_, canvas.bytes(), canvas.bytesPerRow(), canvas.size());
+    image_.drawAt(x_, y_, canvas.pixels());
     canvas.cursorRect = rect(canvas.size());
 }
 

@@ -39,23 +39,24 @@ X11CursorImage x11CursorImage(const xcb_xfixes_get_cursor_image_reply_t& reply)
         .pixels = {pixels, pixels + count}};
 }
 
-void X11CursorImage::drawAt(
-    int x, int y, std::uint8_t* bytes, std::size_t bytesPerRow, PixelSize picture) const
+void X11CursorImage::drawAt(int x, int y, const PixelCanvas& picture) const
 {
-    const PixelRect rect = rectAt(x, y, picture);
-    for (int row = rect.y; row < rect.y + rect.height; ++row) {
+    const PixelRect rect = rectAt(x, y, {picture.width, picture.height});
+    const PixelCanvas target = picture.part(rect);
+    const PixelCanvas drawn = inFormat(target, PixelFormat::xrgb8888);
+    for (int row = 0; row < rect.height; ++row) {
         const auto sourceRow
-            = static_cast<std::size_t>(row - (y - hotspotY)) * static_cast<std::size_t>(size.width);
+            = static_cast<std::size_t>(rect.y + row - (y - hotspotY)) * static_cast<std::size_t>(size.width);
         const std::uint32_t* source
             = pixels.data() + sourceRow + static_cast<std::size_t>(rect.x - (x - hotspotX));
-        std::uint8_t* target
-            = bytes + static_cast<std::size_t>(row) * bytesPerRow + 4 * static_cast<std::size_t>(rect.x);
-        for (int column = 0; column < rect.width; ++column, target += 4) {
+        for (int column = 0; column < rect.width; ++column) {
             // A pixel without alpha may still add light: only an all-zero one changes nothing.
             if (source[column] != 0)
-                blend(target, source[column]);
+                blend(drawn.pixelAt(column, row), source[column]);
         }
     }
+    if (drawn.bytes != target.bytes)
+        convertPixels(drawn, target);
 }
 
 } // namespace glimto

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 #include <xcb/xfixes.h>
 
 #include "Backends/X11/Connection/X11PixelRects.h"
+#include "Platform/PixelBuffer.h"
 
 namespace glimto {
 
@@ -20,9 +20,8 @@ struct X11CursorImage {
     // What it covers of a picture when it points at (x, y) there.
     PixelRect rectAt(int x, int y, PixelSize picture) const;
 
-    // Draws it over a picture of 32 bits a pixel (B, G, R, X), pointing at (x, y). What lies outside the
-    // picture is left out.
-    void drawAt(int x, int y, std::uint8_t* bytes, std::size_t bytesPerRow, PixelSize picture) const;
+    // Draws it over a picture, pointing at (x, y). What lies outside the picture is left out.
+    void drawAt(int x, int y, const PixelCanvas& picture) const;
 };
 
 // The image that a server has answered with; none when it does not have as many pixels as it says.

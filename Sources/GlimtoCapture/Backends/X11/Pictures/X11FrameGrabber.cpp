@@ -20,7 +20,7 @@ X11FrameGrabber::X11FrameGrabber(X11Connection& connection, std::unique_ptr<X11P
     : connection_(connection)
     , source_(std::move(source))
     , output_(output)
-    , pool_(connection, output, source_->depth(), queueDepth + 1)
+    , pool_(connection, output, source_->depth(), source_->format(), queueDepth + 1)
     , changes_(makeX11Region(connection))
     , scratch_(makeX11Region(connection))
 {
@@ -88,18 +88,15 @@ std::optional<X11FrameGrabber::Result> X11FrameGrabber::tryGrab()
         reject(drawn);
         return std::nullopt;
     }
-    if (converted_)
-        convertChanges();
-    X11Canvas& shown = converted_ ? *converted_ : drawn;
     if (cursor_)
-        addCursorChange(shown.size());
+        addCursorChange(drawn.size());
     if (cursor_ && !drawnCursorRect_.isEmpty())
-        cursor_->draw(shown);
+        cursor_->draw(drawn);
     const bool isNew = !changedRects_.empty();
     if (isNew && (isScaled() || allChanged_))
         changedRects_ = {wholeOf(output_)};
     if (isNew && original_)
-        scaleToFit(shown, *canvas);
+        scaleToFit(drawn.pixels(), canvas->pixels());
     // A canvas that was drawn into holds the picture even if nothing in it is new; another one was not filled
     // then.
     if (isNew || !original_)
@@ -117,30 +114,11 @@ void X11FrameGrabber::takeLayout()
     layout_ = source_->layout();
     allChanged_ = true;
     original_.reset();
-    converted_.reset();
-    const X11PixelFormat format = source_->format();
-    if (isScaled() || !format.isPlain())
-        original_ = std::make_unique<X11Canvas>(connection_, source_->size(), source_->depth(), format);
-    if (original_)
-        original_->layout = layout_;
-    if (!format.isPlain()) {
-        converted_ = std::make_unique<X11Canvas>(connection_, source_->size(), source_->depth());
-        converter_.emplace(format);
-    }
-}
-
-void X11FrameGrabber::convertChanges()
-{
-    std::vector<PixelRect> rects = changedRects_;
-    if (allChanged_)
-        rects = {wholeOf(converted_->size())};
-    // What the pointer was drawn over.
-    rects.push_back(std::exchange(converted_->cursorRect, {}));
-    for (const PixelRect& rect : rects) {
-        for (int row = rect.y; row < rect.y + rect.height; ++row)
-            converter_->convertRow(
-                original_->pixelAt(rect.x, row), converted_->pixelAt(rect.x, row), rect.width);
-    }
+    if (!isScaled())
+        return;
+    original_
+        = std::make_unique<X11Canvas>(connection_, source_->size(), source_->depth(), source_->format());
+    original_->layout = layout_;
 }
 
 X11Canvas* X11FrameGrabber::acquire()

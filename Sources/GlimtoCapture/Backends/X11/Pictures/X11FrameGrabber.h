@@ -15,8 +15,8 @@ namespace glimto {
 // Takes pictures of a source: brings what has changed into a picture of the pool, with one round trip,
 // and draws the pointer over it. Used by the thread of the connection.
 //
-// A source of another size or pixel format than the frames is drawn into a picture of its own, and converted
-// and scaled from there. Only what has changed is converted.
+// A source of another size than the frames is drawn into a picture of its own, and scaled from there.
+// Pictures have the source's pixel format.
 class X11FrameGrabber {
 public:
     X11FrameGrabber(X11Connection& connection, std::unique_ptr<X11PictureSource> source, PixelSize output,
@@ -44,14 +44,13 @@ public:
 
     // The last picture taken; null before the first, and after one that was rejected. Shared with the
     // consumers.
-    const std::shared_ptr<const PixelBuffer>& picture() const { return picture_; }
+    const std::shared_ptr<const FramePicture>& picture() const { return picture_; }
 
     // Where the last picture differs from the one before.
     const std::vector<PixelRect>& changedRects() const { return changedRects_; }
 
 private:
     bool isScaled() const { return source_->size() != output_; }
-    void convertChanges();
     std::optional<Result> tryGrab();
     void takeLayout();
     X11Canvas* acquire();
@@ -66,11 +65,9 @@ private:
     PixelSize output_;
     std::optional<X11Cursor> cursor_;
     X11FramePool pool_;
-    std::unique_ptr<X11Canvas> original_; // the source in its own size and format, where they are others
-    std::unique_ptr<X11Canvas> converted_; // the same in the frames' format, where it has another one
-    std::optional<X11PixelConverter> converter_;
+    std::unique_ptr<X11Canvas> original_; // the source in its own size, where it is another one
     X11Canvas* current_ = nullptr; // where picture_ lies
-    std::shared_ptr<const PixelBuffer> picture_;
+    std::shared_ptr<const FramePicture> picture_;
     std::vector<PixelRect> changedRects_;
     X11Region changes_;
     X11Region scratch_;

@@ -14,10 +14,12 @@ bool isFree(const X11Canvas& canvas)
 
 } // namespace
 
-X11FramePool::X11FramePool(X11Connection& connection, PixelSize size, std::uint8_t depth, int mostCanvases)
+X11FramePool::X11FramePool(X11Connection& connection, PixelSize size, std::uint8_t depth,
+    const X11PixelFormat& format, int mostCanvases)
     : connection_(connection)
     , size_(size)
     , depth_(depth)
+    , format_(format)
     , mostCanvases_(static_cast<std::size_t>(std::max(1, mostCanvases)))
 {
 }
@@ -32,20 +34,17 @@ X11Canvas* X11FramePool::acquire(X11Canvas* preferred)
     }
     if (canvases_.size() >= mostCanvases_)
         return nullptr;
-    return canvases_.emplace_back(std::make_unique<X11Canvas>(connection_, size_, depth_)).get();
+    return canvases_.emplace_back(std::make_unique<X11Canvas>(connection_, size_, depth_, format_)).get();
 }
 
-std::shared_ptr<const PixelBuffer> X11FramePool::lease(X11Canvas& canvas)
+std::shared_ptr<const FramePicture> X11FramePool::lease(X11Canvas& canvas)
 {
     auto memory = canvas.memory();
     memory->leases.fetch_add(1, std::memory_order_relaxed);
-    std::shared_ptr<const void> storage(static_cast<const void*>(memory->bytes()),
+    PixelBuffer pixels = canvas.pixels();
+    pixels.storage = std::shared_ptr<const void>(static_cast<const void*>(memory->bytes()),
         [memory](const void*) { memory->leases.fetch_sub(1, std::memory_order_release); });
-    return std::make_shared<const PixelBuffer>(PixelBuffer{.width = canvas.size().width,
-        .height = canvas.size().height,
-        .bytesPerRow = canvas.bytesPerRow(),
-        .bytes = memory->bytes(),
-        .storage = std::move(storage)});
+    return std::make_shared<const MemoryPicture>(std::move(pixels));
 }
 
 } // namespace glimto

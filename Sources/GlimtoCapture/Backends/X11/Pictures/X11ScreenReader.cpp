@@ -17,7 +17,7 @@ X11ScreenReader::X11ScreenReader(X11Connection& connection, PixelSize expected)
     , format_(X11PixelFormat::ofRoot(connection))
 {
     if (!expected.isEmpty())
-        memoryFor(format_.bytesPerRow(expected.width) * static_cast<std::size_t>(expected.height));
+        memoryFor(format_.byteCount(expected));
 }
 
 X11ScreenReader::~X11ScreenReader()
@@ -47,7 +47,7 @@ void X11ScreenReader::touchMemory()
         std::memset(memory_->bytes(), 0, memory_->size());
 }
 
-std::optional<StillImage> X11ScreenReader::read(const PixelRect& area, PixelSize output)
+std::optional<PixelCanvas> X11ScreenReader::read(const PixelRect& area, PixelSize output)
 {
     const auto root = connection_.reply<xcb_get_geometry_reply_t>(
         xcb_get_geometry(connection_.xcb(), connection_.root()));
@@ -57,61 +57,37 @@ std::optional<StillImage> X11ScreenReader::read(const PixelRect& area, PixelSize
     const PixelRect visible = intersection(wanted, wholeOf({root->width, root->height}));
     if (visible.isEmpty())
         return std::nullopt;
-    const auto rows = readRows(visible);
-    if (!rows)
-        return std::nullopt;
-    return picture(*rows, {visible.width, visible.height}, visible.x - area.x, visible.y - area.y, output);
+    const auto pixels = readPixels(visible);
+    if (!pixels || PixelSize{visible.width, visible.height} == output)
+        return pixels;
+    const PixelCanvas whole = makeCanvas(output.width, output.height);
+    std::memset(whole.bytes, 0, whole.bytesPerRow * static_cast<std::size_t>(whole.height));
+    convertPixels(
+        *pixels, whole.part({visible.x - area.x, visible.y - area.y, visible.width, visible.height}));
+    return whole;
 }
 
-std::optional<X11ScreenReader::Rows> X11ScreenReader::readRows(const PixelRect& rect)
+std::optional<PixelCanvas> X11ScreenReader::readPixels(const PixelRect& rect)
 {
     xcb_connection_t* xcb = connection_.xcb();
     const auto x = static_cast<std::int16_t>(rect.x);
     const auto y = static_cast<std::int16_t>(rect.y);
     const auto width = static_cast<std::uint16_t>(rect.width);
     const auto height = static_cast<std::uint16_t>(rect.height);
-    const std::size_t size = format_.bytesPerRow(rect.width) * static_cast<std::size_t>(rect.height);
-    const auto memory = memoryFor(size);
+    const PixelSize size = {rect.width, rect.height};
+    const auto memory = memoryFor(format_.byteCount(size));
     if (memory->segment() != XCB_NONE) {
         const auto cookie = xcb_shm_get_image(xcb, connection_.root(), x, y, width, height, allPlanes,
             XCB_IMAGE_FORMAT_Z_PIXMAP, memory->segment(), 0);
         if (connection_.reply<xcb_shm_get_image_reply_t>(cookie))
-            return Rows{memory->bytes(), memory};
+            return format_.pixels(memory->bytes(), size, memory);
     }
     const auto cookie
         = xcb_get_image(xcb, XCB_IMAGE_FORMAT_Z_PIXMAP, connection_.root(), x, y, width, height, allPlanes);
-    std::shared_ptr<xcb_get_image_reply_t> image(connection_.reply<xcb_get_image_reply_t>(cookie));
-    if (!image || static_cast<std::size_t>(xcb_get_image_data_length(image.get())) < size)
+    const std::shared_ptr<xcb_get_image_reply_t> image(connection_.reply<xcb_get_image_reply_t>(cookie));
+    if (!image || static_cast<std::size_t>(xcb_get_image_data_length(image.get())) < format_.byteCount(size))
         return std::nullopt;
-    return Rows{xcb_get_image_data(image.get()), image};
-}
-
-StillImage X11ScreenReader::picture(
-    const Rows& rows, PixelSize size, int left, int top, PixelSize output) const
-{
-    const std::size_t sourceRow = format_.bytesPerRow(size.width);
-    StillImage image = {.width = output.width,
-        .height = output.height,
-        .bytesPerRow = sourceRow,
-        .bytes = rows.bytes,
-        .storage = rows.storage};
-    if (format_.isPlain() && size == output)
-        return image;
-
-    const std::size_t targetRow = 4 * static_cast<std::size_t>(output.width);
-    const auto pixels = std::make_shared<std::vector<std::uint8_t>>(
-        targetRow * static_cast<std::size_t>(output.height), std::uint8_t(0));
-    const X11PixelConverter converter(format_);
-    for (int row = 0; row < size.height; ++row) {
-        converter.convertRow(rows.bytes + static_cast<std::size_t>(row) * sourceRow,
-            pixels->data() + static_cast<std::size_t>(top + row) * targetRow
-                + 4 * static_cast<std::size_t>(left),
-            size.width);
-    }
-    image.bytesPerRow = targetRow;
-    image.bytes = pixels->data();
-    image.storage = pixels;
-    return image;
+    return format_.pixels(xcb_get_image_data(image.get()), size, image);
 }
 
 } // namespace glimto

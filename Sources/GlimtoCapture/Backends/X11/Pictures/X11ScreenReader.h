@@ -27,18 +27,12 @@ public:
 
     // The part `area` of the root window as a picture of size `output`, black where it shows nothing. Nothing
     // when the server gives no picture. To be called once. Throws PlatformError.
-    std::optional<StillImage> read(const PixelRect& area, PixelSize output);
+    std::optional<PixelCanvas> read(const PixelRect& area, PixelSize output);
 
 private:
-    // Rows as the server stores them.
-    struct Rows {
-        std::uint8_t* bytes = nullptr;
-        std::shared_ptr<void> storage; // keeps them
-    };
     std::shared_ptr<X11SharedMemory> memoryFor(std::size_t size);
     void releaseMemory();
-    std::optional<Rows> readRows(const PixelRect& rect);
-    StillImage picture(const Rows& rows, PixelSize size, int left, int top, PixelSize output) const;
+    std::optional<PixelCanvas> readPixels(const PixelRect& rect);
 
     X11Connection& connection_;
     X11PixelFormat format_;

@@ -90,7 +90,7 @@ public:
             && sizeOf(configuration_) == sizeOf(configuration);
     }
 
-    std::optional<StillImage> capture(
+    std::optional<PixelCanvas> capture(
         const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
     {
         const auto deadline = Clock::now() + patience;
@@ -104,12 +104,12 @@ public:
     }
 
 private:
-    std::optional<StillImage> grab(Clock::time_point deadline)
+    std::optional<PixelCanvas> grab(Clock::time_point deadline)
     {
         while (Clock::now() < deadline) {
             grabber_->handleEvents();
             if (grabber_->grab() == X11FrameGrabber::Result::changed)
-                return StillImage::copyOf(*grabber_->picture());
+                return copyOf(grabber_->picture()->pixels(), grabber_->picture()->format());
             connection_->flush();
             pollfd entry = {.fd = connection_->fileDescriptor(), .events = POLLIN, .revents = 0};
             ::poll(&entry, 1, static_cast<int>(retryInterval.count()));
@@ -140,7 +140,7 @@ void X11StillCapture::prepare(const ContentFilter& filter, const CaptureStreamCo
     }
 }
 
-std::optional<StillImage> X11StillCapture::captureImage(
+std::optional<PixelCanvas> X11StillCapture::captureImage(
     const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
 {
     auto session = std::exchange(session_, nullptr);

@@ -16,7 +16,7 @@ public:
     ~X11StillCapture() override;
 
     void prepare(const ContentFilter& filter, const CaptureStreamConfiguration& configuration) override;
-    std::optional<StillImage> captureImage(
+    std::optional<PixelCanvas> captureImage(
         const ContentFilter& filter, const CaptureStreamConfiguration& configuration) override;
 
     // What is held ready for one picture.
