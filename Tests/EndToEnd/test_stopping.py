@@ -180,7 +180,6 @@ class ReaderTests(StoppingCase):
         self.addCleanup(process.wait)
         self.addCleanup(process.kill)
         os.close(writer)
-        # Each line is given up after a while; the take is whole all the same.
         self.assertEqual(process.wait(110), 0)
         self.assert_whole_take()
 

@@ -2,117 +2,164 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 #include <string>
 #include <thread>
-
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <utility>
 
 #include "Support/Errors.h"
+#include "Support/Guarded.h"
+#include "Support/NonBlockingWriter.h"
 #include "Support/Text.h"
 
 namespace glimto {
 
 namespace {
 
-// What a pipe has room for once it is writable, so that a write that may block does not.
-constexpr std::size_t pipeBufferBytes = 4096;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t pieceBytes = 4096;
+
+// How soon the thread notices that it is to end while there is no room.
+constexpr std::chrono::milliseconds longestWaitForRoom(50);
 
 // A terminal can be writable and still take nothing, when a line break needs two places.
 constexpr std::chrono::milliseconds pauseWithoutRoom(5);
 
-FileDescriptor openedWithoutBlocking(int descriptor)
+// What the thread needs to end once it was told to.
+constexpr std::chrono::seconds endLimit(1);
+
+bool isLackOfRoom(int error)
 {
-    const auto path = "/dev/fd/" + std::to_string(descriptor);
-    FileDescriptor opened(::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    // Some systems give another number for the same open file.
-    if (opened && (::fcntl(opened.get(), F_GETFL) & O_NONBLOCK) == 0)
-        opened.close();
-    return opened;
+    return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
 }
 
 } // namespace
 
+struct DescriptorLineOutput::Core {
+    struct Lines {
+        std::string waiting; // the first of them perhaps without its beginning
+        Clock::time_point lastRead; // when a part was taken last, or there was none before
+        bool isWriting = false; // the thread writes the beginning of what waits
+        bool mustEnd = false;
+
+        bool isWritten() const { return waiting.empty() && !isWriting; }
+
+        // Writes what there is room for. What fails is lost, as it was for a reader that is gone.
+        void writeWithoutWaiting(const NonBlockingWriter& writer)
+        {
+            while (!waiting.empty()) {
+                const auto written = writer.write(waiting);
+                if (written < 0 && isLackOfRoom(errno))
+                    return;
+                take(written);
+            }
+        }
+
+        void take(long written)
+        {
+            waiting.erase(0, written < 0 ? waiting.size() : static_cast<std::size_t>(written));
+            lastRead = Clock::now();
+        }
+    };
+
+    explicit Core(int descriptor)
+        : writer(descriptor)
+    {
+    }
+
+    // Runs on the thread. The lock is let go of while a write may wait.
+    void writeWhatWaits()
+    {
+        while (true) {
+            // The destructor tells when to end.
+            const auto piece
+                = lines.waitUntil([](const Lines& now) { return now.mustEnd || !now.waiting.empty(); },
+                    [](Lines& now) {
+                        now.isWriting = !now.mustEnd;
+                        return now.mustEnd ? std::string() : now.waiting.substr(0, pieceBytes);
+                    });
+            if (piece.empty())
+                return;
+            errno = EAGAIN;
+            const bool hasRoom = writer.waitForRoom(longestWaitForRoom);
+            const auto written = hasRoom ? writer.write(piece) : -1;
+            const bool isTaken = written >= 0 || !isLackOfRoom(errno);
+            lines.change([&](Lines& now) {
+                now.isWriting = false;
+                if (isTaken)
+                    now.take(written);
+            });
+            if (hasRoom && !isTaken)
+                std::this_thread::sleep_for(pauseWithoutRoom);
+        }
+    }
+
+    const NonBlockingWriter writer;
+    Guarded<Lines, LockLevel::leaf> lines;
+};
+
 DescriptorLineOutput::DescriptorLineOutput(int descriptor, std::chrono::milliseconds patience)
-    : descriptor_(descriptor)
-    , patience_(patience)
+    : patience_(patience)
+    , core_(std::make_shared<Core>(descriptor))
 {
-    struct stat status = {};
-    if (::fstat(descriptor_, &status) != 0)
+}
+
+DescriptorLineOutput::~DescriptorLineOutput()
+{
+    if (!thread_)
         return;
-    isSocket_ = S_ISSOCK(status.st_mode);
-    if (S_ISFIFO(status.st_mode) || ::isatty(descriptor_) == 1)
-        nonBlocking_ = openedWithoutBlocking(descriptor_);
+    const auto lastRead = core_->lines.with([](const Core::Lines& lines) { return lines.lastRead; });
+    const auto left = std::max<std::chrono::nanoseconds>(lastRead + patience_ - Clock::now(), {});
+    core_->lines.waitFor(left, [](const Core::Lines& lines) { return lines.isWritten(); });
+    core_->lines.change([](Core::Lines& lines) { lines.mustEnd = true; });
+    thread_->joinWithin(endLimit);
 }
 
 void DescriptorLineOutput::writeLine(std::string_view line)
 {
-    const std::lock_guard lock(mutex_);
-    const auto patience = readerHasStopped_ ? std::chrono::milliseconds::zero() : patience_;
-    const auto outcome = write(singleLine(line), Clock::now() + patience);
-    readerHasStopped_ = outcome == Outcome::readerStopped;
+    const auto text = singleLine(line) + "\n";
+    core_->lines.change([&](Core::Lines& lines) {
+        if (lines.waiting.empty())
+            lines.lastRead = Clock::now();
+        else if (lines.waiting.size() + text.size() > mostWaitingBytes)
+            return;
+        lines.waiting += text;
+        if (!lines.isWriting && core_->writer.neverBlocks())
+            lines.writeWithoutWaiting(core_->writer);
+        if (!lines.waiting.empty() && !thread_)
+            startThread();
+    });
+}
+
+// Without a thread the next line is the next try.
+void DescriptorLineOutput::startThread()
+{
+    try {
+        thread_ = std::make_unique<NamedThread>("glimto.output", [core = core_] { core->writeWhatWaits(); });
+    } catch (const PlatformError&) {
+    }
 }
 
 void DescriptorLineOutput::writeDocument(std::string_view text)
 {
-    const std::lock_guard lock(mutex_);
-    if (write(text, std::nullopt) == Outcome::written || errno == EPIPE || errno == ECONNRESET)
-        return;
-    throw PlatformError::posix("Could not write the output", errno);
-}
-
-// After a failure errno says why.
-DescriptorLineOutput::Outcome DescriptorLineOutput::write(
-    std::string_view text, std::optional<Clock::time_point> deadline)
-{
-    std::string line = lineIsTorn_ ? "\n" : "";
-    line.append(text).append("\n");
-    std::string_view rest = line;
-    while (!rest.empty()) {
-        const bool hasRoom = waitForRoom(deadline);
-        const auto written = hasRoom ? writeSome(rest) : -1;
-        if (written >= 0) {
-            rest.remove_prefix(static_cast<std::size_t>(written));
-            continue;
+    const auto write = [&](Core::Lines& lines) {
+        const auto document = std::exchange(lines.waiting, {}) + std::string(text) + "\n";
+        for (std::string_view rest = document; !rest.empty();) {
+            core_->writer.waitForRoom(std::nullopt);
+            const auto written = core_->writer.write(rest);
+            if (written >= 0)
+                rest.remove_prefix(static_cast<std::size_t>(written));
+            else if (errno == EPIPE || errno == ECONNRESET)
+                return;
+            else if (!isLackOfRoom(errno))
+                throw PlatformError::posix("Could not write the output", errno);
+            else
+                std::this_thread::sleep_for(pauseWithoutRoom);
         }
-        if (hasRoom && errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR)
-            return Outcome::failed;
-        if (!hasRoom || (deadline && Clock::now() >= *deadline)) {
-            lineIsTorn_ = lineIsTorn_ || rest.size() < line.size();
-            return Outcome::readerStopped;
-        }
-        std::this_thread::sleep_for(pauseWithoutRoom);
-    }
-    lineIsTorn_ = false;
-    return Outcome::written;
-}
-
-// False when the deadline has passed without room. Errors count as room: the write tells them.
-bool DescriptorLineOutput::waitForRoom(std::optional<Clock::time_point> deadline) const
-{
-    pollfd entry = {.fd = descriptor_, .events = POLLOUT, .revents = 0};
-    while (true) {
-        int milliseconds = -1;
-        if (deadline) {
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now()).count();
-            milliseconds = static_cast<int>(std::clamp<std::int64_t>(left, 0, 1'000'000));
-        }
-        const int result = ::poll(&entry, 1, milliseconds);
-        if (result >= 0 || errno != EINTR)
-            return result > 0;
-    }
-}
-
-long DescriptorLineOutput::writeSome(std::string_view text) const
-{
-    if (isSocket_)
-        return ::send(descriptor_, text.data(), text.size(), MSG_DONTWAIT);
-    if (nonBlocking_)
-        return ::write(nonBlocking_.get(), text.data(), text.size());
-    return ::write(descriptor_, text.data(), std::min(text.size(), pipeBufferBytes));
+    };
+    // The thread writes what it has begun, for as long as the reader takes.
+    core_->lines.waitUntil([](const Core::Lines& lines) { return !lines.isWriting; }, write);
 }
 
 } // namespace glimto

@@ -9,10 +9,9 @@ class LineOutput {
 public:
     virtual ~LineOutput() = default;
 
-    // Writes `line` and one newline in one piece, at once; lines of several threads never mix. A
-    // reader that went away is not an error: the line is dropped. Control characters become spaces, as in
-    // singleLine().
-    // It is also dropped, after a while, when nobody reads.
+    // Writes `line` and one newline; lines of several threads never mix. Waits for no reader: one that went
+    // away is not an error, and of what one that does not read has left too much is dropped. Control
+    // characters become spaces, as in singleLine().
     virtual void writeLine(std::string_view line) = 0;
 
     // Writes what a command was run for, as it is and with one newline, whose reader may be a pager: waits

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <functional>
 #include <future>
 #include <optional>
 #include <stdexcept>
@@ -12,12 +13,14 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "Support/Errors.h"
 #include "Support/FileDescriptor.h"
+#include "Support/NonBlockingWriter.h"
 
 namespace glimto {
 namespace {
@@ -108,30 +111,73 @@ TEST_F(DescriptorLineOutputTests, AReaderOfADocumentMayGoAway)
     EXPECT_NO_THROW(DescriptorLineOutput(writingEnd.get()).writeDocument(std::string(1'000'000, 'x')));
 }
 
-// A line that does not end as soon as `fill` has left no room in `descriptor`, is dropped.
-void expectNoHang(int descriptor, const std::string& line)
+// Nobody reads, and still no line waits: with any wait of the patience the writer would never be done.
+// `stopReading` makes the descriptor's writes fail.
+void expectNoWait(int descriptor, const std::string& line, const std::function<void()>& stopReading)
 {
-    DescriptorLineOutput output(descriptor, std::chrono::milliseconds(50));
+    DescriptorLineOutput output(descriptor, std::chrono::hours(1));
     auto done = std::async(std::launch::async, [&] {
         for (int count = 0; count < 200; ++count)
             output.writeLine(line);
     });
     EXPECT_EQ(done.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    stopReading();
 }
 
-TEST_F(DescriptorLineOutputTests, ALongLineWaitsNoLongerThanAShortOne)
+TEST_F(DescriptorLineOutputTests, APipeThatIsNotReadHoldsNobodyUp)
 {
-    expectNoHang(writingEnd.get(), std::string(60'000, 'x'));
+    expectNoWait(writingEnd.get(), std::string(60'000, 'x'), [this] { readingEnd.close(); });
 }
+
+// Both ends of a terminal.
+struct Terminal {
+    Terminal()
+        : far(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
+    {
+        if (::grantpt(far.get()) != 0 || ::unlockpt(far.get()) != 0)
+            throw std::runtime_error("pty");
+        near = FileDescriptor(::open(::ptsname(far.get()), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    }
+    FileDescriptor far;
+    FileDescriptor near;
+};
+
+// As long as it lives the process may open nothing that only its user may.
+class AnotherUser {
+public:
+    AnotherUser() { EXPECT_TRUE(own_ != 0 || ::seteuid(65534) == 0); }
+    ~AnotherUser() { EXPECT_EQ(::seteuid(own_), 0); }
+    AnotherUser(const AnotherUser&) = delete;
+    AnotherUser& operator=(const AnotherUser&) = delete;
+
+private:
+    const uid_t own_ = ::geteuid();
+};
 
 TEST_F(DescriptorLineOutputTests, ATerminalThatIsNotReadHoldsNobodyUp)
 {
-    const FileDescriptor terminal(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
-    ASSERT_EQ(::grantpt(terminal.get()), 0);
-    ASSERT_EQ(::unlockpt(terminal.get()), 0);
-    const FileDescriptor ours(::open(::ptsname(terminal.get()), O_RDWR | O_NOCTTY | O_CLOEXEC));
-    ASSERT_TRUE(ours);
-    expectNoHang(ours.get(), std::string(3'000, 'x'));
+    Terminal terminal;
+    expectNoWait(terminal.near.get(), std::string(3'000, 'x'), [&] { terminal.far.close(); });
+}
+
+TEST_F(DescriptorLineOutputTests, ATerminalOfAnotherUserThatIsNotReadHoldsNobodyUp)
+{
+    Terminal terminal;
+    ASSERT_EQ(::fchmod(terminal.near.get(), 0), 0);
+    const AnotherUser user;
+    ASSERT_FALSE(NonBlockingWriter(terminal.near.get()).neverBlocks());
+    expectNoWait(terminal.near.get(), std::string(3'000, 'x'), [&] { terminal.far.close(); });
+}
+
+TEST_F(DescriptorLineOutputTests, ATerminalOfAnotherUserGetsTheLines)
+{
+    const Terminal terminal;
+    ASSERT_EQ(::fchmod(terminal.near.get(), 0), 0);
+    const AnotherUser user;
+    DescriptorLineOutput(terminal.near.get()).writeLine("line");
+    std::array<char, 64> text = {};
+    ASSERT_EQ(::read(terminal.far.get(), text.data(), text.size()), 6);
+    EXPECT_STREQ(text.data(), "line\r\n");
 }
 
 TEST_F(DescriptorLineOutputTests, ASocketThatIsNotReadHoldsNobodyUp)
@@ -139,23 +185,36 @@ TEST_F(DescriptorLineOutputTests, ASocketThatIsNotReadHoldsNobodyUp)
     std::array<int, 2> ends = {-1, -1};
     ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
     const FileDescriptor near(ends[0]);
-    const FileDescriptor far(ends[1]);
-    expectNoHang(near.get(), std::string(10'000, 'x'));
+    FileDescriptor far(ends[1]);
+    expectNoWait(near.get(), std::string(10'000, 'x'), [&] { far.close(); });
 }
 
-TEST_F(DescriptorLineOutputTests, ALineThatWasCutEndsBeforeTheNext)
+TEST_F(DescriptorLineOutputTests, ALongLineIsWholeWhenItIsReadLate)
 {
-    {
-        DescriptorLineOutput output(writingEnd.get(), std::chrono::milliseconds(10));
-        output.writeLine(std::string(100'000, 'x'));
-        std::string text(8'192, ' ');
-        ASSERT_EQ(::read(readingEnd.get(), text.data(), text.size()), 8'192);
-        output.writeLine("whole");
-    }
+    std::optional<DescriptorLineOutput> output(std::in_place, writingEnd.get(), std::chrono::hours(1));
+    output->writeLine(std::string(100'000, 'x'));
+    output->writeLine("next");
+    auto received = std::async(std::launch::async, [this] { return readAll(); });
+    output.reset();
     writingEnd.close();
-    const std::string text = readAll();
-    ASSERT_GT(text.size(), 7U);
-    EXPECT_EQ(text.substr(text.size() - 7), "\nwhole\n");
+    EXPECT_EQ(received.get(), std::string(100'000, 'x') + "\nnext\n");
+}
+
+TEST_F(DescriptorLineOutputTests, LinesThatAreTooManyToBeKeptAreDroppedWhole)
+{
+    std::optional<DescriptorLineOutput> output(std::in_place, writingEnd.get(), std::chrono::hours(1));
+    const std::string line(9'999, 'x');
+    for (int count = 0; count < 1'000; ++count)
+        output->writeLine(line);
+    auto received = std::async(std::launch::async, [this] { return readAll(); });
+    output.reset();
+    writingEnd.close();
+    const auto text = received.get();
+    EXPECT_GT(text.size(), DescriptorLineOutput::mostWaitingBytes / 2);
+    EXPECT_LT(text.size(), DescriptorLineOutput::mostWaitingBytes * 2);
+    ASSERT_EQ(text.size() % 10'000, 0U);
+    for (std::size_t at = 0; at < text.size(); at += 10'000)
+        EXPECT_EQ(text.substr(at, 10'000), line + "\n");
 }
 
 TEST_F(DescriptorLineOutputTests, TheDescriptorOfOthersGoesOnBlocking)
@@ -200,29 +259,37 @@ TEST_F(DescriptorLineOutputTests, AReaderThatWentAwayIsNoError)
     EXPECT_NO_THROW(output.writeLine("nobody reads this"));
 }
 
-TEST_F(DescriptorLineOutputTests, AReaderThatStoppedHoldsUpOneLineOnly)
-{
-    constexpr std::chrono::milliseconds patience{100};
-    fillPipe();
-    DescriptorLineOutput output(writingEnd.get(), patience);
-    const auto begin = std::chrono::steady_clock::now();
-    for (int line = 0; line < 1000; ++line)
-        output.writeLine("dropped");
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, patience * 100);
-}
-
-TEST_F(DescriptorLineOutputTests, AReaderThatReadsAgainGetsTheNextLine)
+TEST_F(DescriptorLineOutputTests, AReaderThatReadsAgainGetsWhatWasKept)
 {
     const std::size_t filled = fillPipe();
-    {
-        DescriptorLineOutput output(writingEnd.get(), std::chrono::milliseconds{1});
-        output.writeLine("dropped");
-        std::string text(filled, ' ');
-        ASSERT_EQ(::read(readingEnd.get(), text.data(), text.size()), static_cast<ssize_t>(filled));
-        output.writeLine("seen");
-    }
+    DescriptorLineOutput output(writingEnd.get(), std::chrono::hours(1));
+    output.writeLine("kept");
+    std::string text(filled, ' ');
+    ASSERT_EQ(::read(readingEnd.get(), text.data(), text.size()), static_cast<ssize_t>(filled));
+    ASSERT_EQ(::read(readingEnd.get(), text.data(), text.size()), 5); // waits for it
+    EXPECT_EQ(text.substr(0, 5), "kept\n");
+}
+
+TEST_F(DescriptorLineOutputTests, TheEndWaitsForAReaderOnlyForItsPatience)
+{
+    fillPipe();
+    auto done = std::async(std::launch::async, [this] {
+        DescriptorLineOutput(writingEnd.get(), std::chrono::milliseconds(10)).writeLine("dropped");
+    });
+    EXPECT_EQ(done.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    readingEnd.close();
+}
+
+TEST_F(DescriptorLineOutputTests, ADocumentComesAfterTheLinesBeforeIt)
+{
+    const std::string filled(fillPipe(), '\0');
+    std::optional<DescriptorLineOutput> output(std::in_place, writingEnd.get());
+    output->writeLine("line");
+    auto received = std::async(std::launch::async, [this] { return readAll(); });
+    output->writeDocument("document");
+    output.reset();
     writingEnd.close();
-    EXPECT_EQ(readAll(), "seen\n");
+    EXPECT_EQ(received.get(), filled + "line\ndocument\n");
 }
 
 TEST_F(DescriptorLineOutputTests, AClosedDescriptorIsNoError)
