@@ -1,13 +1,8 @@
-#include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 #include "Backends/Desktop/DesktopWorkspace.h"
 #include "Backends/Desktop/LinuxProcessEnvironment.h"
@@ -18,16 +13,17 @@
 #include "CommandLine/Driver.h"
 #include "Composition/WindowSystemChoice.h"
 #include "Platform/PlatformServices.h"
-#include "Support/ProcessWide.h"
 #include "Support/DescriptorLineOutput.h"
 #include "Support/LoadableModule.h"
+#include "Support/ProcessWide.h"
+#include "Support/StandardStreams.h"
 
 namespace {
 
 using namespace glimto;
 
-// Beside the program in a build tree, where it stands as seen from the program once installed, wherever that was
-// moved to, and where the distribution has it.
+// Beside the program in a build tree, where it stands as seen from the program once installed, wherever that
+// was moved to, and where the distribution has it.
 std::vector<std::filesystem::path> moduleDirectories(const ProcessEnvironment& process)
 {
     const auto executable = process.executablePath();
@@ -71,31 +67,6 @@ int runCommandLine(const std::vector<std::string>& arguments)
     if (!arguments.empty() && arguments.front() == "record")
         media.beginLoading();
     return Driver(services, {standardOutput, standardError}).run(arguments);
-}
-
-bool isOpen(int descriptor)
-{
-    return ::fcntl(descriptor, F_GETFD) >= 0 || errno != EBADF;
-}
-
-// A standard stream that was closed would give its number to the next file we open, and our lines would
-// end up in that file. A closed input becomes one that is in error, not one at its end: the writing end of a
-// pipe that nobody reads.
-void openStandardStreams()
-{
-    if (!isOpen(STDIN_FILENO)) {
-        const int reserved = ::open("/dev/null", O_RDWR); // takes the lowest free number: this one
-        std::array<int, 2> ends = {};
-        if (::pipe(ends.data()) == 0) {
-            ::dup2(ends[1], reserved);
-            ::close(ends[0]);
-            ::close(ends[1]);
-        }
-    }
-    for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
-        if (!isOpen(descriptor))
-            ::open("/dev/null", O_RDWR);
-    }
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include "DevServerOptions.h"
 #include "Support/DescriptorLineOutput.h"
 #include "Support/NamedThread.h"
+#include "Support/StandardStreams.h"
 #include "TakeTool.h"
 
 namespace {
@@ -75,6 +76,7 @@ int serve(const std::vector<std::string>& arguments, LineOutput& standardOutput)
 
 int main(int argumentCount, char** argumentValues)
 {
+    openStandardStreams();
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a limit of file sizes is told like a full disk
     const auto signals = endingSignals();

@@ -79,7 +79,7 @@ int verifyTake(const fs::path& take, const std::optional<fs::path>& executable, 
         const auto text = files.text(root / "verification.json", mostResultBytes);
         if (!text)
             throw CLIError("The verification has left no verification.json.");
-        standardOutput.writeLine(encodeScreenCaptureJSON(parseJSON(*text, "verification.json")));
+        standardOutput.writeDocument(encodeScreenCaptureJSON(parseJSON(*text, "verification.json")));
     }
     return status;
 }

@@ -9,6 +9,7 @@
 #include "ProgressLine.h"
 #include "Support/DescriptorLineOutput.h"
 #include "Support/Errors.h"
+#include "Support/StandardStreams.h"
 #include "Support/Text.h"
 #include "TakeExport.h"
 #include "TakeOptions.h"
@@ -23,15 +24,17 @@ using namespace glimto;
 
 void writeLines(const std::vector<std::string>& lines, LineOutput& output)
 {
+    std::string text;
     for (const std::string& line : lines)
-        output.writeLine(line);
+        text.append(text.empty() ? "" : "\n").append(singleLine(line));
+    output.writeDocument(text);
 }
 
 void tellOfTake(const TakeOptions& options, LineOutput& output)
 {
     const auto take = examineTake(options.take);
     if (options.json)
-        output.writeLine(infoJSON(take));
+        output.writeDocument(infoJSON(take));
     else
         writeLines(infoLines(take), output);
 }
@@ -42,7 +45,7 @@ void repair(const TakeOptions& options, LineOutput& output)
     const auto mode = options.dryRun ? RepairMode::tellOnly : RepairMode::perform;
     const auto report = repairTake(options.take, mode, images);
     if (options.json)
-        output.writeLine(repairJSON(report, mode));
+        output.writeDocument(repairJSON(report, mode));
     else
         writeLines(repairLines(report, mode), output);
 }
@@ -55,7 +58,7 @@ void exportFile(const TakeOptions& options, LineOutput& output)
         ProgressLine line("Exporting");
         report = exportTake(options, pngCodec, [&](double done) { line.show(done); });
     }
-    output.writeLine(options.json ? exportJSON(report) : exportLine(report));
+    output.writeDocument(options.json ? exportJSON(report) : exportLine(report));
 }
 
 void renderFile(const TakeOptions& options, LineOutput& output)
@@ -65,7 +68,7 @@ void renderFile(const TakeOptions& options, LineOutput& output)
         ProgressLine line("Rendering");
         report = renderTakeFile(options, [&](double done) { line.show(done); });
     }
-    output.writeLine(options.json ? exportJSON(report) : exportLine(report));
+    output.writeDocument(options.json ? exportJSON(report) : exportLine(report));
 }
 
 // The exit status.
@@ -73,7 +76,7 @@ int run(const TakeOptions& options, LineOutput& output)
 {
     switch (options.command) {
     case TakeCommand::help:
-        output.writeLine(takeUsage());
+        output.writeDocument(takeUsage());
         return 0;
     case TakeCommand::info:
         tellOfTake(options, output);
@@ -98,6 +101,7 @@ int run(const TakeOptions& options, LineOutput& output)
 
 int main(int argumentCount, char** argumentValues)
 {
+    openStandardStreams();
     std::signal(SIGPIPE, SIG_IGN);
     silenceMediaLibraries();
     std::signal(SIGXFSZ, SIG_IGN); // a limit of file sizes is told like a full disk
