@@ -188,6 +188,19 @@ class SoundTests(SoundCase, ExportCase):
                 self.assert_same_times(self.flashes(target), flashes, zero, self.LIMIT)
                 self.assert_same_times(self.beeps(target), beeps, zero, self.LIMIT)
 
+    def test_flash_and_beep_stay_together_when_repaired_and_rendered(self):
+        whole = self.export("whole.mp4")
+        flashes, beeps = self.flashes(whole), self.beeps(whole)
+        for path in [self.take / "manifest.json", self.take / "result.mp4", *self.take.rglob("*.m3u8")]:
+            path.unlink(missing_ok=True)
+        take_tool.run(self, "repair", self.take)
+        rendered = self.work / "rendered.mp4"
+        take_tool.run(self, "render", self.take, "-o", rendered, "--padding", "10")
+        for file in (self.export("repaired.mp4"), rendered):
+            with self.subTest(file=file.name):
+                self.assert_same_times(self.flashes(file), flashes, 0, self.LIMIT)
+                self.assert_same_times(self.beeps(file), beeps, 0, self.LIMIT)
+
     def test_sound_alone_lies_where_it_lay(self):
         recorded = self.beeps(self.export("whole.mp4"))
         start = recorded[0] + 0.6

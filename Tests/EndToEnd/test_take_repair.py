@@ -10,6 +10,7 @@ import unittest
 
 from support import media, take_tool
 from support.case import EndToEndCase
+from support.dev_server import DevServer
 from support.processes import wait_until
 from support.sound_case import SoundCase
 
@@ -90,6 +91,26 @@ class KilledTests(RepairCase):
         told = take_tool.run(self, "repair", self.take, "--dry-run")
         self.assertIn("Would do: Write playlist and manifest.", told.splitlines())
         self.assertEqual({path: path.stat().st_mtime_ns for path in self.take.rglob("*")}, before)
+
+
+class UploadTests(RepairCase):
+    def environment(self, **changes):
+        return {**super().environment(**changes), "GLIMTO_DESKTOP_ACCESS_KEY": "any"}
+
+    def test_repaired_take_is_uploaded_as_one_that_ended_well(self):
+        store = self.directory / "store"
+        api = self.started(DevServer(store))
+        recording = self.start_moving_recording("--record-events", "--api-base-url", api.address, "--recording-id", "rec",
+                                                "--background-upload-threshold", "0.3")
+        wait_until(lambda: "segment_002.m4s" in self.segments(), "the third segment")
+        self.kill(recording)
+        self.repaired()
+        output = self.run_tool("upload", "--dir", self.take, "--api-base-url", api.address, "--recording-id", "rec")
+        self.assertEqual(output.status, 0, output.errors)
+        self.assertEqual(api.api("GET", "/rec")[1]["recording"]["state"], "uploaded")
+        stored = next(store.rglob("manifest.json")).parent
+        for segment in (self.take / "segments/video").glob("segment_*.m4s"):
+            self.assertEqual((stored / "segments/video" / segment.name).read_bytes(), segment.read_bytes())
 
 
 class FailedTests(RepairCase):
