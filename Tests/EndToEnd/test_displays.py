@@ -107,6 +107,22 @@ class ChangingDisplayTests(EndToEndCase):
         self.assertGreaterEqual(len(self.segments()), 2)
         self.assertGreater(len(media.frame_times(self.joined())), 1)
 
+    def test_recording_lasts_until_the_moment_its_display_is_unplugged(self):
+        self.start_dummy_screen()
+        outputs = self.connect_two_outputs()
+        recording = self.start_recording("-d", "20", "--display", self.index_of_second_display())
+        recording.wait_until_recording()
+        started = time.monotonic()
+        time.sleep(1.2)
+        lasted = time.monotonic() - started
+        self.server.run("xrandr", "--output", outputs[1], "--off")
+        self.assertEqual(recording.finish(limit=20).status, 1)
+        # Its only segment was not complete.
+        self.assertEqual(self.segments(), ["segment_000.m4s"])
+        duration = float(media.probe(self.joined(), "-show_format")["format"]["duration"])
+        self.assertGreater(duration, lasted - 0.2)
+        self.assert_leaves_no_temporary_file()
+
     def connect_two_outputs(self):
         """The names of two outputs that show 640x480 side by side."""
         listing = self.server.run("xrandr").splitlines()

@@ -1,9 +1,11 @@
 """What the listing commands tell about the screen: sources, windows and the permission."""
 
 import json
+import re
 import unittest
 
 from support.case import EndToEndCase
+from support.processes import wait_until
 from support.tool import TIME_STAMP
 
 SPACE = "screenCaptureKitGlobalDisplayPoints"
@@ -43,6 +45,14 @@ class PermissionTests(ListingCase):
 
 
 class WindowListTests(ListingCase):
+    def wait_until_stacked(self, *windows):
+        """The window manager has all of them, the last one on top."""
+        expected = [hex(window.id) for window in windows]
+        wait_until(lambda: self.stacking() == expected, f"the stacking {expected}")
+
+    def stacking(self):
+        return re.findall("0x[0-9a-f]+", self.server.run("xprop", "-root", "_NET_CLIENT_LIST_STACKING"))
+
     def test_payload_has_exactly_the_specified_keys(self):
         self.start_screen("320x240")
         window = self.start_painter().open("50x40+10+20", title=" A title\n", override=True)
@@ -78,7 +88,11 @@ class WindowListTests(ListingCase):
         painter = self.start_painter()
         shown = painter.open("100x80+10+10", title="Shown")
         hidden = painter.open("100x80+200+10", title="Hidden")
+        # What a window manager has done shows in its properties.
+        self.wait_until_stacked(shown, hidden)
         hidden.iconify()
+        wait_until(lambda: "window state: Iconic" in self.server.run("xprop", "-id", hidden.id, "WM_STATE"),
+                   "the minimised window")
         self.assertEqual({window["windowID"] for window in self.list_windows("windows-json", "--all")["windows"]},
                          {shown.id, hidden.id})
         self.assertEqual([window["windowID"] for window in self.list_windows("windows-json")["windows"]], [shown.id])
@@ -89,7 +103,9 @@ class WindowListTests(ListingCase):
         painter = self.start_painter()
         first = painter.open("100x80+10+10")
         second = painter.open("100x80+20+20")
+        self.wait_until_stacked(first, second)
         first.raise_to_top()
+        self.wait_until_stacked(second, first)
         self.assertEqual([window["windowID"] for window in self.list_windows()["windows"]], [first.id, second.id])
 
     def test_blank_titles_are_left_out(self):

@@ -53,8 +53,13 @@ class TourTests(SoundCase):
         self.assert_clean(recording.finish(LIMIT))
         self.verify_contract()
 
-    def test_upload_of_a_take(self):
-        self.assert_clean(self.start_recording("-d", "1").finish(LIMIT))
+    def test_upload_of_a_take_whose_first_upload_failed(self):
+        recording = self.start_recording("-d", "2", "--no-background-upload", *self.upload_options())
+        recording.wait_until_recording()
+        port = self.api.port
+        self.api.end()
+        self.assertEqual(recording.finish(LIMIT).texts[-1], STATUS + "failed")
+        self.api = self.started(DevServer(self.store, "--port", str(port)))
         output = self.run_tool("upload", "--dir", self.take, *self.upload_options(), limit=LIMIT)
         self.assert_clean(output)
         self.assertEqual(output.texts[-1], STATUS + "uploaded")

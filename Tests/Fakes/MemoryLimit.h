@@ -15,7 +15,7 @@ public:
     explicit MemoryLimit(std::size_t bytes)
     {
         ::getrlimit(RLIMIT_DATA, &previous_);
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef GLIMTO_SANITIZED
         const rlimit limit = {.rlim_cur = dataBytes() + bytes, .rlim_max = previous_.rlim_max};
         ::setrlimit(RLIMIT_DATA, &limit);
 #else
