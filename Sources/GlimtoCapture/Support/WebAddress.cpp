@@ -162,6 +162,15 @@ std::string hostOfWebAddress(std::string_view address)
     return host;
 }
 
+bool isThisMachine(std::string_view host)
+{
+    if (host == "localhost" || host.ends_with(".localhost") || host == "[::1]")
+        return true;
+    const bool isIPv4Address = std::count(host.begin(), host.end(), '.') == 3
+        && host.find_first_not_of("0123456789.") == std::string_view::npos;
+    return isIPv4Address && host.starts_with("127.");
+}
+
 std::string pathOfWebAddress(std::string_view address)
 {
     const std::string_view rest = withoutScheme(address);

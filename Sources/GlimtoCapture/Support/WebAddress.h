@@ -21,6 +21,10 @@ std::string appendingPathSegments(std::string_view address, std::initializer_lis
 // The host of a web address in lower case, an IPv6 address in its brackets: "http://a@B:1/c" gives "b".
 std::string hostOfWebAddress(std::string_view address);
 
+// Whether a host, as hostOfWebAddress() gives it, is this machine by itself: "localhost" and names below it
+// (RFC 6761 section 6.3), 127.0.0.0/8 and ::1.
+bool isThisMachine(std::string_view host);
+
 // The path of a web address with its percent-encoding undone, without query and fragment.
 std::string pathOfWebAddress(std::string_view address);
 

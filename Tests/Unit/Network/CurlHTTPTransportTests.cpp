@@ -1,9 +1,12 @@
 #include "Backends/Network/CurlHTTPTransport.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <future>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -91,6 +94,42 @@ TEST_F(CurlHTTPTransportTests, AGetSendsItsHeadersAndNoOthers)
     EXPECT_EQ(server.requests().at(0).head,
         "GET /a?b=c HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port())
             + "\r\nx-one: 1\r\nx-empty:\r\nx-key: secret\r\n");
+}
+
+// A variable of the environment, as long as this lives.
+class Variable {
+public:
+    Variable(const char* name, const std::string& value)
+        : name_(name)
+    {
+        if (const char* text = std::getenv(name))
+            before_ = text;
+        ::setenv(name, value.c_str(), 1);
+    }
+    ~Variable() { before_ ? ::setenv(name_, before_->c_str(), 1) : ::unsetenv(name_); }
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+
+private:
+    const char* name_;
+    std::optional<std::string> before_;
+};
+
+TEST_F(CurlHTTPTransportTests, TheProxyOfTheNetworkSeesNothingForThisMachine)
+{
+    auto& proxy = serve([](const auto&) { return TestHTTPServer::ok("proxy"); });
+    auto& server = serveOK();
+    const Variable http("http_proxy", proxy.url(""));
+    const Variable all("all_proxy", proxy.url(""));
+    for (const std::string host : {"127.0.0.1", "localhost"}) {
+        auto request = get("http://" + host + ":" + std::to_string(server.port()) + "/a");
+        request.originHeaders = {{"x-key", "secret"}};
+        const auto outcome = perform(request);
+        EXPECT_EQ(outcome.error, "none");
+        EXPECT_EQ(outcome.response.body, "fine");
+    }
+    EXPECT_TRUE(proxy.requests().empty());
+    EXPECT_EQ(perform(get("http://another.machine/a")).response.body, "proxy");
 }
 
 TEST_F(CurlHTTPTransportTests, APostSendsItsBody)

@@ -66,5 +66,14 @@ TEST(WebAddressTests, TellsTheHost)
     EXPECT_EQ(hostOfWebAddress("host"), "");
 }
 
+TEST(WebAddressTests, KnowsThisMachine)
+{
+    for (const char* host : {"localhost", "api.localhost", "127.0.0.1", "127.8.9.10", "[::1]"})
+        EXPECT_TRUE(isThisMachine(host)) << host;
+    for (const char* host :
+        {"", "localhost.evil.example", "127.evil.example", "127.0.0.1.evil.example", "10.0.0.1"})
+        EXPECT_FALSE(isThisMachine(host)) << host;
+}
+
 } // namespace
 } // namespace glimto
