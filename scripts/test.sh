@@ -1,12 +1,11 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything with warnings as errors, checks the rooms' rules and
-# runs every test: the unit tests, then the end-to-end tests, two at a time; then the fuzz targets, built with
-# sanitizers.
+# runs every test: the unit tests, then the end-to-end tests, two at a time; then, with the sanitizers of addresses and
+# undefined behaviour, the fuzz targets and a tour through the program.
 #
 #     scripts/test.sh             what every change has to pass, within 40 minutes on two cores
-#     scripts/test.sh --long      also what takes longer: the unit tests and a tour through the program with the
-#                                 sanitizers of addresses, undefined behaviour and threads, and each fuzz target for
-#                                 ten minutes
+#     scripts/test.sh --long      also what takes longer: the unit tests with these sanitizers, unit tests and tour with
+#                                 that of threads, and each fuzz target for ten minutes
 #
 # The last line tells how many passed and failed. Exit status: 0 only when there were tests and none
 # failed. A test that was not run counts as failed.
@@ -72,13 +71,15 @@ check python3 scripts/check-rooms.py
 run_tests unit build --label-exclude '^e2e$' --parallel 2
 run_tests e2e build --label-regex '^e2e$' --parallel 2
 
-# Builds a target with a sanitizer and runs tests (a regular expression). What a sanitizer finds ends the program, and
-# its test fails.
+# Builds targets, a word each, with a sanitizer and runs tests (a regular expression). What a sanitizer finds ends the
+# program, and its test fails.
 run_sanitized() {
-    local preset=$1 target=$2 tests=$3
+    local preset=$1 tests=$3
+    local -a targets
+    read -ra targets <<<"$2"
     shift 3
     cmake --preset "$preset" "$@" >"$results/configure-$preset.txt"
-    ninja -C "build-$preset" "$target"
+    ninja -C "build-$preset" "${targets[@]}"
     run_tests "$preset" "build-$preset" --tests-regex "$tests" --parallel 2
 }
 
@@ -86,7 +87,7 @@ if [ "$is_long" = yes ]; then
     run_sanitized asan all '.*' -DGLIMTO_FUZZ_SECONDS=600
     run_sanitized tsan all '^(Unit|EndToEnd)[.]'
 else
-    run_sanitized asan fuzz-targets '^Fuzz[.]' -DGLIMTO_FUZZ_SECONDS=5
+    run_sanitized asan 'fuzz-targets sanitized-tour' '^(Fuzz|EndToEnd)[.]' -DGLIMTO_FUZZ_SECONDS=5
 fi
 
 echo "$passed passed, $failed failed"

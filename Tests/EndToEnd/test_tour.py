@@ -26,7 +26,9 @@ class TourTests(SoundCase):
         return ("--api-base-url", self.api.address, "--recording-id", "rec")
 
     def assert_clean(self, output):
-        self.assertEqual((output.status, output.errors), (0, ""))
+        """Nothing was told but that a sanitizer made it too slow for a picture."""
+        told = [line for line in output.error_lines if not line.startswith("warning: dropped or rejected ")]
+        self.assertEqual((output.status, told), (0, []))
 
     def state(self):
         return self.api.api("GET", "/rec")[1]["recording"]["state"]
