@@ -1,0 +1,15 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "picture/Luma.h"
+
+namespace glimto {
+
+// Decodes the video of a file and hands out what it shows at each of `pictureCount` moments,
+// `picturesPerSecond` of them a second from time zero on. Throws std::runtime_error at the first fault.
+void readShownPictures(const std::string& file, int pictureCount, int picturesPerSecond,
+    const std::function<void(int number, const Luma& shown)>& receive);
+
+} // namespace glimto
