@@ -8,6 +8,7 @@
 #include "BoundedJSON.h"
 #include "RecordingKeys.h"
 #include "Support/Errors.h"
+#include "Support/MakeDirectories.h"
 
 namespace glimto {
 
@@ -21,10 +22,7 @@ constexpr std::size_t mostJSONValues = 1'000'000; // a segment of a manifest has
 ObjectStore::ObjectStore(std::filesystem::path directory)
     : directory_(std::move(directory))
 {
-    std::error_code error;
-    std::filesystem::create_directories(directory_, error);
-    if (error)
-        throw PlatformError::posix("Could not create directory " + directory_.string(), error.value());
+    makeDirectories(directory_);
 }
 
 std::unique_ptr<AtomicFile> ObjectStore::beginObject(const std::string& key)
@@ -32,10 +30,7 @@ std::unique_ptr<AtomicFile> ObjectStore::beginObject(const std::string& key)
     if (!isObjectKey(key))
         throw CLIError("The object key is not allowed.");
     const auto path = directory_ / key;
-    std::error_code error;
-    std::filesystem::create_directories(path.parent_path(), error);
-    if (error)
-        throw PlatformError::posix("Could not create a directory for an object", error.value());
+    makeDirectories(path.parent_path());
     return std::make_unique<AtomicFile>(path);
 }
 

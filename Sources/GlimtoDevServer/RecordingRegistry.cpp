@@ -10,6 +10,7 @@
 #include "Support/AtomicFile.h"
 #include "Support/Errors.h"
 #include "Support/JSONText.h"
+#include "Support/MakeDirectories.h"
 #include "Support/TimeStamps.h"
 
 namespace glimto {
@@ -48,10 +49,7 @@ std::string recordingStateName(RecordingState state)
 RecordingRegistry::RecordingRegistry(std::filesystem::path directory)
     : directory_(std::move(directory))
 {
-    std::error_code error;
-    std::filesystem::create_directories(directory_, error);
-    if (error)
-        throw PlatformError::posix("Could not create directory " + directory_.string(), error.value());
+    makeDirectories(directory_);
 }
 
 std::filesystem::path RecordingRegistry::file(const std::string& recordingId) const

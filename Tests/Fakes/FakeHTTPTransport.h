@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <exception>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -15,6 +14,7 @@
 
 #include "Platform/HTTPTransport.h"
 #include "Support/Errors.h"
+#include "Support/RegularFile.h"
 
 namespace glimto {
 
@@ -129,7 +129,7 @@ private:
         if (const auto* bytes = std::get_if<std::string>(&request.body))
             return *bytes;
         const auto* file = std::get_if<FileBelow>(&request.body);
-        return file ? readFile(*file, std::numeric_limits<std::size_t>::max()) : std::string();
+        return file ? readFile(*file, std::size_t{1} << 30U) : std::string();
     }
 
     mutable std::mutex mutex_;

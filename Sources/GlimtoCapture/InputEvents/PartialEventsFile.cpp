@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <span>
 #include <system_error>
 #include <utility>
 
@@ -18,25 +19,13 @@ namespace {
 // So many are in memory twice for a moment.
 constexpr std::size_t mostEventsAtOnce = 4096;
 
-bool writeAll(int descriptor, std::string_view text)
-{
-    while (!text.empty()) {
-        const ssize_t count = ::write(descriptor, text.data(), text.size());
-        if (count >= 0)
-            text.remove_prefix(static_cast<std::size_t>(count));
-        else if (errno != EINTR)
-            return false;
-    }
-    return true;
-}
-
 // Writes what `encode` makes, piece by piece. Absent when the disk takes no more.
 template <typename Encode> std::optional<std::size_t> writePieces(int descriptor, Encode&& encode)
 {
     std::size_t bytes = 0;
     bool isWritten = true;
     encode([&](std::string_view piece) {
-        isWritten = isWritten && writeAll(descriptor, piece);
+        isWritten = isWritten && writeAll(descriptor, std::as_bytes(std::span(piece)));
         bytes += piece.size();
     });
     return isWritten ? std::optional(bytes) : std::nullopt;
@@ -56,7 +45,7 @@ std::filesystem::path PartialEventsFile::pathFor(const std::filesystem::path& ev
 
 void PartialEventsFile::append(InputEventTrack& track)
 {
-    state_.with([&](State& state) {
+    turns_.sync([&, &state = state_] {
         while (!state.isGivenUp) {
             const auto heading = track.heading();
             if (!heading)
@@ -108,7 +97,7 @@ bool PartialEventsFile::open(const EventsDocument& heading, State& state) const
 
 bool PartialEventsFile::readEvents(const std::function<void(std::string_view piece)>& write)
 {
-    return state_.with([&](const State& state) {
+    return turns_.sync([&, &state = state_] {
         if (state.wholeBytes == state.headingBytes)
             return false;
         const std::size_t end = state.wholeBytes - 1; // without the last line break
@@ -131,7 +120,7 @@ bool PartialEventsFile::readEvents(const std::function<void(std::string_view pie
 
 void PartialEventsFile::remove()
 {
-    state_.with([this](State& state) { removeFile(state); });
+    turns_.sync([this] { removeFile(state_); });
 }
 
 void PartialEventsFile::removeFile(State& state) const

@@ -7,7 +7,7 @@
 
 #include "InputEvents/InputEventTrack.h"
 #include "Support/FileDescriptor.h"
-#include "Support/Guarded.h"
+#include "Support/SerialQueue.h"
 
 namespace glimto {
 
@@ -49,7 +49,8 @@ private:
     static void cutToWholeLines(State& state);
 
     const std::filesystem::path path_;
-    Guarded<State, LockLevel::operation> state_; // the track has a lock of its own
+    State state_; // of whose turn it is; no lock is held while the disk is waited for
+    SerialQueue turns_{"glimto.capture.events-file", SerialQueue::Thread::none};
 };
 
 } // namespace glimto

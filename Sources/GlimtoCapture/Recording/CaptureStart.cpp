@@ -11,12 +11,13 @@ namespace glimto {
 
 namespace {
 
-constexpr double roundSeconds = 0.2;
+constexpr std::chrono::nanoseconds round = std::chrono::milliseconds(200);
 
-std::exception_ptr startTimeoutError(double seconds)
+std::exception_ptr startTimeoutError(std::chrono::nanoseconds limit)
 {
-    return std::make_exception_ptr(CLIError(
-        "Starting the capture timed out after " + std::to_string(static_cast<long long>(seconds)) + "s."));
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(limit).count();
+    return std::make_exception_ptr(
+        CLIError("Starting the capture timed out after " + std::to_string(seconds) + "s."));
 }
 
 } // namespace
@@ -34,9 +35,9 @@ std::exception_ptr CaptureStart::waitOrGiveUp(
 {
     using Clock = std::chrono::steady_clock;
     const auto began = Clock::now();
-    const double limit = mayAskUser ? limits_.stepWithQuestion : limits_.step;
-    while (!isSettled(inNanoseconds(std::min(roundSeconds, limit)))) {
-        const double waited = std::chrono::duration<double>(Clock::now() - began).count();
+    const auto limit = mayAskUser ? limits_.stepWithQuestion : limits_.step;
+    while (!isSettled(std::min(round, limit))) {
+        const auto waited = Clock::now() - began;
         if (waited >= limits_.patience && wishes_.announceFirst()) {
             progress_.emitStoppingCaptureIfNeeded();
             return std::make_exception_ptr(CLIError(SegmentedMP4Writer::noFramesMessage));

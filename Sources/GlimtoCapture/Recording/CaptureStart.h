@@ -14,14 +14,15 @@
 
 namespace glimto {
 
-// How long the steps that bring a capture to run may take, in seconds.
+// How long the steps that bring a capture to run may take.
 struct CaptureStartLimits {
     // Up to here a step is waited for even when the recording is to end already: a system that asks nobody
     // is ready by then, and the take becomes a short one instead of none.
-    double patience = 2;
-    double step = 30; // without a question to the user
-    double stepWithQuestion = 600; // what a user may think about it
-    double givingUp = 1; // for a step that was given up to take back its question
+    std::chrono::nanoseconds patience = std::chrono::seconds(2);
+    std::chrono::nanoseconds step = std::chrono::seconds(30); // without a question to the user
+    std::chrono::nanoseconds stepWithQuestion = std::chrono::minutes(10); // what a user may think about it
+    // For a step that was given up to take back its question.
+    std::chrono::nanoseconds givingUp = std::chrono::seconds(1);
 };
 
 // Runs the steps that bring a capture to run, each on a thread of its own, so that a system that hangs or a
@@ -36,7 +37,7 @@ public:
     //
     // A stop wish is told and then thrown as CLIError "No screen frames were captured. ...": the take ends as
     // one during which the screen showed nothing. Time that is over is CLIError "Starting the capture timed
-    // out after <seconds, truncated>s.".
+    // out after <whole seconds>s.".
     template <typename Operation>
     std::invoke_result_t<Operation&> run(
         bool mayAskUser, Operation operation, const std::function<void()>& giveUp)
@@ -52,7 +53,7 @@ public:
             mayAskUser, [&](std::chrono::nanoseconds limit) { return outcome->waitFor(limit); });
         if (reason) {
             giveUp();
-            if (!outcome->waitFor(inNanoseconds(limits_.givingUp)))
+            if (!outcome->waitFor(limits_.givingUp))
                 queue.abandon();
             std::rethrow_exception(reason);
         }
@@ -63,11 +64,6 @@ public:
     }
 
 private:
-    static std::chrono::nanoseconds inNanoseconds(double seconds)
-    {
-        return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds));
-    }
-
     // Null once `isSettled` says so within its limit; else why the step is given up.
     std::exception_ptr waitOrGiveUp(
         bool mayAskUser, const std::function<bool(std::chrono::nanoseconds)>& isSettled);

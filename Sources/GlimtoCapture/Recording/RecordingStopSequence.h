@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include "Artifacts/RecordingMetadataJSON.h"
 #include "Options/RecordOptions.h"
 #include "Recording/RecordingProgress.h"
@@ -7,11 +9,11 @@
 
 namespace glimto {
 
-// How long each stage of the end may take, in seconds.
+// How long each stage of the end may take.
 struct RecordingStopLimits {
-    double captureStream = 15;
-    double segmentWriter = 60;
-    double thumbnail = 15;
+    std::chrono::nanoseconds captureStream = std::chrono::seconds(15);
+    std::chrono::nanoseconds segmentWriter = std::chrono::seconds(60);
+    std::chrono::nanoseconds thumbnail = std::chrono::seconds(15);
 };
 
 // Ends a recording that runs: stops the stream, writes the input events, finishes the segments, waits for

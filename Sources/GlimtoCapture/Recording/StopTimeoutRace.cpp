@@ -6,10 +6,11 @@
 
 namespace glimto {
 
-std::exception_ptr stopTimeoutError(double seconds, const std::string& stage)
+std::exception_ptr stopTimeoutError(std::chrono::nanoseconds limit, const std::string& stage)
 {
-    return std::make_exception_ptr(StopTimeoutError("Stopping capture timed out after "
-        + std::to_string(static_cast<long long>(seconds)) + "s at stage: " + stage));
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(limit).count();
+    return std::make_exception_ptr(StopTimeoutError(
+        "Stopping capture timed out after " + std::to_string(seconds) + "s at stage: " + stage));
 }
 
 } // namespace glimto

@@ -17,33 +17,23 @@ public:
     using CLIError::CLIError;
 };
 
-// "Stopping capture timed out after <seconds, truncated>s at stage: <stage>", as a StopTimeoutError.
-std::exception_ptr stopTimeoutError(double seconds, const std::string& stage);
+// "Stopping capture timed out after <whole seconds>s at stage: <stage>", as a StopTimeoutError.
+std::exception_ptr stopTimeoutError(std::chrono::nanoseconds limit, const std::string& stage);
 
 // Two runners, one finish: a stage's end and the end of its time.
-template <typename T> class StopTimeoutRace : public FirstOutcome<T> {
-public:
-    // Waits for an outcome for at most `seconds`; false when there was none.
-    bool waitUntilSettled(double seconds)
-    {
-        return this->waitFor(
-            std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds)));
-    }
-};
+template <typename T> using StopTimeoutRace = FirstOutcome<T>;
 
 // Runs `operation` on `queue`, which was made when there was nothing to lose yet, and returns what it
 // returns, or throws what it throws.
 //
-// After `seconds` without an outcome it throws stopTimeoutError(seconds, stage) and lets go of the queue and
+// After `limit` without an outcome it throws stopTimeoutError(limit, stage) and lets go of the queue and
 // the operation, which may then still run for as long as the process lives: it must own everything that it
 // touches.
 template <typename Operation>
 std::invoke_result_t<Operation&> withStopTimeout(
-    SerialQueue& queue, double seconds, const std::string& stage, Operation operation)
+    SerialQueue& queue, std::chrono::nanoseconds limit, const std::string& stage, Operation operation)
 {
-    const auto limit
-        = std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds));
-    return queue.runWithin(limit, std::move(operation), stopTimeoutError(seconds, stage));
+    return queue.runWithin(limit, std::move(operation), stopTimeoutError(limit, stage));
 }
 
 } // namespace glimto

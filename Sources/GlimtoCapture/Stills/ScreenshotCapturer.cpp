@@ -1,5 +1,6 @@
 #include "Stills/ScreenshotCapturer.h"
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -18,7 +19,7 @@ namespace glimto {
 
 namespace {
 
-constexpr double firstFrameTimeoutSeconds = 8;
+constexpr std::chrono::seconds firstFrameTimeout(8);
 
 // Fonts take as long to load as the screen takes to be looked at, so the watermark has a thread of its own.
 class WatermarkQueue {
@@ -48,7 +49,7 @@ private:
 ScreenshotFrame firstFrame(CaptureStream& stream, ScreenshotFirstFrameOutput& output)
 {
     try {
-        auto frame = output.waitForFirstFrame(firstFrameTimeoutSeconds);
+        auto frame = output.waitForFirstFrame(firstFrameTimeout);
         stream.stop();
         stream.removeOutputs();
         return frame;

@@ -8,6 +8,7 @@
 
 #include "Stills/ScreenshotFailure.h"
 #include "Support/AtomicFile.h"
+#include "Support/MakeDirectories.h"
 #include "Support/RemovedOnSignal.h"
 #include "Support/UUID.h"
 

@@ -1,6 +1,5 @@
 #include "Stills/ScreenshotFirstFrameOutput.h"
 
-#include <chrono>
 #include <utility>
 
 #include "Stills/ScreenshotFailure.h"
@@ -27,15 +26,13 @@ void ScreenshotFirstFrameOutput::didStopWithError(const std::exception_ptr& erro
     complete(error);
 }
 
-ScreenshotFrame ScreenshotFirstFrameOutput::waitForFirstFrame(double timeoutSeconds)
+ScreenshotFrame ScreenshotFirstFrameOutput::waitForFirstFrame(std::chrono::nanoseconds timeout)
 {
     const bool isTaken = state_.with([](const State& state) { return state.isOver && !state.completion; });
     if (isTaken)
         throw screenshotError(
             ScreenshotFailure::alreadyCompleted, "Screenshot stream had already completed.");
-    state_.waitFor(
-        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(timeoutSeconds)),
-        [](const State& state) { return state.isOver; });
+    state_.waitFor(timeout, [](const State& state) { return state.isOver; });
     const auto completion = state_.with([](State& state) {
         state.isOver = true;
         return std::exchange(state.completion, std::nullopt);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <exception>
 #include <memory>
 #include <optional>
@@ -35,7 +36,7 @@ public:
     // The first usable frame, waited for if need be. To be called once. Throws what the stream ended with,
     // PlatformError "Timed out waiting for the first screenshot frame." after that time, and "Screenshot
     // stream had already completed." when somebody else got the frame.
-    ScreenshotFrame waitForFirstFrame(double timeoutSeconds);
+    ScreenshotFrame waitForFirstFrame(std::chrono::nanoseconds timeout);
 
 private:
     struct State {

@@ -72,16 +72,9 @@ void AtomicFile::fail(int errorNumber) const
 
 void AtomicFile::write(std::span<const std::byte> data)
 {
-    while (!data.empty()) {
-        const ssize_t written = ::write(descriptor_.get(), data.data(), data.size());
-        if (written < 0) {
-            if (errno == EINTR)
-                continue;
-            fail(errno);
-        }
-        size_ += static_cast<std::size_t>(written);
-        data = data.subspan(static_cast<std::size_t>(written));
-    }
+    if (!writeAll(descriptor_.get(), data))
+        fail(errno);
+    size_ += data.size();
 }
 
 void AtomicFile::finish()

@@ -78,23 +78,4 @@ bool isRegularFile(const FileBelow& file) noexcept
     }
 }
 
-std::string readFile(const FileBelow& file, std::size_t mostBytes)
-{
-    const FileDescriptor descriptor = openForReading(file);
-    std::string content;
-    while (true) {
-        constexpr std::size_t step = 64 << 10;
-        const std::size_t size = content.size();
-        content.resize(size + step);
-        const ssize_t count = ::read(descriptor.get(), content.data() + size, step);
-        content.resize(size + static_cast<std::size_t>(count > 0 ? count : 0));
-        if (count < 0 && errno != EINTR)
-            throwReadError(file, errno);
-        if (count == 0)
-            return content;
-        if (content.size() > mostBytes)
-            throwReadError(file, EFBIG);
-    }
-}
-
 } // namespace glimto

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <filesystem>
 #include <string>
 
@@ -32,8 +31,5 @@ FileDescriptor openForReading(const FileBelow& file);
 
 // Whether openForReading() would succeed.
 bool isRegularFile(const FileBelow& file) noexcept;
-
-// All of the file. Throws as openForReading(), and when it is longer than `mostBytes`.
-std::string readFile(const FileBelow& file, std::size_t mostBytes);
 
 } // namespace glimto

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <span>
 #include <utility>
 
 namespace glimto {
@@ -35,5 +37,8 @@ public:
 private:
     int descriptor_ = -1;
 };
+
+// Writes all of `data`, which may wait for the reader. False, with errno, when that failed.
+bool writeAll(int descriptor, std::span<const std::byte> data) noexcept;
 
 } // namespace glimto

@@ -1,50 +1,17 @@
 #include "Support/JSONFields.h"
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "Support/Errors.h"
+#include "Support/JSONText.h"
 #include "Support/Text.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr int deepestNesting = 100;
-
 constexpr std::size_t mostValues = 1'000'000;
-
-struct JSONShape {
-    int depth = 0; // of nested objects and arrays
-    std::size_t values = 0; // at least as many as there are
-};
-
-// The text need not be valid.
-JSONShape shapeOf(std::string_view text)
-{
-    int depth = 0;
-    JSONShape shape;
-    bool isInString = false;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const char character = text[at];
-        if (isInString) {
-            if (character == '\\')
-                ++at;
-            isInString = character != '"';
-        } else if (character == '"') {
-            isInString = true;
-        } else if (character == '{' || character == '[') {
-            shape.depth = std::max(shape.depth, ++depth);
-            ++shape.values;
-        } else if (character == '}' || character == ']') {
-            --depth;
-        } else if (character == ',') {
-            ++shape.values;
-        }
-    }
-    return shape;
-}
 
 [[noreturn]] void throwUnreadable(const std::string& source, const std::string& reason)
 {
@@ -58,8 +25,8 @@ constexpr double largestWholeDouble = 9007199254740992.0;
 
 nlohmann::json parseJSON(std::string_view text, const std::string& source)
 {
-    const JSONShape shape = shapeOf(text);
-    if (shape.depth > deepestNesting)
+    const JSONShape shape = shapeOfJSON(text);
+    if (shape.depth > deepestJSON)
         throwUnreadable(source, "its JSON is nested too deeply.");
     if (shape.values > mostValues)
         throwUnreadable(source, "its JSON holds too many values.");

@@ -7,8 +7,7 @@ namespace glimto {
 // Who may take a lock while holding another one: a lock only above all that its thread holds.
 // Documentation/architecture.md has the table of who is where.
 enum class LockLevel : std::uint8_t {
-    operation = 1, // held for a whole operation, which reaches objects with locks of their own
-    state, // the state of one object: whoever holds it calls nobody who takes another
+    state = 1, // the state of one object: whoever holds it calls nobody who takes another
     leaf, // queues, stop tokens and outputs: they call nobody, so anybody may call them
 };
 

@@ -37,6 +37,16 @@ std::optional<RegularFile> RegularFile::open(
     return RegularFile(std::move(file), size, std::move(failure));
 }
 
+RegularFile RegularFile::open(const FileBelow& file)
+{
+    FileDescriptor opened = openForReading(file);
+    std::string failure = "Could not read " + file.path().string();
+    struct stat status = {};
+    if (::fstat(opened.get(), &status) != 0)
+        throw PlatformError::posix(failure, errno);
+    return {std::move(opened), static_cast<std::uintmax_t>(status.st_size), std::move(failure)};
+}
+
 std::size_t RegularFile::read(std::span<std::byte> target) const
 {
     std::size_t filled = 0;
@@ -69,16 +79,26 @@ std::string RegularFile::readText(std::size_t mostBytes) const
     return text;
 }
 
+std::string RegularFile::readWhole(std::size_t mostBytes) const
+{
+    auto text = readText(mostBytes + 1);
+    if (text.size() > mostBytes)
+        throw PlatformError::posix(failure_, EFBIG);
+    return text;
+}
+
 std::optional<std::string> readRegularFile(
     const std::filesystem::path& path, std::size_t mostBytes, SymbolicLinks links)
 {
     const auto file = RegularFile::open(path, links);
     if (!file)
         return std::nullopt;
-    auto text = file->readText(mostBytes + 1);
-    if (text.size() > mostBytes)
-        throw PlatformError::posix("Could not read " + path.string(), EFBIG);
-    return text;
+    return file->readWhole(mostBytes);
+}
+
+std::string readFile(const FileBelow& file, std::size_t mostBytes)
+{
+    return RegularFile::open(file).readWhole(mostBytes);
 }
 
 } // namespace glimto

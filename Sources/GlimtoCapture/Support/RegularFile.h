@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 
+#include "Support/FileBelow.h"
 #include "Support/FileDescriptor.h"
 
 namespace glimto {
@@ -23,6 +24,9 @@ public:
     static std::optional<RegularFile> open(const std::filesystem::path& path,
         SymbolicLinks links = SymbolicLinks::followed, std::string failure = {});
 
+    // One that lies below a directory. Throws PlatformError (POSIX) when it cannot be opened or is none.
+    static RegularFile open(const FileBelow& file);
+
     // Bytes when it was opened.
     std::uintmax_t size() const { return size_; }
 
@@ -31,6 +35,9 @@ public:
 
     // The next bytes, `mostBytes` of them or as many as there are.
     std::string readText(std::size_t mostBytes) const;
+
+    // All of it. Throws PlatformError (POSIX) when that is more than `mostBytes`.
+    std::string readWhole(std::size_t mostBytes) const;
 
 private:
     RegularFile(FileDescriptor file, std::uintmax_t size, std::string failure);
@@ -44,5 +51,8 @@ private:
 // longer than `mostBytes`.
 std::optional<std::string> readRegularFile(
     const std::filesystem::path& path, std::size_t mostBytes, SymbolicLinks links);
+
+// The same below a directory. Throws also when it is not there or no regular file.
+std::string readFile(const FileBelow& file, std::size_t mostBytes);
 
 } // namespace glimto

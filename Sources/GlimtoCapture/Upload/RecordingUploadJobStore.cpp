@@ -14,6 +14,7 @@
 #include "Support/Errors.h"
 #include "Support/FileBelow.h"
 #include "Support/MakeDirectories.h"
+#include "Support/RegularFile.h"
 #include "Support/SHA256.h"
 #include "Support/Text.h"
 #include "Upload/TaskCancellationError.h"

@@ -11,6 +11,7 @@
 #include "Support/Errors.h"
 #include "Support/FileBelow.h"
 #include "Support/JSONText.h"
+#include "Support/RegularFile.h"
 #include "Support/Text.h"
 #include "Upload/ObjectKeys.h"
 #include "Upload/UploadInstructionsValidator.h"

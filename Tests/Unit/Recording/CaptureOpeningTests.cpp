@@ -14,6 +14,8 @@
 namespace glimto {
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr const char* noFrames
     = "No screen frames were captured. Check Screen Recording permission and try moving "
       "the cursor during the capture.";
@@ -221,9 +223,9 @@ class HangingStartTests : public EarlierTakeTests {
 protected:
     HangingStartTests()
     {
-        startLimits.patience = 0;
-        startLimits.step = 20;
-        startLimits.stepWithQuestion = 20;
+        startLimits.patience = 0s;
+        startLimits.step = 20s;
+        startLimits.stepWithQuestion = 20s;
         stream.onGiveUp = [this] {
             if (!wasGivenUp.exchange(true))
                 hang.set_value();
@@ -279,7 +281,7 @@ TEST_F(HangingStartTests, TheMaximumDurationGivesUpTheOpening)
 TEST_F(HangingStartTests, AnOpeningThatNobodyGivesUpEndsWithItsTime)
 {
     hangWhileOpening();
-    startLimits.step = 0.01;
+    startLimits.step = 10ms;
     EXPECT_EQ(recordError(), "Starting the capture timed out after 0s.");
     EXPECT_TRUE(wasGivenUp);
     expectUntouched();
@@ -289,15 +291,15 @@ TEST_F(HangingStartTests, AUserWhoIsAskedHasMoreTime)
 {
     hangWhileOpening();
     windowSystem.abilities.asksUser = true;
-    startLimits.step = 0.01;
-    startLimits.stepWithQuestion = 1.5;
+    startLimits.step = 10ms;
+    startLimits.stepWithQuestion = 1500ms;
     EXPECT_EQ(recordError(), "Starting the capture timed out after 1s.");
     expectUntouched();
 }
 
 TEST_F(HangingStartTests, AStopWishIsPatientWithAnOpeningThatIsOnItsWay)
 {
-    startLimits.patience = 20;
+    startLimits.patience = 20s;
     stopRequests.request = "Interrupt received; finishing recording";
     stream.onOpen = [] { std::this_thread::sleep_for(std::chrono::milliseconds(250)); };
     stream.onStop = [this] { stream.deliver(fakeFrame(0, 640, 480)); };
@@ -310,7 +312,7 @@ TEST_F(HangingStartTests, AStreamThatHangsAsItStartsIsGivenUp)
 {
     stream.onStart = [this] { hang.get_future().wait(); };
     stopRequests.request = "Interrupt received; finishing recording";
-    startLimits.givingUp = 0;
+    startLimits.givingUp = 0s;
 
     EXPECT_EQ(recordError(), noFrames);
     EXPECT_TRUE(wasTold("Interrupt received; finishing recording"));

@@ -15,6 +15,8 @@
 namespace glimto {
 namespace {
 
+using namespace std::chrono_literals;
+
 using RecordingStopSequenceTests = ScreenSegmentRecorderFixture;
 
 // A stage that hangs until the test is over, and then ends.
@@ -63,15 +65,15 @@ TEST_F(RecordingStopSequenceTests, AStreamThatFailsInTheLastMomentIsTheReasonFor
 
 TEST_F(RecordingStopSequenceTests, TheStagesOfTheEndHaveTheirLimits)
 {
-    EXPECT_EQ(limits.captureStream, 15);
-    EXPECT_EQ(limits.segmentWriter, 60);
-    EXPECT_EQ(limits.thumbnail, 15);
+    EXPECT_EQ(limits.captureStream, 15s);
+    EXPECT_EQ(limits.segmentWriter, 60s);
+    EXPECT_EQ(limits.thumbnail, 15s);
 }
 
 TEST_F(RecordingStopSequenceTests, AStreamThatHangsWhenStoppedFailsWithTheTimeLimit)
 {
     HangingStage hanging;
-    limits.captureStream = 0.02;
+    limits.captureStream = 20ms;
     stream.onStop = hanging.operation();
 
     EXPECT_EQ(recordError(), "Stopping capture timed out after 0s at stage: stopping capture stream");
@@ -83,7 +85,7 @@ TEST_F(RecordingStopSequenceTests, AStreamThatHangsWhenStoppedFailsWithTheTimeLi
 TEST_F(RecordingStopSequenceTests, AWriterThatHangsFailsWithTheTimeLimit)
 {
     HangingStage hanging;
-    limits.segmentWriter = 0.02;
+    limits.segmentWriter = 20ms;
     encoder.onFinish = hanging.operation();
 
     EXPECT_EQ(recordError(), "Stopping capture timed out after 0s at stage: finishing segment writer");
@@ -95,7 +97,7 @@ TEST_F(RecordingStopSequenceTests, AWriterThatHangsFailsWithTheTimeLimit)
 TEST_F(RecordingStopSequenceTests, AWriterThatHangsIsToldEvenWhenTheStreamFailedInTheLastMoment)
 {
     HangingStage hanging;
-    limits.segmentWriter = 0.02;
+    limits.segmentWriter = 20ms;
     stream.onStop = [this] {
         stream.fail(std::make_exception_ptr(PlatformError("X11", 1005, "The X server does not answer.")));
     };
@@ -108,7 +110,7 @@ TEST_F(RecordingStopSequenceTests, AWriterThatHangsIsToldEvenWhenTheStreamFailed
 TEST_F(RecordingStopSequenceTests, AThumbnailThatHangsFailsWithTheTimeLimit)
 {
     HangingStage hanging;
-    limits.thumbnail = 0.02;
+    limits.thumbnail = 20ms;
     // The write goes on with the codec after it was let go of, so this one outlives the test.
     static FakeImageCodec codec;
     codec.beforeEncoding = hanging.operation();

@@ -16,6 +16,8 @@
 namespace glimto {
 namespace {
 
+using namespace std::chrono_literals;
+
 std::string messageOf(const std::exception_ptr& error)
 {
     return errorFacts(error).message;
@@ -70,12 +72,12 @@ protected:
 
 TEST_F(WithStopTimeoutTests, ReturnsTheValueOfAnOperationThatIsInTime)
 {
-    EXPECT_EQ(withStopTimeout(queue, 15, "stopping capture stream", [] { return 42; }), 42);
+    EXPECT_EQ(withStopTimeout(queue, 15s, "stopping capture stream", [] { return 42; }), 42);
 }
 
 TEST_F(WithStopTimeoutTests, ReturnsAValueThatCanOnlyBeMoved)
 {
-    const auto value = withStopTimeout(queue, 15, "any", [] { return std::make_unique<int>(3); });
+    const auto value = withStopTimeout(queue, 15s, "any", [] { return std::make_unique<int>(3); });
 
     EXPECT_EQ(*value, 3);
 }
@@ -83,7 +85,7 @@ TEST_F(WithStopTimeoutTests, ReturnsAValueThatCanOnlyBeMoved)
 TEST_F(WithStopTimeoutTests, RunsAnOperationWithoutAValueOnAnotherThread)
 {
     std::thread::id runner;
-    withStopTimeout(queue, 15, "any", [&] { runner = std::this_thread::get_id(); });
+    withStopTimeout(queue, 15s, "any", [&] { runner = std::this_thread::get_id(); });
 
     EXPECT_NE(runner, std::thread::id());
     EXPECT_NE(runner, std::this_thread::get_id());
@@ -92,7 +94,7 @@ TEST_F(WithStopTimeoutTests, RunsAnOperationWithoutAValueOnAnotherThread)
 TEST_F(WithStopTimeoutTests, PassesTheOperationsOwnErrorThrough)
 {
     try {
-        withStopTimeout(queue, 15, "any", []() -> int { throw PlatformError("Fake", 5, "broken"); });
+        withStopTimeout(queue, 15s, "any", []() -> int { throw PlatformError("Fake", 5, "broken"); });
         FAIL() << "nothing was thrown";
     } catch (const PlatformError& error) {
         EXPECT_STREQ(error.what(), "broken");
@@ -108,7 +110,7 @@ TEST_F(WithStopTimeoutTests, AnOperationThatHangsIsLetGoOf)
     };
     const auto gate = std::make_shared<Gate>();
     try {
-        withStopTimeout(queue, 0.01, "stopping capture stream", [gate] {
+        withStopTimeout(queue, 10ms, "stopping capture stream", [gate] {
             gate->opened.get_future().wait();
             gate->passed.set_value();
         });
@@ -141,7 +143,7 @@ TEST_F(WithStopTimeoutTests, TheTimeForWhichTheProcessWasStoppedDoesNotCount)
 {
     const auto begin = std::chrono::steady_clock::now();
     const pid_t child = stopThisProcessForASecond();
-    EXPECT_NO_THROW(withStopTimeout(queue, 0.8, "a stage", [begin] {
+    EXPECT_NO_THROW(withStopTimeout(queue, 800ms, "a stage", [begin] {
         // Ends a while after the process goes on.
         while (std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(1300))
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -151,11 +153,11 @@ TEST_F(WithStopTimeoutTests, TheTimeForWhichTheProcessWasStoppedDoesNotCount)
 
 TEST_F(WithStopTimeoutTests, TheMessageTellsWholeSecondsAndTheStage)
 {
-    EXPECT_EQ(messageOf(stopTimeoutError(15, "stopping capture stream")),
+    EXPECT_EQ(messageOf(stopTimeoutError(15s, "stopping capture stream")),
         "Stopping capture timed out after 15s at stage: stopping capture stream");
-    EXPECT_EQ(messageOf(stopTimeoutError(60, "finishing segment writer")),
+    EXPECT_EQ(messageOf(stopTimeoutError(60s, "finishing segment writer")),
         "Stopping capture timed out after 60s at stage: finishing segment writer");
-    EXPECT_EQ(messageOf(stopTimeoutError(15.9, "waiting for thumbnail")),
+    EXPECT_EQ(messageOf(stopTimeoutError(15900ms, "waiting for thumbnail")),
         "Stopping capture timed out after 15s at stage: waiting for thumbnail");
 }
 

@@ -12,10 +12,12 @@
 namespace glimto {
 namespace {
 
+using namespace std::chrono_literals;
+
 std::string errorOfWait(ScreenshotFirstFrameOutput& output)
 {
     try {
-        output.waitForFirstFrame(0);
+        output.waitForFirstFrame(0s);
     } catch (const std::exception& error) {
         return error.what();
     }
@@ -34,7 +36,7 @@ TEST(ScreenshotFirstFrameOutputTests, AFrameThatCameBeforeTheWaitIsGivenAtOnce)
     ScreenshotFirstFrameOutput output;
     const auto frame = fakeFrame(0);
     output.didOutputFrame(frame);
-    EXPECT_EQ(output.waitForFirstFrame(0).pixelBuffer, frame.picture);
+    EXPECT_EQ(output.waitForFirstFrame(0s).pixelBuffer, frame.picture);
 }
 
 TEST(ScreenshotFirstFrameOutputTests, AFrameThatComesLaterEndsTheWait)
@@ -42,7 +44,7 @@ TEST(ScreenshotFirstFrameOutputTests, AFrameThatComesLaterEndsTheWait)
     ScreenshotFirstFrameOutput output;
     const auto frame = fakeFrame(0);
     std::thread stream([&] { output.didOutputFrame(frame); });
-    EXPECT_EQ(output.waitForFirstFrame(60).pixelBuffer, frame.picture);
+    EXPECT_EQ(output.waitForFirstFrame(60s).pixelBuffer, frame.picture);
     stream.join();
 }
 
@@ -53,7 +55,7 @@ TEST(ScreenshotFirstFrameOutputTests, TheFirstOfSeveralFramesCounts)
     output.didOutputFrame(first);
     output.didOutputFrame(fakeFrame(1));
     output.didStopWithError(std::make_exception_ptr(std::runtime_error("too late")));
-    EXPECT_EQ(output.waitForFirstFrame(0).pixelBuffer, first.picture);
+    EXPECT_EQ(output.waitForFirstFrame(0s).pixelBuffer, first.picture);
 }
 
 TEST(ScreenshotFirstFrameOutputTests, OnlyCompleteAndStartedFramesAndThoseWithoutStatusAreUsable)
@@ -84,7 +86,7 @@ TEST(ScreenshotFirstFrameOutputTests, TheStreamsErrorIsThrownAsItStands)
     output.didStopWithError(std::make_exception_ptr(PlatformError("X11", 1008, "The display is gone.")));
     output.didOutputFrame(fakeFrame(0));
     try {
-        output.waitForFirstFrame(0);
+        output.waitForFirstFrame(0s);
         FAIL() << "nothing was thrown";
     } catch (const PlatformError& error) {
         EXPECT_EQ(error.code(), 1008);
@@ -95,7 +97,7 @@ TEST(ScreenshotFirstFrameOutputTests, AFrameIsGivenOnlyOnce)
 {
     ScreenshotFirstFrameOutput output;
     output.didOutputFrame(fakeFrame(0));
-    output.waitForFirstFrame(0);
+    output.waitForFirstFrame(0s);
     EXPECT_EQ(errorOfWait(output), "Screenshot stream had already completed.");
 }
 
