@@ -1,12 +1,10 @@
-"""Input events to the pixel: pointers that programs move, two pointers, wheels, touches, servers without a record."""
+"""Input events to the pixel: pointers that programs move, two pointers, wheels, touches."""
 
 import random
-import time
 import unittest
 
 from support.input_events import InputEventCase
 from support.pointers import Device, TestPointer
-from support.proxy import ServerWithoutExtension
 
 
 class InputEventPlacesTests(InputEventCase):
@@ -91,24 +89,6 @@ class InputEventPlacesTests(InputEventCase):
         self.assertEqual(len(downs), 10)
         for x, down in zip(range(100, 110), downs):
             self.assert_place(down, x, 50)
-
-    def test_a_server_that_records_nothing_is_asked_for_places(self):
-        proxy = self.started(ServerWithoutExtension(self.server, "RECORD"))
-        self.pointer.do("to 100 50")
-        recording = self.start_events(DISPLAY=proxy.display)
-        for _ in range(5):
-            self.do(self.pointer, "press 1 release 1")
-            time.sleep(0.1)
-            self.do(self.pointer, "by 7 3")
-            time.sleep(0.1)
-        self.pointer.do("press 5 release 5")
-        self.pointer.do("warp 20 30")
-        output = self.finish(recording)
-        self.assertEqual(output.errors, "")
-        for count, down in enumerate(self.of_kind("down")):
-            self.assert_place(down, 100 + 7 * count, 50 + 3 * count)
-        self.assertEqual([event["dy"] for event in self.of_kind("scroll")], [-1.0])
-        self.assert_place(self.of_kind("move")[-1], 20, 30)
 
 
 class InputDeviceTests(InputEventCase):

@@ -147,7 +147,13 @@ class InputEventTimelineTests(InputEventCase):
         self.assert_place(self.of_kind("move")[-1], 0, 90, 120, 90)
 
     def test_a_server_without_the_input_extension_gives_one_warning_and_an_empty_track(self):
-        proxy = self.started(ServerWithoutExtension(self.server, "XInputExtension"))
+        self.assert_empty_track_without("XInputExtension")
+
+    def test_a_server_that_records_nothing_gives_one_warning_and_an_empty_track(self):
+        self.assert_empty_track_without("RECORD")
+
+    def assert_empty_track_without(self, extension):
+        proxy = self.started(ServerWithoutExtension(self.server, extension))
         recording = self.start_events(DISPLAY=proxy.display)
         self.xdotool("click", 1)
         time.sleep(1.2)

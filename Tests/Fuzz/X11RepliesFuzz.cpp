@@ -88,7 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         x11AxisValues(*replyOf<xcb_input_raw_button_press_event_t>(data, 4));
         break;
     case 4:
-        x11PointerAnswer(1, *replyOf<xcb_input_xi_query_pointer_reply_t>(data));
+        x11PointerPlace(*replyOf<xcb_input_xi_query_pointer_reply_t>(data));
         break;
     case 5:
         require(x11WindowChildren(*replyOf<xcb_query_tree_reply_t>(data)).size_bytes() <= data.size());

@@ -6,14 +6,11 @@ namespace glimto {
 namespace {
 
 using Direction = X11PointerDevice::ScrollAxis::Direction;
-using Kind = X11Motion::Kind;
 using Values = std::vector<X11AxisValue>;
 
 X11PointerDevice mouse()
 {
     X11PointerDevice device;
-    device.placeAxes[0] = X11PointerDevice::PlaceAxis{};
-    device.placeAxes[1] = X11PointerDevice::PlaceAxis{};
     device.scrollAxes = {
         {.axis = 2, .direction = Direction::horizontal, .increment = 120},
         {.axis = 3, .direction = Direction::vertical, .increment = 15},
@@ -24,49 +21,30 @@ X11PointerDevice mouse()
 X11PointerDevice tablet()
 {
     X11PointerDevice device;
-    device.placeAxes[0] = {.isAbsolute = true, .minimum = 0, .maximum = 65535};
-    device.placeAxes[1] = {.isAbsolute = true, .minimum = 100, .maximum = 199};
+    device.placeAxes[0] = {.minimum = 0, .maximum = 65535};
+    device.placeAxes[1] = {.minimum = 100, .maximum = 199};
     return device;
 }
 
-TEST(X11PointerDeviceTests, AMouseMovesByItsValues)
+TEST(X11PointerDeviceTests, AMouseTellsNoPlace)
 {
-    const auto motion = mouse().motion(Values{{0, 1.5}, {1, -2}}, 640, 480);
-    EXPECT_EQ(motion.kind, Kind::relative);
-    EXPECT_EQ(motion.x, 1.5);
-    EXPECT_EQ(motion.y, -2);
+    const auto place = mouse().place(Values{{0, 1.5}, {1, -2}}, 640, 480);
+    EXPECT_EQ(place.x, std::nullopt);
+    EXPECT_EQ(place.y, std::nullopt);
 }
 
 TEST(X11PointerDeviceTests, AnAxisThatRestsIsLeftOut)
 {
-    const auto motion = mouse().motion(Values{{1, 4}}, 640, 480);
-    EXPECT_EQ(motion.x, std::nullopt);
-    EXPECT_EQ(motion.y, 4);
-}
-
-TEST(X11PointerDeviceTests, ATurnedWheelMovesNoPointer)
-{
-    EXPECT_EQ(mouse().motion(Values{{3, 15}}, 640, 480).kind, Kind::none);
+    const auto place = tablet().place(Values{{1, 150}}, 640, 480);
+    EXPECT_EQ(place.x, std::nullopt);
+    EXPECT_EQ(place.y, 240);
 }
 
 TEST(X11PointerDeviceTests, ATabletsRangeCoversTheRoot)
 {
-    const auto motion = tablet().motion(Values{{0, 32768}, {1, 150}}, 640, 480);
-    EXPECT_EQ(motion.kind, Kind::absolute);
-    EXPECT_EQ(motion.x, 320);
-    EXPECT_EQ(motion.y, 240);
-}
-
-TEST(X11PointerDeviceTests, ATestClientsDeviceMovesEitherWay)
-{
-    auto device = mouse();
-    device.belongsToTestClients = true;
-    EXPECT_EQ(device.motion(Values{{0, 1}}, 640, 480).kind, Kind::either);
-}
-
-TEST(X11PointerDeviceTests, AnUnknownDeviceDoesNotMove)
-{
-    EXPECT_EQ(X11PointerDevice().motion(Values{{0, 1}, {1, 1}}, 640, 480).kind, Kind::none);
+    const auto place = tablet().place(Values{{0, 32768}, {1, 150}}, 640, 480);
+    EXPECT_EQ(place.x, 320);
+    EXPECT_EQ(place.y, 240);
 }
 
 TEST(X11PointerDeviceTests, AnIncrementDownScrollsOneLineDown)

@@ -67,14 +67,12 @@ TEST(X11RepliesTests, ARawEventHasNoMoreAxesThanHaveCome)
     EXPECT_TRUE(x11AxisValues(*event).empty());
 }
 
-TEST(X11RepliesTests, AnAnswerAboutAPointerHasNoMoreButtonsThanHaveCome)
+TEST(X11RepliesTests, AnAnswerAboutAPointerTellsItsPixel)
 {
-    auto reply = replyWith<xcb_input_xi_query_pointer_reply_t>({1U << 1U});
-    reply->length += (sizeof(xcb_input_xi_query_pointer_reply_t) - 32) / 4;
-    reply->buttons_len = 1000;
-    EXPECT_TRUE(x11PointerAnswer(2, *reply).leftIsDown);
-    reply->length = 0;
-    EXPECT_FALSE(x11PointerAnswer(2, *reply).leftIsDown);
+    xcb_input_xi_query_pointer_reply_t reply{};
+    reply.root_x = (20 << 16) | 0x8000;
+    reply.root_y = 30 << 16;
+    EXPECT_EQ(x11PointerPlace(reply), (Point{20, 30}));
 }
 
 TEST(X11RepliesTests, APartOfARecordEndsWithItsLastWholeEvent)

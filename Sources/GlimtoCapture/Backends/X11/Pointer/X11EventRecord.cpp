@@ -22,6 +22,11 @@ bool isReadable(int descriptor)
     return ::poll(&entry, 1, 0) > 0;
 }
 
+PlatformError refusal()
+{
+    return x11Error(X11Failure::missingExtension, "The X server does not record its events.");
+}
+
 std::optional<X11RecordedEvent> recordedEvent(const xcb_button_press_event_t& event)
 {
     using Kind = X11RecordedEvent::Kind;
@@ -71,8 +76,7 @@ std::vector<X11RecordedEvent> x11RecordedEvents(
 std::unique_ptr<X11EventRecord> X11EventRecord::start()
 {
     auto connection = X11Connection::open();
-    if (!connection->hasExtension(xcb_record_id))
-        return nullptr;
+    connection->requireExtension(xcb_record_id, "RECORD");
     auto* const xcb = connection->xcb();
     const auto version = connection->reply<xcb_record_query_version_reply_t>(
         xcb_record_query_version(xcb, XCB_RECORD_MAJOR_VERSION, XCB_RECORD_MINOR_VERSION));
@@ -82,11 +86,11 @@ std::unique_ptr<X11EventRecord> X11EventRecord::start()
     range.device_events = {.first = XCB_BUTTON_PRESS, .last = XCB_MOTION_NOTIFY};
     const auto created = xcb_record_create_context_checked(xcb, context, 0, 1, 1, &clients, &range);
     if (!version || connection->check(created))
-        return nullptr;
+        throw refusal();
     // The first answer says that the record has begun; each following one is a part of it.
     const auto enabled = xcb_record_enable_context(xcb, context);
     if (!connection->reply<xcb_record_enable_context_reply_t>(enabled))
-        return nullptr;
+        throw refusal();
     return std::unique_ptr<X11EventRecord>(new X11EventRecord(std::move(connection), enabled.sequence));
 }
 

@@ -26,8 +26,7 @@ std::vector<X11RecordedEvent> x11RecordedEvents(
 // Used by one thread; ends with its connection.
 class X11EventRecord {
 public:
-    // Null when the server has no such extension or refuses it. Throws PlatformError when the server does
-    // not answer or goes away.
+    // Throws PlatformError when the server has no such extension, refuses it, does not answer or goes away.
     static std::unique_ptr<X11EventRecord> start();
 
     // Readable when there is something to take.

@@ -59,7 +59,7 @@ void X11EventTap::enable()
         if (!listener_)
             listener_ = X11PointerListener::open();
         listener_->listen();
-        pacer_ = listener_->hasRecord() ? X11PointerPacer(X11PointerPacer::whenRecorded) : X11PointerPacer();
+        pacer_ = {};
         isEnabled_ = true;
     } catch (const std::exception&) {
         listener_.reset();
@@ -145,8 +145,6 @@ void X11EventTap::deliver(const Handlers& handlers)
 {
     if (listener_)
         settled_ = listener_->take();
-    if (!settled_.empty())
-        pacer_.didHappen(hostTimeNanoseconds());
     for (const auto& event : std::exchange(settled_, {})) {
         const auto bit = static_cast<std::uint64_t>(event.type);
         if (bit < maskBits && ((eventMask_ >> bit) & 1U) != 0)

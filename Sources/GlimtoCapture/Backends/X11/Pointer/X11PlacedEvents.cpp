@@ -10,6 +10,17 @@ using RawKind = X11RawAddition::Kind;
 
 namespace {
 
+constexpr std::uint32_t leftButton = 1; // logical ones
+constexpr std::uint32_t rightButton = 3;
+
+// A move is a drag while one of them is down, the left one first.
+InputEventType typeOfMove(const X11RecordedEvent& event)
+{
+    if (event.leftIsDown)
+        return InputEventType::leftMouseDragged;
+    return event.rightIsDown ? InputEventType::rightMouseDragged : InputEventType::mouseMoved;
+}
+
 // Stamps start anew after 2^32.
 bool isBefore(std::uint32_t stamp, std::uint32_t other)
 {
@@ -78,10 +89,8 @@ void X11PlacedEvents::settleOne(const X11RecordedEvent& event, std::int64_t host
 {
     isOfTouch_ = false;
     unexplainedPlace_.reset();
-    X11PointerButtons buttons;
-    buttons.set(event.leftIsDown, event.rightIsDown);
     if (event.kind == X11RecordedEvent::Kind::motion)
-        return move(buttons.move(), event.location);
+        return move(typeOfMove(event), event.location);
     place_ = event.location;
     const auto kind = event.kind == X11RecordedEvent::Kind::press ? RawKind::press : RawKind::release;
     const bool hasRaw = takeRaw(kind, event.stamp, event.button);
@@ -129,11 +138,13 @@ bool X11PlacedEvents::takeRaw(RawKind kind, std::uint32_t stamp, std::uint32_t b
 
 void X11PlacedEvents::click(RawKind kind, std::uint32_t button)
 {
-    X11PointerButtons buttons;
-    if (const auto type = kind == RawKind::press ? buttons.press(button) : buttons.release(button))
-        emit(*type);
+    const bool isPress = kind == RawKind::press;
+    if (button == leftButton)
+        emit(isPress ? InputEventType::leftMouseDown : InputEventType::leftMouseUp);
+    if (button == rightButton)
+        emit(isPress ? InputEventType::rightMouseDown : InputEventType::rightMouseUp);
     const auto lines = x11WheelLines(button);
-    if (kind == RawKind::press && !lines.isZero())
+    if (isPress && !lines.isZero())
         emit(InputEventType::scrollWheel, lines);
 }
 

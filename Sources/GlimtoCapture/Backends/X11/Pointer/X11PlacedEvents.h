@@ -5,7 +5,6 @@
 #include <optional>
 #include <vector>
 
-#include "Backends/X11/Pointer/X11PointerButtons.h"
 #include "Backends/X11/Pointer/X11PointerDevice.h"
 #include "Backends/X11/Pointer/X11ServerClock.h"
 #include "Platform/EventTap.h"

@@ -22,24 +22,14 @@ double onScreen(const X11PointerDevice::PlaceAxis& axis, double value, int exten
 
 } // namespace
 
-X11Motion X11PointerDevice::motion(std::span<const X11AxisValue> values, int width, int height) const
+X11EventPlace X11PointerDevice::place(std::span<const X11AxisValue> values, int width, int height) const
 {
-    const std::array<int, 2> extents = {width, height};
-    std::array<std::optional<double>, 2> place;
-    X11Motion motion;
-    for (std::size_t index = 0; index < place.size(); ++index) {
-        const auto& axis = placeAxes[index];
-        const auto* found = find(values, static_cast<int>(index));
-        if (!axis || !found)
-            continue;
-        place[index] = axis->isAbsolute ? onScreen(*axis, found->value, extents[index]) : found->value;
-        motion.kind = axis->isAbsolute ? X11Motion::Kind::absolute : X11Motion::Kind::relative;
-    }
-    if (belongsToTestClients && motion.kind == X11Motion::Kind::relative)
-        motion.kind = X11Motion::Kind::either;
-    motion.x = place[0];
-    motion.y = place[1];
-    return motion;
+    const auto along = [&](int index, int extent) -> std::optional<double> {
+        const auto& axis = placeAxes[static_cast<std::size_t>(index)];
+        const auto* found = find(values, index);
+        return axis && found ? std::optional(onScreen(*axis, found->value, extent)) : std::nullopt;
+    };
+    return {along(0, width), along(1, height)};
 }
 
 X11ScrollLines X11PointerDevice::scrollLines(std::span<const X11AxisValue> values) const

@@ -6,13 +6,17 @@
 #include <span>
 #include <vector>
 
-#include "Backends/X11/Pointer/X11PointerTrack.h"
-
 namespace glimto {
 
 struct X11AxisValue {
     int axis = 0;
     double value = 0;
+};
+
+// A place in pixels of the root; none for an axis that rests.
+struct X11EventPlace {
+    std::optional<double> x;
+    std::optional<double> y;
 };
 
 // How far a wheel was turned; signs as in InputEvent.
@@ -25,9 +29,8 @@ struct X11ScrollLines {
 
 // What is needed to understand the raw events of one input device.
 struct X11PointerDevice {
-    // An axis of the pointer's place. A relative one has no range.
+    // An axis that tells a place.
     struct PlaceAxis {
-        bool isAbsolute = false;
         double minimum = 0;
         double maximum = 0;
     };
@@ -39,14 +42,13 @@ struct X11PointerDevice {
         double increment = 1; // of one line down or right
     };
 
-    std::array<std::optional<PlaceAxis>, 2> placeAxes; // X and Y are axes 0 and 1 of every pointer
+    std::array<std::optional<PlaceAxis>, 2> placeAxes; // X and Y are axes 0 and 1; none that only tell steps
     std::vector<ScrollAxis> scrollAxes;
-    bool belongsToTestClients = false;
     bool isTouchScreen = false; // a finger is where it touches; on a touch pad it only moves the pointer
     std::vector<std::uint8_t> buttonMap; // the logical number of each physical button, from button 1 on
 
-    // Where an event moves the pointer on a root of this size.
-    X11Motion motion(std::span<const X11AxisValue> values, int width, int height) const;
+    // Where an event is on a root of this size, as far as it tells.
+    X11EventPlace place(std::span<const X11AxisValue> values, int width, int height) const;
 
     X11ScrollLines scrollLines(std::span<const X11AxisValue> values) const;
 

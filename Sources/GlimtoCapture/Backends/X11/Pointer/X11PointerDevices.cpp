@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <string_view>
 #include <utility>
 
 namespace glimto {
@@ -11,14 +10,12 @@ namespace glimto {
 namespace {
 
 constexpr double fractionUnit = 4294967296.0; // 2^32
-constexpr std::string_view testDeviceName = "XTEST pointer";
 
 void addPlaceAxis(X11PointerDevice& device, const xcb_input_valuator_class_t& axis)
 {
-    if (axis.number >= device.placeAxes.size())
+    if (axis.number >= device.placeAxes.size() || axis.mode != XCB_INPUT_VALUATOR_MODE_ABSOLUTE)
         return;
     device.placeAxes[axis.number] = X11PointerDevice::PlaceAxis{
-        .isAbsolute = axis.mode == XCB_INPUT_VALUATOR_MODE_ABSOLUTE,
         .minimum = x11Number(axis.min),
         .maximum = x11Number(axis.max),
     };
@@ -38,9 +35,6 @@ void addScrollAxis(X11PointerDevice& device, const xcb_input_scroll_class_t& scr
 X11PointerDevice deviceFrom(const xcb_input_xi_device_info_t& info)
 {
     X11PointerDevice device;
-    const std::string_view name(xcb_input_xi_device_info_name(&info),
-        static_cast<std::size_t>(xcb_input_xi_device_info_name_length(&info)));
-    device.belongsToTestClients = name.ends_with(testDeviceName);
     for (auto classes = xcb_input_xi_device_info_classes_iterator(&info); classes.rem > 0;
          xcb_input_device_class_next(&classes)) {
         const auto* data = classes.data;

@@ -8,9 +8,10 @@
 
 #include "Backends/X11/Connection/X11Connection.h"
 #include "Backends/X11/Pointer/X11PointerDevice.h"
-#include "Backends/X11/Pointer/X11PointerEvents.h"
 
 namespace glimto {
+
+using X11PointerID = std::uint16_t;
 
 // The pointer devices of the server, as they were when they were last read.
 class X11PointerDevices {

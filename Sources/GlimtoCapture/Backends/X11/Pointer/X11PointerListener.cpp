@@ -40,11 +40,11 @@ std::unique_ptr<X11PointerListener> X11PointerListener::open()
 X11PointerListener::X11PointerListener(std::unique_ptr<X11Connection> connection)
     : connection_(std::move(connection))
     , devices_(*connection_)
-    , events_(connection_->screen().width_in_pixels, connection_->screen().height_in_pixels)
     , width_(connection_->screen().width_in_pixels)
     , height_(connection_->screen().height_in_pixels)
 {
     connection_->requireExtension(xcb_input_id, "XInputExtension");
+    connection_->requireExtension(xcb_record_id, "RECORD");
     inputOpcode_ = xcb_get_extension_data(connection_->xcb(), &xcb_input_id)->major_opcode;
     const auto cookie = xcb_input_xi_query_version(connection_->xcb(), majorVersion, minorVersion);
     const auto version = connection_->reply<xcb_input_xi_query_version_reply_t>(cookie);
@@ -60,20 +60,10 @@ void X11PointerListener::listen()
     makeClockWindow();
     for (int count = 0; count < firstMeasurements; ++count)
         measureClock();
-    startRecord();
+    record_ = X11EventRecord::start();
     selectEvents();
     devices_.read();
     devicesAreOld_ = false;
-}
-
-// Without a record the tap is less exact, and works.
-void X11PointerListener::startRecord()
-{
-    try {
-        record_ = X11EventRecord::start();
-    } catch (const PlatformError&) {
-        record_ = nullptr;
-    }
 }
 
 // Never mapped; its property changes only for the time stamps that the server puts on them.
@@ -112,7 +102,7 @@ void X11PointerListener::selectEvents()
     constexpr std::uint32_t touches = XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_BEGIN
         | XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_UPDATE | XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_END;
     const std::array<EventMask, 2> masks = {
-        maskFor(XCB_INPUT_DEVICE_ALL_MASTER, hasTouches_ && record_ ? raw | touches : raw),
+        maskFor(XCB_INPUT_DEVICE_ALL_MASTER, hasTouches_ ? raw | touches : raw),
         maskFor(XCB_INPUT_DEVICE_ALL, changes),
     };
     const auto input = xcb_input_xi_select_events_checked(
@@ -127,8 +117,7 @@ void X11PointerListener::selectEvents()
 void X11PointerListener::receive()
 {
     drain();
-    if (record_) // read often, because the server does not keep much of it
-        drainRecord();
+    drainRecord(); // often, because the server does not keep much of it
     // An answer may have come together with events that follow it.
     while (receiveAnswers())
         drain();
@@ -154,7 +143,6 @@ void X11PointerListener::handle(const xcb_generic_event_t& event)
         const auto& changed = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
         width_ = changed.width;
         height_ = changed.height;
-        events_.setScreenSize(width_, height_);
         break;
     }
     case XCB_GE_GENERIC:
@@ -210,38 +198,18 @@ void X11PointerListener::addRaw(const xcb_input_raw_button_press_event_t& event)
         return;
     if (std::exchange(devicesAreOld_, false))
         devices_.read();
-    using Kind = X11PointerEvent::Kind;
-    const auto& device = devices_.device(event.sourceid);
-    const auto values = x11AxisValues(event);
-    const std::int64_t now = hostTimeNanoseconds();
-    X11PointerEvent made;
-    made.pointer = event.deviceid;
-    made.sequence = event.full_sequence;
-    made.hostNs = std::min(now, clock_.hostTime(event.time, now));
-    made.motion = device.motion(values, width_, height_);
-    if (isMotion) {
-        made.scroll = device.scrollLines(values);
-    } else {
-        made.kind = event.event_type == XCB_INPUT_RAW_BUTTON_PRESS ? Kind::press : Kind::release;
-        made.button = device.logicalButton(event.detail);
-    }
-    if (record_)
-        addToRecord(made, event.time);
-    else
-        events_.add(made);
-}
-
-void X11PointerListener::addToRecord(const X11PointerEvent& event, std::uint32_t stamp)
-{
     using Kind = X11RawAddition::Kind;
+    const auto& device = devices_.device(event.sourceid);
     X11RawAddition addition;
-    addition.stamp = stamp;
-    addition.lines = event.scroll;
-    addition.button = event.button;
-    if (event.kind != X11PointerEvent::Kind::motion)
-        addition.kind = event.kind == X11PointerEvent::Kind::press ? Kind::press : Kind::release;
+    addition.stamp = event.time;
+    if (isMotion) {
+        addition.lines = device.scrollLines(x11AxisValues(event));
+    } else {
+        addition.kind = event.event_type == XCB_INPUT_RAW_BUTTON_PRESS ? Kind::press : Kind::release;
+        addition.button = device.logicalButton(event.detail);
+    }
     // Of plain motions the record tells all there is to know.
-    if (addition.kind != Kind::scroll || !event.scroll.isZero())
+    if (!isMotion || !addition.lines.isZero())
         placed_.add(addition);
 }
 
@@ -253,7 +221,7 @@ void X11PointerListener::addTouch(const xcb_input_raw_button_press_event_t& even
     const auto& device = devices_.device(event.sourceid);
     if (!device.isTouchScreen)
         return;
-    const auto place = device.motion(x11AxisValues(event), width_, height_);
+    const auto place = device.place(x11AxisValues(event), width_, height_);
     const X11Touches::Touch touch
         = {.device = event.sourceid, .id = event.detail, .stamp = event.time, .x = place.x, .y = place.y};
     std::optional<X11RawAddition> addition;
@@ -289,10 +257,10 @@ void X11PointerListener::ask()
     Question question;
     question.askedAt = now;
     for (const auto pointer : devices_.pointers()) {
-        question.pointers.emplace_back(
-            pointer, xcb_input_xi_query_pointer(connection_->xcb(), connection_->root(), pointer));
+        question.cookies.push_back(
+            xcb_input_xi_query_pointer(connection_->xcb(), connection_->root(), pointer));
     }
-    if (!question.pointers.empty())
+    if (!question.cookies.empty())
         question_ = std::move(question);
     connection_->flush();
 }
@@ -300,8 +268,8 @@ void X11PointerListener::ask()
 // Whether an answer is there to every part of the question.
 bool X11PointerListener::receiveAnswers()
 {
-    while (question_ && question_->answeredCount < question_->pointers.size()) {
-        const auto [pointer, cookie] = question_->pointers[question_->answeredCount];
+    while (question_ && question_->answeredCount < question_->cookies.size()) {
+        const auto cookie = question_->cookies[question_->answeredCount];
         void* reply = nullptr;
         xcb_generic_error_t* error = nullptr;
         if (xcb_poll_for_reply(connection_->xcb(), cookie.sequence, &reply, &error) == 0)
@@ -311,7 +279,7 @@ bool X11PointerListener::receiveAnswers()
             static_cast<xcb_input_xi_query_pointer_reply_t*>(reply));
         ++question_->answeredCount;
         if (answer)
-            question_->answers.push_back(x11PointerAnswer(pointer, *answer));
+            question_->places.push_back(x11PointerPlace(*answer));
         else
             devicesAreOld_ = true;
     }
@@ -326,15 +294,13 @@ bool X11PointerListener::receiveAnswers()
 
 void X11PointerListener::settle(const Question& answered)
 {
-    if (!record_)
-        return events_.settle(answered.pointers.front().second.sequence, answered.askedAt, answered.answers);
     drainRecord();
     placed_.settle(clock_, hostTimeNanoseconds(), answered.askedAt - clockTolerance);
-    if (answered.answers.empty())
+    if (answered.places.empty())
         return;
     // With several pointers nothing says which of them the record is about.
-    const Point place = answered.answers.front().location;
-    if (answered.answers.size() == 1 && !hasHeard_)
+    const Point place = answered.places.front();
+    if (answered.places.size() == 1 && !hasHeard_)
         placed_.setPlace(place, answered.askedAt);
     else
         placed_.setFirstPlace(place);
@@ -346,21 +312,10 @@ void X11PointerListener::drainRecord()
         placed_.add(event);
 }
 
-bool X11PointerListener::isWaiting() const
-{
-    return record_ ? hasHeard_ || placed_.isWaiting() : events_.isWaiting();
-}
-
 void X11PointerListener::settleUnanswered()
 {
     const std::int64_t now = hostTimeNanoseconds();
-    events_.settleUnanswered();
     placed_.settle(clock_, now, now);
-}
-
-std::vector<InputEvent> X11PointerListener::take()
-{
-    return record_ ? placed_.take() : events_.take();
 }
 
 } // namespace glimto

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <utility>
 #include <vector>
 
 #include <xcb/xinput.h>
@@ -13,7 +12,6 @@
 #include "Backends/X11/Pointer/X11EventRecord.h"
 #include "Backends/X11/Pointer/X11PlacedEvents.h"
 #include "Backends/X11/Pointer/X11PointerDevices.h"
-#include "Backends/X11/Pointer/X11PointerEvents.h"
 #include "Backends/X11/Pointer/X11ServerClock.h"
 #include "Backends/X11/Pointer/X11Touches.h"
 
@@ -22,14 +20,13 @@ namespace glimto {
 // Hears the raw events of all pointers on a connection of its own. Raw events come to every client that
 // asks for them, whoever gets the events proper or holds a grab, and nobody misses them.
 //
-// Raw events have no place. Where the server has the RECORD extension, its record tells the places, and
-// raw events only tell what turns of wheels and touches are. Elsewhere the server is asked where the
-// pointers are, and the steps between two answers are followed; touches are not heard then.
+// Raw events have no place, which the server's record tells (RECORD extension); they only tell what turns of
+// wheels and touches are. Every server that has X Input 2 has that extension, unless it was turned off.
 //
 // Used by one thread; every operation throws PlatformError when the server has gone.
 class X11PointerListener {
 public:
-    // Throws PlatformError when there is no display or its server lacks X Input 2.1.
+    // Throws PlatformError when there is no display or its server lacks X Input 2.1 or RECORD.
     static std::unique_ptr<X11PointerListener> open();
 
     explicit X11PointerListener(std::unique_ptr<X11Connection> connection);
@@ -40,7 +37,7 @@ public:
     // Readable when receive() has something to do, unless another operation has read it into memory:
     // call receive() before every wait.
     int fileDescriptor() const { return connection_->fileDescriptor(); }
-    int recordFileDescriptor() const { return record_ ? record_->fileDescriptor() : -1; } // -1: none
+    int recordFileDescriptor() const { return record_->fileDescriptor(); } // after listen()
 
     // Takes in what the server has sent. Events wait for an answer that settles them.
     void receive();
@@ -49,27 +46,23 @@ public:
     void ask();
     bool isAsking() const { return question_.has_value(); }
 
-    // Whether the server records places, so that a question may wait and share its answer with others.
-    bool hasRecord() const { return record_ != nullptr; }
-
     // Whether events wait to be settled.
-    bool isWaiting() const;
+    bool isWaiting() const { return hasHeard_ || placed_.isWaiting(); }
 
     // Settles what waits, with what is known.
     void settleUnanswered();
 
     // The events settled since the last call, in order of time.
-    std::vector<InputEvent> take();
+    std::vector<InputEvent> take() { return placed_.take(); }
 
 private:
     struct Question {
         std::int64_t askedAt = 0;
-        std::vector<std::pair<X11PointerID, xcb_input_xi_query_pointer_cookie_t>> pointers;
-        std::vector<X11PointerAnswer> answers; // to the first of them
+        std::vector<xcb_input_xi_query_pointer_cookie_t> cookies; // one a pointer
+        std::vector<Point> places; // the answers to the first of them
         std::size_t answeredCount = 0;
     };
 
-    void startRecord();
     void makeClockWindow();
     void askForTime();
     void measureClock();
@@ -81,16 +74,14 @@ private:
     void handleHierarchy(const xcb_input_hierarchy_event_t& event);
     void addRaw(const xcb_input_raw_button_press_event_t& event);
     void addTouch(const xcb_input_raw_button_press_event_t& event);
-    void addToRecord(const X11PointerEvent& event, std::uint32_t stamp);
     void drainRecord();
     bool receiveAnswers();
     void settle(const Question& answered);
 
     std::unique_ptr<X11Connection> connection_;
     X11PointerDevices devices_;
-    X11PointerEvents events_;
-    std::unique_ptr<X11EventRecord> record_; // null when the server has none
-    X11PlacedEvents placed_; // used with a record, instead of events_
+    std::unique_ptr<X11EventRecord> record_; // from listen() on
+    X11PlacedEvents placed_;
     X11Touches touches_;
     bool hasHeard_ = false; // something since the last question
     X11ServerClock clock_;

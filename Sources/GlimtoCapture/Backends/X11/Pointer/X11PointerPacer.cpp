@@ -6,35 +6,20 @@ namespace glimto {
 
 namespace {
 
-constexpr std::int64_t millisecond = 1'000'000;
-constexpr std::int64_t timeToRest = 2000 * millisecond;
-constexpr double nanosecondsPerCredit = 16.0 * millisecond;
+constexpr std::int64_t gathering = 40'000'000; // how long events wait for company
+constexpr std::int64_t reading = 4'000'000; // how long they may lie unread
+constexpr std::int64_t resting = 250'000'000; // how long nothing is asked without events
 
 } // namespace
 
 X11PointerPacer::Step X11PointerPacer::next(std::int64_t now, bool hasEvents) const
 {
-    if (!hasAsked_)
+    if (!lastAsk_)
         return {.mustAsk = true};
-    if (hasEvents) {
-        const std::int64_t due = creditsAt(now) >= 1 ? now : lastAsk_ + pace_.gathering;
-        return {.mustAsk = now >= due, .until = std::min(due, now + pace_.reading), .wakesOnEvents = false};
-    }
-    const bool rests = now - lastActivity_ >= timeToRest;
-    const std::int64_t due = lastAsk_ + (rests ? pace_.resting : pace_.active);
+    const std::int64_t due = *lastAsk_ + (hasEvents ? gathering : resting);
+    if (hasEvents)
+        return {.mustAsk = now >= due, .until = std::min(due, now + reading), .wakesOnEvents = false};
     return {.mustAsk = now >= due, .until = due, .wakesOnEvents = true};
-}
-
-void X11PointerPacer::didAsk(std::int64_t now)
-{
-    credits_ = std::max(0.0, creditsAt(now) - 1);
-    hasAsked_ = true;
-    lastAsk_ = now;
-}
-
-double X11PointerPacer::creditsAt(std::int64_t now) const
-{
-    return std::min(pace_.mostCredits, credits_ + static_cast<double>(now - lastAsk_) / nanosecondsPerCredit);
 }
 
 } // namespace glimto

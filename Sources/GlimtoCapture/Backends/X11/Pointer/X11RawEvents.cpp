@@ -1,6 +1,5 @@
 #include "Backends/X11/Pointer/X11RawEvents.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -10,9 +9,6 @@
 namespace glimto {
 
 namespace {
-
-// What every reply has on the wire before the part that `length` counts.
-constexpr std::size_t countedFrom = 32;
 
 bool isSet(std::span<const std::uint32_t> words, std::size_t bit)
 {
@@ -38,21 +34,11 @@ std::vector<X11AxisValue> x11AxisValues(const xcb_input_raw_button_press_event_t
     return values;
 }
 
-X11PointerAnswer x11PointerAnswer(X11PointerID pointer, const xcb_input_xi_query_pointer_reply_t& reply)
+Point x11PointerPlace(const xcb_input_xi_query_pointer_reply_t& reply)
 {
     constexpr int fractionBits = 16;
-    constexpr std::size_t fixedWords = (sizeof reply - countedFrom) / 4;
-    std::span<const std::uint32_t> buttons;
-    if (reply.length > fixedWords)
-        buttons = {xcb_input_xi_query_pointer_buttons(&reply),
-            std::min<std::size_t>(reply.buttons_len, reply.length - fixedWords)};
     return {
-        .pointer = pointer,
-        .location = {static_cast<double>(reply.root_x >> fractionBits),
-            static_cast<double>(reply.root_y >> fractionBits)},
-        .leftIsDown = isSet(buttons, 1),
-        .rightIsDown = isSet(buttons, 3),
-    };
+        static_cast<double>(reply.root_x >> fractionBits), static_cast<double>(reply.root_y >> fractionBits)};
 }
 
 } // namespace glimto
