@@ -18,7 +18,7 @@ std::string encodePrettyJSON(const nlohmann::json& value);
 // What reading a text from elsewhere would cost, known before it is parsed. The text need not be valid.
 struct JSONShape {
     int depth = 0; // of nested objects and arrays
-    std::size_t values = 0; // at least as many as there are
+    std::size_t values = 1; // at least as many as there are
 };
 JSONShape shapeOfJSON(std::string_view text);
 
