@@ -15,7 +15,7 @@ build=(build-essential cmake ninja-build pkg-config ccache
     libavfilter-dev libswscale-dev
     libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-xfixes0-dev libxcb-randr0-dev
     libxcb-composite0-dev libxcb-render0-dev libxcb-res0-dev libxcb-shape0-dev libxcb-xinput-dev
-    libxcb-record0-dev libxcb-xtest0-dev
+    libxcb-record0-dev libxcb-xtest0-dev libwayland-dev libwayland-bin wayland-protocols
     libpulse-dev libyuv-dev libturbojpeg0-dev libdeflate-dev libspng-dev libcairo2-dev
     libpango1.0-dev libfontconfig-dev
     nlohmann-json3-dev libssl-dev libcurl4-openssl-dev libicu-dev
@@ -38,6 +38,8 @@ test=(libgtest-dev libgmock-dev libpng-dev
     pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber dbus
     # Desktops of several kinds, and programs of both toolkits, whose windows recordings leave out.
     xfwm4 xfconf kwin-x11 libgl1-mesa-dri picom i3-wm python3-gi gir1.2-gtk-3.0 python3-pyqt5
+    # A Wayland compositor, and programs that show, read and paste.
+    sway swaybg grim wl-clipboard
     # Plays takes as a web page does.
     chromium)
 package=(dpkg-dev fakeroot)

@@ -40,7 +40,7 @@ int runCommandLine(const std::vector<std::string>& arguments)
     DescriptorLineOutput standardOutput(1);
     DescriptorLineOutput standardError(2);
     LinuxProcessEnvironment process;
-    const auto windowSystem = chooseWindowSystem(process);
+    const auto windowSystem = chooseWindowSystem(process, moduleDirectories(process), standardError);
     LoadableModule media("glimto-capture-ffmpeg.so", moduleDirectories(process), "The media encoder");
     LoadableModule sound("glimto-capture-sound.so", moduleDirectories(process), "Sound recording");
     LoadableModule fonts("glimto-capture-stills.so", moduleDirectories(process), "Text drawing");

@@ -9,6 +9,7 @@ from support.dev_server import DEV_SERVER
 from support.windows import BINARY
 
 MODULES = ("ffmpeg", "network", "sound", "stills", "text")
+OPTIONAL_MODULES = ("wayland",)
 LANDING_PADS = {"x86_64": b"\xf3\x0f\x1e\xfa"}  # endbr64, where an indirect branch may go
 FORTIFIED = re.compile(r"\b__\w+_chk\b")
 STACK_CHECK = "__stack_chk_fail"
@@ -21,8 +22,9 @@ def readelf(*arguments):
 
 
 def built_files():
-    programs = [BINARY, DEV_SERVER]
-    return [str(path) for path in programs + [BINARY.parent / f"glimto-capture-{name}.so" for name in MODULES]]
+    needed = [BINARY.parent / f"glimto-capture-{name}.so" for name in MODULES]
+    optional = [BINARY.parent / f"glimto-capture-{name}.so" for name in OPTIONAL_MODULES]
+    return [str(path) for path in [BINARY, DEV_SERVER, *needed, *filter(lambda path: path.exists(), optional)]]
 
 
 def code_of(file):

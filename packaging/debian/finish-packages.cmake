@@ -1,6 +1,7 @@
 # Run by cpack between the installation into its staging folders and the packing: adds to every Debian package what
 # Debian wants in it, and compresses what it wants compressed.
 set(packages_capture glimto-capture)
+set(packages_wayland glimto-capture-wayland)
 set(packages_sound glimto-capture-sound)
 set(packages_upload glimto-capture-upload)
 set(packages_ocr glimto-capture-ocr)

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "Composition/UnavailableWindowSystem.h"
+#include "Fakes/FakeLineOutput.h"
 #include "Fakes/FakeProcessEnvironment.h"
 #include "Support/Errors.h"
 
@@ -15,19 +16,42 @@ namespace {
 TEST(WindowSystemChoiceTests, TheXServerBesideAWaylandSessionIsNeverTaken)
 {
     FakeProcessEnvironment process;
+    FakeLineOutput diagnostics;
     process.variables = {{"WAYLAND_DISPLAY", "wayland-0"}, {"DISPLAY", ":0"}};
 
-    const auto system = chooseWindowSystem(process);
+    const auto system = chooseWindowSystem(process, {}, diagnostics);
 
     EXPECT_STRNE(system->name(), "X11");
+    EXPECT_FALSE(system->access().preflightScreenCaptureAccess().allowsOpening());
+}
+
+TEST(WindowSystemChoiceTests, PeopleWhoKnowMayOverrideTheChoice)
+{
+    FakeProcessEnvironment process;
+    FakeLineOutput diagnostics;
+    process.variables
+        = {{"WAYLAND_DISPLAY", "wayland-0"}, {"DISPLAY", ":0"}, {"GLIMTO_WINDOW_SYSTEM", "x11"}};
+
+    EXPECT_STREQ(chooseWindowSystem(process, {}, diagnostics)->name(), "X11");
+}
+
+TEST(WindowSystemChoiceTests, AnUnknownWishIsRefused)
+{
+    FakeProcessEnvironment process;
+    FakeLineOutput diagnostics;
+    process.variables = {{"DISPLAY", ":0"}, {"GLIMTO_WINDOW_SYSTEM", "mir"}};
+
+    EXPECT_EQ(chooseWindowSystem(process, {}, diagnostics)->access().preflightScreenCaptureAccess().obstacle,
+        "GLIMTO_WINDOW_SYSTEM names \"mir\"; there are \"x11\", \"wayland\" and \"portal\".");
 }
 
 TEST(WindowSystemChoiceTests, AnEmptyVariableIsNoSession)
 {
     FakeProcessEnvironment process;
+    FakeLineOutput diagnostics;
     process.variables = {{"WAYLAND_DISPLAY", ""}, {"DISPLAY", ":0"}};
 
-    EXPECT_STREQ(chooseWindowSystem(process)->name(), "X11");
+    EXPECT_STREQ(chooseWindowSystem(process, {}, diagnostics)->name(), "X11");
 }
 
 TEST(WindowSystemChoiceTests, AnOrdinaryStartIsNoService)

@@ -5,7 +5,7 @@
 
 #include "Backends/X11/Pictures/X11FrameGrabber.h"
 #include "Backends/X11/Pictures/X11FramePacer.h"
-#include "Backends/X11/Pictures/X11StreamOutputs.h"
+#include "Platform/StreamOutputs.h"
 #include "Platform/CaptureStream.h"
 #include "Platform/ContentFilter.h"
 #include "Support/FileDescriptor.h"
@@ -41,7 +41,7 @@ private:
     void endThread();
 
     CaptureStreamConfiguration configuration_;
-    X11StreamOutputs outputs_;
+    StreamOutputs outputs_;
     FileDescriptor wakeUp_; // readable once the stream is to end
     std::atomic<bool> mustEnd_ = false;
     std::atomic<bool> mustDeliverLastPicture_ = false;

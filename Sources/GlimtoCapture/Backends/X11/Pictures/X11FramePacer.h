@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "Backends/X11/Pictures/X11FrameGrid.h"
+#include "Platform/FrameGrid.h"
 
 namespace glimto {
 

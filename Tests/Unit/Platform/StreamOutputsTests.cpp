@@ -1,4 +1,4 @@
-#include "Backends/X11/Pictures/X11StreamOutputs.h"
+#include "Platform/StreamOutputs.h"
 
 #include <stdexcept>
 
@@ -18,20 +18,20 @@ struct Received {
     }
 };
 
-TEST(X11StreamOutputsTests, DeliversFrames)
+TEST(StreamOutputsTests, DeliversFrames)
 {
     Received received;
-    X11StreamOutputs outputs;
+    StreamOutputs outputs;
     outputs.set(received.handlers());
     outputs.deliver({});
     outputs.deliver({});
     EXPECT_EQ(received.frames, 2);
 }
 
-TEST(X11StreamOutputsTests, NothingFollowsAFailure)
+TEST(StreamOutputsTests, NothingFollowsAFailure)
 {
     Received received;
-    X11StreamOutputs outputs;
+    StreamOutputs outputs;
     outputs.set(received.handlers());
     outputs.fail(std::make_exception_ptr(std::runtime_error("gone")));
     outputs.fail(std::make_exception_ptr(std::runtime_error("gone")));
@@ -40,10 +40,10 @@ TEST(X11StreamOutputsTests, NothingFollowsAFailure)
     EXPECT_EQ(received.frames, 0);
 }
 
-TEST(X11StreamOutputsTests, NothingFollowsTheClosing)
+TEST(StreamOutputsTests, NothingFollowsTheClosing)
 {
     Received received;
-    X11StreamOutputs outputs;
+    StreamOutputs outputs;
     outputs.set(received.handlers());
     outputs.close();
     outputs.close();
@@ -53,10 +53,10 @@ TEST(X11StreamOutputsTests, NothingFollowsTheClosing)
     EXPECT_EQ(received.failures, 0);
 }
 
-TEST(X11StreamOutputsTests, AHandlerMayCloseThemItself)
+TEST(StreamOutputsTests, AHandlerMayCloseThemItself)
 {
     int frames = 0;
-    X11StreamOutputs outputs;
+    StreamOutputs outputs;
     outputs.set({.onFrame =
                      [&](const VideoFrame&) {
                          ++frames;

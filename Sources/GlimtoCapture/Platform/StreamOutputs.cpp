@@ -1,15 +1,15 @@
-#include "Backends/X11/Pictures/X11StreamOutputs.h"
+#include "Platform/StreamOutputs.h"
 
 #include <utility>
 
 namespace glimto {
 
-void X11StreamOutputs::set(CaptureStream::Handlers handlers)
+void StreamOutputs::set(CaptureStream::Handlers handlers)
 {
     gate_.sync([&] { handlers_ = std::move(handlers); });
 }
 
-void X11StreamOutputs::deliver(const VideoFrame& frame)
+void StreamOutputs::deliver(const VideoFrame& frame)
 {
     gate_.sync([&] {
         if (!isClosed_ && handlers_.onFrame)
@@ -17,7 +17,7 @@ void X11StreamOutputs::deliver(const VideoFrame& frame)
     });
 }
 
-void X11StreamOutputs::fail(std::exception_ptr cause)
+void StreamOutputs::fail(std::exception_ptr cause)
 {
     gate_.sync([&] {
         if (!std::exchange(isClosed_, true) && handlers_.onStopped)
@@ -25,7 +25,7 @@ void X11StreamOutputs::fail(std::exception_ptr cause)
     });
 }
 
-void X11StreamOutputs::close()
+void StreamOutputs::close()
 {
     gate_.sync([this] { isClosed_ = true; });
 }

@@ -1,4 +1,4 @@
-#include "Backends/X11/Pictures/X11FrameGrid.h"
+#include "Platform/FrameGrid.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::int64_t second = 1'000'000'000;
 
-TEST(X11FrameGridTests, PointsAreMultiplesOfTheInterval)
+TEST(FrameGridTests, PointsAreMultiplesOfTheInterval)
 {
     const FrameGrid grid({1, 30});
     EXPECT_EQ(grid.pointAtOrAfter(0), 0);
@@ -15,7 +15,7 @@ TEST(X11FrameGridTests, PointsAreMultiplesOfTheInterval)
     EXPECT_EQ(grid.pointAtOrAfter(40'000'000), 66'666'666);
 }
 
-TEST(X11FrameGridTests, APointItselfIsAtAndNotAfter)
+TEST(FrameGridTests, APointItselfIsAtAndNotAfter)
 {
     FrameGrid grid({1, 30});
     grid.begin(5 * second);
@@ -25,7 +25,7 @@ TEST(X11FrameGridTests, APointItselfIsAtAndNotAfter)
     EXPECT_EQ(grid.pointAtOrBefore(5 * second + 33'333'332), 5 * second);
 }
 
-TEST(X11FrameGridTests, BeforeTheFirstPointComesTheFirstPoint)
+TEST(FrameGridTests, BeforeTheFirstPointComesTheFirstPoint)
 {
     FrameGrid grid({1, 30});
     grid.begin(second);
@@ -33,7 +33,7 @@ TEST(X11FrameGridTests, BeforeTheFirstPointComesTheFirstPoint)
     EXPECT_EQ(grid.pointAtOrBefore(0), second);
 }
 
-TEST(X11FrameGridTests, ThirtyPointsAreExactlyOneSecondEvenAfterDays)
+TEST(FrameGridTests, ThirtyPointsAreExactlyOneSecondEvenAfterDays)
 {
     const FrameGrid grid({1, 30});
     const std::int64_t week = 7 * 24 * 3600 * second;
@@ -41,7 +41,7 @@ TEST(X11FrameGridTests, ThirtyPointsAreExactlyOneSecondEvenAfterDays)
     EXPECT_EQ(grid.pointAtOrAfter(week + 1), week + 33'333'333);
 }
 
-TEST(X11FrameGridTests, IntervalsInNanosecondsDoNotOverflow)
+TEST(FrameGridTests, IntervalsInNanosecondsDoNotOverflow)
 {
     const FrameGrid grid({33'366'667, second});
     const std::int64_t day = 24 * 3600 * second;
@@ -51,7 +51,7 @@ TEST(X11FrameGridTests, IntervalsInNanosecondsDoNotOverflow)
     EXPECT_EQ(point % 33'366'667, 0);
 }
 
-TEST(X11FrameGridTests, AnIntervalThatIsNoTimeIsASixtiethOfASecond)
+TEST(FrameGridTests, AnIntervalThatIsNoTimeIsASixtiethOfASecond)
 {
     const FrameGrid invalid(MediaTime{});
     const FrameGrid zero({0, 30});

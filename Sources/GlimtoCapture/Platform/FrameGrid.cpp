@@ -1,4 +1,4 @@
-#include "Backends/X11/Pictures/X11FrameGrid.h"
+#include "Platform/FrameGrid.h"
 
 namespace glimto {
 

@@ -6,7 +6,7 @@
 namespace glimto {
 
 // The handlers of a stream behind a gate that any thread can close, also a handler itself.
-class X11StreamOutputs {
+class StreamOutputs {
 public:
     void set(CaptureStream::Handlers handlers);
 

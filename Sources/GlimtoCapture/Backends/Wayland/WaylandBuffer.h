@@ -1,0 +1,51 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "Backends/Wayland/WaylandHandles.h"
+#include "Backends/Wayland/WaylandPictureFormat.h"
+
+namespace glimto {
+
+// Memory that this process and the compositor share. Its consumers may keep it longer than the buffer lives.
+// It cannot be made smaller, so that nobody takes it from under them.
+class WaylandSharedMemory {
+public:
+    // Throws PlatformError when there is no memory left.
+    explicit WaylandSharedMemory(std::size_t size);
+    ~WaylandSharedMemory();
+    WaylandSharedMemory(const WaylandSharedMemory&) = delete;
+    WaylandSharedMemory& operator=(const WaylandSharedMemory&) = delete;
+
+    std::uint8_t* bytes() const { return bytes_; }
+    int fileDescriptor() const { return descriptor_; }
+
+    // How many pictures in the hands of consumers lie here; written by any thread.
+    std::atomic<int> leases = 0;
+
+private:
+    std::size_t size_;
+    int descriptor_ = -1;
+    std::uint8_t* bytes_ = nullptr;
+};
+
+// A picture that the compositor copies into.
+class WaylandBuffer {
+public:
+    // `format` is usable. Throws PlatformError when there is no memory left.
+    WaylandBuffer(wl_shm* shm, const WaylandPictureFormat& format);
+
+    const WaylandPictureFormat& format() const { return format_; }
+    wl_buffer* buffer() const { return buffer_.get(); }
+    const std::shared_ptr<WaylandSharedMemory>& memory() const { return memory_; }
+
+private:
+    WaylandPictureFormat format_;
+    std::shared_ptr<WaylandSharedMemory> memory_; // shared with the consumers of the picture
+    WaylandBufferHandle buffer_;
+};
+
+} // namespace glimto

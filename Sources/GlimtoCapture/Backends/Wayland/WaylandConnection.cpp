@@ -1,0 +1,183 @@
+#include "Backends/Wayland/WaylandConnection.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <poll.h>
+
+#include "Backends/Wayland/WaylandErrors.h"
+#include "Backends/Wayland/WaylandSocket.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr std::chrono::seconds answerTimeout{5};
+
+constexpr std::size_t mostOutputs = 64;
+
+// The newest versions that are known here.
+constexpr std::uint32_t newestShm = 1;
+constexpr std::uint32_t newestSeat = 1;
+constexpr std::uint32_t newestOutput = 4; // tells its name
+constexpr std::uint32_t newestXDGOutput = 3;
+constexpr std::uint32_t newestScreencopy = 3; // tells damage and when all kinds of buffers were named
+constexpr std::uint32_t newestToplevels = 3;
+
+template <typename Object>
+Object* bound(wl_registry* registry, std::uint32_t name, const wl_interface& interface, std::uint32_t version)
+{
+    return static_cast<Object*>(wl_registry_bind(registry, name, &interface, version));
+}
+
+} // namespace
+
+std::unique_ptr<WaylandConnection> WaylandConnection::open()
+{
+    const FileDescriptor socket = connectedWaylandSocket();
+    // The library closes its own.
+    wl_display* display = wl_display_connect_to_fd(::fcntl(socket.get(), F_DUPFD_CLOEXEC, 0));
+    if (!display)
+        throw PlatformError::posix("Could not connect to the Wayland compositor", errno);
+    std::unique_ptr<WaylandConnection> connection(new WaylandConnection(display));
+    connection->learn();
+    return connection;
+}
+
+WaylandConnection::WaylandConnection(wl_display* display)
+    : display_(display)
+{
+}
+
+WaylandConnection::~WaylandConnection()
+{
+    outputs_.clear();
+    screencopy_.reset();
+    xdgOutputs_.reset();
+    seat_.reset();
+    shm_.reset();
+    registry_.reset();
+    wl_display_disconnect(display_);
+}
+
+void WaylandConnection::learn()
+{
+    static constexpr wl_registry_listener listener = {
+        .global =
+            [](void* self, wl_registry*, std::uint32_t name, const char* interface, std::uint32_t version) {
+                static_cast<WaylandConnection*>(self)->didAddGlobal(name, interface, version);
+            },
+        .global_remove
+        = [](void* self, wl_registry*,
+              std::uint32_t name) { static_cast<WaylandConnection*>(self)->didRemoveGlobal(name); },
+    };
+    registry_.reset(wl_display_get_registry(display_));
+    wl_registry_add_listener(registry_.get(), &listener, this);
+    roundTrip();
+    for (const auto& output : outputs_)
+        output->follow(xdgOutputs_.get());
+    roundTrip();
+}
+
+std::string WaylandConnection::captureObstacle() const
+{
+    if (screencopy_ && shm_)
+        return {};
+    return "This Wayland compositor lets no program capture the screen in a way that is known here "
+           "(wlr-screencopy).";
+}
+
+void WaylandConnection::didAddGlobal(std::uint32_t name, const std::string& interface, std::uint32_t version)
+{
+    wl_registry* registry = registry_.get();
+    if (interface == wl_shm_interface.name && !shm_) {
+        shm_.reset(bound<wl_shm>(registry, name, wl_shm_interface, newestShm));
+    } else if (interface == wl_seat_interface.name && !seat_) {
+        seat_.reset(bound<wl_seat>(registry, name, wl_seat_interface, newestSeat));
+    } else if (interface == wl_output_interface.name && outputs_.size() < mostOutputs) {
+        WaylandOutputHandle output(
+            bound<wl_output>(registry, name, wl_output_interface, std::min(version, newestOutput)));
+        outputs_.push_back(std::make_unique<WaylandOutput>(name, std::move(output)));
+        if (xdgOutputs_)
+            outputs_.back()->follow(xdgOutputs_.get());
+    } else if (interface == zxdg_output_manager_v1_interface.name && !xdgOutputs_) {
+        xdgOutputs_.reset(bound<zxdg_output_manager_v1>(
+            registry, name, zxdg_output_manager_v1_interface, std::min(version, newestXDGOutput)));
+    } else if (interface == zwlr_screencopy_manager_v1_interface.name && !screencopy_) {
+        screencopyVersion_ = std::min(version, newestScreencopy);
+        screencopy_.reset(bound<zwlr_screencopy_manager_v1>(
+            registry, name, zwlr_screencopy_manager_v1_interface, screencopyVersion_));
+    } else if (interface == zwlr_foreign_toplevel_manager_v1_interface.name) {
+        toplevelManagerName_ = name;
+        toplevelManagerVersion_ = std::min(version, newestToplevels);
+    }
+}
+
+void WaylandConnection::didRemoveGlobal(std::uint32_t name)
+{
+    outputs_.remove_if([name](const auto& output) { return output->globalName() == name; });
+}
+
+WaylandToplevelManagerHandle WaylandConnection::bindToplevelManager()
+{
+    if (toplevelManagerVersion_ == 0)
+        return nullptr;
+    return WaylandToplevelManagerHandle(bound<zwlr_foreign_toplevel_manager_v1>(registry_.get(),
+        toplevelManagerName_, zwlr_foreign_toplevel_manager_v1_interface, toplevelManagerVersion_));
+}
+
+void WaylandConnection::roundTrip()
+{
+    static constexpr wl_callback_listener listener = {
+        .done = [](void* done, wl_callback*, std::uint32_t) { *static_cast<bool*>(done) = true; },
+    };
+    bool isDone = false;
+    const WaylandCallbackHandle callback(wl_display_sync(display_));
+    wl_callback_add_listener(callback.get(), &listener, &isDone);
+    if (!dispatchUntil([&] { return isDone; }, Clock::now() + answerTimeout))
+        throw waylandError(WaylandFailure::noAnswer, "The Wayland compositor does not answer.");
+}
+
+bool WaylandConnection::dispatchUntil(const std::function<bool()>& isDone, Clock::time_point deadline)
+{
+    while (!isDone()) {
+        if (Clock::now() >= deadline)
+            return false;
+        dispatchOnce(deadline);
+    }
+    return true;
+}
+
+void WaylandConnection::dispatchOnce(Clock::time_point deadline, int wakeUp)
+{
+    if (wl_display_prepare_read(display_) != 0) {
+        if (wl_display_dispatch_pending(display_) < 0)
+            throwLost();
+        return;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    std::array<pollfd, 2> entries = {{{.fd = fileDescriptor(), .events = POLLIN, .revents = 0},
+        {.fd = wakeUp, .events = POLLIN, .revents = 0}}};
+    // What does not fit into the socket now goes with the next call.
+    if (wl_display_flush(display_) < 0 && errno == EAGAIN)
+        entries[0].events |= POLLOUT;
+    const int ready = ::poll(entries.data(), entries.size(),
+        static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left, 0, 60'000)));
+    if (ready > 0 && (entries[0].revents & (POLLIN | POLLERR | POLLHUP)) != 0) {
+        if (wl_display_read_events(display_) < 0)
+            throwLost();
+    } else {
+        wl_display_cancel_read(display_);
+    }
+    if (wl_display_dispatch_pending(display_) < 0)
+        throwLost();
+}
+
+void WaylandConnection::throwLost() const
+{
+    throw waylandError(WaylandFailure::connectionLost, "The connection to the Wayland compositor was lost.");
+}
+
+} // namespace glimto

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <list>
+#include <memory>
+#include <string>
+
+#include "Backends/Wayland/WaylandHandles.h"
+#include "Backends/Wayland/WaylandOutput.h"
+
+namespace glimto {
+
+// One connection to the compositor that WAYLAND_DISPLAY names, with the objects that it offers to every
+// client. Used by one thread at a time.
+//
+// Every wait for the compositor has a deadline, so one that hangs gives an error, never a hang.
+class WaylandConnection {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    // Connects and learns all there is. Throws PlatformError cannotConnect or noAnswer.
+    // `WAYLAND_SOCKET`, which is good for one connection only, is not used.
+    static std::unique_ptr<WaylandConnection> open();
+
+    ~WaylandConnection();
+    WaylandConnection(const WaylandConnection&) = delete;
+    WaylandConnection& operator=(const WaylandConnection&) = delete;
+
+    wl_display* display() const { return display_; }
+    int fileDescriptor() const { return wl_display_get_fd(display_); }
+
+    // Null where the compositor does not offer it.
+    wl_shm* shm() const { return shm_.get(); }
+    wl_seat* seat() const { return seat_.get(); }
+    zwlr_screencopy_manager_v1* screencopy() const { return screencopy_.get(); }
+    std::uint32_t screencopyVersion() const { return screencopyVersion_; }
+    // Its windows begin to be told when it is bound, so that is done when they are wanted.
+    WaylandToplevelManagerHandle bindToplevelManager();
+
+    // Why the screen cannot be captured on this connection, as a sentence for the user; empty when it can.
+    std::string captureObstacle() const;
+
+    // The displays, in the order in which the compositor announced them. Objects stay where they are until
+    // their display goes.
+    const std::list<std::unique_ptr<WaylandOutput>>& outputs() const { return outputs_; }
+
+    // Returns when the compositor has done all that was asked of it. Throws noAnswer or connectionLost.
+    void roundTrip();
+
+    // Handles events until `isDone` says so or the time is over, and says which. Throws connectionLost.
+    bool dispatchUntil(const std::function<bool()>& isDone, Clock::time_point deadline);
+
+    // Handles the events that are there, and those that come until `deadline`, or until `wakeUp` (-1: none)
+    // is readable; returns after the first. Throws connectionLost.
+    void dispatchOnce(Clock::time_point deadline, int wakeUp = -1);
+
+private:
+    explicit WaylandConnection(wl_display* display);
+    void learn();
+    void didAddGlobal(std::uint32_t name, const std::string& interface, std::uint32_t version);
+    void didRemoveGlobal(std::uint32_t name);
+    void throwLost() const;
+
+    wl_display* display_;
+    WaylandRegistryHandle registry_;
+    WaylandShmHandle shm_;
+    WaylandSeatHandle seat_;
+    WaylandXDGOutputManagerHandle xdgOutputs_;
+    WaylandScreencopyManagerHandle screencopy_;
+    std::uint32_t screencopyVersion_ = 0;
+    std::uint32_t toplevelManagerName_ = 0;
+    std::uint32_t toplevelManagerVersion_ = 0;
+    std::list<std::unique_ptr<WaylandOutput>> outputs_;
+};
+
+} // namespace glimto

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <memory>
+
+#include <wayland-client.h>
+
+#include <wlr-data-control-unstable-v1.h>
+#include <wlr-foreign-toplevel-management-unstable-v1.h>
+#include <wlr-screencopy-unstable-v1.h>
+#include <xdg-output-unstable-v1.h>
+
+namespace glimto {
+
+// Owners of the compositor's objects. Each goes before its connection.
+struct WaylandDelete {
+    void operator()(wl_registry* object) const noexcept { wl_registry_destroy(object); }
+    void operator()(wl_shm* object) const noexcept { wl_shm_destroy(object); }
+    void operator()(wl_shm_pool* object) const noexcept { wl_shm_pool_destroy(object); }
+    void operator()(wl_seat* object) const noexcept { wl_seat_destroy(object); }
+    void operator()(wl_buffer* object) const noexcept { wl_buffer_destroy(object); }
+    void operator()(wl_callback* object) const noexcept { wl_callback_destroy(object); }
+    void operator()(wl_output* object) const noexcept { wl_output_destroy(object); }
+    void operator()(zxdg_output_v1* object) const noexcept { zxdg_output_v1_destroy(object); }
+    void operator()(zxdg_output_manager_v1* object) const noexcept { zxdg_output_manager_v1_destroy(object); }
+    void operator()(zwlr_screencopy_manager_v1* object) const noexcept
+    {
+        zwlr_screencopy_manager_v1_destroy(object);
+    }
+    void operator()(zwlr_screencopy_frame_v1* object) const noexcept
+    {
+        zwlr_screencopy_frame_v1_destroy(object);
+    }
+    void operator()(zwlr_foreign_toplevel_manager_v1* object) const noexcept
+    {
+        zwlr_foreign_toplevel_manager_v1_destroy(object);
+    }
+    void operator()(zwlr_foreign_toplevel_handle_v1* object) const noexcept
+    {
+        zwlr_foreign_toplevel_handle_v1_destroy(object);
+    }
+};
+
+using WaylandRegistryHandle = std::unique_ptr<wl_registry, WaylandDelete>;
+using WaylandShmHandle = std::unique_ptr<wl_shm, WaylandDelete>;
+using WaylandShmPoolHandle = std::unique_ptr<wl_shm_pool, WaylandDelete>;
+using WaylandSeatHandle = std::unique_ptr<wl_seat, WaylandDelete>;
+using WaylandBufferHandle = std::unique_ptr<wl_buffer, WaylandDelete>;
+using WaylandCallbackHandle = std::unique_ptr<wl_callback, WaylandDelete>;
+using WaylandOutputHandle = std::unique_ptr<wl_output, WaylandDelete>;
+using WaylandXDGOutputHandle = std::unique_ptr<zxdg_output_v1, WaylandDelete>;
+using WaylandXDGOutputManagerHandle = std::unique_ptr<zxdg_output_manager_v1, WaylandDelete>;
+using WaylandScreencopyManagerHandle = std::unique_ptr<zwlr_screencopy_manager_v1, WaylandDelete>;
+using WaylandScreencopyFrameHandle = std::unique_ptr<zwlr_screencopy_frame_v1, WaylandDelete>;
+using WaylandToplevelManagerHandle = std::unique_ptr<zwlr_foreign_toplevel_manager_v1, WaylandDelete>;
+using WaylandToplevelHandle = std::unique_ptr<zwlr_foreign_toplevel_handle_v1, WaylandDelete>;
+
+} // namespace glimto

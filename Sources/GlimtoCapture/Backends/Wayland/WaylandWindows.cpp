@@ -1,0 +1,93 @@
+#include "Backends/Wayland/WaylandWindows.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "Support/Text.h"
+
+namespace glimto {
+
+namespace {
+
+struct Toplevel {
+    WaylandToplevelHandle handle;
+    std::string title;
+    std::string applicationID;
+    bool isActive = false;
+    bool isMinimized = false;
+    bool isClosed = false;
+};
+
+struct Toplevels {
+    std::vector<std::unique_ptr<Toplevel>> all;
+};
+
+using Handle = zwlr_foreign_toplevel_handle_v1;
+
+void readStates(Toplevel& toplevel, const wl_array& states)
+{
+    const std::span<const std::uint32_t> values(
+        static_cast<const std::uint32_t*>(states.data), states.size / sizeof(std::uint32_t));
+    const auto has
+        = [&](std::uint32_t state) { return std::find(values.begin(), values.end(), state) != values.end(); };
+    toplevel.isActive = has(ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_ACTIVATED);
+    toplevel.isMinimized = has(ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_MINIMIZED);
+}
+
+constexpr zwlr_foreign_toplevel_handle_v1_listener handleListener = {
+    .title = [](void* data, Handle*, const char* title) { static_cast<Toplevel*>(data)->title = title; },
+    .app_id = [](void* data, Handle*,
+                  const char* identifier) { static_cast<Toplevel*>(data)->applicationID = identifier; },
+    .output_enter = [](void*, Handle*, wl_output*) {},
+    .output_leave = [](void*, Handle*, wl_output*) {},
+    .state
+    = [](void* data, Handle*, wl_array* states) { readStates(*static_cast<Toplevel*>(data), *states); },
+    .done = [](void*, Handle*) {},
+    .closed = [](void* data, Handle*) { static_cast<Toplevel*>(data)->isClosed = true; },
+    .parent = [](void*, Handle*, Handle*) {},
+};
+
+constexpr zwlr_foreign_toplevel_manager_v1_listener managerListener = {
+    .toplevel =
+        [](void* data, zwlr_foreign_toplevel_manager_v1*, Handle* handle) {
+            auto& all = static_cast<Toplevels*>(data)->all;
+            all.push_back(std::make_unique<Toplevel>());
+            all.back()->handle.reset(handle);
+            zwlr_foreign_toplevel_handle_v1_add_listener(handle, &handleListener, all.back().get());
+        },
+    .finished = [](void*, zwlr_foreign_toplevel_manager_v1*) {},
+};
+
+} // namespace
+
+std::vector<Window> waylandWindows(WaylandConnection& connection)
+{
+    const auto manager = connection.bindToplevelManager();
+    std::vector<Window> windows;
+    if (!manager)
+        return windows;
+    Toplevels toplevels;
+    zwlr_foreign_toplevel_manager_v1_add_listener(manager.get(), &managerListener, &toplevels);
+    connection.roundTrip(); // names them
+    connection.roundTrip(); // and tells of each
+    std::stable_sort(toplevels.all.begin(), toplevels.all.end(),
+        [](const auto& a, const auto& b) { return a->isActive && !b->isActive; });
+    std::uint32_t identifier = 0;
+    for (const auto& each : toplevels.all) {
+        ++identifier;
+        if (each->isClosed)
+            continue;
+        Window window;
+        window.windowID = identifier;
+        window.title = validUTF8(each->title);
+        window.isOnScreen = !each->isMinimized;
+        const std::string application = validUTF8(each->applicationID);
+        window.owningApplication = Application{0, application, application};
+        windows.push_back(std::move(window));
+    }
+    return windows;
+}
+
+} // namespace glimto
