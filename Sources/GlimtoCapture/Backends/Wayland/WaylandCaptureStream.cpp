@@ -160,7 +160,7 @@ void WaylandCaptureStream::deliver(std::int64_t time, bool isNew)
     VideoFrame frame;
     frame.status = FrameStatus::complete;
     frame.presentationTime = MediaTime::fromNanoseconds(lastTime_);
-    frame.pixels = source_->picture();
+    frame.picture = source_->picture();
     frame.sequenceNumber = nextSequenceNumber_++;
     if (isNew)
         frame.changedRects = source_->changedRects();

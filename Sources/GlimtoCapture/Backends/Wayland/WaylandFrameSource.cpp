@@ -29,20 +29,27 @@ PixelRect wholePoints(const Rect& rect)
         static_cast<int>(whole.height)};
 }
 
-// `part` of the picture in the buffer, without copying it.
-std::shared_ptr<const PixelBuffer> lease(const WaylandBuffer& buffer, const PixelRect& part)
+// The picture in the buffer, which lives as long.
+PixelBuffer pictureIn(const WaylandBuffer& buffer)
+{
+    const WaylandPictureFormat& format = buffer.format();
+    return {.width = static_cast<int>(format.width),
+        .height = static_cast<int>(format.height),
+        .bytesPerRow = format.bytesPerRow,
+        .bytes = buffer.memory()->bytes(),
+        .storage = nullptr,
+        .format = *format.pixelFormat()};
+}
+
+// `part` of the picture in the buffer, without copying it. The memory is not copied over while it lives.
+PixelBuffer lease(const WaylandBuffer& buffer, const PixelRect& part)
 {
     auto memory = buffer.memory();
     memory->leases.fetch_add(1, std::memory_order_relaxed);
-    std::shared_ptr<const void> storage(static_cast<const void*>(memory->bytes()),
+    PixelBuffer picture = pictureIn(buffer);
+    picture.storage = std::shared_ptr<const void>(static_cast<const void*>(memory->bytes()),
         [memory](const void*) { memory->leases.fetch_sub(1, std::memory_order_release); });
-    const std::size_t bytesPerRow = buffer.format().bytesPerRow;
-    return std::make_shared<const PixelBuffer>(PixelBuffer{.width = part.width,
-        .height = part.height,
-        .bytesPerRow = bytesPerRow,
-        .bytes = memory->bytes() + static_cast<std::size_t>(part.y) * bytesPerRow
-            + 4 * static_cast<std::size_t>(part.x),
-        .storage = std::move(storage)});
+    return picture.part(part);
 }
 
 bool isWhole(double value)
@@ -154,11 +161,12 @@ void WaylandFrameSource::take(const WaylandCopy& copy, const WaylandBuffer& buff
         .crop = crop_,
         .width = wanted_.width,
         .height = wanted_.height};
-    const auto part = change.unchangedPart(buffer.format());
+    const PixelBuffer copied = pictureIn(buffer);
+    const auto part = change.unchangedPart(copied.width, copied.height);
     const PixelRect whole = {0, 0, wanted_.width, wanted_.height};
     const bool isFirst = picture_ == nullptr;
-    picture_ = part ? lease(buffer, *part)
-                    : changedWaylandPicture(buffer.memory()->bytes(), buffer.format(), change);
+    picture_ = std::make_shared<const MemoryPicture>(
+        part ? lease(buffer, *part) : changedWaylandPicture(copied, change));
     time_ = copy.time();
     changedRects_ = {whole};
     // Compositors do not agree on where the damage of a part is counted from: all of it is taken as changed.

@@ -10,6 +10,7 @@
 #include "Backends/Wayland/WaylandCopy.h"
 #include "Platform/CaptureStream.h"
 #include "Platform/ContentFilter.h"
+#include "Platform/FramePicture.h"
 
 namespace glimto {
 
@@ -37,7 +38,7 @@ public:
     Result receive();
 
     // The last picture; null before the first.
-    const std::shared_ptr<const PixelBuffer>& picture() const { return picture_; }
+    const std::shared_ptr<const FramePicture>& picture() const { return picture_; }
     const std::vector<PixelRect>& changedRects() const { return changedRects_; }
     std::int64_t time() const { return time_; }
 
@@ -55,7 +56,7 @@ private:
     std::vector<std::unique_ptr<WaylandBuffer>> buffers_;
     WaylandBuffer* buffer_ = nullptr; // that the outstanding copy goes into
     std::unique_ptr<WaylandCopy> copy_; // outstanding; uses a buffer, so it goes first
-    std::shared_ptr<const PixelBuffer> picture_; // shared with the consumers
+    std::shared_ptr<const FramePicture> picture_; // shared with the consumers
     std::vector<PixelRect> changedRects_;
     std::int64_t time_ = 0;
     int failures_ = 0; // in a row

@@ -1,13 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
-#include <vector>
 
-#include "Backends/Wayland/WaylandBuffer.h"
 #include "Platform/Geometry.h"
-#include "Platform/VideoFrame.h"
+#include "Platform/PixelBuffer.h"
 
 namespace glimto {
 
@@ -19,13 +16,12 @@ struct WaylandPictureChange {
     int width = 0; // pixels of the frame
     int height = 0;
 
-    // The part of a picture of this format that is the frame as it stands; nothing when it has to be made.
-    std::optional<PixelRect> unchangedPart(const WaylandPictureFormat& format) const;
+    // The part of a picture of this size that is the frame as it stands; nothing when it has to be made.
+    std::optional<PixelRect> unchangedPart(int pictureWidth, int pictureHeight) const;
 };
 
 // The frame's picture in memory of its own. Scaled to fit with its aspect ratio kept where the sizes differ,
-// on black. `format` is usable. Throws PlatformError when there is no memory.
-std::shared_ptr<const PixelBuffer> changedWaylandPicture(
-    const std::uint8_t* bytes, const WaylandPictureFormat& format, const WaylandPictureChange& change);
+// on black. Throws PlatformError or std::bad_alloc when there is no memory.
+PixelBuffer changedWaylandPicture(const PixelBuffer& picture, const WaylandPictureChange& change);
 
 } // namespace glimto

@@ -2,6 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+
+#include "Platform/PixelFormat.h"
 
 namespace glimto {
 
@@ -17,14 +20,11 @@ struct WaylandPictureFormat {
     // display.
     bool isUsable() const;
 
-    // Whether the bytes are those of a frame: B, G, R, X.
-    bool isBGRX() const;
+    // Absent when it is not known here.
+    std::optional<PixelFormat> pixelFormat() const;
 
     std::size_t size() const { return static_cast<std::size_t>(bytesPerRow) * height; }
     friend bool operator==(const WaylandPictureFormat&, const WaylandPictureFormat&) = default;
 };
-
-// Bytes of a pixel of that wl_shm_format; 0 when it is not known here.
-std::uint32_t waylandBytesPerPixel(std::uint32_t format);
 
 } // namespace glimto
