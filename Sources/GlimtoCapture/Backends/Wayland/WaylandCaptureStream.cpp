@@ -24,6 +24,9 @@ constexpr std::int64_t failureInterval = 50'000'000;
 // What a compositor that draws 30 times a second needs for a picture.
 constexpr std::int64_t lastPictureTimeout = 40'000'000;
 
+// A recording that is stopped as soon as it began has a picture all the same.
+constexpr std::int64_t firstPictureTimeout = 1'000'000'000;
+
 // How long a compositor may take for a picture that it was asked for at once.
 constexpr std::int64_t oldestTime = 1'000'000'000;
 
@@ -129,26 +132,33 @@ void WaylandCaptureStream::receive()
     deliver(isPlausible ? source_->time() : now, true);
 }
 
-// While a copy is outstanding, nothing has changed. Between two of them something may have: that is a frame
-// of its own, unless the one before it is too young; then the last picture comes once more, so that the
-// recording lasts until the moment it was stopped.
+// While a copy is outstanding, nothing has changed, unless it is the first. Between two of them something may
+// have: that is a frame of its own, unless the one before it is too young; then the last picture comes once
+// more, so that the recording lasts until the moment it was stopped.
 void WaylandCaptureStream::deliverLastPicture()
 {
     const std::int64_t now = hostTimeNanoseconds();
     const bool isDue = now - lastTime_ >= configuration_.minimumFrameInterval.nanoseconds() / 4 * 3;
     try {
-        if (isDue && !source_->isRequested()) {
-            source_->request();
-            const std::int64_t deadline = now + lastPictureTimeout;
-            while (source_->isRequested() && hostTimeNanoseconds() < deadline) {
-                connection_->dispatchOnce(clockTime(deadline));
-                receive();
-            }
-        }
+        if (!hasBegun_)
+            waitForPicture(now + firstPictureTimeout);
+        else if (isDue && !source_->isRequested())
+            waitForPicture(now + lastPictureTimeout);
     } catch (const PlatformError&) {
         // The source went in the very moment of the stop: what was taken before is whole without it.
     }
     deliver(hostTimeNanoseconds(), false);
+}
+
+void WaylandCaptureStream::waitForPicture(std::int64_t deadline)
+{
+    const std::uint64_t before = nextSequenceNumber_;
+    while (nextSequenceNumber_ == before && hostTimeNanoseconds() < deadline) {
+        if (!source_->isRequested() && hostTimeNanoseconds() >= nextRequest_)
+            source_->request();
+        connection_->dispatchOnce(clockTime(std::min(deadline, hostTimeNanoseconds() + lookInterval)));
+        receive();
+    }
 }
 
 void WaylandCaptureStream::deliver(std::int64_t time, bool isNew)

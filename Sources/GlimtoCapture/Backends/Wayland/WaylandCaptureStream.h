@@ -30,6 +30,7 @@ private:
     void step();
     void receive();
     void deliverLastPicture();
+    void waitForPicture(std::int64_t deadline);
     void deliver(std::int64_t time, bool isNew);
     void endThread();
 
