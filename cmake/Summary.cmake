@@ -11,6 +11,7 @@ message(STATUS "glimto-capture ${PROJECT_VERSION}, ${CMAKE_BUILD_TYPE}, for ${CM
 message(STATUS "  modules in: ${CMAKE_INSTALL_FULL_LIBDIR}/glimto-capture")
 glimto_report("window system X11 (GLIMTO_X11)" GLIMTO_X11)
 glimto_report("window system Wayland (GLIMTO_WAYLAND)" GLIMTO_WAYLAND)
+glimto_report("desktop portal (GLIMTO_PORTAL)" GLIMTO_PORTAL)
 glimto_report("sound (GLIMTO_SOUND)" GLIMTO_SOUND)
 glimto_report("upload (GLIMTO_UPLOAD)" GLIMTO_UPLOAD)
 glimto_report("text recognition (GLIMTO_TEXT)" GLIMTO_TEXT)

@@ -16,6 +16,7 @@ build=(build-essential cmake ninja-build pkg-config ccache
     libxcb1-dev libxcb-shm0-dev libxcb-damage0-dev libxcb-xfixes0-dev libxcb-randr0-dev
     libxcb-composite0-dev libxcb-render0-dev libxcb-res0-dev libxcb-shape0-dev libxcb-xinput-dev
     libxcb-record0-dev libxcb-xtest0-dev libwayland-dev libwayland-bin wayland-protocols
+    libpipewire-0.3-dev libsystemd-dev
     libpulse-dev libyuv-dev libturbojpeg0-dev libdeflate-dev libspng-dev libcairo2-dev
     libpango1.0-dev libfontconfig-dev
     nlohmann-json3-dev libssl-dev libcurl4-openssl-dev libicu-dev

@@ -60,6 +60,44 @@ Way wayThroughModule(
     return {name, [module]() -> WindowSystem& { return module->service<WindowSystem>(); }};
 }
 
+// Through the portal. Beside it stands whatever knows the session's displays and has its clipboard.
+Way wayThroughPortal(const std::function<WindowSystem&()>& beside, const ModuleDirectories& moduleDirectories)
+{
+    const auto module = std::make_shared<LoadableModule>(
+        "glimto-capture-portal.so", moduleDirectories, "The backend for the desktop's portal");
+    return {"the desktop's portal",
+        [module, beside]() -> WindowSystem& { return module->service<WindowSystem>(&beside()); }};
+}
+
+// The Wayland compositor beside the portal, whether it lets the screen be captured or not.
+std::function<WindowSystem&()> compositorBesideThePortal(const ModuleDirectories& moduleDirectories)
+{
+    const std::shared_ptr<WindowSystem> none
+        = unavailable("Nothing but the desktop's portal is known of this session.");
+    if (!hasWayland)
+        return [none]() -> WindowSystem& { return *none; };
+    const auto way = wayThroughModule("Wayland", "glimto-capture-wayland.so", moduleDirectories);
+    return [none, way]() -> WindowSystem& {
+        try {
+            return way.open();
+        } catch (const std::exception&) {
+            return *none;
+        }
+    };
+}
+
+std::unique_ptr<WindowSystem> portalOfX11Session(
+    const ModuleDirectories& moduleDirectories, SessionWindowSystem::Listener listener)
+{
+    if (!hasPortal)
+        return unavailable("This build has no backend for the desktop's portal.");
+    const std::shared_ptr<WindowSystem> beside = x11();
+    return std::make_unique<SessionWindowSystem>(
+        std::vector<Way>{
+            wayThroughPortal([beside]() -> WindowSystem& { return *beside; }, moduleDirectories)},
+        std::move(listener));
+}
+
 std::unique_ptr<WindowSystem> waylandSession(const std::string& wish,
     const ModuleDirectories& moduleDirectories, SessionWindowSystem::Listener listener)
 {
@@ -67,8 +105,7 @@ std::unique_ptr<WindowSystem> waylandSession(const std::string& wish,
     if (hasWayland && wish != "portal")
         ways.push_back(wayThroughModule("Wayland", "glimto-capture-wayland.so", moduleDirectories));
     if (hasPortal && wish != "wayland")
-        ways.push_back(
-            wayThroughModule("the desktop's portal", "glimto-capture-portal.so", moduleDirectories));
+        ways.push_back(wayThroughPortal(compositorBesideThePortal(moduleDirectories), moduleDirectories));
     if (!ways.empty())
         return std::make_unique<SessionWindowSystem>(std::move(ways), std::move(listener));
     if (!wish.empty())
@@ -91,10 +128,13 @@ std::unique_ptr<WindowSystem> chooseWindowSystem(
         return unavailable(
             "GLIMTO_WINDOW_SYSTEM names \"" + wish + "\"; there are \"x11\", \"wayland\" and \"portal\".");
     const bool tells = isSet(process, "GLIMTO_DIAGNOSTICS");
-    return waylandSession(wish, moduleDirectories, [tells, &diagnostics](const std::string& sentence) {
+    SessionWindowSystem::Listener listener = [tells, &diagnostics](const std::string& sentence) {
         if (tells)
             diagnostics.writeLine("diagnostics: " + sentence);
-    });
+    };
+    if (wish == "portal" && !isSet(process, "WAYLAND_DISPLAY"))
+        return portalOfX11Session(moduleDirectories, std::move(listener));
+    return waylandSession(wish, moduleDirectories, std::move(listener));
 }
 
 std::optional<int> runWindowSystemService(

@@ -43,6 +43,19 @@ CaptureRequest captureRequest(
             .pointScale = geometry.pointScale}};
 }
 
+// Where only the system's dialog knows the windows, every number stands for one that the user picks there.
+void addWindowToBePicked(
+    const RecordOptions& options, const WindowSystemCapabilities& capabilities, ShareableContent& content)
+{
+    if (options.captureWindowId && capabilities.asksUser && capabilities.recordsWindows
+        && !capabilities.listsWindows) {
+        Window window;
+        window.windowID = *options.captureWindowId;
+        window.isOnScreen = true;
+        content.windows.push_back(window);
+    }
+}
+
 CaptureGeometry captureGeometry(const CaptureFacts& facts)
 {
     return {.globalFrame = facts.globalFrame,
@@ -107,7 +120,8 @@ void ScreenSegmentRecorder::prepare(const RecordOptions& options, RecordingTake&
 {
     WindowSystem& system = services_.windowSystem;
     requirePermission("shareable_content", progress);
-    const auto content = ScreenCaptureShareableContent(system.content()).recordingSources();
+    auto content = ScreenCaptureShareableContent(system.content()).recordingSources();
+    addWindowToBePicked(options, system.capabilities(), content);
     take.plan = OutputPlan::check(options.outputDirectory, options.overwrite);
     const CaptureSourceResolver resolver(services_.process, system.access(), outputs_.standardError);
     const auto source = resolver.resolve(content, options);

@@ -1,0 +1,8 @@
+#include "Backends/Portal/PortalWindowSystem.h"
+#include "Support/ModuleTable.h"
+
+extern "C" [[gnu::visibility("default")]] const glimto::ModuleTable* glimtoCaptureModule()
+{
+    using namespace glimto;
+    return moduleTable<Provided<WindowSystem, PortalWindowSystem, WindowSystem>>();
+}

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Backends/Portal/PipeWireBuffer.h"
+#include "Backends/Portal/PipeWireFormat.h"
+#include "Backends/Portal/WakeUp.h"
+#include "Platform/FramePicture.h"
+#include "Platform/Geometry.h"
+#include "Support/Errors.h"
+#include "Support/FileDescriptor.h"
+
+namespace glimto {
+
+// The newest picture of a stream that nobody has taken yet.
+struct ArrivedPicture {
+    PixelBuffer pixels; // memory of the stream
+    PixelRect part; // what of it is meant to be seen
+    // Where it may differ from the picture that was taken before.
+    std::vector<PixelRect> changedRects;
+    std::int64_t time = 0; // on the host clock, when it was made or came
+};
+
+// The stream of a screen or window in PipeWire, at the end of a connection that shows nothing else. Whatever
+// comes from there is measured before it is used.
+//
+// One thread at a time, which holds a Turn while it handles events.
+class PipeWireScreen {
+public:
+    // `wakeUp`, owned with those who hold pictures, is woken when they let go. Throws PlatformError.
+    PipeWireScreen(FileDescriptor remote, std::uint32_t nodeID, std::uint32_t mostFramesPerSecond,
+        PipeWireParameters::PointerPlace pointer, std::shared_ptr<WakeUp> wakeUp);
+    ~PipeWireScreen();
+    PipeWireScreen(const PipeWireScreen&) = delete;
+    PipeWireScreen& operator=(const PipeWireScreen&) = delete;
+
+    // The thread that holds one may handle events.
+    class Turn {
+    public:
+        explicit Turn(PipeWireScreen& screen);
+        ~Turn();
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+
+    private:
+        PipeWireScreen& screen_;
+    };
+
+    // Handles what has come, without waiting. Throws PlatformError: sourceGone, or noPicture when no format
+    // is common to both ends.
+    void handleEvents();
+    int fileDescriptor() const; // readable when something has come
+
+    // Absent until both ends have agreed.
+    const std::optional<PipeWireFormat>& format() const;
+
+    // Asks for a picture of a screen on which nothing happens: most providers send one when a stream begins.
+    void askForPicture();
+
+    // Null when there is none. Valid until the next events are handled or it was taken.
+    const ArrivedPicture* arrived() const;
+
+    // Takes it, without a copy of what lies in `part`. Null when consumers hold too many, or it lies in
+    // memory that does not stay; the picture is still there then.
+    std::shared_ptr<const FramePicture> lend(const PixelRect& part);
+
+    // Takes it, after it was copied.
+    void finish();
+
+    // Where the pointer is, in pixels of the picture; absent when it is elsewhere or not told.
+    std::optional<Point> pointer() const;
+
+private:
+    class Connection;
+    std::unique_ptr<Connection> connection_;
+};
+
+} // namespace glimto

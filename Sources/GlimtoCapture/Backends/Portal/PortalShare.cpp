@@ -1,0 +1,97 @@
+#include "Backends/Portal/PortalShare.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <utility>
+
+#include <poll.h>
+
+#include "Backends/Portal/PortalErrors.h"
+#include "Support/TimeStamps.h"
+
+namespace glimto {
+
+namespace {
+
+constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+constexpr std::int64_t formatLimit = 15 * nanosecondsPerSecond;
+constexpr std::int64_t firstPictureLimit = 3 * nanosecondsPerSecond;
+constexpr std::int64_t askAgainAfter = nanosecondsPerSecond;
+
+} // namespace
+
+PortalShare::PortalShare(std::shared_ptr<WakeUp> opening, std::shared_ptr<WakeUp> consumers)
+    : opening_(std::move(opening))
+    , consumers_(std::move(consumers))
+    , bus_(*opening_)
+    , session_(bus_)
+{
+}
+
+ScreenCastSession::Grant PortalShare::open(const ScreenCastSession::Wish& wish)
+{
+    return session_.open(wish);
+}
+
+void PortalShare::beginStream(const ScreenCastSession::Grant& grant, std::uint32_t mostFramesPerSecond)
+{
+    screen_ = std::make_unique<PipeWireScreen>(session_.openPipeWireRemote(), grant.stream.nodeID,
+        mostFramesPerSecond,
+        grant.cursorMode == PortalCursorMode::metadata ? PipeWireParameters::PointerPlace::wanted
+                                                       : PipeWireParameters::PointerPlace::notWanted,
+        consumers_);
+    waitForStream();
+}
+
+void PortalShare::waitForStream()
+{
+    const PipeWireScreen::Turn turn(*screen_);
+    const std::int64_t began = hostTimeNanoseconds();
+    std::int64_t agreed = 0;
+    std::int64_t asked = 0;
+    for (;;) {
+        handleEvents();
+        const std::int64_t now = hostTimeNanoseconds();
+        if (opening_->hasEnded())
+            throw portalError(PortalFailure::givenUp, "The capture is no longer wanted.");
+        if (screen_->arrived())
+            return;
+        if (screen_->format()) {
+            if (agreed == 0)
+                agreed = asked = now;
+            if (now - agreed >= firstPictureLimit)
+                return;
+            if (now - asked >= askAgainAfter) {
+                screen_->askForPicture();
+                asked = now;
+            }
+        } else if (now - began >= formatLimit) {
+            throw portalError(PortalFailure::noAnswer, "The stream of the screen did not begin in time.");
+        }
+        wait(*opening_, std::chrono::milliseconds(100));
+    }
+}
+
+void PortalShare::handleEvents()
+{
+    bus_.handleEvents();
+    session_.check();
+    screen_->handleEvents();
+}
+
+void PortalShare::wait(WakeUp& wakeUp, std::chrono::nanoseconds limit)
+{
+    const std::int64_t left = std::max<std::int64_t>(0, limit.count());
+    const timespec timeout = {.tv_sec = left / nanosecondsPerSecond, .tv_nsec = left % nanosecondsPerSecond};
+    std::array<pollfd, 3> entries = {{
+        {.fd = screen_->fileDescriptor(), .events = POLLIN, .revents = 0},
+        {.fd = bus_.fileDescriptor(), .events = POLLIN, .revents = 0},
+        {.fd = wakeUp.fileDescriptor(), .events = POLLIN, .revents = 0},
+    }};
+    if (::ppoll(entries.data(), entries.size(), &timeout, nullptr) < 0 && errno != EINTR)
+        throw PlatformError::posix("Could not wait for the stream of the screen", errno);
+    wakeUp.clear();
+}
+
+} // namespace glimto

@@ -1,0 +1,23 @@
+#include "Backends/Portal/PortalWindowSystem.h"
+
+namespace glimto {
+
+PortalWindowSystem::PortalWindowSystem(WindowSystem& beside)
+    : beside_(beside)
+    , access_(beside.access())
+    , content_(beside.content())
+    , capture_(RestoreTokens(RestoreTokens::usualFile()))
+{
+}
+
+WindowSystemCapabilities PortalWindowSystem::capabilities() const
+{
+    return {.listsWindows = false,
+        .recordsWindows = true,
+        .recordsCoveredWindows = true,
+        .hidesApplications = false,
+        .asksUser = true,
+        .placesClicks = false};
+}
+
+} // namespace glimto
