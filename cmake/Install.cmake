@@ -45,7 +45,7 @@ set(CPACK_PACKAGE_HOMEPAGE_URL "https://glimto.com")
 set(CPACK_RESOURCE_FILE_LICENSE ${CMAKE_SOURCE_DIR}/LICENSE)
 set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/packages)
 set(CPACK_COMPONENTS_ALL capture)
-foreach(part IN ITEMS wayland:GLIMTO_WAYLAND sound:GLIMTO_SOUND upload:GLIMTO_UPLOAD ocr:GLIMTO_TEXT take:GLIMTO_TAKE dev-server:GLIMTO_DEV_SERVER)
+foreach(part IN ITEMS wayland:GLIMTO_WAYLAND portal:GLIMTO_PORTAL sound:GLIMTO_SOUND upload:GLIMTO_UPLOAD ocr:GLIMTO_TEXT take:GLIMTO_TAKE dev-server:GLIMTO_DEV_SERVER)
     string(REPLACE ":" ";" part ${part})
     list(GET part 0 component)
     list(GET part 1 option)
@@ -85,11 +85,15 @@ endmacro()
 set(same_version "glimto-capture (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 glimto_debian_package(capture glimto-capture "record the screen into HLS segments, and take pictures of it"
     "glimto-capture records a display, a region or one window into HLS over\nfragmented MP4: segments appear while the recording runs, and are whole\nwhatever happens later. It takes screenshots, lists windows, and puts\npictures on the clipboard. Other programs start it and read its output."
-    RECOMMENDS "fonts-dejavu-core | fonts-liberation, glimto-capture-sound, glimto-capture-wayland, xdg-utils"
+    RECOMMENDS "fonts-dejavu-core | fonts-liberation, glimto-capture-sound, glimto-capture-wayland, glimto-capture-portal, xdg-utils"
     SUGGESTS "glimto-capture-upload, glimto-capture-ocr, glimto-dev-server, ffmpeg, python3")
 glimto_debian_package(wayland glimto-capture-wayland "captures of Wayland sessions for glimto-capture"
     "Captures the screen through the Wayland compositor itself, where that\nlets programs do so: sway, Hyprland, river, labwc and others."
     DEPENDS "${same_version}")
+glimto_debian_package(portal glimto-capture-portal "captures by the desktop's portal for glimto-capture"
+    "Captures what the user picks in the dialog of the desktop's ScreenCast\nportal, through PipeWire: GNOME, KDE and other Wayland desktops."
+    DEPENDS "${same_version}"
+    RECOMMENDS "pipewire, wireplumber | pipewire-media-session, xdg-desktop-portal, xdg-desktop-portal-gnome | xdg-desktop-portal-kde | xdg-desktop-portal-backend")
 glimto_debian_package(sound glimto-capture-sound "sound for recordings of glimto-capture"
     "What the system plays and a microphone, in one track, through a\nPulseAudio server or PipeWire's."
     DEPENDS "${same_version}" RECOMMENDS "pipewire-pulse | pulseaudio" SECTION sound)

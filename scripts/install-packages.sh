@@ -41,6 +41,8 @@ test=(libgtest-dev libgmock-dev libpng-dev
     xfwm4 xfconf kwin-x11 libgl1-mesa-dri picom i3-wm python3-gi gir1.2-gtk-3.0 python3-pyqt5
     # A Wayland compositor, and programs that show, read and paste.
     sway swaybg grim wl-clipboard
+    # What desktops put between programs and their dialogs.
+    xdg-desktop-portal
     # Plays takes as a web page does.
     chromium)
 package=(dpkg-dev fakeroot)

@@ -2,6 +2,7 @@
 # Debian wants in it, and compresses what it wants compressed.
 set(packages_capture glimto-capture)
 set(packages_wayland glimto-capture-wayland)
+set(packages_portal glimto-capture-portal)
 set(packages_sound glimto-capture-sound)
 set(packages_upload glimto-capture-upload)
 set(packages_ocr glimto-capture-ocr)

@@ -162,3 +162,25 @@ class PortalCase(EndToEndCase):
         changes = {"GLIMTO_WINDOW_SYSTEM": "portal", "XDG_STATE_HOME": str(self.state),
                    "DISPLAY": shown.get("DISPLAY"), **changes}
         return super().environment(**{**self.desktop.variables, **changes})
+
+
+class FrontedPortal(Portal):
+    """The same behind xdg-desktop-portal, as the part of a desktop that this asks."""
+
+    FRONT = Path("/usr/libexec/xdg-desktop-portal")
+    STORE = Path("/usr/libexec/xdg-permission-store")
+
+    def __init__(self, desktop, **options):
+        super().__init__(desktop, role="backend", **options)
+        parts = desktop.top / "portals"
+        parts.mkdir(exist_ok=True)
+        (parts / "glimto.portal").write_text(
+            "[portal]\nDBusName=org.freedesktop.impl.portal.desktop.glimto_test\n"
+            "Interfaces=org.freedesktop.impl.portal.ScreenCast\nUseIn=glimto\n")
+        environment = {**desktop.environment(), "XDG_DESKTOP_PORTAL_DIR": str(parts), "XDG_CURRENT_DESKTOP": "glimto"}
+        self.helpers = [Child([self.STORE], environment), Child([self.FRONT, "-r"], environment)]
+
+    def end(self):
+        for helper in reversed(self.helpers):
+            helper.end()
+        super().end()
