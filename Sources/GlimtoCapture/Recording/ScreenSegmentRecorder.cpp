@@ -1,6 +1,7 @@
 #include "Recording/ScreenSegmentRecorder.h"
 
 #include <chrono>
+#include <cmath>
 #include <utility>
 #include <variant>
 
@@ -54,6 +55,14 @@ void addWindowToBePicked(
         window.isOnScreen = true;
         content.windows.push_back(window);
     }
+}
+
+// What the user picked may not be what was asked for.
+std::string placeDescription(const CaptureFacts& facts)
+{
+    const auto number = [](double value) { return std::to_string(std::llround(value)); };
+    return facts.description + ", " + number(facts.globalFrame.width) + "x" + number(facts.globalFrame.height)
+        + " at " + number(facts.globalFrame.x) + "," + number(facts.globalFrame.y);
 }
 
 CaptureGeometry captureGeometry(const CaptureFacts& facts)
@@ -149,6 +158,8 @@ void ScreenSegmentRecorder::openCapture(const RecordOptions& options, const Capt
         system.capabilities().asksUser, [opening] { return opening->open(); }, [&] { opening->giveUp(); });
     take.stream = opened.stream;
     take.facts = opened.facts;
+    if (system.capabilities().asksUser)
+        outputs_.standardError.writeLine("Shared: " + placeDescription(opened.facts));
     const auto* display = std::get_if<DisplayContentFilter>(&request.filter.content);
     if (display && !display->excludedApplications.empty() && !opened.hidesApplications)
         warn("This system cannot leave the windows of Glimto out of a recording.");
@@ -217,8 +228,15 @@ void ScreenSegmentRecorder::start(const RecordOptions& options, RecordingTake& t
         },
         [&] { take.stream->removeOutputs(); });
     if (take.eventRecorder)
-        take.eventRecorder->start();
+        startEventTrack(*take.eventRecorder);
     progress.recording();
+}
+
+void ScreenSegmentRecorder::startEventTrack(InputEventRecorder& recorder)
+{
+    recorder.start();
+    if (!services_.windowSystem.capabilities().hearsClicks)
+        warn("The event track has no clicks and scrolls: this system does not tell them.");
 }
 
 void ScreenSegmentRecorder::warn(const std::string& message)

@@ -49,6 +49,7 @@ private:
         const RecordOptions& options, const std::optional<AudioInputDevice>& microphone, RecordingTake& take);
     void start(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress,
         CaptureStart& captureStart);
+    void startEventTrack(InputEventRecorder& recorder);
     void warn(const std::string& message);
     void waitForEnd(const RecordOptions& options, const RecordingTake& take, RecordingProgress& progress);
 

@@ -120,7 +120,7 @@ public:
 
     const std::optional<PipeWireFormat>& format() const { return format_; }
     const ArrivedPicture* arrived() const { return arrivedBuffer_ ? &arrived_ : nullptr; }
-    std::optional<Point> pointer() const { return pointer_; }
+    std::optional<PointerPlace> pointer() const { return pointer_; }
 
     void askForPicture()
     {
@@ -296,9 +296,10 @@ private:
     bool receive(PipeWireBuffer& buffer)
     {
         const spa_buffer& content = *buffer.handle->buffer;
-        readPointer(content);
         if (!format_ || content.n_datas < 1)
             return false;
+        readPart(content);
+        readPointer(content);
         // The other side can write there at any time: each number is read once.
         const volatile spa_chunk& chunk = *content.datas[0].chunk;
         const std::uint32_t size = chunk.size;
@@ -339,6 +340,21 @@ private:
         return true;
     }
 
+    // A buffer that brings only the pointer tells it as well.
+    void readPart(const spa_buffer& content)
+    {
+        PixelRect part = {0, 0, format_->width, format_->height};
+        if (const auto* crop = static_cast<const spa_meta_region*>(
+                spa_buffer_find_meta_data(&content, SPA_META_VideoCrop, sizeof(spa_meta_region)))) {
+            const PixelRect told = rectOf(crop->region, part.width, part.height);
+            if (!told.isEmpty())
+                part = told;
+        }
+        if (part != part_)
+            isAllChanged_ = true;
+        part_ = part;
+    }
+
     // Where the picture can be looked at. Memory that could be cut off meanwhile is read as a file.
     const std::uint8_t* readable(const PipeWireBuffer& buffer, std::size_t offset, std::size_t size)
     {
@@ -354,16 +370,6 @@ private:
     void addChanges(const spa_buffer& content)
     {
         const PixelRect whole = {0, 0, format_->width, format_->height};
-        PixelRect part = whole;
-        if (const auto* crop = static_cast<const spa_meta_region*>(
-                spa_buffer_find_meta_data(&content, SPA_META_VideoCrop, sizeof(spa_meta_region)))) {
-            const PixelRect told = rectOf(crop->region, whole.width, whole.height);
-            if (!told.isEmpty())
-                part = told;
-        }
-        if (part != part_)
-            isAllChanged_ = true;
-        part_ = part;
         if (!arrivedBuffer_ && !isAllChanged_)
             changed_.clear();
         bool isTold = false;
@@ -397,9 +403,14 @@ private:
         if (!cursor)
             return;
         pointer_.reset();
-        if (spa_meta_cursor_is_valid(cursor))
-            pointer_
-                = Point{static_cast<double>(cursor->position.x), static_cast<double>(cursor->position.y)};
+        const spa_point place = cursor->position;
+        if (!spa_meta_cursor_is_valid(cursor) || part_.isEmpty())
+            return;
+        const auto* header = static_cast<const spa_meta_header*>(
+            spa_buffer_find_meta_data(&content, SPA_META_Header, sizeof(spa_meta_header)));
+        pointer_ = PointerPlace{{static_cast<double>(std::int64_t{place.x} - part_.x) / part_.width,
+                                    static_cast<double>(std::int64_t{place.y} - part_.y) / part_.height},
+            timeOf(header)};
     }
 
     void giveBack(PipeWireBuffer& buffer)
@@ -440,7 +451,7 @@ private:
     PixelRect part_;
     std::vector<PixelRect> changed_;
     bool isAllChanged_ = true;
-    std::optional<Point> pointer_;
+    std::optional<PointerPlace> pointer_;
     int badBufferCount_ = 0;
     std::optional<PlatformError> failure_;
 
@@ -502,7 +513,7 @@ void PipeWireScreen::finish()
     connection_->finish();
 }
 
-std::optional<Point> PipeWireScreen::pointer() const
+std::optional<PipeWireScreen::PointerPlace> PipeWireScreen::pointer() const
 {
     return connection_->pointer();
 }

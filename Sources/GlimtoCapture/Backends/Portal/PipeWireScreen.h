@@ -71,8 +71,13 @@ public:
     // Takes it, after it was copied.
     void finish();
 
-    // Where the pointer is, in pixels of the picture; absent when it is elsewhere or not told.
-    std::optional<Point> pointer() const;
+    // Where the pointer was seen last, in fractions of what is meant to be seen; absent when it is elsewhere
+    // or not told.
+    struct PointerPlace {
+        Point place;
+        std::int64_t time = 0; // on the host clock
+    };
+    std::optional<PointerPlace> pointer() const;
 
 private:
     class Connection;

@@ -20,11 +20,13 @@ constexpr std::int64_t retryInterval = 20'000'000;
 } // namespace
 
 PortalCaptureStream::PortalCaptureStream(std::unique_ptr<PortalShare> share,
-    std::shared_ptr<WakeUp> consumers, const PortalFraming& framing, MediaTime minimumFrameInterval)
+    std::shared_ptr<WakeUp> consumers, const PortalFraming& framing, MediaTime minimumFrameInterval,
+    PointerTrack pointer)
     : wakeUp_(std::move(consumers))
     , share_(std::move(share))
     , pictures_(share_->screen(), framing)
     , grid_(minimumFrameInterval)
+    , pointer_(std::move(pointer))
 {
 }
 
@@ -82,9 +84,20 @@ void PortalCaptureStream::capture()
         deliverLastPicture();
 }
 
+void PortalCaptureStream::tellPointer()
+{
+    const auto pointer = share_->screen().pointer();
+    if (!pointer)
+        return;
+    const Rect& frame = pointer_.sharedFrame;
+    pointer_.listener->moved(
+        {frame.x + pointer->place.x * frame.width, frame.y + pointer->place.y * frame.height}, pointer->time);
+}
+
 void PortalCaptureStream::step()
 {
     share_->handleEvents();
+    tellPointer();
     const std::int64_t now = hostTimeNanoseconds();
     if (now >= nextPictureDue_ && pictures_.take()) {
         if (nextSequenceNumber_ == 0)

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "Backends/Portal/PortalPictures.h"
+#include "Backends/Portal/PortalPointer.h"
 #include "Backends/Portal/PortalShare.h"
 #include "Backends/Portal/WakeUp.h"
 #include "Platform/CaptureStream.h"
@@ -18,9 +19,14 @@ namespace glimto {
 // costs two wake-ups a second.
 class PortalCaptureStream final : public CaptureStream {
 public:
+    struct PointerTrack {
+        std::shared_ptr<PortalPointer> listener; // the stream's and the window system's
+        Rect sharedFrame; // all that is shared, in global display points
+    };
+
     // `consumers` is what the share was made with.
     PortalCaptureStream(std::unique_ptr<PortalShare> share, std::shared_ptr<WakeUp> consumers,
-        const PortalFraming& framing, MediaTime minimumFrameInterval);
+        const PortalFraming& framing, MediaTime minimumFrameInterval, PointerTrack pointer);
     ~PortalCaptureStream() override;
 
     void start(Handlers handlers) override;
@@ -30,6 +36,7 @@ public:
 private:
     void run();
     void capture();
+    void tellPointer();
     void step();
     void deliver(std::int64_t time, bool isNew);
     void deliverLastPicture();
@@ -43,6 +50,7 @@ private:
     std::unique_ptr<PortalShare> share_;
     PortalPictures pictures_;
     FrameGrid grid_;
+    PointerTrack pointer_;
     std::int64_t nextPictureDue_ = 0;
     std::int64_t repeatDue_ = 0;
     std::int64_t askDue_ = 0; // for a first picture

@@ -72,6 +72,8 @@ PortalCut displayCut(
 {
     PortalCut cut;
     cut.facts = request.expected;
+    const Point origin = stream.position.value_or(Point{display.frame.x, display.frame.y});
+    cut.sharedFrame = {origin.x, origin.y, shared.size.x, shared.size.y};
     if (request.configuration.sourceRect) {
         cut.framing.part = partOfRegion(display, *request.configuration.sourceRect, stream, shared);
         cut.facts.width = request.configuration.width;
@@ -81,8 +83,7 @@ PortalCut displayCut(
     cut.facts.width = static_cast<int>(shared.size.x);
     cut.facts.height = static_cast<int>(shared.size.y);
     cut.facts.pointScale = shared.scale;
-    const Point origin = stream.position.value_or(Point{display.frame.x, display.frame.y});
-    cut.facts.globalFrame = {origin.x, origin.y, shared.size.x, shared.size.y};
+    cut.facts.globalFrame = cut.sharedFrame;
     if (!isDisplay(display, stream, shared))
         cut.facts.description = "screen at " + wholeNumber(origin.x) + "," + wholeNumber(origin.y);
     return cut;
@@ -97,7 +98,8 @@ PortalCut windowCut(const CaptureRequest& request, const PortalStream& stream, c
     cut.facts.height = pictureHeight;
     cut.facts.pointScale = shared.scale;
     const Point origin = stream.position.value_or(Point{});
-    cut.facts.globalFrame = {origin.x, origin.y, shared.size.x, shared.size.y};
+    cut.sharedFrame = {origin.x, origin.y, shared.size.x, shared.size.y};
+    cut.facts.globalFrame = cut.sharedFrame;
     return cut;
 }
 

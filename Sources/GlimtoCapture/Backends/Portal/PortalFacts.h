@@ -10,6 +10,7 @@ namespace glimto {
 struct PortalCut {
     CaptureFacts facts;
     PortalFraming framing;
+    Rect sharedFrame; // all that is shared, in global display points
 };
 
 // `stream` is what the user picked for `request`, whose pictures are `pictureWidth` x `pictureHeight` pixels.

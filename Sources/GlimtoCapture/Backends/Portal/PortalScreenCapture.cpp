@@ -27,9 +27,11 @@ std::uint32_t framesPerSecond(const MediaTime& interval)
 
 class PortalCaptureOpening final : public CaptureOpening {
 public:
-    PortalCaptureOpening(const CaptureRequest& request, RestoreTokens tokens)
+    PortalCaptureOpening(
+        const CaptureRequest& request, RestoreTokens tokens, std::shared_ptr<PortalPointer> pointer)
         : request_(request)
         , tokens_(std::move(tokens))
+        , pointer_(std::move(pointer))
         , opening_(std::make_shared<WakeUp>())
     {
     }
@@ -50,8 +52,10 @@ public:
         opened.hidesApplications = std::holds_alternative<WindowContentFilter>(request_.filter.content);
         opened.obeysCursorWish
             = request_.configuration.showsCursor == (grant.cursorMode == PortalCursorMode::embedded);
-        opened.stream = std::make_shared<PortalCaptureStream>(
-            std::move(share), consumers, cut.framing, request_.configuration.minimumFrameInterval);
+        pointer_->setIsTold(grant.cursorMode == PortalCursorMode::metadata);
+        opened.stream = std::make_shared<PortalCaptureStream>(std::move(share), consumers, cut.framing,
+            request_.configuration.minimumFrameInterval,
+            PortalCaptureStream::PointerTrack{pointer_, cut.sharedFrame});
         return opened;
     }
 
@@ -84,19 +88,21 @@ private:
 
     CaptureRequest request_;
     RestoreTokens tokens_;
+    std::shared_ptr<PortalPointer> pointer_;
     std::shared_ptr<WakeUp> opening_; // whoever gives up and what is opened
 };
 
 } // namespace
 
-PortalScreenCapture::PortalScreenCapture(RestoreTokens tokens)
+PortalScreenCapture::PortalScreenCapture(RestoreTokens tokens, std::shared_ptr<PortalPointer> pointer)
     : tokens_(std::move(tokens))
+    , pointer_(std::move(pointer))
 {
 }
 
 std::shared_ptr<CaptureOpening> PortalScreenCapture::makeOpening(const CaptureRequest& request)
 {
-    return std::make_shared<PortalCaptureOpening>(request, tokens_);
+    return std::make_shared<PortalCaptureOpening>(request, tokens_, pointer_);
 }
 
 } // namespace glimto

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Backends/Portal/PortalPointer.h"
 #include "Backends/Portal/RestoreTokens.h"
 #include "Platform/CaptureOpening.h"
 
@@ -9,12 +10,14 @@ namespace glimto {
 // screen or window. What was picked for a display or window is remembered, so that the user is asked once.
 class PortalScreenCapture final : public ScreenCapture {
 public:
-    explicit PortalScreenCapture(RestoreTokens tokens);
+    // `pointer` hears of the pointer while a capture is told of it.
+    PortalScreenCapture(RestoreTokens tokens, std::shared_ptr<PortalPointer> pointer);
 
     std::shared_ptr<CaptureOpening> makeOpening(const CaptureRequest& request) override;
 
 private:
     RestoreTokens tokens_;
+    std::shared_ptr<PortalPointer> pointer_;
 };
 
 } // namespace glimto

@@ -6,7 +6,8 @@ PortalWindowSystem::PortalWindowSystem(WindowSystem& beside)
     : beside_(beside)
     , access_(beside.access())
     , content_(beside.content())
-    , capture_(RestoreTokens(RestoreTokens::usualFile()))
+    , capture_(RestoreTokens(RestoreTokens::usualFile()), pointer_)
+    , eventTaps_(pointer_)
 {
 }
 
@@ -17,7 +18,8 @@ WindowSystemCapabilities PortalWindowSystem::capabilities() const
         .recordsCoveredWindows = true,
         .hidesApplications = false,
         .asksUser = true,
-        .placesClicks = false};
+        .placesClicks = true,
+        .hearsClicks = false};
 }
 
 } // namespace glimto

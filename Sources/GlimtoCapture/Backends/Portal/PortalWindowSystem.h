@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Backends/Portal/PortalPointer.h"
 #include "Backends/Portal/PortalScreenCapture.h"
 #include "Backends/Portal/PortalServices.h"
 #include "Platform/WindowSystem.h"
@@ -23,16 +24,12 @@ public:
     StillCapture* stills() override { return nullptr; }
 
 private:
-    class NoEventTaps final : public EventTapFactory {
-    public:
-        std::unique_ptr<EventTap> makeListenOnlyTap(std::uint64_t) override { return nullptr; }
-    };
-
     WindowSystem& beside_;
+    std::shared_ptr<PortalPointer> pointer_ = std::make_shared<PortalPointer>();
     PortalScreenAccess access_;
     PortalContent content_;
     PortalScreenCapture capture_;
-    NoEventTaps eventTaps_;
+    PortalEventTapFactory eventTaps_;
 };
 
 } // namespace glimto
