@@ -18,12 +18,14 @@ constexpr std::size_t mostBytes = std::size_t{2} << 30U;
 
 std::shared_ptr<MappedMemory> MappedMemory::map(int descriptor, std::size_t offset, std::size_t length)
 {
-    struct stat status = {};
-    if (descriptor < 0 || length == 0 || length > mostBytes || offset > mostBytes
-        || ::fstat(descriptor, &status) != 0 || status.st_size < 0
-        || static_cast<std::uintmax_t>(status.st_size) < offset + length)
+    if (descriptor < 0 || length == 0 || length > mostBytes || offset > mostBytes)
         return nullptr;
+    // The seal first: what is measured before it could still be cut off.
     if (const int seals = ::fcntl(descriptor, F_GET_SEALS); seals < 0 || (seals & F_SEAL_SHRINK) == 0)
+        return nullptr;
+    struct stat status = {};
+    if (::fstat(descriptor, &status) != 0 || status.st_size < 0
+        || static_cast<std::uintmax_t>(status.st_size) < offset + length)
         return nullptr;
     const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     const std::size_t begin = offset / page * page;

@@ -11,7 +11,7 @@
 //     --screencast no              nobody here shares screens
 //     --version, --types, --cursor-modes <number>
 //     --size WxH, --points WxH, --position X,Y, --format BGRx, --memory sealed|unsealed|servers, --padding N,
-//     --offset N
+//     --offset N, --crop "X Y W H"
 //
 // Commands: pattern N; paint X Y W H RRGGBB; send; pointer X Y; corrupt HOW; resize W H; crop X Y W H;
 // animate FPS; still; grant; deny; close; stop; vanish (the name leaves the bus); quit.
@@ -356,6 +356,17 @@ private:
         settings.offset = static_cast<int>(number("offset", 0));
         screen_ = std::make_unique<TestScreen>(
             loop_, settings, [this](std::uint32_t node) { tellStream(node); }, log);
+        if (!option("crop").empty()) {
+            std::istringstream words(option("crop"));
+            screen_->setCrop(readRect(words));
+        }
+    }
+
+    static TestScreen::Rect readRect(std::istringstream& words)
+    {
+        TestScreen::Rect rect;
+        words >> rect.x >> rect.y >> rect.width >> rect.height;
+        return rect;
     }
 
     static bool pair(const std::string& text, char separator, int& first, int& second)
@@ -467,7 +478,6 @@ private:
 
     void draw(const std::string& command, std::istringstream& words)
     {
-        TestScreen::Rect rect;
         int first = 0;
         int second = 0;
         std::string text;
@@ -475,7 +485,8 @@ private:
             words >> first;
             screen_->paintPattern(first);
         } else if (command == "paint") {
-            words >> rect.x >> rect.y >> rect.width >> rect.height >> text;
+            const TestScreen::Rect rect = readRect(words);
+            words >> text;
             screen_->paint(rect, static_cast<std::uint32_t>(std::stoul(text, nullptr, 16)));
         } else if (command == "send") {
             screen_->send();
@@ -489,8 +500,7 @@ private:
             words >> first >> second;
             screen_->resize(first, second);
         } else if (command == "crop") {
-            words >> rect.x >> rect.y >> rect.width >> rect.height;
-            screen_->setCrop(rect);
+            screen_->setCrop(readRect(words));
         } else if (command == "animate" || command == "still") {
             words >> first;
             const long period = first > 0 ? 1'000'000'000L / first : 0;
