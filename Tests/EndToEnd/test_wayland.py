@@ -202,7 +202,9 @@ class WaylandTroubleTests(WaylandCase):
         self.addCleanup(self.sway.process.send_signal, signal.SIGCONT)
         output = self.run_tool("sources")
         self.assertEqual(output.status, 1)
-        self.assertEqual(output.error_lines, ["error: The Wayland compositor does not answer."])
+        # What stands in the way of the desktop's portal follows, where that is built.
+        self.assertEqual(len(output.error_lines), 1)
+        self.assertRegex(output.errors, r"\Aerror: The Wayland compositor does not answer\.")
 
     def test_stop_is_heard_while_the_compositor_hangs(self):
         recording = self.start_second_display()
