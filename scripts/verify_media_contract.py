@@ -289,7 +289,7 @@ def check_media(report, take, track, packets):
     if not report.attempt(f"{name} time stamps rise", "strictly", strictly_rising):
         return
     starts = [min(seconds(packet, "pts_time") for packet in found) for found in lists]
-    last = max(seconds(packet, "pts_time") for packet in lists[-1])
+    last = max(seconds(packet, "dts_time") for packet in lists[-1])
     try:
         end = last + last_frame_duration(take, track)
     except Problem as problem:

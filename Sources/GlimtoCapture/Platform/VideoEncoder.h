@@ -44,12 +44,16 @@ enum class PictureKind { keyframe, predicted };
 // One encoded picture as a sample of the container.
 struct EncodedPicture {
     std::vector<std::byte> data;
-    std::int64_t time = 0; // presentation and decode time, ticks
+    std::int64_t time = 0; // when it is shown, ticks
+    std::int64_t decodeTime = 0; // not later than `time`; of a keyframe the same
     bool isKeyframe = false;
 };
 
-// Encodes the pictures of one track, each as soon as it is given, and decides how fine each one is so that
-// the track keeps to its average bit rate.
+// Encodes the pictures of one track and decides how fine each one is so that the track keeps to its average
+// bit rate. What comes out are encoded pictures in the order to decode them, with rising decode times: often
+// the one that was given, but an encoder that predicts pictures from later ones as well gives some of them
+// later, and some before others that are shown earlier. None is lost, and each keeps its time. All pictures
+// given before a keyframe come out before it.
 //
 // It keeps the picture that it was given last. Used by one thread at a time. `time` is in ticks of the
 // timescale that the encoder was made with, and rises. A keyframe needs nothing before it, and nothing after
@@ -62,15 +66,19 @@ public:
     virtual const VideoSampleDescription& sampleDescription() const = 0;
 
     // Encodes a picture of the settings' size that differs from the one before in `changedRects` at most.
-    virtual EncodedPicture encode(const FramePicture& picture, std::span<const PixelRect> changedRects,
-        std::int64_t time, PictureKind kind)
+    virtual std::vector<EncodedPicture> encode(const FramePicture& picture,
+        std::span<const PixelRect> changedRects, std::int64_t time, PictureKind kind)
         = 0;
 
     // Encodes the picture that was given last once more.
-    virtual EncodedPicture repeat(std::int64_t time, PictureKind kind) = 0;
+    virtual std::vector<EncodedPicture> repeat(std::int64_t time, PictureKind kind) = 0;
 
-    // The same, finer than before: for a picture that stands still. Absent when it is fine enough.
-    virtual std::optional<EncodedPicture> refine(std::int64_t time) = 0;
+    // The same, finer than before or to let out what is due, for a picture that stands still. Absent when it
+    // is not encoded once more, as it is fine enough.
+    virtual std::optional<std::vector<EncodedPicture>> refine(std::int64_t time) = 0;
+
+    // What has not come out yet. No picture follows.
+    virtual std::vector<EncodedPicture> finish() = 0;
 };
 
 class VideoEncoderFactory {

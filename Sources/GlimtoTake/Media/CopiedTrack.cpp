@@ -103,10 +103,10 @@ void CopiedTrack::advance()
     while (reader_.read(*next_)) {
         if (next_->pts < earliest_)
             continue;
-        if (next_->dts >= end_)
+        // What is decoded later and shown earlier is predicted from it, so it is left out as well.
+        if (next_->pts >= end_)
             return;
-        if (next_->pts < end_)
-            return take();
+        return take();
     }
 }
 

@@ -253,7 +253,7 @@ void setContent(ExaminedPiece& piece, const ScannedSegment& content)
     piece.content = content;
     // libavformat guesses how long the last packet of a segment lasts.
     if (piece.extent.lastSampleDuration > 0)
-        piece.content.end = content.lastTime + piece.extent.lastSampleDuration;
+        piece.content.end = content.lastDecodeTime + piece.extent.lastSampleDuration;
 }
 
 std::vector<MediaPiece> ExaminedTrack::mediaPieces(std::size_t first) const

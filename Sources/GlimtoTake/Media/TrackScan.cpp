@@ -49,6 +49,7 @@ void note(const AVPacket& packet, ScannedSegment& segment)
     }
     segment.start = std::min(segment.start, packet.pts);
     segment.lastTime = std::max(segment.lastTime, packet.pts);
+    segment.lastDecodeTime = packet.dts;
     segment.end = std::max(segment.end, packet.pts + packet.duration);
     segment.packetCount += 1;
 }

@@ -12,6 +12,7 @@ namespace glimto {
 struct ScannedSegment {
     std::int64_t start = 0; // of the earliest packet
     std::int64_t lastTime = 0; // of the latest packet
+    std::int64_t lastDecodeTime = 0; // of the last packet
     std::int64_t end = 0; // of the latest packet, as far as libavformat knows how long it lasts
     int packetCount = 0; // 0 when nothing could be read
     bool startsWithKeyframe = false;

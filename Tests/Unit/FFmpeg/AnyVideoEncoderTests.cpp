@@ -114,6 +114,47 @@ TEST_F(AnyVideoEncoderTests, StillPictureIsRefinedAsLongAsTheEncoderCanAndRepeat
             Call{"repeat", ticksPerSecond * 14 / 10, PictureKind::predicted}));
 }
 
+// Shown 0, 1, 2 and so on, decoded 0, 2, 1, 4, 3.
+TEST_F(AnyVideoEncoderTests, PicturesThatComeOutLateAndInAnotherOrderAreCutAndTimedAsEver)
+{
+    encoders.state->isLate = true;
+    makeWriter();
+    for (int index = 0; index < 15; ++index)
+        append(100 * index, true);
+    EXPECT_EQ(writer->finishWriting(), AssetWriterStatus::completed);
+
+    EXPECT_EQ(encoders.state->calls[10], (Call{"encode", ticksPerSecond, PictureKind::keyframe}));
+    ASSERT_EQ(collector.segments.size(), 2U);
+    EXPECT_THAT(
+        text(collector.segments[0].data), HasSubstr("picture 0;picture 2;picture 1;picture 4;picture 3;"));
+    EXPECT_THAT(text(collector.segments[0].data), HasSubstr("picture 9;"));
+    EXPECT_THAT(text(collector.segments[1].data), HasSubstr("picture 10;picture 12;picture 11;"));
+    EXPECT_EQ(collector.segments[0].report.duration, (MediaTime{ticksPerSecond, ticksPerSecond}));
+    EXPECT_EQ(
+        collector.segments[1].report.earliestPresentationTime, (MediaTime{ticksPerSecond, ticksPerSecond}));
+    // The last frame lasts a thirtieth of a second.
+    EXPECT_EQ(collector.segments[1].report.duration,
+        (MediaTime{ticksPerSecond * 4 / 10 + ticksPerSecond / 30, ticksPerSecond}));
+}
+
+TEST_F(AnyVideoEncoderTests, WhatTheEncoderStillHasComesOutAtTheEnd)
+{
+    encoders.state->isLate = true;
+    makeWriter();
+    append(0, true);
+    append(100, true);
+    append(200, false);
+    append(300, false);
+    EXPECT_EQ(writer->finishWriting(), AssetWriterStatus::completed);
+
+    ASSERT_EQ(collector.segments.size(), 1U);
+    EXPECT_THAT(text(collector.segments[0].data), HasSubstr("picture 0;picture 2;picture 1;"));
+    EXPECT_EQ(
+        encoders.state->calls.back(), (Call{"repeat", ticksPerSecond * 3 / 10, PictureKind::predicted}));
+    EXPECT_EQ(collector.segments[0].report.duration,
+        (MediaTime{ticksPerSecond * 3 / 10 + ticksPerSecond / 30, ticksPerSecond}));
+}
+
 TEST_F(AnyVideoEncoderTests, SettingsThatTheEncoderRefusesGiveNoWriter)
 {
     encoders.state->refusesSettings = true;

@@ -249,6 +249,36 @@ TEST_F(FFmpegVideoAssetWriterTests, HardSceneBetweenEasyOnesIsWholeAndCutAsEver)
     EXPECT_NEAR(media.pictures.back().firstLuma, 16 + 120 * 219 / 255, 3);
 }
 
+// Motion that cannot be made fine: pictures are predicted from both sides, and come out late.
+TEST_F(FFmpegVideoAssetWriterTests, EveryFrameOfAHardSceneIsShownAtItsTimeWhereverItEnds)
+{
+    for (const int frameCount : {1, 2, 3, 33, 34, 62}) {
+        collector_ = {};
+        nextSequenceNumber_ = 0;
+        makeWriter(320, 240, 1.0);
+        for (int index = 0; index < frameCount; ++index) {
+            VideoFrame next = frame(index / 30.0, 0);
+            auto* bytes = const_cast<std::uint8_t*>(next.picture->pixels().bytes);
+            for (std::size_t at = 0; at < std::size_t{320} * 4 * 240; ++at)
+                bytes[at] = static_cast<std::uint8_t>(
+                    (at * 2654435761U + static_cast<std::size_t>(index / 2) * 40503U) >> 13U);
+            ASSERT_TRUE(appendWhenReady(next));
+        }
+        EXPECT_EQ(writer_->finishWriting(), AssetWriterStatus::completed);
+
+        const DecodedMedia media = decodeMedia(collector_.playable(collector_.segments));
+        ASSERT_EQ(media.pictures.size(), static_cast<std::size_t>(frameCount));
+        for (int index = 0; index < frameCount; ++index)
+            EXPECT_EQ(media.pictures[static_cast<std::size_t>(index)].time, index * ticksPerSecond / 30);
+        EXPECT_EQ(media.duration, frameCount * ticksPerSecond / 30);
+        for (const auto& segment : collector_.segments) {
+            const DecodedMedia alone = decodeMedia(collector_.playable({segment}));
+            EXPECT_TRUE(alone.pictures.front().isKeyframe);
+            EXPECT_EQ(alone.pictures.front().time, segment.report.earliestPresentationTime->value);
+        }
+    }
+}
+
 TEST_F(FFmpegVideoAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
 {
     makeWriter(640, 480, 3600.0);

@@ -21,10 +21,11 @@ public:
         // What a usual unit of detail costs in a keyframe.
         constexpr double detailCost = 1.25;
         const double detail = controller.needsDetail(kind, changed) ? cost * macroblocks / detailCost : 0;
-        lastQuantizer = controller.chooseQuantizer(
+        const auto plan = controller.plan(
             {.kind = kind, .changedMacroblocks = changed, .seconds = seconds, .detail = detail});
+        lastQuantizer = plan.quantizer;
         const double bits = cost * changed / std::exp2(lastQuantizer / 6.0);
-        controller.pictureEncoded(kind, lastQuantizer, std::llround(bits));
+        controller.pictureEncoded(plan, std::llround(bits));
         return bits;
     }
 
@@ -65,6 +66,29 @@ TEST(RateControllerTests, EasyPictureIsNotMadeFinerThanCanBeSeenInMotion)
     EXPECT_LT(bits, bitsPerSecond);
 }
 
+// What comes out is known a picture or two later only.
+TEST(RateControllerTests, PicturesAfterTheFirstAreAffordableBeforeItsCostIsKnown)
+{
+    RateController controller(bitsPerSecond, framesPerSecond, macroblocks);
+    constexpr double detail = 2e8;
+    const auto first = controller.plan(
+        {.kind = PictureKind::keyframe, .changedMacroblocks = macroblocks, .detail = detail});
+    const auto second = controller.plan(
+        {.changedMacroblocks = macroblocks, .seconds = 1.0 / framesPerSecond, .detail = detail});
+    EXPECT_FALSE(second.isNewScene);
+    EXPECT_GT(second.quantizer, first.quantizer);
+}
+
+TEST(RateControllerTests, CostsOfAYoungSceneAreLearntAtOnce)
+{
+    ModelEncoder encoder;
+    encoder.encode(PictureKind::keyframe, macroblocks, 0, 24'000);
+    for (int frame = 0; frame < framesPerSecond / 2; ++frame)
+        encoder.encode(PictureKind::predicted, macroblocks, 1.0 / framesPerSecond, 600);
+    const double bits = encoder.encodeMovingSecond(600);
+    EXPECT_GT(bits, 0.6 * bitsPerSecond);
+}
+
 // A slow pan finds the picture before at some of its positions only.
 TEST(RateControllerTests, PictureThatCostsNowMuchNowLittleKeepsItsQuality)
 {
@@ -97,7 +121,7 @@ TEST(RateControllerTests, SceneThatOpenedWithAnExpensivePictureIsNotStarvedForIt
 {
     ModelEncoder encoder;
     encoder.encode(PictureKind::keyframe, macroblocks, 0, 10'000);
-    encoder.controller.pictureEncoded(PictureKind::keyframe, 30, bitsPerSecond);
+    encoder.controller.pictureEncoded({.kind = PictureKind::keyframe, .quantizer = 30}, bitsPerSecond);
     double least = 1e12;
     for (int frame = 0; frame < 15; ++frame)
         least = std::min(

@@ -92,50 +92,70 @@ void FFmpegVideoAssetWriter::encodeFrame(const VideoFrame& frame)
     repeatOnBoundariesBefore(time);
     const bool followsLast = lastSequenceNumber_ && *lastSequenceNumber_ + 1 == frame.sequenceNumber;
     lastSequenceNumber_ = frame.sequenceNumber;
-    const auto kind = boundaries_.startsSegment(time) ? PictureKind::keyframe : PictureKind::predicted;
+    lastTime_ = time;
+    if (followsLast && frame.changedRects.empty() && !boundaries_.startsSegment(time))
+        return refine(time);
+    const PictureKind kind = begin(time);
     if (!followsLast)
         take(encoder_->encode(*frame.picture, std::array{frame.picture->rect()}, time, kind));
     else if (!frame.changedRects.empty())
         take(encoder_->encode(*frame.picture, frame.changedRects, time, kind));
-    else if (kind == PictureKind::keyframe)
-        take(encoder_->repeat(time, kind));
     else
-        refineOrHold(time);
+        take(encoder_->repeat(time, kind));
 }
 
 // A picture that stands still is not seen again at a segment's start, but the segment needs it there.
 void FFmpegVideoAssetWriter::repeatOnBoundariesBefore(std::int64_t time)
 {
-    while (held_ && !task_.isCancelled() && boundaries_.needsRepeatBefore(time))
-        take(encoder_->repeat(boundaries_.boundary(), PictureKind::keyframe));
+    while (lastGivenTime_ && !task_.isCancelled() && boundaries_.needsRepeatBefore(time)) {
+        const std::int64_t boundary = boundaries_.boundary();
+        take(encoder_->repeat(boundary, begin(boundary)));
+    }
 }
 
-void FFmpegVideoAssetWriter::refineOrHold(std::int64_t time)
+void FFmpegVideoAssetWriter::refine(std::int64_t time)
 {
-    if (auto finer = encoder_->refine(time))
+    if (auto finer = encoder_->refine(time)) {
+        lastGivenTime_ = time;
         take(std::move(*finer));
-    else
-        lastTime_ = time;
+    }
+}
+
+// A picture of that time is about to be given to the encoder.
+PictureKind FFmpegVideoAssetWriter::begin(std::int64_t time)
+{
+    lastGivenTime_ = time;
+    if (!boundaries_.startsSegment(time))
+        return PictureKind::predicted;
+    boundaries_.startSegment(time);
+    nextSegmentStarts_.push_back(time);
+    return PictureKind::keyframe;
+}
+
+void FFmpegVideoAssetWriter::take(std::vector<EncodedPicture> pictures)
+{
+    for (EncodedPicture& picture : pictures)
+        take(std::move(picture));
 }
 
 void FFmpegVideoAssetWriter::take(EncodedPicture picture)
 {
-    const std::int64_t time = picture.time;
     if (held_)
-        writeHeldPicture(time);
-    if (boundaries_.startsSegment(time)) {
+        writeHeldPicture(picture.decodeTime);
+    if (!nextSegmentStarts_.empty() && nextSegmentStarts_.front() == picture.time) {
         if (held_)
-            endSegment(time);
-        segmentStart_ = time;
-        boundaries_.startSegment(time);
+            endSegment(picture.time);
+        segmentStart_ = picture.time;
+        nextSegmentStarts_.pop_front();
     }
     held_ = std::move(picture);
-    lastTime_ = time;
 }
 
 void FFmpegVideoAssetWriter::writeHeldPicture(std::int64_t endTime)
 {
-    muxer_.addSample(held_->data, held_->time, endTime - held_->time, held_->isKeyframe);
+    muxer_.addSample(held_->data,
+        {.decodeTime = held_->decodeTime, .duration = endTime - held_->decodeTime, .time = held_->time},
+        held_->isKeyframe);
     if (muxer_.pendingBytes() >= largestFragmentBytes)
         task_.deliverFragment();
 }
@@ -148,12 +168,13 @@ void FFmpegVideoAssetWriter::endSegment(std::int64_t endTime)
 
 void FFmpegVideoAssetWriter::finishTrack()
 {
-    if (!held_)
+    if (!lastGivenTime_)
         return;
     // Many readers take a track to end with its last frame's time, so a picture that stood still until
     // the end is there once more.
-    if (lastTime_ - held_->time >= frameTicks_)
+    if (lastTime_ - *lastGivenTime_ >= frameTicks_)
         take(encoder_->repeat(lastTime_, PictureKind::predicted));
+    take(encoder_->finish());
     const std::int64_t endTime = lastTime_ + std::min(frameTicks_, longestLastFrameTicks);
     writeHeldPicture(endTime);
     endSegment(endTime);

@@ -2,9 +2,11 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Backends/FFmpeg/EncodingTask.h"
 #include "Backends/FFmpeg/FragmentMuxer.h"
@@ -41,7 +43,9 @@ private:
 
     void encodeFrame(const VideoFrame& frame);
     void repeatOnBoundariesBefore(std::int64_t time);
-    void refineOrHold(std::int64_t time);
+    void refine(std::int64_t time);
+    PictureKind begin(std::int64_t time);
+    void take(std::vector<EncodedPicture> pictures);
     void take(EncodedPicture picture);
     void writeHeldPicture(std::int64_t endTime);
     void endSegment(std::int64_t endTime);
@@ -59,7 +63,9 @@ private:
     SegmentBoundaries boundaries_;
     std::optional<EncodedPicture> held_; // written once the time of the next one tells its duration
     std::int64_t segmentStart_ = 0;
-    std::int64_t lastTime_ = 0;
+    std::deque<std::int64_t> nextSegmentStarts_; // of keyframes that the encoder has not given back yet
+    std::optional<std::int64_t> lastGivenTime_; // of the encoder's last picture
+    std::int64_t lastTime_ = 0; // of the last frame, whether it changed anything or not
     std::optional<std::uint64_t> lastSequenceNumber_;
 
     EncodingTask task_; // last: what its steps use outlives it

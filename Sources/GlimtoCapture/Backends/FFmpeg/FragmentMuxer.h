@@ -33,9 +33,15 @@ public:
     FragmentMuxer(const FragmentMuxer&) = delete;
     FragmentMuxer& operator=(const FragmentMuxer&) = delete;
 
-    // Adds a sample to the current fragment. `time` rises by exactly the `duration` of the sample before.
-    void addSample(
-        std::span<const std::byte> data, std::int64_t time, std::int64_t duration, bool isKeyframe);
+    // What a sample is stored with, ticks.
+    struct SampleTiming {
+        std::int64_t decodeTime = 0; // rises by exactly the duration of the sample before
+        std::int64_t duration = 0; // until the next one is decoded
+        std::int64_t time = 0; // when it is shown, not before it is decoded
+    };
+
+    // Adds a sample to the current fragment.
+    void addSample(std::span<const std::byte> data, const SampleTiming& timing, bool isKeyframe);
 
     // Ends the current fragment, if it has a sample: "moof" and "mdat" come out.
     void endFragment();

@@ -8,6 +8,8 @@ namespace glimto {
 namespace {
 
 constexpr double predictionGain = 8; // how much less a changed macroblock costs than one of a keyframe
+constexpr double newSceneFactor = 5; // times the usual share: what moves is a new scene once, not twice
+constexpr double firstChangedShare = 0.2;
 constexpr double newSceneGain = 1.6; // what is left of that when something else is shown
 
 // Measured on pages, editors, photos and fractals, which are all within a quarter of it.
@@ -77,19 +79,34 @@ bool RateController::needsDetail(PictureKind kind, int changedMacroblocks) const
     if (kind == PictureKind::keyframe)
         return true;
     const double share = changedMacroblocks / macroblockCount_;
-    return share > 4 * usualChangedShare_ && share > 0.05;
+    return share > newSceneFactor * usualChangedShare_ && share > 0.05;
 }
 
-int RateController::chooseQuantizer(const Picture& picture)
+RateController::Plan RateController::plan(const Picture& picture)
 {
     earn(picture.seconds);
-    changedShare_ = std::clamp(picture.changedMacroblocks / macroblockCount_, 1 / macroblockCount_, 1.0);
-    detail_ = picture.detail;
-    isNewScene_ = picture.kind == PictureKind::predicted && detail_ > 0
-        && needsDetail(picture.kind, picture.changedMacroblocks);
-    if (picture.kind == PictureKind::keyframe)
-        return quantizerOfKeyframe();
-    return isNewScene_ ? quantizerOfNewScene() : quantizerOfPredicted();
+    Plan plan = {.kind = picture.kind,
+        .changedShare = std::clamp(picture.changedMacroblocks / macroblockCount_, 1 / macroblockCount_, 1.0),
+        .detail = picture.detail};
+    if (picture.kind == PictureKind::keyframe) {
+        plan.quantizer = quantizerOfKeyframe(plan);
+        if (changeCost_ <= 0)
+            expectOfFirst(plan);
+        return plan;
+    }
+    plan.isNewScene = plan.detail > 0 && needsDetail(picture.kind, picture.changedMacroblocks);
+    plan.quantizer = plan.isNewScene ? quantizerOfNewScene(plan) : quantizerOfPredicted(plan);
+    usualChangedShare_ = blended(usualChangedShare_, plan.changedShare, 0.2);
+    usualQuantizer_ = blended(usualQuantizer_, plan.quantizer, 0.2 * plan.changedShare);
+    lastPredictedQuantizer_ = plan.quantizer;
+    return plan;
+}
+
+// What the pictures after the first keyframe will be like, until some of them are there.
+void RateController::expectOfFirst(const Plan& plan)
+{
+    changeCost_ = plan.detail * detailCost_ / macroblockCount_ / predictionGain;
+    usualChangedShare_ = firstChangedShare;
 }
 
 bool RateController::isMoving() const
@@ -111,9 +128,9 @@ double RateController::bitsForScene() const
     return std::max(reserve_, bitsPerSecond_ * smallestSceneReserveSeconds) * sceneShareOfReserve;
 }
 
-int RateController::quantizerOfKeyframe() const
+int RateController::quantizerOfKeyframe(const Plan& plan) const
 {
-    const double ideal = std::max(idealQuantizer(detail_ * detailCost_, bitsForScene()), finestOfScene);
+    const double ideal = std::max(idealQuantizer(plan.detail * detailCost_, bitsForScene()), finestOfScene);
     if (!isMoving())
         return clamped(ideal);
     // In the middle of a scene a keyframe must not stand out.
@@ -121,16 +138,17 @@ int RateController::quantizerOfKeyframe() const
 }
 
 // What is new costs about what it does in a keyframe; what only moved costs less.
-int RateController::quantizerOfNewScene() const
+int RateController::quantizerOfNewScene(const Plan& plan) const
 {
-    const double cost = detail_ * detailCost_ * changedShare_ / newSceneGain;
+    const double cost = plan.detail * detailCost_ * plan.changedShare / newSceneGain;
     return clamped(std::max(idealQuantizer(cost, bitsForScene()), finestOfScene));
 }
 
-int RateController::quantizerOfPredicted() const
+int RateController::quantizerOfPredicted(const Plan& plan) const
 {
-    const double cost = changeCost_ * changedShare_ * macroblockCount_;
-    const double finest = usualChangedShare_ > 0.1 ? finestInMotion : finestQuantizer;
+    const double cost = changeCost_ * plan.changedShare * macroblockCount_;
+    const bool isMotion = usualChangedShare_ > 0.1 && plan.changedShare > 0.1;
+    const double finest = isMotion ? finestInMotion : finestQuantizer;
     const double ideal = std::max(idealQuantizer(cost, bitsForFrame()), finest);
     if (!isMoving())
         return clamped(ideal);
@@ -156,22 +174,15 @@ void RateController::pictureRefined(double seconds, std::int64_t bits)
     spend(bits);
 }
 
-void RateController::pictureEncoded(PictureKind kind, int quantizer, std::int64_t bits)
+void RateController::pictureEncoded(const Plan& plan, std::int64_t bits)
 {
     spend(bits);
-    const double cost = static_cast<double>(bits) * scale(quantizer);
-    if (kind == PictureKind::keyframe) {
-        if (detail_ > 0)
-            detailCost_ = std::clamp(
-                blended(detailCost_, cost / detail_, 0.5), usualDetailCost / 3, usualDetailCost * 3);
-        if (changeCost_ <= 0)
-            changeCost_ = cost / macroblockCount_ / predictionGain;
-        return;
-    }
-    learnCostOfChange(cost / macroblockCount_ / changedShare_);
-    usualChangedShare_ = blended(usualChangedShare_, changedShare_, 0.2);
-    usualQuantizer_ = blended(usualQuantizer_, quantizer, 0.2 * changedShare_);
-    lastPredictedQuantizer_ = quantizer;
+    const double cost = static_cast<double>(bits) * scale(plan.quantizer);
+    if (plan.kind == PictureKind::predicted)
+        return learnCostOfChange(plan, cost / macroblockCount_ / plan.changedShare);
+    if (plan.detail > 0)
+        detailCost_ = std::clamp(
+            blended(detailCost_, cost / plan.detail, 0.5), usualDetailCost / 3, usualDetailCost * 3);
 }
 
 void RateController::earn(double seconds)
@@ -184,12 +195,16 @@ void RateController::spend(std::int64_t bits)
     reserve_ = std::max(reserve_ - static_cast<double>(bits), -bitsPerSecond_ * deepestDebtSeconds);
 }
 
-void RateController::learnCostOfChange(double cost)
+void RateController::learnCostOfChange(const Plan& plan, double cost)
 {
     surprises_ = cost > surprise * changeCost_ ? surprises_ + 1 : 0;
     // One expensive picture is a pan that comes past a whole pixel; two are another scene.
-    const bool isSteady = isMoving() && !isNewScene_ && surprises_ < 2;
-    changeCost_ = blended(changeCost_, cost, isSteady ? steadyLearning : 0.25 + 0.5 * changedShare_);
+    const bool isSteady = isMoving() && !plan.isNewScene && surprises_ < 2;
+    picturesOfScene_ = isSteady ? picturesOfScene_ + 1 : 1;
+    // A young scene is known from what its pictures cost so far; the first guess counts as one of them.
+    const double weight
+        = isSteady ? std::max(steadyLearning, 1.0 / (picturesOfScene_ + 1)) : 0.25 + 0.5 * plan.changedShare;
+    changeCost_ = blended(changeCost_, cost, weight);
 }
 
 } // namespace glimto

@@ -32,11 +32,20 @@ public:
                            // when nobody looked
     };
 
+    // How a picture shall be encoded.
+    struct Plan {
+        PictureKind kind = PictureKind::predicted;
+        int quantizer = 0; // 14 to 48
+        double changedShare = 1; // 0 to 1
+        double detail = 0;
+        bool isNewScene = false; // it shows something else than the one before
+    };
+
     // Whether it pays to look at the picture's detail first.
     bool needsDetail(PictureKind kind, int changedMacroblocks) const;
 
-    // The quantizer (14 to 48) for a picture.
-    int chooseQuantizer(const Picture& picture);
+    // Plans the next picture. What became of those before need not be known yet.
+    Plan plan(const Picture& picture);
 
     // For one that stands still and was encoded with `quantizer`: the finer one that can be afforded, or
     // the same when it is fine enough.
@@ -45,24 +54,21 @@ public:
     // What a refinement took, which tells nothing of what pictures cost that change.
     void pictureRefined(double seconds, std::int64_t bits);
 
-    // What became of the picture last asked for.
-    void pictureEncoded(PictureKind kind, int quantizer, std::int64_t bits);
+    // What became of a plan, in the order of the plans.
+    void pictureEncoded(const Plan& plan, std::int64_t bits);
 
-    // Whether the picture last asked for shows something else than the one before.
-    bool isNewScene() const { return isNewScene_; }
-
-    // Of the pictures that were encoded, lately: how much of them changed, 0 to 1, and how coarse they
-    // were.
+    // Of the predicted pictures, lately: how much of them changed, 0 to 1, and how coarse they were.
     double usualChangedShare() const { return usualChangedShare_; }
     double usualQuantizer() const { return usualQuantizer_; }
 
 private:
     void earn(double seconds);
     void spend(std::int64_t bits);
-    void learnCostOfChange(double cost);
-    int quantizerOfKeyframe() const;
-    int quantizerOfPredicted() const;
-    int quantizerOfNewScene() const;
+    void expectOfFirst(const Plan& plan);
+    void learnCostOfChange(const Plan& plan, double cost);
+    int quantizerOfKeyframe(const Plan& plan) const;
+    int quantizerOfPredicted(const Plan& plan) const;
+    int quantizerOfNewScene(const Plan& plan) const;
     bool isMoving() const;
     double bitsForFrame() const;
     double bitsForScene() const;
@@ -71,15 +77,13 @@ private:
     const double bitsPerFrame_;
     const double macroblockCount_;
     double reserve_; // bits; below zero when too much was spent
-    double changedShare_ = 1; // of the picture being encoded, 0 to 1
-    double detail_ = 0; // of the picture being encoded
-    bool isNewScene_ = false;
-    double usualChangedShare_ = 0; // of the predicted pictures before it
+    double usualChangedShare_ = 0;
     double usualQuantizer_ = 0;
     double detailCost_; // bits at quantizer 0 that a unit of detail costs in a
                         // keyframe
     double changeCost_ = 0; // bits at quantizer 0 of a changed macroblock in a
                             // predicted picture; 0: unknown
+    int picturesOfScene_ = 0; // predicted ones since its costs became known
     int surprises_ = 0; // pictures in a row that cost far more than expected
     int lastPredictedQuantizer_ = 0; // 0 before the first
 };

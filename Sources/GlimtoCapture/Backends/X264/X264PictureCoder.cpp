@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <new>
 #include <span>
 #include <thread>
+#include <utility>
 
 #include <x264.h>
 
@@ -63,6 +66,8 @@ void chooseAnalysis(x264_param_t& parameters)
     parameters.analyse.b_mb_info = 1;
     parameters.i_scenecut_threshold = 0;
     parameters.i_bframe = 0;
+    parameters.i_bframe_adaptive = X264_B_ADAPT_NONE;
+    parameters.i_bframe_pyramid = X264_B_PYRAMID_NONE;
     parameters.i_sync_lookahead = 0;
 }
 
@@ -81,6 +86,7 @@ void chooseTools(x264_param_t& parameters, CodingTools tools, bool hasTime)
         parameters.b_cabac = 1;
         parameters.analyse.i_subpel_refine = 1;
         parameters.analyse.i_me_method = X264_ME_DIA; // wider searches bring nothing here
+        parameters.i_bframe = 1;
     }
 }
 
@@ -132,7 +138,7 @@ std::unique_ptr<X264PictureCoder> X264PictureCoder::make(
     x264_t* opened = x264_encoder_open(&parameters);
     if (!opened)
         return nullptr;
-    std::unique_ptr<X264PictureCoder> encoder(new X264PictureCoder(opened));
+    std::unique_ptr<X264PictureCoder> encoder(new X264PictureCoder(opened, tools));
     if (!encoder->readParameterSets())
         return nullptr;
     return encoder;
@@ -144,8 +150,9 @@ bool X264PictureCoder::hasTimeToBeThorough(const VideoEncodingSettings& settings
     return pixelsPerSecond(settings) <= thoroughPixelsPerSecondOfOneCore * cores;
 }
 
-X264PictureCoder::X264PictureCoder(x264_t* encoder)
+X264PictureCoder::X264PictureCoder(x264_t* encoder, CodingTools tools)
     : encoder_(encoder)
+    , tools_(tools)
 {
 }
 
@@ -172,36 +179,90 @@ bool X264PictureCoder::readParameterSets()
     return parameterSets_.sequence.size() >= 4 && !parameterSets_.picture.empty();
 }
 
-EncodedPicture X264PictureCoder::encode(
-    I420Picture& picture, std::int64_t time, PictureKind kind, int quantizer)
+std::vector<EncodedPicture> X264PictureCoder::encode(I420Picture& picture, const Coding& coding)
 {
     x264_picture_t input;
     x264_picture_init(&input);
-    input.i_type = kind == PictureKind::keyframe ? X264_TYPE_IDR : X264_TYPE_AUTO;
-    input.i_pts = time;
-    input.i_qpplus1 = quantizer + 1;
+    input.i_type = coding.kind == PictureKind::keyframe ? X264_TYPE_IDR
+        : coding.isBetween                              ? X264_TYPE_B
+                                                        : X264_TYPE_P;
+    input.i_pts = coding.time;
+    input.i_qpplus1 = coding.quantizer + 1;
     input.img.i_csp = X264_CSP_I420;
     input.img.i_plane = 3;
     for (int index = 0; index < 3; ++index) {
         input.img.plane[index] = picture.plane(index);
         input.img.i_stride[index] = picture.stride(index);
     }
-    static_assert(X264_MBINFO_CONSTANT == 1, "the picture marks unchanged macroblocks with this value");
-    input.prop.mb_info = picture.unchangedMacroblocks().data();
+    giveMarks(input, picture.unchangedMacroblocks(), coding);
+    std::vector<EncodedPicture> pictures = run(&input);
+    timeBetween_ = coding.isBetween ? std::optional(coding.time) : std::nullopt;
+    return pictures;
+}
 
+std::vector<EncodedPicture> X264PictureCoder::finish()
+{
+    std::vector<EncodedPicture> pictures;
+    while (x264_encoder_delayed_frames(encoder_) > 0) {
+        for (EncodedPicture& picture : run(nullptr))
+            pictures.push_back(std::move(picture));
+    }
+    return pictures;
+}
+
+// A picture is predicted from the one before that is not in between, so its marks count for both of them.
+void X264PictureCoder::giveMarks(
+    x264_picture_t& input, const std::vector<std::uint8_t>& unchanged, const Coding& coding)
+{
+    static_assert(X264_MBINFO_CONSTANT == 1, "the picture marks unchanged macroblocks with this value");
+    if (coding.isBetween) {
+        unchangedBefore_ = unchanged;
+        return;
+    }
+    auto* marks = static_cast<std::uint8_t*>(std::malloc(unchanged.size()));
+    if (!marks)
+        throw std::bad_alloc();
+    std::copy(unchanged.begin(), unchanged.end(), marks);
+    for (std::size_t index = 0; index < unchangedBefore_.size(); ++index)
+        marks[index] &= unchangedBefore_[index];
+    unchangedBefore_.clear();
+    input.prop.mb_info = marks; // looked at later, and freed by x264
+    input.prop.mb_info_free = std::free;
+}
+
+// Null lets out what waits.
+std::vector<EncodedPicture> X264PictureCoder::run(x264_picture_t* input)
+{
     x264_picture_t output;
     x264_nal_t* units = nullptr;
     int unitCount = 0;
-    const int size = x264_encoder_encode(encoder_, &units, &unitCount, &input, &output);
-    if (size <= 0)
+    const int size = x264_encoder_encode(encoder_, &units, &unitCount, input, &output);
+    const bool mayWait = input && tools_ == CodingTools::thorough;
+    if (size < 0 || (size == 0 && !mayWait))
         throw PlatformError("x264", size, "The H.264 encoder failed.");
+    if (size == 0)
+        return {};
     EncodedPicture encoded;
     // x264 lays the units of one picture out one behind the other.
     const auto bytes = std::as_bytes(std::span(units[0].p_payload, static_cast<std::size_t>(size)));
     encoded.data.assign(bytes.begin(), bytes.end());
     encoded.time = output.i_pts;
+    encoded.decodeTime = lastDecodeTime_ = decodeTimeOf(output.i_pts);
     encoded.isKeyframe = output.b_keyframe != 0;
-    return encoded;
+    return {std::move(encoded)};
+}
+
+// Pictures are decoded when they are shown, but what is shown after one in between is needed for it: half way
+// between the picture decoded before and the one in between, which is never too late and leaves no time that
+// is negative.
+std::int64_t X264PictureCoder::decodeTimeOf(std::int64_t time)
+{
+    if (!timeBetween_ || time < *timeBetween_)
+        return time;
+    if (time > *timeBetween_)
+        return lastDecodeTime_ + (*timeBetween_ - lastDecodeTime_) / 2;
+    timeBetween_.reset();
+    return time;
 }
 
 } // namespace glimto

@@ -2,20 +2,26 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "Backends/X264/I420Picture.h"
 #include "Platform/VideoEncoder.h"
 
+struct x264_picture_t;
 struct x264_t;
 
 namespace glimto {
 
 // Quick tools find motion by whole pixels, which is all that windows and pages have; what zooms, turns and
-// films need is found by thorough ones, at half as much time again.
+// films need is found by thorough ones, at half as much time again. Thorough ones also predict a picture from
+// the one after it, which therefore has to be known first.
 enum class CodingTools { quick, thorough };
 
-// H.264 High profile by x264: one picture in, the same picture out. The caller chooses the quantizers.
+// H.264 High profile by x264. The caller chooses the quantizers and which pictures are predicted from both
+// sides.
+//
+// With quick tools each picture comes out at once, with thorough ones a picture later.
 //
 // x264 is used directly because it alone takes hints about macroblocks that did not change, which saves a
 // quarter of the time on a desktop where little moves.
@@ -40,16 +46,35 @@ public:
     };
     const ParameterSets& parameterSets() const { return parameterSets_; }
 
-    // One access unit as ISO/IEC 14496-15 stores it: NAL units behind 4-byte lengths. `time` must rise.
-    // Throws PlatformError when x264 fails.
-    EncodedPicture encode(I420Picture& picture, std::int64_t time, PictureKind kind, int quantizer);
+    struct Coding {
+        std::int64_t time = 0; // rises, by 2 at least where a picture is in between
+        PictureKind kind = PictureKind::predicted;
+        // Predicted from the next picture too, and nothing is predicted from it; with thorough tools only,
+        // never twice in a row. Where no next one comes, or a keyframe, it becomes one like the others.
+        bool isBetween = false;
+        int quantizer = 0;
+    };
+
+    // What comes out: access units as ISO/IEC 14496-15 stores them, NAL units behind 4-byte lengths. At most
+    // one when a picture goes in. Throws PlatformError when x264 fails.
+    std::vector<EncodedPicture> encode(I420Picture& picture, const Coding& coding);
+
+    // What has not come out yet. No picture follows.
+    std::vector<EncodedPicture> finish();
 
 private:
-    explicit X264PictureCoder(x264_t* encoder);
+    X264PictureCoder(x264_t* encoder, CodingTools tools);
     bool readParameterSets();
+    void giveMarks(x264_picture_t& input, const std::vector<std::uint8_t>& unchanged, const Coding& coding);
+    std::vector<EncodedPicture> run(x264_picture_t* input);
+    std::int64_t decodeTimeOf(std::int64_t time);
 
     x264_t* encoder_;
+    const CodingTools tools_;
     ParameterSets parameterSets_;
+    std::optional<std::int64_t> timeBetween_; // of the picture that waits for the next one
+    std::int64_t lastDecodeTime_ = 0;
+    std::vector<std::uint8_t> unchangedBefore_; // marks of that picture
 };
 
 } // namespace glimto

@@ -1,6 +1,7 @@
 #include "Backends/X264/X264VideoEncoder.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "Backends/X264/PictureDetail.h"
@@ -17,11 +18,13 @@ constexpr int coarseInMotion = 22;
 // A scene that begins coarser than this is worth them at once, whether it will move or not.
 constexpr int coarseBeginning = 27;
 
-// With thorough tools one picture in four is finer than the average and the others are coarser: those after
-// it are predicted from it, and what moves looks better for the same bits.
-constexpr int cycleLength = 4;
-constexpr int finerInCycle = 2;
-constexpr int coarserInCycle = 1;
+// A picture in between may be coarser than those that others are predicted from.
+constexpr int coarserInBetween = 2;
+constexpr int finerBesides = 1;
+
+// With thorough tools a picture waits for the next one. Where none comes because nothing changes, it is let
+// out after so many frames: a film shows every fourth or fifth picture twice, which is no rest.
+constexpr int framesOfRest = 2;
 
 // Smaller changes are not worth a keyframe.
 constexpr double largeShare = 0.6;
@@ -85,43 +88,123 @@ X264VideoEncoder::X264VideoEncoder(const VideoEncodingSettings& settings, std::i
 {
 }
 
-EncodedPicture X264VideoEncoder::encode(
+std::vector<EncodedPicture> X264VideoEncoder::encode(
     const FramePicture& picture, std::span<const PixelRect> changedRects, std::int64_t time, PictureKind kind)
 {
     picture_.update(picture.pixels(), changedRects);
+    unchangedFrames_ = 0;
     return encodePicture(time, kind, picture_.changedMacroblockCount());
 }
 
-EncodedPicture X264VideoEncoder::repeat(std::int64_t time, PictureKind kind)
+std::vector<EncodedPicture> X264VideoEncoder::repeat(std::int64_t time, PictureKind kind)
 {
     picture_.markAllUnchanged();
     return encodePicture(time, kind, 0);
 }
 
-std::optional<EncodedPicture> X264VideoEncoder::refine(std::int64_t time)
+std::optional<std::vector<EncodedPicture>> X264VideoEncoder::refine(std::int64_t time)
 {
-    if (lastQuantizer_ <= RateController::finestQuantizer)
+    ++unchangedFrames_;
+    const bool isWaiting = !given_.empty() && !given_.back().isRefinement;
+    const bool isDue
+        = isWaiting && (unchangedFrames_ >= framesOfRest || given_.back().plan.kind == PictureKind::keyframe);
+    if (isWaiting && !isDue)
         return std::nullopt;
-    const int finer = rate_.refinedQuantizer(lastQuantizer_, detailOf(picture_));
-    if (finer >= lastQuantizer_)
+    const int finer = lastQuantizer_ <= RateController::finestQuantizer
+        ? lastQuantizer_
+        : rate_.refinedQuantizer(lastQuantizer_, detailOf(picture_));
+    if (finer >= lastQuantizer_ && !isDue)
         return std::nullopt;
     picture_.markAllUnchanged();
-    EncodedPicture encoded = coder_->encode(picture_, time, PictureKind::predicted, finer);
-    rate_.pictureRefined(secondsSinceLast(time), static_cast<std::int64_t>(encoded.data.size()) * 8);
-    lastTime_ = time;
-    lastQuantizer_ = finer;
-    return encoded;
+    lastQuantizer_ = std::min(finer, lastQuantizer_);
+    std::vector<EncodedPicture> pictures;
+    give(pictures,
+        {.time = time,
+            .seconds = secondsSinceLast(time),
+            .plan = {.quantizer = lastQuantizer_},
+            .isRefinement = true});
+    return pictures;
 }
 
-EncodedPicture X264VideoEncoder::encodePicture(std::int64_t time, PictureKind kind, int changedMacroblocks)
+std::vector<EncodedPicture> X264VideoEncoder::finish()
 {
-    int quantizer = chooseQuantizer(time, kind, changedMacroblocks);
-    if (takeOver(wantedTools(kind, quantizer)) && kind == PictureKind::predicted) {
-        kind = PictureKind::keyframe; // the first one of a coder
-        lastTime_ = time;
-        quantizer = chooseQuantizer(time, kind, changedMacroblocks);
+    std::vector<EncodedPicture> pictures = coder_->finish();
+    learn(pictures);
+    return pictures;
+}
+
+std::vector<EncodedPicture> X264VideoEncoder::encodePicture(
+    std::int64_t time, PictureKind kind, int changedMacroblocks)
+{
+    std::vector<EncodedPicture> pictures;
+    RateController::Plan planned = plan(time, kind, changedMacroblocks);
+    const CodingTools wanted = wantedTools(planned);
+    if (wanted != tools_) {
+        pictures = takeOver(wanted);
+        if (kind == PictureKind::predicted) {
+            lastTime_ = time;
+            planned = plan(time, PictureKind::keyframe, changedMacroblocks); // the first one of a coder
+        }
     }
-    return encodeWith(quantizer, time, kind);
+    lastQuantizer_ = planned.quantizer;
+    give(pictures, {.time = time, .plan = planned, .isBetween = isBetween(time, planned)});
+    return pictures;
+}
+
+void X264VideoEncoder::give(std::vector<EncodedPicture>& pictures, const Given& given)
+{
+    given_.push_back(given);
+    lastTime_ = given.time;
+    std::vector<EncodedPicture> made = coder_->encode(picture_,
+        {.time = given.time,
+            .kind = given.plan.kind,
+            .isBetween = given.isBetween,
+            .quantizer = quantizerOf(given)});
+    learn(made);
+    std::move(made.begin(), made.end(), std::back_inserter(pictures));
+}
+
+bool X264VideoEncoder::isBetween(std::int64_t time, const RateController::Plan& plan) const
+{
+    constexpr std::int64_t leastTicks = 2; // one for each of the two that are decoded until then
+    return tools_ == CodingTools::thorough && plan.kind == PictureKind::predicted && !plan.isNewScene
+        && !given_.empty() && !given_.back().isBetween && time - *lastTime_ >= leastTicks;
+}
+
+// Rate control knows of the average only.
+int X264VideoEncoder::quantizerOf(const Given& given) const
+{
+    const bool alternates = tools_ == CodingTools::thorough && given.plan.kind == PictureKind::predicted
+        && !given.isRefinement && !given.plan.isNewScene;
+    const int step = !alternates ? 0 : given.isBetween ? coarserInBetween : -finerBesides;
+    return std::clamp(
+        given.plan.quantizer + step, RateController::finestQuantizer, RateController::coarsestQuantizer);
+}
+
+void X264VideoEncoder::learn(const std::vector<EncodedPicture>& pictures)
+{
+    for (const EncodedPicture& picture : pictures) {
+        const auto bits = static_cast<std::int64_t>(picture.data.size()) * 8;
+        if (given_.front().time != picture.time) {
+            bitsAhead_ = bits; // the one in between comes next
+            continue;
+        }
+        // One of the two is cheap because the other one is not.
+        const int count = bitsAhead_ > 0 ? 2 : 1;
+        for (int index = 0; index < count; ++index) {
+            learn(given_.front(), (bits + bitsAhead_) / count);
+            given_.pop_front();
+        }
+        bitsAhead_ = 0;
+    }
+}
+
+void X264VideoEncoder::learn(const Given& given, std::int64_t bits)
+{
+    if (given.isRefinement)
+        rate_.pictureRefined(given.seconds, bits);
+    else
+        rate_.pictureEncoded(given.plan, bits);
 }
 
 double X264VideoEncoder::secondsSinceLast(std::int64_t time) const
@@ -129,60 +212,40 @@ double X264VideoEncoder::secondsSinceLast(std::int64_t time) const
     return lastTime_ ? static_cast<double>(time - *lastTime_) / timescale_ : 0;
 }
 
-int X264VideoEncoder::chooseQuantizer(std::int64_t time, PictureKind kind, int changedMacroblocks)
+RateController::Plan X264VideoEncoder::plan(std::int64_t time, PictureKind kind, int changedMacroblocks)
 {
-    return rate_.chooseQuantizer({.kind = kind,
+    return rate_.plan({.kind = kind,
         .changedMacroblocks = changedMacroblocks,
         .seconds = secondsSinceLast(time),
         .detail = rate_.needsDetail(kind, changedMacroblocks) ? detailOf(picture_) : 0});
 }
 
-EncodedPicture X264VideoEncoder::encodeWith(int quantizer, std::int64_t time, PictureKind kind)
-{
-    // Rate control knows of the average only.
-    EncodedPicture encoded = coder_->encode(picture_, time, kind, quantizer + stepInCycle(kind, quantizer));
-    rate_.pictureEncoded(kind, quantizer, static_cast<std::int64_t>(encoded.data.size()) * 8);
-    lastTime_ = time;
-    lastQuantizer_ = quantizer;
-    return encoded;
-}
-
-int X264VideoEncoder::stepInCycle(PictureKind kind, int quantizer)
-{
-    positionInCycle_ = kind == PictureKind::keyframe ? 0 : (positionInCycle_ + 1) % cycleLength;
-    if (tools_ == CodingTools::quick || kind == PictureKind::keyframe || rate_.isNewScene())
-        return 0;
-    const int step = positionInCycle_ == 0 ? -finerInCycle : coarserInCycle;
-    return std::clamp(quantizer + step, RateController::finestQuantizer, RateController::coarsestQuantizer)
-        - quantizer;
-}
-
-CodingTools X264VideoEncoder::wantedTools(PictureKind kind, int quantizer) const
+CodingTools X264VideoEncoder::wantedTools(const RateController::Plan& plan) const
 {
     if (!X264PictureCoder::hasTimeToBeThorough(settings_))
         return CodingTools::quick;
     if (tools_ == CodingTools::thorough) {
         const bool isAtRest
             = rate_.usualChangedShare() <= smallShare || picture_.changedMacroblockCount() == 0;
-        return kind == PictureKind::keyframe && lastTime_ && isAtRest ? CodingTools::quick : tools_;
+        return plan.kind == PictureKind::keyframe && lastTime_ && isAtRest ? CodingTools::quick : tools_;
     }
     const bool suffers = rate_.usualQuantizer() >= coarseInMotion && rate_.usualChangedShare() > smallShare;
     const bool isLarge = picture_.changedMacroblockCount() > largeShare * picture_.macroblockCount();
-    const bool isBeginning = !lastTime_ || (rate_.isNewScene() && isLarge);
-    return suffers || (isBeginning && quantizer >= coarseBeginning) ? CodingTools::thorough : tools_;
+    const bool isBeginning = !lastTime_ || (plan.isNewScene && isLarge);
+    return suffers || (isBeginning && plan.quantizer >= coarseBeginning) ? CodingTools::thorough : tools_;
 }
 
-// Whether another coder is in charge now; its first picture is a keyframe.
-bool X264VideoEncoder::takeOver(CodingTools tools)
+// Another coder is in charge from now on; its first picture is a keyframe. What the old one still had comes
+// out.
+std::vector<EncodedPicture> X264VideoEncoder::takeOver(CodingTools tools)
 {
-    if (tools == tools_)
-        return false;
+    std::vector<EncodedPicture> pictures = finish();
     coder_.reset(); // first: two of them would need twice the memory
     coder_ = X264PictureCoder::make(settings_, timescale_, tools);
     if (!coder_)
         throw PlatformError("x264", 0, "The H.264 encoder could not be made.");
     tools_ = tools;
-    return true;
+    return pictures;
 }
 
 std::unique_ptr<VideoEncoder> X264VideoEncoderFactory::makeEncoder(
