@@ -34,6 +34,18 @@ class PortalFrontTests(PortalCase):
         self.assertEqual(pictures.read_png(self.shot), pattern(320, 240))
         self.assertEqual((portal.count("asked"), portal.count("restored")), (1, 1))
 
+    def test_token_that_the_portal_does_not_take_leads_to_a_question(self):
+        self.tokens.parent.mkdir(parents=True)
+        for token in ("nonsense", "01234567-89ab-cdef-0123-456789abcdef"):
+            self.tokens.write_text(json.dumps({"display 1": token}))
+            portal = self.start_portal(answer="ask")
+            recording = self.start_recording("-d", "1", "-w")
+            portal.wait_for("asked")
+            portal.tell("grant")
+            self.assertEqual(recording.finish().status, 0, recording.output.errors)
+            self.assertNotEqual(json.loads(self.tokens.read_text())["display 1"], token)
+            portal.end()
+
     def test_no_of_the_user_and_the_end_of_the_sharing_come_through(self):
         portal = self.start_portal(size="320x240", answer="ask")
         recording = self.start_recording("-d", "600")

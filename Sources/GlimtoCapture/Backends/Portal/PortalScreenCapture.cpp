@@ -25,6 +25,18 @@ std::uint32_t framesPerSecond(const MediaTime& interval)
         std::clamp(std::ceil(1 / interval.seconds() - 0.001), 1.0, mostFramesPerSecond));
 }
 
+bool wasDeclined(const PlatformError& error)
+{
+    return error.domain() == captureStreamErrorDomain && error.code() == captureDeclinedErrorCode;
+}
+
+bool isRefusal(const PlatformError& error)
+{
+    return wasDeclined(error)
+        || (error.domain() == portalErrorDomain
+            && error.code() == static_cast<std::int64_t>(PortalFailure::badAnswer));
+}
+
 class PortalCaptureOpening final : public CaptureOpening {
 public:
     PortalCaptureOpening(
@@ -40,7 +52,21 @@ public:
     {
         const auto consumers = std::make_shared<WakeUp>();
         auto share = std::make_unique<PortalShare>(opening_, consumers);
-        const auto grant = ask(*share);
+        const std::string token = tokens_.token(purpose());
+        ScreenCastSession::Grant grant;
+        try {
+            grant = ask(*share, token);
+        } catch (const PlatformError& error) {
+            if (token.empty() || !isRefusal(error))
+                throw;
+            // The token may have been the cause: a portal that has forgotten it, or never gave it.
+            tokens_.keep(purpose(), {});
+            if (wasDeclined(error))
+                throw;
+            share = std::make_unique<PortalShare>(opening_, consumers);
+            grant = ask(*share, {});
+        }
+        tokens_.keep(purpose(), grant.restoreToken);
         share->beginStream(grant, framesPerSecond(request_.configuration.minimumFrameInterval));
 
         const auto* arrived = share->screen().arrived();
@@ -49,7 +75,7 @@ public:
             arrived ? arrived->part.height : format.height);
         OpenedCapture opened;
         opened.facts = cut.facts;
-        opened.hidesApplications = std::holds_alternative<WindowContentFilter>(request_.filter.content);
+        opened.hidesApplications = !isDisplay();
         opened.obeysCursorWish
             = request_.configuration.showsCursor == (grant.cursorMode == PortalCursorMode::embedded);
         pointer_->setIsTold(grant.cursorMode == PortalCursorMode::metadata);
@@ -62,28 +88,22 @@ public:
     void giveUp() noexcept override { opening_->end(); }
 
 private:
-    ScreenCastSession::Grant ask(PortalShare& share)
+    bool isDisplay() const { return std::holds_alternative<DisplayContentFilter>(request_.filter.content); }
+
+    // What the user's choice is remembered for.
+    std::string purpose() const
     {
-        const auto* display = std::get_if<DisplayContentFilter>(&request_.filter.content);
-        const auto* window = std::get_if<WindowContentFilter>(&request_.filter.content);
-        const std::string purpose = display ? "display " + std::to_string(display->display.displayID)
-                                            : "window " + std::to_string(window->window.windowID);
-        const std::string token = tokens_.token(purpose);
-        try {
-            auto grant
-                = share.open({.sourceKind = display ? PortalSourceKind::monitor : PortalSourceKind::window,
-                    .showsCursor = request_.configuration.showsCursor,
-                    .restoreToken = token});
-            tokens_.keep(purpose, grant.restoreToken);
-            return grant;
-        } catch (const PlatformError& error) {
-            // What was refused with it will not be granted for it.
-            const bool isRefused = error.domain() == captureStreamErrorDomain
-                || error.code() == static_cast<std::int64_t>(PortalFailure::badAnswer);
-            if (!token.empty() && isRefused)
-                tokens_.keep(purpose, {});
-            throw;
-        }
+        if (const auto* display = std::get_if<DisplayContentFilter>(&request_.filter.content))
+            return "display " + std::to_string(display->display.displayID);
+        return "window "
+            + std::to_string(std::get<WindowContentFilter>(request_.filter.content).window.windowID);
+    }
+
+    ScreenCastSession::Grant ask(PortalShare& share, const std::string& token) const
+    {
+        return share.open({.sourceKind = isDisplay() ? PortalSourceKind::monitor : PortalSourceKind::window,
+            .showsCursor = request_.configuration.showsCursor,
+            .restoreToken = token});
     }
 
     CaptureRequest request_;
