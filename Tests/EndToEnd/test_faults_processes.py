@@ -238,6 +238,25 @@ class DescriptorTests(EndToEndCase):
 
 
 class MemoryTests(EndToEndCase):
+    def test_memory_that_ends_in_the_middle_ends_in_a_take_or_an_error(self):
+        self.start_screen()
+        self.start_painter().open("320x240+0+0", override=True).run_clock(20)
+        for kind in (resource.RLIMIT_AS, resource.RLIMIT_DATA):
+            with self.subTest(kind):
+                recording = self.start_recording("-d", "3", "--segment-duration", "0.3", "--overwrite", "--record-events")
+                wait_until(lambda: recording.line_with(STATUS + "recording") and "segment_001.m4s" in self.segments(),
+                           "the second segment")
+                _, most = resource.prlimit(recording.pid, kind)
+                resource.prlimit(recording.pid, kind, (1 << 20, most))
+                output = recording.finish(limit=40)
+                if output.status == 0:
+                    self.verify_contract()
+                else:
+                    self.assertEqual(output.status, 1, output.errors)
+                    self.assertTrue(output.error_lines[-1].startswith("error: "), output.errors)
+                    self.assertGreater(media.frame_times(self.joined())[-1], 0.3)
+                    self.assert_leaves_no_temporary_file()
+
     def test_a_start_with_any_amount_of_memory_ends_in_a_take_or_an_error(self):
         self.start_screen()
         for megabytes in (100, 150, 200, 300, 400, 600):
