@@ -94,5 +94,5 @@ function(glimto_add_unit_tests room)
     target_include_directories(${room}Tests PRIVATE ${CMAKE_SOURCE_DIR}/Tests)
     target_link_libraries(${room}Tests PRIVATE Glimto${room} ${TESTS_LIBRARIES} GTest::gmock_main GTest::gmock GTest::gtest)
     gtest_discover_tests(${room}Tests TEST_PREFIX "Unit.${room}."
-        PROPERTIES LABELS unit TIMEOUT 120 ENVIRONMENT "${GLIMTO_TEST_ENVIRONMENT}")
+        PROPERTIES LABELS unit TIMEOUT ${GLIMTO_UNIT_TEST_LIMIT} ENVIRONMENT "${GLIMTO_TEST_ENVIRONMENT}")
 endfunction()
