@@ -26,10 +26,16 @@ install(FILES ${CMAKE_SOURCE_DIR}/packaging/completions/_glimto-capture
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT capture)
 install(FILES ${CMAKE_SOURCE_DIR}/packaging/completions/glimto-capture.fish
     DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT capture)
-install(FILES ${CMAKE_SOURCE_DIR}/README.md ${CMAKE_SOURCE_DIR}/CHANGELOG.md ${CMAKE_SOURCE_DIR}/THIRD-PARTY.md
-    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT capture)
-install(DIRECTORY ${CMAKE_SOURCE_DIR}/Documentation/
-    DESTINATION ${CMAKE_INSTALL_DOCDIR}/Documentation COMPONENT capture)
+# The documents as they stand in the sources, so that their links hold.
+foreach(document IN ITEMS README CHANGELOG THIRD-PARTY CONTRIBUTING)
+    install(FILES ${CMAKE_SOURCE_DIR}/${document}.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT capture)
+endforeach()
+install(FILES ${CMAKE_SOURCE_DIR}/Benchmarks/README.md
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/Benchmarks COMPONENT capture)
+foreach(folder IN ITEMS Documentation Drivers)
+    install(DIRECTORY ${CMAKE_SOURCE_DIR}/${folder}/
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}/${folder} COMPONENT capture PATTERN __pycache__ EXCLUDE)
+endforeach()
 # The checks of a take, as one folder with the program that runs them.
 file(GLOB take_checks CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/scripts/take_*.py)
 install(PROGRAMS ${CMAKE_SOURCE_DIR}/scripts/verify-media-contract.sh

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Backends/Desktop/DesktopWorkspace.h"
@@ -36,10 +37,11 @@ std::vector<std::filesystem::path> moduleDirectories(const ProcessEnvironment& p
 
 int runCommandLine(const std::vector<std::string>& arguments)
 {
-    ProcessStopRequests stopRequests; // first: it remembers who our parent is
+    LinuxProcessEnvironment process;
+    auto progress = ProgressDescriptor::take(process); // before anything is opened
+    ProcessStopRequests stopRequests; // early: it remembers who our parent is
     DescriptorLineOutput standardOutput(1);
     DescriptorLineOutput standardError(2);
-    LinuxProcessEnvironment process;
     const auto windowSystem = chooseWindowSystem(process, moduleDirectories(process), standardError);
     LoadableModule media("glimto-capture-ffmpeg.so", moduleDirectories(process), "The media encoder");
     LoadableModule sound("glimto-capture-sound.so", moduleDirectories(process), "Sound recording");
@@ -66,7 +68,7 @@ int runCommandLine(const std::vector<std::string>& arguments)
     // The encoder takes as long to load as the screen takes to be looked at: side by side.
     if (!arguments.empty() && arguments.front() == "record")
         media.beginLoading();
-    return Driver(services, {standardOutput, standardError}).run(arguments);
+    return Driver(services, {standardOutput, standardError}, std::move(progress)).run(arguments);
 }
 
 } // namespace

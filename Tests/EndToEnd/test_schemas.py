@@ -37,7 +37,7 @@ class SchemaTests(UploadCase):
         self.assertFalse(Draft202012Validator(SCHEMAS[name]).is_valid(document))
 
     def test_schemas_are_schemas(self):
-        self.assertEqual(len(SCHEMAS), 10)
+        self.assertEqual(len(SCHEMAS), 11)
         for schema in SCHEMAS.values():
             Draft202012Validator.check_schema(schema)
 

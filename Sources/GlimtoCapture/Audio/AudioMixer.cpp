@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -40,6 +41,15 @@ void addFrames(std::span<float> mix, const ReadChannels& channels, std::size_t f
     }
 }
 
+float peakOf(const ReadChannels& channels)
+{
+    float peak = 0;
+    for (std::size_t frame = 0; frame < channels.frameCount; ++frame)
+        peak = std::max(
+            {peak, std::abs(sampleAt(channels.left, frame)), std::abs(sampleAt(channels.right, frame))});
+    return peak;
+}
+
 // Encoders refuse what is no number; it is as good as silence.
 void clampSamples(std::span<float> samples)
 {
@@ -52,13 +62,14 @@ void clampSamples(std::span<float> samples)
 } // namespace
 
 AudioMixer::AudioMixer(std::span<const AudioMixerSource> sources, int sampleRate, Output output,
-    AudioConverterFactory& converters, LineOutput& standardOutput)
+    AudioConverterFactory& converters, LineOutput& standardOutput, PeakMeter onPeak)
     : sampleRate_(sampleRate)
     , latencyFrames_(static_cast<std::int64_t>(sampleRate * 0.2))
     , continuityToleranceFrames_(static_cast<std::int64_t>(sampleRate * 0.01))
     , discontinuityFrames_(sampleRate)
     , outputFormat_(mixedFormat(sampleRate))
     , output_(std::move(output))
+    , onPeak_(std::move(onPeak))
     , standardOutput_(standardOutput)
     , timeline_(makeTimeline(sources, converters))
 {
@@ -77,17 +88,22 @@ AudioMixer::Timeline AudioMixer::makeTimeline(
 
 void AudioMixer::append(const AudioBuffer& buffer, AudioMixerSource source, MediaTime hostTime)
 {
+    std::optional<float> peak;
     const auto warning = timeline_.with([&](Timeline& timeline) -> std::optional<std::string> {
         const auto found = timeline.tracks.find(source);
         if (timeline.isFinished || !hostTime.isValid() || !buffer.isReady || found == timeline.tracks.end())
             return std::nullopt;
         const auto channels = found->second.read(buffer);
+        if (onPeak_ && channels)
+            peak = peakOf(*channels);
         if (channels && channels->frameCount > 0)
             place(timeline, found->second, *channels, hostTime.converted(sampleRate_).value);
         return found->second.takeWarning();
     });
     if (warning)
         standardOutput_.writeLine(*warning);
+    if (peak)
+        onPeak_(source, *peak);
     handOut();
 }
 

@@ -43,13 +43,17 @@ public:
     // without any lock of the mixer; must not throw, and must not call the mixer.
     using Output = std::function<void(const AudioBuffer& buffer)>;
 
+    // Hears the largest magnitude of each buffer that could be read, 1 at full scale. Runs on the source's
+    // thread, without any lock of the mixer; must not throw or block.
+    using PeakMeter = std::function<void(AudioMixerSource source, float peak)>;
+
     static constexpr std::size_t mostFramesPerOutput = 1024;
 
     // `sampleRate` in Hz is the timescale of all output times, too. Buffers of a source that is not in
     // `sources` are ignored. Warnings go to `standardOutput`, at most one a source. The references outlive
     // the mixer. Throws CLIError when there is no audio format with this rate.
     AudioMixer(std::span<const AudioMixerSource> sources, int sampleRate, Output output,
-        AudioConverterFactory& converters, LineOutput& standardOutput);
+        AudioConverterFactory& converters, LineOutput& standardOutput, PeakMeter onPeak = nullptr);
 
     // Takes one buffer of a source, whose first frame was heard at `hostTime` on the host clock; the
     // buffer's own presentation time is not looked at. Buffers of one source come in order. Ignored once the
@@ -101,6 +105,7 @@ private:
 
     const AudioFormat outputFormat_;
     const Output output_;
+    const PeakMeter onPeak_; // may be null: nothing is measured then
     LineOutput& standardOutput_;
     Guarded<Timeline> timeline_;
     Outbox handedOut_; // of the thread that hands out

@@ -1,6 +1,7 @@
 #include "CommandLine/Driver.h"
 
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "CommandLine/CLI.h"
@@ -10,6 +11,7 @@
 #include "Content/ScreenCaptureListings.h"
 #include "Lifecycle/GlimtoCaptureLifecycleError.h"
 #include "Lifecycle/ScreenCapturePermissionJSON.h"
+#include "Progress/ProgressReporter.h"
 #include "Stills/ClipboardImageWriter.h"
 #include "Stills/ScreenshotCapturer.h"
 #include "Stills/TextRecognizer.h"
@@ -21,9 +23,10 @@
 
 namespace glimto {
 
-Driver::Driver(PlatformServices& services, Outputs outputs)
+Driver::Driver(PlatformServices& services, Outputs outputs, ProgressDescriptor progress)
     : services_(services)
     , outputs_(outputs)
+    , progress_(std::move(progress))
     , emitter_(outputs.standardOutput)
 {
 }
@@ -80,7 +83,7 @@ void Driver::execute(const Command& command)
     else if (const auto* text = std::get_if<TextRecognitionOptions>(&command))
         recognizeText(*text);
     else if (const auto* recording = std::get_if<RecordOptions>(&command))
-        RecordCommand(services_, outputs_).run(*recording);
+        record(*recording);
     else if (const auto* take = std::get_if<UploadRecordingOptions>(&command))
         upload(*take);
 }
@@ -158,11 +161,31 @@ void Driver::recognizeText(const TextRecognitionOptions& options)
     outputs_.standardOutput.writeDocument(encodeScreenCaptureJSON(toJSON(result)));
 }
 
+std::vector<std::shared_ptr<ProgressSink>> Driver::progressSinks()
+{
+    std::vector<std::shared_ptr<ProgressSink>> sinks;
+    if (!progress_.problem.empty())
+        outputs_.standardError.writeLine("warning: " + progress_.problem + "; no progress is told");
+    if (progress_.descriptor)
+        sinks.push_back(std::make_shared<ProgressChannel>(std::move(progress_.descriptor)));
+    return sinks;
+}
+
+void Driver::record(const RecordOptions& options)
+{
+    const auto figures = std::make_shared<RecordingFigures>();
+    const ProgressReporter reporter(figures, progressSinks());
+    RecordCommand(services_, outputs_, figures).run(options);
+}
+
 void Driver::upload(const UploadRecordingOptions& options)
 {
+    const auto figures = std::make_shared<RecordingFigures>();
+    const ProgressReporter reporter(figures, progressSinks());
+    figures->enter(RecordingPhase::uploading);
     SystemUploadClock clock;
     uploadRecording(options,
-        {services_.http, services_.textPatterns, clock, services_.stopRequests, outputs_},
+        {services_.http, services_.textPatterns, clock, services_.stopRequests, outputs_, figures},
         RecordingUploadJobStore::managedRecordingsRoot(services_.process));
 }
 

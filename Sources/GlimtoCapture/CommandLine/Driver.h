@@ -1,13 +1,16 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "CommandLine/OpenCommand.h"
 #include "Lifecycle/GlimtoCaptureEventEmitter.h"
 #include "Options/Command.h"
 #include "Platform/PlatformServices.h"
+#include "Progress/ProgressChannel.h"
 #include "Stills/ScreenshotMetadataJSON.h"
 #include "Stills/ClipboardImageWriter.h"
 #include "Support/LineOutput.h"
@@ -18,8 +21,9 @@ namespace glimto {
 // prints its results and turns every failure into one line on standard error.
 class Driver {
 public:
-    // The services and outputs outlive the driver.
-    Driver(PlatformServices& services, Outputs outputs);
+    // The services and outputs outlive the driver. `progress` is what the parent process has opened to hear
+    // how far a recording or an upload is.
+    Driver(PlatformServices& services, Outputs outputs, ProgressDescriptor progress = {});
 
     // `arguments` come without the program's name. Returns the exit status: 0 when the command has
     // finished, whatever it warned of, and 1 when it failed; the last line on standard error is then
@@ -42,11 +46,14 @@ private:
     void open(OpenAction action, const std::filesystem::path& path);
     void putOnClipboard(const ClipboardImageOptions& options);
     void recognizeText(const TextRecognitionOptions& options);
+    void record(const RecordOptions& options);
     void upload(const UploadRecordingOptions& options);
+    std::vector<std::shared_ptr<ProgressSink>> progressSinks();
     void warn(const std::string& message);
 
     PlatformServices& services_;
     Outputs outputs_;
+    ProgressDescriptor progress_;
     GlimtoCaptureEventEmitter emitter_;
 };
 

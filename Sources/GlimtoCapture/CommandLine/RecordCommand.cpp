@@ -1,5 +1,7 @@
 #include "CommandLine/RecordCommand.h"
 
+#include <utility>
+
 #include "Artifacts/OutputPlan.h"
 #include "CommandLine/OpenCommand.h"
 #include "Lifecycle/GlimtoCaptureLifecycleError.h"
@@ -27,9 +29,11 @@ std::optional<std::string> ownCode(const std::exception_ptr& error)
 
 } // namespace
 
-RecordCommand::RecordCommand(PlatformServices& services, Outputs outputs)
+RecordCommand::RecordCommand(
+    PlatformServices& services, Outputs outputs, std::shared_ptr<RecordingFigures> figures)
     : services_(services)
     , outputs_(outputs)
+    , figures_(std::move(figures))
     , emitter_(outputs.standardOutput)
 {
 }
@@ -94,7 +98,7 @@ void RecordCommand::recordAndUpload(const RecordOptions& options)
 
     SystemUploadClock clock;
     RecordingUploadRun upload(uploadOptions, job,
-        {services_.http, services_.textPatterns, clock, services_.stopRequests, outputs_});
+        {services_.http, services_.textPatterns, clock, services_.stopRequests, outputs_, figures_});
     try {
         upload.start();
         record(
@@ -104,6 +108,7 @@ void RecordCommand::recordAndUpload(const RecordOptions& options)
         throw;
     }
     isUploading_ = true;
+    figures_->enter(RecordingPhase::uploading);
     emitter_.emitStatus("uploading");
     const auto result = upload.complete();
     reportRecordingUploadCompletion(result, uploadOptions.apiBaseURL, outputs_.standardOutput);
@@ -112,7 +117,9 @@ void RecordCommand::recordAndUpload(const RecordOptions& options)
 void RecordCommand::record(const RecordOptions& options, const std::function<void()>& captureStarted,
     const std::function<void()>& captureFinished)
 {
-    const auto metadata = ScreenSegmentRecorder(services_, outputs_).record(options, captureStarted);
+    ScreenSegmentRecorder recorder(services_, outputs_);
+    recorder.countInto(figures_);
+    const auto metadata = recorder.record(options, captureStarted);
     // What ended the recording does not end the upload of the take.
     services_.stopRequests.acknowledge();
     if (captureFinished)

@@ -3,12 +3,14 @@
 #include <exception>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "Lifecycle/GlimtoCaptureEventEmitter.h"
 #include "Options/RecordOptions.h"
 #include "Platform/PlatformServices.h"
+#include "Progress/RecordingFigures.h"
 #include "Support/LineOutput.h"
 #include "Upload/RecordingUploadJobStore.h"
 
@@ -18,8 +20,9 @@ namespace glimto {
 // its upload. Used once.
 class RecordCommand {
 public:
-    // The services and outputs outlive the process's last command.
-    RecordCommand(PlatformServices& services, Outputs outputs);
+    // The services and outputs outlive the process's last command. `figures` are what the recording counts.
+    RecordCommand(PlatformServices& services, Outputs outputs,
+        std::shared_ptr<RecordingFigures> figures = std::make_shared<RecordingFigures>());
 
     // Throws the failure of whatever failed, after it was told on standard output.
     void run(const RecordOptions& options);
@@ -36,6 +39,7 @@ private:
 
     PlatformServices& services_;
     Outputs outputs_;
+    std::shared_ptr<RecordingFigures> figures_;
     GlimtoCaptureEventEmitter emitter_;
     std::optional<std::string> recordingId_; // as far as it is known
     bool isUploading_ = false; // the take is complete, and only its upload is left

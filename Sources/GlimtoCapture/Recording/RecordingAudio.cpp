@@ -12,6 +12,16 @@ std::vector<AudioMixerSource> recordingAudioSources(const RecordOptions& options
     return sources;
 }
 
+AudioMixer::PeakMeter recordingSoundMeter(const std::shared_ptr<RecordingFigures>& figures)
+{
+    if (!figures->isWatched())
+        return nullptr;
+    return [figures](AudioMixerSource source, float peak) {
+        figures->notePeak(
+            source == AudioMixerSource::system ? SoundSource::system : SoundSource::microphone, peak);
+    };
+}
+
 std::string recordingAudioLine(const RecordOptions& options)
 {
     std::string names;

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "Audio/AudioMixer.h"
 #include "Audio/AudioMixerSource.h"
 #include "Options/RecordOptions.h"
+#include "Progress/RecordingFigures.h"
 
 namespace glimto {
 
@@ -14,6 +17,9 @@ constexpr int recordingAudioChannelCount = 2;
 
 // Where its sound comes from; nothing when no audio is recorded.
 std::vector<AudioMixerSource> recordingAudioSources(const RecordOptions& options);
+
+// Notes how loud each source is, when somebody watches; null otherwise.
+AudioMixer::PeakMeter recordingSoundMeter(const std::shared_ptr<RecordingFigures>& figures);
 
 // What a person is told of it: "Audio: AAC system + microphone, 48000 Hz, 2 channels" or "Audio: none".
 std::string recordingAudioLine(const RecordOptions& options);

@@ -105,6 +105,7 @@ RecordingMetadataJSON ScreenSegmentRecorder::record(
         if (captureStarted)
             captureStarted();
         waitForEnd(options, take, progress);
+        figures_->enter(RecordingPhase::stopping);
         return stopRecording(options, take, limits_, progress);
     } catch (...) {
         take.abandon(!options.includeCursor);
@@ -192,7 +193,8 @@ void ScreenSegmentRecorder::makeWriter(
         .segmentSeconds = options.segmentSeconds,
         .includeAudio = options.includesAudio(),
         .audioSampleRate = recordingAudioSampleRate,
-        .audioChannelCount = recordingAudioChannelCount};
+        .audioChannelCount = recordingAudioChannelCount,
+        .figures = figures_};
     take.writer = std::make_shared<SegmentedMP4Writer>(
         take.plan, settings, services_.assetWriters, outputs_.standardError);
     if (!options.includesAudio())
@@ -200,7 +202,7 @@ void ScreenSegmentRecorder::makeWriter(
     take.audioMixer = std::make_shared<AudioMixer>(
         recordingAudioSources(options), recordingAudioSampleRate,
         [writer = take.writer](const AudioBuffer& buffer) { writer->appendAudioSampleBuffer(buffer); },
-        services_.audioConverters, outputs_.standardOutput);
+        services_.audioConverters, outputs_.standardOutput, recordingSoundMeter(figures_));
     if (microphone)
         take.microphone
             = std::make_unique<MicrophoneCapture>(*microphone, take.audioMixer, services_.audioInputs);
@@ -229,6 +231,7 @@ void ScreenSegmentRecorder::start(const RecordOptions& options, RecordingTake& t
         [&] { take.stream->removeOutputs(); });
     if (take.eventRecorder)
         startEventTrack(*take.eventRecorder);
+    figures_->enter(RecordingPhase::recording);
     progress.recording();
 }
 

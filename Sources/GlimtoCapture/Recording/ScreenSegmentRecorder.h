@@ -1,12 +1,15 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "Artifacts/RecordingMetadataJSON.h"
 #include "Options/RecordOptions.h"
 #include "Platform/PlatformServices.h"
+#include "Progress/RecordingFigures.h"
 #include "Recording/CaptureStart.h"
 #include "Recording/RecordingClock.h"
 #include "Recording/RecordingProgress.h"
@@ -29,6 +32,9 @@ public:
     // With another clock, which outlives this object, and other limits.
     ScreenSegmentRecorder(PlatformServices& services, Outputs outputs, RecordingClock& clock,
         const RecordingStopLimits& limits, const CaptureStartLimits& startLimits = {});
+
+    // What the recording counts goes into `figures`, from the thread that calls record() and others.
+    void countInto(std::shared_ptr<RecordingFigures> figures) { figures_ = std::move(figures); }
 
     // Returns when the take is complete. On a failure of any kind, nothing is captured any more,
     // finished segments stay on the disk, and the failure is thrown as it is. Files of an earlier take that
@@ -59,6 +65,7 @@ private:
     RecordingClock& clock_;
     RecordingStopLimits limits_;
     CaptureStartLimits startLimits_;
+    std::shared_ptr<RecordingFigures> figures_ = std::make_shared<RecordingFigures>();
 };
 
 } // namespace glimto

@@ -30,6 +30,7 @@ struct SegmentTrack::Files {
     std::filesystem::path root;
     std::string keyPrefix; // "segments/video/"
     double segmentSeconds = 0;
+    std::shared_ptr<RecordingFigures> figures;
     Guarded<Outcome> outcome;
 
     // Touched on the queue only.
@@ -72,6 +73,7 @@ struct SegmentTrack::Files {
                 unfinished
                     = std::make_unique<AtomicFile>(FileBelow{root, keyPrefix + segmentFileName(nextIndex)});
             unfinished->write(data);
+            figures->noteBytes(static_cast<std::int64_t>(data.size()));
         });
         // What cannot be completed should not keep a full disk full.
         if (!isWritten)
@@ -100,13 +102,14 @@ struct SegmentTrack::Files {
 };
 
 SegmentTrack::SegmentTrack(const std::filesystem::path& root, const std::string& track, double segmentSeconds,
-    SegmentFileQueue& files)
+    SegmentFileQueue& files, std::shared_ptr<RecordingFigures> figures)
     : queue_(files)
     , files_(std::make_shared<Files>())
 {
     files_->root = root;
     files_->keyPrefix = "segments/" + track + "/";
     files_->segmentSeconds = segmentSeconds;
+    files_->figures = std::move(figures);
 }
 
 SegmentTrack::~SegmentTrack() = default;

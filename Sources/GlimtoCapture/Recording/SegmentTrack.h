@@ -10,6 +10,7 @@
 
 #include "Artifacts/CapturedSegment.h"
 #include "Platform/AssetWriter.h"
+#include "Progress/RecordingFigures.h"
 #include "Recording/SegmentFileQueue.h"
 
 namespace glimto {
@@ -24,9 +25,10 @@ namespace glimto {
 class SegmentTrack final : public AssetWriterDelegate {
 public:
     // `track` is "video" or "audio". A segment whose writer tells no duration counts as
-    // `segmentSeconds` long. `files` must outlive this object.
+    // `segmentSeconds` long. `files` must outlive this object. `figures` counts the bytes of segments.
     SegmentTrack(const std::filesystem::path& root, const std::string& track, double segmentSeconds,
-        SegmentFileQueue& files);
+        SegmentFileQueue& files,
+        std::shared_ptr<RecordingFigures> figures = std::make_shared<RecordingFigures>());
     ~SegmentTrack() override;
 
     void didOutputInitializationSegment(std::span<const std::byte> data) override;

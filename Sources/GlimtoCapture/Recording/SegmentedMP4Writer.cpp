@@ -49,8 +49,9 @@ MediaTime endOf(const std::vector<CapturedSegment>& segments)
 SegmentedMP4Writer::SegmentedMP4Writer(
     const OutputPlan& plan, const Settings& settings, AssetWriterFactory& factory, LineOutput& standardError)
     : standardError_(standardError)
-    , videoTrack_(plan.root, "video", settings.segmentSeconds, files_)
-    , audioTrack_(plan.root, "audio", settings.segmentSeconds, files_)
+    , figures_(settings.figures)
+    , videoTrack_(plan.root, "video", settings.segmentSeconds, files_, figures_)
+    , audioTrack_(plan.root, "audio", settings.segmentSeconds, files_, figures_)
     , videoWriter_(factory.makeVideoWriter(videoEncodingSettings(settings.width, settings.height,
                                                settings.framesPerSecond, settings.segmentSeconds),
           preferredSegmentInterval(settings.segmentSeconds), videoTrack_))
@@ -79,7 +80,7 @@ void SegmentedMP4Writer::appendVideoOnQueue(const VideoFrame& frame)
         return;
     // A frame without a time has no place on the timeline, least of all at its beginning.
     if (!frame.presentationTime.isValid()) {
-        ++state_.appendFailures;
+        noteDropped();
         return;
     }
     if (state_.lifecycle == Lifecycle::initialized && !startSession(frame.presentationTime))
@@ -87,10 +88,18 @@ void SegmentedMP4Writer::appendVideoOnQueue(const VideoFrame& frame)
     VideoFrame retimed = frame;
     retimed.presentationTime = frame.presentationTime - *state_.sessionStartTime;
     fillAudioLag(duration(retimed.presentationTime));
-    if (videoWriter_->isReadyForMoreMediaData() && videoWriter_->append(retimed))
-        ++state_.appendedFrames;
-    else
-        ++state_.appendFailures;
+    if (!videoWriter_->isReadyForMoreMediaData() || !videoWriter_->append(retimed)) {
+        noteDropped();
+        return;
+    }
+    ++state_.appendedFrames;
+    figures_->noteFrame();
+}
+
+void SegmentedMP4Writer::noteDropped()
+{
+    ++state_.appendFailures;
+    figures_->noteDropped();
 }
 
 // Fills half of the lag at once, so that this is seldom done.
@@ -117,7 +126,7 @@ void SegmentedMP4Writer::appendAudioOnQueue(const AudioBuffer& buffer)
     AudioBuffer retimed = buffer;
     retimed.presentationTime = buffer.presentationTime - start;
     if (!audioWriter_->isReadyForMoreMediaData() || !audioWriter_->append(retimed)) {
-        ++state_.appendFailures;
+        noteDropped();
         return;
     }
     state_.appendedAudioSamples += static_cast<std::int64_t>(buffer.frameCount);

@@ -10,6 +10,7 @@
 #include "Artifacts/CapturedSegment.h"
 #include "Artifacts/OutputPlan.h"
 #include "Platform/AssetWriter.h"
+#include "Progress/RecordingFigures.h"
 #include "Recording/SegmentFileQueue.h"
 #include "Recording/SegmentTrack.h"
 #include "Support/LineOutput.h"
@@ -44,6 +45,8 @@ public:
         bool includeAudio = false;
         int audioSampleRate = 0; // Hz
         int audioChannelCount = 0;
+        std::shared_ptr<RecordingFigures> figures
+            = std::make_shared<RecordingFigures>(); // shared with who shows them
     };
 
     // So far the audio track may fall behind the video before the missing sound is taken as silence, so that
@@ -108,6 +111,7 @@ private:
 
     void appendVideoOnQueue(const VideoFrame& frame);
     void appendAudioOnQueue(const AudioBuffer& buffer);
+    void noteDropped();
     void fillAudioLag(std::chrono::nanoseconds videoTime);
     bool startSession(MediaTime firstTime);
     bool startWriter(AssetWriter& writer, const char* track);
@@ -118,6 +122,7 @@ private:
     void requireWholeTake(const State& state);
 
     LineOutput& standardError_;
+    std::shared_ptr<RecordingFigures> figures_;
 
     // Declared in this order because each is used by the next until that is destroyed.
     SegmentFileQueue files_;

@@ -14,6 +14,9 @@ namespace {
 // Any process of the same user reads the environment of any other, as long as that lives.
 constexpr std::string_view secret = "GLIMTO_DESKTOP_ACCESS_KEY=";
 
+// A descriptor that only this process has.
+constexpr std::string_view progress = "GLIMTO_CAPTURE_PROGRESS_FD=";
+
 } // namespace
 
 SpawnSettings::SpawnSettings()
@@ -31,7 +34,8 @@ SpawnSettings::SpawnSettings()
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         ::posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", O_RDWR, 0);
     for (char** variable = environ; variable && *variable; ++variable) {
-        if (!std::string_view(*variable).starts_with(secret))
+        const std::string_view text(*variable);
+        if (!text.starts_with(secret) && !text.starts_with(progress))
             environment_.push_back(*variable);
     }
     environment_.push_back(nullptr);

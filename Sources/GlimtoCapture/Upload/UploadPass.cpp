@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <exception>
+#include <filesystem>
+#include <numeric>
+#include <system_error>
 #include <utility>
+#include <variant>
 
 #include "Support/Errors.h"
 #include "Support/Text.h"
@@ -19,6 +23,16 @@ constexpr std::chrono::seconds urlsAreGoodFor(240);
 // What the answer takes for each key, the key and a long signed URL, and for all of them.
 constexpr std::size_t answerBytesOfKey = 8 << 10;
 constexpr std::size_t mostAnswerBytes = 64 << 20;
+
+// What cannot be told counts as nothing: the transfer says why.
+std::int64_t sizeOf(const UploadArtifact::Body& body)
+{
+    if (const auto* text = std::get_if<std::string>(&body))
+        return static_cast<std::int64_t>(text->size());
+    std::error_code error;
+    const auto size = std::filesystem::file_size(std::get<FileBelow>(body).path(), error);
+    return error ? 0 : static_cast<std::int64_t>(size);
+}
 
 } // namespace
 
@@ -37,6 +51,7 @@ UploadPass::UploadPass(const std::vector<UploadArtifact>& artifacts, const std::
 
 std::size_t UploadPass::run()
 {
+    beginQueue();
     try {
         requestURLs();
         while (next_ < artifacts_.size() && transfers_.countOnTheirWay() < mostAtOnce)
@@ -51,6 +66,21 @@ std::size_t UploadPass::run()
         throw;
     }
     return sent_;
+}
+
+void UploadPass::beginQueue()
+{
+    if (!services_.figures->isWatched())
+        return;
+    for (const auto& artifact : artifacts_)
+        sizes_.push_back(sizeOf(artifact.body));
+    waitingBytes_ = std::accumulate(sizes_.begin(), sizes_.end(), std::int64_t(0));
+    tellQueue();
+}
+
+void UploadPass::tellQueue() const
+{
+    services_.figures->noteUploadWaiting(static_cast<std::int64_t>(artifacts_.size() - sent_), waitingBytes_);
 }
 
 void UploadPass::requestURLs()
@@ -95,6 +125,10 @@ void UploadPass::noteEnd(const TransferGroup::Result& result)
     services_.outputs.standardOutput.writeLine("Uploaded object: " + excerpt(key));
     state_.addUploadedKey(key);
     ++sent_;
+    services_.figures->noteUploadSent();
+    if (!sizes_.empty())
+        waitingBytes_ -= sizes_[result.index];
+    tellQueue();
 }
 
 // An object whose PUT succeeds while the others are being cancelled is there, and is not sent again.

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -32,6 +33,8 @@ public:
     static constexpr std::size_t mostAtOnce = 6;
 
 private:
+    void beginQueue();
+    void tellQueue() const;
     void requestURLs();
     void startNext();
     void noteEnd(const TransferGroup::Result& result);
@@ -47,6 +50,8 @@ private:
     std::chrono::nanoseconds urlsRequestedAt_{};
     std::size_t next_ = 0; // the artifact that is started next
     std::size_t sent_ = 0;
+    std::vector<std::int64_t> sizes_; // in bytes, of the artifacts; empty when nobody watches
+    std::int64_t waitingBytes_ = 0;
     TransferGroup transfers_;
 };
 
