@@ -31,6 +31,8 @@ test=(libgtest-dev libgmock-dev libpng-dev
     fish zsh man-db
     # The drivers, and the schemas of what they read.
     nodejs python3-jsonschema
+    # What a person sees on a terminal.
+    python3-pyte
     tesseract-ocr tesseract-ocr-eng pango1.0-tools fonts-urw-base35
     libbenchmark-dev xdotool xclip openbox xserver-xorg-core xserver-xorg-video-dummy xinput imagemagick
     openssl

@@ -1,6 +1,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -8,12 +9,14 @@
 #include "Backends/Desktop/DesktopWorkspace.h"
 #include "Backends/Desktop/LinuxProcessEnvironment.h"
 #include "Backends/Desktop/ProcessStopRequests.h"
+#include "Backends/Desktop/ProcessTerminal.h"
 #include "Backends/Images/DeflatePNGCodec.h"
 #include "Backends/Images/TurboImageCodec.h"
 #include "CommandLine/AccessKeyArgument.h"
 #include "CommandLine/Driver.h"
 #include "Composition/WindowSystemChoice.h"
 #include "Platform/PlatformServices.h"
+#include "Progress/StatusLine.h"
 #include "Support/DescriptorLineOutput.h"
 #include "Support/LoadableModule.h"
 #include "Support/ProcessWide.h"
@@ -40,8 +43,12 @@ int runCommandLine(const std::vector<std::string>& arguments)
     LinuxProcessEnvironment process;
     auto progress = ProgressDescriptor::take(process); // before anything is opened
     ProcessStopRequests stopRequests; // early: it remembers who our parent is
-    DescriptorLineOutput standardOutput(1);
-    DescriptorLineOutput standardError(2);
+    auto terminal = ProcessTerminal::ofProcess(process);
+    const auto statusLine = terminal ? std::make_shared<StatusLine>(std::move(terminal)) : nullptr;
+    DescriptorLineOutput plainOutput(1);
+    DescriptorLineOutput plainError(2);
+    TerminalLineOutput standardOutput(plainOutput, statusLine);
+    TerminalLineOutput standardError(plainError, statusLine);
     const auto windowSystem = chooseWindowSystem(process, moduleDirectories(process), standardError);
     LoadableModule media("glimto-capture-ffmpeg.so", moduleDirectories(process), "The media encoder");
     LoadableModule sound("glimto-capture-sound.so", moduleDirectories(process), "Sound recording");
@@ -68,7 +75,7 @@ int runCommandLine(const std::vector<std::string>& arguments)
     // The encoder takes as long to load as the screen takes to be looked at: side by side.
     if (!arguments.empty() && arguments.front() == "record")
         media.beginLoading();
-    return Driver(services, {standardOutput, standardError}, std::move(progress)).run(arguments);
+    return Driver(services, {standardOutput, standardError}, std::move(progress), statusLine).run(arguments);
 }
 
 } // namespace

@@ -1,14 +1,17 @@
 #include "CommandLine/Driver.h"
 
 #include <string>
+#include <system_error>
 #include <utility>
 #include <variant>
 
 #include "CommandLine/CLI.h"
+#include "CommandLine/Hints.h"
 #include "CommandLine/RecordCommand.h"
 #include "CommandLine/ScreenCaptureProcessLock.h"
 #include "CommandLine/UsageText.h"
 #include "Content/ScreenCaptureListings.h"
+#include "Content/ScreenCaptureShareableContent.h"
 #include "Lifecycle/GlimtoCaptureLifecycleError.h"
 #include "Lifecycle/ScreenCapturePermissionJSON.h"
 #include "Progress/ProgressReporter.h"
@@ -23,10 +26,12 @@
 
 namespace glimto {
 
-Driver::Driver(PlatformServices& services, Outputs outputs, ProgressDescriptor progress)
+Driver::Driver(PlatformServices& services, Outputs outputs, ProgressDescriptor progress,
+    std::shared_ptr<StatusLine> statusLine)
     : services_(services)
     , outputs_(outputs)
     , progress_(std::move(progress))
+    , statusLine_(std::move(statusLine))
     , emitter_(outputs.standardOutput)
 {
 }
@@ -41,10 +46,13 @@ int Driver::run(std::span<const std::string> arguments)
         services_.stopRequests.passOn();
         return 1;
     } catch (const GlimtoCaptureLifecycleError& error) {
+        giveHints(arguments, error.what());
         printError(error.what(), error.code() == "window_not_found" ? Lines::two : Lines::one);
         return 1;
     } catch (...) {
-        printError(errorFacts(std::current_exception()).message, Lines::one);
+        const auto message = errorFacts(std::current_exception()).message;
+        giveHints(arguments, message);
+        printError(message, Lines::one);
         return 1;
     }
 }
@@ -168,14 +176,63 @@ std::vector<std::shared_ptr<ProgressSink>> Driver::progressSinks()
         outputs_.standardError.writeLine("warning: " + progress_.problem + "; no progress is told");
     if (progress_.descriptor)
         sinks.push_back(std::make_shared<ProgressChannel>(std::move(progress_.descriptor)));
+    if (statusLine_)
+        sinks.push_back(statusLine_);
     return sinks;
 }
 
 void Driver::record(const RecordOptions& options)
 {
+    runRecording(options);
+    if (statusLine_)
+        hint(playHints(options.outputDirectory));
+}
+
+void Driver::runRecording(const RecordOptions& options)
+{
     const auto figures = std::make_shared<RecordingFigures>();
-    const ProgressReporter reporter(figures, progressSinks());
-    RecordCommand(services_, outputs_, figures).run(options);
+    try {
+        const ProgressReporter reporter(figures, progressSinks());
+        RecordCommand(services_, outputs_, figures).run(options);
+    } catch (...) {
+        std::error_code error;
+        if (figures->snapshot().frames > 0
+            && !std::filesystem::exists(options.outputDirectory / "manifest.json", error))
+            hints_ = repairHints(options.outputDirectory);
+        throw;
+    }
+}
+
+// A hint that cannot be had must not hide the error.
+void Driver::giveHints(std::span<const std::string> arguments, const std::string& message) noexcept
+{
+    if (!statusLine_)
+        return;
+    try {
+        hint(hints_);
+        hint(argumentHints(arguments, message));
+        hint(windowHints(message));
+        if (message.starts_with("No display at index "))
+            hint(displayHints());
+    } catch (const std::exception&) {
+        return;
+    }
+}
+
+std::vector<std::string> Driver::displayHints() const
+{
+    std::vector<std::string> hints;
+    const auto content = ScreenCaptureShareableContent(services_.windowSystem.content()).recordingSources();
+    for (const auto& display : content.displays)
+        hints.push_back("--display " + std::to_string(hints.size()) + " is "
+            + std::to_string(display.pixelsWide) + "x" + std::to_string(display.pixelsHigh));
+    return hints;
+}
+
+void Driver::hint(const std::vector<std::string>& hints)
+{
+    for (const auto& text : hints)
+        outputs_.standardError.writeLine("hint: " + text);
 }
 
 void Driver::upload(const UploadRecordingOptions& options)

@@ -11,6 +11,7 @@
 #include "Options/Command.h"
 #include "Platform/PlatformServices.h"
 #include "Progress/ProgressChannel.h"
+#include "Progress/StatusLine.h"
 #include "Stills/ScreenshotMetadataJSON.h"
 #include "Stills/ClipboardImageWriter.h"
 #include "Support/LineOutput.h"
@@ -22,8 +23,10 @@ namespace glimto {
 class Driver {
 public:
     // The services and outputs outlive the driver. `progress` is what the parent process has opened to hear
-    // how far a recording or an upload is.
-    Driver(PlatformServices& services, Outputs outputs, ProgressDescriptor progress = {});
+    // how far a recording or an upload is. Whoever has a `statusLine` is a person at a terminal, which
+    // `outputs` are: hints come before an error and after a take.
+    Driver(PlatformServices& services, Outputs outputs, ProgressDescriptor progress = {},
+        std::shared_ptr<StatusLine> statusLine = nullptr);
 
     // `arguments` come without the program's name. Returns the exit status: 0 when the command has
     // finished, whatever it warned of, and 1 when it failed; the last line on standard error is then
@@ -48,12 +51,18 @@ private:
     void recognizeText(const TextRecognitionOptions& options);
     void record(const RecordOptions& options);
     void upload(const UploadRecordingOptions& options);
+    void runRecording(const RecordOptions& options);
     std::vector<std::shared_ptr<ProgressSink>> progressSinks();
+    void giveHints(std::span<const std::string> arguments, const std::string& message) noexcept;
+    std::vector<std::string> displayHints() const;
+    void hint(const std::vector<std::string>& hints);
     void warn(const std::string& message);
 
     PlatformServices& services_;
     Outputs outputs_;
     ProgressDescriptor progress_;
+    std::shared_ptr<StatusLine> statusLine_; // shared with who draws it; null without a person
+    std::vector<std::string> hints_; // of the command that failed
     GlimtoCaptureEventEmitter emitter_;
 };
 
