@@ -139,7 +139,7 @@ class MinimisedOwnWindowTests(EndToEndCase):
         self.start_window_manager()
         self.start_painter().open("320x240+0+0", BEHIND, window_class="Desk")
         window = self.start_painter().open("100x80+40+40", OWN, window_class="Glimto")
-        window.iconify()
+        self.minimise(window)
         recording = self.start_recording("-d", "1.5", "--no-cursor")
         recording.wait_until_recording()
         time.sleep(0.4)

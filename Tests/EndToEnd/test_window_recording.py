@@ -94,7 +94,7 @@ class WindowRecordingTests(EndToEndCase):
 
     def test_window_minimised_before_the_start_is_seen_once_it_comes_back(self):
         window = self.painter.open("200x100+50+60", "quadrants")
-        window.iconify()
+        self.minimise(window)
         output = self.record_while(window, window.map, seconds="1.5")
         self.assertEqual(output.status, 0)
         self.assertEqual(output.error_lines, [f"Warning: Window {window.id} is not on the screen now. What it shows is "

@@ -8,6 +8,7 @@ import unittest
 from pathlib import Path
 
 from support import media, tool
+from support.processes import wait_until
 from support.screens import DummyXorg, WindowManager, Xvfb
 from support.windows import BINARY, REPOSITORY, Painter
 
@@ -43,6 +44,12 @@ class EndToEndCase(unittest.TestCase):
 
     def start_painter(self):
         return self.started(Painter(self.server))
+
+    def minimise(self, window):
+        """Asks the window manager for it, and waits until that is done."""
+        window.iconify()
+        wait_until(lambda: "window state: Iconic" in self.server.run("xprop", "-id", window.id, "WM_STATE"),
+                   "the minimised window")
 
     def environment(self, **changes):
         """The program's environment; a change to None takes a variable out."""
