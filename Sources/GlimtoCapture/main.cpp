@@ -82,7 +82,8 @@ int runCommandLine(const std::vector<std::string>& arguments)
 
 int main(int argumentCount, char** argumentValues)
 {
-    if (const auto status = runWindowSystemService(argumentCount, argumentValues))
+    const auto directories = [] { return moduleDirectories(LinuxProcessEnvironment()); };
+    if (const auto status = runWindowSystemService(argumentCount, argumentValues, directories))
         return *status;
     openStandardStreams();
     // A reader that goes away must not end a recording.

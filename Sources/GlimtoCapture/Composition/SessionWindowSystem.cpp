@@ -7,8 +7,10 @@
 
 namespace glimto {
 
-SessionWindowSystem::SessionWindowSystem(std::vector<Way> ways, Listener listener)
+SessionWindowSystem::SessionWindowSystem(
+    std::vector<Way> ways, std::unique_ptr<WindowSystem> besides, Listener listener)
     : ways_(std::move(ways))
+    , besides_(std::move(besides))
     , listener_(std::move(listener))
 {
 }
@@ -43,6 +45,32 @@ WindowSystem& SessionWindowSystem::choose() const
     }
     none_ = std::make_unique<UnavailableWindowSystem>(obstacles);
     return *none_;
+}
+
+std::optional<std::string> SessionWindowSystem::FirstPasteboard::setPNG(std::span<const std::byte> data)
+{
+    std::string obstacles;
+    // Whether it is done.
+    const auto attempt = [&](const std::function<WindowSystem&()>& open) {
+        std::string obstacle;
+        try {
+            const auto answer = open().pasteboard().setPNG(data);
+            if (!answer)
+                return true;
+            obstacle = *answer;
+        } catch (const std::exception& error) {
+            obstacle = error.what();
+        }
+        obstacles += (obstacles.empty() ? "" : " ") + obstacle;
+        return false;
+    };
+    for (const Way& way : session_.ways_) {
+        if (attempt(way.open))
+            return std::nullopt;
+    }
+    if (session_.besides_ && attempt([&]() -> WindowSystem& { return *session_.besides_; }))
+        return std::nullopt;
+    return obstacles;
 }
 
 } // namespace glimto

@@ -23,7 +23,9 @@ public:
     // Told which way was taken, and why others were not; one sentence a call.
     using Listener = std::function<void(const std::string& sentence)>;
 
-    SessionWindowSystem(std::vector<Way> ways, Listener listener);
+    // `besides` has a clipboard that the session shares with it, which serves where no way leads to one; may
+    // be null.
+    SessionWindowSystem(std::vector<Way> ways, std::unique_ptr<WindowSystem> besides, Listener listener);
 
     const char* name() const override { return chosen().name(); }
     WindowSystemCapabilities capabilities() const override { return chosen().capabilities(); }
@@ -31,17 +33,32 @@ public:
     ShareableContentProvider& content() override { return chosen().content(); }
     ScreenCapture& capture() override { return chosen().capture(); }
     EventTapFactory& eventTaps() override { return chosen().eventTaps(); }
-    Pasteboard& pasteboard() override { return chosen().pasteboard(); }
+    // That of the first way that has one, whether or not the screen can be captured there.
+    Pasteboard& pasteboard() override { return pasteboard_; }
     StillCapture* stills() override { return chosen().stills(); }
 
 private:
+    class FirstPasteboard final : public Pasteboard {
+    public:
+        explicit FirstPasteboard(const SessionWindowSystem& session)
+            : session_(session)
+        {
+        }
+        std::optional<std::string> setPNG(std::span<const std::byte> data) override;
+
+    private:
+        const SessionWindowSystem& session_;
+    };
+
     WindowSystem& chosen() const;
     WindowSystem& choose() const;
 
     std::vector<Way> ways_;
+    std::unique_ptr<WindowSystem> besides_;
     Listener listener_;
     mutable SerialQueue choosing_{"glimto.capture.window-system", SerialQueue::Thread::none}; // once
     mutable WindowSystem* chosen_ = nullptr;
+    FirstPasteboard pasteboard_{*this};
     mutable std::unique_ptr<WindowSystem> none_; // stands for it where no way is open
 };
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "Backends/Clipboard/PasteboardOwnerProcess.h"
 #include "Composition/SessionWindowSystem.h"
 #include "Composition/UnavailableWindowSystem.h"
 #include "Support/LoadableModule.h"
@@ -27,6 +28,8 @@ constexpr bool hasPortal = true;
 #else
 constexpr bool hasPortal = false;
 #endif
+
+constexpr const char* waylandModule = "glimto-capture-wayland.so";
 
 using ModuleDirectories = std::vector<std::filesystem::path>;
 using Way = SessionWindowSystem::Way;
@@ -95,19 +98,21 @@ std::unique_ptr<WindowSystem> portalOfX11Session(
     return std::make_unique<SessionWindowSystem>(
         std::vector<Way>{
             wayThroughPortal([beside]() -> WindowSystem& { return *beside; }, moduleDirectories)},
-        std::move(listener));
+        nullptr, std::move(listener));
 }
 
 std::unique_ptr<WindowSystem> waylandSession(const std::string& wish,
-    const ModuleDirectories& moduleDirectories, SessionWindowSystem::Listener listener)
+    const ModuleDirectories& moduleDirectories, std::unique_ptr<WindowSystem> besides,
+    SessionWindowSystem::Listener listener)
 {
     std::vector<Way> ways;
     if (hasWayland && wish != "portal")
-        ways.push_back(wayThroughModule("Wayland", "glimto-capture-wayland.so", moduleDirectories));
+        ways.push_back(wayThroughModule("Wayland", waylandModule, moduleDirectories));
     if (hasPortal && wish != "wayland")
         ways.push_back(wayThroughPortal(compositorBesideThePortal(moduleDirectories), moduleDirectories));
     if (!ways.empty())
-        return std::make_unique<SessionWindowSystem>(std::move(ways), std::move(listener));
+        return std::make_unique<SessionWindowSystem>(
+            std::move(ways), std::move(besides), std::move(listener));
     if (!wish.empty())
         return unavailable(
             "This build has no backend for what GLIMTO_WINDOW_SYSTEM names, \"" + wish + "\".");
@@ -115,6 +120,22 @@ std::unique_ptr<WindowSystem> waylandSession(const std::string& wish,
                        "backend. Use an X11 session, or unset WAYLAND_DISPLAY to capture the X display "
                        "that DISPLAY names.");
 }
+
+// Opens the module only once somebody can be told that it is missing.
+class OwnerInModule final : public PasteboardOwner {
+public:
+    explicit OwnerInModule(const ModuleDirectories& moduleDirectories)
+        : module_(waylandModule, moduleDirectories, "The backend for Wayland")
+    {
+    }
+    void offer(std::span<const std::byte> png, const std::function<bool()>& isOffered) override
+    {
+        module_.service<PasteboardOwner>().offer(png, isOffered);
+    }
+
+private:
+    LoadableModule module_;
+};
 
 } // namespace
 
@@ -134,16 +155,23 @@ std::unique_ptr<WindowSystem> chooseWindowSystem(
     };
     if (wish == "portal" && !isSet(process, "WAYLAND_DISPLAY"))
         return portalOfX11Session(moduleDirectories, std::move(listener));
-    return waylandSession(wish, moduleDirectories, std::move(listener));
+    auto besides = isSet(process, "DISPLAY") ? x11() : nullptr;
+    return waylandSession(wish, moduleDirectories, std::move(besides), std::move(listener));
 }
 
 std::optional<int> runWindowSystemService(
-    [[maybe_unused]] int argumentCount, [[maybe_unused]] char** argumentValues)
+    int argumentCount, char** argumentValues, const std::function<ModuleDirectories()>& moduleDirectories)
 {
 #ifdef GLIMTO_HAS_X11
-    if (isPasteboardOwner(argumentCount, argumentValues))
-        return runPasteboardOwner();
+    if (isPasteboardOwner(argumentCount, argumentValues, x11PasteboardOwnerArgument)) {
+        X11PasteboardOwner owner;
+        return runPasteboardOwner(owner);
+    }
 #endif
+    if (isPasteboardOwner(argumentCount, argumentValues, waylandPasteboardOwnerArgument)) {
+        OwnerInModule owner(moduleDirectories());
+        return runPasteboardOwner(owner);
+    }
     return std::nullopt;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -25,7 +26,9 @@ std::unique_ptr<WindowSystem> chooseWindowSystem(const ProcessEnvironment& proce
     const std::vector<std::filesystem::path>& moduleDirectories, LineOutput& diagnostics);
 
 // Some services are kept up by a process of their own, which is this program started once more. Runs such a
-// service and returns the exit status; nothing when this process is none.
-std::optional<int> runWindowSystemService(int argumentCount, char** argumentValues);
+// service and returns the exit status; nothing when this process is none. Only a service asks for the
+// directories.
+std::optional<int> runWindowSystemService(int argumentCount, char** argumentValues,
+    const std::function<std::vector<std::filesystem::path>()>& moduleDirectories);
 
 } // namespace glimto

@@ -27,7 +27,7 @@ protected:
 
     SessionWindowSystem session(std::vector<SessionWindowSystem::Way> ways)
     {
-        return {std::move(ways), [this](const std::string& sentence) { told += sentence + "\n"; }};
+        return {std::move(ways), nullptr, [this](const std::string& sentence) { told += sentence + "\n"; }};
     }
 
     FakeScreenAccess access;

@@ -60,7 +60,9 @@ TEST(WindowSystemChoiceTests, AnOrdinaryStartIsNoService)
     std::string argument = "sources";
     std::array<char*, 3> arguments = {name.data(), argument.data(), nullptr};
 
-    EXPECT_EQ(runWindowSystemService(2, arguments.data()), std::nullopt);
+    EXPECT_EQ(
+        runWindowSystemService(2, arguments.data(), [] { return std::vector<std::filesystem::path>(); }),
+        std::nullopt);
 }
 
 TEST(UnavailableWindowSystemTests, EveryServiceRefusesForTheSameReason)

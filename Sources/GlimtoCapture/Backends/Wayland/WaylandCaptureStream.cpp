@@ -109,7 +109,8 @@ void WaylandCaptureStream::step()
         until = std::min(until, nextRequest_);
     if (source_->waitsForConsumers())
         until = std::min(until, now + lookInterval);
-    connection_->dispatchOnce(clockTime(until), wakeUp_.get());
+    const pollfd wakeUp = {.fd = wakeUp_.get(), .events = POLLIN, .revents = 0};
+    connection_->dispatchOnce(clockTime(until), {&wakeUp, 1});
     receive();
     const std::int64_t after = hostTimeNanoseconds();
     if (hasBegun_ && after >= repeatDue_)

@@ -1,11 +1,10 @@
 #include "Backends/Wayland/WaylandConnection.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
+#include <vector>
 
 #include <fcntl.h>
-#include <poll.h>
 
 #include "Backends/Wayland/WaylandErrors.h"
 #include "Backends/Wayland/WaylandSocket.h"
@@ -25,6 +24,7 @@ constexpr std::uint32_t newestOutput = 4; // tells its name
 constexpr std::uint32_t newestXDGOutput = 3;
 constexpr std::uint32_t newestScreencopy = 3; // tells damage and when all kinds of buffers were named
 constexpr std::uint32_t newestToplevels = 3;
+constexpr std::uint32_t newestDataControl = 2;
 
 template <typename Object>
 Object* bound(wl_registry* registry, std::uint32_t name, const wl_interface& interface, std::uint32_t version)
@@ -55,6 +55,7 @@ WaylandConnection::~WaylandConnection()
 {
     outputs_.clear();
     screencopy_.reset();
+    dataControl_.reset();
     xdgOutputs_.reset();
     seat_.reset();
     shm_.reset();
@@ -109,6 +110,9 @@ void WaylandConnection::didAddGlobal(std::uint32_t name, const std::string& inte
         screencopyVersion_ = std::min(version, newestScreencopy);
         screencopy_.reset(bound<zwlr_screencopy_manager_v1>(
             registry, name, zwlr_screencopy_manager_v1_interface, screencopyVersion_));
+    } else if (interface == zwlr_data_control_manager_v1_interface.name && !dataControl_) {
+        dataControl_.reset(bound<zwlr_data_control_manager_v1>(
+            registry, name, zwlr_data_control_manager_v1_interface, std::min(version, newestDataControl)));
     } else if (interface == zwlr_foreign_toplevel_manager_v1_interface.name) {
         toplevelManagerName_ = name;
         toplevelManagerVersion_ = std::min(version, newestToplevels);
@@ -150,7 +154,7 @@ bool WaylandConnection::dispatchUntil(const std::function<bool()>& isDone, Clock
     return true;
 }
 
-void WaylandConnection::dispatchOnce(Clock::time_point deadline, int wakeUp)
+void WaylandConnection::dispatchOnce(Clock::time_point deadline, std::span<const pollfd> others)
 {
     if (wl_display_prepare_read(display_) != 0) {
         if (wl_display_dispatch_pending(display_) < 0)
@@ -158,8 +162,8 @@ void WaylandConnection::dispatchOnce(Clock::time_point deadline, int wakeUp)
         return;
     }
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    std::array<pollfd, 2> entries = {{{.fd = fileDescriptor(), .events = POLLIN, .revents = 0},
-        {.fd = wakeUp, .events = POLLIN, .revents = 0}}};
+    std::vector<pollfd> entries = {{.fd = fileDescriptor(), .events = POLLIN, .revents = 0}};
+    entries.insert(entries.end(), others.begin(), others.end());
     // What does not fit into the socket now goes with the next call.
     if (wl_display_flush(display_) < 0 && errno == EAGAIN)
         entries[0].events |= POLLOUT;

@@ -4,7 +4,10 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <span>
 #include <string>
+
+#include <poll.h>
 
 #include "Backends/Wayland/WaylandHandles.h"
 #include "Backends/Wayland/WaylandOutput.h"
@@ -35,6 +38,7 @@ public:
     wl_seat* seat() const { return seat_.get(); }
     zwlr_screencopy_manager_v1* screencopy() const { return screencopy_.get(); }
     std::uint32_t screencopyVersion() const { return screencopyVersion_; }
+    zwlr_data_control_manager_v1* dataControl() const { return dataControl_.get(); }
     // Its windows begin to be told when it is bound, so that is done when they are wanted.
     WaylandToplevelManagerHandle bindToplevelManager();
 
@@ -51,9 +55,9 @@ public:
     // Handles events until `isDone` says so or the time is over, and says which. Throws connectionLost.
     bool dispatchUntil(const std::function<bool()>& isDone, Clock::time_point deadline);
 
-    // Handles the events that are there, and those that come until `deadline`, or until `wakeUp` (-1: none)
-    // is readable; returns after the first. Throws connectionLost.
-    void dispatchOnce(Clock::time_point deadline, int wakeUp = -1);
+    // Handles the events that are there, and those that come until `deadline`, or until one of `others` is as
+    // it wishes; returns after the first. Throws connectionLost.
+    void dispatchOnce(Clock::time_point deadline, std::span<const pollfd> others = {});
 
 private:
     explicit WaylandConnection(wl_display* display);
@@ -69,6 +73,7 @@ private:
     WaylandXDGOutputManagerHandle xdgOutputs_;
     WaylandScreencopyManagerHandle screencopy_;
     std::uint32_t screencopyVersion_ = 0;
+    WaylandDataControlHandle dataControl_;
     std::uint32_t toplevelManagerName_ = 0;
     std::uint32_t toplevelManagerVersion_ = 0;
     std::list<std::unique_ptr<WaylandOutput>> outputs_;

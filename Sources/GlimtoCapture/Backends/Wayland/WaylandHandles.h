@@ -30,6 +30,18 @@ struct WaylandDelete {
     {
         zwlr_screencopy_frame_v1_destroy(object);
     }
+    void operator()(zwlr_data_control_manager_v1* object) const noexcept
+    {
+        zwlr_data_control_manager_v1_destroy(object);
+    }
+    void operator()(zwlr_data_control_source_v1* object) const noexcept
+    {
+        zwlr_data_control_source_v1_destroy(object);
+    }
+    void operator()(zwlr_data_control_device_v1* object) const noexcept
+    {
+        zwlr_data_control_device_v1_destroy(object);
+    }
     void operator()(zwlr_foreign_toplevel_manager_v1* object) const noexcept
     {
         zwlr_foreign_toplevel_manager_v1_destroy(object);
@@ -51,6 +63,9 @@ using WaylandXDGOutputHandle = std::unique_ptr<zxdg_output_v1, WaylandDelete>;
 using WaylandXDGOutputManagerHandle = std::unique_ptr<zxdg_output_manager_v1, WaylandDelete>;
 using WaylandScreencopyManagerHandle = std::unique_ptr<zwlr_screencopy_manager_v1, WaylandDelete>;
 using WaylandScreencopyFrameHandle = std::unique_ptr<zwlr_screencopy_frame_v1, WaylandDelete>;
+using WaylandDataControlHandle = std::unique_ptr<zwlr_data_control_manager_v1, WaylandDelete>;
+using WaylandDataSourceHandle = std::unique_ptr<zwlr_data_control_source_v1, WaylandDelete>;
+using WaylandDataDeviceHandle = std::unique_ptr<zwlr_data_control_device_v1, WaylandDelete>;
 using WaylandToplevelManagerHandle = std::unique_ptr<zwlr_foreign_toplevel_manager_v1, WaylandDelete>;
 using WaylandToplevelHandle = std::unique_ptr<zwlr_foreign_toplevel_handle_v1, WaylandDelete>;
 

@@ -2,7 +2,6 @@
 
 #include "Platform/CaptureOpening.h"
 #include "Platform/EventTap.h"
-#include "Platform/Pasteboard.h"
 #include "Platform/ScreenAccess.h"
 #include "Platform/ShareableContent.h"
 
@@ -34,15 +33,6 @@ public:
 class WaylandEventTaps final : public EventTapFactory {
 public:
     std::unique_ptr<EventTap> makeListenOnlyTap(std::uint64_t) override { return nullptr; }
-};
-
-// There is no clipboard for a program without a window yet.
-class WaylandPasteboard final : public Pasteboard {
-public:
-    std::optional<std::string> setPNG(std::span<const std::byte>) override
-    {
-        return "The clipboard of a Wayland session cannot be written by this version.";
-    }
 };
 
 } // namespace glimto

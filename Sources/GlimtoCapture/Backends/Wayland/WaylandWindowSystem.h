@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Backends/Wayland/WaylandPasteboard.h"
 #include "Backends/Wayland/WaylandServices.h"
 #include "Platform/WindowSystem.h"
 

@@ -4,5 +4,6 @@
 extern "C" [[gnu::visibility("default")]] const glimto::ModuleTable* glimtoCaptureModule()
 {
     using namespace glimto;
-    return moduleTable<Provided<WindowSystem, WaylandWindowSystem>>();
+    return moduleTable<Provided<WindowSystem, WaylandWindowSystem>,
+        Provided<PasteboardOwner, WaylandPasteboardOwner>>();
 }
