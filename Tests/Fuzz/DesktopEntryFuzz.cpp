@@ -1,6 +1,6 @@
 // Any bytes as a desktop file: every text that comes out is valid.
 
-#include "Backends/X11/Windows/DesktopEntry.h"
+#include "Backends/DesktopFiles/DesktopEntry.h"
 #include "FuzzInput.h"
 #include "Support/Text.h"
 

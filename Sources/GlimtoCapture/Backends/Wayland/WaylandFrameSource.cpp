@@ -71,8 +71,8 @@ WaylandFrameSource::WaylandFrameSource(
     chooseArea(output());
 }
 
-// The compositor copies what is needed and no more where the pixels of a part are beyond doubt: at a whole
-// scale.
+// The compositor copies what is needed and no more where the pixels of a part are beyond doubt: at a whole scale, on
+// a display that is not turned. wlroots 0.15 mistakes parts of displays that are turned by 90 degrees.
 void WaylandFrameSource::chooseArea(const WaylandOutput& output)
 {
     if (!wanted_.sourceRect)
@@ -80,7 +80,7 @@ void WaylandFrameSource::chooseArea(const WaylandOutput& output)
     const Display display = output.display();
     const double scale = display.width > 0 ? static_cast<double>(display.pixelsWide) / display.width : 1.0;
     Rect origin;
-    if (isWhole(scale)) {
+    if (isWhole(scale) && output.transform() == WL_OUTPUT_TRANSFORM_NORMAL) {
         area_.part = wholePoints(*wanted_.sourceRect);
         origin = {static_cast<double>(area_.part->x), static_cast<double>(area_.part->y), 0, 0};
     }

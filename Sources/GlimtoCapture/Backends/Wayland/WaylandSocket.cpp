@@ -1,13 +1,10 @@
 #include "Backends/Wayland/WaylandSocket.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <string>
 
-#include <sys/socket.h>
-#include <sys/un.h>
-
+#include "Backends/Wayland/LocalSocket.h"
 #include "Backends/Wayland/WaylandErrors.h"
 
 namespace glimto {
@@ -36,19 +33,12 @@ FileDescriptor connectedWaylandSocket()
     if (name.front() != '/' && folder.empty())
         throw cannotConnect(": XDG_RUNTIME_DIR is not set.");
     const std::string path = name.front() == '/' ? name : folder + "/" + name;
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof(address.sun_path))
-        throw cannotConnect(": the path of its socket is too long.");
-    std::copy(path.begin(), path.end(), address.sun_path);
-    FileDescriptor descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!descriptor)
-        throw PlatformError::posix("Could not make a socket", errno);
-    if (::connect(descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0)
+    FileDescriptor descriptor = connectedLocalSocket(path);
+    if (descriptor)
         return descriptor;
     if (errno == EAGAIN)
         throw waylandError(WaylandFailure::noAnswer, "The Wayland compositor does not answer.");
-    throw cannotConnect(".");
+    throw cannotConnect(errno == ENAMETOOLONG ? ": the path of its socket is too long." : ".");
 }
 
 } // namespace glimto

@@ -4,12 +4,17 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <utility>
 
+#include "Backends/DesktopFiles/DesktopFiles.h"
+#include "Backends/Wayland/CompositorWindows.h"
 #include "Support/Text.h"
 
 namespace glimto {
 
 namespace {
+
+constexpr std::size_t mostWindows = 4096;
 
 struct Toplevel {
     WaylandToplevelHandle handle;
@@ -53,6 +58,8 @@ constexpr zwlr_foreign_toplevel_manager_v1_listener managerListener = {
     .toplevel =
         [](void* data, zwlr_foreign_toplevel_manager_v1*, Handle* handle) {
             auto& all = static_cast<Toplevels*>(data)->all;
+            if (all.size() >= mostWindows)
+                return zwlr_foreign_toplevel_handle_v1_destroy(handle);
             all.push_back(std::make_unique<Toplevel>());
             all.back()->handle.reset(handle);
             zwlr_foreign_toplevel_handle_v1_add_listener(handle, &handleListener, all.back().get());
@@ -60,9 +67,7 @@ constexpr zwlr_foreign_toplevel_manager_v1_listener managerListener = {
     .finished = [](void*, zwlr_foreign_toplevel_manager_v1*) {},
 };
 
-} // namespace
-
-std::vector<Window> waylandWindows(WaylandConnection& connection)
+std::vector<Window> toplevelWindows(WaylandConnection& connection)
 {
     const auto manager = connection.bindToplevelManager();
     std::vector<Window> windows;
@@ -86,6 +91,28 @@ std::vector<Window> waylandWindows(WaylandConnection& connection)
         const std::string application = validUTF8(each->applicationID);
         window.owningApplication = Application{0, application, application};
         windows.push_back(std::move(window));
+    }
+    return windows;
+}
+
+} // namespace
+
+std::vector<Window> waylandWindows(WaylandConnection& connection)
+{
+    auto told = compositorWindows();
+    std::vector<Window> windows = told ? std::move(*told) : toplevelWindows(connection);
+    DesktopFiles desktopFiles(DesktopFiles::standardDirectories());
+    for (Window& window : windows) {
+        Application& owner = *window.owningApplication;
+        if (owner.bundleIdentifier.empty())
+            continue;
+        auto known = desktopFiles.withID(owner.bundleIdentifier);
+        if (!known)
+            known = desktopFiles.withWindowClass(owner.bundleIdentifier);
+        if (known) {
+            owner.bundleIdentifier = known->id;
+            owner.applicationName = known->name;
+        }
     }
     return windows;
 }

@@ -7,9 +7,10 @@
 
 namespace glimto {
 
-// The windows that the compositor tells of, where it does (wlr-foreign-toplevel-management): what they and
-// their applications are called. Where they lie, and how they are stacked, nobody tells; they stand in the
-// order in which the compositor named them, the active one first. An id holds for one list.
+// The windows of the session. Where the compositor has a language of its own for that (CompositorWindows.h), with their
+// place and in the order in which they were last used; else what wlr-foreign-toplevel-management tells: titles and
+// applications, the active window first, without a place, and with ids that hold for one list. Applications carry the
+// names of their desktop files. Throws PlatformError when the compositor does not answer.
 std::vector<Window> waylandWindows(WaylandConnection& connection);
 
 } // namespace glimto

@@ -7,7 +7,7 @@
 #include <tuple>
 #include <vector>
 
-#include "Backends/X11/Windows/DesktopFiles.h"
+#include "Backends/DesktopFiles/DesktopFiles.h"
 #include "Backends/X11/Windows/X11WindowDetails.h"
 #include "Platform/ShareableContent.h"
 

@@ -5,7 +5,7 @@
 #include <xcb/randr.h>
 #include <xcb/res.h>
 
-#include "Backends/X11/Windows/DesktopFiles.h"
+#include "Backends/DesktopFiles/DesktopFiles.h"
 #include "Backends/X11/Windows/X11Applications.h"
 #include "Backends/X11/Connection/X11Atoms.h"
 #include "Backends/X11/Connection/X11Connection.h"

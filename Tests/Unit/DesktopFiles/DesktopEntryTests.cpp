@@ -1,4 +1,4 @@
-#include "Backends/X11/Windows/DesktopEntry.h"
+#include "Backends/DesktopFiles/DesktopEntry.h"
 
 #include <string>
 

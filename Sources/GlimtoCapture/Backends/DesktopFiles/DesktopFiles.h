@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Backends/X11/Windows/DesktopEntry.h"
+#include "Backends/DesktopFiles/DesktopEntry.h"
 
 namespace glimto {
 

@@ -1,4 +1,4 @@
-#include "Backends/X11/Windows/DesktopFiles.h"
+#include "Backends/DesktopFiles/DesktopFiles.h"
 
 #include <cstdlib>
 #include <fstream>
