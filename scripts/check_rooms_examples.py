@@ -26,7 +26,7 @@ REFUSED = [
     (S + "Backends/Images/A.cpp", "#include <xcb/xcb.h>\n", "belongs to Backends/X11/Connection, "),
     (S + "Recording/A.cpp", "extern \"C\" {\n#include <libavcodec/avcodec.h>\n}\n", "belongs to Backends/FFmpeg, GlimtoTake/Media only"),
     (S + "Backends/X11/A.cpp", "#include <x264.h>\n", "belongs to Backends/X264 only"),
-    (S + "Platform/A.cpp", "#include <libyuv.h>\n", "belongs to Backends/X11/Pictures, Backends/Images, Backends/X264, GlimtoTake/Media only"),
+    (S + "Platform/A.cpp", "#include <libyuv.h>\n", "belongs to Backends/X11/Pictures, Backends/Images, Backends/X264, Backends/Wayland, Backends/Portal, GlimtoTake/Media only"),
     (S + "Recording/A.cpp", "#include <turbojpeg.h>\n", "belongs to Backends/Images only"),
     (S + "Artifacts/A.cpp", "#include <openssl/sha.h>\n", "belongs to Support, GlimtoDevServer only"),
     (S + "Platform/A.cpp", "#include <nlohmann/json.hpp>\n", "<nlohmann/json.hpp> belongs to"),
