@@ -7,6 +7,7 @@
 //   fill <RRGGBB>
 //   rect <x> <y> <width> <height> <RRGGBB>    pixels of the surface; only they are told as changed
 //   show <file>                               pixels B, G, R, X of the whole surface, rows from the top
+//   pan <frames>                              over a landscape of soft spots, eight pixels a refresh
 //   count <frames>                            black and white columns count the frames, one a refresh, lowest
 //   bit first
 //
@@ -254,6 +255,40 @@ void count(Window& window, int frames)
     }
 }
 
+// Soft spots of many sizes and colours, the same at both ends.
+std::vector<std::uint32_t> landscape(int width, int height)
+{
+    std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    const auto wave = [](int value, int period) {
+        const int within = value % period;
+        return std::min(within, period - within) * 255 / std::max(1, period / 2);
+    };
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const auto red = static_cast<std::uint32_t>(wave(x, width / 6) + wave(y, 170)) / 2;
+            const auto green = static_cast<std::uint32_t>(wave(x + y, width / 10) + wave(y, 57)) / 2;
+            const auto blue = static_cast<std::uint32_t>((x * 7919 ^ y * 104729) >> 4 & 31) + red / 2;
+            pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)]
+                = red << 16U | green << 8U | blue;
+        }
+    }
+    return pixels;
+}
+
+void pan(Window& window, int frames)
+{
+    const int width = 2 * window.pixelsWide;
+    const auto picture = landscape(width, window.pixelsHigh);
+    for (int frame = 0; frame < frames; ++frame) {
+        const int start = frame * 8 % window.pixelsWide;
+        for (int y = 0; y < window.pixelsHigh; ++y)
+            std::memcpy(window.pixels + static_cast<std::ptrdiff_t>(y) * window.pixelsWide,
+                picture.data() + static_cast<std::ptrdiff_t>(y) * width + start,
+                static_cast<std::size_t>(window.pixelsWide) * 4);
+        commitAll(window);
+    }
+}
+
 void obey(Window& window, const std::string& line)
 {
     std::istringstream words(line);
@@ -285,6 +320,10 @@ void obey(Window& window, const std::string& line)
     } else if (command == "show") {
         words >> first;
         show(window, first);
+    } else if (command == "pan") {
+        int frames = 0;
+        words >> frames;
+        pan(window, frames);
     } else if (command == "count") {
         int frames = 0;
         words >> frames;

@@ -1,0 +1,127 @@
+#!/usr/bin/env python3
+"""What recordings and screenshots of a Wayland session cost, turn and turn about with wf-recorder and grim.
+
+    benchmark_wayland.py --build build [--seconds 10] [--runs 3]
+
+Needs sway, wf-recorder and grim. CPU seconds, user and system, of the process with its children; medians. Both record
+1920x1080 at 30 frames a second with libx264 superfast, yuv420p, at the same average bit rate, into MP4.
+"""
+
+import argparse
+import os
+import shutil
+import signal
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+from pathlib import Path
+
+REPOSITORY = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(REPOSITORY / "Tests/EndToEnd"))
+
+CONFIGURATION = """
+output HEADLESS-1 resolution 1920x1080 position 0,0 scale 1 bg #204060 solid_color
+output HEADLESS-2 resolution 640x480 position 1920,0 scale 1 bg #000000 solid_color
+default_border none
+seat * hide_cursor 1
+xwayland disable
+"""
+BIT_RATE = 7_776_000
+
+
+def cost(arguments, environment, during=None, end_signal=None):
+    """CPU seconds of a process and those it has waited for; `during` runs beside it, and then it is ended."""
+    process = subprocess.Popen(list(map(str, arguments)), env=environment, stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL)
+    if during:
+        during()
+    if end_signal:
+        process.send_signal(end_signal)
+    _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    return usage.ru_utime + usage.ru_stime, process.returncode
+
+
+class Contents:
+    def __init__(self, surface, seconds):
+        self.surface = surface
+        self.seconds = seconds
+
+    def static(self):
+        time.sleep(self.seconds)
+
+    def typing(self):
+        self.surface.fill("f0f0f0")
+        for letter in range(self.seconds * 20):
+            self.surface.ask("rect", 20 + letter % 150 * 12, 40 + letter // 150 % 40 * 24, 10, 18, "202020")
+            time.sleep(0.045)
+
+    def motion(self):
+        self.surface.ask("pan", self.seconds * 60)
+
+
+def measure_recordings(sway, surface, tool, arguments, folder):
+    contents = Contents(surface, arguments.seconds)
+    environment = sway.environment() | {"XDG_CACHE_HOME": str(folder)}
+    print("| content | ours | wf-recorder | ratio | kB, ours : wf-recorder |\n|---|---|---|---|---|")
+    for name in ("static", "typing", "motion"):
+        ours, theirs, sizes = [], [], []
+        for _ in range(arguments.runs):
+            take, film = folder / "take", folder / "film.mp4"
+            shutil.rmtree(take, ignore_errors=True)
+            film.unlink(missing_ok=True)
+            seconds, status = cost([tool, "record", "-o", take, "-d", "3600", "--no-cursor"], environment,
+                                   getattr(contents, name), signal.SIGINT)
+            if status != 0:
+                raise SystemExit(f"the recording ended with {status}")
+            ours.append(seconds)
+            seconds, status = cost(["wf-recorder", "-o", "HEADLESS-1", "-f", film, "-c", "libx264", "-x", "yuv420p", "-r",
+                                    "30", "-p", "preset=superfast", "-p", f"b={BIT_RATE}", "-p", "g=120"],
+                                   environment, getattr(contents, name), signal.SIGINT)
+            if status != 0:
+                raise SystemExit(f"wf-recorder ended with {status}")
+            theirs.append(seconds)
+            sizes.append((sum(path.stat().st_size for path in take.rglob("*.m4s")) // 1000,
+                          film.stat().st_size // 1000))
+        minute = 60 / arguments.seconds
+        mine, peer = statistics.median(ours) * minute, statistics.median(theirs) * minute
+        print(f"| {name} | {mine:.2f} | {peer:.2f} | {mine / peer:.3f} | {sizes[-1][0]} : {sizes[-1][1]} |", flush=True)
+
+
+def measure_screenshots(sway, surface, tool, arguments, folder):
+    surface.ask("pan", 1)
+    environment = sway.environment() | {"XDG_CACHE_HOME": str(folder)}
+    ours, theirs = [], []
+    for _ in range(5 * arguments.runs):
+        ours.append(cost([tool, "screenshot", "--no-watermark", "-o", folder / "ours.png"], environment)[0])
+        theirs.append(cost(["grim", "-o", "HEADLESS-1", folder / "theirs.png"], environment)[0])
+    mine, peer = statistics.median(ours) * 1000, statistics.median(theirs) * 1000
+    sizes = [(folder / name).stat().st_size // 1000 for name in ("ours.png", "theirs.png")]
+    print(f"\nscreenshot: {mine:.1f} ms, grim {peer:.1f} ms, ratio {mine / peer:.3f}; kB {sizes[0]} : {sizes[1]}")
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--build", default="build", type=Path)
+    parser.add_argument("--seconds", default=10, type=int)
+    parser.add_argument("--runs", default=3, type=int)
+    arguments = parser.parse_args()
+    tool = (arguments.build / "glimto-capture").resolve()
+    os.environ["GLIMTO_CAPTURE_BINARY"] = str(tool)
+    from support.wayland import Surface, Sway
+
+    folder = Path(tempfile.mkdtemp(prefix="glimto-benchmark-"))
+    sway = Sway(CONFIGURATION)
+    try:
+        with Surface(sway, "HEADLESS-1") as surface:
+            measure_recordings(sway, surface, tool, arguments, folder)
+            measure_screenshots(sway, surface, tool, arguments, folder)
+    finally:
+        sway.end()
+        shutil.rmtree(folder, ignore_errors=True)
+
+
+if __name__ == "__main__":
+    main()
