@@ -31,14 +31,17 @@ xwayland disable
 BIT_RATE = 7_776_000
 
 
-def cost(arguments, environment, during=None, end_signal=None):
-    """CPU seconds of a process and those it has waited for; `during` runs beside it, and then it is ended."""
+def cost(arguments, environment, during=None, nudge=None):
+    """CPU seconds of a process and those it has waited for. `during` runs beside it, then it is interrupted and the
+    screen changed once more: wf-recorder hears of a signal only with the next picture."""
     process = subprocess.Popen(list(map(str, arguments)), env=environment, stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL)
     if during:
         during()
-    if end_signal:
-        process.send_signal(end_signal)
+    if nudge:
+        process.send_signal(signal.SIGINT)
+        time.sleep(0.2)
+        nudge()
     _, status, usage = os.wait4(process.pid, 0)
     process.returncode = os.waitstatus_to_exitcode(status)
     return usage.ru_utime + usage.ru_stime, process.returncode
@@ -48,6 +51,10 @@ class Contents:
     def __init__(self, surface, seconds):
         self.surface = surface
         self.seconds = seconds
+
+    def nudge(self):
+        self.surface.ask("rect", 0, 0, 2, 2, "808080")
+        self.surface.ask("rect", 0, 0, 2, 2, "909090")
 
     def static(self):
         time.sleep(self.seconds)
@@ -73,13 +80,13 @@ def measure_recordings(sway, surface, tool, arguments, folder):
             shutil.rmtree(take, ignore_errors=True)
             film.unlink(missing_ok=True)
             seconds, status = cost([tool, "record", "-o", take, "-d", "3600", "--no-cursor"], environment,
-                                   getattr(contents, name), signal.SIGINT)
+                                   getattr(contents, name), contents.nudge)
             if status != 0:
                 raise SystemExit(f"the recording ended with {status}")
             ours.append(seconds)
             seconds, status = cost(["wf-recorder", "-o", "HEADLESS-1", "-f", film, "-c", "libx264", "-x", "yuv420p", "-r",
                                     "30", "-p", "preset=superfast", "-p", f"b={BIT_RATE}", "-p", "g=120"],
-                                   environment, getattr(contents, name), signal.SIGINT)
+                                   environment, getattr(contents, name), contents.nudge)
             if status != 0:
                 raise SystemExit(f"wf-recorder ended with {status}")
             theirs.append(seconds)

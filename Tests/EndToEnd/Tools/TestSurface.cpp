@@ -268,7 +268,8 @@ std::vector<std::uint32_t> landscape(int width, int height)
             const auto red = static_cast<std::uint32_t>(wave(x, width / 6) + wave(y, 170)) / 2;
             const auto green = static_cast<std::uint32_t>(wave(x + y, width / 10) + wave(y, 57)) / 2;
             const auto blue = static_cast<std::uint32_t>((x * 7919 ^ y * 104729) >> 4 & 31) + red / 2;
-            pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)]
+            pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width)
+                + static_cast<std::size_t>(x)]
                 = red << 16U | green << 8U | blue;
         }
     }
