@@ -61,7 +61,9 @@ std::optional<std::string> SessionWindowSystem::FirstPasteboard::setPNG(std::spa
         } catch (const std::exception& error) {
             obstacle = error.what();
         }
-        obstacles += (obstacles.empty() ? "" : " ") + obstacle;
+        // Several ways may lead to the same clipboard.
+        if (obstacles.find(obstacle) == std::string::npos)
+            obstacles += (obstacles.empty() ? "" : " ") + obstacle;
         return false;
     };
     for (const Way& way : session_.ways_) {

@@ -79,7 +79,7 @@ std::function<WindowSystem&()> compositorBesideThePortal(const ModuleDirectories
         = unavailable("Nothing but the desktop's portal is known of this session.");
     if (!hasWayland)
         return [none]() -> WindowSystem& { return *none; };
-    const auto way = wayThroughModule("Wayland", "glimto-capture-wayland.so", moduleDirectories);
+    const auto way = wayThroughModule("Wayland", waylandModule, moduleDirectories);
     return [none, way]() -> WindowSystem& {
         try {
             return way.open();

@@ -45,19 +45,6 @@ FileDescriptor moved(FileDescriptor descriptor)
     return FileDescriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, lowestDescriptor));
 }
 
-bool writeAll(int descriptor, std::span<const std::byte> data)
-{
-    while (!data.empty()) {
-        const ssize_t written = ::write(descriptor, data.data(), data.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        data = data.subspan(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
 // Memory with the data, which both processes see.
 FileDescriptor memoryWith(std::span<const std::byte> data)
 {
