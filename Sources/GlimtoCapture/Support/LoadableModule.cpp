@@ -1,11 +1,15 @@
 #include "Support/LoadableModule.h"
 
+#include <array>
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
 #include <dlfcn.h>
+#include <fcntl.h>
 
 #include "Support/Errors.h"
+#include "Support/FileDescriptor.h"
 #include "Support/ModuleTable.h"
 #include "Support/OthersAccess.h"
 
@@ -24,6 +28,18 @@ std::string lastLoaderError()
     return text ? text : "unknown error";
 }
 
+// Libraries that a module brings end the process when they find no descriptor for a file of theirs as they
+// are loaded, while the rest of the program opens its own.
+void requireSpareDescriptors(const std::string& purpose)
+{
+    std::array<FileDescriptor, 8> spare;
+    for (FileDescriptor& descriptor : spare) {
+        descriptor = FileDescriptor(::open("/", O_PATH | O_CLOEXEC));
+        if (!descriptor)
+            throwUnavailable(purpose, std::string(std::strerror(errno)) + ".");
+    }
+}
+
 void* openModule(const std::string& fileName, const std::vector<std::filesystem::path>& directories,
     const std::string& purpose)
 {
@@ -37,6 +53,7 @@ void* openModule(const std::string& fileName, const std::vector<std::filesystem:
             if (mayBeOthers(place, directories.front()))
                 throwUnavailable(purpose, "other users may write to " + place.string() + ".");
         }
+        requireSpareDescriptors(purpose);
         if (void* module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
             return module;
         throwUnavailable(purpose, lastLoaderError());

@@ -8,6 +8,7 @@
 #include <poll.h>
 
 #include "Backends/Portal/PortalErrors.h"
+#include "Support/Errors.h"
 #include "Support/TimeStamps.h"
 
 namespace glimto {
@@ -18,6 +19,7 @@ constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 constexpr std::int64_t formatLimit = 15 * nanosecondsPerSecond;
 constexpr std::int64_t firstPictureLimit = 3 * nanosecondsPerSecond;
 constexpr std::int64_t askAgainAfter = nanosecondsPerSecond;
+constexpr std::chrono::milliseconds sessionEndLimit(300);
 
 } // namespace
 
@@ -77,7 +79,14 @@ void PortalShare::handleEvents()
 {
     bus_.handleEvents();
     session_.check();
-    screen_->handleEvents();
+    try {
+        screen_->handleEvents();
+    } catch (const PlatformError&) {
+        // Where the user ended the session, the stream goes with it, and its end may be here first.
+        session_.waitForClosing(sessionEndLimit);
+        session_.check();
+        throw;
+    }
 }
 
 void PortalShare::wait(WakeUp& wakeUp, std::chrono::nanoseconds limit)

@@ -169,6 +169,15 @@ void ScreenCastSession::check() const
         throw portalError(PortalFailure::sourceGone, "The sharing of the screen was ended on the desktop.");
 }
 
+void ScreenCastSession::waitForClosing(SessionBus::Limit limit) noexcept
+{
+    try {
+        bus_.waitUntil([this] { return isClosed_ || hasPortalGone_; }, limit, "The desktop portal");
+    } catch (const std::exception&) {
+        return; // nobody closed it in time
+    }
+}
+
 // One question of the kind that is answered by a signal.
 PortalResponse ScreenCastSession::request(const char* member,
     const std::function<void(sd_bus_message*)>& arguments,

@@ -42,6 +42,9 @@ public:
     // Throws PlatformError sourceGone once the user or the system has closed the session.
     void check() const;
 
+    // Hears of that for a moment longer.
+    void waitForClosing(SessionBus::Limit limit) noexcept;
+
 private:
     PortalResponse request(const char* member, const std::function<void(sd_bus_message*)>& arguments,
         const std::function<void(sd_bus_message*)>& options, SessionBus::Limit limit);

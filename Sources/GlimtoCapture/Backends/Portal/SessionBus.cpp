@@ -84,7 +84,7 @@ SessionBus::SessionBus(WakeUp& wakeUp)
     if (result < 0)
         throw portalError(PortalFailure::noPortal,
             std::string("There is no session bus, and so no desktop portal that could share the screen: ")
-                + std::strerror(-result));
+                + std::strerror(-result) + ".");
 }
 
 SessionBus::~SessionBus() = default;

@@ -82,6 +82,10 @@ void PulseSystemAudioInput::record(
         if (state != PulseRecordStream::State::opening && state != PulseRecordStream::State::recording)
             return;
         lookAtStart(stream);
+        // PipeWire leaves a stream unfinished for ever whose output went while it was made.
+        if (hasStarted() && state == PulseRecordStream::State::opening
+            && hostTimeNanoseconds() - stream.silentSince() > PulseConnection::answerTimeout)
+            return;
         if (outputsChanged()) {
             clearOutputsChanged();
             const auto sink = defaultPulseSink(connection);
