@@ -14,6 +14,14 @@ constexpr std::chrono::seconds endLimit(1);
 } // namespace
 
 struct ProgressReporter::Work {
+    Work(std::shared_ptr<RecordingFigures> recordingFigures,
+        std::vector<std::shared_ptr<ProgressSink>> progressSinks, std::chrono::nanoseconds showingInterval)
+        : figures(std::move(recordingFigures))
+        , sinks(std::move(progressSinks))
+        , interval(showingInterval)
+    {
+    }
+
     std::shared_ptr<RecordingFigures> figures;
     std::vector<std::shared_ptr<ProgressSink>> sinks;
     std::chrono::nanoseconds interval;
