@@ -195,12 +195,6 @@ class SoundServer:
         lines = self.pactl("list", "short", "source-outputs").splitlines()
         return [names.get(line.split("\t")[1], "?") for line in lines]
 
-    def delivers(self, source):
-        """Whether another program that records from it gets anything."""
-        done = subprocess.run(["sh", "-c", 'timeout 5 parec -d "$1" | head -c 1', "sh", source], env=self.environment(),
-                              stdin=subprocess.DEVNULL, capture_output=True, timeout=COMMAND_LIMIT)
-        return done.stdout != b""
-
     def wait_until_recorded(self, source):
         wait_until(lambda: source in self.recorded_sources(), f"a recording from {source}")
 

@@ -116,8 +116,9 @@ void PulseRecordStream::verifySource()
 {
     if (state() != State::recording)
         return;
+    // PipeWire names no source before it has joined both.
     const auto source = sourceOfPulseStream(connection_, index());
-    if (source && source != source_.index)
+    if (source && source != PA_INVALID_INDEX && source != source_.index)
         wasMoved_ = true;
 }
 

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::int64_t second = 1'000'000'000;
 constexpr std::int64_t retryInterval = second;
+constexpr int mostMisses = 3; // in a row: no output is known
 
 const char* const outputChanged
     = "the sound output changed; system audio follows the new one, what was played in between is missing";
@@ -51,10 +52,13 @@ void PulseSystemAudioInput::run()
 void PulseSystemAudioInput::recordOutputs(PulseConnection& connection)
 {
     watchDevices(connection);
-    while (!loop().mustEnd() && connection.isAlive()) {
+    int misses = 0;
+    // PipeWire may tell a client that saw an output go nothing of the next one; it tells a new client.
+    while (!loop().mustEnd() && connection.isAlive() && misses < mostMisses) {
         clearOutputsChanged();
         const auto sink = defaultPulseSink(connection);
         const auto source = sink ? findPulseSource(connection, sink->monitorName) : std::nullopt;
+        misses = source ? 0 : misses + 1;
         bool isFruitless = true;
         if (source) {
             const auto stream = openStream(connection, *source);
