@@ -26,7 +26,7 @@ finish() {
     for ((index = ${#mounted[@]} - 1; index >= 0; index--)); do
         umount -- "${mounted[index]}" || umount -l -- "${mounted[index]}" || true
     done
-    mountpoint -q "$root/proc" || rm -rf -- "$work"
+    mountpoint -q "$root/proc" || rm -rf --one-file-system -- "$work"
 }
 trap finish EXIT
 
@@ -75,7 +75,7 @@ for folder in proc dev; do
     mounted+=("$root/$folder")
 done
 in_root() {
-    env -i PATH=/usr/bin:/bin:/usr/sbin:/sbin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive chroot "$root" "$@"
+    env -i PATH=/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive chroot "$root" "$@"
 }
 mkdir "$root/packages"
 cp "$work/packages"/*.deb "$work/packages"/*.tar.gz "$root/packages"
@@ -123,6 +123,11 @@ glimto-capture record -d 2 --system-audio -o local
 glimto-capture record -d 2 -o take --upload --api-base-url "$address" --recording-id rec | tail -n 1 | grep -q uploaded
 ! glimto-capture upload --dir take --api-base-url "$address" --recording-id rec 2>again
 grep -q 'not pending upload' again
+glimto-take info local | grep -q whole
+glimto-take export local -o local.mp4
+mv local/manifest.json aside
+glimto-take repair local >/dev/null
+glimto-take verify local >/dev/null
 USE
 use() { in_root bash /packages/use; }
 verified() {
@@ -131,11 +136,12 @@ verified() {
 install_packages() { in_root sh -c "apt-get install --yes --no-install-recommends $1/*.deb"; }
 is_version() { [ "$(in_root dpkg-query -W -f '${Version}' glimto-capture)" = "$(in_root sh -c 'dpkg-deb -f '"$1"'/glimto-capture_*.deb Version')" ]; }
 remove_packages() {
-    in_root apt-get purge --yes 'glimto-capture*' glimto-dev-server && in_root apt-get autoremove --purge --yes
+    in_root apt-get purge --yes 'glimto-*' && in_root apt-get autoremove --purge --yes
 }
 nothing_is_left() {
     in_root dpkg-query -W -f '${Package}\n' | sort | comm -13 "$work/before" - | grep . && return 1
     find "$root" -xdev -path "$root/packages" -prune -o -path "$root/tmp" -prune -o -path "$root/var" -prune \
+        -o -path "$root/root" -prune \
         -o -name '*glimto*' -print | grep . && return 1
     return 0
 }

@@ -5,7 +5,7 @@
 #
 #     scripts/test.sh             what every change has to pass, within 40 minutes on two cores
 #     scripts/test.sh --long      also what takes longer: the unit tests with these sanitizers, unit tests and tour with
-#                                 that of threads, and each fuzz target for ten minutes
+#                                 that of threads, and each fuzz target for ten minutes; as root, the packages
 #
 # The last line tells how many passed and failed. Exit status: 0 only when there were tests and none
 # failed. A test that was not run counts as failed.
@@ -86,6 +86,7 @@ run_sanitized() {
 if [ "$is_long" = yes ]; then
     run_sanitized asan all '.*' -DGLIMTO_FUZZ_SECONDS=600
     run_sanitized tsan all '^(Unit|EndToEnd)[.]'
+    check scripts/test-packages.sh
 else
     run_sanitized asan 'fuzz-targets sanitized-tour' '^(Fuzz|EndToEnd)[.]' -DGLIMTO_FUZZ_SECONDS=5
 fi

@@ -8,6 +8,7 @@ from pathlib import Path
 
 from support.windows import BINARY
 
+TAKE = os.environ.get("GLIMTO_TAKE_BINARY", str(BINARY.parent / "glimto-take"))
 TOP = Path(__file__).resolve().parents[2]
 PACKAGING = TOP / "packaging"
 # Options that serve programs: the manual page has them, the usage text and the completions have not.
@@ -126,6 +127,36 @@ class UsageDocumentTests(unittest.TestCase):
                 self.assertEqual(offered, self.commands[command] | {"--help"}, command)
         self.assertEqual({command for names in cases for command in names.split(" | ")},
                          {command for command, options in self.commands.items() if options})
+
+
+class TakeUsageDocumentTests(unittest.TestCase):
+    """The same of glimto-take, whose options stand in one list."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.usage = subprocess.run([TAKE, "help"], capture_output=True, text=True, check=True, timeout=20).stdout
+        cls.commands = set(re.findall(r"^  glimto-take ([a-z]+)", cls.usage, re.MULTILINE))
+        described = re.findall(r"^  (-{1,2}[a-z][a-z-]*)(?:, (--[a-z-]+))?", cls.usage, re.MULTILINE)
+        cls.options = {option for options in described for option in options if option}
+
+    def test_usage_text_has_commands_and_options(self):
+        self.assertEqual(self.commands, {"info", "verify", "repair", "export", "render", "help"})
+        self.assertLessEqual({"-o", "--output", "--json", "--zoom"}, self.options)
+
+    def test_manual_page_has_every_command_and_option(self):
+        page = (PACKAGING / "glimto-take.1").read_text().replace("\\-", "-")
+        named = set(re.findall(r"(?<![a-z-])--[a-z][a-z-]+|(?<![a-z-])-o\b", page))
+        self.assertEqual(named - {"--record-events"}, self.options)  # which is the recorder's
+        for command in self.commands - {"help"}:
+            self.assertIn(f"\n.B {command}\n", page)
+
+    def test_completions_have_every_command_and_option(self):
+        for name in ("glimto-take.bash", "_glimto-take", "glimto-take.fish"):
+            text = (PACKAGING / "completions" / name).read_text()
+            if name.endswith(".fish"):
+                text = re.sub(r" -l ([a-z-]+)", r" --\1", re.sub(r" -s ([a-z])\b", r" -\1", text))
+            for word in self.commands | self.options:
+                self.assertRegex(text, rf"(?<![a-z-]){word}(?![a-z-])", name)
 
 
 if __name__ == "__main__":
