@@ -46,10 +46,10 @@ struct DescriptorLineOutput::Core {
         bool isWritten() const { return waiting.empty() && !isWriting; }
 
         // Writes what there is room for. What fails is lost, as it was for a reader that is gone.
-        void writeWithoutWaiting(const NonBlockingWriter& writer)
+        void writeWithoutWaiting(const NonBlockingWriter& output)
         {
             while (!waiting.empty()) {
-                const auto written = writer.write(waiting);
+                const auto written = output.write(waiting);
                 if (written < 0 && isLackOfRoom(errno))
                     return;
                 take(written);
