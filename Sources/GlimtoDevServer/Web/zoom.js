@@ -3,8 +3,8 @@
 const fastest = 1.5; // screens a second
 const shortestMovement = 0.7; // seconds
 const steepestEase = 1.875; // greatest slope of eased()
-const longestMovementShare = 0.48; // of a zoom, on each end
-const shortestRest = 1; // seconds of the whole picture between two zooms
+const longestMovementShare = 0.96; // of a zoom, at both ends together
+const shortestWholeView = 1; // seconds between two zooms; shorter pauses do not show the whole picture
 
 // The part of the picture that is seen, within the picture.
 export const wholePicture = Object.freeze({ left: 0, top: 0, size: 1 });
@@ -33,26 +33,28 @@ export class CameraPath {
     // `zooms` in order, without overlaps: {from, to (seconds), x, y (the middle, from 0 to 1), scale}.
     constructor(zooms) {
         this.movements = [];
+        let view = wholePicture;
+        let leaveAt = 0; // seconds
         zooms.forEach((zoom, at) => {
-            const [before, next] = [zooms[at - 1], zooms[at + 1]];
-            const view = viewOf(zoom);
-            const most = (zoom.to - zoom.from) * longestMovementShare;
-            if (!before || zoom.from - before.to >= shortestRest)
-                this.add(zoom.from, zoom.from + Math.min(movementSeconds(wholePicture, view), most), wholePicture, view);
-            if (!next || next.from - zoom.to >= shortestRest) {
-                this.add(zoom.to - Math.min(movementSeconds(view, wholePicture), most), zoom.to, view, wholePicture);
-                return;
-            }
-            const nextView = viewOf(next);
-            const middle = (zoom.to + next.from) / 2;
-            const nextMost = (next.to - next.from) * longestMovementShare;
-            const half = Math.min(movementSeconds(view, nextView) / 2, middle - zoom.to + most, next.from - middle + nextMost);
-            this.add(middle - half, middle + half, view, nextView);
+            const pauseBefore = at > 0 ? zoom.from - zooms[at - 1].to : Infinity;
+            const pauseAfter = at + 1 < zooms.length ? zooms[at + 1].from - zoom.to : Infinity;
+            const [comesFromZoom, goesToZoom] = [pauseBefore < shortestWholeView, pauseAfter < shortestWholeView];
+            const before = comesFromZoom ? view : wholePicture;
+            view = viewOf(zoom);
+            // Between two zooms half of the movement belongs to each, but for the pause between them.
+            const within = (from, to, pause) => Math.max(0, (movementSeconds(from, to) - pause) / 2);
+            const arriving = comesFromZoom ? within(before, view, pauseBefore) : movementSeconds(wholePicture, view);
+            const leaving = goesToZoom ? within(view, viewOf(zooms[at + 1]), pauseAfter) : movementSeconds(view, wholePicture);
+            const time = (zoom.to - zoom.from) * longestMovementShare;
+            const share = time / Math.max(time, arriving + leaving);
+            this.add(comesFromZoom ? leaveAt : zoom.from, zoom.from + arriving * share, before, view);
+            leaveAt = zoom.to - leaving * share;
+            if (!goesToZoom) this.add(leaveAt, zoom.to, view, wholePicture);
         });
     }
 
     add(from, to, first, last) {
-        this.movements.push({ from, to: Math.max(to, from), first, last });
+        this.movements.push({ from, to, first, last });
     }
 
     at(seconds) {

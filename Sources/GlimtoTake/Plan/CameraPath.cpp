@@ -10,9 +10,7 @@ namespace {
 constexpr double fastest = 1.5; // screens a second
 constexpr double shortestMovement = 0.7; // seconds
 constexpr double steepestEase = 1.875; // greatest slope of eased()
-constexpr double longestMovementShare = 0.48; // of a zoom, on each end
-constexpr double shortestRest
-    = 1.0; // seconds of the whole picture between two zooms; else from one to the next
+constexpr double longestMovementShare = 0.96; // of a zoom, at both ends together
 
 // From 0 to 1 with neither speed nor acceleration at both ends (Perlin's "smootherstep").
 double eased(double share)
@@ -29,12 +27,12 @@ double distance(const CameraView& a, const CameraView& b)
     return std::hypot(x, y) / closer;
 }
 
+} // namespace
+
 double movementSeconds(const CameraView& a, const CameraView& b)
 {
     return std::max(shortestMovement, distance(a, b) * steepestEase / fastest);
 }
-
-} // namespace
 
 CameraView viewOf(const Zoom& zoom)
 {
@@ -45,31 +43,32 @@ CameraView viewOf(const Zoom& zoom)
 CameraPath::CameraPath(const std::vector<Zoom>& zooms)
 {
     const CameraView whole;
+    // Of the zoom that the camera is about to leave.
+    CameraView view;
+    double leaveAt = 0; // seconds
     for (std::size_t at = 0; at < zooms.size(); ++at) {
         const Zoom& zoom = zooms[at];
-        const CameraView view = viewOf(zoom);
-        const double most = (zoom.to - zoom.from) * longestMovementShare;
-        const bool followsClosely = at > 0 && zoom.from - zooms[at - 1].to < shortestRest;
-        if (!followsClosely)
-            addMovement(zoom.from, zoom.from + std::min(movementSeconds(whole, view), most), whole, view);
-        const bool isFollowedClosely = at + 1 < zooms.size() && zooms[at + 1].from - zoom.to < shortestRest;
-        if (!isFollowedClosely) {
-            addMovement(zoom.to - std::min(movementSeconds(view, whole), most), zoom.to, view, whole);
-            continue;
-        }
-        const Zoom& next = zooms[at + 1];
-        const CameraView nextView = viewOf(next);
-        const double middle = (zoom.to + next.from) / 2;
-        const double nextMost = (next.to - next.from) * longestMovementShare;
-        const double half = std::min(
-            {movementSeconds(view, nextView) / 2, middle - zoom.to + most, next.from - middle + nextMost});
-        addMovement(middle - half, middle + half, view, nextView);
+        const bool comesFromZoom = at > 0 && zoom.from - zooms[at - 1].to < shortestWholeView;
+        const bool goesToZoom = at + 1 < zooms.size() && zooms[at + 1].from - zoom.to < shortestWholeView;
+        const CameraView before = comesFromZoom ? view : whole;
+        view = viewOf(zoom);
+        // Between two zooms half of the movement belongs to each, but for the pause between them.
+        const auto within = [](const CameraView& from, const CameraView& to, double pause) {
+            return std::max(0.0, (movementSeconds(from, to) - pause) / 2);
+        };
+        double arriving = comesFromZoom ? within(before, view, zoom.from - zooms[at - 1].to)
+                                        : movementSeconds(whole, view);
+        double leaving = goesToZoom ? within(view, viewOf(zooms[at + 1]), zooms[at + 1].from - zoom.to)
+                                    : movementSeconds(view, whole);
+        const double time = (zoom.to - zoom.from) * longestMovementShare;
+        const double share = time / std::max(time, arriving + leaving);
+        arriving *= share;
+        leaving *= share;
+        movements_.push_back({comesFromZoom ? leaveAt : zoom.from, zoom.from + arriving, before, view});
+        leaveAt = zoom.to - leaving;
+        if (!goesToZoom)
+            movements_.push_back({leaveAt, zoom.to, view, whole});
     }
-}
-
-void CameraPath::addMovement(double from, double to, const CameraView& first, const CameraView& last)
-{
-    movements_.push_back({from, std::max(to, from), first, last});
 }
 
 CameraView CameraPath::at(double seconds) const

@@ -19,9 +19,16 @@ struct CameraView {
 // The view that a zoom holds: around its middle, but never past the picture's edge.
 CameraView viewOf(const Zoom& zoom);
 
-// Where the camera is at any time. It rests, or moves from one rest to the next, eased at both ends: nothing
-// on the screen moves faster than 1.5 screens a second, unless a plan leaves too little time. A view between
-// two others never reaches past the picture's edge.
+// Seconds that a movement between two views takes at the speed that the eye follows: nothing on the screen
+// moves faster than 1.5 screens a second.
+double movementSeconds(const CameraView& a, const CameraView& b);
+
+// Shorter pauses between two zooms do not show the whole picture; the camera moves from one to the next.
+inline constexpr double shortestWholeView = 1; // seconds
+
+// Where the camera is at any time. It rests, or moves from one rest to the next, eased at both ends, for
+// movementSeconds() unless a zoom is too short for that: then its movements share it. A view between two
+// others never reaches past the picture's edge.
 class CameraPath {
 public:
     // `zooms` in order, without overlaps.
@@ -36,8 +43,6 @@ private:
         CameraView first;
         CameraView last;
     };
-
-    void addMovement(double from, double to, const CameraView& first, const CameraView& last);
 
     std::vector<Movement> movements_; // in order, without overlaps
 };

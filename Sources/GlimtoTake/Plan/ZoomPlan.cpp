@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "GlimtoTake/Plan/CameraPath.h"
 #include "Support/Errors.h"
 #include "Support/JSONText.h"
 #include "Support/JSONFields.h"
@@ -13,12 +14,12 @@ namespace glimto {
 namespace {
 
 constexpr double longestPause = 3; // seconds between two actions of one zoom
-constexpr double leadIn = 1.0; // the picture has moved closer when the first action happens
-constexpr double leadOut = 1.6; // what an action brings about is seen as well
+constexpr double restBefore = 0.3; // seconds: the picture has come to rest when the first action happens
+constexpr double restAfter = 1.3; // what an action brings about is seen as well
 constexpr double closest = 2;
 constexpr double farthest = 1.35; // what would move less is not worth a movement
 constexpr double usedShare = 0.6; // of the view's sides, for the actions; the rest is margin
-constexpr double shortestZoom = 1.5; // seconds
+constexpr double shortestRest = 0.2; // seconds around an action, when the next place is soon to be seen
 constexpr int planVersion = 1;
 constexpr double largestScale = 8;
 
@@ -47,25 +48,35 @@ struct Cluster {
     {
     }
 
-    Cluster with(const Action& action) const
+    // With one that comes after it.
+    Cluster with(const Cluster& next) const
     {
         Cluster larger = *this;
-        larger.last = action.time;
-        larger.left = std::min(left, action.x);
-        larger.right = std::max(right, action.x);
-        larger.top = std::min(top, action.y);
-        larger.bottom = std::max(bottom, action.y);
+        larger.last = next.last;
+        larger.left = std::min(left, next.left);
+        larger.right = std::max(right, next.right);
+        larger.top = std::min(top, next.top);
+        larger.bottom = std::max(bottom, next.bottom);
         return larger;
     }
 
     double extent() const { return std::max(right - left, bottom - top); }
     bool fits() const { return extent() <= usedShare / farthest; }
 
+    // From its first action to its last; where they do not fit in, the whole picture.
     Zoom zoom() const
     {
+        if (!fits())
+            return {first, last};
         const double scale = extent() > 0 ? std::min(closest, usedShare / extent()) : closest;
-        return {first - leadIn, last + leadOut, (left + right) / 2, (top + bottom) / 2, scale};
+        return {first, last, (left + right) / 2, (top + bottom) / 2, scale};
     }
+
+    CameraView view() const { return viewOf(zoom()); }
+
+    // When the camera may leave: after the last action, and not before it can have come from the take's
+    // beginning.
+    double done() const { return std::max(last, movementSeconds({}, view())); }
 };
 
 // Presses, what is dragged to, and scrolls.
@@ -75,6 +86,12 @@ bool isAction(const RecordedEvent& event)
         || event.k == InputEventKind::scroll;
 }
 
+// Whether the camera has time to move from one to the other.
+bool canBeFollowed(const Cluster& from, const Cluster& to)
+{
+    return to.first - from.done() >= movementSeconds(from.view(), to.view()) + 2 * shortestRest;
+}
+
 std::vector<Cluster> clusters(const std::deque<RecordedEvent>& events, double duration)
 {
     std::vector<Cluster> found;
@@ -82,13 +99,17 @@ std::vector<Cluster> clusters(const std::deque<RecordedEvent>& events, double du
         const Action action = {event.t / 1000, event.x, event.y};
         if (!isAction(event) || action.time > duration)
             continue;
-        if (!found.empty() && action.time - found.back().last <= longestPause) {
-            if (const Cluster larger = found.back().with(action); larger.fits()) {
-                found.back() = larger;
-                continue;
-            }
-        }
         found.emplace_back(action);
+        while (found.size() > 1) {
+            const Cluster& next = found.back();
+            Cluster& before = *std::prev(found.end(), 2);
+            const Cluster both = before.with(next);
+            const bool isNear = next.first - before.last <= longestPause && both.fits();
+            if (!isNear && canBeFollowed(before, next))
+                break;
+            before = both;
+            found.pop_back();
+        }
     }
     return found;
 }
@@ -103,20 +124,19 @@ std::vector<Cluster> clusters(const std::deque<RecordedEvent>& events, double du
 std::vector<Zoom> planZooms(const std::deque<RecordedEvent>& events, double duration)
 {
     std::vector<Zoom> zooms;
-    double lastAction = 0;
+    double lastDone = 0;
     for (const Cluster& cluster : clusters(events, duration)) {
         Zoom zoom = cluster.zoom();
-        if (!zooms.empty() && zoom.from < zooms.back().to) {
+        const double movement = movementSeconds({}, cluster.view());
+        zoom.from = std::max(0.0, cluster.first - restBefore - movement);
+        zoom.to = cluster.done() + restAfter + movement;
+        if (!zooms.empty() && zoom.from < zooms.back().to + shortestWholeView) {
             // From one place to the next at once, halfway between the actions.
-            const double between = (lastAction + cluster.first) / 2;
-            zooms.back().to = std::max(between, zooms.back().from + shortestZoom);
-            zoom.from = zooms.back().to;
+            zoom.from = (lastDone + cluster.first) / 2;
+            zooms.back().to = zoom.from;
         }
-        zoom.from = std::clamp(zoom.from, 0.0, duration);
-        zoom.to = std::clamp(std::max(zoom.to, zoom.from + shortestZoom), 0.0, duration);
-        lastAction = cluster.last;
-        if (zoom.to - zoom.from >= shortestZoom)
-            zooms.push_back(zoom);
+        lastDone = cluster.done();
+        zooms.push_back(zoom);
     }
     return zooms;
 }

@@ -21,8 +21,9 @@ struct Zoom {
 };
 
 // Where the action is: each run of clicks and scrolls that are near each other in time and place gets one
-// zoom, as close as they all fit in; a pause shows the whole picture. In order, without overlaps, within the
-// take's length (seconds).
+// zoom, as close as they all fit in; a pause, and what happens too far apart for the eye to follow, shows the
+// whole picture. In order, without overlaps. Events after the take's length (seconds) count for nothing; the
+// last zoom may end later than the take, when nothing is left to move back for.
 std::vector<Zoom> planZooms(const std::deque<RecordedEvent>& events, double duration);
 
 // {"version":1,"zooms":[{"from":1.0,"to":4.5,"x":0.25,"y":0.5,"scale":2.0}]}, to be changed by people and
