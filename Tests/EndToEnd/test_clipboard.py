@@ -2,13 +2,13 @@
 
 import os
 import subprocess
-import time
 import unittest
 import zlib
 
 from support import pictures
 from support.processes import wait_until
 from support.stills import StillsCase
+from support.tool import RUN_LIMIT
 from support.windows import BINARY
 
 
@@ -59,15 +59,12 @@ class ClipboardImageTests(ClipboardCase):
         for arguments in (["clipboard-image", "--path", self.image()],
                           ["screenshot", "-o", self.shot, "--copy-image"]):
             reader, writer = os.pipe()
-            process = subprocess.Popen([BINARY, *arguments], env=self.environment(), stdin=subprocess.PIPE,
-                                       stdout=writer, stderr=writer)
-            os.close(writer)
-            began = time.monotonic()
-            with os.fdopen(reader, "rb") as stream:
-                text = stream.read()
-            self.assertLess(time.monotonic() - began, 20)
-            self.assertEqual(process.wait(20), 0, text)
-            process.stdin.close()
+            self.addCleanup(os.close, writer)
+            # Ends when nobody has the pipe open any more.
+            done = subprocess.run([BINARY, *arguments], env=self.environment(), stdin=reader, stdout=subprocess.PIPE,
+                                  stderr=subprocess.STDOUT, timeout=RUN_LIMIT)
+            os.close(reader)
+            self.assertEqual(done.returncode, 0, done.stdout)
             self.assertIsNotNone(self.paste())
 
     def test_second_picture_replaces_the_first(self):
@@ -150,11 +147,9 @@ class BadPictureTests(ClipboardCase):
     """Files that are no pictures, at clipboard-image and recognize-text."""
 
     def refused(self, command, path, message):
-        began = time.monotonic()
-        output = self.run_tool(command, "--path", path, limit=20)
+        output = self.run_tool(command, "--path", path)
         self.assert_fails(output, message)
         self.assertEqual(output.texts, [])
-        self.assertLess(time.monotonic() - began, 10)
 
     def refused_by_clipboard(self, path):
         self.refused("clipboard-image", path, f"clipboard-image requires a readable PNG image at {path}.")
@@ -217,7 +212,7 @@ class BadPictureTests(ClipboardCase):
             path.chmod(0o755)
         user = "nobody" if os.geteuid() == 0 else None
         return subprocess.run([BINARY, *arguments], env=self.environment(), capture_output=True, text=True,
-                              timeout=20, user=user)
+                              timeout=RUN_LIMIT, user=user)
 
     def test_only_files_are_read_for_text(self):
         pipe = self.work / "pipe.png"
@@ -234,13 +229,11 @@ class BadPictureTests(ClipboardCase):
             if path.name == "jpeg.png":
                 continue
             with self.subTest(path=path.name):
-                began = time.monotonic()
-                output = self.run_tool("recognize-text", "--path", path, limit=20)
+                output = self.run_tool("recognize-text", "--path", path)
                 self.assertEqual((output.status, output.texts), (1, []))
                 self.assertEqual(len(output.error_lines), 1)
                 self.assertTrue(output.error_lines[0].startswith("error: "))
                 self.assertIn(str(path), output.error_lines[0])
-                self.assertLess(time.monotonic() - began, 10)
 
 
 if __name__ == "__main__":

@@ -100,7 +100,7 @@ class ChangingDisplayTests(EndToEndCase):
         recording.wait_until_recording()
         time.sleep(1.2)
         self.server.run("xrandr", "--output", outputs[1], "--off")
-        output = recording.finish(limit=10)
+        output = recording.finish()
         self.assertEqual(output.status, 1)
         self.assertEqual(output.texts[-1], STATUS + "failed")
         self.assertRegex(output.error_lines[-1], r"\Aerror: .*display.*disconnected")

@@ -171,7 +171,7 @@ class TakeTests(SoundCase):
         self.assertEqual(recording.finish().status, 0)
 
     def wait_for_segment(self, track, recording):
-        wait_until(lambda: (self.take / f"segments/{track}/segment_001.m4s").exists(), f"{track} segments", limit=5)
+        wait_until(lambda: (self.take / f"segments/{track}/segment_001.m4s").exists(), f"{track} segments")
         self.assertIsNone(recording.line_with("stopping_capture"))
 
     def test_segments_of_both_tracks_are_cut_together(self):

@@ -136,7 +136,7 @@ class SignalTests(StoppingCase):
         recording.wait_for("Glimto stop: stopping capture stream")
         time.sleep(1.1)
         recording.process.send_signal(signal.SIGINT)
-        self.assertEqual(recording.finish(limit=10).status, -signal.SIGINT)
+        self.assertEqual(recording.finish().status, -signal.SIGINT)
         self.assertGreater(media.frame_times(self.joined())[-1], 0.5)
 
     def test_hangup_that_the_parent_ignores_stays_ignored(self):

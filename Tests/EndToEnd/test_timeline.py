@@ -78,7 +78,7 @@ class SegmentFileTests(EndToEndCase):
         self.start_screen()
         recording = self.start_recording("-d", "2.5", "--segment-duration", "0.5")
         recording.wait_until_recording()
-        wait_until(lambda: "segment_001.m4s" in self.segments(), "the second segment", limit=10)
+        wait_until(lambda: "segment_001.m4s" in self.segments(), "the second segment")
         self.assertIsNone(recording.line_with("stopping_capture"))
         self.assertEqual(recording.finish().status, 0)
 

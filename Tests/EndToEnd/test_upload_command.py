@@ -107,7 +107,7 @@ class UploadCommandTests(UploadCommandCase):
         upload.wait_for(STATUS + "uploading")
         time.sleep(0.3)
         upload.process.terminate()
-        self.assertEqual(upload.finish(10).status, -15)
+        self.assertEqual(upload.finish().status, -15)
         self.api.delay = 0
         self.assertEqual(self.upload().status, 0)
 
@@ -167,11 +167,9 @@ class HostileServerTests(UploadCommandCase):
     def test_endless_patterns_are_given_up(self):
         self.change("recordings", lambda answer: answer["uploadInstructions"]["allowedSegmentKeyPatterns"][
             "video"].update(regex="^(([a-z0-9/_.]+)+)+$!"))
-        started = time.monotonic()
         output = self.upload()
         self.assertEqual(output.status, 1)
         self.assertIn("error: The search for a pattern was given up: U_REGEX_", output.error_lines[-1])
-        self.assertLess(time.monotonic() - started, 15)
 
     def test_faulty_patterns_are_told(self):
         self.change("recordings", lambda answer: answer["uploadInstructions"]["allowedSegmentKeyPatterns"][

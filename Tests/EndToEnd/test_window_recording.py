@@ -108,21 +108,19 @@ class WindowRecordingTests(EndToEndCase):
                 recording = self.start_recording("-d", "20", "-w", "--window-id", window.id)
                 time.sleep(delay)
                 window.destroy()
-                output = recording.finish(limit=15)
+                output = recording.finish()
                 self.assertEqual(output.status, 1)
                 self.assertTrue(output.error_lines[0].startswith("error: "), output.errors)
                 self.assertEqual(output.texts[-1], STATUS + "failed")
 
     def test_closed_window_ends_the_recording_with_an_error_and_playable_segments(self):
         window = self.painter.open("200x100+50+60", "quadrants")
-        started = time.monotonic()
-        recording = self.start_recording("-d", "20", "--no-cursor", "--window-id", window.id,
+        recording = self.start_recording("-d", "600", "--no-cursor", "--window-id", window.id,
                                          "--segment-duration", "0.3")
         recording.wait_until_recording()
         time.sleep(1.2)
         window.destroy()
-        output = recording.finish(limit=10)
-        self.assertLess(time.monotonic() - started, 10)
+        output = recording.finish()
         self.assertEqual(output.status, 1)
         self.assertRegex(output.error_lines[-1], r"\Aerror: .*window.*")
         self.assertEqual(output.texts[-1], STATUS + "failed")
@@ -134,12 +132,13 @@ class WindowRecordingTests(EndToEndCase):
 
     def test_recording_lasts_until_the_moment_its_window_closes(self):
         window = self.painter.open("200x100+50+60", "quadrants")
-        recording = self.start_recording("-d", "20", "--no-cursor", "--window-id", window.id)
+        recording = self.start_recording("-d", "600", "--no-cursor", "--window-id", window.id,
+                                         "--segment-duration", "300")
         recording.wait_until_recording()
         started = time.monotonic()
         time.sleep(1.2)
         lasted = window.destroy().before - started
-        output = recording.finish(limit=10)
+        output = recording.finish()
         self.assertEqual(output.status, 1)
         self.assertEqual(self.segments(), ["segment_000.m4s"])
         duration = float(media.probe(self.joined(), "-show_format")["format"]["duration"])
