@@ -38,15 +38,14 @@ class HelpTests(EndToEndCase):
                          " " * 33 + "Start uploading completed segments after this long. Default: 3")
 
     def test_document_that_cannot_be_written_is_an_error(self):
-        for command in (["help"], ["permission-json"], ["windows-json"], ["sources"]):
-            with self.subTest(command=command[0]), open("/dev/full", "wb") as full:
-                if command[0] == "windows-json":
-                    self.start_screen()
-                done = subprocess.run([BINARY, *command], env=self.environment(), stdout=full, stderr=subprocess.PIPE,
-                                      timeout=60, check=False)
-                self.assertEqual(done.returncode, 1)
-                self.assertEqual(done.stderr.decode().splitlines()[-1],
-                                 "error: Could not write the output: No space left on device")
+        self.start_screen()
+        for command in ("help", "permission-json", "windows-json", "sources"):
+            for output, reason in (("/dev/full", "No space left on device"), ("&-", "Bad file descriptor")):
+                with self.subTest(command=command, output=output):
+                    done = subprocess.run(["sh", "-c", f'exec "$@" >{output}', "sh", BINARY, command],
+                                          env=self.environment(), stderr=subprocess.PIPE, text=True, timeout=60)
+                    self.assertEqual(done.returncode, 1)
+                    self.assertEqual(done.stderr.splitlines()[-1:], [f"error: Could not write the output: {reason}"])
 
     def test_help_leaves_nothing_behind(self):
         self.run_tool("help")

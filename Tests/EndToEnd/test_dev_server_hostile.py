@@ -45,6 +45,17 @@ class HostileClientsTests(EndToEndCase):
             with self.subTest(host=host):
                 self.assertEqual(server.request("GET", "/recordings.json", headers={"Host": host})[0], status)
 
+    def test_a_request_has_one_host_header_which_counts_whole(self):
+        server = self.start()
+        for hosts, status in [([b"localhost"], "200"), ([], "403"), ([b""], "403"),
+                              ([b"localhost", b"evil.example"], "403"), ([b"evil.example", b"localhost"], "403"),
+                              ([b"localhost\0.evil.example"], "403"), ([b"127.0.0.1\0"], "403")]:
+            with self.subTest(hosts=hosts):
+                connection = self.connect(server)
+                connection.sendall(b"GET /recordings.json HTTP/1.1\r\n" +
+                                   b"".join(b"Host: " + host + b"\r\n" for host in hosts) + b"\r\n")
+                self.assertEqual(self.answer_to(connection).split()[1], status)
+
     def test_a_name_may_be_added(self):
         server = self.start("--host-name", "box.example")
         for host, status in [("box.example:80", 200), ("x.box.example", 403)]:

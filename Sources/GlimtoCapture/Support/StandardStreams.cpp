@@ -29,10 +29,10 @@ void openStandardStreams()
             ::close(ends[1]);
         }
     }
-    for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
-        if (!isOpen(descriptor))
-            ::open("/dev/null", O_RDWR);
-    }
+    if (!isOpen(STDOUT_FILENO))
+        ::open("/dev/null", O_RDONLY);
+    if (!isOpen(STDERR_FILENO))
+        ::open("/dev/null", O_RDWR);
 }
 
 } // namespace glimto

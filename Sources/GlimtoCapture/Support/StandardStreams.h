@@ -3,8 +3,8 @@
 namespace glimto {
 
 // Opens those of the standard streams that are closed, so that no file opened later gets the number of one
-// and with it the lines that are written there. What is written to them is lost; the input is in error, not
-// at its end.
+// and with it the lines that are written there. Writing to the output fails, what is written as an error is
+// lost; the input is in error, not at its end.
 void openStandardStreams();
 
 } // namespace glimto
