@@ -26,7 +26,7 @@ REFUSED = [
     (S + "Backends/Images/A.cpp", "#include <xcb/xcb.h>\n", "belongs to Backends/X11/Connection, "),
     (S + "Recording/A.cpp", "extern \"C\" {\n#include <libavcodec/avcodec.h>\n}\n", "belongs to Backends/FFmpeg, GlimtoTake/Media only"),
     (S + "Backends/X11/A.cpp", "#include <x264.h>\n", "belongs to Backends/X264 only"),
-    (S + "Platform/A.cpp", "#include <libyuv.h>\n", "belongs to Backends/X11/Pictures, Backends/Images, Backends/X264, Backends/Wayland, Backends/Portal, GlimtoTake/Media only"),
+    (S + "Platform/A.cpp", "#include <libyuv.h>\n", "belongs to Backends/Streams, Backends/Images, Backends/X264, Backends/Wayland, GlimtoTake/Media only"),
     (S + "Recording/A.cpp", "#include <turbojpeg.h>\n", "belongs to Backends/Images only"),
     (S + "Artifacts/A.cpp", "#include <openssl/sha.h>\n", "belongs to Support, GlimtoDevServer only"),
     (S + "Platform/A.cpp", "#include <nlohmann/json.hpp>\n", "<nlohmann/json.hpp> belongs to"),
@@ -81,7 +81,8 @@ ACCEPTED = [
     (S + "Recording/A.h", ONCE + '#include <vector>\n#include <unistd.h>\n#include "Content/A.h"\n'
      '#include "Support/Text.h"\n#include "Recording/B.h"\n'),
     (S + "Backends/FFmpeg/Module/A.cpp", '#include <dlfcn.h>\n#include "Backends/FFmpeg/B.h"\n#ifdef __linux__\n#endif\n'),
-    (S + "Backends/X11/Pictures/A.cpp", '#include <xcb/shm.h>\n#include <libyuv.h>\n#include "Backends/X11/Connection/B.h"\n#include "Platform/VideoFrame.h"\npipe2(p, 0);\n'),
+    (S + "Backends/Streams/A.cpp", '#include <libyuv.h>\neventfd(0, 0);\n'),
+    (S + "Backends/X11/Pictures/A.cpp", '#include <xcb/shm.h>\n#include "Backends/X11/Connection/B.h"\n#include "Platform/VideoFrame.h"\npipe2(p, 0);\n'),
     (S + "Recording/A.h", ONCE + "    // By hand: a library calls it.\n    std::mutex mutex_;\n    int count_ = 0;\n"),
     (S + "Stills/A.cpp", "const int a = 1;\nconstexpr double b = 2;\nusing std::chrono::seconds;\nint f();\n"
      "    static constexpr int c = 3;\n    static const std::string d = \"d\";\n    return std::thread::id();\n"),

@@ -2,13 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <cmath>
 
-#include <libyuv/planar_functions.h>
-#include <libyuv/scale_argb.h>
-
-#include "Support/Errors.h"
+#include "Backends/Streams/PictureScaling.h"
 
 namespace glimto {
 
@@ -16,22 +12,7 @@ namespace {
 
 constexpr std::size_t bytesPerPixel = 4;
 
-void require(int result)
-{
-    if (result != 0)
-        throw PlatformError::posix("Could not convert a picture", ENOMEM);
-}
-
 } // namespace
-
-PixelRect fittedRect(int width, int height, int frameWidth, int frameHeight)
-{
-    const double scale
-        = std::min(static_cast<double>(frameWidth) / width, static_cast<double>(frameHeight) / height);
-    const int fittedWidth = std::clamp(static_cast<int>(std::lround(width * scale)), 1, frameWidth);
-    const int fittedHeight = std::clamp(static_cast<int>(std::lround(height * scale)), 1, frameHeight);
-    return {(frameWidth - fittedWidth) / 2, (frameHeight - fittedHeight) / 2, fittedWidth, fittedHeight};
-}
 
 PixelRect placedRect(const PixelRect& rect, const PixelRect& part, const PixelRect& place)
 {
@@ -59,7 +40,7 @@ PictureFitting::PictureFitting(int frameWidth, int frameHeight, std::size_t most
 
 std::shared_ptr<const FramePicture> PictureFitting::frameOf(const PixelBuffer& pixels)
 {
-    const PixelRect place = fittedRect(pixels.width, pixels.height, width_, height_);
+    const PixelRect place = aspectFitRect({pixels.width, pixels.height}, {width_, height_});
     const auto frame = unusedFrame();
     if (!frame)
         return nullptr;
@@ -69,16 +50,7 @@ std::shared_ptr<const FramePicture> PictureFitting::frameOf(const PixelBuffer& p
     }
     const PixelCanvas whole = {width_, height_, bytesPerPixel * static_cast<std::size_t>(width_),
         frame->bytes.data(), frame, pixels.format};
-    const PixelCanvas target = whole.part(place);
-    // Both take the bytes of a pixel as they come. The box filter takes every pixel into account when
-    // shrinking, and is bilinear otherwise.
-    const auto from = static_cast<int>(pixels.bytesPerRow);
-    const auto to = static_cast<int>(target.bytesPerRow);
-    if (target.width == pixels.width && target.height == pixels.height)
-        require(libyuv::ARGBCopy(pixels.bytes, from, target.bytes, to, target.width, target.height));
-    else
-        require(libyuv::ARGBScale(pixels.bytes, from, pixels.width, pixels.height, target.bytes, to,
-            target.width, target.height, libyuv::kFilterBox));
+    scalePixels(pixels, whole.part(place));
     return std::make_shared<const MemoryPicture>(whole);
 }
 

@@ -10,10 +10,6 @@
 
 namespace glimto {
 
-// The largest rectangle of the shape of a `width` x `height` picture in the middle of a frame; all at
-// least 1.
-PixelRect fittedRect(int width, int height, int frameWidth, int frameHeight);
-
 // Where pixels of `part`, shown in `place` of a frame, may be seen there when `rect` of the picture changed;
 // empty when nowhere.
 PixelRect placedRect(const PixelRect& rect, const PixelRect& part, const PixelRect& place);

@@ -78,11 +78,9 @@ PixelRect rectOf(const spa_region& region, int width, int height)
             std::min(region.size.height, static_cast<std::uint32_t>(height - region.position.y)))};
 }
 
-} // namespace
-
-class PipeWireScreen::Connection {
+class Connection final : public PipeWireScreen {
 public:
-    Connection(FileDescriptor remote, std::uint32_t nodeID, std::uint32_t mostFramesPerSecond,
+    Connection(const FileDescriptor& remote, std::uint32_t nodeID, std::uint32_t mostFramesPerSecond,
         PipeWireParameters::PointerPlace pointer, std::shared_ptr<WakeUp> wakeUp)
         : nodeID_(nodeID)
         , wantsPointer_(pointer)
@@ -96,18 +94,16 @@ public:
         connectStream(mostFramesPerSecond);
     }
 
-    ~Connection()
+    ~Connection() override
     {
         stream_.reset();
         spa_hook_remove(&registryHook_);
         spa_hook_remove(&coreHook_);
     }
 
-    void enter() { pw_loop_enter(loop_.get()); }
-    void leave() { pw_loop_leave(loop_.get()); }
-    int fileDescriptor() const { return pw_loop_get_fd(loop_.get()); }
+    int fileDescriptor() const override { return pw_loop_get_fd(loop_.get()); }
 
-    void handleEvents()
+    void handleEvents() override
     {
         takeBackLent();
         for (int count = 0; count < mostEventsAtOnce && !failure_; ++count) {
@@ -118,17 +114,17 @@ public:
             throw PlatformError(*failure_);
     }
 
-    const std::optional<PipeWireFormat>& format() const { return format_; }
-    const ArrivedPicture* arrived() const { return arrivedBuffer_ ? &arrived_ : nullptr; }
-    std::optional<PointerPlace> pointer() const { return pointer_; }
+    const std::optional<PipeWireFormat>& format() const override { return format_; }
+    const ArrivedPicture* arrived() const override { return arrivedBuffer_ ? &arrived_ : nullptr; }
+    std::optional<PointerPlace> pointer() const override { return pointer_; }
 
-    void askForPicture()
+    void askForPicture() override
     {
         pw_stream_set_active(stream_.get(), false);
         pw_stream_set_active(stream_.get(), true);
     }
 
-    std::shared_ptr<const FramePicture> lend(const PixelRect& part)
+    std::shared_ptr<const FramePicture> lend(const PixelRect& part) override
     {
         takeBackLent();
         if (!arrivedBuffer_ || !arrivedBuffer_->memory || !arrivedBuffer_->handle
@@ -148,13 +144,16 @@ public:
         return picture;
     }
 
-    void finish()
+    void finish() override
     {
         if (arrivedBuffer_)
             giveBack(*std::exchange(arrivedBuffer_, nullptr));
     }
 
 private:
+    void enter() override { pw_loop_enter(loop_.get()); }
+    void leave() override { pw_loop_leave(loop_.get()); }
+
     void listenToCore()
     {
         static const pw_core_events coreEvents = [] {
@@ -458,64 +457,13 @@ private:
     PipeWireHandle<pw_stream> stream_; // its end gives buffers back, so it goes first
 };
 
-PipeWireScreen::PipeWireScreen(FileDescriptor remote, std::uint32_t nodeID, std::uint32_t mostFramesPerSecond,
-    PipeWireParameters::PointerPlace pointer, std::shared_ptr<WakeUp> wakeUp)
-    : connection_(std::make_unique<Connection>(
-        std::move(remote), nodeID, mostFramesPerSecond, pointer, std::move(wakeUp)))
-{
-}
+} // namespace
 
-PipeWireScreen::~PipeWireScreen() = default;
-
-PipeWireScreen::Turn::Turn(PipeWireScreen& screen)
-    : screen_(screen)
+std::unique_ptr<PipeWireScreen> openPipeWireScreen(const FileDescriptor& remote, std::uint32_t nodeID,
+    std::uint32_t mostFramesPerSecond, PipeWireParameters::PointerPlace pointer,
+    std::shared_ptr<WakeUp> wakeUp)
 {
-    screen_.connection_->enter();
-}
-
-PipeWireScreen::Turn::~Turn()
-{
-    screen_.connection_->leave();
-}
-
-void PipeWireScreen::handleEvents()
-{
-    connection_->handleEvents();
-}
-
-int PipeWireScreen::fileDescriptor() const
-{
-    return connection_->fileDescriptor();
-}
-
-const std::optional<PipeWireFormat>& PipeWireScreen::format() const
-{
-    return connection_->format();
-}
-
-void PipeWireScreen::askForPicture()
-{
-    connection_->askForPicture();
-}
-
-const ArrivedPicture* PipeWireScreen::arrived() const
-{
-    return connection_->arrived();
-}
-
-std::shared_ptr<const FramePicture> PipeWireScreen::lend(const PixelRect& part)
-{
-    return connection_->lend(part);
-}
-
-void PipeWireScreen::finish()
-{
-    connection_->finish();
-}
-
-std::optional<PipeWireScreen::PointerPlace> PipeWireScreen::pointer() const
-{
-    return connection_->pointer();
+    return std::make_unique<Connection>(remote, nodeID, mostFramesPerSecond, pointer, std::move(wakeUp));
 }
 
 } // namespace glimto

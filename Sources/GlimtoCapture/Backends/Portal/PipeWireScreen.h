@@ -8,7 +8,7 @@
 
 #include "Backends/Portal/PipeWireBuffer.h"
 #include "Backends/Portal/PipeWireFormat.h"
-#include "Backends/Portal/WakeUp.h"
+#include "Backends/Streams/WakeUp.h"
 #include "Platform/FramePicture.h"
 #include "Platform/Geometry.h"
 #include "Support/Errors.h"
@@ -31,18 +31,20 @@ struct ArrivedPicture {
 // One thread at a time, which holds a Turn while it handles events.
 class PipeWireScreen {
 public:
-    // `wakeUp`, owned with those who hold pictures, is woken when they let go. Throws PlatformError.
-    PipeWireScreen(FileDescriptor remote, std::uint32_t nodeID, std::uint32_t mostFramesPerSecond,
-        PipeWireParameters::PointerPlace pointer, std::shared_ptr<WakeUp> wakeUp);
-    ~PipeWireScreen();
+    PipeWireScreen() = default;
+    virtual ~PipeWireScreen() = default;
     PipeWireScreen(const PipeWireScreen&) = delete;
     PipeWireScreen& operator=(const PipeWireScreen&) = delete;
 
     // The thread that holds one may handle events.
     class Turn {
     public:
-        explicit Turn(PipeWireScreen& screen);
-        ~Turn();
+        explicit Turn(PipeWireScreen& screen)
+            : screen_(screen)
+        {
+            screen_.enter();
+        }
+        ~Turn() { screen_.leave(); }
         Turn(const Turn&) = delete;
         Turn& operator=(const Turn&) = delete;
 
@@ -52,24 +54,24 @@ public:
 
     // Handles what has come, without waiting. Throws PlatformError: sourceGone, or noPicture when no format
     // is common to both ends.
-    void handleEvents();
-    int fileDescriptor() const; // readable when something has come
+    virtual void handleEvents() = 0;
+    virtual int fileDescriptor() const = 0; // readable when something has come
 
     // Absent until both ends have agreed.
-    const std::optional<PipeWireFormat>& format() const;
+    virtual const std::optional<PipeWireFormat>& format() const = 0;
 
     // Asks for a picture of a screen on which nothing happens: most providers send one when a stream begins.
-    void askForPicture();
+    virtual void askForPicture() = 0;
 
     // Null when there is none. Valid until the next events are handled or it was taken.
-    const ArrivedPicture* arrived() const;
+    virtual const ArrivedPicture* arrived() const = 0;
 
     // Takes it, without a copy of what lies in `part`. Null when consumers hold too many, or it lies in
     // memory that does not stay; the picture is still there then.
-    std::shared_ptr<const FramePicture> lend(const PixelRect& part);
+    virtual std::shared_ptr<const FramePicture> lend(const PixelRect& part) = 0;
 
     // Takes it, after it was copied.
-    void finish();
+    virtual void finish() = 0;
 
     // Where the pointer was seen last, in fractions of what is meant to be seen; absent when it is elsewhere
     // or not told.
@@ -77,11 +79,16 @@ public:
         Point place;
         std::int64_t time = 0; // on the host clock
     };
-    std::optional<PointerPlace> pointer() const;
+    virtual std::optional<PointerPlace> pointer() const = 0;
 
 private:
-    class Connection;
-    std::unique_ptr<Connection> connection_;
+    virtual void enter() = 0;
+    virtual void leave() = 0;
 };
+
+// `wakeUp`, owned with those who hold pictures, is woken when they let go. Throws PlatformError.
+std::unique_ptr<PipeWireScreen> openPipeWireScreen(const FileDescriptor& remote, std::uint32_t nodeID,
+    std::uint32_t mostFramesPerSecond, PipeWireParameters::PointerPlace pointer,
+    std::shared_ptr<WakeUp> wakeUp);
 
 } // namespace glimto

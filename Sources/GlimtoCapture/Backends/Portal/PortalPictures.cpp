@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "Backends/Streams/PictureScaling.h"
+
 namespace glimto {
 
 PortalPictures::PortalPictures(PipeWireScreen& screen, const PortalFraming& framing)
@@ -22,7 +24,7 @@ bool PortalPictures::take()
         screen_.finish();
         return false;
     }
-    const PixelRect place = fittedRect(part.width, part.height, framing_.width, framing_.height);
+    const PixelRect place = aspectFitRect({part.width, part.height}, {framing_.width, framing_.height});
     setChanges(*arrived, part, place);
     if (changedRects_.empty()) {
         screen_.finish();

@@ -79,9 +79,8 @@ public:
         opened.obeysCursorWish
             = request_.configuration.showsCursor == (grant.cursorMode == PortalCursorMode::embedded);
         pointer_->setIsTold(grant.cursorMode == PortalCursorMode::metadata);
-        opened.stream = std::make_shared<PortalCaptureStream>(std::move(share), consumers, cut.framing,
-            request_.configuration.minimumFrameInterval,
-            PortalCaptureStream::PointerTrack{pointer_, cut.sharedFrame});
+        opened.stream = makePortalCaptureStream(std::move(share), consumers, cut.framing,
+            request_.configuration.minimumFrameInterval, PortalPointerTrack{pointer_, cut.sharedFrame});
         return opened;
     }
 

@@ -6,7 +6,7 @@
 
 #include "Backends/Portal/ScreenCastSession.h"
 #include "Backends/Portal/SessionBus.h"
-#include "Backends/Portal/WakeUp.h"
+#include "Backends/Streams/WakeUp.h"
 
 namespace glimto {
 

@@ -1,11 +1,9 @@
 #include "Backends/Portal/PortalShare.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <utility>
-
-#include <poll.h>
 
 #include "Backends/Portal/PortalErrors.h"
 #include "Support/Errors.h"
@@ -38,8 +36,7 @@ ScreenCastSession::Grant PortalShare::open(const ScreenCastSession::Wish& wish)
 
 void PortalShare::beginStream(const ScreenCastSession::Grant& grant, std::uint32_t mostFramesPerSecond)
 {
-    screen_ = std::make_unique<PipeWireScreen>(session_.openPipeWireRemote(), grant.stream.nodeID,
-        mostFramesPerSecond,
+    screen_ = openPipeWireScreen(session_.openPipeWireRemote(), grant.stream.nodeID, mostFramesPerSecond,
         grant.cursorMode == PortalCursorMode::metadata ? PipeWireParameters::PointerPlace::wanted
                                                        : PipeWireParameters::PointerPlace::notWanted,
         consumers_);
@@ -71,7 +68,7 @@ void PortalShare::waitForStream()
         } else if (now - began >= formatLimit) {
             throw portalError(PortalFailure::noAnswer, "The stream of the screen did not begin in time.");
         }
-        wait(*opening_, std::chrono::milliseconds(100));
+        wait(*opening_, now + nanosecondsPerSecond / 10);
     }
 }
 
@@ -89,16 +86,14 @@ void PortalShare::handleEvents()
     }
 }
 
-void PortalShare::wait(WakeUp& wakeUp, std::chrono::nanoseconds limit)
+void PortalShare::wait(WakeUp& wakeUp, std::int64_t deadline)
 {
-    const std::int64_t left = std::max<std::int64_t>(0, limit.count());
-    const timespec timeout = {.tv_sec = left / nanosecondsPerSecond, .tv_nsec = left % nanosecondsPerSecond};
     std::array<pollfd, 3> entries = {{
         {.fd = screen_->fileDescriptor(), .events = POLLIN, .revents = 0},
         {.fd = bus_.fileDescriptor(), .events = POLLIN, .revents = 0},
         {.fd = wakeUp.fileDescriptor(), .events = POLLIN, .revents = 0},
     }};
-    if (::ppoll(entries.data(), entries.size(), &timeout, nullptr) < 0 && errno != EINTR)
+    if (!waitFor(entries, deadline))
         throw PlatformError::posix("Could not wait for the stream of the screen", errno);
     wakeUp.clear();
 }

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <chrono>
+#include <cstdint>
 #include <memory>
 
 #include "Backends/Portal/PipeWireScreen.h"
 #include "Backends/Portal/ScreenCastSession.h"
 #include "Backends/Portal/SessionBus.h"
-#include "Backends/Portal/WakeUp.h"
+#include "Backends/Streams/WakeUp.h"
 
 namespace glimto {
 
@@ -26,8 +26,8 @@ public:
     // source is gone.
     void handleEvents();
 
-    // Waits until something comes, `wakeUp` is woken, or the time is over.
-    void wait(WakeUp& wakeUp, std::chrono::nanoseconds limit);
+    // Waits until something comes, `wakeUp` is woken, or `deadline` on the host clock.
+    void wait(WakeUp& wakeUp, std::int64_t deadline);
 
     PipeWireScreen& screen() { return *screen_; }
 

@@ -16,8 +16,6 @@ namespace glimto {
 
 namespace {
 
-constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
-
 const char* const noAnswerText = "does not answer.";
 
 // Whether the error says that there is nobody, or nobody who can do that.
@@ -200,14 +198,12 @@ void SessionBus::waitUntil(const std::function<bool()>& isReady, Limit limit, co
             left = std::min(left,
                 std::max<std::int64_t>(0, static_cast<std::int64_t>(busTimer) * 1000 - hostTimeNanoseconds())
                     + 1'000'000);
-        const timespec timeout
-            = {.tv_sec = left / nanosecondsPerSecond, .tv_nsec = left % nanosecondsPerSecond};
         const int events = sd_bus_get_events(bus_.get());
         std::array<pollfd, 2> entries = {{
             {.fd = sd_bus_get_fd(bus_.get()), .events = static_cast<short>(events), .revents = 0},
             {.fd = wakeUp_.fileDescriptor(), .events = POLLIN, .revents = 0},
         }};
-        if (::ppoll(entries.data(), entries.size(), &timeout, nullptr) < 0 && errno != EINTR)
+        if (!waitFor(entries, hostTimeNanoseconds() + left))
             throw PlatformError::posix("Could not wait for the desktop portal", errno);
     }
 }

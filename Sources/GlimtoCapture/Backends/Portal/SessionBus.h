@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "Backends/Portal/WakeUp.h"
+#include "Backends/Streams/WakeUp.h"
 
 struct sd_bus;
 struct sd_bus_message;

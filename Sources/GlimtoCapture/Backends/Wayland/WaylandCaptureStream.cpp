@@ -1,12 +1,12 @@
 #include "Backends/Wayland/WaylandCaptureStream.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <utility>
 
-#include <sys/eventfd.h>
-
-#include "Support/Errors.h"
+#include "Backends/Streams/ThreadedCaptureStream.h"
+#include "Backends/Wayland/WaylandErrors.h"
+#include "Backends/Wayland/WaylandFrameSource.h"
+#include "Platform/FrameGrid.h"
 #include "Support/TimeStamps.h"
 
 namespace glimto {
@@ -30,152 +30,145 @@ constexpr std::int64_t firstPictureTimeout = 1'000'000'000;
 // How long a compositor may take for a picture that it was asked for at once.
 constexpr std::int64_t oldestTime = 1'000'000'000;
 
+// How often a compositor is asked for a sign of life, and how long it may take.
+constexpr std::int64_t betweenQuestions = 5'000'000'000;
+constexpr std::int64_t longestAnswer = 10'000'000'000;
+
 WaylandConnection::Clock::time_point clockTime(std::int64_t hostTime)
 {
     return WaylandConnection::Clock::time_point(std::chrono::nanoseconds(hostTime));
 }
 
-} // namespace
-
-WaylandCaptureStream::WaylandCaptureStream(
-    const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
-    : configuration_(configuration)
-    , wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
-    , grid_(configuration.minimumFrameInterval)
-{
-    if (!wakeUp_)
-        throw PlatformError::posix("Could not start the capture", errno);
-    connection_ = WaylandConnection::open();
-    heartbeat_ = std::make_unique<WaylandHeartbeat>(*connection_);
-    source_ = std::make_unique<WaylandFrameSource>(*connection_, filter, configuration_);
-}
-
-WaylandCaptureStream::~WaylandCaptureStream()
-{
-    outputs_.close();
-    endThread();
-}
-
-void WaylandCaptureStream::start(Handlers handlers)
-{
-    outputs_.set(std::move(handlers));
-    thread_ = std::make_unique<NamedThread>("glimto.capture.samples", [this] { run(); });
-}
-
-void WaylandCaptureStream::stop()
-{
-    mustDeliverLastPicture_ = true;
-    endThread();
-}
-
-void WaylandCaptureStream::removeOutputs()
-{
-    outputs_.close();
-}
-
-void WaylandCaptureStream::endThread()
-{
-    if (!thread_)
-        return;
-    mustEnd_ = true;
-    eventfd_write(wakeUp_.get(), 1);
-    thread_.reset();
-}
-
-void WaylandCaptureStream::run()
-{
-    try {
-        while (!mustEnd_)
-            step();
-    } catch (...) {
-        const auto cause = std::current_exception();
-        // The picture lasted until now.
-        deliver(hostTimeNanoseconds(), false);
-        outputs_.fail(cause);
-        return;
+// Tells a compositor that hangs from one whose screen stands still: asks it for a sign of life every few
+// seconds. Used by the thread of its connection, which outlives it.
+class WaylandHeartbeat {
+public:
+    explicit WaylandHeartbeat(WaylandConnection& connection)
+        : connection_(connection)
+    {
     }
-    if (mustDeliverLastPicture_)
-        deliverLastPicture();
-}
 
-void WaylandCaptureStream::step()
-{
-    const std::int64_t now = hostTimeNanoseconds();
-    heartbeat_->beat(now);
-    if (!source_->isRequested() && now >= nextRequest_)
-        source_->request();
-    std::int64_t until = hasBegun_ ? repeatDue_ : now + repeatInterval;
-    if (!source_->isRequested())
-        until = std::min(until, nextRequest_);
-    if (source_->waitsForConsumers())
-        until = std::min(until, now + lookInterval);
-    const pollfd wakeUp = {.fd = wakeUp_.get(), .events = POLLIN, .revents = 0};
-    connection_->dispatchOnce(clockTime(until), {&wakeUp, 1});
-    receive();
-    const std::int64_t after = hostTimeNanoseconds();
-    if (hasBegun_ && after >= repeatDue_)
-        deliver(after, false);
-}
+    // Called now and then, after events were handled. `now` in nanoseconds of the host clock. Throws
+    // PlatformError noAnswer when the last question has stood for too long.
+    void beat(std::int64_t now)
+    {
+        static constexpr wl_callback_listener listener = {
+            .done = [](void* self, wl_callback*,
+                        std::uint32_t) { static_cast<WaylandHeartbeat*>(self)->question_.reset(); },
+        };
+        if (question_) {
+            if (now - asked_ > longestAnswer)
+                throw waylandError(WaylandFailure::noAnswer, "The Wayland compositor does not answer.");
+            return;
+        }
+        if (now - asked_ < betweenQuestions)
+            return;
+        asked_ = now;
+        question_.reset(wl_display_sync(connection_.display()));
+        wl_callback_add_listener(question_.get(), &listener, this);
+    }
 
-void WaylandCaptureStream::receive()
-{
-    const auto result = source_->receive();
-    const std::int64_t now = hostTimeNanoseconds();
-    if (result == WaylandFrameSource::Result::failed)
-        nextRequest_ = now + failureInterval;
-    if (result != WaylandFrameSource::Result::picture)
-        return;
-    if (!std::exchange(hasBegun_, true))
-        grid_.begin(now);
-    nextRequest_ = grid_.pointAfter(now);
-    // Compositors tell when the picture was shown; one with another clock is not believed.
-    const bool isPlausible = source_->time() <= now && source_->time() > now - oldestTime;
-    deliver(isPlausible ? source_->time() : now, true);
-}
+private:
+    WaylandConnection& connection_;
+    WaylandCallbackHandle question_; // null while none stands
+    std::int64_t asked_ = 0;
+};
 
-// While a copy is outstanding, nothing has changed, unless it is the first. Between two of them something may
-// have: that is a frame of its own, unless the one before it is too young; then the last picture comes once
-// more, so that the recording lasts until the moment it was stopped.
-void WaylandCaptureStream::deliverLastPicture()
-{
-    const std::int64_t now = hostTimeNanoseconds();
-    const bool isDue = now - lastTime_ >= configuration_.minimumFrameInterval.nanoseconds() / 4 * 3;
-    try {
+class WaylandCaptureStream final : public ThreadedCaptureStream {
+public:
+    WaylandCaptureStream(const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
+        : interval_(configuration.minimumFrameInterval)
+        , connection_(WaylandConnection::open())
+        , heartbeat_(*connection_)
+        , source_(*connection_, filter, configuration)
+        , grid_(interval_)
+    {
+    }
+
+    ~WaylandCaptureStream() override { end(); }
+
+private:
+    const std::shared_ptr<const FramePicture>& picture() const override { return source_.picture(); }
+    const std::vector<PixelRect>& changedRects() const override { return source_.changedRects(); }
+
+    void step() override
+    {
+        const std::int64_t now = hostTimeNanoseconds();
+        heartbeat_.beat(now);
+        if (!source_.isRequested() && now >= nextRequest_)
+            source_.request();
+        std::int64_t until = hasBegun_ ? repeatDue() : now + repeatInterval;
+        if (!source_.isRequested())
+            until = std::min(until, nextRequest_);
+        if (source_.waitsForConsumers())
+            until = std::min(until, now + lookInterval);
+        const pollfd end = {.fd = wakeUp().fileDescriptor(), .events = POLLIN, .revents = 0};
+        connection_->dispatchOnce(clockTime(until), {&end, 1});
+        receive();
+        const std::int64_t after = hostTimeNanoseconds();
+        if (hasBegun_ && after >= repeatDue())
+            deliver(after, Picture::asBefore);
+    }
+
+    std::int64_t repeatDue() const
+    {
+        return std::max(grid_.pointAtOrBefore(lastTime() + repeatInterval), grid_.pointAfter(lastTime()));
+    }
+
+    void receive()
+    {
+        const auto result = source_.receive();
+        const std::int64_t now = hostTimeNanoseconds();
+        if (result == WaylandFrameSource::Result::failed)
+            nextRequest_ = now + failureInterval;
+        if (result != WaylandFrameSource::Result::picture)
+            return;
+        if (!std::exchange(hasBegun_, true))
+            grid_.begin(now);
+        nextRequest_ = grid_.pointAfter(now);
+        // Compositors tell when the picture was shown; one with another clock is not believed.
+        const bool isPlausible = source_.time() <= now && source_.time() > now - oldestTime;
+        deliver(isPlausible ? source_.time() : now, Picture::newOne);
+    }
+
+    // While a copy is outstanding, nothing has changed, unless it is the first. Between two of them something
+    // may have: that is a frame of its own, unless the one before it is too young.
+    void takeLastPicture() override
+    {
+        const std::int64_t now = hostTimeNanoseconds();
         if (!hasBegun_)
             waitForPicture(now + firstPictureTimeout);
-        else if (isDue && !source_->isRequested())
+        else if (isDue(now, interval_) && !source_.isRequested())
             waitForPicture(now + lastPictureTimeout);
-    } catch (const PlatformError&) {
-        // The source went in the very moment of the stop: what was taken before is whole without it.
     }
-    deliver(hostTimeNanoseconds(), false);
-}
 
-void WaylandCaptureStream::waitForPicture(std::int64_t deadline)
-{
-    const std::uint64_t before = nextSequenceNumber_;
-    while (nextSequenceNumber_ == before && hostTimeNanoseconds() < deadline) {
-        if (!source_->isRequested() && hostTimeNanoseconds() >= nextRequest_)
-            source_->request();
-        connection_->dispatchOnce(clockTime(std::min(deadline, hostTimeNanoseconds() + lookInterval)));
-        receive();
+    void waitForPicture(std::int64_t deadline)
+    {
+        const std::uint64_t before = delivered();
+        while (delivered() == before && hostTimeNanoseconds() < deadline) {
+            if (!source_.isRequested() && hostTimeNanoseconds() >= nextRequest_)
+                source_.request();
+            connection_->dispatchOnce(clockTime(std::min(deadline, hostTimeNanoseconds() + lookInterval)));
+            receive();
+        }
     }
-}
 
-void WaylandCaptureStream::deliver(std::int64_t time, bool isNew)
+    MediaTime interval_;
+    // Of the stream's thread once that runs. The others use the connection, so they go first.
+    std::unique_ptr<WaylandConnection> connection_;
+    WaylandHeartbeat heartbeat_;
+    WaylandFrameSource source_;
+    FrameGrid grid_;
+    bool hasBegun_ = false;
+    std::int64_t nextRequest_ = 0;
+};
+
+} // namespace
+
+std::shared_ptr<CaptureStream> openWaylandCaptureStream(
+    const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
 {
-    if (!source_->picture())
-        return;
-    lastTime_ = std::max(time, lastTime_ + 1);
-    repeatDue_ = std::max(grid_.pointAtOrBefore(lastTime_ + repeatInterval), grid_.pointAfter(lastTime_));
-    VideoFrame frame;
-    frame.status = FrameStatus::complete;
-    frame.presentationTime = MediaTime::fromNanoseconds(lastTime_);
-    frame.picture = source_->picture();
-    frame.sequenceNumber = nextSequenceNumber_++;
-    if (isNew)
-        frame.changedRects = source_->changedRects();
-    outputs_.deliver(frame);
+    return std::make_shared<WaylandCaptureStream>(filter, configuration);
 }
 
 } // namespace glimto

@@ -1,15 +1,13 @@
 #include "Backends/Wayland/WaylandPicture.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <cstring>
 
 #include <libyuv/planar_functions.h>
 #include <libyuv/rotate_argb.h>
-#include <libyuv/scale_argb.h>
 #include <wayland-client.h>
 
+#include "Backends/Streams/PictureScaling.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -74,28 +72,16 @@ PixelBuffer upright(PixelBuffer picture, std::int32_t transform)
     return transform >= WL_OUTPUT_TRANSFORM_FLIPPED ? mirrored(picture) : picture;
 }
 
-// The largest rectangle of the picture's shape in the middle of the frame.
-PixelRect fitted(const PixelBuffer& picture, int width, int height)
-{
-    const double scale
-        = std::min(static_cast<double>(width) / picture.width, static_cast<double>(height) / picture.height);
-    const int fittedWidth = std::clamp(static_cast<int>(std::lround(picture.width * scale)), 1, width);
-    const int fittedHeight = std::clamp(static_cast<int>(std::lround(picture.height * scale)), 1, height);
-    return {(width - fittedWidth) / 2, (height - fittedHeight) / 2, fittedWidth, fittedHeight};
-}
-
 PixelBuffer scaled(const PixelBuffer& picture, int width, int height)
 {
     const PixelCanvas frame = makeCanvas(width, height);
-    const PixelCanvas place
-        = picture.rect().isEmpty() ? frame.part({}) : frame.part(fitted(picture, width, height));
+    const PixelCanvas place = frame.part(picture.rect().isEmpty()
+            ? PixelRect{}
+            : aspectFitRect({picture.width, picture.height}, {width, height}));
     if (place.rect() != frame.rect())
         std::memset(frame.bytes, 0, frame.bytesPerRow * static_cast<std::size_t>(height));
-    // The box filter takes every source pixel into account when shrinking and is bilinear otherwise.
     if (!place.rect().isEmpty())
-        require(
-            libyuv::ARGBScale(picture.bytes, rowLength(picture.bytesPerRow), picture.width, picture.height,
-                place.bytes, rowLength(place.bytesPerRow), place.width, place.height, libyuv::kFilterBox));
+        scalePixels(picture, place);
     return frame;
 }
 

@@ -3,41 +3,10 @@
 #include <algorithm>
 #include <exception>
 
-#include "Backends/Wayland/WaylandCaptureStream.h"
 #include "Backends/Wayland/WaylandConnection.h"
-#include "Backends/Wayland/WaylandErrors.h"
 #include "Backends/Wayland/WaylandWindows.h"
 
 namespace glimto {
-
-namespace {
-
-class WaylandCaptureOpening final : public CaptureOpening {
-public:
-    explicit WaylandCaptureOpening(const CaptureRequest& request)
-        : request_(request)
-    {
-    }
-
-    OpenedCapture open() override
-    {
-        OpenedCapture opened;
-        opened.stream = std::make_shared<WaylandCaptureStream>(request_.filter, request_.configuration);
-        opened.facts = request_.expected;
-        opened.facts.width = request_.configuration.width;
-        opened.facts.height = request_.configuration.height;
-        opened.hidesApplications = false;
-        return opened;
-    }
-
-    // Every answer of the compositor is waited for with a deadline, so open() ends by itself.
-    void giveUp() noexcept override { }
-
-private:
-    CaptureRequest request_;
-};
-
-} // namespace
 
 ScreenCaptureAccess WaylandScreenAccess::preflightScreenCaptureAccess()
 {
@@ -80,11 +49,6 @@ ShareableContent WaylandContentProvider::fetch(const ContentQuery& query)
             all.push_back(*window.owningApplication);
     }
     return content;
-}
-
-std::shared_ptr<CaptureOpening> WaylandScreenCapture::makeOpening(const CaptureRequest& request)
-{
-    return std::make_shared<WaylandCaptureOpening>(request);
 }
 
 } // namespace glimto

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Platform/CaptureOpening.h"
 #include "Platform/EventTap.h"
 #include "Platform/ScreenAccess.h"
 #include "Platform/ShareableContent.h"
@@ -21,12 +20,6 @@ public:
 class WaylandContentProvider final : public ShareableContentProvider {
 public:
     ShareableContent fetch(const ContentQuery& query) override;
-};
-
-// Captures of a display or a part of it. Nobody is ever asked.
-class WaylandScreenCapture final : public ScreenCapture {
-public:
-    std::shared_ptr<CaptureOpening> makeOpening(const CaptureRequest& request) override;
 };
 
 // No compositor lets a client listen to the pointer everywhere.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Backends/Streams/PlainScreenCapture.h"
+#include "Backends/Wayland/WaylandCaptureStream.h"
 #include "Backends/Wayland/WaylandPasteboard.h"
 #include "Backends/Wayland/WaylandServices.h"
 #include "Platform/WindowSystem.h"
@@ -10,7 +12,15 @@ namespace glimto {
 class WaylandWindowSystem final : public WindowSystem {
 public:
     const char* name() const override { return "wlr-screencopy"; }
-    WindowSystemCapabilities capabilities() const override;
+    WindowSystemCapabilities capabilities() const override
+    {
+        return {.listsWindows = true,
+            .recordsWindows = false,
+            .recordsCoveredWindows = false,
+            .hidesApplications = false,
+            .asksUser = false,
+            .placesClicks = false};
+    }
     ScreenAccess& access() override { return access_; }
     ShareableContentProvider& content() override { return content_; }
     ScreenCapture& capture() override { return capture_; }
@@ -22,7 +32,7 @@ public:
 private:
     WaylandScreenAccess access_;
     WaylandContentProvider content_;
-    WaylandScreenCapture capture_;
+    PlainScreenCapture capture_{openWaylandCaptureStream, PlainScreenCapture::Applications::areAllShown};
     WaylandEventTaps eventTaps_;
     WaylandPasteboard pasteboard_;
 };

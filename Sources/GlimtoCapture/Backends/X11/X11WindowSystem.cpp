@@ -1,7 +1,8 @@
 #include "Backends/X11/X11WindowSystem.h"
 
+#include "Backends/Streams/PlainScreenCapture.h"
 #include "Backends/X11/Clipboard/X11Pasteboard.h"
-#include "Backends/X11/Pictures/X11ScreenCapture.h"
+#include "Backends/X11/Pictures/X11CaptureStream.h"
 #include "Backends/X11/Pictures/X11StillCapture.h"
 #include "Backends/X11/Pointer/X11EventTap.h"
 #include "Backends/X11/Windows/X11ShareableContentProvider.h"
@@ -25,7 +26,7 @@ public:
 private:
     X11ScreenAccess access_;
     X11ShareableContentProvider content_;
-    X11ScreenCapture capture_;
+    PlainScreenCapture capture_{openX11CaptureStream, PlainScreenCapture::Applications::canBeHidden};
     X11EventTapFactory eventTaps_;
     X11Pasteboard pasteboard_;
     X11StillCapture stills_;

@@ -2,20 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 
 namespace glimto {
-
-namespace {
-
-// value * numerator / denominator, rounded half up; all positive.
-int scaled(int value, int numerator, int denominator)
-{
-    const std::int64_t product = static_cast<std::int64_t>(value) * numerator;
-    return static_cast<int>((2 * product + denominator) / (2 * static_cast<std::int64_t>(denominator)));
-}
-
-} // namespace
 
 PixelRect boundingRect(const PixelRect& a, const PixelRect& b)
 {
@@ -51,17 +39,6 @@ std::vector<PixelRect> coalesced(std::vector<PixelRect> rects, std::size_t most)
         }
     }
     return boxes;
-}
-
-PixelRect aspectFitRect(PixelSize content, PixelSize picture)
-{
-    const bool widthDecides = static_cast<std::int64_t>(content.width) * picture.height
-        >= static_cast<std::int64_t>(content.height) * picture.width;
-    const int width
-        = widthDecides ? picture.width : std::max(1, scaled(content.width, picture.height, content.height));
-    const int height
-        = widthDecides ? std::max(1, scaled(content.height, picture.width, content.width)) : picture.height;
-    return {(picture.width - width) / 2, (picture.height - height) / 2, width, height};
 }
 
 int clampedOrigin(int origin, int length, int limit)

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Backends/X11/Pictures/X11Scaler.h"
+#include "Backends/Streams/PictureScaling.h"
 
 namespace glimto {
 
@@ -12,6 +12,18 @@ namespace {
 constexpr std::size_t mostChangedRects = 64;
 
 constexpr int mostAttempts = 3;
+
+// Draws all of `from` into `to`, as large as fits with its aspect ratio kept; what it leaves free is not
+// touched.
+void scaleToFit(const PixelBuffer& from, const PixelCanvas& to)
+{
+    const PixelCanvas target = to.part(aspectFitRect({from.width, from.height}, {to.width, to.height}));
+    const bool isPlain = servesAs(to.format, PixelFormat::xrgb8888);
+    const PixelCanvas scaled = isPlain ? target : makeCanvas(target.width, target.height);
+    scalePixels(inFormat(from, PixelFormat::xrgb8888), scaled);
+    if (!isPlain)
+        convertPixels(scaled, target);
+}
 
 } // namespace
 

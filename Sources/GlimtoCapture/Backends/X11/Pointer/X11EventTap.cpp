@@ -4,11 +4,7 @@
 #include <array>
 #include <exception>
 #include <limits>
-#include <span>
 #include <utility>
-
-#include <poll.h>
-#include <sys/eventfd.h>
 
 #include "Support/TimeStamps.h"
 
@@ -24,29 +20,12 @@ constexpr std::int64_t endTimeout = nanosecondsPerSecond / 10;
 constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
 constexpr std::uint64_t maskBits = 64;
 
-void waitFor(std::span<pollfd> entries, std::int64_t deadline)
-{
-    const std::int64_t left = std::max<std::int64_t>(0, deadline - hostTimeNanoseconds());
-    const timespec timeout = {.tv_sec = left / nanosecondsPerSecond, .tv_nsec = left % nanosecondsPerSecond};
-    // Whatever ends the wait, the caller looks what there is to do.
-    ::ppoll(entries.data(), entries.size(), &timeout, nullptr);
-}
-
 } // namespace
 
-X11EventTap::X11EventTap(
-    std::unique_ptr<X11PointerListener> listener, std::uint64_t eventMask, FileDescriptor wakeUp)
+X11EventTap::X11EventTap(std::unique_ptr<X11PointerListener> listener, std::uint64_t eventMask)
     : listener_(std::move(listener))
     , eventMask_(eventMask)
-    , wakeUp_(std::move(wakeUp))
 {
-}
-
-X11EventTap::~X11EventTap() = default;
-
-bool X11EventTap::isEnabled() const
-{
-    return isEnabled_;
 }
 
 void X11EventTap::enable()
@@ -66,16 +45,10 @@ void X11EventTap::enable()
     }
 }
 
-void X11EventTap::stop()
-{
-    mustEnd_ = true;
-    eventfd_write(wakeUp_.get(), 1);
-}
-
 void X11EventTap::run(std::chrono::nanoseconds timerPeriod, const Handlers& handlers)
 {
     std::int64_t timerDue = hostTimeNanoseconds() + timerPeriod.count();
-    while (!mustEnd_) {
+    while (!wakeUp_.hasEnded()) {
         const std::int64_t now = hostTimeNanoseconds();
         if (now >= timerDue) {
             timerDue = std::max(timerDue + timerPeriod.count(), now);
@@ -155,27 +128,25 @@ void X11EventTap::deliver(const Handlers& handlers)
 void X11EventTap::waitUntil(std::int64_t deadline, bool forServer)
 {
     std::array<pollfd, 3> entries = {{
-        {.fd = wakeUp_.get(), .events = POLLIN, .revents = 0},
+        {.fd = wakeUp_.fileDescriptor(), .events = POLLIN, .revents = 0},
         {.fd = forServer ? listener_->fileDescriptor() : -1, .events = POLLIN, .revents = 0},
         {.fd = forServer ? listener_->recordFileDescriptor() : -1, .events = POLLIN, .revents = 0},
     }};
-    waitFor(entries, deadline);
+    // Whatever ends the wait, the caller looks what there is to do.
+    (void)waitFor(entries, deadline);
 }
 
 // The tap's own wake-up has been seen by then.
 void X11EventTap::waitForServer(std::int64_t deadline)
 {
     pollfd entry = {.fd = listener_->fileDescriptor(), .events = POLLIN, .revents = 0};
-    waitFor({&entry, 1}, deadline);
+    (void)waitFor({&entry, 1}, deadline);
 }
 
 std::unique_ptr<EventTap> X11EventTapFactory::makeListenOnlyTap(std::uint64_t eventMask)
 {
     try {
-        FileDescriptor wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-        if (!wakeUp)
-            return nullptr;
-        return std::make_unique<X11EventTap>(X11PointerListener::open(), eventMask, std::move(wakeUp));
+        return std::make_unique<X11EventTap>(X11PointerListener::open(), eventMask);
     } catch (const std::exception&) {
         return nullptr;
     }

@@ -1,16 +1,15 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
 
+#include "Backends/Streams/WakeUp.h"
 #include "Backends/X11/Pointer/X11PointerListener.h"
 #include "Backends/X11/Pointer/X11PointerPacer.h"
 #include "Platform/EventTap.h"
-#include "Support/FileDescriptor.h"
 
 namespace glimto {
 
@@ -19,12 +18,11 @@ namespace glimto {
 // A tap whose server has gone is disabled; enable() then connects anew, at most once a second.
 class X11EventTap final : public EventTap {
 public:
-    X11EventTap(std::unique_ptr<X11PointerListener> listener, std::uint64_t eventMask, FileDescriptor wakeUp);
-    ~X11EventTap() override;
+    X11EventTap(std::unique_ptr<X11PointerListener> listener, std::uint64_t eventMask);
 
     void run(std::chrono::nanoseconds timerPeriod, const Handlers& handlers) override;
-    void stop() override;
-    bool isEnabled() const override;
+    void stop() override { wakeUp_.end(); }
+    bool isEnabled() const override { return isEnabled_; }
     void enable() override;
 
 private:
@@ -43,8 +41,7 @@ private:
     std::unique_ptr<X11PointerListener> listener_; // null once its server has gone
     X11PointerPacer pacer_;
     std::uint64_t eventMask_;
-    FileDescriptor wakeUp_; // readable once run() is to end
-    std::atomic<bool> mustEnd_ = false;
+    WakeUp wakeUp_; // ends run()
     bool isEnabled_ = false;
     std::int64_t nextAttempt_ = 0;
     std::vector<InputEvent> settled_;

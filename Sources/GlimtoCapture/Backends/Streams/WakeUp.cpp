@@ -1,10 +1,12 @@
-#include "Backends/Portal/WakeUp.h"
+#include "Backends/Streams/WakeUp.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include <sys/eventfd.h>
 
 #include "Support/Errors.h"
+#include "Support/TimeStamps.h"
 
 namespace glimto {
 
@@ -30,6 +32,14 @@ void WakeUp::clear() noexcept
 {
     eventfd_t ignored = 0;
     (void)eventfd_read(event_.get(), &ignored);
+}
+
+bool waitFor(std::span<pollfd> entries, std::int64_t deadline) noexcept
+{
+    constexpr std::int64_t second = 1'000'000'000;
+    const std::int64_t left = std::max<std::int64_t>(0, deadline - hostTimeNanoseconds());
+    const timespec timeout = {.tv_sec = left / second, .tv_nsec = left % second};
+    return ::ppoll(entries.data(), entries.size(), &timeout, nullptr) >= 0 || errno == EINTR;
 }
 
 } // namespace glimto

@@ -1,6 +1,10 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
+#include <span>
+
+#include <poll.h>
 
 #include "Support/FileDescriptor.h"
 
@@ -27,5 +31,9 @@ private:
     FileDescriptor event_;
     std::atomic<bool> hasEnded_ = false;
 };
+
+// Waits until one of `entries` is as it wishes, at most until `deadline`, nanoseconds of the host clock.
+// Returns after a signal as well. False, with errno, when there is no waiting.
+bool waitFor(std::span<pollfd> entries, std::int64_t deadline) noexcept;
 
 } // namespace glimto
