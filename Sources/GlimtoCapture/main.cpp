@@ -43,7 +43,7 @@ int runCommandLine(const std::vector<std::string>& arguments)
     LinuxProcessEnvironment process;
     auto progress = ProgressDescriptor::take(process); // before anything is opened
     ProcessStopRequests stopRequests; // early: it remembers who our parent is
-    auto terminal = ProcessTerminal::ofProcess(process);
+    auto terminal = terminalOfProcess(process);
     const auto statusLine = terminal ? std::make_shared<StatusLine>(std::move(terminal)) : nullptr;
     DescriptorLineOutput plainOutput(1);
     DescriptorLineOutput plainError(2);

@@ -3,12 +3,15 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <string>
 #include <utility>
 
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
+
+#include "Support/NonBlockingWriter.h"
 
 namespace glimto {
 
@@ -63,67 +66,77 @@ void beginHandlingStops()
     handle(SIGCONT, goOn);
 }
 
+class ProcessTerminal final : public Terminal {
+public:
+    explicit ProcessTerminal(bool hasColour)
+        : writer_(STDERR_FILENO)
+        , hasColour_(hasColour)
+    {
+    }
+
+    ~ProcessTerminal() override
+    {
+        isShown = false;
+        if (!handlesStops.exchange(false))
+            return;
+        handle(SIGTSTP, SIG_DFL);
+        handle(SIGCONT, SIG_DFL);
+    }
+
+    ProcessTerminal(const ProcessTerminal&) = delete;
+    ProcessTerminal& operator=(const ProcessTerminal&) = delete;
+
+    bool neverBlocks() const { return writer_.neverBlocks(); }
+    int width() const override
+    {
+        winsize size = {};
+        return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : usualWidth;
+    }
+
+    bool isInForeground() const override { return ::tcgetpgrp(STDERR_FILENO) == ::getpgrp(); }
+
+    bool hasColour() const override { return hasColour_; }
+
+    bool write(std::string_view text) override
+    {
+        rest_ += text;
+        while (!rest_.empty()) {
+            const auto written = writer_.write(rest_);
+            if (written > 0) {
+                rest_.erase(0, static_cast<std::size_t>(written));
+                continue;
+            }
+            if (written < 0 && errno == EINTR)
+                continue;
+            if (written < 0 && errno != EAGAIN && errno != EWOULDBLOCK)
+                rest_.clear(); // the terminal is gone
+            break;
+        }
+        return rest_.empty();
+    }
+
+    void eraseWhenStopped(bool erases) override
+    {
+        if (erases && !handlesStops)
+            beginHandlingStops();
+        isShown = erases;
+    }
+
+private:
+    const NonBlockingWriter writer_;
+    const bool hasColour_;
+    std::string rest_; // what there was no room for
+};
+
 } // namespace
 
-std::unique_ptr<ProcessTerminal> ProcessTerminal::ofProcess(const ProcessEnvironment& process)
+std::unique_ptr<Terminal> terminalOfProcess(const ProcessEnvironment& process)
 {
     const auto kind = process.variable("TERM").value_or("");
     if (kind.empty() || kind == "dumb" || ::isatty(STDOUT_FILENO) != 1 || ::isatty(STDERR_FILENO) != 1)
         return nullptr;
-    const bool hasColour = process.variable("NO_COLOR").value_or("").empty();
-    std::unique_ptr<ProcessTerminal> terminal(new ProcessTerminal(hasColour));
-    return terminal->writer_.neverBlocks() ? std::move(terminal) : nullptr;
-}
-
-ProcessTerminal::ProcessTerminal(bool hasColour)
-    : writer_(STDERR_FILENO)
-    , hasColour_(hasColour)
-{
-}
-
-ProcessTerminal::~ProcessTerminal()
-{
-    isShown = false;
-    if (!handlesStops.exchange(false))
-        return;
-    handle(SIGTSTP, SIG_DFL);
-    handle(SIGCONT, SIG_DFL);
-}
-
-int ProcessTerminal::width() const
-{
-    winsize size = {};
-    return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : usualWidth;
-}
-
-bool ProcessTerminal::isInForeground() const
-{
-    return ::tcgetpgrp(STDERR_FILENO) == ::getpgrp();
-}
-
-bool ProcessTerminal::write(std::string_view text)
-{
-    rest_ += text;
-    while (!rest_.empty()) {
-        const auto written = writer_.write(rest_);
-        if (written > 0) {
-            rest_.erase(0, static_cast<std::size_t>(written));
-            continue;
-        }
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0 && errno != EAGAIN && errno != EWOULDBLOCK)
-            rest_.clear(); // the terminal is gone
-        break;
-    }
-    return rest_.empty();
-}
-
-void ProcessTerminal::eraseWhenStopped(bool erases)
-{
-    if (erases && !handlesStops)
-        beginHandlingStops();
-    isShown = erases;
+    auto terminal = std::make_unique<ProcessTerminal>(process.variable("NO_COLOR").value_or("").empty());
+    return terminal->neverBlocks() ? std::move(terminal) : nullptr;
 }
 
 } // namespace glimto

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 #include <vector>
 
 #include <libyuv/convert_from_argb.h>
+#include <sys/mman.h>
 
 namespace glimto {
 
@@ -48,6 +50,21 @@ void writeRow(PNGFilterType filter, std::span<const std::uint8_t> row, std::span
 }
 
 } // namespace
+
+LargeBuffer makeLargeBuffer(std::size_t size)
+{
+    constexpr std::size_t largePage = std::size_t{2} << 20;
+    const bool isLarge = size >= largePage;
+    const std::size_t whole = (size + largePage - 1) / largePage * largePage;
+    LargeBuffer buffer(
+        static_cast<std::uint8_t*>(isLarge ? std::aligned_alloc(largePage, whole) : std::malloc(size)));
+    if (!buffer)
+        throw std::bad_alloc();
+    // Only a wish: without large pages all is as it was.
+    if (isLarge)
+        ::madvise(buffer.get(), whole, MADV_HUGEPAGE);
+    return buffer;
+}
 
 PNGFilterType filterForRow(std::span<const std::uint8_t> row, std::span<const std::uint8_t> above)
 {

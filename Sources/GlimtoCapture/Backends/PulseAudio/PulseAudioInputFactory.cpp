@@ -19,16 +19,6 @@ AudioInputDevice deviceOf(const PulseSource& source)
 
 } // namespace
 
-AudioInputAccess PulseAudioInputFactory::microphoneAccess()
-{
-    return AudioInputAccess::granted;
-}
-
-bool PulseAudioInputFactory::requestMicrophoneAccess()
-{
-    return true;
-}
-
 std::vector<AudioInputDevice> PulseAudioInputFactory::microphones()
 {
     PulseMainloop loop;
@@ -55,7 +45,7 @@ std::unique_ptr<AudioInput> PulseAudioInputFactory::makeMicrophoneInput(const Au
 {
     if (!microphone(device.id))
         throw PlatformError("PulseAudio", PA_ERR_NOENTITY, "The microphone " + device.name + " has gone.");
-    return std::make_unique<PulseMicrophoneInput>(device.id);
+    return makePulseMicrophoneInput(device.id);
 }
 
 std::unique_ptr<AudioInput> PulseAudioInputFactory::makeSystemAudioInput(const SystemAudioConfiguration&)
@@ -66,7 +56,7 @@ std::unique_ptr<AudioInput> PulseAudioInputFactory::makeSystemAudioInput(const S
         throw PlatformError("PulseAudio", PA_ERR_NOENTITY,
             "The sound server has no output whose sound could be recorded. Connect one, or choose one as the "
             "default.");
-    return std::make_unique<PulseSystemAudioInput>();
+    return makePulseSystemAudioInput();
 }
 
 } // namespace glimto

@@ -14,8 +14,8 @@ namespace glimto {
 class PulseAudioInputFactory final : public AudioInputFactory {
 public:
     // Any process of the session may record.
-    AudioInputAccess microphoneAccess() override;
-    bool requestMicrophoneAccess() override;
+    AudioInputAccess microphoneAccess() override { return AudioInputAccess::granted; }
+    bool requestMicrophoneAccess() override { return true; }
 
     // What outputs play counts as no microphone here, but microphone() finds their monitors, too.
     std::vector<AudioInputDevice> microphones() override;

@@ -1,27 +1,14 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
-#include "Backends/PulseAudio/PulseAudioInput.h"
+#include "Platform/AudioInput.h"
 
 namespace glimto {
 
 // One source by its name, and never another one: when it goes, or the server lets the stream record something
 // else, the input has ended.
-class PulseMicrophoneInput final : public PulseAudioInput {
-public:
-    explicit PulseMicrophoneInput(std::string sourceName);
-    ~PulseMicrophoneInput() override;
-
-private:
-    enum class End { removed, failed };
-
-    void run() override;
-    void record(PulseConnection& connection, PulseRecordStream& stream, bool isMonitor);
-    bool lookAtStart(const PulseRecordStream& stream, bool isMonitor, std::int64_t began);
-    std::optional<std::string> whyItEnded(PulseConnection& connection, const PulseRecordStream& stream) const;
-
-    const std::string sourceName_;
-};
+std::unique_ptr<AudioInput> makePulseMicrophoneInput(std::string sourceName);
 
 } // namespace glimto

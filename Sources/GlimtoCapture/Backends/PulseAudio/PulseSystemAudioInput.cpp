@@ -1,7 +1,10 @@
 #include "Backends/PulseAudio/PulseSystemAudioInput.h"
 
+#include <cstdint>
+#include <string>
 #include <utility>
 
+#include "Backends/PulseAudio/PulseAudioInput.h"
 #include "Support/Errors.h"
 #include "Support/TimeStamps.h"
 
@@ -17,116 +20,124 @@ const char* const outputChanged
     = "the sound output changed; system audio follows the new one, what was played in between is missing";
 const char* const serverGone = "the sound server stopped; system audio is silent until it is back";
 
-} // namespace
-
-PulseSystemAudioInput::PulseSystemAudioInput()
-    : PulseAudioInput("glimto.capture.system-audio")
-{
-}
-
-PulseSystemAudioInput::~PulseSystemAudioInput()
-{
-    stop();
-}
-
-void PulseSystemAudioInput::run()
-{
-    began_ = hostTimeNanoseconds();
-    while (!loop().mustEnd()) {
-        try {
-            PulseConnection connection(loop());
-            recordOutputs(connection);
-        } catch (const PlatformError&) {
-            // The server is away, or on its way out or in.
-        }
-        if (!hasStarted())
-            return;
-        if (!loop().mustEnd())
-            interrupt(serverGone);
-        pause();
+class PulseSystemAudioInput final : public PulseAudioInput {
+public:
+    PulseSystemAudioInput()
+        : PulseAudioInput("glimto.capture.system-audio")
+    {
     }
-    deliverSilenceIfNothingCame();
-}
 
-// Returns when the connection is of no use any more.
-void PulseSystemAudioInput::recordOutputs(PulseConnection& connection)
-{
-    watchDevices(connection);
-    int misses = 0;
-    // PipeWire may tell a client that saw an output go nothing of the next one; it tells a new client.
-    while (!loop().mustEnd() && connection.isAlive() && misses < mostMisses) {
-        clearOutputsChanged();
-        const auto sink = defaultPulseSink(connection);
-        const auto source = sink ? findPulseSource(connection, sink->monitorName) : std::nullopt;
-        misses = source ? 0 : misses + 1;
-        bool isFruitless = true;
-        if (source) {
-            const auto stream = openStream(connection, *source);
-            record(connection, *stream, sink->name);
-            if (stream->state() == PulseRecordStream::State::hung)
+    ~PulseSystemAudioInput() override { stop(); }
+
+private:
+    void run() override
+    {
+        began_ = hostTimeNanoseconds();
+        while (!loop().mustEnd()) {
+            try {
+                PulseConnection connection(loop());
+                recordOutputs(connection);
+            } catch (const PlatformError&) {
+                // The server is away, or on its way out or in.
+            }
+            if (!hasStarted())
                 return;
-            stream->finish();
-            isFruitless = !stream->hasArrived();
+            if (!loop().mustEnd())
+                interrupt(serverGone);
+            pause();
         }
-        if (!hasStarted() || loop().mustEnd() || !connection.isAlive())
-            return;
-        interrupt(outputChanged);
-        if (isFruitless)
-            waitForOutputs(connection);
+        deliverSilenceIfNothingCame();
     }
-}
 
-// Returns when this is no longer what is to be recorded.
-void PulseSystemAudioInput::record(
-    PulseConnection& connection, PulseRecordStream& stream, const std::string& sinkName)
-{
-    while (!loop().mustEnd() && connection.isAlive() && !isRemoved(stream.sourceIndex())) {
-        const std::int64_t next = work(stream);
-        const auto state = stream.state();
-        if (state != PulseRecordStream::State::opening && state != PulseRecordStream::State::recording)
-            return;
-        lookAtStart(stream);
-        // PipeWire leaves a stream unfinished for ever whose output went while it was made.
-        if (hasStarted() && state == PulseRecordStream::State::opening
-            && hostTimeNanoseconds() - stream.silentSince() > PulseConnection::answerTimeout)
-            return;
-        if (outputsChanged()) {
+    // Returns when the connection is of no use any more.
+    void recordOutputs(PulseConnection& connection)
+    {
+        watchDevices(connection);
+        int misses = 0;
+        // PipeWire may tell a client that saw an output go nothing of the next one; it tells a new client.
+        while (!loop().mustEnd() && connection.isAlive() && misses < mostMisses) {
             clearOutputsChanged();
             const auto sink = defaultPulseSink(connection);
-            if (!sink || sink->name != sinkName)
+            const auto source = sink ? findPulseSource(connection, sink->monitorName) : std::nullopt;
+            misses = source ? 0 : misses + 1;
+            bool isFruitless = true;
+            if (source) {
+                const auto stream = openStream(connection, *source);
+                record(connection, *stream, sink->name);
+                if (stream->state() == PulseRecordStream::State::hung)
+                    return;
+                stream->finish();
+                isFruitless = !stream->hasArrived();
+            }
+            if (!hasStarted() || loop().mustEnd() || !connection.isAlive())
                 return;
+            interrupt(outputChanged);
+            if (isFruitless)
+                waitForOutputs(connection);
         }
-        loop().iterate(next);
     }
-}
 
-void PulseSystemAudioInput::lookAtStart(const PulseRecordStream& stream)
-{
-    if (hasStarted())
-        return;
-    // From then on the server keeps what is played, so nobody has to wait for the first of it. An output on
-    // which nothing is played may deliver nothing.
-    if (stream.state() == PulseRecordStream::State::recording)
-        didStart(AudioInputStart::running);
-    else if (hostTimeNanoseconds() - began_ > PulseConnection::answerTimeout)
-        didStart(AudioInputStart::notRunning);
-}
+    // Returns when this is no longer what is to be recorded.
+    void record(PulseConnection& connection, PulseRecordStream& stream, const std::string& sinkName)
+    {
+        while (!loop().mustEnd() && connection.isAlive() && !isRemoved(stream.sourceIndex())) {
+            const std::int64_t next = work(stream);
+            const auto state = stream.state();
+            if (state != PulseRecordStream::State::opening && state != PulseRecordStream::State::recording)
+                return;
+            lookAtStart(stream);
+            // PipeWire leaves a stream unfinished for ever whose output went while it was made.
+            if (hasStarted() && state == PulseRecordStream::State::opening
+                && hostTimeNanoseconds() - stream.silentSince() > PulseConnection::answerTimeout)
+                return;
+            if (outputsChanged()) {
+                clearOutputsChanged();
+                const auto sink = defaultPulseSink(connection);
+                if (!sink || sink->name != sinkName)
+                    return;
+            }
+            loop().iterate(next);
+        }
+    }
 
-void PulseSystemAudioInput::waitForOutputs(PulseConnection& connection)
-{
-    const auto isWorthATry = [&] { return outputsChanged() || !connection.isAlive(); };
-    loop().wait(isWorthATry, hostTimeNanoseconds() + retryInterval);
-}
+    void lookAtStart(const PulseRecordStream& stream)
+    {
+        if (hasStarted())
+            return;
+        // From then on the server keeps what is played, so nobody has to wait for the first of it. An output
+        // on which nothing is played may deliver nothing.
+        if (stream.state() == PulseRecordStream::State::recording)
+            didStart(AudioInputStart::running);
+        else if (hostTimeNanoseconds() - began_ > PulseConnection::answerTimeout)
+            didStart(AudioInputStart::notRunning);
+    }
 
-void PulseSystemAudioInput::interrupt(const std::string& description)
-{
-    if (!std::exchange(wasInterrupted_, true) && handlers().onInterrupted)
-        handlers().onInterrupted(description);
-}
+    void waitForOutputs(PulseConnection& connection)
+    {
+        const auto isWorthATry = [&] { return outputsChanged() || !connection.isAlive(); };
+        loop().wait(isWorthATry, hostTimeNanoseconds() + retryInterval);
+    }
 
-void PulseSystemAudioInput::pause()
+    void interrupt(const std::string& description)
+    {
+        if (!std::exchange(wasInterrupted_, true) && handlers().onInterrupted)
+            handlers().onInterrupted(description);
+    }
+
+    void pause()
+    {
+        loop().wait([] { return false; }, hostTimeNanoseconds() + retryInterval);
+    }
+
+    std::int64_t began_ = 0;
+    bool wasInterrupted_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<AudioInput> makePulseSystemAudioInput()
 {
-    loop().wait([] { return false; }, hostTimeNanoseconds() + retryInterval);
+    return std::make_unique<PulseSystemAudioInput>();
 }
 
 } // namespace glimto

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
+#include <memory>
 
-#include "Backends/PulseAudio/PulseAudioInput.h"
+#include "Platform/AudioInput.h"
 
 namespace glimto {
 
@@ -11,22 +10,6 @@ namespace glimto {
 //
 // When the default output changes or goes, recording goes on from the new one; when the server goes, it is
 // looked for once a second until it is back.
-class PulseSystemAudioInput final : public PulseAudioInput {
-public:
-    PulseSystemAudioInput();
-    ~PulseSystemAudioInput() override;
-
-private:
-    void run() override;
-    void recordOutputs(PulseConnection& connection);
-    void record(PulseConnection& connection, PulseRecordStream& stream, const std::string& sinkName);
-    void lookAtStart(const PulseRecordStream& stream);
-    void waitForOutputs(PulseConnection& connection);
-    void interrupt(const std::string& description);
-    void pause();
-
-    std::int64_t began_ = 0;
-    bool wasInterrupted_ = false;
-};
+std::unique_ptr<AudioInput> makePulseSystemAudioInput();
 
 } // namespace glimto

@@ -1,5 +1,7 @@
 #include "Backends/Tesseract/Leptonica.h"
 
+#include <new>
+
 #include <leptonica/allheaders.h>
 
 namespace glimto {
@@ -12,6 +14,13 @@ void LeptonicaDeleter::operator()(Pix* picture) const noexcept
 void LeptonicaDeleter::operator()(Boxa* boxes) const noexcept
 {
     boxaDestroy(&boxes);
+}
+
+PixHandle owned(Pix* picture)
+{
+    if (!picture)
+        throw std::bad_alloc();
+    return PixHandle(picture);
 }
 
 } // namespace glimto

@@ -15,4 +15,7 @@ struct LeptonicaDeleter {
 using PixHandle = std::unique_ptr<Pix, LeptonicaDeleter>;
 using BoxaHandle = std::unique_ptr<Boxa, LeptonicaDeleter>;
 
+// What the library made. Throws std::bad_alloc for null.
+PixHandle owned(Pix* picture);
+
 } // namespace glimto

@@ -1,18 +1,263 @@
 #include "Backends/Tesseract/TesseractTextRecognitionEngine.h"
 
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <numeric>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "Backends/Tesseract/GrayPicture.h"
-#include "Backends/Tesseract/PictureFile.h"
-#include "Backends/Tesseract/ScreenTextReader.h"
 #include "Backends/Tesseract/TextLanguages.h"
+#include "Backends/Tesseract/TextPictures.h"
+#include "Backends/Tesseract/TextReader.h"
+#include "Platform/PNGCodec.h"
 #include "Support/Errors.h"
+#include "Support/RegularFile.h"
 
 namespace glimto {
 
 namespace {
+
+constexpr std::array<std::uint8_t, 8> pngSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
+// More than the largest picture takes without any compression.
+constexpr std::uintmax_t largestFile = 1'000'000'000; // bytes
+
+[[noreturn]] void throwUnreadable(const std::string& message)
+{
+    throw PlatformError("PNG", 0, message);
+}
+
+std::vector<std::byte> readWholeFile(const std::filesystem::path& path)
+{
+    const std::string failed = "Could not read the image at " + path.string();
+    const auto file = RegularFile::open(path, SymbolicLinks::followed, failed);
+    if (!file)
+        throwUnreadable(failed + ": it is not a regular file.");
+    if (file->size() > largestFile)
+        throwUnreadable(failed + ": the file is too large.");
+    std::vector<std::byte> bytes(static_cast<std::size_t>(file->size()));
+    bytes.resize(file->read(bytes));
+    return bytes;
+}
+
+std::uint32_t bigEndian(const std::byte* bytes)
+{
+    std::uint32_t value = 0;
+    for (int index = 0; index < 4; ++index)
+        value = value << 8 | std::to_integer<std::uint32_t>(bytes[index]);
+    return value;
+}
+
+// The picture in a PNG file. Never waits: a pipe is refused, not opened for reading.
+//
+// Throws PlatformError when the file cannot be read, is no PNG, is damaged, or declares more pixels than
+// the codec decodes.
+std::shared_ptr<const PixelBuffer> readPicture(const std::filesystem::path& path, PNGCodec& codec)
+{
+    const std::vector<std::byte> bytes = readWholeFile(path);
+    const auto isPNG = bytes.size() >= pngSignature.size()
+        && std::equal(pngSignature.begin(), pngSignature.end(), bytes.begin(),
+            [](std::uint8_t expected, std::byte found) { return std::byte{expected} == found; });
+    if (!isPNG)
+        throwUnreadable("The image at " + path.string() + " is not a PNG.");
+
+    // The header chunk comes first and begins with width and height (ISO/IEC 15948, 11.2.2).
+    constexpr std::size_t widthPlace = 16;
+    if (bytes.size() >= widthPlace + 8) {
+        const std::uint64_t width = bigEndian(bytes.data() + widthPlace);
+        const std::uint64_t height = bigEndian(bytes.data() + widthPlace + 4);
+        if (width > PNGCodec::largestDecodedSide || height > PNGCodec::largestDecodedSide
+            || width * height > PNGCodec::mostDecodedPixels)
+            throwUnreadable("The image at " + path.string() + " is too large to be read: "
+                + std::to_string(width) + "x" + std::to_string(height) + " pixels.");
+    }
+    auto picture = codec.decode(bytes);
+    if (!picture || picture->width <= 0 || picture->height <= 0)
+        throwUnreadable("The image at " + path.string() + " is damaged or incomplete.");
+    return picture;
+}
+
+// In percent: a reading this sure is in the right language, no other one has to be tried.
+constexpr float sureReading = 93;
+// By so much has another language to be better for a row, and for the rows after it.
+constexpr float surer = 2;
+constexpr float muchSurer = 4;
+constexpr float fairlySure = 85;
+// Below this the rows may be no rows at all, and lines that are less sure than that are noise.
+constexpr double doubtfulPage = 70;
+constexpr float noise = 50;
+constexpr std::size_t tellingLines = 10;
+
+// A language that was never better in so many trials is not that of the screen; code and figures read badly
+// in every language, so looking for a better one has an end.
+constexpr int mostTrials = 4;
+constexpr std::size_t mostTrialsOfAll = 40;
+
+// Whether a text is long enough to tell its language, and made of letters, not of figures and signs.
+bool isTelling(const std::string& text)
+{
+    constexpr std::ptrdiff_t fewestLetters = 12; // bytes
+    const auto letters = std::count_if(text.begin(), text.end(),
+        [](unsigned char character) { return character >= 0x80 || std::isalpha(character) != 0; });
+    const auto spaces = std::count(text.begin(), text.end(), ' ');
+    return letters >= fewestLetters && 4 * letters >= 3 * (static_cast<std::ptrdiff_t>(text.size()) - spaces);
+}
+
+// How much text was read, and how sure: each byte counts as much as its line is sure, in percent.
+double weight(const std::vector<RecognizedLine>& lines)
+{
+    return std::accumulate(lines.begin(), lines.end(), 0.0, [](double sum, const RecognizedLine& line) {
+        return sum + static_cast<double>(line.confidence) * static_cast<double>(line.text.size());
+    });
+}
+
+// Adds a field to the line that it stands in; the line is as sure as its fields, by their lengths.
+void append(const RecognizedLine& field, RecognizedLine& line)
+{
+    if (field.text.empty())
+        return;
+    const auto length = static_cast<float>(field.text.size());
+    const auto before = static_cast<float>(line.text.size());
+    line.confidence = (line.confidence * before + field.confidence * length) / (before + length);
+    line.text += (line.text.empty() ? "" : " ") + field.text;
+}
+
+bool isDoubtful(const std::vector<RecognizedLine>& lines)
+{
+    const auto length = std::accumulate(lines.begin(), lines.end(), std::size_t{0},
+        [](std::size_t sum, const RecognizedLine& line) { return sum + line.text.size(); });
+    return weight(lines) < doubtfulPage * static_cast<double>(length);
+}
+
+// What became of the text of a screen.
+struct TextCounts {
+    std::size_t rows = 0; // found
+    std::size_t unreadRows = 0; // in which nothing was recognized that looks like text
+    std::size_t graphics = 0; // frames, rules, icons and pictures, which were not read
+    std::size_t trials = 0; // readings in further languages
+    bool isPlain = false; // the page as Tesseract finds it read better
+};
+
+// Reads the text of screens, each row in the language that it is written in.
+class ScreenTextReader {
+public:
+    // `installed` is not empty, the most likely language first.
+    explicit ScreenTextReader(const std::vector<std::string>& installed)
+    {
+        for (const auto& name : installed)
+            languages_.push_back({name, scriptOf(name), nullptr});
+    }
+
+    // Lines in reading order. Throws PlatformError when a language cannot be loaded.
+    std::vector<RecognizedLine> read(const GrayPicture& picture)
+    {
+        counts_ = {};
+        auto screen = textScreen(picture);
+        std::vector<RecognizedLine> lines;
+        if (screen) {
+            counts_.rows = screen->rows.size();
+            counts_.graphics = screen->graphics;
+            lines = readRows(*screen);
+            if (!isDoubtful(lines))
+                return lines;
+        }
+        auto plain = readerOf(languages_.front()).readPage(plainPicture(picture).get());
+        for (auto* reading : {&lines, &plain})
+            std::erase_if(*reading, [](const RecognizedLine& line) { return line.confidence < noise; });
+        if (screen && weight(plain) <= weight(lines))
+            return lines;
+        counts_.isPlain = true;
+        return plain;
+    }
+
+    // Of the picture that was read last.
+    const TextCounts& counts() const { return counts_; }
+
+private:
+    struct Language {
+        std::string name;
+        std::string script;
+        std::unique_ptr<TextReader> reader; // null until it is needed
+        int trials = 0;
+        int wins = 0; // fields that it read best
+    };
+
+    TextReader& readerOf(Language& language)
+    {
+        if (!language.reader)
+            language.reader = std::make_unique<TextReader>(std::vector{language.name});
+        return *language.reader;
+    }
+
+    std::vector<RecognizedLine> readRows(const TextScreen& screen)
+    {
+        std::vector<RecognizedLine> lines;
+        for (const auto& row : screen.rows) {
+            RecognizedLine line;
+            for (const auto& field : fieldsOf(row))
+                append(readField(rowPicture(screen.pixels.get(), field).get()), line);
+            if (line.text.empty())
+                ++counts_.unreadRows;
+            else
+                lines.push_back(std::move(line));
+            if (lines.size() == tellingLines && isDoubtful(lines))
+                break;
+        }
+        return lines;
+    }
+
+    RecognizedLine readField(Pix* picture)
+    {
+        RecognizedLine line = readerOf(languages_.front()).readLine(picture);
+        Language* best = &languages_.front();
+        std::size_t next = 0; // the language to begin the next row with
+        for (std::size_t index = 1; index < languages_.size(); ++index) {
+            Language& language = languages_[index];
+            if (!isWorthATrial(language, line))
+                continue;
+            ++language.trials;
+            ++counts_.trials;
+            RecognizedLine other = readerOf(language).readLine(picture);
+            if (other.confidence < line.confidence + surer)
+                continue;
+            if (other.confidence >= fairlySure && other.confidence >= line.confidence + muchSurer)
+                next = index;
+            best = &language;
+            line = std::move(other);
+        }
+        ++best->wins;
+        const auto first = languages_.begin();
+        std::rotate(
+            first, first + static_cast<std::ptrdiff_t>(next), first + static_cast<std::ptrdiff_t>(next) + 1);
+        return line;
+    }
+
+    // Of a foreign script only its first language is tried, until that one has read something best.
+    bool isWorthATrial(const Language& language, const RecognizedLine& line) const
+    {
+        if (line.confidence >= sureReading || !isTelling(line.text)
+            || language.trials >= mostTrials * (1 + language.wins)
+            || counts_.trials >= mostTrialsOfAll + counts_.rows / 2)
+            return false;
+        return language.script == languages_.front().script
+            || std::none_of(languages_.begin(), languages_.end(), [&](const Language& other) {
+                   return &other != &language && other.script == language.script && other.trials > 0
+                       && other.wins == 0;
+               });
+    }
+
+    std::vector<Language> languages_; // that of the field before first
+    TextCounts counts_;
+};
 
 // A screen of 8K; what is larger is reduced first.
 constexpr std::size_t mostPixels = 40'000'000;

@@ -1,7 +1,6 @@
 #include "Backends/Tesseract/TextGlyphs.h"
 
 #include <algorithm>
-#include <new>
 
 #include <leptonica/allheaders.h>
 
@@ -19,13 +18,6 @@ constexpr int highestLetter = 160;
 constexpr int ruleLength = 7;
 constexpr int uprightRuleLength = 4;
 constexpr int pictureHeight = 7;
-
-PixHandle owned(Pix* picture)
-{
-    if (!picture)
-        throw std::bad_alloc();
-    return PixHandle(picture);
-}
 
 PixelRect boundsOf(Boxa* boxes, int index)
 {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
-#include <new>
 #include <numeric>
 #include <utility>
 #include <vector>
@@ -24,13 +23,6 @@ constexpr std::uint8_t white = 255;
 constexpr int contrastTile = 32; // pixels
 constexpr int leastContrast = 40; // gray values
 constexpr std::uint8_t inkBelow = 128;
-
-PixHandle owned(Pix* picture)
-{
-    if (!picture)
-        throw std::bad_alloc();
-    return PixHandle(picture);
-}
 
 // The strongest contrast in and around each tile.
 std::vector<int> tileContrasts(const GrayPicture& contrast, int columns, int rows)

@@ -1,20 +1,131 @@
 #include "Backends/Wayland/CompositorWindows.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
+#include <new>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <nlohmann/json.hpp>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
-#include "Backends/Wayland/CompositorSocket.h"
+#include "Backends/Wayland/LocalSocket.h"
+#include "Support/FileDescriptor.h"
 #include "Support/Text.h"
 
 namespace glimto {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds answerTimeout{2};
+constexpr std::size_t longestAnswer = std::size_t{16} << 20U;
+constexpr std::string_view magic = "i3-ipc";
+constexpr std::size_t headerSize = 14;
+constexpr std::uint32_t treeQuestion = 4;
+
+class Conversation {
+public:
+    explicit Conversation(const std::string& path)
+        : socket_(connectedLocalSocket(path))
+    {
+    }
+
+    bool isOpen() const { return static_cast<bool>(socket_); }
+
+    // A question is shorter than what a socket takes in one piece.
+    bool say(std::string_view question)
+    {
+        return ::send(socket_.get(), question.data(), question.size(), MSG_NOSIGNAL)
+            == static_cast<ssize_t>(question.size());
+    }
+
+    // More of the answer at the end of `text`. False at its end and when the time is over.
+    bool hearMore(std::string& text)
+    {
+        std::array<char, 65536> piece;
+        for (;;) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now()).count();
+            pollfd entry = {.fd = socket_.get(), .events = POLLIN, .revents = 0};
+            if (left <= 0 || ::poll(&entry, 1, static_cast<int>(left)) == 0)
+                return false;
+            const ssize_t count = ::recv(socket_.get(), piece.data(), piece.size(), MSG_DONTWAIT);
+            if (count < 0 && (errno == EINTR || errno == EAGAIN))
+                continue;
+            if (count <= 0)
+                return isOver_ = count == 0, false;
+            text.append(piece.data(), static_cast<std::size_t>(count));
+            return true;
+        }
+    }
+
+    // Whether the other side said that it is done.
+    bool isOver() const { return isOver_; }
+
+private:
+    FileDescriptor socket_;
+    Clock::time_point deadline_ = Clock::now() + answerTimeout;
+    bool isOver_ = false;
+};
+
+std::uint32_t wordAt(const std::string& text, std::size_t at)
+{
+    std::uint32_t word = 0;
+    std::memcpy(&word, text.data() + at, sizeof(word));
+    return word;
+}
+
+// Questions to a compositor in its own language, by the socket at `path`. Answers are JSON. Absent when there
+// is no answer within two seconds, or one of more than 16 MiB. Nothing here throws.
+
+// i3's protocol: "i3-ipc", length and type in the order of this machine, then the message.
+std::optional<std::string> askSwayForTree(const std::string& path)
+{
+    Conversation conversation(path);
+    const std::array<std::uint32_t, 2> words = {0, treeQuestion};
+    std::string message(magic);
+    message.append(reinterpret_cast<const char*>(words.data()), sizeof(words));
+    if (!conversation.isOpen() || !conversation.say(message))
+        return std::nullopt;
+    std::string answer;
+    while (answer.size() < headerSize) {
+        if (!conversation.hearMore(answer))
+            return std::nullopt;
+    }
+    const std::size_t length = wordAt(answer, magic.size());
+    if (!answer.starts_with(magic) || length > longestAnswer)
+        return std::nullopt;
+    while (answer.size() < headerSize + length) {
+        if (!conversation.hearMore(answer))
+            return std::nullopt;
+    }
+    return answer.substr(headerSize, length);
+}
+
+// One line; the answer ends with the connection.
+std::optional<std::string> askHyprland(const std::string& path, const std::string& question)
+{
+    Conversation conversation(path);
+    if (!conversation.isOpen() || !conversation.say(question))
+        return std::nullopt;
+    std::string answer;
+    while (conversation.hearMore(answer)) {
+        if (answer.size() > longestAnswer)
+            return std::nullopt;
+    }
+    return conversation.isOver() ? std::optional(answer) : std::nullopt;
+}
 
 using JSON = nlohmann::json;
 
@@ -25,7 +136,8 @@ constexpr double farthestPoint = 1e6;
 std::string text(const JSON& object, const char* key)
 {
     const auto at = object.is_object() ? object.find(key) : object.end();
-    return at != object.end() && at->is_string() ? validUTF8(at->get_ref<const std::string&>()) : std::string();
+    return at != object.end() && at->is_string() ? validUTF8(at->get_ref<const std::string&>())
+                                                 : std::string();
 }
 
 bool isTrue(const JSON& object, const char* key)
@@ -85,7 +197,8 @@ public:
         for (const char* key : {"floating_nodes", "nodes"}) {
             const auto at = node.find(key);
             if (at != node.end() && at->is_array())
-                std::ranges::transform(*at, std::back_inserter(children), [](const JSON& child) { return &child; });
+                std::ranges::transform(
+                    *at, std::back_inserter(children), [](const JSON& child) { return &child; });
         }
         if (children.empty() && node.contains("pid"))
             add(node);
@@ -122,9 +235,9 @@ private:
         // The contents lie inside of borders and title bars.
         const Rect container = rectangle(node, "rect");
         const Rect contents = rectangle(node, "window_rect");
-        window.frame = contents.isEmpty() ? container
-                                          : Rect{container.x + contents.x, container.y + contents.y, contents.width,
-                                                contents.height};
+        window.frame = contents.isEmpty()
+            ? container
+            : Rect{container.x + contents.x, container.y + contents.y, contents.width, contents.height};
         window.title = text(node, "name");
         window.isOnScreen = isTrue(node, "visible");
         std::string identifier = text(node, "app_id");
@@ -169,8 +282,8 @@ std::optional<std::vector<Window>> windowsOfHyprland(std::string_view json)
         window.windowID = static_cast<std::uint32_t>(std::strtoull(address.c_str(), nullptr, 16));
         const auto at = client.find("at");
         const auto size = client.find("size");
-        if (at != client.end() && at->is_array() && at->size() == 2 && size != client.end() && size->is_array()
-            && size->size() == 2)
+        if (at != client.end() && at->is_array() && at->size() == 2 && size != client.end()
+            && size->is_array() && size->size() == 2)
             window.frame = {coordinate((*at)[0]), coordinate((*at)[1]), std::max(0.0, coordinate((*size)[0])),
                 std::max(0.0, coordinate((*size)[1]))};
         window.title = text(client, "title");
@@ -189,7 +302,7 @@ std::optional<std::vector<Window>> windowsOfHyprland(std::string_view json)
 std::optional<std::vector<Window>> compositorWindows()
 {
     if (const std::string socket = environmentValue("SWAYSOCK"); !socket.empty()) {
-        if (const auto answer = askSway(socket, SwayQuestion::tree))
+        if (const auto answer = askSwayForTree(socket))
             return windowsOfSwayTree(*answer);
     }
     const std::string instance = environmentValue("HYPRLAND_INSTANCE_SIGNATURE");

@@ -2,16 +2,50 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <string>
 #include <vector>
 
 #include <fcntl.h>
 
+#include "Backends/Wayland/LocalSocket.h"
 #include "Backends/Wayland/WaylandErrors.h"
-#include "Backends/Wayland/WaylandSocket.h"
+#include "Support/FileDescriptor.h"
 
 namespace glimto {
 
 namespace {
+
+std::string environmentValue(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+// A connection to the socket that WAYLAND_DISPLAY names: an absolute path, or a name in $XDG_RUNTIME_DIR, or
+// "wayland-0" where it is not set. Does not wait: a compositor that accepts nobody any more is as good as
+// none. Throws PlatformError cannotConnect or noAnswer.
+FileDescriptor connectedWaylandSocket()
+{
+    std::string name = environmentValue("WAYLAND_DISPLAY");
+    if (name.empty())
+        name = "wayland-0";
+    const auto cannotConnect = [&](const std::string& reason) {
+        return waylandError(WaylandFailure::cannotConnect,
+            "Could not connect to the Wayland compositor \"" + name + "\" that WAYLAND_DISPLAY names"
+                + reason);
+    };
+    const std::string folder = environmentValue("XDG_RUNTIME_DIR");
+    if (name.front() != '/' && folder.empty())
+        throw cannotConnect(": XDG_RUNTIME_DIR is not set.");
+    const std::string path = name.front() == '/' ? name : folder + "/" + name;
+    FileDescriptor descriptor = connectedLocalSocket(path);
+    if (descriptor)
+        return descriptor;
+    if (errno == EAGAIN)
+        throw waylandError(WaylandFailure::noAnswer, "The Wayland compositor does not answer.");
+    throw cannotConnect(errno == ENAMETOOLONG ? ": the path of its socket is too long." : ".");
+}
 
 constexpr std::chrono::seconds answerTimeout{5};
 

@@ -21,7 +21,7 @@ public:
     ScreenCapture& capture() override { return capture_; }
     EventTapFactory& eventTaps() override { return eventTaps_; }
     Pasteboard& pasteboard() override { return pasteboard_; }
-    StillCapture* stills() override { return &stills_; }
+    StillCapture* stills() override { return stills_.get(); }
 
 private:
     X11ScreenAccess access_;
@@ -29,7 +29,7 @@ private:
     PlainScreenCapture capture_{openX11CaptureStream, PlainScreenCapture::Applications::canBeHidden};
     X11EventTapFactory eventTaps_;
     X11Pasteboard pasteboard_;
-    X11StillCapture stills_;
+    std::unique_ptr<StillCapture> stills_ = makeX11StillCapture();
 };
 
 } // namespace

@@ -1,10 +1,18 @@
 #include "Backends/X264/X264VideoEncoder.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <deque>
 #include <iterator>
+#include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
+#include "Backends/X264/I420Picture.h"
 #include "Backends/X264/PictureDetail.h"
+#include "Backends/X264/RateController.h"
+#include "Backends/X264/X264PictureCoder.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -57,196 +65,226 @@ std::vector<std::uint8_t> decoderConfiguration(
     return record;
 }
 
-} // namespace
+class X264VideoEncoder final : public VideoEncoder {
+public:
+    // Null when x264 refuses the settings.
+    static std::unique_ptr<X264VideoEncoder> make(
+        const VideoEncodingSettings& settings, std::int32_t timescale)
+    {
+        auto coder = X264PictureCoder::make(settings, timescale, CodingTools::quick);
+        const auto thorough = X264PictureCoder::make(settings, timescale, CodingTools::thorough);
+        if (!coder || !thorough)
+            return nullptr;
+        auto configuration = decoderConfiguration(coder->parameterSets(), thorough->parameterSets());
+        return std::unique_ptr<X264VideoEncoder>(
+            new X264VideoEncoder(settings, timescale, std::move(coder), std::move(configuration)));
+    }
 
-std::unique_ptr<X264VideoEncoder> X264VideoEncoder::make(
-    const VideoEncodingSettings& settings, std::int32_t timescale)
-{
-    auto coder = X264PictureCoder::make(settings, timescale, CodingTools::quick);
-    const auto thorough = X264PictureCoder::make(settings, timescale, CodingTools::thorough);
-    if (!coder || !thorough)
-        return nullptr;
-    auto configuration = decoderConfiguration(coder->parameterSets(), thorough->parameterSets());
-    return std::unique_ptr<X264VideoEncoder>(
-        new X264VideoEncoder(settings, timescale, std::move(coder), std::move(configuration)));
-}
+    const VideoCodec& codec() const override { return codec_; }
+    const VideoSampleDescription& sampleDescription() const override { return sampleDescription_; }
 
-X264VideoEncoder::X264VideoEncoder(const VideoEncodingSettings& settings, std::int32_t timescale,
-    std::unique_ptr<X264PictureCoder> coder, std::vector<std::uint8_t> decoderConfiguration)
-    // The playlist's text is a fixed contract: High profile at level 4.0, also where x264 chose another
-    // level.
-    : codec_{.name = "h264", .playlistCodec = "avc1.640028"}
-    , settings_(settings)
-    , timescale_(timescale)
-    , coder_(std::move(coder))
-    , picture_(settings.width, settings.height)
-    , sampleDescription_{.format = "avc1",
-          .decoderConfiguration = std::move(decoderConfiguration),
-          .width = picture_.width(),
-          .height = picture_.height()}
-    , rate_(settings.averageBitRate, settings.framesPerSecond, picture_.macroblockCount())
-{
-}
+    std::vector<EncodedPicture> encode(const FramePicture& picture, std::span<const PixelRect> changedRects,
+        std::int64_t time, PictureKind kind) override
+    {
+        picture_.update(picture.pixels(), changedRects);
+        unchangedFrames_ = 0;
+        return encodePicture(time, kind, picture_.changedMacroblockCount());
+    }
 
-std::vector<EncodedPicture> X264VideoEncoder::encode(
-    const FramePicture& picture, std::span<const PixelRect> changedRects, std::int64_t time, PictureKind kind)
-{
-    picture_.update(picture.pixels(), changedRects);
-    unchangedFrames_ = 0;
-    return encodePicture(time, kind, picture_.changedMacroblockCount());
-}
+    std::vector<EncodedPicture> repeat(std::int64_t time, PictureKind kind) override
+    {
+        picture_.markAllUnchanged();
+        return encodePicture(time, kind, 0);
+    }
 
-std::vector<EncodedPicture> X264VideoEncoder::repeat(std::int64_t time, PictureKind kind)
-{
-    picture_.markAllUnchanged();
-    return encodePicture(time, kind, 0);
-}
+    std::optional<std::vector<EncodedPicture>> refine(std::int64_t time) override
+    {
+        ++unchangedFrames_;
+        const bool isWaiting = !given_.empty() && !given_.back().isRefinement;
+        const bool isDue = isWaiting
+            && (unchangedFrames_ >= framesOfRest || given_.back().plan.kind == PictureKind::keyframe);
+        if (isWaiting && !isDue)
+            return std::nullopt;
+        const int finer = lastQuantizer_ <= RateController::finestQuantizer
+            ? lastQuantizer_
+            : rate_.refinedQuantizer(lastQuantizer_, detailOf(picture_));
+        if (finer >= lastQuantizer_ && !isDue)
+            return std::nullopt;
+        picture_.markAllUnchanged();
+        lastQuantizer_ = std::min(finer, lastQuantizer_);
+        std::vector<EncodedPicture> pictures;
+        give(pictures,
+            {.time = time,
+                .seconds = secondsSinceLast(time),
+                .plan = {.quantizer = lastQuantizer_},
+                .isRefinement = true});
+        return pictures;
+    }
 
-std::optional<std::vector<EncodedPicture>> X264VideoEncoder::refine(std::int64_t time)
-{
-    ++unchangedFrames_;
-    const bool isWaiting = !given_.empty() && !given_.back().isRefinement;
-    const bool isDue
-        = isWaiting && (unchangedFrames_ >= framesOfRest || given_.back().plan.kind == PictureKind::keyframe);
-    if (isWaiting && !isDue)
-        return std::nullopt;
-    const int finer = lastQuantizer_ <= RateController::finestQuantizer
-        ? lastQuantizer_
-        : rate_.refinedQuantizer(lastQuantizer_, detailOf(picture_));
-    if (finer >= lastQuantizer_ && !isDue)
-        return std::nullopt;
-    picture_.markAllUnchanged();
-    lastQuantizer_ = std::min(finer, lastQuantizer_);
-    std::vector<EncodedPicture> pictures;
-    give(pictures,
-        {.time = time,
+    std::vector<EncodedPicture> finish() override
+    {
+        std::vector<EncodedPicture> pictures = coder_->finish();
+        learn(pictures);
+        return pictures;
+    }
+
+private:
+    X264VideoEncoder(const VideoEncodingSettings& settings, std::int32_t timescale,
+        std::unique_ptr<X264PictureCoder> coder, std::vector<std::uint8_t> decoderConfiguration)
+        // The playlist's text is a fixed contract: High profile at level 4.0, also where x264 chose another
+        // level.
+        : codec_{.name = "h264", .playlistCodec = "avc1.640028"}
+        , settings_(settings)
+        , timescale_(timescale)
+        , coder_(std::move(coder))
+        , picture_(settings.width, settings.height)
+        , sampleDescription_{.format = "avc1",
+              .decoderConfiguration = std::move(decoderConfiguration),
+              .width = picture_.width(),
+              .height = picture_.height()}
+        , rate_(settings.averageBitRate, settings.framesPerSecond, picture_.macroblockCount())
+    {
+    }
+
+    struct Given {
+        std::int64_t time = 0;
+        double seconds = 0; // since the picture before
+        RateController::Plan plan;
+        bool isBetween = false;
+        bool isRefinement = false;
+    };
+
+    std::vector<EncodedPicture> encodePicture(std::int64_t time, PictureKind kind, int changedMacroblocks)
+    {
+        std::vector<EncodedPicture> pictures;
+        RateController::Plan planned = plan(time, kind, changedMacroblocks);
+        const CodingTools wanted = wantedTools(planned);
+        if (wanted != tools_) {
+            pictures = takeOver(wanted);
+            if (kind == PictureKind::predicted) {
+                lastTime_ = time;
+                planned = plan(time, PictureKind::keyframe, changedMacroblocks); // the first one of a coder
+            }
+        }
+        lastQuantizer_ = planned.quantizer;
+        give(pictures, {.time = time, .plan = planned, .isBetween = isBetween(time, planned)});
+        return pictures;
+    }
+
+    void give(std::vector<EncodedPicture>& pictures, const Given& given)
+    {
+        given_.push_back(given);
+        lastTime_ = given.time;
+        std::vector<EncodedPicture> made = coder_->encode(picture_,
+            {.time = given.time,
+                .kind = given.plan.kind,
+                .isBetween = given.isBetween,
+                .quantizer = quantizerOf(given)});
+        learn(made);
+        std::move(made.begin(), made.end(), std::back_inserter(pictures));
+    }
+
+    bool isBetween(std::int64_t time, const RateController::Plan& plan) const
+    {
+        constexpr std::int64_t leastTicks = 2; // one for each of the two that are decoded until then
+        return tools_ == CodingTools::thorough && plan.kind == PictureKind::predicted && !plan.isNewScene
+            && !given_.empty() && !given_.back().isBetween && time - *lastTime_ >= leastTicks;
+    }
+
+    // Rate control knows of the average only.
+    int quantizerOf(const Given& given) const
+    {
+        const bool alternates = tools_ == CodingTools::thorough && given.plan.kind == PictureKind::predicted
+            && !given.isRefinement && !given.plan.isNewScene;
+        const int step = !alternates ? 0 : given.isBetween ? coarserInBetween : -finerBesides;
+        return std::clamp(
+            given.plan.quantizer + step, RateController::finestQuantizer, RateController::coarsestQuantizer);
+    }
+
+    void learn(const std::vector<EncodedPicture>& pictures)
+    {
+        for (const EncodedPicture& picture : pictures) {
+            const auto bits = static_cast<std::int64_t>(picture.data.size()) * 8;
+            if (given_.front().time != picture.time) {
+                bitsAhead_ = bits; // the one in between comes next
+                continue;
+            }
+            // One of the two is cheap because the other one is not.
+            const int count = bitsAhead_ > 0 ? 2 : 1;
+            for (int index = 0; index < count; ++index) {
+                learn(given_.front(), (bits + bitsAhead_) / count);
+                given_.pop_front();
+            }
+            bitsAhead_ = 0;
+        }
+    }
+
+    void learn(const Given& given, std::int64_t bits)
+    {
+        if (given.isRefinement)
+            rate_.pictureRefined(given.seconds, bits);
+        else
+            rate_.pictureEncoded(given.plan, bits);
+    }
+
+    double secondsSinceLast(std::int64_t time) const
+    {
+        return lastTime_ ? static_cast<double>(time - *lastTime_) / timescale_ : 0;
+    }
+
+    RateController::Plan plan(std::int64_t time, PictureKind kind, int changedMacroblocks)
+    {
+        return rate_.plan({.kind = kind,
+            .changedMacroblocks = changedMacroblocks,
             .seconds = secondsSinceLast(time),
-            .plan = {.quantizer = lastQuantizer_},
-            .isRefinement = true});
-    return pictures;
-}
-
-std::vector<EncodedPicture> X264VideoEncoder::finish()
-{
-    std::vector<EncodedPicture> pictures = coder_->finish();
-    learn(pictures);
-    return pictures;
-}
-
-std::vector<EncodedPicture> X264VideoEncoder::encodePicture(
-    std::int64_t time, PictureKind kind, int changedMacroblocks)
-{
-    std::vector<EncodedPicture> pictures;
-    RateController::Plan planned = plan(time, kind, changedMacroblocks);
-    const CodingTools wanted = wantedTools(planned);
-    if (wanted != tools_) {
-        pictures = takeOver(wanted);
-        if (kind == PictureKind::predicted) {
-            lastTime_ = time;
-            planned = plan(time, PictureKind::keyframe, changedMacroblocks); // the first one of a coder
-        }
+            .detail = rate_.needsDetail(kind, changedMacroblocks) ? detailOf(picture_) : 0});
     }
-    lastQuantizer_ = planned.quantizer;
-    give(pictures, {.time = time, .plan = planned, .isBetween = isBetween(time, planned)});
-    return pictures;
-}
 
-void X264VideoEncoder::give(std::vector<EncodedPicture>& pictures, const Given& given)
-{
-    given_.push_back(given);
-    lastTime_ = given.time;
-    std::vector<EncodedPicture> made = coder_->encode(picture_,
-        {.time = given.time,
-            .kind = given.plan.kind,
-            .isBetween = given.isBetween,
-            .quantizer = quantizerOf(given)});
-    learn(made);
-    std::move(made.begin(), made.end(), std::back_inserter(pictures));
-}
-
-bool X264VideoEncoder::isBetween(std::int64_t time, const RateController::Plan& plan) const
-{
-    constexpr std::int64_t leastTicks = 2; // one for each of the two that are decoded until then
-    return tools_ == CodingTools::thorough && plan.kind == PictureKind::predicted && !plan.isNewScene
-        && !given_.empty() && !given_.back().isBetween && time - *lastTime_ >= leastTicks;
-}
-
-// Rate control knows of the average only.
-int X264VideoEncoder::quantizerOf(const Given& given) const
-{
-    const bool alternates = tools_ == CodingTools::thorough && given.plan.kind == PictureKind::predicted
-        && !given.isRefinement && !given.plan.isNewScene;
-    const int step = !alternates ? 0 : given.isBetween ? coarserInBetween : -finerBesides;
-    return std::clamp(
-        given.plan.quantizer + step, RateController::finestQuantizer, RateController::coarsestQuantizer);
-}
-
-void X264VideoEncoder::learn(const std::vector<EncodedPicture>& pictures)
-{
-    for (const EncodedPicture& picture : pictures) {
-        const auto bits = static_cast<std::int64_t>(picture.data.size()) * 8;
-        if (given_.front().time != picture.time) {
-            bitsAhead_ = bits; // the one in between comes next
-            continue;
+    CodingTools wantedTools(const RateController::Plan& plan) const
+    {
+        if (!X264PictureCoder::hasTimeToBeThorough(settings_))
+            return CodingTools::quick;
+        if (tools_ == CodingTools::thorough) {
+            const bool isAtRest
+                = rate_.usualChangedShare() <= smallShare || picture_.changedMacroblockCount() == 0;
+            return plan.kind == PictureKind::keyframe && lastTime_ && isAtRest ? CodingTools::quick : tools_;
         }
-        // One of the two is cheap because the other one is not.
-        const int count = bitsAhead_ > 0 ? 2 : 1;
-        for (int index = 0; index < count; ++index) {
-            learn(given_.front(), (bits + bitsAhead_) / count);
-            given_.pop_front();
-        }
-        bitsAhead_ = 0;
+        const bool suffers
+            = rate_.usualQuantizer() >= coarseInMotion && rate_.usualChangedShare() > smallShare;
+        const bool isLarge = picture_.changedMacroblockCount() > largeShare * picture_.macroblockCount();
+        const bool isBeginning = !lastTime_ || (plan.isNewScene && isLarge);
+        return suffers || (isBeginning && plan.quantizer >= coarseBeginning) ? CodingTools::thorough : tools_;
     }
-}
 
-void X264VideoEncoder::learn(const Given& given, std::int64_t bits)
-{
-    if (given.isRefinement)
-        rate_.pictureRefined(given.seconds, bits);
-    else
-        rate_.pictureEncoded(given.plan, bits);
-}
-
-double X264VideoEncoder::secondsSinceLast(std::int64_t time) const
-{
-    return lastTime_ ? static_cast<double>(time - *lastTime_) / timescale_ : 0;
-}
-
-RateController::Plan X264VideoEncoder::plan(std::int64_t time, PictureKind kind, int changedMacroblocks)
-{
-    return rate_.plan({.kind = kind,
-        .changedMacroblocks = changedMacroblocks,
-        .seconds = secondsSinceLast(time),
-        .detail = rate_.needsDetail(kind, changedMacroblocks) ? detailOf(picture_) : 0});
-}
-
-CodingTools X264VideoEncoder::wantedTools(const RateController::Plan& plan) const
-{
-    if (!X264PictureCoder::hasTimeToBeThorough(settings_))
-        return CodingTools::quick;
-    if (tools_ == CodingTools::thorough) {
-        const bool isAtRest
-            = rate_.usualChangedShare() <= smallShare || picture_.changedMacroblockCount() == 0;
-        return plan.kind == PictureKind::keyframe && lastTime_ && isAtRest ? CodingTools::quick : tools_;
+    // Another coder is in charge from now on; its first picture is a keyframe. What the old one still had
+    // comes out.
+    std::vector<EncodedPicture> takeOver(CodingTools tools)
+    {
+        std::vector<EncodedPicture> pictures = finish();
+        coder_.reset(); // first: two of them would need twice the memory
+        coder_ = X264PictureCoder::make(settings_, timescale_, tools);
+        if (!coder_)
+            throw PlatformError("x264", 0, "The H.264 encoder could not be made.");
+        tools_ = tools;
+        return pictures;
     }
-    const bool suffers = rate_.usualQuantizer() >= coarseInMotion && rate_.usualChangedShare() > smallShare;
-    const bool isLarge = picture_.changedMacroblockCount() > largeShare * picture_.macroblockCount();
-    const bool isBeginning = !lastTime_ || (plan.isNewScene && isLarge);
-    return suffers || (isBeginning && plan.quantizer >= coarseBeginning) ? CodingTools::thorough : tools_;
-}
 
-// Another coder is in charge from now on; its first picture is a keyframe. What the old one still had comes
-// out.
-std::vector<EncodedPicture> X264VideoEncoder::takeOver(CodingTools tools)
-{
-    std::vector<EncodedPicture> pictures = finish();
-    coder_.reset(); // first: two of them would need twice the memory
-    coder_ = X264PictureCoder::make(settings_, timescale_, tools);
-    if (!coder_)
-        throw PlatformError("x264", 0, "The H.264 encoder could not be made.");
-    tools_ = tools;
-    return pictures;
-}
+    const VideoCodec codec_;
+    const VideoEncodingSettings settings_;
+    const std::int32_t timescale_;
+    std::unique_ptr<X264PictureCoder> coder_;
+    CodingTools tools_ = CodingTools::quick;
+    I420Picture picture_;
+    const VideoSampleDescription sampleDescription_;
+    RateController rate_;
+    std::optional<std::int64_t> lastTime_;
+    int lastQuantizer_ = 0;
+    std::deque<Given> given_; // to the coder, and not back yet
+    std::int64_t bitsAhead_ = 0; // of the picture after the one in between, until that one is back
+    int unchangedFrames_ = 0; // since the picture last changed
+};
+
+} // namespace
 
 std::unique_ptr<VideoEncoder> X264VideoEncoderFactory::makeEncoder(
     const VideoEncodingSettings& settings, std::int32_t timescale)

@@ -1,4 +1,5 @@
-#include "Backends/FFmpeg/FFmpegAssetWriterFactory.h"
+#include "Backends/FFmpeg/FFmpegAudioAssetWriter.h"
+#include "Backends/FFmpeg/FFmpegVideoAssetWriter.h"
 #include "Backends/FFmpeg/SwresampleAudioConverterFactory.h"
 #include "Backends/X264/X264VideoEncoder.h"
 #include "Support/ModuleTable.h"
@@ -7,17 +8,22 @@ namespace glimto {
 
 namespace {
 
-// Which encoder there is: known here and nowhere else.
-struct Encoders {
-    X264VideoEncoderFactory encoders;
-};
-
-class ModuleAssetWriterFactory final : private Encoders, public FFmpegAssetWriterFactory {
+class FFmpegAssetWriterFactory final : public AssetWriterFactory {
 public:
-    ModuleAssetWriterFactory()
-        : FFmpegAssetWriterFactory(encoders)
+    std::unique_ptr<VideoAssetWriter> makeVideoWriter(const VideoEncodingSettings& settings,
+        MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate) override
     {
+        return FFmpegVideoAssetWriter::make(encoders_, settings, preferredSegmentInterval, delegate);
     }
+
+    std::unique_ptr<AudioAssetWriter> makeAudioWriter(const AudioEncodingSettings& settings,
+        MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate) override
+    {
+        return FFmpegAudioAssetWriter::make(settings, preferredSegmentInterval, delegate);
+    }
+
+private:
+    X264VideoEncoderFactory encoders_; // which encoder there is: known here and nowhere else
 };
 
 } // namespace
@@ -27,6 +33,6 @@ public:
 extern "C" [[gnu::visibility("default")]] const glimto::ModuleTable* glimtoCaptureModule()
 {
     using namespace glimto;
-    return moduleTable<Provided<AssetWriterFactory, ModuleAssetWriterFactory>,
+    return moduleTable<Provided<AssetWriterFactory, FFmpegAssetWriterFactory>,
         Provided<AudioConverterFactory, SwresampleAudioConverterFactory>>();
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Backends/Clipboard/PasteboardOwnerProcess.h"
+#include "Backends/X11/Clipboard/X11PasteboardOwner.h"
 #include "Platform/Pasteboard.h"
 
 namespace glimto {
@@ -13,7 +15,10 @@ class X11Pasteboard final : public Pasteboard {
 public:
     // Waits at most 5 seconds. When something stands in the way, no process is left behind. A Wayland session
     // does: its clipboard is another one.
-    std::optional<std::string> setPNG(std::span<const std::byte> data) override;
+    std::optional<std::string> setPNG(std::span<const std::byte> data) override
+    {
+        return startPasteboardOwner(x11PasteboardOwnerArgument, data, "The X server does not answer.");
+    }
 };
 
 } // namespace glimto

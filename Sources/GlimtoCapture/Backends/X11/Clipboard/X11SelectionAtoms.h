@@ -1,27 +1,28 @@
 #pragma once
 
-#include <xcb/xcb.h>
-
-#include "Backends/X11/Connection/X11Connection.h"
+#include "Backends/X11/Connection/X11AtomNames.h"
 
 namespace glimto {
 
-// The atoms of the clipboard's protocol, all interned in one round trip.
-struct X11SelectionAtoms {
-    // Throws PlatformError when the server goes away or does not answer in time.
-    explicit X11SelectionAtoms(X11Connection& connection);
+// The atoms of the clipboard's protocol.
+struct X11SelectionAtoms : X11AtomSet {
+    explicit X11SelectionAtoms(X11Connection& connection)
+        : X11AtomSet(connection)
+    {
+        receive();
+    }
 
-    xcb_atom_t clipboard = XCB_ATOM_NONE; // CLIPBOARD
-    xcb_atom_t clipboardManager = XCB_ATOM_NONE; // CLIPBOARD_MANAGER
-    xcb_atom_t targets = XCB_ATOM_NONE; // TARGETS
-    xcb_atom_t timestamp = XCB_ATOM_NONE; // TIMESTAMP
-    xcb_atom_t multiple = XCB_ATOM_NONE; // MULTIPLE
-    xcb_atom_t saveTargets = XCB_ATOM_NONE; // SAVE_TARGETS
-    xcb_atom_t incremental = XCB_ATOM_NONE; // INCR
-    xcb_atom_t atomPair = XCB_ATOM_NONE; // ATOM_PAIR
-    xcb_atom_t null = XCB_ATOM_NONE; // NULL
-    xcb_atom_t png = XCB_ATOM_NONE; // image/png
-    xcb_atom_t scratch = XCB_ATOM_NONE; // a property of our own
+    X11Atom clipboard{*this, "CLIPBOARD"};
+    X11Atom clipboardManager{*this, "CLIPBOARD_MANAGER"};
+    X11Atom targets{*this, "TARGETS"};
+    X11Atom timestamp{*this, "TIMESTAMP"};
+    X11Atom multiple{*this, "MULTIPLE"};
+    X11Atom saveTargets{*this, "SAVE_TARGETS"};
+    X11Atom incremental{*this, "INCR"};
+    X11Atom atomPair{*this, "ATOM_PAIR"};
+    X11Atom null{*this, "NULL"};
+    X11Atom png{*this, "image/png"};
+    X11Atom scratch{*this, "_GLIMTO_CLIPBOARD"}; // a property of our own
 };
 
 } // namespace glimto

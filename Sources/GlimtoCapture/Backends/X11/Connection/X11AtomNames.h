@@ -1,10 +1,9 @@
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <xcb/xcb.h>
 
@@ -12,25 +11,56 @@
 
 namespace glimto {
 
-// The fields of a struct of atoms, each with the name of its atom.
-template <typename Atoms, std::size_t count>
-using X11AtomNames = std::array<std::pair<xcb_atom_t Atoms::*, std::string_view>, count>;
+// Atoms that are interned in one round trip: a struct of X11Atom, whose constructor ends with receive().
+//
+//     struct Atoms : X11AtomSet {
+//         explicit Atoms(X11Connection& connection) : X11AtomSet(connection) { receive(); }
+//         X11Atom name{*this, "_NET_WM_NAME"};
+//     };
+class X11AtomSet {
+public:
+    explicit X11AtomSet(X11Connection& connection)
+        : connection_(connection)
+    {
+    }
+    X11AtomSet(const X11AtomSet&) = delete;
+    X11AtomSet& operator=(const X11AtomSet&) = delete;
 
-// Fills the fields with their atoms, all interned in one round trip; a field stays as it is when the server
-// answers with an error. Throws PlatformError when the server goes away or does not answer in time.
-template <typename Atoms, std::size_t count>
-void internAtoms(X11Connection& connection, const X11AtomNames<Atoms, count>& names, Atoms& atoms)
-{
-    std::array<xcb_intern_atom_cookie_t, count> cookies{};
-    for (std::size_t index = 0; index < count; ++index) {
-        const std::string_view name = names[index].second;
-        cookies[index]
-            = xcb_intern_atom(connection.xcb(), 0, static_cast<std::uint16_t>(name.size()), name.data());
+protected:
+    // An atom stays none when the server answers with an error. Throws PlatformError when the server goes
+    // away or does not answer in time.
+    void receive()
+    {
+        for (const auto& [cookie, id] : std::exchange(asked_, {})) {
+            if (const auto reply = connection_.reply<xcb_intern_atom_reply_t>(cookie))
+                *id = reply->atom;
+        }
     }
-    for (std::size_t index = 0; index < count; ++index) {
-        if (const auto reply = connection.reply<xcb_intern_atom_reply_t>(cookies[index]))
-            atoms.*names[index].first = reply->atom;
+
+private:
+    friend class X11Atom;
+
+    X11Connection& connection_;
+    std::vector<std::pair<xcb_intern_atom_cookie_t, xcb_atom_t*>> asked_;
+};
+
+// One of them.
+class X11Atom {
+public:
+    X11Atom(X11AtomSet& set, std::string_view name)
+    {
+        set.asked_.emplace_back(
+            xcb_intern_atom(set.connection_.xcb(), 0, static_cast<std::uint16_t>(name.size()), name.data()),
+            &id_);
     }
-}
+    X11Atom(const X11Atom&) = delete;
+    X11Atom& operator=(const X11Atom&) = delete;
+
+    // NOLINTNEXTLINE(google-explicit-constructor): it stands for its id in requests.
+    operator xcb_atom_t() const { return id_; }
+
+private:
+    xcb_atom_t id_ = XCB_ATOM_NONE;
+};
 
 } // namespace glimto

@@ -1,51 +1,52 @@
 #pragma once
 
-#include <xcb/xcb.h>
-
-#include "Backends/X11/Connection/X11Connection.h"
+#include "Backends/X11/Connection/X11AtomNames.h"
 
 namespace glimto {
 
-// The atoms that the window list needs, all interned in one round trip.
-struct X11Atoms {
-    // Throws PlatformError when the server goes away or does not answer in time.
-    explicit X11Atoms(X11Connection& connection);
+// The atoms that the window list needs.
+struct X11Atoms : X11AtomSet {
+    explicit X11Atoms(X11Connection& connection)
+        : X11AtomSet(connection)
+    {
+        receive();
+    }
 
     // Properties of the root window.
-    xcb_atom_t supportingWindowManager = XCB_ATOM_NONE; // _NET_SUPPORTING_WM_CHECK
-    xcb_atom_t clientListStacking = XCB_ATOM_NONE; // _NET_CLIENT_LIST_STACKING
-    xcb_atom_t clientList = XCB_ATOM_NONE; // _NET_CLIENT_LIST
-    xcb_atom_t currentDesktop = XCB_ATOM_NONE; // _NET_CURRENT_DESKTOP
+    X11Atom supportingWindowManager{*this, "_NET_SUPPORTING_WM_CHECK"};
+    X11Atom clientListStacking{*this, "_NET_CLIENT_LIST_STACKING"};
+    X11Atom clientList{*this, "_NET_CLIENT_LIST"};
+    X11Atom currentDesktop{*this, "_NET_CURRENT_DESKTOP"};
 
     // Properties of clients.
-    xcb_atom_t name = XCB_ATOM_NONE; // _NET_WM_NAME
-    xcb_atom_t processID = XCB_ATOM_NONE; // _NET_WM_PID
-    xcb_atom_t desktop = XCB_ATOM_NONE; // _NET_WM_DESKTOP
-    xcb_atom_t windowType = XCB_ATOM_NONE; // _NET_WM_WINDOW_TYPE
-    xcb_atom_t windowState = XCB_ATOM_NONE; // _NET_WM_STATE
-    xcb_atom_t managedState = XCB_ATOM_NONE; // WM_STATE
-    xcb_atom_t frameExtents = XCB_ATOM_NONE; // _GTK_FRAME_EXTENTS
-    xcb_atom_t applicationID = XCB_ATOM_NONE; // _GTK_APPLICATION_ID
-    xcb_atom_t desktopFile = XCB_ATOM_NONE; // _KDE_NET_WM_DESKTOP_FILE
+    X11Atom name{*this, "_NET_WM_NAME"};
+    X11Atom processID{*this, "_NET_WM_PID"};
+    X11Atom desktop{*this, "_NET_WM_DESKTOP"};
+    X11Atom windowType{*this, "_NET_WM_WINDOW_TYPE"};
+    X11Atom windowState{*this, "_NET_WM_STATE"};
+    X11Atom managedState{*this, "WM_STATE"};
+    X11Atom frameExtents{*this, "_GTK_FRAME_EXTENTS"};
+    X11Atom applicationID{*this, "_GTK_APPLICATION_ID"};
+    X11Atom desktopFile{*this, "_KDE_NET_WM_DESKTOP_FILE"};
 
     // Types and values.
-    xcb_atom_t utf8String = XCB_ATOM_NONE; // UTF8_STRING
-    xcb_atom_t compoundText = XCB_ATOM_NONE; // COMPOUND_TEXT
-    xcb_atom_t stateHidden = XCB_ATOM_NONE; // _NET_WM_STATE_HIDDEN
-    xcb_atom_t typeNormal = XCB_ATOM_NONE; // _NET_WM_WINDOW_TYPE_...
-    xcb_atom_t typeDesktop = XCB_ATOM_NONE;
-    xcb_atom_t typeDock = XCB_ATOM_NONE;
-    xcb_atom_t typeToolbar = XCB_ATOM_NONE;
-    xcb_atom_t typeUtility = XCB_ATOM_NONE;
-    xcb_atom_t typeSplash = XCB_ATOM_NONE;
-    xcb_atom_t typeDialog = XCB_ATOM_NONE;
-    xcb_atom_t typeMenu = XCB_ATOM_NONE;
-    xcb_atom_t typeDropdownMenu = XCB_ATOM_NONE;
-    xcb_atom_t typePopupMenu = XCB_ATOM_NONE;
-    xcb_atom_t typeTooltip = XCB_ATOM_NONE;
-    xcb_atom_t typeNotification = XCB_ATOM_NONE;
-    xcb_atom_t typeCombo = XCB_ATOM_NONE;
-    xcb_atom_t typeDragAndDrop = XCB_ATOM_NONE;
+    X11Atom utf8String{*this, "UTF8_STRING"};
+    X11Atom compoundText{*this, "COMPOUND_TEXT"};
+    X11Atom stateHidden{*this, "_NET_WM_STATE_HIDDEN"};
+    X11Atom typeNormal{*this, "_NET_WM_WINDOW_TYPE_NORMAL"};
+    X11Atom typeDesktop{*this, "_NET_WM_WINDOW_TYPE_DESKTOP"};
+    X11Atom typeDock{*this, "_NET_WM_WINDOW_TYPE_DOCK"};
+    X11Atom typeToolbar{*this, "_NET_WM_WINDOW_TYPE_TOOLBAR"};
+    X11Atom typeUtility{*this, "_NET_WM_WINDOW_TYPE_UTILITY"};
+    X11Atom typeSplash{*this, "_NET_WM_WINDOW_TYPE_SPLASH"};
+    X11Atom typeDialog{*this, "_NET_WM_WINDOW_TYPE_DIALOG"};
+    X11Atom typeMenu{*this, "_NET_WM_WINDOW_TYPE_MENU"};
+    X11Atom typeDropdownMenu{*this, "_NET_WM_WINDOW_TYPE_DROPDOWN_MENU"};
+    X11Atom typePopupMenu{*this, "_NET_WM_WINDOW_TYPE_POPUP_MENU"};
+    X11Atom typeTooltip{*this, "_NET_WM_WINDOW_TYPE_TOOLTIP"};
+    X11Atom typeNotification{*this, "_NET_WM_WINDOW_TYPE_NOTIFICATION"};
+    X11Atom typeCombo{*this, "_NET_WM_WINDOW_TYPE_COMBO"};
+    X11Atom typeDragAndDrop{*this, "_NET_WM_WINDOW_TYPE_DND"};
 };
 
 } // namespace glimto

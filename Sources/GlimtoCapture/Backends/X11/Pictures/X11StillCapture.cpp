@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <exception>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -10,14 +12,114 @@
 #include <xcb/randr.h>
 #include <xcb/shm.h>
 
+#include "Backends/X11/Connection/X11Connection.h"
+#include "Backends/X11/Connection/X11PixelRects.h"
+#include "Backends/X11/Connection/X11SharedMemory.h"
 #include "Backends/X11/Pictures/X11ContentPicture.h"
 #include "Backends/X11/Pictures/X11DisplayPicture.h"
 #include "Backends/X11/Pictures/X11FrameGrabber.h"
-#include "Backends/X11/Pictures/X11ScreenReader.h"
+#include "Backends/X11/Pictures/X11PixelFormat.h"
+#include "Platform/StillCapture.h"
 
 namespace glimto {
 
 namespace {
+
+constexpr std::uint32_t allPlanes = ~0U;
+
+// Reads the screen as it is, in one piece, without the pointer. Needs no extension of the server, and is
+// faster where it has MIT-SHM. Used by the thread of the connection.
+class X11ScreenReader {
+public:
+    // Memory for a picture of `expected` size is got ready. Throws PlatformError when the screen has a
+    // format that cannot be read. The connection outlives it.
+    X11ScreenReader(X11Connection& connection, PixelSize expected)
+        : connection_(connection)
+        , format_(X11PixelFormat::ofRoot(connection))
+    {
+        if (!expected.isEmpty())
+            memoryFor(format_.byteCount(expected));
+    }
+
+    ~X11ScreenReader() { releaseMemory(); }
+
+    X11ScreenReader(const X11ScreenReader&) = delete;
+    X11ScreenReader& operator=(const X11ScreenReader&) = delete;
+
+    // Has the system give the memory its pages now, which it would do while the picture is taken.
+    void touchMemory()
+    {
+        if (memory_)
+            std::memset(memory_->bytes(), 0, memory_->size());
+    }
+
+    // The part `area` of the root window as a picture of size `output`, black where it shows nothing. Nothing
+    // when the server gives no picture. To be called once. Throws PlatformError.
+    std::optional<PixelCanvas> read(const PixelRect& area, PixelSize output)
+    {
+        const auto root = connection_.reply<xcb_get_geometry_reply_t>(
+            xcb_get_geometry(connection_.xcb(), connection_.root()));
+        if (!root)
+            return std::nullopt;
+        const PixelRect wanted = intersection(area, {area.x, area.y, output.width, output.height});
+        const PixelRect visible = intersection(wanted, wholeOf({root->width, root->height}));
+        if (visible.isEmpty())
+            return std::nullopt;
+        const auto pixels = readPixels(visible);
+        if (!pixels || PixelSize{visible.width, visible.height} == output)
+            return pixels;
+        const PixelCanvas whole = makeCanvas(output.width, output.height);
+        std::memset(whole.bytes, 0, whole.bytesPerRow * static_cast<std::size_t>(whole.height));
+        convertPixels(
+            *pixels, whole.part({visible.x - area.x, visible.y - area.y, visible.width, visible.height}));
+        return whole;
+    }
+
+private:
+    std::shared_ptr<X11SharedMemory> memoryFor(std::size_t size)
+    {
+        if (!memory_ || memory_->size() < size) {
+            releaseMemory();
+            memory_ = X11SharedMemory::make(connection_, size);
+        }
+        return memory_;
+    }
+
+    void releaseMemory()
+    {
+        if (memory_ && memory_->segment() != XCB_NONE)
+            xcb_shm_detach(connection_.xcb(), memory_->segment());
+        memory_.reset();
+    }
+
+    std::optional<PixelCanvas> readPixels(const PixelRect& rect)
+    {
+        xcb_connection_t* xcb = connection_.xcb();
+        const auto x = static_cast<std::int16_t>(rect.x);
+        const auto y = static_cast<std::int16_t>(rect.y);
+        const auto width = static_cast<std::uint16_t>(rect.width);
+        const auto height = static_cast<std::uint16_t>(rect.height);
+        const PixelSize size = {rect.width, rect.height};
+        const auto memory = memoryFor(format_.byteCount(size));
+        if (memory->segment() != XCB_NONE) {
+            const auto cookie = xcb_shm_get_image(xcb, connection_.root(), x, y, width, height, allPlanes,
+                XCB_IMAGE_FORMAT_Z_PIXMAP, memory->segment(), 0);
+            if (connection_.reply<xcb_shm_get_image_reply_t>(cookie))
+                return format_.pixels(memory->bytes(), size, memory);
+        }
+        const auto cookie = xcb_get_image(
+            xcb, XCB_IMAGE_FORMAT_Z_PIXMAP, connection_.root(), x, y, width, height, allPlanes);
+        const std::shared_ptr<xcb_get_image_reply_t> image(connection_.reply<xcb_get_image_reply_t>(cookie));
+        if (!image
+            || static_cast<std::size_t>(xcb_get_image_data_length(image.get())) < format_.byteCount(size))
+            return std::nullopt;
+        return format_.pixels(xcb_get_image_data(image.get()), size, image);
+    }
+
+    X11Connection& connection_;
+    X11PixelFormat format_;
+    std::shared_ptr<X11SharedMemory> memory_; // shared with the picture that lies in it
+};
 
 using Clock = std::chrono::steady_clock;
 
@@ -51,9 +153,8 @@ bool showsTheSame(const ContentFilter& a, const ContentFilter& b)
             displayB->exceptingWindows.begin(), displayB->exceptingWindows.end(), isSameWindow);
 }
 
-} // namespace
-
-class X11StillCapture::Session {
+// What is held ready for one picture.
+class Session {
 public:
     Session(const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
         : filter_(filter)
@@ -125,30 +226,39 @@ private:
     std::optional<X11FrameGrabber> grabber_;
 };
 
-X11StillCapture::X11StillCapture() = default;
-
-X11StillCapture::~X11StillCapture() = default;
-
-void X11StillCapture::prepare(const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
-{
-    try {
-        session_ = std::make_unique<Session>(filter, configuration);
-        session_->getReady();
-    } catch (const std::exception&) {
-        // Taking the picture will tell.
-        session_.reset();
+class X11StillCapture final : public StillCapture {
+public:
+    void prepare(const ContentFilter& filter, const CaptureStreamConfiguration& configuration) override
+    {
+        try {
+            session_ = std::make_unique<Session>(filter, configuration);
+            session_->getReady();
+        } catch (const std::exception&) {
+            // Taking the picture will tell.
+            session_.reset();
+        }
     }
-}
 
-std::optional<PixelCanvas> X11StillCapture::captureImage(
-    const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
-{
-    auto session = std::exchange(session_, nullptr);
-    if (!session || !session->serves(filter, configuration)) {
-        session.reset();
-        session = std::make_unique<Session>(filter, configuration);
+    std::optional<PixelCanvas> captureImage(
+        const ContentFilter& filter, const CaptureStreamConfiguration& configuration) override
+    {
+        auto session = std::exchange(session_, nullptr);
+        if (!session || !session->serves(filter, configuration)) {
+            session.reset();
+            session = std::make_unique<Session>(filter, configuration);
+        }
+        return session->capture(filter, configuration);
     }
-    return session->capture(filter, configuration);
+
+private:
+    std::unique_ptr<Session> session_; // that prepare() has made
+};
+
+} // namespace
+
+std::unique_ptr<StillCapture> makeX11StillCapture()
+{
+    return std::make_unique<X11StillCapture>();
 }
 
 } // namespace glimto

@@ -2,10 +2,18 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <cstdint>
 #include <exception>
 #include <limits>
+#include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
+#include "Backends/Streams/WakeUp.h"
+#include "Backends/X11/Pointer/X11PointerListener.h"
+#include "Backends/X11/Pointer/X11PointerPacer.h"
 #include "Support/TimeStamps.h"
 
 namespace glimto {
@@ -20,128 +28,148 @@ constexpr std::int64_t endTimeout = nanosecondsPerSecond / 10;
 constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
 constexpr std::uint64_t maskBits = 64;
 
-} // namespace
-
-X11EventTap::X11EventTap(std::unique_ptr<X11PointerListener> listener, std::uint64_t eventMask)
-    : listener_(std::move(listener))
-    , eventMask_(eventMask)
-{
-}
-
-void X11EventTap::enable()
-{
-    const std::int64_t now = hostTimeNanoseconds();
-    if (isEnabled_ || now < nextAttempt_)
-        return;
-    nextAttempt_ = now + attemptInterval;
-    try {
-        if (!listener_)
-            listener_ = X11PointerListener::open();
-        listener_->listen();
-        pacer_ = {};
-        isEnabled_ = true;
-    } catch (const std::exception&) {
-        listener_.reset();
+class X11EventTap final : public EventTap {
+public:
+    X11EventTap(std::unique_ptr<X11PointerListener> listener, std::uint64_t eventMask)
+        : listener_(std::move(listener))
+        , eventMask_(eventMask)
+    {
     }
-}
 
-void X11EventTap::run(std::chrono::nanoseconds timerPeriod, const Handlers& handlers)
-{
-    std::int64_t timerDue = hostTimeNanoseconds() + timerPeriod.count();
-    while (!wakeUp_.hasEnded()) {
-        const std::int64_t now = hostTimeNanoseconds();
-        if (now >= timerDue) {
-            timerDue = std::max(timerDue + timerPeriod.count(), now);
-            handlers.onTimer();
-        }
-        const auto wait = listenFor(now);
-        deliver(handlers);
-        if (wait)
-            waitUntil(std::min(wait->until, timerDue), wait->wakesOnEvents);
-    }
-    finish();
-    deliver(handlers);
-}
-
-std::optional<X11EventTap::Wait> X11EventTap::listenFor(std::int64_t now)
-{
-    if (!isEnabled_)
-        return Wait{never, false};
-    try {
-        listener_->receive();
-        if (listener_->isAsking())
-            return Wait{never, true};
-        const auto next = pacer_.next(now, listener_->isWaiting());
-        if (!next.mustAsk)
-            return Wait{next.until, next.wakesOnEvents};
-        listener_->ask();
-        pacer_.didAsk(now);
-    } catch (const std::exception&) {
-        disable();
-    }
-    return std::nullopt;
-}
-
-void X11EventTap::disable()
-{
-    listener_->settleUnanswered();
-    settled_ = listener_->take();
-    listener_.reset();
-    isEnabled_ = false;
-}
-
-// What happened before the end is told, even if the server takes too long to say where.
-void X11EventTap::finish()
-{
-    if (!isEnabled_)
-        return;
-    try {
-        const std::int64_t deadline = hostTimeNanoseconds() + endTimeout;
-        // The answer to the second question follows all that was recorded before the first one.
-        for (int question = 0; question < 2; ++question) {
-            listener_->receive();
-            if (!listener_->isAsking())
-                listener_->ask();
-            listener_->receive();
-            while (listener_->isAsking() && hostTimeNanoseconds() < deadline) {
-                waitForServer(deadline);
-                listener_->receive();
+    void run(std::chrono::nanoseconds timerPeriod, const Handlers& handlers) override
+    {
+        std::int64_t timerDue = hostTimeNanoseconds() + timerPeriod.count();
+        while (!wakeUp_.hasEnded()) {
+            const std::int64_t now = hostTimeNanoseconds();
+            if (now >= timerDue) {
+                timerDue = std::max(timerDue + timerPeriod.count(), now);
+                handlers.onTimer();
             }
+            const auto wait = listenFor(now);
+            deliver(handlers);
+            if (wait)
+                waitUntil(std::min(wait->until, timerDue), wait->wakesOnEvents);
         }
+        finish();
+        deliver(handlers);
+    }
+
+    void stop() override { wakeUp_.end(); }
+    bool isEnabled() const override { return isEnabled_; }
+
+    void enable() override
+    {
+        const std::int64_t now = hostTimeNanoseconds();
+        if (isEnabled_ || now < nextAttempt_)
+            return;
+        nextAttempt_ = now + attemptInterval;
+        try {
+            if (!listener_)
+                listener_ = X11PointerListener::open();
+            listener_->listen();
+            pacer_ = {};
+            isEnabled_ = true;
+        } catch (const std::exception&) {
+            listener_.reset();
+        }
+    }
+
+private:
+    struct Wait {
+        std::int64_t until = 0;
+        bool wakesOnEvents = true;
+    };
+
+    std::optional<Wait> listenFor(std::int64_t now)
+    {
+        if (!isEnabled_)
+            return Wait{never, false};
+        try {
+            listener_->receive();
+            if (listener_->isAsking())
+                return Wait{never, true};
+            const auto next = pacer_.next(now, listener_->isWaiting());
+            if (!next.mustAsk)
+                return Wait{next.until, next.wakesOnEvents};
+            listener_->ask();
+            pacer_.didAsk(now);
+        } catch (const std::exception&) {
+            disable();
+        }
+        return std::nullopt;
+    }
+
+    void disable()
+    {
         listener_->settleUnanswered();
-    } catch (const std::exception&) {
-        disable();
-    }
-}
-
-void X11EventTap::deliver(const Handlers& handlers)
-{
-    if (listener_)
         settled_ = listener_->take();
-    for (const auto& event : std::exchange(settled_, {})) {
-        const auto bit = static_cast<std::uint64_t>(event.type);
-        if (bit < maskBits && ((eventMask_ >> bit) & 1U) != 0)
-            handlers.onEvent(event);
+        listener_.reset();
+        isEnabled_ = false;
     }
-}
 
-void X11EventTap::waitUntil(std::int64_t deadline, bool forServer)
-{
-    std::array<pollfd, 3> entries = {{
-        {.fd = wakeUp_.fileDescriptor(), .events = POLLIN, .revents = 0},
-        {.fd = forServer ? listener_->fileDescriptor() : -1, .events = POLLIN, .revents = 0},
-        {.fd = forServer ? listener_->recordFileDescriptor() : -1, .events = POLLIN, .revents = 0},
-    }};
-    // Whatever ends the wait, the caller looks what there is to do.
-    (void)waitFor(entries, deadline);
-}
+    // What happened before the end is told, even if the server takes too long to say where.
+    void finish()
+    {
+        if (!isEnabled_)
+            return;
+        try {
+            const std::int64_t deadline = hostTimeNanoseconds() + endTimeout;
+            // The answer to the second question follows all that was recorded before the first one.
+            for (int question = 0; question < 2; ++question) {
+                listener_->receive();
+                if (!listener_->isAsking())
+                    listener_->ask();
+                listener_->receive();
+                while (listener_->isAsking() && hostTimeNanoseconds() < deadline) {
+                    waitForServer(deadline);
+                    listener_->receive();
+                }
+            }
+            listener_->settleUnanswered();
+        } catch (const std::exception&) {
+            disable();
+        }
+    }
 
-// The tap's own wake-up has been seen by then.
-void X11EventTap::waitForServer(std::int64_t deadline)
-{
-    pollfd entry = {.fd = listener_->fileDescriptor(), .events = POLLIN, .revents = 0};
-    (void)waitFor({&entry, 1}, deadline);
-}
+    void deliver(const Handlers& handlers)
+    {
+        if (listener_)
+            settled_ = listener_->take();
+        for (const auto& event : std::exchange(settled_, {})) {
+            const auto bit = static_cast<std::uint64_t>(event.type);
+            if (bit < maskBits && ((eventMask_ >> bit) & 1U) != 0)
+                handlers.onEvent(event);
+        }
+    }
+
+    void waitUntil(std::int64_t deadline, bool forServer)
+    {
+        std::array<pollfd, 3> entries = {{
+            {.fd = wakeUp_.fileDescriptor(), .events = POLLIN, .revents = 0},
+            {.fd = forServer ? listener_->fileDescriptor() : -1, .events = POLLIN, .revents = 0},
+            {.fd = forServer ? listener_->recordFileDescriptor() : -1, .events = POLLIN, .revents = 0},
+        }};
+        // Whatever ends the wait, the caller looks what there is to do.
+        (void)waitFor(entries, deadline);
+    }
+
+    // The tap's own wake-up has been seen by then.
+    void waitForServer(std::int64_t deadline)
+    {
+        pollfd entry = {.fd = listener_->fileDescriptor(), .events = POLLIN, .revents = 0};
+        (void)waitFor({&entry, 1}, deadline);
+    }
+
+    std::unique_ptr<X11PointerListener> listener_; // null once its server has gone
+    X11PointerPacer pacer_;
+    std::uint64_t eventMask_;
+    WakeUp wakeUp_; // ends run()
+    bool isEnabled_ = false;
+    std::int64_t nextAttempt_ = 0;
+    std::vector<InputEvent> settled_;
+};
+
+} // namespace
 
 std::unique_ptr<EventTap> X11EventTapFactory::makeListenOnlyTap(std::uint64_t eventMask)
 {

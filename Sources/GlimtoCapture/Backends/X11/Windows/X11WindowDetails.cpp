@@ -77,13 +77,14 @@ X11WindowType typeOf(const X11Atoms& atoms, const X11Property& property)
             return X11WindowType::desktop;
         if (type == atoms.typeDock)
             return X11WindowType::dock;
-        for (const auto popup : {atoms.typeMenu, atoms.typeDropdownMenu, atoms.typePopupMenu,
-                 atoms.typeTooltip, atoms.typeNotification, atoms.typeCombo, atoms.typeDragAndDrop}) {
+        for (const xcb_atom_t popup :
+            std::initializer_list<xcb_atom_t>{atoms.typeMenu, atoms.typeDropdownMenu, atoms.typePopupMenu,
+                atoms.typeTooltip, atoms.typeNotification, atoms.typeCombo, atoms.typeDragAndDrop}) {
             if (type == popup)
                 return X11WindowType::popup;
         }
-        for (const auto normal :
-            {atoms.typeNormal, atoms.typeDialog, atoms.typeUtility, atoms.typeToolbar, atoms.typeSplash}) {
+        for (const xcb_atom_t normal : std::initializer_list<xcb_atom_t>{atoms.typeNormal, atoms.typeDialog,
+                 atoms.typeUtility, atoms.typeToolbar, atoms.typeSplash}) {
             if (type == normal)
                 return X11WindowType::normal;
         }
