@@ -151,7 +151,7 @@ public:
         , compositor_(plan.layout)
         , canvas_(plan.layout)
         , encoder_("libx264", canvas_.frame(), frameTimeBase,
-              {{"preset", "veryfast"}, {"crf", "19"}, {"bf", "0"}, {"g", "300"}, {"refs", "2"},
+              {{"preset", "veryfast"}, {"crf", "19"}, {"bf", "0"}, {"g", "300"}, {"refs", "1"}, {"subq", "1"},
                   {"threads", "4"}},
               true)
         , writer_(target, "mp4")
