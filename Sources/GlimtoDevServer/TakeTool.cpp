@@ -89,15 +89,12 @@ fs::path TakeTool::make(const std::string& name, const fs::path& take, std::vect
     makeDirectories(directory_);
     arguments.insert(arguments.begin(), program_->string());
     arguments.insert(arguments.end(), {"-o", file.string()});
-    switch (runProgram(arguments, longestRun, ProgramOvertime::end, stop_)) {
-    case ProgramResult::succeeded:
-        return file;
-    case ProgramResult::failed:
+    const auto status = runProgram(arguments, longestRun, ProgramOvertime::end, stop_);
+    if (!status)
+        throw APIError(503, "glimto-take takes too long.");
+    if (*status != 0)
         throw APIError(422, "glimto-take makes nothing of this recording; `glimto-take info` tells why.");
-    case ProgramResult::stillRunning:
-        break;
-    }
-    throw APIError(503, "glimto-take takes too long.");
+    return file;
 }
 
 } // namespace glimto

@@ -31,8 +31,9 @@ class TerminalTests(EndToEndCase):
     def wait_for_status(self, program):
         wait_until(lambda: self.status_rows(program), "the status line")
 
-    def run_here(self, *arguments, **options):
-        return run_at_terminal([BINARY, *map(str, arguments)], self.environment(), self.work, columns=200, **options)
+    def run_here(self, *arguments, changes=None, **options):
+        return run_at_terminal([BINARY, *map(str, arguments)], self.environment(**(changes or {})), self.work, columns=200,
+                               **options)
 
     # The status line
 
@@ -159,6 +160,16 @@ class TerminalTests(EndToEndCase):
         self.assertIn("hint: what was recorded is kept; this makes a whole take of it: glimto-take repair "
                       f"{self.take}", program.rows())
         self.assertRegex(program.rows()[-1], "^error: ")
+
+    def test_a_picture_that_cannot_be_opened_has_a_reason(self):
+        opener = self.directory / "xdg-open"
+        opener.write_text("#!/bin/sh\nexit 4\n")
+        opener.chmod(0o755)
+        status, rows = self.run_here("screenshot", "-o", "shot.png", "--open",
+                                     changes={"PATH": f"{self.directory}:{os.environ['PATH']}"})
+        self.assertEqual(status, 0)
+        self.assertEqual(rows[-2:], ["hint: xdg-open ended with status 4: the program that shows it failed.",
+                                     "Warning: Could not open file."])
 
     def test_programs_get_no_hints(self):
         done = subprocess.run([BINARY, "recrod"], env=self.environment(), capture_output=True, text=True, timeout=60)

@@ -13,20 +13,21 @@ namespace glimto {
 class FakeWorkspace final : public Workspace {
 public:
     bool succeeds = true;
+    std::string reason; // of no success
     std::optional<std::string> launchError; // thrown instead when set
     std::vector<std::filesystem::path> opened;
     std::vector<std::filesystem::path> revealed;
 
-    bool openFile(const std::filesystem::path& path) override { return note(opened, path); }
-    bool revealFile(const std::filesystem::path& path) override { return note(revealed, path); }
+    WorkspaceResult openFile(const std::filesystem::path& path) override { return note(opened, path); }
+    WorkspaceResult revealFile(const std::filesystem::path& path) override { return note(revealed, path); }
 
 private:
-    bool note(std::vector<std::filesystem::path>& paths, const std::filesystem::path& path) const
+    WorkspaceResult note(std::vector<std::filesystem::path>& paths, const std::filesystem::path& path) const
     {
         if (launchError)
             throw PlatformError("POSIX", 2, *launchError);
         paths.push_back(path);
-        return succeeds;
+        return {succeeds, succeeds ? "" : reason};
     }
 };
 

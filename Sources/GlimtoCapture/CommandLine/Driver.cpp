@@ -34,6 +34,7 @@ Driver::Driver(PlatformServices& services, Outputs outputs, ProgressDescriptor p
     , statusLine_(std::move(statusLine))
     , emitter_(outputs.standardOutput)
 {
+    outputs_.givesHints = statusLine_ != nullptr;
 }
 
 int Driver::run(std::span<const std::string> arguments)
@@ -153,7 +154,7 @@ void Driver::copyImage(const std::filesystem::path& path)
 
 void Driver::open(OpenAction action, const std::filesystem::path& path)
 {
-    runOpenCommandOrWarn(action, path, services_.workspace, outputs_.standardError);
+    runOpenCommandOrWarn(action, path, services_.workspace, outputs_);
 }
 
 void Driver::putOnClipboard(const ClipboardImageOptions& options)
@@ -184,8 +185,7 @@ std::vector<std::shared_ptr<ProgressSink>> Driver::progressSinks()
 void Driver::record(const RecordOptions& options)
 {
     runRecording(options);
-    if (statusLine_)
-        hint(playHints(options.outputDirectory));
+    hint(playHints(options.outputDirectory));
 }
 
 void Driver::runRecording(const RecordOptions& options)
@@ -206,8 +206,8 @@ void Driver::runRecording(const RecordOptions& options)
 // A hint that cannot be had must not hide the error.
 void Driver::giveHints(std::span<const std::string> arguments, const std::string& message) noexcept
 {
-    if (!statusLine_)
-        return;
+    if (!outputs_.givesHints)
+        return; // what they are made of takes time
     try {
         hint(hints_);
         hint(argumentHints(arguments, message));
@@ -231,6 +231,8 @@ std::vector<std::string> Driver::displayHints() const
 
 void Driver::hint(const std::vector<std::string>& hints)
 {
+    if (!outputs_.givesHints)
+        return;
     for (const auto& text : hints)
         outputs_.standardError.writeLine("hint: " + text);
 }

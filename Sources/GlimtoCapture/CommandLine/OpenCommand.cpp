@@ -6,27 +6,31 @@
 
 namespace glimto {
 
-void runOpenCommand(OpenAction action, const std::filesystem::path& path, Workspace& workspace)
+void runOpenCommand(
+    OpenAction action, const std::filesystem::path& path, Workspace& workspace, const Outputs& outputs)
 {
     const bool reveals = action == OpenAction::revealFile;
     const std::string failure = std::string("Could not ") + (reveals ? "reveal file" : "open file");
-    bool succeeded = false;
+    WorkspaceResult result;
     try {
-        succeeded = reveals ? workspace.revealFile(path) : workspace.openFile(path);
+        result = reveals ? workspace.revealFile(path) : workspace.openFile(path);
     } catch (const PlatformError& error) {
         throw CLIError(failure + ": " + error.what());
     }
-    if (!succeeded)
-        throw CLIError(failure + ".");
+    if (result)
+        return;
+    if (outputs.givesHints && !result.reason.empty())
+        outputs.standardError.writeLine("hint: " + result.reason);
+    throw CLIError(failure + ".");
 }
 
 void runOpenCommandOrWarn(
-    OpenAction action, const std::filesystem::path& path, Workspace& workspace, LineOutput& standardError)
+    OpenAction action, const std::filesystem::path& path, Workspace& workspace, const Outputs& outputs)
 {
     try {
-        runOpenCommand(action, path, workspace);
+        runOpenCommand(action, path, workspace, outputs);
     } catch (const std::exception& error) {
-        standardError.writeLine(std::string("Warning: ") + error.what());
+        outputs.standardError.writeLine(std::string("Warning: ") + error.what());
     }
 }
 

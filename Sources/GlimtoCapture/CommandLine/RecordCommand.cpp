@@ -127,8 +127,7 @@ void RecordCommand::record(const RecordOptions& options, const std::function<voi
     if (options.stdoutJSON)
         outputs_.standardOutput.writeLine(encodeScreenCaptureJSON(toJSON(metadata)));
     if (options.revealOutput)
-        runOpenCommandOrWarn(
-            OpenAction::revealFile, options.outputDirectory, services_.workspace, outputs_.standardError);
+        runOpenCommandOrWarn(OpenAction::revealFile, options.outputDirectory, services_.workspace, outputs_);
 }
 
 void RecordCommand::reportFailure(const std::exception_ptr& error) const

@@ -23,6 +23,7 @@ public:
 struct Outputs {
     LineOutput& standardOutput;
     LineOutput& standardError;
+    bool givesHints = false; // a person at a terminal reads both
 };
 
 } // namespace glimto

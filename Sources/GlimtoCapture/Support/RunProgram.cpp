@@ -36,13 +36,8 @@ pid_t start(std::vector<std::string> arguments)
     return process;
 }
 
-ProgramResult resultOfStatus(int status)
-{
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? ProgramResult::succeeded : ProgramResult::failed;
-}
-
-// The result when the process has ended.
-std::optional<ProgramResult> collect(pid_t process, int options)
+// The exit status when the process has ended.
+std::optional<int> collect(pid_t process, int options)
 {
     int status = 0;
     pid_t ended = 0;
@@ -52,20 +47,22 @@ std::optional<ProgramResult> collect(pid_t process, int options)
     if (ended == 0)
         return std::nullopt;
     // Where the ends of children are ignored, the status is lost.
-    return ended < 0 ? ProgramResult::succeeded : resultOfStatus(status);
+    if (ended < 0)
+        return 0;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 } // namespace
 
-ProgramResult runProgram(const std::vector<std::string>& arguments, std::chrono::milliseconds deadline,
+std::optional<int> runProgram(const std::vector<std::string>& arguments, std::chrono::milliseconds deadline,
     ProgramOvertime overtime, const StopToken& stop)
 {
     const auto end = std::chrono::steady_clock::now() + deadline;
     const pid_t process = start(arguments);
     auto pause = firstPause;
     while (std::chrono::steady_clock::now() < end && !stop.isStopRequested()) {
-        if (const auto result = collect(process, WNOHANG))
-            return *result;
+        if (const auto status = collect(process, WNOHANG))
+            return status;
         stop.waitFor(pause);
         pause = std::min(pause * 2, longestPause);
     }
@@ -73,7 +70,7 @@ ProgramResult runProgram(const std::vector<std::string>& arguments, std::chrono:
         ::kill(process, SIGKILL);
         collect(process, 0);
     }
-    return ProgramResult::stillRunning;
+    return std::nullopt;
 }
 
 } // namespace glimto

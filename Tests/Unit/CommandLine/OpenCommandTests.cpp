@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Fakes/FakeLineOutput.h"
 #include "Fakes/FakeWorkspace.h"
 #include "Support/Errors.h"
 
@@ -15,7 +16,7 @@ protected:
     std::string failure(OpenAction action)
     {
         try {
-            runOpenCommand(action, "/takes/a", workspace);
+            runOpenCommand(action, "/takes/a", workspace, {standardOutput, standardError});
         } catch (const CLIError& error) {
             return error.what();
         }
@@ -23,18 +24,20 @@ protected:
     }
 
     FakeWorkspace workspace;
+    FakeLineOutput standardOutput;
+    FakeLineOutput standardError;
 };
 
 TEST_F(OpenCommandTests, RevealsAFile)
 {
-    runOpenCommand(OpenAction::revealFile, "/takes/a", workspace);
+    runOpenCommand(OpenAction::revealFile, "/takes/a", workspace, {standardOutput, standardError});
     EXPECT_EQ(workspace.revealed, std::vector<std::filesystem::path>({"/takes/a"}));
     EXPECT_TRUE(workspace.opened.empty());
 }
 
 TEST_F(OpenCommandTests, OpensAFile)
 {
-    runOpenCommand(OpenAction::openFile, "/takes/a", workspace);
+    runOpenCommand(OpenAction::openFile, "/takes/a", workspace, {standardOutput, standardError});
     EXPECT_EQ(workspace.opened, std::vector<std::filesystem::path>({"/takes/a"}));
     EXPECT_TRUE(workspace.revealed.empty());
 }
@@ -44,6 +47,16 @@ TEST_F(OpenCommandTests, TellsThatTheToolFailed)
     workspace.succeeds = false;
     EXPECT_EQ(failure(OpenAction::revealFile), "Could not reveal file.");
     EXPECT_EQ(failure(OpenAction::openFile), "Could not open file.");
+}
+
+TEST_F(OpenCommandTests, GivesTheReasonToAPersonOnly)
+{
+    workspace.succeeds = false;
+    workspace.reason = "xdg-open ended with status 4.";
+    failure(OpenAction::openFile);
+    EXPECT_EQ(standardError.text(), "");
+    runOpenCommandOrWarn(OpenAction::openFile, "/takes/a", workspace, {standardOutput, standardError, true});
+    EXPECT_EQ(standardError.text(), "hint: xdg-open ended with status 4.\nWarning: Could not open file.\n");
 }
 
 TEST_F(OpenCommandTests, TellsWhyTheToolDidNotStart)

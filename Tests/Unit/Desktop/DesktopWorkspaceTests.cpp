@@ -58,10 +58,12 @@ TEST_F(DesktopWorkspaceTests, ARelativePathIsNeverTakenForAnOption)
     EXPECT_EQ(logged(), "xdg-open\n" + (std::filesystem::current_path() / "-x.png").string() + "\n");
 }
 
-TEST_F(DesktopWorkspaceTests, AToolThatFailsGivesFalse)
+TEST_F(DesktopWorkspaceTests, AToolThatFailsIsNoSuccessAndHasAReason)
 {
     install("xdg-open", "exit 3");
-    EXPECT_FALSE(workspace.openFile("/tmp/a.png"));
+    const auto result = workspace.openFile("/tmp/a.png");
+    EXPECT_FALSE(result);
+    EXPECT_EQ(result.reason, "xdg-open ended with status 3: no program that could show it was found.");
 }
 
 TEST_F(DesktopWorkspaceTests, AMissingToolIsAnError)

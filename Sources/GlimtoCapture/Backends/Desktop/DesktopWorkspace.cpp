@@ -27,6 +27,21 @@ bool hasSessionBus()
         && std::filesystem::exists(std::filesystem::path(directory) / "bus", error);
 }
 
+// Of xdg-open's exit status, as its manual says.
+std::string meaning(int status)
+{
+    switch (status) {
+    case 2:
+        return ": the file does not exist";
+    case 3:
+        return ": no program that could show it was found";
+    case 4:
+        return ": the program that shows it failed";
+    default:
+        return "";
+    }
+}
+
 std::vector<std::string> gdbusCall(const std::string& uri)
 {
     return {"gdbus", "call", "--session", "--dest", "org.freedesktop.FileManager1", "--object-path",
@@ -48,19 +63,21 @@ DesktopWorkspace::DesktopWorkspace(std::chrono::milliseconds deadline)
 {
 }
 
-bool DesktopWorkspace::openFile(const std::filesystem::path& path)
+WorkspaceResult DesktopWorkspace::openFile(const std::filesystem::path& path)
 {
     // An absolute path is never taken for an option.
-    const auto result
+    const auto status
         = runProgram({"xdg-open", standardizedPath(path).string()}, deadline_, ProgramOvertime::leaveRunning);
-    return result != ProgramResult::failed;
+    if (status.value_or(0) == 0)
+        return {};
+    return {false, "xdg-open ended with status " + std::to_string(*status) + meaning(*status) + "."};
 }
 
-bool DesktopWorkspace::revealFile(const std::filesystem::path& path)
+WorkspaceResult DesktopWorkspace::revealFile(const std::filesystem::path& path)
 {
     const auto item = standardizedPath(path);
     if (hasSessionBus() && showInFileManager(item))
-        return true;
+        return {};
     std::error_code error;
     return openFile(std::filesystem::is_directory(item, error) ? item : item.parent_path());
 }
@@ -70,7 +87,7 @@ bool DesktopWorkspace::showInFileManager(const std::filesystem::path& path) cons
     const auto uri = fileURI(path);
     for (const auto& call : {gdbusCall(uri), dbusSendCall(uri)}) {
         try {
-            return runProgram(call, deadline_, ProgramOvertime::end) == ProgramResult::succeeded;
+            return runProgram(call, deadline_, ProgramOvertime::end) == 0;
         } catch (const PlatformError& error) {
             if (error.code() != ENOENT)
                 throw;

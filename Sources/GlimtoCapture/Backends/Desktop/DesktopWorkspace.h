@@ -16,8 +16,8 @@ class DesktopWorkspace final : public Workspace {
 public:
     explicit DesktopWorkspace(std::chrono::milliseconds deadline = std::chrono::seconds(10));
 
-    bool openFile(const std::filesystem::path& path) override;
-    bool revealFile(const std::filesystem::path& path) override;
+    WorkspaceResult openFile(const std::filesystem::path& path) override;
+    WorkspaceResult revealFile(const std::filesystem::path& path) override;
 
 private:
     bool showInFileManager(const std::filesystem::path& path) const;
