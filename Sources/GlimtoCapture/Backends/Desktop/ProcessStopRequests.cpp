@@ -77,11 +77,6 @@ ProcessStopRequests::ProcessStopRequests()
 {
 }
 
-ProcessStopRequests::~ProcessStopRequests()
-{
-    endListening();
-}
-
 void ProcessStopRequests::endListening()
 {
     if (!isListening_)

@@ -21,7 +21,7 @@ class ProcessStopRequests final : public StopRequests {
 public:
     // Make it at the start of the program: a change of parent is one after this.
     ProcessStopRequests();
-    ~ProcessStopRequests() override;
+    ~ProcessStopRequests() override { endListening(); }
     ProcessStopRequests(const ProcessStopRequests&) = delete;
     ProcessStopRequests& operator=(const ProcessStopRequests&) = delete;
 

@@ -14,11 +14,6 @@ EncodingTask::EncodingTask(std::string queueLabel, FragmentMuxer& muxer, AssetWr
 {
 }
 
-EncodingTask::~EncodingTask()
-{
-    cancel();
-}
-
 bool EncodingTask::start()
 {
     const bool starts = state_.with([](State& state) {
@@ -58,21 +53,6 @@ void EncodingTask::cancel()
         if (state.status == AssetWriterStatus::unknown || state.status == AssetWriterStatus::writing)
             state.status = AssetWriterStatus::cancelled;
     });
-}
-
-AssetWriterStatus EncodingTask::status() const
-{
-    return state_.with([](const State& state) { return state.status; });
-}
-
-bool EncodingTask::isWriting() const
-{
-    return status() == AssetWriterStatus::writing;
-}
-
-std::string EncodingTask::error() const
-{
-    return state_.with([](const State& state) { return state.error; });
 }
 
 void EncodingTask::deliverFragment()

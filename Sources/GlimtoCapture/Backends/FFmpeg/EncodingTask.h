@@ -23,7 +23,7 @@ public:
     EncodingTask(std::string queueLabel, FragmentMuxer& muxer, AssetWriterDelegate& delegate);
 
     // Cancels and waits for the step that runs.
-    ~EncodingTask();
+    ~EncodingTask() { cancel(); }
     EncodingTask(const EncodingTask&) = delete;
     EncodingTask& operator=(const EncodingTask&) = delete;
 
@@ -39,9 +39,9 @@ public:
     AssetWriterStatus finish(const std::function<void()>& lastStep);
 
     void cancel();
-    AssetWriterStatus status() const;
-    bool isWriting() const;
-    std::string error() const;
+    AssetWriterStatus status() const { return state_.with([](const State& state) { return state.status; }); }
+    bool isWriting() const { return status() == AssetWriterStatus::writing; }
+    std::string error() const { return state_.with([](const State& state) { return state.error; }); }
 
     // A long step asks this every now and then.
     bool isCancelled() const { return isCancelled_; }

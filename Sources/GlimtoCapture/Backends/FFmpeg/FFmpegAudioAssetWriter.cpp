@@ -55,11 +55,6 @@ FFmpegAudioAssetWriter::FFmpegAudioAssetWriter(const AudioEncodingSettings& sett
 {
 }
 
-bool FFmpegAudioAssetWriter::startWriting()
-{
-    return task_.start();
-}
-
 bool FFmpegAudioAssetWriter::isReadyForMoreMediaData() const
 {
     const auto most = static_cast<std::size_t>(mostWaitingSeconds * format_.sampleRate);
@@ -101,26 +96,6 @@ void FFmpegAudioAssetWriter::post(const std::function<void(State&)>& change)
     });
     if (isFirst)
         task_.post([this] { encodeWaitingSound(); });
-}
-
-AssetWriterStatus FFmpegAudioAssetWriter::finishWriting()
-{
-    return task_.finish([this] { finishTrack(); });
-}
-
-void FFmpegAudioAssetWriter::cancelWriting()
-{
-    task_.cancel();
-}
-
-AssetWriterStatus FFmpegAudioAssetWriter::status() const
-{
-    return task_.status();
-}
-
-std::string FFmpegAudioAssetWriter::error() const
-{
-    return task_.error();
 }
 
 void FFmpegAudioAssetWriter::encodeWaitingSound()

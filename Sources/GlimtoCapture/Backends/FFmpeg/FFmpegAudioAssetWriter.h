@@ -30,15 +30,15 @@ public:
     static std::unique_ptr<FFmpegAudioAssetWriter> make(const AudioEncodingSettings& settings,
         MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate);
 
-    bool startWriting() override;
+    bool startWriting() override { return task_.start(); }
     bool isReadyForMoreMediaData() const override;
     bool append(const AudioBuffer& buffer) override;
     void fillWithSilence(MediaTime end) override;
     void endSession(MediaTime end) override;
-    AssetWriterStatus finishWriting() override;
-    void cancelWriting() override;
-    AssetWriterStatus status() const override;
-    std::string error() const override;
+    AssetWriterStatus finishWriting() override { return task_.finish([this] { finishTrack(); }); }
+    void cancelWriting() override { task_.cancel(); }
+    AssetWriterStatus status() const override { return task_.status(); }
+    std::string error() const override { return task_.error(); }
 
 private:
     struct State {

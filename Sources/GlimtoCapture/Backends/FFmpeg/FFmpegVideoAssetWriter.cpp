@@ -41,11 +41,6 @@ FFmpegVideoAssetWriter::FFmpegVideoAssetWriter(const VideoEncodingSettings& sett
 {
 }
 
-bool FFmpegVideoAssetWriter::startWriting()
-{
-    return task_.start();
-}
-
 bool FFmpegVideoAssetWriter::isReadyForMoreMediaData() const
 {
     return framesHeld_ < mostFramesHeld && task_.isWriting();
@@ -64,26 +59,6 @@ bool FFmpegVideoAssetWriter::append(const VideoFrame& frame)
     framesHeld_ += 1;
     task_.post([this, frame] { encodeFrame(frame); }, [this] { framesHeld_ -= 1; });
     return true;
-}
-
-AssetWriterStatus FFmpegVideoAssetWriter::finishWriting()
-{
-    return task_.finish([this] { finishTrack(); });
-}
-
-void FFmpegVideoAssetWriter::cancelWriting()
-{
-    task_.cancel();
-}
-
-AssetWriterStatus FFmpegVideoAssetWriter::status() const
-{
-    return task_.status();
-}
-
-std::string FFmpegVideoAssetWriter::error() const
-{
-    return task_.error();
 }
 
 void FFmpegVideoAssetWriter::encodeFrame(const VideoFrame& frame)

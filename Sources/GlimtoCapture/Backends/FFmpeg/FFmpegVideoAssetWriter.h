@@ -29,13 +29,13 @@ public:
 
     VideoCodec codec() const override { return codec_; }
 
-    bool startWriting() override;
+    bool startWriting() override { return task_.start(); }
     bool isReadyForMoreMediaData() const override;
     bool append(const VideoFrame& frame) override;
-    AssetWriterStatus finishWriting() override;
-    void cancelWriting() override;
-    AssetWriterStatus status() const override;
-    std::string error() const override;
+    AssetWriterStatus finishWriting() override { return task_.finish([this] { finishTrack(); }); }
+    void cancelWriting() override { task_.cancel(); }
+    AssetWriterStatus status() const override { return task_.status(); }
+    std::string error() const override { return task_.error(); }
 
 private:
     FFmpegVideoAssetWriter(const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval,

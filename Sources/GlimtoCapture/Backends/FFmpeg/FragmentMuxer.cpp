@@ -150,9 +150,4 @@ void FragmentMuxer::endFragment()
     pendingBytes_ = 0;
 }
 
-std::vector<std::byte> FragmentMuxer::takeOutput()
-{
-    return std::exchange(output_, {});
-}
-
 } // namespace glimto

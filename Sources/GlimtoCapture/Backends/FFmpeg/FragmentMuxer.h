@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "Platform/VideoEncoder.h"
@@ -47,7 +48,7 @@ public:
     void endFragment();
 
     // What has been written since the last call; the caller's to keep.
-    std::vector<std::byte> takeOutput();
+    std::vector<std::byte> takeOutput() { return std::exchange(output_, {}); }
 
     // Payload bytes in the fragment that is not ended yet.
     std::size_t pendingBytes() const { return pendingBytes_; }

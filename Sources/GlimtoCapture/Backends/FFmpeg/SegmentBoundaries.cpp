@@ -17,11 +17,6 @@ bool SegmentBoundaries::startsSegment(std::int64_t time) const
     return time >= next_ - frameTicks_ / 2;
 }
 
-bool SegmentBoundaries::needsRepeatBefore(std::int64_t time) const
-{
-    return time >= next_ + frameTicks_;
-}
-
 void SegmentBoundaries::startSegment(std::int64_t time)
 {
     const std::int64_t earliest = time + frameTicks_ - frameTicks_ / 4;

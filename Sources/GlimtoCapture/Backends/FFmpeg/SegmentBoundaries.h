@@ -16,7 +16,7 @@ public:
 
     // Whether the boundary lies so far before `time` that the picture standing there has to be
     // repeated on it; `boundary()` is where.
-    bool needsRepeatBefore(std::int64_t time) const;
+    bool needsRepeatBefore(std::int64_t time) const { return time >= next_ + frameTicks_; }
     std::int64_t boundary() const { return next_; }
 
     // A segment starts at `time`; the next boundary is the first multiple that leaves it a frame's length.

@@ -14,16 +14,6 @@ constexpr std::size_t mostWaitingMoves = 10'000;
 
 } // namespace
 
-void PortalPointer::setIsTold(bool isTold)
-{
-    state_.with([&](State& state) { state.isTold = isTold; });
-}
-
-bool PortalPointer::isTold() const
-{
-    return state_.with([](const State& state) { return state.isTold; });
-}
-
 void PortalPointer::moved(Point location, std::int64_t hostNs)
 {
     state_.change([&](State& state) {

@@ -16,8 +16,8 @@ namespace glimto {
 class PortalPointer {
 public:
     // Whether a capture is told of the pointer.
-    void setIsTold(bool isTold);
-    bool isTold() const;
+    void setIsTold(bool isTold) { state_.with([&](State& state) { state.isTold = isTold; }); }
+    bool isTold() const { return state_.with([](const State& state) { return state.isTold; }); }
 
     // Of the capture's thread: the pointer was there, in global display points. A place that is as before is
     // no move.

@@ -29,11 +29,6 @@ PortalShare::PortalShare(std::shared_ptr<WakeUp> opening, std::shared_ptr<WakeUp
 {
 }
 
-ScreenCastSession::Grant PortalShare::open(const ScreenCastSession::Wish& wish)
-{
-    return session_.open(wish);
-}
-
 void PortalShare::beginStream(const ScreenCastSession::Grant& grant, std::uint32_t mostFramesPerSecond)
 {
     screen_ = openPipeWireScreen(session_.openPipeWireRemote(), grant.stream.nodeID, mostFramesPerSecond,

@@ -19,7 +19,7 @@ public:
     // back. Throws what ScreenCastSession and PipeWireScreen throw.
     PortalShare(std::shared_ptr<WakeUp> opening, std::shared_ptr<WakeUp> consumers);
 
-    ScreenCastSession::Grant open(const ScreenCastSession::Wish& wish);
+    ScreenCastSession::Grant open(const ScreenCastSession::Wish& wish) { return session_.open(wish); }
     void beginStream(const ScreenCastSession::Grant& grant, std::uint32_t mostFramesPerSecond);
 
     // Handles what has come from both. The thread holds a Turn of the screen. Throws PlatformError when the

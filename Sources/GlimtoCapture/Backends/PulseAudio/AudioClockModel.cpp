@@ -54,11 +54,6 @@ AudioClockModel::AudioClockModel(int sampleRate)
     candidates_.reserve(mostReportsToLock);
 }
 
-double AudioClockModel::hostTime(double frame) const
-{
-    return anchorTime_ + nominal(frame - anchorFrame_) * slope_;
-}
-
 double AudioClockModel::frameAt(double time) const
 {
     return anchorFrame_ + (time - anchorTime_) / (nanosecondsPerFrame_ * slope_);

@@ -47,7 +47,7 @@ public:
 
     // On the present line of time, which holds for frames that have not been read. Must have been locked
     // once.
-    double hostTime(double frame) const;
+    double hostTime(double frame) const { return anchorTime_ + nominal(frame - anchorFrame_) * slope_; }
     double frameAt(double hostTime) const;
 
     // Frames before `frame` have got their times: what is learned from now on bends the line behind them.

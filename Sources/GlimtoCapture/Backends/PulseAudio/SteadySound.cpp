@@ -51,11 +51,6 @@ void SteadySound::observe(std::int64_t hostTime)
     resample();
 }
 
-void SteadySound::didPause()
-{
-    clock_.reacquire();
-}
-
 void SteadySound::noticeStall(std::size_t frameCount, std::int64_t now)
 {
     const double duration = static_cast<double>(frameCount) * nanosecondsPerSecond / format_.sampleRate;

@@ -40,7 +40,7 @@ public:
     void observe(std::int64_t hostTime);
 
     // The device has paused.
-    void didPause();
+    void didPause() { clock_.reacquire(); }
 
     // Hands out what has been heard by `now`. append() does so, too.
     void deliver(std::int64_t now);

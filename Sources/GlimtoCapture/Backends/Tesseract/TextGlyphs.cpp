@@ -50,15 +50,18 @@ int middleHeight(const std::vector<PixelRect>& parts)
     return *middle;
 }
 
+enum class Direction { along, upright };
+
 // Takes long thin runs out of `ink`: what is left of an opening along them.
-std::vector<PixelRect> takeRules(Pix* pixels, Pix* ink, int length, int thickest, bool upright)
+std::vector<PixelRect> takeRules(Pix* pixels, Pix* ink, int length, int thickest, Direction direction)
 {
+    const bool isUpright = direction == Direction::upright;
     const PixHandle runs
-        = owned(upright ? pixOpenBrick(nullptr, ink, 1, length) : pixOpenBrick(nullptr, ink, length, 1));
+        = owned(isUpright ? pixOpenBrick(nullptr, ink, 1, length) : pixOpenBrick(nullptr, ink, length, 1));
     const BoxaHandle boxes(pixConnCompBB(runs.get(), 8));
     std::vector<PixelRect> rules;
     for (const auto& rule : boundsOf(boxes.get())) {
-        if ((upright ? rule.width : rule.height) > thickest)
+        if ((isUpright ? rule.width : rule.height) > thickest)
             continue;
         rules.push_back(rule);
         pixRasterop(ink, rule.x, rule.y, rule.width, rule.height, PIX_CLR, nullptr, 0, 0);
@@ -218,8 +221,9 @@ TextGlyphs takeGlyphs(Pix* pixels)
     }
 
     const int thickest = std::max(2, height / 3);
-    glyphs.rules = takeRules(pixels, ink.get(), std::max(24, uprightRuleLength * height), thickest, true);
-    auto rules = takeRules(pixels, ink.get(), std::max(40, ruleLength * height), thickest, false);
+    glyphs.rules = takeRules(
+        pixels, ink.get(), std::max(24, uprightRuleLength * height), thickest, Direction::upright);
+    auto rules = takeRules(pixels, ink.get(), std::max(40, ruleLength * height), thickest, Direction::along);
     rules.insert(rules.end(), glyphs.rules.begin(), glyphs.rules.end());
     glyphs.graphics += rules.size();
 

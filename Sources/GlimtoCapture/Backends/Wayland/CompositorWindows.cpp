@@ -133,26 +133,32 @@ constexpr std::size_t mostWindows = 4096;
 constexpr int deepestContainer = 64;
 constexpr double farthestPoint = 1e6;
 
+// Null when there is no such thing.
+const JSON& member(const JSON& object, const char* key)
+{
+    static const JSON none;
+    const auto at = object.is_object() ? object.find(key) : object.end();
+    return at == object.end() ? none : *at;
+}
+
 std::string text(const JSON& object, const char* key)
 {
-    const auto at = object.is_object() ? object.find(key) : object.end();
-    return at != object.end() && at->is_string() ? validUTF8(at->get_ref<const std::string&>())
-                                                 : std::string();
+    const JSON& value = member(object, key);
+    return value.is_string() ? validUTF8(value.get_ref<const std::string&>()) : std::string();
 }
 
 bool isTrue(const JSON& object, const char* key)
 {
-    const auto at = object.is_object() ? object.find(key) : object.end();
-    return at != object.end() && at->is_boolean() && at->get<bool>();
+    return member(object, key) == true;
 }
 
 // A whole number in [0, most]; absent for anything else.
 std::optional<std::int64_t> number(const JSON& object, const char* key, std::int64_t most)
 {
-    const auto at = object.is_object() ? object.find(key) : object.end();
-    if (at == object.end() || !at->is_number_integer())
+    const JSON& found = member(object, key);
+    if (!found.is_number_integer())
         return std::nullopt;
-    const auto value = at->get<std::int64_t>();
+    const auto value = found.get<std::int64_t>();
     return value >= 0 && value <= most ? std::optional(value) : std::nullopt;
 }
 
@@ -161,19 +167,11 @@ double coordinate(const JSON& value)
     return value.is_number() ? std::clamp(value.get<double>(), -farthestPoint, farthestPoint) : 0;
 }
 
-double coordinate(const JSON& object, const char* key)
+Rect rectangle(const JSON& object)
 {
-    const auto at = object.is_object() ? object.find(key) : object.end();
-    return at != object.end() ? coordinate(*at) : 0;
-}
-
-Rect rectangle(const JSON& object, const char* key)
-{
-    const auto at = object.is_object() ? object.find(key) : object.end();
-    if (at == object.end())
-        return {};
-    return {coordinate(*at, "x"), coordinate(*at, "y"), std::max(0.0, coordinate(*at, "width")),
-        std::max(0.0, coordinate(*at, "height"))};
+    return {coordinate(member(object, "x")), coordinate(member(object, "y")),
+        std::max(0.0, coordinate(member(object, "width"))),
+        std::max(0.0, coordinate(member(object, "height")))};
 }
 
 Application application(const JSON& object, const std::string& identifier)
@@ -213,15 +211,15 @@ private:
     // A node tells the order in which its children were last used.
     static void sortByFocus(const JSON& node, std::vector<const JSON*>& children)
     {
-        const auto focus = node.find("focus");
-        if (focus == node.end() || !focus->is_array())
+        const JSON& focus = member(node, "focus");
+        if (!focus.is_array())
             return;
         const auto place = [&](const JSON* child) {
             const auto id = child->is_object() ? child->find("id") : child->end();
-            return id == child->end() ? focus->end() - focus->begin()
-                                      : std::find(focus->begin(), focus->end(), *id) - focus->begin();
+            return id == child->end() ? focus.end() - focus.begin()
+                                      : std::find(focus.begin(), focus.end(), *id) - focus.begin();
         };
-        if (focus->size() <= mostWindows)
+        if (focus.size() <= mostWindows)
             std::ranges::stable_sort(children, {}, place);
     }
 
@@ -233,17 +231,16 @@ private:
         Window window;
         window.windowID = static_cast<std::uint32_t>(*id);
         // The contents lie inside of borders and title bars.
-        const Rect container = rectangle(node, "rect");
-        const Rect contents = rectangle(node, "window_rect");
+        const Rect container = rectangle(member(node, "rect"));
+        const Rect contents = rectangle(member(node, "window_rect"));
         window.frame = contents.isEmpty()
             ? container
             : Rect{container.x + contents.x, container.y + contents.y, contents.width, contents.height};
         window.title = text(node, "name");
         window.isOnScreen = isTrue(node, "visible");
         std::string identifier = text(node, "app_id");
-        const auto properties = node.find("window_properties"); // of a window of the X server
-        if (identifier.empty() && properties != node.end())
-            identifier = text(*properties, "class");
+        if (identifier.empty()) // of a window of the X server
+            identifier = text(member(node, "window_properties"), "class");
         window.owningApplication = application(node, identifier);
         windows.push_back(std::move(window));
     }
@@ -280,12 +277,11 @@ std::optional<std::vector<Window>> windowsOfHyprland(std::string_view json)
         Window window;
         // Addresses of one process differ in their lower half, but for very large ones.
         window.windowID = static_cast<std::uint32_t>(std::strtoull(address.c_str(), nullptr, 16));
-        const auto at = client.find("at");
-        const auto size = client.find("size");
-        if (at != client.end() && at->is_array() && at->size() == 2 && size != client.end()
-            && size->is_array() && size->size() == 2)
-            window.frame = {coordinate((*at)[0]), coordinate((*at)[1]), std::max(0.0, coordinate((*size)[0])),
-                std::max(0.0, coordinate((*size)[1]))};
+        const JSON& at = member(client, "at");
+        const JSON& size = member(client, "size");
+        if (at.is_array() && at.size() == 2 && size.is_array() && size.size() == 2)
+            window.frame = {coordinate(at[0]), coordinate(at[1]), std::max(0.0, coordinate(size[0])),
+                std::max(0.0, coordinate(size[1]))};
         window.title = text(client, "title");
         window.isOnScreen = isTrue(client, "mapped");
         window.owningApplication = application(client, text(client, "class"));

@@ -1,16 +1,120 @@
 #include "Backends/X11/X11WindowSystem.h"
 
+#include <cstdint>
+#include <exception>
+#include <limits>
+#include <string_view>
+
+#include <xcb/res.h>
+
 #include "Backends/Streams/PlainScreenCapture.h"
 #include "Backends/X11/Clipboard/X11Pasteboard.h"
+#include "Backends/X11/Connection/X11ClientProcesses.h"
+#include "Backends/X11/Connection/X11Connection.h"
+#include "Backends/X11/Connection/X11Displays.h"
+#include "Backends/X11/Connection/X11Property.h"
 #include "Backends/X11/Pictures/X11CaptureStream.h"
 #include "Backends/X11/Pictures/X11StillCapture.h"
 #include "Backends/X11/Pointer/X11EventTap.h"
 #include "Backends/X11/Windows/X11ShareableContentProvider.h"
-#include "Backends/X11/X11ScreenAccess.h"
+#include "Platform/ScreenAccess.h"
 
 namespace glimto {
 
 namespace {
+
+// The answer that `question` finds with a new connection; `otherwise` when it cannot be found out.
+template <typename Answer, typename Question> Answer answerOr(Answer otherwise, Question question)
+{
+    try {
+        const auto connection = X11Connection::open();
+        return question(*connection);
+    } catch (const std::exception&) {
+        return otherwise;
+    }
+}
+
+xcb_atom_t internedAtom(X11Connection& connection, std::string_view name)
+{
+    const auto cookie
+        = xcb_intern_atom(connection.xcb(), 0, static_cast<std::uint16_t>(name.size()), name.data());
+    const auto reply = connection.reply<xcb_intern_atom_reply_t>(cookie);
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+// Questions to the X display that DISPLAY names, each on a connection of its own. The screen may be
+// captured when the display answers and a picture of its root window can be read.
+class X11ScreenAccess final : public ScreenAccess {
+public:
+    ScreenCaptureAccess preflightScreenCaptureAccess() override
+    {
+        try {
+            const auto connection = X11Connection::open();
+            constexpr auto allPlanes = std::numeric_limits<std::uint32_t>::max();
+            const auto cookie = xcb_get_image(
+                connection->xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection->root(), 0, 0, 1, 1, allPlanes);
+            if (!connection->reply<xcb_get_image_reply_t>(cookie))
+                return ScreenCaptureAccess::denied("The X server does not let this program read the screen.");
+            return {};
+        } catch (const PlatformError& error) {
+            if (error.domain() == x11ErrorDomain)
+                return ScreenCaptureAccess::denied(error.what());
+        } catch (const std::exception&) {
+            // No memory, as below.
+        }
+        // There was nothing to ask with, such as a thread. The next step misses it as well, and tells.
+        return {.verdict = ScreenCaptureAccess::Verdict::onlyAskingTells, .obstacle = {}};
+    }
+
+    // The same number as the owner of that window has in the shareable content.
+    std::optional<std::int32_t> frontmostProcessID() override
+    {
+        return answerOr(std::optional<std::int32_t>(), [](X11Connection& connection) {
+            xcb_connection_t* xcb = connection.xcb();
+            xcb_prefetch_extension_data(xcb, &xcb_res_id);
+            const auto activeWindow = internedAtom(connection, "_NET_ACTIVE_WINDOW");
+            const auto processID = internedAtom(connection, "_NET_WM_PID");
+            const xcb_window_t window = X11Property::receive(
+                connection, X11Property::ask(connection, connection.root(), activeWindow))
+                                            .firstNumber()
+                                            .value_or(XCB_WINDOW_NONE);
+            std::optional<std::int32_t> process;
+            if (window == XCB_WINDOW_NONE)
+                return process;
+            const auto claimed
+                = X11Property::receive(connection, X11Property::ask(connection, window, processID))
+                      .firstNumber();
+            if (claimed && *claimed > 0 && *claimed <= INT32_MAX)
+                process = static_cast<std::int32_t>(*claimed);
+            if (const auto owner = x11ClientProcesses(connection, {&window, 1}).front(); owner != 0)
+                process = owner;
+            return process;
+        });
+    }
+
+    std::optional<Point> cursorLocation() override
+    {
+        return answerOr(std::optional<Point>(), [](X11Connection& connection) -> std::optional<Point> {
+            const auto cookie = xcb_query_pointer(connection.xcb(), connection.root());
+            const auto pointer = connection.reply<xcb_query_pointer_reply_t>(cookie);
+            if (!pointer || !pointer->same_screen)
+                return std::nullopt;
+            return Point{static_cast<double>(pointer->root_x), static_cast<double>(pointer->root_y)};
+        });
+    }
+
+    std::optional<std::uint32_t> displayIDAt(Point point) override
+    {
+        return answerOr(std::optional<std::uint32_t>(), [point](X11Connection& connection) {
+            std::optional<std::uint32_t> found;
+            for (const auto& display : x11Displays(connection)) {
+                if (!found && display.frame.contains(point))
+                    found = display.displayID;
+            }
+            return found;
+        });
+    }
+};
 
 class X11WindowSystem final : public WindowSystem {
 public:

@@ -109,11 +109,6 @@ void RateController::expectOfFirst(const Plan& plan)
     usualChangedShare_ = firstChangedShare;
 }
 
-bool RateController::isMoving() const
-{
-    return lastPredictedQuantizer_ > 0 && usualChangedShare_ > 0.3;
-}
-
 double RateController::bitsForFrame() const
 {
     const double seconds = reserve_ / bitsPerSecond_;

@@ -69,7 +69,7 @@ private:
     int quantizerOfKeyframe(const Plan& plan) const;
     int quantizerOfPredicted(const Plan& plan) const;
     int quantizerOfNewScene(const Plan& plan) const;
-    bool isMoving() const;
+    bool isMoving() const { return lastPredictedQuantizer_ > 0 && usualChangedShare_ > 0.3; }
     double bitsForFrame() const;
     double bitsForScene() const;
 

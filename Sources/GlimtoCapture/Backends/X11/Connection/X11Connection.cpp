@@ -87,21 +87,6 @@ X11Connection::X11Connection(xcb_connection_t* connection, int screenNumber)
     screen_ = iterator.data;
 }
 
-X11Connection::~X11Connection()
-{
-    xcb_disconnect(connection_);
-}
-
-int X11Connection::fileDescriptor() const
-{
-    return xcb_get_file_descriptor(connection_);
-}
-
-bool X11Connection::hasFailed() const
-{
-    return xcb_connection_has_error(connection_) != 0;
-}
-
 bool X11Connection::hasExtension(xcb_extension_t& extension) const
 {
     const auto* data = xcb_get_extension_data(connection_, &extension);

@@ -46,15 +46,15 @@ public:
     // set, or when nothing answers within 5 seconds (1 second right after that has happened).
     static std::unique_ptr<X11Connection> open();
 
-    ~X11Connection();
+    ~X11Connection() { xcb_disconnect(connection_); }
     X11Connection(const X11Connection&) = delete;
     X11Connection& operator=(const X11Connection&) = delete;
 
     xcb_connection_t* xcb() const { return connection_; }
     const xcb_screen_t& screen() const { return *screen_; }
     xcb_window_t root() const { return screen_->root; }
-    int fileDescriptor() const;
-    bool hasFailed() const;
+    int fileDescriptor() const { return xcb_get_file_descriptor(connection_); }
+    bool hasFailed() const { return xcb_connection_has_error(connection_) != 0; }
 
     // Whether the server has the extension; the answer is asked for once.
     bool hasExtension(xcb_extension_t& extension) const;

@@ -17,11 +17,6 @@ X11Property X11Property::receive(X11Connection& connection, xcb_get_property_coo
     return X11Property(connection.reply<xcb_get_property_reply_t>(cookie));
 }
 
-xcb_atom_t X11Property::type() const
-{
-    return reply_ ? reply_->type : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-}
-
 std::string_view X11Property::bytes() const
 {
     if (!reply_ || reply_->format != 8)
@@ -43,11 +38,6 @@ std::optional<std::uint32_t> X11Property::firstNumber() const
 {
     const auto all = numbers();
     return all.empty() ? std::nullopt : std::optional(all.front());
-}
-
-bool X11Property::wasCut() const
-{
-    return reply_ && reply_->bytes_after > 0;
 }
 
 } // namespace glimto

@@ -37,7 +37,7 @@ public:
     }
 
     // The type that its owner gave it, XCB_ATOM_NONE when there is no property.
-    xcb_atom_t type() const;
+    xcb_atom_t type() const { return reply_ ? reply_->type : static_cast<xcb_atom_t>(XCB_ATOM_NONE); }
 
     // The items of a property of 8-bit items, else empty. Valid as long as this object.
     std::string_view bytes() const;
@@ -48,7 +48,7 @@ public:
     std::optional<std::uint32_t> firstNumber() const;
 
     // Whether the property holds more than was asked for.
-    bool wasCut() const;
+    bool wasCut() const { return reply_ && reply_->bytes_after > 0; }
 
 private:
     XCBHandle<xcb_get_property_reply_t> reply_;

@@ -43,11 +43,6 @@ bool X11Canvas::makeSharedPixmap(std::uint8_t depth)
     return !connection_.check(made);
 }
 
-PixelCanvas X11Canvas::pixels() const
-{
-    return format_.pixels(memory_->bytes(), size_, memory_);
-}
-
 void X11Canvas::setAllStale()
 {
     const xcb_rectangle_t whole = xcbRectangle(wholeOf(size_));

@@ -29,7 +29,7 @@ public:
     PixelSize size() const { return size_; }
     xcb_pixmap_t pixmap() const { return pixmap_; }
     const std::shared_ptr<X11SharedMemory>& memory() const { return memory_; }
-    PixelCanvas pixels() const;
+    PixelCanvas pixels() const { return format_.pixels(memory_->bytes(), size_, memory_); }
 
     // The server's region of what has changed in the source since it was drawn here.
     xcb_xfixes_region_t stale() const { return stale_; }

@@ -36,7 +36,7 @@ public:
         grabber_ = std::make_unique<X11FrameGrabber>(*connection_,
             makeX11PictureSource(*connection_, filter, configuration),
             PixelSize{configuration.width, configuration.height}, std::max(1, configuration.queueDepth),
-            configuration.showsCursor);
+            configuration.showsCursor ? X11FrameGrabber::Cursor::shown : X11FrameGrabber::Cursor::hidden);
     }
 
     ~X11CaptureStream() override { end(); }

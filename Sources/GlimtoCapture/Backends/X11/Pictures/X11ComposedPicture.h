@@ -15,8 +15,8 @@ namespace glimto {
 // place, animation or shadow of the others can be in it. For that, the server keeps every window's contents
 // in memory of its own.
 //
-// Throws as X11DisplayPicture does, and missingExtension when something is to be hidden now and the server cannot
-// compose. When that comes later, there is no picture as long as it lasts.
+// Throws as X11DisplayPicture does, and missingExtension when something is to be hidden now and the server
+// cannot compose. When that comes later, there is no picture as long as it lasts.
 std::unique_ptr<X11PictureSource> makeX11ComposedPicture(X11Connection& connection,
     const DisplayContentFilter& filter, std::optional<Rect> sourceRect, PixelSize output);
 

@@ -28,7 +28,7 @@ void scaleToFit(const PixelBuffer& from, const PixelCanvas& to)
 } // namespace
 
 X11FrameGrabber::X11FrameGrabber(X11Connection& connection, std::unique_ptr<X11PictureSource> source,
-    PixelSize output, int queueDepth, bool showsCursor)
+    PixelSize output, int queueDepth, Cursor cursor)
     : connection_(connection)
     , source_(std::move(source))
     , output_(output)
@@ -36,7 +36,7 @@ X11FrameGrabber::X11FrameGrabber(X11Connection& connection, std::unique_ptr<X11P
     , changes_(makeX11Region(connection))
     , scratch_(makeX11Region(connection))
 {
-    if (showsCursor)
+    if (cursor == Cursor::shown)
         cursor_.emplace(connection);
 }
 

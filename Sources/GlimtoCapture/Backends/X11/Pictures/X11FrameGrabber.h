@@ -19,8 +19,9 @@ namespace glimto {
 // Pictures have the source's pixel format.
 class X11FrameGrabber {
 public:
+    enum class Cursor { hidden, shown };
     X11FrameGrabber(X11Connection& connection, std::unique_ptr<X11PictureSource> source, PixelSize output,
-        int queueDepth, bool showsCursor);
+        int queueDepth, Cursor cursor);
     X11FrameGrabber(const X11FrameGrabber&) = delete;
     X11FrameGrabber& operator=(const X11FrameGrabber&) = delete;
 
@@ -29,8 +30,6 @@ public:
 
     // Whether grab() may have something new to show, as far as events tell.
     bool hasChanges() const;
-
-    bool showsCursor() const { return cursor_.has_value(); }
 
     // Asks where the pointer is: whether it looks different from the last picture.
     bool cursorHasMoved();

@@ -172,7 +172,7 @@ public:
         }
         startPictureExtensions(*connection_);
         grabber_.emplace(*connection_, makeX11PictureSource(*connection_, filter, configuration),
-            sizeOf(configuration), 1, false);
+            sizeOf(configuration), 1, X11FrameGrabber::Cursor::hidden);
     }
 
     // For a picture that is not wanted yet.

@@ -6,12 +6,33 @@
 
 #include <xcb/render.h>
 
+#include "Backends/X11/Connection/X11Connection.h"
+#include "Backends/X11/Connection/X11PixelRects.h"
 #include "Backends/X11/Connection/X11Resource.h"
 #include "Backends/X11/Pictures/X11PictureSource.h"
-#include "Backends/X11/Pictures/X11RootBackground.h"
 #include "Backends/X11/Windows/X11TopLevels.h"
 
 namespace glimto {
+
+// What the root window shows where no window is.
+class X11RootBackground {
+public:
+    explicit X11RootBackground(X11Connection& connection);
+
+    // A picture of it, of the root's depth and of this size, made when there is none yet.
+    xcb_pixmap_t pixmap(PixelSize rootSize);
+
+    // It may have another background now.
+    void forget() { pixmap_.reset(); }
+
+private:
+    void paint(xcb_window_t window);
+    xcb_pixmap_t announcedPixmap();
+
+    X11Connection& connection_;
+    X11Pixmap pixmap_;
+    PixelSize size_;
+};
 
 // Windows drawn one over the other as the server keeps each of them, over the root's background: what the
 // screen would show if there were no others.

@@ -165,9 +165,4 @@ void X11PlacedEvents::emit(InputEventType type, X11ScrollLines lines)
     });
 }
 
-std::vector<InputEvent> X11PlacedEvents::take()
-{
-    return std::exchange(settled_, {});
-}
-
 } // namespace glimto

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "Backends/X11/Pointer/X11PointerDevice.h"
@@ -66,7 +67,7 @@ public:
     void setPlace(Point place, std::int64_t now);
 
     // What has been settled since the last call, in order of time.
-    std::vector<InputEvent> take();
+    std::vector<InputEvent> take() { return std::exchange(settled_, {}); }
 
 private:
     void settleOne(const X11RecordedEvent& event, std::int64_t hostTime);
