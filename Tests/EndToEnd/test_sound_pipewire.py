@@ -31,6 +31,16 @@ class PipeWireTests(SoundCase):
         self.record("-d", "2", "--system-audio")
         self.assertLess(sound.loudest(self.decoded_sound().left), 1e-3)
 
+    def test_surround_output_is_never_louder_than_the_stereo_sound_that_is_played_on_it(self):
+        self.sound_server.add_sink("surround", channels=8, channel_map="front-left,front-right,rear-left,rear-right,"
+                                   "front-center,lfe,side-left,side-right")
+        self.sound_server.set_default_sink("surround")
+        self.play_tone("surround", 440, level=0.5)
+        self.record("-d", "2.5", "--system-audio")
+        for channel in self.decoded_sound().channels:
+            self.assertGreater(sound.level(sound.part(channel, START, END), 440), 0.15)
+            self.assertLess(sound.loudest(channel), 0.55)
+
     def test_sine_is_unbroken(self):
         self.start_live_player(SPEAKER)
         self.record("-d", "8", "--system-audio")

@@ -1,39 +1,30 @@
 #include "Support/JSONText.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
 
 #include "Support/Errors.h"
+#include "Support/Text.h"
 
 namespace glimto {
 
 namespace {
 
-// DEL and C1 controls may stand in JSON (RFC 8259 section 7), and would speak to a terminal. What is left of
-// them here stands in strings, where an escape means the same.
-std::string withoutControls(const std::string& json)
+// Most controls may stand in JSON (RFC 8259 section 7), and would speak to a terminal. But for the line ends
+// of its layout they stand in strings, where an escape means the same.
+std::string escaped(std::uint32_t control)
 {
-    std::string result;
-    result.reserve(json.size());
-    for (std::size_t at = 0; at < json.size(); ++at) {
-        const bool isC1
-            = json[at] == '\xC2' && at + 1 < json.size() && static_cast<unsigned char>(json[at + 1]) <= 0x9F;
-        if (json[at] != '\x7F' && !isC1) {
-            result += json[at];
-            continue;
-        }
-        const auto value = static_cast<unsigned char>(isC1 ? json[++at] : json[at]);
-        constexpr std::string_view digits = "0123456789abcdef";
-        result += "\\u00";
-        result += digits[value >> 4U];
-        result += digits[value & 0x0FU];
-    }
-    return result;
+    std::array<char, 8> text = {};
+    std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(control));
+    return control == '\n' ? "\n" : text.data();
 }
 
 std::string encode(const nlohmann::json& value, int indentation)
 {
     try {
-        return withoutControls(value.dump(indentation));
+        return replacingControls(value.dump(indentation), &escaped);
     } catch (const nlohmann::json::type_error&) {
         throw CLIError("Could not encode ScreenCaptureKit JSON as UTF-8.");
     }

@@ -42,11 +42,12 @@ CodePoint decode(std::string_view text)
     return {};
 }
 
-// Controls of ISO/IEC 6429, C0 and C1, but the tab, and the separators of lines and paragraphs.
+// Controls of ISO/IEC 6429, C0 and C1, but the tab, the separators of lines and paragraphs, and the
+// characters that turn what follows them around (Unicode Standard Annex 9, sections 2.1 to 2.5).
 bool isControl(std::uint32_t value)
 {
-    return (value < 0x20 && value != '\t') || (value >= 0x7F && value <= 0x9F) || value == 0x2028
-        || value == 0x2029;
+    return (value < 0x20 && value != '\t') || (value >= 0x7F && value <= 0x9F)
+        || (value >= 0x2028 && value <= 0x202E) || (value >= 0x2066 && value <= 0x2069);
 }
 
 bool isWhitespaceOrNewline(std::uint32_t value)
@@ -101,7 +102,8 @@ std::string validUTF8(std::string_view text)
     return result;
 }
 
-std::string singleLine(std::string_view text)
+std::string replacingControls(
+    std::string_view text, const std::function<std::string(std::uint32_t)>& replacement)
 {
     std::string result;
     result.reserve(text.size());
@@ -109,12 +111,17 @@ std::string singleLine(std::string_view text)
         const CodePoint point = decode(text.substr(at));
         const std::size_t length = std::max<std::size_t>(point.length, 1);
         if (point.length != 0 && isControl(point.value))
-            result += ' ';
+            result += replacement(point.value);
         else
             result += text.substr(at, length);
         at += length;
     }
     return result;
+}
+
+std::string singleLine(std::string_view text)
+{
+    return replacingControls(text, [](std::uint32_t) { return " "; });
 }
 
 std::string excerpt(std::string_view text)

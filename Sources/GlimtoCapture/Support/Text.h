@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,9 +19,13 @@ std::optional<std::string> trimmedNonEmpty(const std::optional<std::string>& tex
 // U+FFFD. Valid text comes back unchanged.
 std::string validUTF8(std::string_view text);
 
-// `text` with every control character (C0 but the tab, DEL, C1) and line separator as a space. Titles, names
-// and paths may hold line breaks, behind which anything could pass for a line of ours, and commands to the
-// terminal. Bytes that are no UTF-8 stay.
+// `text` with `replacement(code point)` for every control character (C0 but the tab, DEL, C1), line separator
+// and character that turns what follows around. Titles, names and paths may hold line breaks, behind which
+// anything could pass for a line of ours, and commands to the terminal. Bytes that are no UTF-8 stay.
+std::string replacingControls(
+    std::string_view text, const std::function<std::string(std::uint32_t)>& replacement);
+
+// `text` with a space for each of these.
 std::string singleLine(std::string_view text);
 
 // The first 2000 code points of singleLine(), for texts of somebody who may have written a book.

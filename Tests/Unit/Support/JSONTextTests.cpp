@@ -27,9 +27,9 @@ TEST(JSONTextTests, PrettyTextIsIndentedByTwoSpaces)
 
 TEST(JSONTextTests, ControlCharactersAreEscaped)
 {
-    const nlohmann::json value = {{"a", "\x1B[2J\u009B2J\x7F\u0080\u00A0\u00E9\n"}};
+    const nlohmann::json value = {{"a", "\x1B[2J\u009B2J\x7F\u0080\u00A0\u00E9\n\u2029\u202E\u2066"}};
     const std::string text = encodeScreenCaptureJSON(value);
-    EXPECT_EQ(text, "{\"a\":\"\\u001b[2J\\u009b2J\\u007f\\u0080\u00A0\u00E9\\n\"}");
+    EXPECT_EQ(text, "{\"a\":\"\\u001b[2J\\u009b2J\\u007f\\u0080\u00A0\u00E9\\n\\u2029\\u202e\\u2066\"}");
     EXPECT_EQ(nlohmann::json::parse(text), value);
 }
 

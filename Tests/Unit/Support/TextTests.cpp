@@ -10,6 +10,7 @@ namespace {
 TEST(TextTests, SingleLineKeepsTextAndTabsAndReplacesOtherControlCharacters)
 {
     EXPECT_EQ(singleLine("a\nb\r\tc\x7F\xC3\xA9"), "a b \tc \xC3\xA9");
+    EXPECT_EQ(singleLine("a\u202Ab\u202Ec\u2066d\u2069e\u200Ef\u2027g"), "a b c d e\u200Ef\u2027g");
     EXPECT_EQ(singleLine("a\u0085b\u009Bc\u2028d\u2029e\xFF"), "a b c d e\xFF");
 }
 

@@ -74,7 +74,11 @@ PulseRecordStream::PulseRecordStream(PulseConnection& connection, const PulseSou
     // Every sample type but 32-bit integers fits into float without loss, and resampling needs float.
     const pa_sample_spec sampleFormat
         = {.format = PA_SAMPLE_FLOAT32NE, .rate = source.sampleSpec.rate, .channels = map_.channels};
-    stream_.reset(pa_stream_new(connection.get(), "Recording", &sampleFormat, &map_));
+    PulsePropertiesHandle properties(pa_proplist_new());
+    // PipeWire adds channels up without regard to what then is too loud, unless it is asked not to.
+    pa_proplist_sets(properties.get(), "channelmix.normalize", "true");
+    stream_.reset(
+        pa_stream_new_with_proplist(connection.get(), "Recording", &sampleFormat, &map_, properties.get()));
     if (!stream_)
         throw connection.error("The sound server refuses to record from " + source.name);
     pa_stream_set_moved_callback(stream_.get(), &PulseRecordStream::onMoved, this);
