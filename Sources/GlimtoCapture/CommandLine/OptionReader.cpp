@@ -51,6 +51,12 @@ bool OptionReader::advance()
     return true;
 }
 
+std::string OptionReader::shownFlag() const
+{
+    static constexpr std::string_view keyFlag = "--access-key=";
+    return flag_.starts_with(keyFlag) ? std::string(keyFlag) + "..." : flag_;
+}
+
 std::string OptionReader::stringValue()
 {
     if (next_ >= arguments_.size())

@@ -37,6 +37,9 @@ public:
 
     const std::string& flag() const { return flag_; }
 
+    // The flag as it may be told: an access key that somebody joined to it is told nowhere.
+    std::string shownFlag() const;
+
     std::string stringValue();
 
     // standardizedPath() of the value.
@@ -109,7 +112,7 @@ void readOptions(std::span<const std::string> arguments, const OptionTable<Optio
         const auto entry = table.find(reader.flag());
         if (entry == table.end())
             throw CLIError(
-                "Unknown " + command + " option '" + reader.flag() + "'. Run `glimto-capture help`.");
+                "Unknown " + command + " option '" + reader.shownFlag() + "'. Run `glimto-capture help`.");
         entry->second(options, reader);
     }
 }

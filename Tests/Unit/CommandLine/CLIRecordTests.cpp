@@ -94,6 +94,14 @@ TEST_F(CLIRecordTests, NamesAnUnknownOption)
         "Unknown record option '--duration=5'. Run `glimto-capture help`.");
 }
 
+TEST_F(CLIRecordTests, AnAccessKeyIsNotTold)
+{
+    for (const std::string command : {"record", "upload"}) {
+        EXPECT_EQ(failure({command, "--access-key=secret"}),
+            "Unknown " + command + " option '--access-key=...'. Run `glimto-capture help`.");
+    }
+}
+
 TEST_F(CLIRecordTests, NamesTheFlagWithoutAValueAsTyped)
 {
     for (const char* flag : {"-d", "--duration", "--max-duration-seconds", "-o", "--output", "--display",
