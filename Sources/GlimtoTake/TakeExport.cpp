@@ -41,19 +41,12 @@ struct Kind {
     std::function<void(const Job&)> write;
 };
 
-std::pair<int, int> pictureSize(const TakeExamination& take)
-{
-    if (take.manifest && take.manifest->video.width > 0 && take.manifest->video.height > 0)
-        return {take.manifest->video.width, take.manifest->video.height};
-    return {take.video.facts.width, take.video.facts.height};
-}
-
 void writePicture(const Job& job)
 {
     const double time = job.options.at.value_or(0);
     if (time > job.take.video.end())
         throw CLIError("The take ends before --at, after " + shortestDecimal(job.take.video.end()) + " s.");
-    const auto [width, height] = pictureSize(job.take);
+    const auto [width, height] = job.take.pictureSize();
     const auto data = job.pngCodec.encode(*pictureAt(job.take.video, time, width, height));
     writeFileAtomically(FileBelow::of(job.target), data);
 }

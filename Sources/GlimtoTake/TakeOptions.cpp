@@ -94,7 +94,8 @@ std::uint32_t colourValue(const std::string& flag, std::string text)
     return value;
 }
 
-using Flag = std::function<void(TakeOptions&, Arguments&)>;
+// What a flag does, told by its name to whom needs it for an error.
+using Flag = std::function<void(TakeOptions&, const std::string& flag, Arguments&)>;
 using Flags = std::map<std::string, Flag>;
 
 struct CommandRules {
@@ -102,82 +103,74 @@ struct CommandRules {
     Flags flags;
 };
 
+Flag setting(bool TakeOptions::*field)
+{
+    return [=](TakeOptions& options, const std::string&, Arguments&) { options.*field = true; };
+}
+
+// A flag whose value becomes `field` by `read`, which gets the flag, the value and `limits`.
+template <typename Field, typename Read, typename... Limits>
+Flag reading(Field TakeOptions::*field, Read read, Limits... limits)
+{
+    return [=](TakeOptions& options, const std::string& flag, Arguments& rest) {
+        options.*field = read(flag, rest.value(flag), limits...);
+    };
+}
+
+std::string textValue(const std::string&, const std::string& text)
+{
+    return text;
+}
+
+int wholeNumberWithin(const std::string& flag, const std::string& text, double least, double most)
+{
+    return static_cast<int>(numberWithin(flag, text, least, most));
+}
+
+std::string oneOf(const std::string& flag, const std::string& text, const char* first, const char* second)
+{
+    if (text != first && text != second)
+        throw CLIError(flag + " must be " + first + " or " + second + ".");
+    return text;
+}
+
 const std::map<std::string, CommandRules>& commands()
 {
-    const Flag json = [](TakeOptions& options, Arguments&) { options.json = true; };
-    const Flag dryRun = [](TakeOptions& options, Arguments&) { options.dryRun = true; };
-    const Flag output
-        = [](TakeOptions& options, Arguments& rest) { options.output = rest.value("--output"); };
-    const Flag overwrite = [](TakeOptions& options, Arguments&) { options.overwrite = true; };
-    const Flags exportFlags = {
+    using Options = TakeOptions;
+    const Flag json = setting(&Options::json);
+    // Errors tell the long name of what has two.
+    const Flag output = [](TakeOptions& options, const std::string&, Arguments& rest) {
+        options.output = rest.value("--output");
+    };
+    Flags renderFlags = {
         {"-o", output},
         {"--output", output},
-        {"--overwrite", overwrite},
+        {"--overwrite", setting(&Options::overwrite)},
         {"--json", json},
-        {"--video-only", [](TakeOptions& options, Arguments&) { options.videoOnly = true; }},
-        {"--from",
-            [](TakeOptions& options, Arguments& rest) {
-                options.from = timeValue("--from", rest.value("--from"));
-            }},
-        {"--to",
-            [](TakeOptions& options, Arguments& rest) {
-                options.to = timeValue("--to", rest.value("--to"));
-            }},
-        {"--at",
-            [](TakeOptions& options, Arguments& rest) {
-                options.at = timeValue("--at", rest.value("--at"));
-            }},
-        {"--fps",
-            [](TakeOptions& options, Arguments& rest) {
-                options.framesPerSecond = numberWithin("--fps", rest.value("--fps"), 0.1, 240);
-            }},
-        {"--width",
-            [](TakeOptions& options, Arguments& rest) {
-                options.width = static_cast<int>(numberWithin("--width", rest.value("--width"), 16, 16384));
-            }},
-        {"--codec",
-            [](TakeOptions& options, Arguments& rest) {
-                options.codec = rest.value("--codec");
-                if (options.codec != "av1" && options.codec != "vp9")
-                    throw CLIError("--codec must be av1 or vp9.");
-            }},
+        {"--from", reading(&Options::from, timeValue)},
+        {"--to", reading(&Options::to, timeValue)},
+        {"--fps", reading(&Options::framesPerSecond, numberWithin, 0.1, 240)},
+        {"--width", reading(&Options::width, wholeNumberWithin, 16, 16384)},
     };
-    Flags renderFlags = exportFlags;
-    for (const char* flag : {"--at", "--codec", "--video-only"})
-        renderFlags.erase(flag);
+    Flags exportFlags = renderFlags;
+    exportFlags.insert({
+        {"--video-only", setting(&Options::videoOnly)},
+        {"--at", reading(&Options::at, timeValue)},
+        {"--codec", reading(&Options::codec, oneOf, "av1", "vp9")},
+    });
     renderFlags.insert({
-        {"--zoom",
-            [](TakeOptions& options, Arguments& rest) {
-                const std::string value = rest.value("--zoom");
-                if (value != "auto" && value != "none")
-                    throw CLIError("--zoom must be auto or none.");
-                options.zoomsAutomatically = value == "auto";
-            }},
-        {"--plan", [](TakeOptions& options, Arguments& rest) { options.planFile = rest.value("--plan"); }},
-        {"--plan-only", [](TakeOptions& options, Arguments&) { options.planOnly = true; }},
-        {"--pointer-size",
-            [](TakeOptions& options, Arguments& rest) {
-                options.pointerSize = numberWithin("--pointer-size", rest.value("--pointer-size"), 0, 10);
-            }},
-        {"--padding",
-            [](TakeOptions& options, Arguments& rest) {
-                options.padding
-                    = static_cast<int>(numberWithin("--padding", rest.value("--padding"), 0, 2000));
-            }},
-        {"--corner-radius",
-            [](TakeOptions& options, Arguments& rest) {
-                options.cornerRadius = static_cast<int>(
-                    numberWithin("--corner-radius", rest.value("--corner-radius"), 0, 1000));
-            }},
-        {"--background",
-            [](TakeOptions& options, Arguments& rest) {
-                options.background = colourValue("--background", rest.value("--background"));
-            }},
+        {"--zoom", reading(&Options::zoom, oneOf, "auto", "none")},
+        {"--plan", reading(&Options::planFile, textValue)},
+        {"--plan-only", setting(&Options::planOnly)},
+        {"--pointer-size", reading(&Options::pointerSize, numberWithin, 0, 10)},
+        {"--padding", reading(&Options::padding, wholeNumberWithin, 0, 2000)},
+        {"--corner-radius", reading(&Options::cornerRadius, wholeNumberWithin, 0, 1000)},
+        {"--background", reading(&Options::background, colourValue)},
     });
     static const std::map<std::string, CommandRules> table = {
         {"info", {TakeCommand::info, {{"--json", json}}}},
         {"verify", {TakeCommand::verify, {{"--json", json}}}},
-        {"repair", {TakeCommand::repair, {{"--json", json}, {"--dry-run", dryRun}}}},
+        {"repair", {TakeCommand::repair, {{"--json", json}, {"--dry-run", setting(&Options::dryRun)}}}},
         {"export", {TakeCommand::exportFile, exportFlags}},
         {"render", {TakeCommand::render, renderFlags}},
     };
@@ -192,7 +185,7 @@ void readArgument(const std::string& argument, const std::string& word, const Co
         if (flag == rules.flags.end())
             throw CLIError(
                 "Unknown " + word + " option '" + singleLine(argument) + "'. Run `glimto-take help`.");
-        flag->second(options, arguments);
+        flag->second(options, argument, arguments);
     } else if (!options.take.empty()) {
         throw CLIError(word + " takes one directory, not also '" + singleLine(argument) + "'.");
     } else {

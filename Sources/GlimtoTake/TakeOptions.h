@@ -29,7 +29,7 @@ struct TakeOptions {
     std::optional<std::string> codec; // "av1" or "vp9"
 
     // render
-    bool zoomsAutomatically = false;
+    std::string zoom = "none"; // or "auto"
     bool planOnly = false;
     std::optional<std::filesystem::path> planFile;
     double pointerSize = 1; // 0 draws none

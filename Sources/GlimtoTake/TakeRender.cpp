@@ -33,7 +33,7 @@ std::vector<Zoom> zoomsFor(
             throw CLIError(singleLine(options.planFile->string()) + " is not a regular file.");
         return readZoomPlan(*text);
     }
-    if (!options.zoomsAutomatically && !options.planOnly)
+    if (options.zoom == "none" && !options.planOnly)
         return {};
     return planZooms(events.events, take.video.end());
 }
@@ -45,12 +45,7 @@ int even(double value)
 
 CanvasLayout layoutFor(const TakeOptions& options, const TakeExamination& take)
 {
-    int width = take.video.facts.width;
-    int height = take.video.facts.height;
-    if (take.manifest && take.manifest->video.width > 0 && take.manifest->video.height > 0) {
-        width = take.manifest->video.width;
-        height = take.manifest->video.height;
-    }
+    const auto [width, height] = take.pictureSize();
     CanvasLayout layout;
     layout.width = even(options.width.value_or(width));
     layout.height = even(

@@ -1,7 +1,6 @@
 #include "TakeRepair.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cmath>
 #include <functional>
@@ -10,7 +9,6 @@
 #include <system_error>
 #include <utility>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include "Artifacts/RecordingArtifactWriter.h"
@@ -21,6 +19,7 @@
 #include "GlimtoTake/Takes/TakeOwnership.h"
 #include "Support/AtomicFile.h"
 #include "Support/Errors.h"
+#include "Support/RegularFile.h"
 #include "Support/Text.h"
 
 namespace glimto {
@@ -58,20 +57,16 @@ void removeFile(const fs::path& path)
 // The first `bytes` of a file in the place of the file.
 void cutFile(const fs::path& path, std::uint64_t bytes)
 {
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    if (!file)
-        throw PlatformError::posix("Could not read " + path.string(), errno);
+    const auto file = RegularFile::open(FileBelow::of(path));
     AtomicFile cut(path);
-    std::array<std::byte, 256 * 1024> buffer;
+    std::vector<std::byte> buffer(256 * 1024);
     while (bytes > 0) {
-        const auto wanted = std::min<std::uint64_t>(buffer.size(), bytes);
-        const ssize_t count = ::read(file.get(), buffer.data(), static_cast<std::size_t>(wanted));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            throw PlatformError::posix("Could not read " + path.string(), count < 0 ? errno : EIO);
-        cut.write(std::span(buffer).first(static_cast<std::size_t>(count)));
-        bytes -= static_cast<std::uint64_t>(count);
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), bytes));
+        const std::size_t count = file.read(std::span(buffer).first(wanted));
+        if (count == 0)
+            throw PlatformError::posix("Could not read " + path.string(), EIO);
+        cut.write(std::span(buffer).first(count));
+        bytes -= count;
     }
     cut.commit();
 }
@@ -307,7 +302,8 @@ private:
         step("Make thumbnail.jpg of the first picture.", [&] {
             const auto [width, height] = pictureSize();
             const auto pixels = pictureAt(take_.video, take_.video.start(), width, height);
-            writeFileAtomically(FileBelow::of(plan_.thumbnailURL), images_.encodeJPEG(*pixels, thumbnailQuality));
+            writeFileAtomically(
+                FileBelow::of(plan_.thumbnailURL), images_.encodeJPEG(*pixels, thumbnailQuality));
         });
     }
 

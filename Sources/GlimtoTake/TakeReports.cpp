@@ -47,13 +47,6 @@ int framesPerSecond(const TakeExamination& take)
     return static_cast<int>(std::lround(take.video.facts.framesPerSecond));
 }
 
-std::pair<int, int> pictureSize(const TakeExamination& take)
-{
-    if (take.manifest)
-        return {take.manifest->video.width, take.manifest->video.height};
-    return {take.video.facts.width, take.video.facts.height};
-}
-
 int frameCount(const TakeExamination& take)
 {
     int count = 0;
@@ -94,7 +87,7 @@ nlohmann::json gapsJSON(const TakeExamination& take)
 
 std::vector<std::string> infoLines(const TakeExamination& take)
 {
-    const auto [width, height] = pictureSize(take);
+    const auto [width, height] = take.pictureSize();
     std::vector<std::string> lines = {
         "Take: " + singleLine(take.files.plan().root.string()),
         std::string("State: ") + takeStateText(take.state),
@@ -119,7 +112,7 @@ std::vector<std::string> infoLines(const TakeExamination& take)
 
 std::string infoJSON(const TakeExamination& take)
 {
-    const auto [width, height] = pictureSize(take);
+    const auto [width, height] = take.pictureSize();
     nlohmann::json object = {
         {"path", validUTF8(take.files.plan().root.string())},
         {"state", takeStateText(take.state)},

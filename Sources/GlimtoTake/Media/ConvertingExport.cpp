@@ -13,26 +13,16 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-#include "Backends/FFmpeg/FFmpegErrors.h"
 #include "GlimtoTake/Media/ContainerWriter.h"
 #include "GlimtoTake/Media/FilterChain.h"
 #include "GlimtoTake/Media/FrameEncoder.h"
 #include "GlimtoTake/Media/PictureSequence.h"
+#include "GlimtoTake/Media/TakeMediaHandles.h"
 #include "Support/Errors.h"
 
 namespace glimto {
 
 namespace {
-
-constexpr const char* failure = "Could not convert the take";
-
-FrameHandle makeFrame()
-{
-    FrameHandle frame(av_frame_alloc());
-    if (!frame)
-        throwOutOfMemory(failure);
-    return frame;
-}
 
 int threadCount()
 {
@@ -47,62 +37,91 @@ std::string scaling(const PictureOptions& options)
     return "scale=" + std::to_string(options.width) + ":-2:flags=lanczos";
 }
 
-// The pictures of a span through filters: [in] to [out].
-class FilteredPictures {
+// Frames through filters, which are made for the first of them.
+class FilteredFrames {
 public:
-    FilteredPictures(const TakeExamination& take, const TakeSpan& span, const PictureOptions& options,
-        std::string description)
-        : pictures_(take.video, span, options.framesPerSecond, threadCount())
-        , timeBase_{1, take.video.facts.timescale}
-        , description_(std::move(description))
-        , decoded_(makeFrame())
-    {
-    }
-
-    // A second input, "[palette]".
-    void setPalette(FrameHandle palette) { palette_ = std::move(palette); }
+    virtual ~FilteredFrames() = default;
+    FilteredFrames(const FilteredFrames&) = delete;
+    FilteredFrames& operator=(const FilteredFrames&) = delete;
 
     AVRational timeBase() const { return timeBase_; }
-    std::int64_t end() const { return pictures_.end(); }
 
-    // False at the end. Tells how far it has come.
-    bool next(AVFrame& frame, const TakeProgress& progress)
+    // False at the end.
+    bool next(AVFrame& frame)
     {
         while (true) {
             if (chain_ && chain_->pull(frame))
                 return true;
             if (isOver_)
                 return false;
-            isOver_ = !pictures_.next(*decoded_);
+            isOver_ = !decode(*decoded_);
             if (isOver_ && !chain_)
-                throw CLIError("No picture of the take can be decoded there.");
+                throw CLIError(nothingDecoded_);
             if (!chain_)
-                open();
-            progress(isOver_ ? 1 : static_cast<double>(decoded_->pts) / static_cast<double>(pictures_.end()));
+                chain_ = makeChain(*decoded_);
             chain_->push(0, isOver_ ? nullptr : decoded_.get());
         }
     }
 
-private:
-    void open()
+protected:
+    FilteredFrames(const ExaminedTrack& track, const char* nothingDecoded)
+        : timeBase_{1, track.facts.timescale}
+        , nothingDecoded_(nothingDecoded)
     {
-        std::vector<FilterChain::Input> inputs = {{"in", decoded_.get()}};
+    }
+
+    virtual bool decode(AVFrame& frame) = 0; // false at the end
+    virtual std::unique_ptr<FilterChain> makeChain(const AVFrame& like) = 0;
+
+private:
+    const AVRational timeBase_;
+    const char* const nothingDecoded_;
+    FrameHandle decoded_ = makeFrame();
+    std::unique_ptr<FilterChain> chain_;
+    bool isOver_ = false;
+};
+
+// The pictures of a span through filters: [in] to [out]. Tells how far it has come.
+class FilteredPictures final : public FilteredFrames {
+public:
+    FilteredPictures(const TakeExamination& take, const TakeSpan& span, const PictureOptions& options,
+        std::string description, TakeProgress progress)
+        : FilteredFrames(take.video, "No picture of the take can be decoded there.")
+        , pictures_(take.video, span, options.framesPerSecond, threadCount())
+        , description_(std::move(description))
+        , progress_(std::move(progress))
+    {
+    }
+
+    // A second input, "[palette]".
+    void setPalette(FrameHandle palette) { palette_ = std::move(palette); }
+    std::int64_t end() const { return pictures_.end(); }
+
+private:
+    bool decode(AVFrame& frame) override
+    {
+        const bool hasFrame = pictures_.next(frame);
+        progress_(hasFrame ? static_cast<double>(frame.pts) / static_cast<double>(pictures_.end()) : 1);
+        return hasFrame;
+    }
+
+    std::unique_ptr<FilterChain> makeChain(const AVFrame& like) override
+    {
+        std::vector<FilterChain::Input> inputs = {{"in", &like}};
         if (palette_)
             inputs.push_back({"palette", palette_.get()});
-        chain_ = std::make_unique<FilterChain>(inputs, timeBase_, description_);
+        auto chain = std::make_unique<FilterChain>(inputs, timeBase(), description_);
         if (palette_) {
-            chain_->push(1, palette_.get());
-            chain_->push(1, nullptr);
+            chain->push(1, palette_.get());
+            chain->push(1, nullptr);
         }
+        return chain;
     }
 
     PictureSequence pictures_;
-    const AVRational timeBase_;
     const std::string description_;
-    FrameHandle decoded_;
+    const TakeProgress progress_;
     FrameHandle palette_;
-    std::unique_ptr<FilterChain> chain_;
-    bool isOver_ = false;
 };
 
 // A part of a longer piece of work.
@@ -115,56 +134,41 @@ FrameHandle paletteOf(const TakeExamination& take, const TakeSpan& span, const P
     const TakeProgress& progress)
 {
     FilteredPictures pictures(
-        take, span, options, "[in]" + scaling(options) + ",palettegen=stats_mode=full[out]");
+        take, span, options, "[in]" + scaling(options) + ",palettegen=stats_mode=full[out]", progress);
     auto palette = makeFrame();
-    if (!pictures.next(*palette, progress))
+    if (!pictures.next(*palette))
         throw CLIError("The take's colours could not be collected.");
     return palette;
 }
 
 // The sound of a span through filters, from its start on.
-class FilteredSound {
+class FilteredSound final : public FilteredFrames {
 public:
-    FilteredSound(
-        const TakeExamination& take, const TakeSpan& span, const std::string& format, int samplesPerFrame)
-        : audio_(*take.audio)
+    FilteredSound(const TakeExamination& take, const TakeSpan& span, std::string format, int samplesPerFrame)
+        : FilteredFrames(*take.audio, "No sound of the take can be decoded there.")
+        , audio_(*take.audio)
         , span_(span)
-        , format_(format)
+        , format_(std::move(format))
         , samplesPerFrame_(samplesPerFrame)
         , decoder_(audio_, pieceAt(audio_, std::max(0.0, span.from - 0.1)), 1)
-        , decoded_(makeFrame())
     {
-    }
-
-    AVRational timeBase() const { return {1, audio_.facts.timescale}; }
-
-    bool next(AVFrame& frame)
-    {
-        while (true) {
-            if (chain_ && chain_->pull(frame))
-                return true;
-            if (isOver_)
-                return false;
-            isOver_ = !decoder_.next(*decoded_) || audio_.facts.seconds(decoded_->pts) > span_.to;
-            if (isOver_ && !chain_)
-                throw CLIError("No sound of the take can be decoded there.");
-            if (!chain_)
-                open();
-            chain_->push(0, isOver_ ? nullptr : decoded_.get());
-        }
     }
 
 private:
-    void open()
+    bool decode(AVFrame& frame) override
     {
-        const std::int64_t first = std::llround(span_.from * audio_.facts.timescale);
-        const std::int64_t end = std::llround(span_.to * audio_.facts.timescale);
-        chain_ = std::make_unique<FilterChain>(std::vector<FilterChain::Input>{{"in", decoded_.get()}},
-            timeBase(),
-            "[in]aresample=async=1:first_pts=" + std::to_string(0)
-                + ",atrim=start_pts=" + std::to_string(first) + ":end_pts=" + std::to_string(end)
-                + ",asetpts=PTS-" + std::to_string(first) + ",aformat=sample_fmts=" + format_ + "[out]");
-        chain_->setSamplesPerFrame(samplesPerFrame_);
+        return decoder_.next(frame) && audio_.facts.seconds(frame.pts) <= span_.to;
+    }
+
+    std::unique_ptr<FilterChain> makeChain(const AVFrame& like) override
+    {
+        const auto ticks = [&](double time) { return std::to_string(std::llround(time * timeBase().den)); };
+        auto chain = std::make_unique<FilterChain>(std::vector<FilterChain::Input>{{"in", &like}}, timeBase(),
+            "[in]aresample=async=1:first_pts=0,atrim=start_pts=" + ticks(span_.from)
+                + ":end_pts=" + ticks(span_.to) + ",asetpts=PTS-" + ticks(span_.from)
+                + ",aformat=sample_fmts=" + format_ + "[out]");
+        chain->setSamplesPerFrame(samplesPerFrame_);
+        return chain;
     }
 
     const ExaminedTrack& audio_;
@@ -172,9 +176,6 @@ private:
     const std::string format_;
     const int samplesPerFrame_;
     TrackDecoder decoder_;
-    FrameHandle decoded_;
-    std::unique_ptr<FilterChain> chain_;
-    bool isOver_ = false;
 };
 
 // A track that is encoded and written as it comes.
@@ -183,7 +184,6 @@ public:
     EncodedTrack(const std::string& encoder, const AVFrame& like, AVRational timeBase,
         const std::map<std::string, std::string>& options, bool hasGlobalHeader, ContainerWriter& writer)
         : encoder_(encoder, like, timeBase, options, hasGlobalHeader)
-        , timeBase_(timeBase)
         , writer_(writer)
         , index_(writer.addTrack(encoder_.parameters(), timeBase))
     {
@@ -191,7 +191,6 @@ public:
 
     void encode(AVFrame& frame)
     {
-        lastTime_ = frame.pts;
         encoder_.encode(frame, [this](AVPacket& packet) { writer_.write(packet, index_); });
     }
 
@@ -200,21 +199,11 @@ public:
         encoder_.finish([this](AVPacket& packet) { writer_.write(packet, index_); });
     }
 
-    double seconds() const { return static_cast<double>(lastTime_) * av_q2d(timeBase_); }
-    const AVCodecContext& context() const { return encoder_.context(); }
-
 private:
     FrameEncoder encoder_;
-    const AVRational timeBase_;
     ContainerWriter& writer_;
     const int index_;
-    std::int64_t lastTime_ = 0;
 };
-
-std::int64_t rescaled(std::int64_t value, AVRational from, AVRational to)
-{
-    return av_rescale_q(value, from, to);
-}
 
 } // namespace
 
@@ -223,37 +212,36 @@ void exportGif(const TakeExamination& take, const TakeSpan& span, const PictureO
 {
     // Two passes over the take, so that memory does not grow with its length.
     auto palette = paletteOf(take, span, options, part(progress, 0, 0.4));
-    FilteredPictures pictures(
-        take, span, options, "[in]" + scaling(options) + "[x];[x][palette]paletteuse=dither=none[out]");
+    FilteredPictures pictures(take, span, options,
+        "[in]" + scaling(options) + "[x];[x][palette]paletteuse=dither=none[out]", part(progress, 0.4, 1));
     pictures.setPalette(std::move(palette));
     const auto frame = makeFrame();
-    const auto encoding = part(progress, 0.4, 1);
-    pictures.next(*frame, encoding);
+    pictures.next(*frame);
     ContainerWriter writer(target, "gif");
     constexpr AVRational hundredths = {1, 100};
     EncodedTrack track("gif", *frame, hundredths, {}, false, writer);
     std::int64_t lastTime = 0;
-    const std::int64_t end = rescaled(pictures.end(), pictures.timeBase(), hundredths);
+    const std::int64_t end = av_rescale_q(pictures.end(), pictures.timeBase(), hundredths);
     // The container holds a picture back until the next one tells how long it lasts; the end is told at once.
     std::int64_t lastPicture = 0;
     {
         PictureSequence ahead(take.video, span, options.framesPerSecond, threadCount());
         const auto each = makeFrame();
         while (ahead.next(*each))
-            lastPicture = rescaled(each->pts, pictures.timeBase(), hundredths);
+            lastPicture = av_rescale_q(each->pts, pictures.timeBase(), hundredths);
     }
     writer.writeHeader({{"loop", "0"},
         {"final_delay", std::to_string(std::clamp<std::int64_t>(end - lastPicture, 2, 65535))}});
     bool isFirst = true;
     do {
-        frame->pts = rescaled(frame->pts, pictures.timeBase(), hundredths);
+        frame->pts = av_rescale_q(frame->pts, pictures.timeBase(), hundredths);
         if (!isFirst)
             frame->pts = std::max(frame->pts, lastTime + 1);
         isFirst = false;
         lastTime = frame->pts;
         track.encode(*frame);
         av_frame_unref(frame.get());
-    } while (pictures.next(*frame, encoding));
+    } while (pictures.next(*frame));
     track.finish();
     writer.finish();
 }
@@ -261,10 +249,10 @@ void exportGif(const TakeExamination& take, const TakeSpan& span, const PictureO
 void exportWebP(const TakeExamination& take, const TakeSpan& span, const PictureOptions& options,
     const std::filesystem::path& target, const TakeProgress& progress)
 {
-    FilteredPictures pictures(take, span, options, "[in]" + scaling(options) + ",format=bgra[out]");
+    FilteredPictures pictures(take, span, options, "[in]" + scaling(options) + ",format=bgra[out]", progress);
     const auto frame = makeFrame();
     const auto last = makeFrame();
-    pictures.next(*frame, progress);
+    pictures.next(*frame);
     ContainerWriter writer(target, "webp");
     constexpr AVRational thousandths = {1, 1000};
     EncodedTrack track("libwebp_anim", *frame, thousandths,
@@ -272,13 +260,13 @@ void exportWebP(const TakeExamination& take, const TakeSpan& span, const Picture
         writer);
     writer.writeHeader({{"loop", "0"}});
     do {
-        frame->pts = rescaled(frame->pts, pictures.timeBase(), thousandths);
+        frame->pts = av_rescale_q(frame->pts, pictures.timeBase(), thousandths);
         track.encode(*frame);
         av_frame_unref(last.get());
         av_frame_move_ref(last.get(), frame.get());
-    } while (pictures.next(*frame, progress));
+    } while (pictures.next(*frame));
     // The last picture is there once more, so that it stands as long as it did.
-    const std::int64_t end = rescaled(pictures.end(), pictures.timeBase(), thousandths);
+    const std::int64_t end = av_rescale_q(pictures.end(), pictures.timeBase(), thousandths);
     constexpr std::int64_t closing = 33;
     if (last->pts + 2 * closing < end) {
         last->pts = end - closing;
@@ -292,9 +280,10 @@ void exportWebM(const TakeExamination& take, const TakeSpan& span, const Picture
     WebMCodec codec, ExportTracks tracks, const std::filesystem::path& target, const TakeProgress& progress)
 {
     const bool isAV1 = codec == WebMCodec::av1 && FrameEncoder::exists("libsvtav1");
-    FilteredPictures pictures(take, span, options, "[in]" + scaling(options) + ",format=yuv420p[out]");
+    FilteredPictures pictures(
+        take, span, options, "[in]" + scaling(options) + ",format=yuv420p[out]", progress);
     const auto picture = makeFrame();
-    bool hasPicture = pictures.next(*picture, progress);
+    bool hasPicture = pictures.next(*picture);
     ContainerWriter writer(target, "webm");
     using Options = std::map<std::string, std::string>;
     const Options av1 = {{"preset", "9"}, {"crf", "32"}, {"g", "300"}, {"svtav1-params", "scm=1"}};
@@ -324,11 +313,12 @@ void exportWebM(const TakeExamination& take, const TakeSpan& span, const Picture
             = hasPicture ? static_cast<double>(picture->pts) * av_q2d(pictures.timeBase()) : 1e12;
         const double blockTime = hasBlock ? static_cast<double>(block->pts) / 48000 : 1e12;
         if (pictureTime <= blockTime) {
-            picture->pts = std::max(rescaled(picture->pts, pictures.timeBase(), thousandths), lastTime + 1);
+            picture->pts
+                = std::max(av_rescale_q(picture->pts, pictures.timeBase(), thousandths), lastTime + 1);
             lastTime = picture->pts;
             video.encode(*picture);
             av_frame_unref(picture.get());
-            hasPicture = pictures.next(*picture, progress);
+            hasPicture = pictures.next(*picture);
         } else {
             audio->encode(*block);
             av_frame_unref(block.get());

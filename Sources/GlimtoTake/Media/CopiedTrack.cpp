@@ -13,6 +13,7 @@ extern "C" {
 #include "Backends/FFmpeg/FFmpegErrors.h"
 #include "GlimtoTake/Media/Decoder.h"
 #include "GlimtoTake/Media/SoundSegments.h"
+#include "GlimtoTake/Media/TakeMediaHandles.h"
 
 namespace glimto {
 
@@ -56,14 +57,12 @@ std::unique_ptr<CopiedTrack> CopiedTrack::ofSound(const ExaminedTrack& audio, co
 CopiedTrack::CopiedTrack(const ExaminedTrack& track, std::size_t firstPiece, std::int64_t origin,
     std::int64_t earliest, std::int64_t end)
     : reader_(*track.files.initializationSegment, track.mediaPieces(firstPiece))
-    , parameters_(avcodec_parameters_alloc())
+    , parameters_(requireAllocated(avcodec_parameters_alloc(), failure))
     , origin_(origin)
     , earliest_(earliest)
     , end_(std::min(end, track.pieces.back().content.end))
-    , next_(av_packet_alloc())
+    , next_(makePacket())
 {
-    if (!parameters_ || !next_)
-        throwOutOfMemory(failure);
     requireFFmpeg(avcodec_parameters_copy(parameters_, reader_.stream().codecpar), failure);
 }
 
@@ -75,9 +74,8 @@ CopiedTrack::~CopiedTrack()
 void CopiedTrack::putFirst(FirstPictures pictures)
 {
     const auto& bytes = pictures.decoderConfiguration;
-    auto* data = static_cast<std::uint8_t*>(av_mallocz(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-    if (!data)
-        throwOutOfMemory(failure);
+    auto* data = static_cast<std::uint8_t*>(
+        requireAllocated(av_mallocz(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE), failure));
     std::memcpy(data, bytes.data(), bytes.size());
     av_freep(&parameters_->extradata);
     parameters_->extradata = data;

@@ -23,15 +23,13 @@ constexpr const char* failure = "Could not decode the take";
 
 TrackDecoder::TrackDecoder(const ExaminedTrack& track, std::size_t first, int threadCount)
     : reader_(*track.files.initializationSegment, track.mediaPieces(first))
-    , packet_(av_packet_alloc())
+    , packet_(makePacket())
 {
     const AVCodecParameters& parameters = *reader_.stream().codecpar;
     const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
     if (!codec)
         throw CLIError("The take's " + track.files.name + " is in a format that cannot be decoded.");
-    decoder_.reset(avcodec_alloc_context3(codec));
-    if (!decoder_ || !packet_)
-        throwOutOfMemory(failure);
+    decoder_.reset(requireAllocated(avcodec_alloc_context3(codec), failure));
     requireFFmpeg(avcodec_parameters_to_context(decoder_.get(), &parameters), failure);
     decoder_->pkt_timebase = reader_.stream().time_base;
     decoder_->thread_count = threadCount;
@@ -115,10 +113,8 @@ std::shared_ptr<const PixelBuffer> pixelsOf(const AVFrame& frame, int width, int
 std::shared_ptr<const PixelBuffer> pictureAt(const ExaminedTrack& video, double time, int width, int height)
 {
     TrackDecoder decoder(video, pieceAt(video, time), 1);
-    FrameHandle shown(av_frame_alloc());
-    FrameHandle next(av_frame_alloc());
-    if (!shown || !next)
-        throwOutOfMemory(failure);
+    FrameHandle shown = makeFrame();
+    FrameHandle next = makeFrame();
     constexpr double rounding = 1e-4; // seconds
     bool hasPicture = false;
     while (decoder.next(*next)) {

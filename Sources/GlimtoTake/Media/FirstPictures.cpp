@@ -8,18 +8,17 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
-#include <libavutil/opt.h>
 }
 
-#include "Backends/FFmpeg/FFmpegErrors.h"
 #include "GlimtoTake/Media/Decoder.h"
+#include "GlimtoTake/Media/FrameEncoder.h"
+#include "GlimtoTake/Media/TakeMediaHandles.h"
 #include "Support/Errors.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr const char* failure = "Could not encode the first pictures";
 constexpr const char* quality = "14"; // constant rate factor: nobody sees where the copied pictures begin
 
 using Bytes = std::vector<std::uint8_t>;
@@ -91,30 +90,15 @@ Bytes withParameterSets(std::span<const std::uint8_t> record, std::span<const st
     return merged;
 }
 
-CodecContextHandle openEncoder(const AVFrame& like, AVRational timeBase)
+// Lengths before NAL units instead of start codes, as the copied pictures have them.
+FrameEncoder makeEncoder(const AVFrame& like, AVRational timeBase)
 {
-    const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
-    if (!codec)
+    if (!FrameEncoder::exists("libx264"))
         throw CLIError("This FFmpeg has no H.264 encoder, so a take can only be cut at its keyframes.");
-    CodecContextHandle encoder(avcodec_alloc_context3(codec));
-    if (!encoder)
-        throwOutOfMemory(failure);
-    encoder->width = like.width;
-    encoder->height = like.height;
-    encoder->pix_fmt = static_cast<AVPixelFormat>(like.format);
-    encoder->time_base = timeBase;
-    encoder->color_range = like.color_range;
-    encoder->color_primaries = like.color_primaries;
-    encoder->color_trc = like.color_trc;
-    encoder->colorspace = like.colorspace;
-    encoder->max_b_frames = 0;
-    encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    av_opt_set(encoder->priv_data, "preset", "veryfast", 0);
-    av_opt_set(encoder->priv_data, "crf", quality, 0);
-    // Lengths before NAL units instead of start codes, as the copied pictures have them.
-    av_opt_set(encoder->priv_data, "x264-params", "sps-id=1:annexb=0:keyint=infinite:scenecut=0", 0);
-    requireFFmpeg(avcodec_open2(encoder.get(), codec, nullptr), failure);
-    return encoder;
+    return {"libx264", like, timeBase,
+        {{"preset", "veryfast"}, {"crf", quality}, {"bf", "0"},
+            {"x264-params", "sps-id=1:annexb=0:keyint=infinite:scenecut=0"}},
+        true};
 }
 
 // What is shown from `time` on until the next piece begins, the first picture at `time` itself.
@@ -127,9 +111,7 @@ std::vector<FrameHandle> picturesFrom(
     const bool isLast = first + 1 == video.pieces.size();
     std::vector<FrameHandle> pictures;
     while (true) {
-        FrameHandle frame(av_frame_alloc());
-        if (!frame)
-            throwOutOfMemory(failure);
+        FrameHandle frame = makeFrame();
         if (!decoder.next(*frame) || (!isLast && frame->pts >= end - 1))
             break;
         if (frame->pts <= time)
@@ -150,27 +132,21 @@ FirstPictures encodeFirstPictures(const ExaminedTrack& video, std::size_t first,
     FirstPictures result;
     AVRational timeBase = {};
     const auto pictures = picturesFrom(video, first, time, timeBase);
-    const auto encoder = openEncoder(*pictures.front(), timeBase);
-    const auto receive = [&] {
-        while (true) {
-            PacketHandle packet(av_packet_alloc());
-            if (!packet || avcodec_receive_packet(encoder.get(), packet.get()) < 0)
-                return;
-            packet->dts = packet->pts;
-            result.packets.push_back(std::move(packet));
-        }
+    FrameEncoder encoder = makeEncoder(*pictures.front(), timeBase);
+    const FrameEncoder::Sink keep = [&](AVPacket& packet) {
+        result.packets.push_back(makePacket());
+        av_packet_move_ref(result.packets.back().get(), &packet);
+        result.packets.back()->dts = result.packets.back()->pts;
     };
-    for (const auto& picture : pictures) {
-        requireFFmpeg(avcodec_send_frame(encoder.get(), picture.get()), failure);
-        receive();
-    }
-    requireFFmpeg(avcodec_send_frame(encoder.get(), nullptr), failure);
-    receive();
+    for (const auto& picture : pictures)
+        encoder.encode(*picture, keep);
+    encoder.finish(keep);
+
     const TrackReader reader(*video.files.initializationSegment, {});
     const AVCodecParameters& copied = *reader.stream().codecpar;
     result.decoderConfiguration
         = withParameterSets({copied.extradata, static_cast<std::size_t>(copied.extradata_size)},
-            {encoder->extradata, static_cast<std::size_t>(encoder->extradata_size)});
+            {encoder.context().extradata, static_cast<std::size_t>(encoder.context().extradata_size)});
     return result;
 }
 

@@ -6,6 +6,7 @@ extern "C" {
 }
 
 #include "Backends/FFmpeg/FFmpegErrors.h"
+#include "GlimtoTake/Media/TakeMediaHandles.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -18,14 +19,12 @@ constexpr const char* failure = "Could not encode";
 
 FrameEncoder::FrameEncoder(const std::string& name, const AVFrame& like, AVRational timeBase,
     const std::map<std::string, std::string>& options, bool hasGlobalHeader)
-    : packet_(av_packet_alloc())
+    : packet_(makePacket())
 {
     const AVCodec* codec = avcodec_find_encoder_by_name(name.c_str());
     if (!codec)
         throw CLIError("This FFmpeg has no encoder " + name + ".");
-    context_.reset(avcodec_alloc_context3(codec));
-    if (!context_ || !packet_)
-        throwOutOfMemory(failure);
+    context_.reset(requireAllocated(avcodec_alloc_context3(codec), failure));
     context_->time_base = timeBase;
     if (like.sample_rate > 0) {
         context_->sample_rate = like.sample_rate;
@@ -67,9 +66,7 @@ bool FrameEncoder::exists(const std::string& name)
 const AVCodecParameters& FrameEncoder::parameters()
 {
     if (!parameters_)
-        parameters_ = avcodec_parameters_alloc();
-    if (!parameters_)
-        throwOutOfMemory(failure);
+        parameters_ = requireAllocated(avcodec_parameters_alloc(), failure);
     requireFFmpeg(avcodec_parameters_from_context(parameters_, context_.get()), failure);
     return *parameters_;
 }

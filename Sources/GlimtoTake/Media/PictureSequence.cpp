@@ -7,20 +7,18 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
-#include "Backends/FFmpeg/FFmpegErrors.h"
+#include "GlimtoTake/Media/TakeMediaHandles.h"
 
 namespace glimto {
 
 PictureSequence::PictureSequence(
     const ExaminedTrack& video, const TakeSpan& span, double framesPerSecond, int threadCount)
     : decoder_(video, pieceAt(video, span.from), threadCount)
-    , ahead_(av_frame_alloc())
+    , ahead_(makeFrame())
     , start_(std::llround(span.from * video.facts.timescale))
     , end_(std::llround(span.duration() * video.facts.timescale))
     , stepTicks_(framesPerSecond > 0 ? video.facts.timescale / framesPerSecond : 0)
 {
-    if (!ahead_)
-        throwOutOfMemory("Could not decode the take");
     decode();
 }
 

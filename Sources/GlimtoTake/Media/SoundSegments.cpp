@@ -10,7 +10,8 @@ extern "C" {
 }
 
 #include "Backends/FFmpeg/FFmpegErrors.h"
-#include "Backends/FFmpeg/FFmpegHandles.h"
+#include "GlimtoTake/Media/FrameEncoder.h"
+#include "GlimtoTake/Media/TakeMediaHandles.h"
 #include "Support/AtomicFile.h"
 
 namespace glimto {
@@ -18,14 +19,6 @@ namespace glimto {
 namespace {
 
 constexpr const char* failure = "Could not write the sound";
-
-PacketHandle makePacket()
-{
-    PacketHandle packet(av_packet_alloc());
-    if (!packet)
-        throwOutOfMemory(failure);
-    return packet;
-}
 
 // One fragment for the middle of a track, in memory.
 class FragmentInMemory {
@@ -94,35 +87,25 @@ private:
 // A block of silence in the middle of silence, as the encoder of recordings makes it.
 PacketHandle silentBlock(const AVCodecParameters& parameters)
 {
-    const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_AAC);
-    const CodecContextHandle encoder(codec ? avcodec_alloc_context3(codec) : nullptr);
-    if (!encoder)
-        throwOutOfMemory(failure);
-    encoder->sample_rate = parameters.sample_rate;
-    encoder->sample_fmt = AV_SAMPLE_FMT_FLTP;
-    encoder->time_base = {1, parameters.sample_rate};
-    encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    av_channel_layout_default(&encoder->ch_layout, parameters.ch_layout.nb_channels);
-    requireFFmpeg(avcodec_open2(encoder.get(), codec, nullptr), failure);
-    const FrameHandle frame(av_frame_alloc());
-    if (!frame)
-        throwOutOfMemory(failure);
-    frame->format = encoder->sample_fmt;
-    frame->nb_samples = encoder->frame_size;
-    frame->sample_rate = encoder->sample_rate;
-    frame->pts = 0;
-    requireFFmpeg(av_channel_layout_copy(&frame->ch_layout, &encoder->ch_layout), failure);
+    const FrameHandle frame = makeFrame();
+    frame->format = AV_SAMPLE_FMT_FLTP;
+    frame->nb_samples = static_cast<int>(soundBlockTicks);
+    frame->sample_rate = parameters.sample_rate;
+    av_channel_layout_default(&frame->ch_layout, parameters.ch_layout.nb_channels);
     requireFFmpeg(av_frame_get_buffer(frame.get(), 0), failure);
     for (int channel = 0; channel < frame->ch_layout.nb_channels; ++channel)
         std::fill_n(reinterpret_cast<float*>(frame->extended_data[channel]), frame->nb_samples, 0.0F);
+    FrameEncoder encoder("aac", *frame, {1, parameters.sample_rate}, {}, true);
     auto packet = makePacket();
     constexpr int blocksUntilSettled = 4;
-    for (int count = 0; count < blocksUntilSettled;) {
-        requireFFmpeg(avcodec_send_frame(encoder.get(), frame.get()), failure);
-        frame->pts += frame->nb_samples;
-        // The encoder is one block behind at first; a call that gives nothing empties the packet.
-        if (avcodec_receive_packet(encoder.get(), packet.get()) >= 0)
+    int count = 0;
+    for (frame->pts = 0; count < blocksUntilSettled; frame->pts += frame->nb_samples) {
+        // The encoder is one block behind at first.
+        encoder.encode(*frame, [&](AVPacket& block) {
+            av_packet_unref(packet.get());
+            av_packet_move_ref(packet.get(), &block);
             ++count;
+        });
     }
     return packet;
 }

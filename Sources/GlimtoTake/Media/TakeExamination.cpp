@@ -1,6 +1,7 @@
 #include "GlimtoTake/Media/TakeExamination.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <set>
 #include <utility>
@@ -141,8 +142,8 @@ std::string differenceOf(
         return "lists " + std::to_string(listed.size()) + " segments, there are "
             + std::to_string(found.size());
     for (std::size_t at = 0; at < listed.size(); ++at) {
-        const bool isSame = listed[at].index == found[at].index && listed[at].relativeKey == found[at].relativeKey
-            && listed[at].bytes == found[at].bytes
+        const bool isSame = listed[at].index == found[at].index
+            && listed[at].relativeKey == found[at].relativeKey && listed[at].bytes == found[at].bytes
             && std::abs(listed[at].duration - found[at].duration) <= timeTolerance;
         if (!isSame)
             return "differs from segment " + std::to_string(at);
@@ -206,16 +207,14 @@ void comparePlaylists(TakeExamination& take)
     };
     if (!take.audio) {
         compare(plan.playlistURL,
-            mediaPlaylistText(
-                manifest.initSegmentKey, manifest.segments, PlaylistPlacement::aboveSegments));
+            mediaPlaylistText(manifest.initSegmentKey, manifest.segments, PlaylistPlacement::aboveSegments));
         return;
     }
     compare(plan.videoSegmentsDirectory / "playlist.m3u8",
-        mediaPlaylistText(
-            manifest.initSegmentKey, manifest.segments, PlaylistPlacement::besideSegments));
+        mediaPlaylistText(manifest.initSegmentKey, manifest.segments, PlaylistPlacement::besideSegments));
     compare(plan.audioSegmentsDirectory / "playlist.m3u8",
-        mediaPlaylistText(manifest.audio->initSegmentKey, *manifest.audioSegments,
-            PlaylistPlacement::besideSegments));
+        mediaPlaylistText(
+            manifest.audio->initSegmentKey, *manifest.audioSegments, PlaylistPlacement::besideSegments));
     compare(plan.playlistURL,
         masterPlaylistText(manifest.video.width, manifest.video.height, manifest.video.framesPerSecond,
             takeVideoCodec().playlistCodec));
@@ -302,19 +301,18 @@ std::int64_t TakeExamination::bytes() const
     return sum;
 }
 
+std::pair<int, int> TakeExamination::pictureSize() const
+{
+    if (manifest && manifest->video.width > 0 && manifest->video.height > 0)
+        return {manifest->video.width, manifest->video.height};
+    return {video.facts.width, video.facts.height};
+}
+
 const char* takeStateText(TakeState state)
 {
-    switch (state) {
-    case TakeState::whole:
-        return "whole";
-    case TakeState::interrupted:
-        return "interrupted";
-    case TakeState::recording:
-        return "recording";
-    case TakeState::uploaded:
-        return "uploaded";
-    }
-    return "";
+    // In the order of the enumerators.
+    constexpr std::array texts = {"whole", "interrupted", "recording", "uploaded"};
+    return texts.at(static_cast<std::size_t>(state));
 }
 
 TakeExamination examineTake(const std::filesystem::path& directory)

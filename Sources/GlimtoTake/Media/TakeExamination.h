@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Artifacts/CapturedSegment.h"
@@ -67,6 +68,9 @@ struct TakeExamination {
 
     double duration() const { return video.end() - video.start(); } // seconds
     std::int64_t bytes() const; // of all segments
+
+    // Width and height as the manifest tells them, else as they were encoded, which may be padded.
+    std::pair<int, int> pictureSize() const;
 };
 
 // Throws CLIError when the directory is no take or holds no picture at all, and PlatformError when files

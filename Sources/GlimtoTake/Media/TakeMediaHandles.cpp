@@ -1,11 +1,13 @@
 #include "GlimtoTake/Media/TakeMediaHandles.h"
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavfilter/avfilter.h>
 #include <libavformat/avformat.h>
-#include <libswresample/swresample.h>
 #include <libswscale/swscale.h>
 }
+
+#include "Backends/FFmpeg/FFmpegErrors.h"
 
 namespace glimto {
 
@@ -24,9 +26,14 @@ void TakeMediaDeleter::operator()(SwsContext* scaler) const noexcept
     sws_freeContext(scaler);
 }
 
-void TakeMediaDeleter::operator()(SwrContext* resampler) const noexcept
+FrameHandle makeFrame()
 {
-    swr_free(&resampler);
+    return FrameHandle(requireAllocated(av_frame_alloc(), "Could not hold a frame"));
+}
+
+PacketHandle makePacket()
+{
+    return PacketHandle(requireAllocated(av_packet_alloc(), "Could not hold a packet"));
 }
 
 } // namespace glimto

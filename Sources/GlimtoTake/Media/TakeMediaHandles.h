@@ -5,7 +5,6 @@
 #include "Backends/FFmpeg/FFmpegHandles.h"
 
 struct AVFilterGraph;
-struct SwrContext;
 struct SwsContext;
 
 namespace glimto {
@@ -14,12 +13,14 @@ struct TakeMediaDeleter {
     void operator()(AVFilterGraph* graph) const noexcept;
     void operator()(AVFormatContext* input) const noexcept; // closes it, but not a stream of the caller's
     void operator()(SwsContext* scaler) const noexcept;
-    void operator()(SwrContext* resampler) const noexcept;
 };
 
 using FilterGraphHandle = std::unique_ptr<AVFilterGraph, TakeMediaDeleter>;
 using InputFormatHandle = std::unique_ptr<AVFormatContext, TakeMediaDeleter>;
 using ScalerHandle = std::unique_ptr<SwsContext, TakeMediaDeleter>;
-using ResamplerHandle = std::unique_ptr<SwrContext, TakeMediaDeleter>;
+
+// Empty ones. Throw PlatformError when there is no memory.
+FrameHandle makeFrame();
+PacketHandle makePacket();
 
 } // namespace glimto

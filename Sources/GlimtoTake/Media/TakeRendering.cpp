@@ -4,6 +4,7 @@
 #include <cmath>
 #include <memory>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 #include <libyuv.h>
@@ -18,6 +19,7 @@ extern "C" {
 #include "GlimtoTake/Media/CopiedTrack.h"
 #include "GlimtoTake/Media/Decoder.h"
 #include "GlimtoTake/Media/FrameEncoder.h"
+#include "GlimtoTake/Media/TakeMediaHandles.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -27,14 +29,6 @@ namespace {
 constexpr const char* failure = "Could not render the take";
 constexpr AVRational frameTimeBase = {1, 90'000};
 constexpr double early = 0.25; // of a frame: stamps of pictures lie a little around the even grid
-
-FrameHandle makeFrame()
-{
-    FrameHandle frame(av_frame_alloc());
-    if (!frame)
-        throwOutOfMemory(failure);
-    return frame;
-}
 
 // A decoded picture as Cairo wants it. Memory is used again once nobody sees the picture any more.
 std::shared_ptr<const PixelBuffer> convertedPicture(const AVFrame& frame, int width, int height)
@@ -70,10 +64,7 @@ public:
         , ahead_(makeFrame())
         , seen_(makeFrame())
     {
-        width_ = take.manifest && take.manifest->video.width > 0 ? take.manifest->video.width
-                                                                 : take.video.facts.width;
-        height_ = take.manifest && take.manifest->video.height > 0 ? take.manifest->video.height
-                                                                   : take.video.facts.height;
+        std::tie(width_, height_) = take.pictureSize();
         hasAhead_ = decoder_.next(*ahead_);
         if (!hasAhead_)
             throw CLIError("No picture of the take can be decoded there.");

@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <optional>
+#include <span>
 #include <string>
 #include <utility>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -17,7 +16,7 @@ extern "C" {
 #include "Backends/FFmpeg/FFmpegErrors.h"
 #include "GlimtoTake/Media/TakeMediaHandles.h"
 #include "Support/Errors.h"
-#include "Support/FileDescriptor.h"
+#include "Support/RegularFile.h"
 #include "Support/Text.h"
 
 namespace glimto {
@@ -25,14 +24,6 @@ namespace glimto {
 namespace {
 
 constexpr int bufferBytes = 256 * 1024;
-
-FileDescriptor openForReading(const std::filesystem::path& path)
-{
-    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    if (!file)
-        throw PlatformError::posix("Could not read " + path.string(), errno);
-    return file;
-}
 
 } // namespace
 
@@ -105,31 +96,22 @@ private:
 
     int readNext(std::uint8_t* bytes, int count)
     {
-        while (at_ < pieces_.size()) {
-            try {
+        const std::span<std::byte> target(
+            reinterpret_cast<std::byte*>(bytes), static_cast<std::size_t>(count));
+        try {
+            for (; at_ < pieces_.size(); ++at_, offset_ = 0, file_.reset()) {
                 if (!file_)
-                    file_ = openForReading(pieces_[at_].path);
-            } catch (const PlatformError& error) {
-                errorNumber_ = static_cast<int>(error.code());
-                return AVERROR(EIO);
+                    file_ = RegularFile::open(FileBelow::of(pieces_[at_].path));
+                const std::uint64_t left
+                    = std::min<std::uint64_t>(pieces_[at_].bytes - offset_, target.size());
+                if (const auto got = file_->read(target.first(static_cast<std::size_t>(left))); got > 0) {
+                    offset_ += got;
+                    return static_cast<int>(got);
+                }
             }
-            const std::uint64_t left = pieces_[at_].bytes - offset_;
-            const auto wanted = std::min(left, static_cast<std::uint64_t>(count));
-            const ssize_t got = wanted > 0 ? ::read(file_.get(), bytes, static_cast<std::size_t>(wanted)) : 0;
-            if (got < 0 && errno == EINTR)
-                continue;
-            if (got < 0) {
-                errorNumber_ = errno;
-                return AVERROR(EIO);
-            }
-            if (got > 0) {
-                offset_ += static_cast<std::uint64_t>(got);
-                return static_cast<int>(got);
-            }
-            file_.close();
-            file_ = {};
-            offset_ = 0;
-            at_ += 1;
+        } catch (const PlatformError& error) {
+            errorNumber_ = static_cast<int>(error.code());
+            return AVERROR(EIO);
         }
         return AVERROR_EOF;
     }
@@ -138,7 +120,7 @@ private:
     std::vector<std::uint64_t> ends_;
     std::size_t at_ = 0;
     std::uint64_t offset_ = 0;
-    FileDescriptor file_;
+    std::optional<RegularFile> file_;
     int errorNumber_ = 0;
     IOContextHandle stream_; // outlives the format, which reads from it
     InputFormatHandle format_;

@@ -7,7 +7,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-#include "Backends/FFmpeg/FFmpegHandles.h"
+#include "GlimtoTake/Media/TakeMediaHandles.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -62,9 +62,7 @@ TrackScan scanTrack(const std::filesystem::path& initializationSegment, const st
     TrackScan scan;
     describe(reader.stream(), scan);
     scan.segments.resize(pieces.size());
-    const PacketHandle packet(av_packet_alloc());
-    if (!packet)
-        throw CLIError("Out of memory.");
+    const PacketHandle packet = makePacket();
     try {
         while (!pieces.empty() && reader.read(*packet)) {
             if (scan.width > 0 && scan.framesPerSecond == 0)
