@@ -233,9 +233,7 @@ void TestScreen::paint(const Rect& rect, std::uint32_t redGreenBlue)
 
 pw_buffer* TestScreen::buffer()
 {
-    if (!isStreaming_)
-        return nullptr;
-    pw_buffer* buffer = pw_stream_dequeue_buffer(stream_);
+    pw_buffer* buffer = isStreaming_ ? pw_stream_dequeue_buffer(stream_) : nullptr;
     if (!buffer)
         log_("no buffer");
     return buffer;
