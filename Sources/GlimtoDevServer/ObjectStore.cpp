@@ -5,10 +5,10 @@
 #include <iterator>
 #include <utility>
 
-#include "BoundedJSON.h"
 #include "RecordingKeys.h"
 #include "Support/Errors.h"
-#include "Support/MakeDirectories.h"
+#include "Support/JSONFields.h"
+#include "Support/Paths.h"
 
 namespace glimto {
 

@@ -6,8 +6,9 @@
 #include <set>
 #include <utility>
 
-#include "BoundedJSON.h"
 #include "RecordingKeys.h"
+
+#include "Support/JSONFields.h"
 
 namespace glimto {
 

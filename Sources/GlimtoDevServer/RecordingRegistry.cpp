@@ -1,16 +1,17 @@
 #include "RecordingRegistry.h"
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 #include <iterator>
 #include <utility>
 
-#include "BoundedJSON.h"
 #include "RecordingKeys.h"
 #include "Support/AtomicFile.h"
 #include "Support/Errors.h"
+#include "Support/JSONFields.h"
 #include "Support/JSONText.h"
-#include "Support/MakeDirectories.h"
+#include "Support/Paths.h"
 #include "Support/TimeStamps.h"
 
 namespace glimto {
@@ -19,31 +20,14 @@ namespace {
 
 constexpr std::size_t mostValues = 100;
 
-constexpr RecordingState states[]
-    = {RecordingState::created, RecordingState::uploading, RecordingState::uploaded};
-
-std::optional<RecordingState> stateNamed(const std::string& name)
-{
-    for (const auto state : states) {
-        if (recordingStateName(state) == name)
-            return state;
-    }
-    return std::nullopt;
-}
+// In the order of the enumerators.
+constexpr std::array<const char*, 3> stateNames = {"created", "uploading", "uploaded"};
 
 } // namespace
 
 std::string recordingStateName(RecordingState state)
 {
-    switch (state) {
-    case RecordingState::created:
-        return "created";
-    case RecordingState::uploading:
-        return "uploading";
-    case RecordingState::uploaded:
-        break;
-    }
-    return "uploaded";
+    return stateNames.at(static_cast<std::size_t>(state));
 }
 
 RecordingRegistry::RecordingRegistry(std::filesystem::path directory)
@@ -65,13 +49,16 @@ std::optional<Recording> RecordingRegistry::read(const std::filesystem::path& pa
     if (!json.is_object())
         return std::nullopt;
     try {
-        const auto state = stateNamed(json.at("state").get<std::string>());
+        const auto state
+            = std::find(stateNames.begin(), stateNames.end(), json.at("state").get<std::string>());
+        if (state == stateNames.end())
+            return std::nullopt;
         Recording recording = {.recordingId = json.at("recordingId").get<std::string>(),
-            .state = state.value_or(RecordingState::created),
+            .state = static_cast<RecordingState>(state - stateNames.begin()),
             .createdAt = json.at("createdAt").get<std::string>(),
             .createdAtUnixMs = json.at("createdAtUnixMs").get<std::uint64_t>()};
         // The name of the file decides; another id inside would serve another recording's pages.
-        if (!state || !isRecordingId(recording.recordingId) || file(recording.recordingId) != path)
+        if (!isRecordingId(recording.recordingId) || file(recording.recordingId) != path)
             return std::nullopt;
         return recording;
     } catch (const nlohmann::json::exception&) {

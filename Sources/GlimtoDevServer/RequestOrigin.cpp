@@ -6,6 +6,8 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 
+#include "Support/Text.h"
+
 namespace glimto {
 
 namespace {
@@ -14,16 +16,6 @@ constexpr std::size_t longestHost = 255;
 constexpr std::string_view digits = "0123456789";
 constexpr std::string_view nameCharacters = "abcdefghijklmnopqrstuvwxyz0123456789.-";
 constexpr std::string_view addressCharacters = "abcdef0123456789.:"; // of IPv6
-
-std::string inSmallLetters(std::string_view text)
-{
-    std::string small(text);
-    for (char& character : small) {
-        if (character >= 'A' && character <= 'Z')
-            character = static_cast<char>(character - 'A' + 'a');
-    }
-    return small;
-}
 
 bool isIPv6(const std::string& text)
 {
@@ -53,13 +45,13 @@ std::string hostNameOf(std::string_view header)
         const auto end = header.find(']');
         if (end == header.npos || !isPort(header.substr(end + 1)))
             return "";
-        const auto address = inSmallLetters(header.substr(1, end - 1));
+        const auto address = lowercased(header.substr(1, end - 1));
         // The system reads an address up to a zero byte.
         const bool isPlain = address.find_first_not_of(addressCharacters) == address.npos;
         return isPlain && isIPv6(address) ? address : "";
     }
     const auto end = std::min(header.find(':'), header.size());
-    const auto name = inSmallLetters(header.substr(0, end));
+    const auto name = lowercased(header.substr(0, end));
     if (!isPort(header.substr(end)) || name.find_first_not_of(nameCharacters) != name.npos)
         return "";
     return name;
@@ -82,10 +74,10 @@ bool isLoopback(const std::string& host)
 }
 
 ServedNames::ServedNames(std::string boundAddress, std::vector<std::string> names)
-    : boundAddress_(inSmallLetters(boundAddress))
+    : boundAddress_(lowercased(boundAddress))
 {
     for (const auto& name : names)
-        names_.push_back(inSmallLetters(name));
+        names_.push_back(lowercased(name));
 }
 
 bool ServedNames::includes(std::string_view hostHeader) const
@@ -104,7 +96,7 @@ bool isOwnOrigin(std::string_view originHeader, std::string_view hostHeader)
 {
     static constexpr std::string_view scheme = "http://";
     return originHeader.starts_with(scheme)
-        && inSmallLetters(originHeader.substr(scheme.size())) == inSmallLetters(hostHeader);
+        && lowercased(originHeader.substr(scheme.size())) == lowercased(hostHeader);
 }
 
 } // namespace glimto

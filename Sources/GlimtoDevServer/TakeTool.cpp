@@ -8,7 +8,7 @@
 
 #include "RecordingAPI.h"
 #include "Support/Errors.h"
-#include "Support/MakeDirectories.h"
+#include "Support/Paths.h"
 #include "Support/RunProgram.h"
 
 namespace glimto {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <charconv>
+#include <span>
 #include <utility>
 
 #include <openssl/crypto.h>
@@ -10,21 +11,11 @@
 #include <openssl/rand.h>
 
 #include "Support/Errors.h"
+#include "Support/Text.h"
 
 namespace glimto {
 
 namespace {
-
-std::string hexadecimal(const unsigned char* bytes, std::size_t count)
-{
-    static constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (std::size_t index = 0; index < count; ++index) {
-        text += digits[bytes[index] >> 4];
-        text += digits[bytes[index] & 15];
-    }
-    return text;
-}
 
 long long secondsSinceEpoch(UploadURLSigner::Time time)
 {
@@ -47,7 +38,7 @@ std::string UploadURLSigner::signature(
     if (!HMAC(EVP_sha256(), secret_.data(), static_cast<int>(secret_.size()),
             reinterpret_cast<const unsigned char*>(message.data()), message.size(), digest.data(), &size))
         throw PlatformError("OpenSSL", 0, "The upload URL could not be signed.");
-    return hexadecimal(digest.data(), size);
+    return hexadecimal(std::span(digest).first(size));
 }
 
 std::string UploadURLSigner::query(const std::string& method, const std::string& key, Time expiry) const
@@ -75,7 +66,7 @@ std::string UploadURLSigner::randomSecret()
     std::array<unsigned char, 32> bytes = {};
     if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1)
         throw PlatformError("OpenSSL", 0, "The system has no random numbers.");
-    return hexadecimal(bytes.data(), bytes.size());
+    return hexadecimal(bytes);
 }
 
 bool equalInConstantTime(const std::string& left, const std::string& right)

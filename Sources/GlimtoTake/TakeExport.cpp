@@ -1,7 +1,5 @@
 #include "TakeExport.h"
 
-#include <algorithm>
-#include <cctype>
 #include <functional>
 #include <map>
 #include <set>
@@ -89,14 +87,6 @@ const std::map<std::string, Kind>& kinds()
     return table;
 }
 
-std::string typeOf(const std::filesystem::path& file)
-{
-    std::string type = file.extension().string();
-    std::transform(type.begin(), type.end(), type.begin(),
-        [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    return type;
-}
-
 void requireFitting(const TakeOptions& options, const Kind& kind, const std::string& type)
 {
     const std::map<std::string, bool> given = {{"--from", options.from.has_value()},
@@ -113,7 +103,7 @@ void requireFitting(const TakeOptions& options, const Kind& kind, const std::str
 
 ExportReport exportTake(const TakeOptions& options, PNGCodec& pngCodec, const TakeProgress& progress)
 {
-    const std::string type = typeOf(options.output);
+    const std::string type = lowercased(options.output.extension().string());
     const auto kind = kinds().find(type);
     if (kind == kinds().end())
         throw CLIError("The output's name must end with .mp4, .webm, .gif, .webp, .m4a, .wav or .png: "

@@ -19,6 +19,7 @@
 #include "GlimtoTake/Takes/TakeOwnership.h"
 #include "Support/AtomicFile.h"
 #include "Support/Errors.h"
+#include "Support/Paths.h"
 #include "Support/RegularFile.h"
 #include "Support/Text.h"
 
@@ -33,12 +34,6 @@ constexpr double thumbnailQuality = 0.82;
 constexpr double defaultSegmentSeconds = 4;
 constexpr int defaultFramesPerSecond = 30;
 constexpr const char* unknownSource = "recovered recording";
-
-bool stands(const fs::path& path)
-{
-    std::error_code ignored;
-    return fs::exists(fs::symlink_status(path, ignored));
-}
 
 void moveFile(const fs::path& from, const fs::path& to)
 {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Platform/VideoEncoder.h"
@@ -15,6 +16,12 @@ inline std::string segmentFileName(int index)
 {
     const std::string digits = std::to_string(index);
     return "segment_" + std::string(digits.size() < 3 ? 3 - digits.size() : 0, '0') + digits + ".m4s";
+}
+
+// A segment's path below the take's root; `track` is "video" or "audio".
+inline std::string segmentKey(std::string_view track, int index)
+{
+    return "segments/" + std::string(track) + "/" + segmentFileName(index);
 }
 
 // One media segment that is whole on the disk.

@@ -10,8 +10,7 @@
 
 #include "Support/AtomicFile.h"
 #include "Support/Errors.h"
-#include "Support/MakeDirectories.h"
-#include "Support/StandardizedPath.h"
+#include "Support/Paths.h"
 
 namespace glimto {
 
@@ -21,13 +20,6 @@ namespace fs = std::filesystem;
 
 // Events of a recording that was killed. It belongs to what else that recording has left.
 constexpr const char* partialEventsName = ".events.partial";
-
-// A symbolic link counts wherever it points, even to nothing: it stands where the take's file goes.
-bool stands(const fs::path& path)
-{
-    std::error_code ignored;
-    return fs::exists(fs::symlink_status(path, ignored));
-}
 
 std::vector<fs::path> existingProofArtifacts(const fs::path& root)
 {

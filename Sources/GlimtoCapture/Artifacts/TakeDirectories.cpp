@@ -6,7 +6,7 @@
 #include "Artifacts/OutputPlan.h"
 #include "Support/AtomicFile.h"
 #include "Support/Errors.h"
-#include "Support/MakeDirectories.h"
+#include "Support/Paths.h"
 
 namespace glimto {
 

@@ -4,7 +4,7 @@
 
 #include "CommandLine/OptionReader.h"
 #include "CommandLine/UploadDefaults.h"
-#include "Support/StandardizedPath.h"
+#include "Support/Paths.h"
 #include "Support/Errors.h"
 #include "Support/Text.h"
 

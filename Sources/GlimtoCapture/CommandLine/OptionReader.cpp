@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "CommandLine/DecimalText.h"
-#include "Support/StandardizedPath.h"
+#include "Support/Paths.h"
 #include "Support/Text.h"
 #include "Support/WebAddress.h"
 
@@ -31,17 +31,6 @@ std::vector<std::string> piecesBetweenCommas(const std::string& text)
 }
 
 } // namespace
-
-std::filesystem::path absolutePath(const std::filesystem::path& path)
-{
-    if (path.is_absolute())
-        return path;
-    std::error_code error;
-    const auto directory = std::filesystem::current_path(error);
-    if (error)
-        throw PlatformError::posix("Could not find the working directory", error.value());
-    return directory / path;
-}
 
 bool OptionReader::advance()
 {

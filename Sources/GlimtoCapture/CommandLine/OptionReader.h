@@ -16,10 +16,6 @@
 
 namespace glimto {
 
-// `path` against the working directory. The disk is not looked at. Throws PlatformError when there is no
-// working directory to begin from.
-std::filesystem::path absolutePath(const std::filesystem::path& path);
-
 // Walks the arguments of one command from left to right: flags, each with the value that follows it.
 //
 // A value is taken whatever it looks like. All value operations read the argument after the current

@@ -12,21 +12,6 @@ namespace {
 
 constexpr std::size_t pieceSize = 64 * 1024; // bytes
 
-const char* kindText(InputEventKind kind)
-{
-    switch (kind) {
-    case InputEventKind::down:
-        return "down";
-    case InputEventKind::up:
-        return "up";
-    case InputEventKind::move:
-        return "move";
-    case InputEventKind::scroll:
-        return "scroll";
-    }
-    return "";
-}
-
 // Collects text and hands it on in pieces.
 class PieceWriter {
 public:
@@ -87,8 +72,8 @@ private:
 
 void encodeEvent(const RecordedEvent& event, PieceWriter& out)
 {
-    out << R"({"t":)" << event.t << R"(,"k":")" << kindText(event.k) << R"(","x":)" << event.x << R"(,"y":)"
-        << event.y;
+    out << R"({"t":)" << event.t << R"(,"k":")" << inputEventKindNames.at(static_cast<std::size_t>(event.k))
+        << R"(","x":)" << event.x << R"(,"y":)" << event.y;
     if (event.button)
         out << R"(,"button":)" << std::int64_t{*event.button};
     if (event.k == InputEventKind::scroll)

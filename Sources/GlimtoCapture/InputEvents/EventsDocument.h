@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -10,6 +11,9 @@
 namespace glimto {
 
 enum class InputEventKind : std::uint8_t { down, up, move, scroll };
+
+// In the order of the enumerators.
+inline constexpr std::array<std::string_view, 4> inputEventKindNames = {"down", "up", "move", "scroll"};
 
 // One event on the recording's timeline. There may be millions: no strings in here.
 struct RecordedEvent {

@@ -17,19 +17,10 @@ std::int64_t nanoseconds(RecordingFigures::Clock::time_point time)
 
 std::string_view recordingPhaseName(RecordingPhase phase)
 {
-    switch (phase) {
-    case RecordingPhase::starting:
-        return "starting";
-    case RecordingPhase::recording:
-        return "recording";
-    case RecordingPhase::stopping:
-        return "stopping";
-    case RecordingPhase::uploading:
-        return "uploading";
-    case RecordingPhase::ended:
-        break;
-    }
-    return "ended";
+    // In the order of the enumerators.
+    constexpr std::array<std::string_view, 5> names
+        = {"starting", "recording", "stopping", "uploading", "ended"};
+    return names.at(static_cast<std::size_t>(phase));
 }
 
 void RecordingFigures::enter(RecordingPhase phase, Clock::time_point now)

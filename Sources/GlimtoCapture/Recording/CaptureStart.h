@@ -3,13 +3,10 @@
 #include <chrono>
 #include <exception>
 #include <functional>
-#include <memory>
 #include <type_traits>
 #include <utility>
-#include <variant>
 
 #include "Recording/RecordingStopWishes.h"
-#include "Support/FirstOutcome.h"
 #include "Support/SerialQueue.h"
 
 namespace glimto {
@@ -42,25 +39,15 @@ public:
     std::invoke_result_t<Operation&> run(
         bool mayAskUser, Operation operation, const std::function<void()>& giveUp)
     {
-        using Result = std::invoke_result_t<Operation&>;
-        using Value = std::conditional_t<std::is_void_v<Result>, std::monostate, Result>;
-        const auto outcome = std::make_shared<FirstOutcome<Value>>(); // this call's and the operation's
         SerialQueue queue("glimto.capture.start");
-        queue.post([outcome, operation = std::make_shared<Operation>(std::move(operation))] {
-            outcome->settleWith(*operation);
+        return queue.runUntil(std::move(operation), [&](const auto& isSettledWithin) {
+            auto reason = waitOrGiveUp(mayAskUser, isSettledWithin);
+            if (reason) {
+                giveUp();
+                isSettledWithin(limits_.givingUp);
+            }
+            return reason;
         });
-        const auto reason = waitOrGiveUp(
-            mayAskUser, [&](std::chrono::nanoseconds limit) { return outcome->waitFor(limit); });
-        if (reason) {
-            giveUp();
-            if (!outcome->waitFor(limits_.givingUp))
-                queue.abandon();
-            std::rethrow_exception(reason);
-        }
-        if constexpr (std::is_void_v<Result>)
-            outcome->firstResult();
-        else
-            return outcome->firstResult();
     }
 
 private:

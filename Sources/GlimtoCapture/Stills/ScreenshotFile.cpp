@@ -8,24 +8,13 @@
 
 #include "Stills/ScreenshotFailure.h"
 #include "Support/AtomicFile.h"
-#include "Support/MakeDirectories.h"
+#include "Support/Paths.h"
 #include "Support/RemovedOnSignal.h"
 #include "Support/UUID.h"
 
 namespace glimto {
 
 namespace {
-
-void createParentDirectory(const std::filesystem::path& path)
-{
-    const auto directory = path.parent_path();
-    std::error_code error;
-    if (directory.empty() || std::filesystem::is_directory(directory, error))
-        return;
-    std::filesystem::create_directories(directory, error);
-    if (error)
-        throw PlatformError::posix("Could not create directory " + directory.string(), error.value());
-}
 
 namespace fs = std::filesystem;
 
@@ -97,7 +86,8 @@ void ScreenshotFile::writePNG(const PixelBuffer& image, const std::filesystem::p
         standardError_.writeLine("warning: " + path.string() + " is " + *what + ", which is not replaced.");
         throw noDestination(path);
     }
-    createParentDirectory(path);
+    if (const auto directory = path.parent_path(); !directory.empty())
+        makeDirectories(directory);
     std::vector<std::byte> data;
     try {
         data = codec_.encode(image);

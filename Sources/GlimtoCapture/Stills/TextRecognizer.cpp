@@ -28,35 +28,15 @@ bool isForeignSign(char32_t character)
         || (character >= 0xFFE0 && character <= 0xFFFF) || (character >= 0x1F000 && character <= 0x1FAFF);
 }
 
-char32_t firstCharacter(std::string_view text, std::size_t length)
-{
-    if (length == 1)
-        return static_cast<unsigned char>(text[0]);
-    char32_t character = static_cast<unsigned char>(text[0]) & (0xFFU >> (length + 1));
-    for (std::size_t index = 1; index < length; ++index)
-        character = (character << 6U) | (static_cast<unsigned char>(text[index]) & 0x3FU);
-    return character;
-}
-
-std::size_t sequenceLength(unsigned char lead)
-{
-    return lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-}
-
 // The letters and digits of valid UTF-8 text, those of ASCII in lower case.
 std::string lowercasedAlphanumerics(std::string_view text)
 {
     std::string result;
     while (!text.empty()) {
-        const std::size_t length = sequenceLength(static_cast<unsigned char>(text[0]));
-        const char32_t character = firstCharacter(text, length);
-        if (character >= 'A' && character <= 'Z')
-            result += static_cast<char>(character - 'A' + 'a');
-        else if ((character >= 'a' && character <= 'z') || (character >= '0' && character <= '9'))
-            result += static_cast<char>(character);
-        else if (character >= 0x80 && !isForeignSign(character))
-            result += text.substr(0, length);
-        text.remove_prefix(length);
+        const CodePoint point = takeCodePoint(text);
+        const bool isASCII = point.value < 0x80;
+        if (isASCII ? std::isalnum(static_cast<int>(point.value)) != 0 : !isForeignSign(point.value))
+            result += lowercased(point.bytes);
     }
     return result;
 }

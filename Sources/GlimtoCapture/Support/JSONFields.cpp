@@ -1,10 +1,10 @@
 #include "Support/JSONFields.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "Support/Errors.h"
-#include "Support/JSONText.h"
 #include "Support/Text.h"
 
 namespace glimto {
@@ -12,6 +12,38 @@ namespace glimto {
 namespace {
 
 constexpr std::size_t mostValues = 1'000'000;
+constexpr int deepest = 100; // the parser needs stack for each level; nobody means more
+
+// What reading a text would cost, known before it is parsed. It need not be valid.
+struct JSONShape {
+    int depth = 0; // of nested objects and arrays
+    std::size_t values = 1; // at least as many as there are
+};
+
+JSONShape shapeOfJSON(std::string_view text)
+{
+    int depth = 0;
+    JSONShape shape;
+    bool isInString = false;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const char character = text[at];
+        if (isInString) {
+            if (character == '\\')
+                ++at;
+            isInString = character != '"';
+        } else if (character == '"') {
+            isInString = true;
+        } else if (character == '{' || character == '[') {
+            shape.depth = std::max(shape.depth, ++depth);
+            ++shape.values;
+        } else if (character == '}' || character == ']') {
+            --depth;
+        } else if (character == ',') {
+            ++shape.values;
+        }
+    }
+    return shape;
+}
 
 [[noreturn]] void throwUnreadable(const std::string& source, const std::string& reason)
 {
@@ -26,7 +58,7 @@ constexpr double largestWholeDouble = 9007199254740992.0;
 nlohmann::json parseJSON(std::string_view text, const std::string& source)
 {
     const JSONShape shape = shapeOfJSON(text);
-    if (shape.depth > deepestJSON)
+    if (shape.depth > deepest)
         throwUnreadable(source, "its JSON is nested too deeply.");
     if (shape.values > mostValues)
         throwUnreadable(source, "its JSON holds too many values.");
@@ -37,6 +69,14 @@ nlohmann::json parseJSON(std::string_view text, const std::string& source)
     } catch (const nlohmann::json::exception&) {
         throwUnreadable(source, "a number in its JSON is out of range.");
     }
+}
+
+nlohmann::json parseBoundedJSON(std::string_view text, std::size_t mostValues)
+{
+    const JSONShape shape = shapeOfJSON(text);
+    if (shape.depth > deepest || shape.values > mostValues)
+        return nlohmann::json(nlohmann::json::value_t::discarded);
+    return nlohmann::json::parse(text, nullptr, false);
 }
 
 JSONFields::JSONFields(const nlohmann::json& object, std::string source)

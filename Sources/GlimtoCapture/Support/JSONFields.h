@@ -20,6 +20,10 @@ namespace glimto {
 // secrets.
 nlohmann::json parseJSON(std::string_view text, const std::string& source);
 
+// The same for who tells no more than that it is wrong: discarded when it is not valid, nested too deeply, or
+// has more than `mostValues` values.
+nlohmann::json parseBoundedJSON(std::string_view text, std::size_t mostValues);
+
 // Reads the fields of one JSON object. A field that is missing or of another type throws PlatformError
 // (domain "JSON"), which names the field by its path: "segments[2].key". What nobody asks for is ignored.
 class JSONFields {

@@ -42,29 +42,4 @@ std::string encodePrettyJSON(const nlohmann::json& value)
     return encode(value, 2);
 }
 
-JSONShape shapeOfJSON(std::string_view text)
-{
-    int depth = 0;
-    JSONShape shape;
-    bool isInString = false;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const char character = text[at];
-        if (isInString) {
-            if (character == '\\')
-                ++at;
-            isInString = character != '"';
-        } else if (character == '"') {
-            isInString = true;
-        } else if (character == '{' || character == '[') {
-            shape.depth = std::max(shape.depth, ++depth);
-            ++shape.values;
-        } else if (character == '}' || character == ']') {
-            --depth;
-        } else if (character == ',') {
-            ++shape.values;
-        }
-    }
-    return shape;
-}
-
 } // namespace glimto

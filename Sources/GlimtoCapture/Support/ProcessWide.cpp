@@ -1,5 +1,10 @@
 #include "Support/ProcessWide.h"
 
+#include <cassert>
+#include <utility>
+
+#include "Support/Guarded.h"
+
 namespace glimto {
 
 namespace {
@@ -35,5 +40,20 @@ void noteAbandonedWork()
 {
     processWide().isWorkAbandoned = true;
 }
+
+#ifndef NDEBUG
+
+HeldLock::HeldLock(LockLevel level)
+    : before_(std::exchange(processWide().highestHeldLock(), static_cast<std::uint8_t>(level)))
+{
+    assert(before_ < static_cast<std::uint8_t>(level) && "a lock was taken below one that the thread holds");
+}
+
+HeldLock::~HeldLock()
+{
+    processWide().highestHeldLock() = before_;
+}
+
+#endif
 
 } // namespace glimto

@@ -4,19 +4,15 @@
 
 #include <openssl/sha.h>
 
+#include "Support/Text.h"
+
 namespace glimto {
 
 std::string sha256Hex(std::string_view data)
 {
     std::array<unsigned char, SHA256_DIGEST_LENGTH> digest = {};
     SHA256(reinterpret_cast<const unsigned char*>(data.data()), data.size(), digest.data());
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    for (const unsigned char byte : digest) {
-        text += digits[byte >> 4U];
-        text += digits[byte & 0x0FU];
-    }
-    return text;
+    return hexadecimal(digest);
 }
 
 } // namespace glimto

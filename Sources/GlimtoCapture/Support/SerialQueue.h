@@ -46,11 +46,12 @@ public:
         return std::forward<Task>(task)();
     }
 
-    // Runs `operation` on the queue's thread and returns what it returns, or throws what it throws. When that
-    // takes longer than `limit`, abandons the queue and throws `timeout`.
-    template <typename Operation>
-    std::invoke_result_t<Operation&> runWithin(
-        std::chrono::nanoseconds limit, Operation operation, const std::exception_ptr& timeout)
+    // Runs `operation` on the queue's thread and returns what it returns, or throws what it throws. `wait`
+    // gets a function that waits for that, for a time, and tells whether it has happened; it returns null
+    // then, or why the operation is given up, which is thrown, after the queue was abandoned if the operation
+    // still runs.
+    template <typename Operation, typename Wait>
+    std::invoke_result_t<Operation&> runUntil(Operation operation, Wait&& wait)
     {
         using Result = std::invoke_result_t<Operation&>;
         using Value = std::conditional_t<std::is_void_v<Result>, std::monostate, Result>;
@@ -58,14 +59,25 @@ public:
         post([outcome, operation = std::make_shared<Operation>(std::move(operation))] {
             outcome->settleWith(*operation);
         });
-        if (!outcome->waitFor(limit)) {
-            outcome->settle(timeout);
-            abandon();
+        if (const std::exception_ptr reason
+            = wait([&](std::chrono::nanoseconds limit) { return outcome->waitFor(limit); })) {
+            if (!outcome->waitFor({}))
+                abandon();
+            std::rethrow_exception(reason);
         }
         if constexpr (std::is_void_v<Result>)
             outcome->firstResult();
         else
             return outcome->firstResult();
+    }
+
+    // The same for at most `limit`; then throws `timeout`.
+    template <typename Operation>
+    std::invoke_result_t<Operation&> runWithin(
+        std::chrono::nanoseconds limit, Operation operation, const std::exception_ptr& timeout)
+    {
+        return runUntil(std::move(operation),
+            [&](const auto& isSettledWithin) { return isSettledWithin(limit) ? nullptr : timeout; });
     }
 
     // Whether the caller runs in a task of the queue.

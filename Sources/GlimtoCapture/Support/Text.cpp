@@ -12,29 +12,29 @@ namespace glimto {
 
 namespace {
 
-struct CodePoint {
-    std::uint32_t value = 0;
+struct Decoded {
+    char32_t value = 0;
     std::size_t length = 0; // bytes; 0 when the sequence is not well formed
 };
 
-CodePoint decode(std::string_view text)
+Decoded decode(std::string_view text)
 {
     const auto byte = [&](std::size_t index) { return static_cast<std::uint8_t>(text[index]); };
     const auto continues
         = [&](std::size_t index) { return index < text.size() && (byte(index) & 0xC0U) == 0x80U; };
-    const std::uint32_t first = byte(0);
+    const char32_t first = byte(0);
     if (first < 0x80)
         return {first, 1};
     if (first >= 0xC2 && first <= 0xDF && continues(1))
         return {((first & 0x1FU) << 6U) | (byte(1) & 0x3FU), 2};
     if (first >= 0xE0 && first <= 0xEF && continues(1) && continues(2)) {
-        const std::uint32_t value = ((first & 0x0FU) << 12U) | ((byte(1) & 0x3FU) << 6U) | (byte(2) & 0x3FU);
+        const char32_t value = ((first & 0x0FU) << 12U) | ((byte(1) & 0x3FU) << 6U) | (byte(2) & 0x3FU);
         const bool isSurrogate = value >= 0xD800 && value <= 0xDFFF;
         if (value >= 0x800 && !isSurrogate)
             return {value, 3};
     }
     if (first >= 0xF0 && first <= 0xF4 && continues(1) && continues(2) && continues(3)) {
-        const std::uint32_t value = ((first & 0x07U) << 18U) | ((byte(1) & 0x3FU) << 12U)
+        const char32_t value = ((first & 0x07U) << 18U) | ((byte(1) & 0x3FU) << 12U)
             | ((byte(2) & 0x3FU) << 6U) | (byte(3) & 0x3FU);
         if (value >= 0x10000 && value <= 0x10FFFF)
             return {value, 4};
@@ -44,13 +44,13 @@ CodePoint decode(std::string_view text)
 
 // Controls of ISO/IEC 6429, C0 and C1, but the tab, the separators of lines and paragraphs, and the
 // characters that turn what follows them around (Unicode Standard Annex 9, sections 2.1 to 2.5).
-bool isControl(std::uint32_t value)
+bool isControl(char32_t value)
 {
     return (value < 0x20 && value != '\t') || (value >= 0x7F && value <= 0x9F)
         || (value >= 0x2028 && value <= 0x202E) || (value >= 0x2066 && value <= 0x2069);
 }
 
-bool isWhitespaceOrNewline(std::uint32_t value)
+bool isWhitespaceOrNewline(char32_t value)
 {
     return (value >= 0x09 && value <= 0x0D) || value == 0x20 || value == 0x85 || value == 0xA0
         || value == 0x1680 || (value >= 0x2000 && value <= 0x200A) || value == 0x2028 || value == 0x2029
@@ -59,18 +59,26 @@ bool isWhitespaceOrNewline(std::uint32_t value)
 
 } // namespace
 
+CodePoint takeCodePoint(std::string_view& text)
+{
+    const Decoded decoded = decode(text);
+    const std::size_t length = std::max<std::size_t>(decoded.length, 1);
+    const CodePoint point = {decoded.value, text.substr(0, length), decoded.length > 0};
+    text.remove_prefix(length);
+    return point;
+}
+
 std::string trimmed(std::string_view text)
 {
     std::size_t begin = text.size();
     std::size_t end = 0;
-    for (std::size_t at = 0; at < text.size();) {
-        const CodePoint point = decode(text.substr(at));
-        const std::size_t length = point.length == 0 ? 1 : point.length;
-        if (point.length == 0 || !isWhitespaceOrNewline(point.value)) {
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::size_t at = text.size() - rest.size();
+        const CodePoint point = takeCodePoint(rest);
+        if (!point.isWellFormed || !isWhitespaceOrNewline(point.value)) {
             begin = std::min(begin, at);
-            end = at + length;
+            end = at + point.bytes.size();
         }
-        at += length;
     }
     return begin < end ? std::string(text.substr(begin, end - begin)) : std::string();
 }
@@ -89,15 +97,9 @@ std::string validUTF8(std::string_view text)
 {
     std::string result;
     result.reserve(text.size());
-    for (std::size_t at = 0; at < text.size();) {
-        const CodePoint point = decode(text.substr(at));
-        if (point.length == 0) {
-            result += "\xEF\xBF\xBD";
-            at += 1;
-        } else {
-            result += text.substr(at, point.length);
-            at += point.length;
-        }
+    while (!text.empty()) {
+        const CodePoint point = takeCodePoint(text);
+        result += point.isWellFormed ? point.bytes : "\xEF\xBF\xBD";
     }
     return result;
 }
@@ -107,14 +109,12 @@ std::string replacingControls(
 {
     std::string result;
     result.reserve(text.size());
-    for (std::size_t at = 0; at < text.size();) {
-        const CodePoint point = decode(text.substr(at));
-        const std::size_t length = std::max<std::size_t>(point.length, 1);
-        if (point.length != 0 && isControl(point.value))
+    while (!text.empty()) {
+        const CodePoint point = takeCodePoint(text);
+        if (point.isWellFormed && isControl(point.value))
             result += replacement(point.value);
         else
-            result += text.substr(at, length);
-        at += length;
+            result += point.bytes;
     }
     return result;
 }
@@ -139,12 +139,29 @@ std::string shortestDecimal(double value)
 
 std::string prefixOfCodePoints(std::string_view text, std::size_t count)
 {
-    std::size_t at = 0;
-    for (std::size_t taken = 0; taken < count && at < text.size(); ++taken) {
-        const std::size_t length = decode(text.substr(at)).length;
-        at += length == 0 ? 1 : length;
+    std::string_view rest = text;
+    for (; count > 0 && !rest.empty(); --count)
+        takeCodePoint(rest);
+    return std::string(text.substr(0, text.size() - rest.size()));
+}
+
+std::string hexadecimal(std::span<const unsigned char> bytes)
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (const unsigned char byte : bytes) {
+        text += digits[byte >> 4U];
+        text += digits[byte & 0x0FU];
     }
-    return std::string(text.substr(0, at));
+    return text;
+}
+
+std::string lowercased(std::string_view text)
+{
+    std::string result(text);
+    for (char& character : result)
+        character = character >= 'A' && character <= 'Z' ? static_cast<char>(character | 0x20) : character;
+    return result;
 }
 
 } // namespace glimto

@@ -3,10 +3,21 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
 namespace glimto {
+
+// The code point that a text begins with, or a byte that is not part of a well-formed sequence (RFC 3629).
+struct CodePoint {
+    char32_t value = 0;
+    std::string_view bytes; // of the text
+    bool isWellFormed = false;
+};
+
+// Takes it away from `text`, which is not empty.
+CodePoint takeCodePoint(std::string_view& text);
 
 // `text` without the white space and newlines at both its ends. White space is that of Unicode's
 // Zs category, tabs and line breaks (U+000A to U+000D, U+0085, U+2028, U+2029).
@@ -37,5 +48,11 @@ std::string shortestDecimal(double value);
 
 // The first `count` code points of valid UTF-8 `text`, or all of it when it has no more.
 std::string prefixOfCodePoints(std::string_view text, std::size_t count);
+
+// Two lower-case digits a byte.
+std::string hexadecimal(std::span<const unsigned char> bytes);
+
+// With the letters of ASCII in lower case.
+std::string lowercased(std::string_view text);
 
 } // namespace glimto

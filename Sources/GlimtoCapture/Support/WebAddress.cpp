@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "Support/Text.h"
+
 namespace glimto {
 
 namespace {
@@ -155,11 +157,7 @@ std::string hostOfWebAddress(std::string_view address)
     if (const std::size_t userEnd = rest.rfind('@'); userEnd != std::string_view::npos)
         rest.remove_prefix(userEnd + 1);
     const std::size_t addressEnd = rest.starts_with('[') ? std::min(rest.find(']'), rest.size()) : 0;
-    std::string host(rest.substr(0, std::min(rest.find(':', addressEnd), rest.size())));
-    std::transform(host.begin(), host.end(), host.begin(), [](char character) {
-        return character >= 'A' && character <= 'Z' ? static_cast<char>(character | 0x20) : character;
-    });
-    return host;
+    return lowercased(rest.substr(0, std::min(rest.find(':', addressEnd), rest.size())));
 }
 
 bool isThisMachine(std::string_view host)

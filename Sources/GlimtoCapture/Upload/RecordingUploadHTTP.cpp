@@ -16,21 +16,12 @@ namespace {
 
 constexpr std::size_t mostUploadAnswerBytes = 1 << 20; // nobody reads it
 // A slower line makes no headway against a recording of text on a still screen.
-constexpr std::uintmax_t slowestBytesPerSecond = 4 << 10;
+constexpr std::int64_t slowestBytesPerSecond = 4 << 10;
 
 // Of a web address, whose scheme is in lower case.
 bool isEncrypted(std::string_view address)
 {
     return address.starts_with("https://");
-}
-
-std::uintmax_t byteCount(const UploadArtifact& artifact)
-{
-    if (const auto* bytes = std::get_if<std::string>(&artifact.body))
-        return bytes->size();
-    std::error_code error;
-    const auto size = std::filesystem::file_size(std::get<FileBelow>(artifact.body).path(), error);
-    return error ? 0 : size; // the transport tells why it cannot be read
 }
 
 // Text for one line: the answer may be a page of HTML.
@@ -114,7 +105,7 @@ HTTPRequest RecordingUploadHTTP::uploadRequest(
     else
         request.body = std::get<FileBelow>(artifact.body);
     request.mostResponseBytes = mostUploadAnswerBytes;
-    request.deadline += std::chrono::seconds(byteCount(artifact) / slowestBytesPerSecond);
+    request.deadline += std::chrono::seconds(artifact.bytes() / slowestBytesPerSecond);
     return request;
 }
 

@@ -13,7 +13,7 @@
 #include "Support/AtomicFile.h"
 #include "Support/Errors.h"
 #include "Support/FileBelow.h"
-#include "Support/MakeDirectories.h"
+#include "Support/Paths.h"
 #include "Support/RegularFile.h"
 #include "Support/SHA256.h"
 #include "Support/Text.h"
@@ -29,13 +29,6 @@ constexpr const char* jobFileName = "upload-job.json";
 constexpr const char* lockFileName = ".recording-owner.lock";
 constexpr const char* cancelMarkerName = ".upload-canceled";
 constexpr std::size_t mostJobBytes = 256 << 10;
-
-// A symbolic link counts wherever it points.
-bool stands(const fs::path& path)
-{
-    std::error_code ignored;
-    return fs::exists(fs::symlink_status(path, ignored));
-}
 
 // A file survives a power cut only when all directories that lead to it have reached the disk as well.
 void syncJobDirectory(const fs::path& directory)

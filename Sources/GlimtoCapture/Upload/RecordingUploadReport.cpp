@@ -2,8 +2,18 @@
 
 #include "Support/Errors.h"
 #include "Support/Text.h"
+#include "Support/WebAddress.h"
 
 namespace glimto {
+
+void warnOfPlainHTTP(const RecordingUploadOptions& options, LineOutput& standardError)
+{
+    const std::string host = hostOfWebAddress(options.apiBaseURL);
+    if (!options.apiBaseURL.starts_with("http://") || isThisMachine(host))
+        return;
+    standardError.writeLine(
+        "warning: the access key is sent to " + excerpt(host) + " without encryption. Use an https address.");
+}
 
 void reportRecordingUploadCompletion(const RecordingCompleteResponse& result,
     const std::optional<std::string>& apiBaseURL, LineOutput& standardOutput)

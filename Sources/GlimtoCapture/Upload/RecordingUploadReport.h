@@ -5,10 +5,15 @@
 #include <string>
 
 #include "Lifecycle/GlimtoCaptureEventEmitter.h"
+#include "Options/RecordingUploadOptions.h"
 #include "Support/LineOutput.h"
 #include "Upload/UploadWireFormat.h"
 
 namespace glimto {
+
+// Warns when the access key goes over the network without encryption: by plain http to another host than this
+// machine.
+void warnOfPlainHTTP(const RecordingUploadOptions& options, LineOutput& standardError);
 
 // Tells on standard output that an upload is complete: three lines, the event "page_url" and the status
 // line with the API's state of the recording.

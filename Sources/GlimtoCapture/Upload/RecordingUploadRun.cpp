@@ -9,8 +9,8 @@
 
 #include "Support/Errors.h"
 #include "Support/Text.h"
+#include "Upload/RecordingUploadReport.h"
 #include "Upload/TaskCancellationError.h"
-#include "Upload/UploadAddressWarning.h"
 
 namespace glimto {
 

@@ -12,15 +12,6 @@
 
 namespace glimto {
 
-namespace {
-
-std::string segmentKey(std::string_view track, int index)
-{
-    return "segments/" + std::string(track) + "/" + segmentFileName(index);
-}
-
-} // namespace
-
 std::optional<CreateRecordingResponse> RecordingUploadRunState::preparedCreateResponse() const
 {
     return data_.with([](const Data& data) { return data.preparedCreateResponse; });

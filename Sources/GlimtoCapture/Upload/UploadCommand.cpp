@@ -7,7 +7,6 @@
 #include "Support/Text.h"
 #include "Upload/RecordingUploadReport.h"
 #include "Upload/RecordingUploadRun.h"
-#include "Upload/UploadAddressWarning.h"
 
 namespace glimto {
 

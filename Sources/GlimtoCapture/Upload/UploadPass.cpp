@@ -24,16 +24,6 @@ constexpr std::chrono::seconds urlsAreGoodFor(240);
 constexpr std::size_t answerBytesOfKey = 8 << 10;
 constexpr std::size_t mostAnswerBytes = 64 << 20;
 
-// What cannot be told counts as nothing: the transfer says why.
-std::int64_t sizeOf(const UploadArtifact::Body& body)
-{
-    if (const auto* text = std::get_if<std::string>(&body))
-        return static_cast<std::int64_t>(text->size());
-    std::error_code error;
-    const auto size = std::filesystem::file_size(std::get<FileBelow>(body).path(), error);
-    return error ? 0 : static_cast<std::int64_t>(size);
-}
-
 } // namespace
 
 UploadPass::UploadPass(const std::vector<UploadArtifact>& artifacts, const std::string& recordingId,
@@ -73,7 +63,7 @@ void UploadPass::beginQueue()
     if (!services_.figures->isWatched())
         return;
     for (const auto& artifact : artifacts_)
-        sizes_.push_back(sizeOf(artifact.body));
+        sizes_.push_back(artifact.bytes());
     waitingBytes_ = std::accumulate(sizes_.begin(), sizes_.end(), std::int64_t(0));
     tellQueue();
 }

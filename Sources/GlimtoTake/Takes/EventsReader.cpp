@@ -23,15 +23,10 @@ constexpr const char* source = "events.json";
 
 std::optional<InputEventKind> kindNamed(std::string_view text)
 {
-    if (text == "down")
-        return InputEventKind::down;
-    if (text == "up")
-        return InputEventKind::up;
-    if (text == "move")
-        return InputEventKind::move;
-    if (text == "scroll")
-        return InputEventKind::scroll;
-    return std::nullopt;
+    const auto& names = inputEventKindNames;
+    const auto found = std::find(names.begin(), names.end(), text);
+    return found == names.end() ? std::nullopt
+                                : std::optional(static_cast<InputEventKind>(found - names.begin()));
 }
 
 // Whether the event can be placed; what is outside of the picture is moved to its edge.

@@ -7,20 +7,15 @@
 
 #include "Artifacts/CapturedSegment.h"
 #include "Support/Errors.h"
-#include "Support/Text.h"
+#include "Support/Paths.h"
 #include "Support/RegularFile.h"
+#include "Support/Text.h"
 
 namespace glimto {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-bool stands(const fs::path& path)
-{
-    std::error_code ignored;
-    return fs::exists(fs::symlink_status(path, ignored));
-}
 
 bool isRealDirectory(const fs::path& path)
 {
@@ -91,11 +86,6 @@ void sortByIndex(std::vector<SegmentFile>& files)
 }
 
 } // namespace
-
-std::string segmentKey(const std::string& track, int index)
-{
-    return "segments/" + track + "/" + segmentFileName(index);
-}
 
 TakeFiles TakeFiles::open(const fs::path& directory)
 {

@@ -52,7 +52,4 @@ private:
     OutputPlan plan_;
 };
 
-// "segments/video/segment_007.m4s"
-std::string segmentKey(const std::string& track, int index);
-
 } // namespace glimto

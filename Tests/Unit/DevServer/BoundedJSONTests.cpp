@@ -1,4 +1,4 @@
-#include "BoundedJSON.h"
+#include "Support/JSONFields.h"
 
 #include <string>
 

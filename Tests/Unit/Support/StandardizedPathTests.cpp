@@ -1,4 +1,4 @@
-#include "Support/StandardizedPath.h"
+#include "Support/Paths.h"
 
 #include <gtest/gtest.h>
 
@@ -42,7 +42,8 @@ TEST(StandardizedPathTests, ALinkToNothingKeepsItsStepBack)
 {
     const TemporaryDirectory directory;
     fs::create_symlink("nowhere", directory.path() / "link");
-    EXPECT_EQ(standardizedPath(directory.path() / "link" / ".." / "take"), directory.path() / "link" / ".." / "take");
+    EXPECT_EQ(standardizedPath(directory.path() / "link" / ".." / "take"),
+        directory.path() / "link" / ".." / "take");
 }
 
 } // namespace

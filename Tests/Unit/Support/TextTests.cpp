@@ -92,5 +92,31 @@ TEST(TextTests, APrefixCountsCodePointsNotBytes)
     EXPECT_EQ(prefixOfCodePoints("ab", 0), "");
 }
 
+TEST(TextTests, CodePointsAreTakenOneByOneAndIllFormedBytesAlone)
+{
+    std::string_view text = "a\xC3\xA9\xE2\x82";
+    const CodePoint letter = takeCodePoint(text);
+    const CodePoint accented = takeCodePoint(text);
+    const CodePoint torn = takeCodePoint(text);
+
+    EXPECT_EQ(letter.value, U'a');
+    EXPECT_EQ(accented.value, U'\u00E9');
+    EXPECT_EQ(accented.bytes, "\xC3\xA9");
+    EXPECT_FALSE(torn.isWellFormed);
+    EXPECT_EQ(torn.bytes, "\xE2");
+    EXPECT_EQ(text, "\x82");
+}
+
+TEST(TextTests, HexadecimalDigitsAreLowerCaseAndTwoAByte)
+{
+    const unsigned char bytes[] = {0x00, 0x0F, 0xA5};
+    EXPECT_EQ(hexadecimal(bytes), "000fa5");
+}
+
+TEST(TextTests, OnlyLettersOfASCIIAreLowered)
+{
+    EXPECT_EQ(lowercased("AZ[\xC3\x84"), "az[\xC3\x84");
+}
+
 } // namespace
 } // namespace glimto

@@ -1,4 +1,4 @@
-#include "Upload/UploadAddressWarning.h"
+#include "Upload/RecordingUploadReport.h"
 
 #include <string>
 

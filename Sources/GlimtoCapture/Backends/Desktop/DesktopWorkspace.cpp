@@ -9,7 +9,7 @@
 #include "Backends/Desktop/FileURI.h"
 #include "Support/Errors.h"
 #include "Support/RunProgram.h"
-#include "Support/StandardizedPath.h"
+#include "Support/Paths.h"
 
 namespace glimto {
 

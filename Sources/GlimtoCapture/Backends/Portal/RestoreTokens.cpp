@@ -10,7 +10,7 @@
 
 #include "Support/AtomicFile.h"
 #include "Support/JSONFields.h"
-#include "Support/MakeDirectories.h"
+#include "Support/Paths.h"
 #include "Support/RegularFile.h"
 
 namespace glimto {
