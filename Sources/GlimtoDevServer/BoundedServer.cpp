@@ -1,9 +1,11 @@
 #include "BoundedServer.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 #include <utility>
 
+#include <strings.h>
 #include <sys/socket.h>
 
 namespace glimto {
@@ -40,15 +42,41 @@ private:
     httplib::ThreadPool threads_;
 };
 
-// Bodies are read with these methods only. What else has one leaves it on the connection, where the next
-// request would begin in it.
+constexpr std::size_t mostLengthDigits = 18; // of a 64-bit number, whatever they are
+
+bool isLength(const std::string& text)
+{
+    return !text.empty() && text.size() <= mostLengthDigits
+        && std::all_of(text.begin(), text.end(), [](char each) { return each >= '0' && each <= '9'; });
+}
+
+// Bodies are read with these methods only.
+bool readsBody(const httplib::Request& request)
+{
+    return request.method == "POST" || request.method == "PUT";
+}
+
+// What is left on the connection is where the next request would begin.
 bool leavesBodyUnread(const httplib::Request& request)
 {
-    const bool isRead = request.method == "POST" || request.method == "PUT";
-    return !isRead && (request.has_header("Content-Length") || request.has_header("Transfer-Encoding"));
+    return hasUncertainBody(request)
+        || (!readsBody(request)
+            && (request.has_header("Content-Length") || request.has_header("Transfer-Encoding")));
 }
 
 } // namespace
+
+bool hasUncertainBody(const httplib::Request& request)
+{
+    const auto lengths = request.get_header_value_count("Content-Length");
+    const auto codings = request.get_header_value_count("Transfer-Encoding");
+    if (codings > 0)
+        return codings > 1 || lengths > 0
+            || ::strcasecmp(request.get_header_value("Transfer-Encoding").c_str(), "chunked") != 0;
+    if (lengths == 0)
+        return readsBody(request);
+    return lengths > 1 || !isLength(request.get_header_value("Content-Length"));
+}
 
 BoundedServer::BoundedServer()
     : load_(connectionThreads)

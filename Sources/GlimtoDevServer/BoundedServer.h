@@ -32,4 +32,8 @@ private:
     std::atomic<bool> hasEnded_ = false;
 };
 
+// True for a body that another program may read to another end (RFC 9112, section 6.3): its length is told
+// twice, in two ways, or not in digits. It is not read here, and the connection ends with the answer.
+bool hasUncertainBody(const httplib::Request& request);
+
 } // namespace glimto

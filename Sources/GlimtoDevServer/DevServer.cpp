@@ -230,6 +230,10 @@ void DevServer::Rooms::configure()
     // A request with a body is refused later, when its body is read: the next one on the connection would
     // begin in it.
     server.set_pre_routing_handler([this](const auto& request, auto& response) {
+        if (hasUncertainBody(request)) {
+            answerError(response, 400, "The length of the request's body is not certain.");
+            return httplib::Server::HandlerResponse::Handled;
+        }
         if (request.method == "POST" || request.method == "PUT")
             return httplib::Server::HandlerResponse::Unhandled;
         if (request.method != "GET" && request.method != "HEAD") {

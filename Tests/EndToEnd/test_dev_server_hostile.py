@@ -178,6 +178,32 @@ class HostileClientsTests(EndToEndCase):
                     pass
                 self.assertEqual(server.request("GET", "/recordings.json")[2], b'{"recordings":[]}')
 
+    def test_a_body_of_uncertain_length_is_refused_and_nothing_after_it_is_read(self):
+        server = self.start()
+        inner = b"POST /api/recordings HTTP/1.1\r\nHost: localhost\r\nContent-Length: 2\r\n\r\n{}"
+        for head in (b"Content-Length: 7\r\nContent-Length: 2", b"Content-Length: 2\r\nContent-Length: 7",
+                     b"Content-Length: 7\r\nContent-Length: 7", b"Content-Length: 7, 7", b"Content-Length: +7",
+                     b"Content-Length: -7", b"Content-Length: 0x7", b"Content-Length: " + b"9" * 30,
+                     b"Transfer-Encoding: chunked\r\nContent-Length: 7", b"Transfer-Encoding: chunked, identity",
+                     b"Transfer-Encoding: xchunked", b"Transfer-Encoding: chunked\r\nTransfer-Encoding: chunked"):
+            for method in (b"POST /api/recordings", b"PUT /uploads/x", b"GET /recordings.json"):
+                with self.subTest(method + b" " + head):
+                    connection = self.connect(server)
+                    connection.sendall(method + b" HTTP/1.1\r\nHost: localhost\r\n" + head + b"\r\n\r\n" + b'{"x":1}' + inner)
+                    answers = b""
+                    while piece := connection.recv(1 << 16):
+                        answers += piece
+                    self.assertEqual(re.findall(rb"HTTP/1.1 (\d+)", answers), [b"400"])
+        self.assertEqual(server.request("GET", "/recordings.json")[2], b'{"recordings":[]}')
+
+    def test_a_body_of_no_length_is_not_waited_for(self):
+        server = self.start()
+        for head in (b"", b"Content-Length:\r\n"):
+            with self.subTest(head):
+                connection = self.connect(server)
+                connection.sendall(b"POST /api/recordings HTTP/1.1\r\nHost: localhost\r\n" + head + b"\r\n")
+                self.assertEqual(self.answer_to(connection).split()[1], "400")
+
     def test_many_clients_may_come_before_one_is_accepted(self):
         server = self.start()
         server.process.send_signal(signal.SIGSTOP)

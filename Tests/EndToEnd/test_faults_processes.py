@@ -216,10 +216,10 @@ class DescriptorTests(EndToEndCase):
         self.assert_leaves_no_temporary_file()
         self.record("-d", "0.5", "--overwrite")
 
-    def test_a_start_with_any_number_of_descriptors_ends_in_a_take_or_an_error(self):
+    def test_a_start_with_any_number_of_descriptors_ends_in_a_take_or_says_what_is_missing(self):
         self.start_screen()
         # With fewer the libraries cannot be loaded.
-        for count in (6, 8, 10, 12, 16, 20, 30):
+        for count in (6, 7, 8, 10, 12, 14, 16, 20, 30):
             with self.subTest(count):
                 def limit():
                     resource.setrlimit(resource.RLIMIT_NOFILE, (count, count))
@@ -230,6 +230,7 @@ class DescriptorTests(EndToEndCase):
                 else:
                     self.assertEqual(output.status, 1, output.errors)
                     self.assertTrue(output.error_lines and output.error_lines[-1].startswith("error: "), output.errors)
+                    self.assertIn(os.strerror(24), output.errors)
 
     def assert_fails_with_descriptors(self, output):
         self.assertEqual(output.status, 1, output.errors)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <system_error>
 #include <utility>
 
 #include <poll.h>
@@ -30,6 +31,7 @@ const char* environmentValue(const char* name)
 struct Opened {
     xcb_connection_t* connection = nullptr;
     int screenNumber = 0;
+    int systemError = 0; // what the system call that failed last left, 0 when none did
 };
 
 // xcb_connect blocks for as long as the server likes, so it runs on a thread that is left behind when
@@ -45,7 +47,9 @@ Opened connectInTime(const std::string& display)
             timeout,
             [display] {
                 Opened result;
+                errno = 0;
                 result.connection = xcb_connect(display.c_str(), &result.screenNumber);
+                result.systemError = errno;
                 return result;
             },
             noAnswer);
@@ -72,8 +76,14 @@ std::unique_ptr<X11Connection> X11Connection::open()
     const Opened opened = connectInTime(display);
     if (xcb_connection_has_error(opened.connection) != 0) {
         xcb_disconnect(opened.connection);
-        throw x11Error(X11Failure::cannotConnect,
-            "Could not connect to the X display \"" + std::string(display) + "\" that DISPLAY names.");
+        std::string message
+            = "Could not connect to the X display \"" + std::string(display) + "\" that DISPLAY names";
+        // Other codes are those of the addresses that were tried, and would mislead.
+        if (opened.systemError == EMFILE || opened.systemError == ENFILE)
+            message += ": " + std::generic_category().message(opened.systemError);
+        else
+            message += ".";
+        throw x11Error(X11Failure::cannotConnect, message);
     }
     return std::unique_ptr<X11Connection>(new X11Connection(opened.connection, opened.screenNumber));
 }
