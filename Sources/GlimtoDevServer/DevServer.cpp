@@ -121,10 +121,8 @@ void answerFile(const httplib::Request& request, httplib::Response& response,
 {
     auto file = std::make_shared<FileDescriptor>(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     struct stat status = {};
-    if (!*file || ::fstat(file->get(), &status) != 0) {
-        answerError(response, 404, "There is no such object.");
-        return;
-    }
+    if (!*file || ::fstat(file->get(), &status) != 0)
+        throw APIError(404, "There is no such object.");
     const auto write = [file](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
         char buffer[64 * 1024];
         const auto wanted = std::min(length, sizeof(buffer));
@@ -192,6 +190,15 @@ struct DevServer::Rooms {
     }
 
     void configure();
+
+    using Answer = std::function<void(const httplib::Request& request, httplib::Response& response)>;
+    using JSONAnswer
+        = std::function<nlohmann::json(const httplib::Request& request, const std::string& body)>;
+
+    // Answer the requests of paths; what is thrown becomes the answer. A POST must have the access key.
+    void get(const char* pattern, const Answer& answer);
+    void post(const char* pattern, const JSONAnswer& answer);
+
     void addAPI();
     void addObjects();
     void addPages();
@@ -305,37 +312,36 @@ std::string DevServer::Rooms::origin(const httplib::Request& request) const
     return "http://" + hostOf(request);
 }
 
-void DevServer::Rooms::addAPI()
+void DevServer::Rooms::get(const char* pattern, const Answer& answer)
 {
-    server.Post("/api/recordings", [this](const auto& request, auto& response, const auto& reader) {
+    server.Get(pattern, [answer](const auto& request, auto& response) {
+        answering(response, [&] { answer(request, response); });
+    });
+}
+
+void DevServer::Rooms::post(const char* pattern, const JSONAnswer& answer)
+{
+    server.Post(pattern, [this, answer](const auto& request, auto& response, const auto& reader) {
         answering(response, [&] {
             const auto body = readJSON(request, reader);
             requireAccessKey(request);
-            answerJSON(response, api.createRecording(body));
+            answerJSON(response, answer(request, body));
         });
     });
-    server.Get("/api/recordings/([^/]+)", [this](const auto& request, auto& response) {
-        answering(response, [&] {
-            requireAccessKey(request);
-            answerJSON(response, api.readRecording(request.matches[1]));
-        });
+}
+
+void DevServer::Rooms::addAPI()
+{
+    post("/api/recordings", [this](const auto&, const auto& body) { return api.createRecording(body); });
+    get("/api/recordings/([^/]+)", [this](const auto& request, auto& response) {
+        requireAccessKey(request);
+        answerJSON(response, api.readRecording(request.matches[1]));
     });
-    server.Post("/api/recordings/([^/]+)/upload-urls",
-        [this](const auto& request, auto& response, const auto& reader) {
-            answering(response, [&] {
-                const auto body = readJSON(request, reader);
-                requireAccessKey(request);
-                answerJSON(response, api.uploadURLs(request.matches[1], body, origin(request)));
-            });
-        });
-    server.Post("/api/recordings/([^/]+)/recording-complete",
-        [this](const auto& request, auto& response, const auto& reader) {
-            answering(response, [&] {
-                readJSON(request, reader);
-                requireAccessKey(request);
-                answerJSON(response, api.completeRecording(request.matches[1]));
-            });
-        });
+    post("/api/recordings/([^/]+)/upload-urls", [this](const auto& request, const auto& body) {
+        return api.uploadURLs(request.matches[1], body, origin(request));
+    });
+    post("/api/recordings/([^/]+)/recording-complete",
+        [this](const auto& request, const auto&) { return api.completeRecording(request.matches[1]); });
 }
 
 void DevServer::Rooms::receiveObject(const httplib::Request& request, const httplib::ContentReader& reader)
@@ -396,15 +402,11 @@ void DevServer::Rooms::addPages()
 {
     server.Get("/", [](const auto&, auto& response) { response.set_redirect("/recordings"); });
     server.Get("/recordings", [this](const auto&, auto& response) { answerWebFile(response, "list.html"); });
-    server.Get("/recordings.json", [this](const auto&, auto& response) {
-        answering(response, [&] { answerJSON(response, pages.list()); });
-    });
-    server.Get("/web/hls.min.js", [this](const auto& request, auto& response) {
-        if (options.webDirectory)
-            answerFile(
-                request, response, *options.webDirectory / "hls.min.js", "text/javascript; charset=utf-8");
-        else
-            answerError(response, 404, "This server has no HLS player of its own.");
+    get("/recordings.json", [this](const auto&, auto& response) { answerJSON(response, pages.list()); });
+    get("/web/hls.min.js", [this](const auto& request, auto& response) {
+        if (!options.webDirectory)
+            throw APIError(404, "This server has no HLS player of its own.");
+        answerFile(request, response, *options.webDirectory / "hls.min.js", "text/javascript; charset=utf-8");
     });
     server.Get("/web/([a-z.]+)",
         [this](const auto& request, auto& response) { answerWebFile(response, request.matches[1]); });
@@ -418,23 +420,19 @@ void DevServer::Rooms::addPages()
         response.set_header("Cache-Control", "no-cache");
         response.set_content(pageForRecording(std::string(webFile("player.html")), id), htmlType);
     });
-    server.Get("/recordings/([^/]+)/details.json", [this](const auto& request, auto& response) {
-        answering(response, [&] {
-            auto details = pages.details(request.matches[1]);
-            if (details.is_null())
-                throw APIError(404, "There is no such recording.");
-            details["canExport"] = details["isPlayable"] == true && takeTool.isAvailable();
-            answerJSON(response, details);
-        });
+    get("/recordings/([^/]+)/details.json", [this](const auto& request, auto& response) {
+        auto details = pages.details(request.matches[1]);
+        if (details.is_null())
+            throw APIError(404, "There is no such recording.");
+        details["canExport"] = details["isPlayable"] == true && takeTool.isAvailable();
+        answerJSON(response, details);
     });
-    server.Get("/recordings/([^/]+)/files/(.+)", [this](const auto& request, auto& response) {
+    get("/recordings/([^/]+)/files/(.+)", [this](const auto& request, auto& response) {
         const std::string id = request.matches[1];
         const auto key = objectPrefix(id) + "/" + std::string(request.matches[2]);
         const auto file = isRecordingId(id) ? objects.file(key) : std::nullopt;
-        if (!file) {
-            answerError(response, 404, "There is no such object.");
-            return;
-        }
+        if (!file)
+            throw APIError(404, "There is no such object.");
         response.set_header("Cache-Control", "no-cache");
         answerFile(request, response, *file, contentTypeOfKey(key));
     });
@@ -453,19 +451,15 @@ std::filesystem::path DevServer::Rooms::finishedTake(const std::string& recordin
 
 void DevServer::Rooms::addWhatIsMade()
 {
-    server.Get("/recordings/([^/]+)/take.mp4", [this](const auto& request, auto& response) {
-        answering(response, [&] {
-            const std::string id = request.matches[1];
-            const auto file = takeTool.mp4(id, finishedTake(id));
-            response.set_header("Content-Disposition", "attachment; filename=\"" + id + ".mp4\"");
-            answerFile(request, response, file, "video/mp4");
-        });
+    get("/recordings/([^/]+)/take.mp4", [this](const auto& request, auto& response) {
+        const std::string id = request.matches[1];
+        const auto file = takeTool.mp4(id, finishedTake(id));
+        response.set_header("Content-Disposition", "attachment; filename=\"" + id + ".mp4\"");
+        answerFile(request, response, file, "video/mp4");
     });
-    server.Get("/recordings/([^/]+)/zooms.json", [this](const auto& request, auto& response) {
-        answering(response, [&] {
-            const std::string id = request.matches[1];
-            answerFile(request, response, takeTool.zoomPlan(id, finishedTake(id)), jsonType);
-        });
+    get("/recordings/([^/]+)/zooms.json", [this](const auto& request, auto& response) {
+        const std::string id = request.matches[1];
+        answerFile(request, response, takeTool.zoomPlan(id, finishedTake(id)), jsonType);
     });
 }
 

@@ -1,7 +1,8 @@
 #include "DevServerOptions.h"
 
-#include <charconv>
+#include <cstdint>
 
+#include "Support/DecimalText.h"
 #include "Support/Errors.h"
 #include "Support/Text.h"
 
@@ -11,11 +12,9 @@ namespace {
 
 int portNumber(const std::string& text)
 {
-    int port = -1;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-    if (error != std::errc() || end != text.data() + text.size() || port < 0 || port > 65535)
-        throw CLIError("--port must be a number from 0 to 65535.");
-    return port;
+    if (const auto port = wholeNumber<std::uint16_t>(text))
+        return *port;
+    throw CLIError("--port must be a number from 0 to 65535.");
 }
 
 std::string nonEmpty(const std::string& flag, const std::string& text)

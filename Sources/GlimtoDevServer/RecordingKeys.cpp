@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "Support/Text.h"
+
 namespace glimto {
 
 namespace {
@@ -13,9 +15,7 @@ constexpr std::size_t longestKey = 512;
 
 bool isKeyCharacter(char character)
 {
-    return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z')
-        || (character >= '0' && character <= '9')
-        || std::string_view("._=@-").find(character) != std::string_view::npos;
+    return isAlphanumeric(character) || std::string_view("._=@-").find(character) != std::string_view::npos;
 }
 
 bool isPiece(std::string_view piece)
@@ -33,16 +33,7 @@ bool isRecordingId(std::string_view id)
 
 bool isObjectKey(std::string_view key)
 {
-    if (key.size() > longestKey)
-        return false;
-    for (;;) {
-        const auto slash = key.find('/');
-        if (!isPiece(key.substr(0, slash)))
-            return false;
-        if (slash == std::string_view::npos)
-            return true;
-        key.remove_prefix(slash + 1);
-    }
+    return key.size() <= longestKey && std::ranges::all_of(pieces(key, '/'), isPiece);
 }
 
 std::string objectPrefix(const std::string& recordingId)

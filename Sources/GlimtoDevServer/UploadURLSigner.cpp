@@ -1,7 +1,6 @@
 #include "UploadURLSigner.h"
 
 #include <array>
-#include <charconv>
 #include <span>
 #include <utility>
 
@@ -10,6 +9,7 @@
 #include <openssl/hmac.h>
 #include <openssl/rand.h>
 
+#include "Support/DecimalText.h"
 #include "Support/Errors.h"
 #include "Support/Text.h"
 
@@ -52,13 +52,10 @@ SignatureVerdict UploadURLSigner::judge(const std::string& method, const std::st
 {
     if (!expires || !signature)
         return SignatureVerdict::unsignedRequest;
-    long long seconds = 0;
-    const auto [end, error] = std::from_chars(expires->data(), expires->data() + expires->size(), seconds);
-    if (error != std::errc() || end != expires->data() + expires->size())
+    const auto seconds = wholeNumber<long long>(*expires);
+    if (!seconds || !equalInConstantTime(*signature, this->signature(method, key, *seconds)))
         return SignatureVerdict::wrong;
-    if (!equalInConstantTime(*signature, this->signature(method, key, seconds)))
-        return SignatureVerdict::wrong;
-    return secondsSinceEpoch(now) < seconds ? SignatureVerdict::valid : SignatureVerdict::expired;
+    return secondsSinceEpoch(now) < *seconds ? SignatureVerdict::valid : SignatureVerdict::expired;
 }
 
 std::string UploadURLSigner::randomSecret()

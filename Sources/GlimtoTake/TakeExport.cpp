@@ -45,7 +45,7 @@ void writePicture(const Job& job)
     if (time > job.take.video.end())
         throw CLIError("The take ends before --at, after " + shortestDecimal(job.take.video.end()) + " s.");
     const auto [width, height] = job.take.pictureSize();
-    const auto data = job.pngCodec.encode(*pictureAt(job.take.video, time, width, height));
+    const auto data = job.pngCodec.encode(pictureAt(job.take.video, time, width, height));
     writeFileAtomically(FileBelow::of(job.target), data);
 }
 

@@ -1,11 +1,9 @@
 #include "TakeOptions.h"
 
-#include <charconv>
 #include <functional>
-#include <locale>
 #include <map>
-#include <sstream>
 
+#include "Support/DecimalText.h"
 #include "Support/Errors.h"
 #include "Support/Text.h"
 
@@ -42,35 +40,26 @@ private:
     std::span<const std::string> rest_;
 };
 
-// A decimal number with a point in every locale; absent when the text is anything else.
-std::optional<double> number(const std::string& text)
+// A decimal number without a sign and an exponent; absent when the text is anything else.
+std::optional<double> number(std::string_view text)
 {
-    std::istringstream stream(text);
-    stream.imbue(std::locale::classic());
-    double value = 0;
-    const bool startsWell = !text.empty() && text.find_first_not_of("0123456789.") == std::string::npos;
-    if (!startsWell || !(stream >> value) || !stream.eof())
-        return std::nullopt;
-    return value;
+    const bool isPlain = text.find_first_not_of("0123456789.") == std::string_view::npos;
+    return isPlain ? decimalNumber(text) : std::nullopt;
 }
 
 // Seconds, "minutes:seconds" or "hours:minutes:seconds".
 double timeValue(const std::string& flag, const std::string& text)
 {
     constexpr double latest = 1e7;
+    const auto parts = pieces(text, ':');
     double seconds = 0;
-    std::size_t parts = 0;
-    std::size_t at = 0;
-    while (true) {
-        const std::size_t colon = text.find(':', at);
-        const auto part = number(text.substr(at, colon == std::string::npos ? colon : colon - at));
-        if (!part || ++parts > 3 || seconds > latest)
+    for (const auto part : parts) {
+        const auto value = number(part);
+        if (!value || parts.size() > 3 || seconds > latest)
             throw CLIError(flag + " must be a time such as 12.5 or 1:02:03.");
-        seconds = seconds * 60 + *part;
-        if (colon == std::string::npos)
-            return seconds;
-        at = colon + 1;
+        seconds = seconds * 60 + *value;
     }
+    return seconds;
 }
 
 double numberWithin(const std::string& flag, const std::string& text, double least, double most)
@@ -87,11 +76,10 @@ std::uint32_t colourValue(const std::string& flag, std::string text)
 {
     if (text.starts_with('#'))
         text.erase(0, 1);
-    std::uint32_t value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, 16);
-    if (text.size() != 6 || error != std::errc() || end != text.data() + text.size())
+    const auto value = wholeNumber<std::uint32_t>(text, 16);
+    if (text.size() != 6 || !value)
         throw CLIError(flag + " must be a colour such as 202830.");
-    return value;
+    return *value;
 }
 
 // What a flag does, told by its name to whom needs it for an error.

@@ -298,7 +298,7 @@ private:
             const auto [width, height] = pictureSize();
             const auto pixels = pictureAt(take_.video, take_.video.start(), width, height);
             writeFileAtomically(
-                FileBelow::of(plan_.thumbnailURL), images_.encodeJPEG(*pixels, thumbnailQuality));
+                FileBelow::of(plan_.thumbnailURL), images_.encodeJPEG(pixels, thumbnailQuality));
         });
     }
 
@@ -350,8 +350,13 @@ private:
                 = take_.audio ? std::optional<std::string>("segments/audio/init.mp4") : std::nullopt;
             const RecordingArtifactWriter writer{plan_, take_.audio ? take_.audio->facts.sampleRate : 0,
                 take_.audio ? take_.audio->facts.channelCount : 0};
-            writer.writeAll("segments/video/init.mp4", audioKey, report_.tracks, width, height, options(),
-                take_.manifest ? take_.manifest->video.source : unknownSource);
+            writer.writeAll({.videoInitSegmentKey = "segments/video/init.mp4",
+                .audioInitSegmentKey = audioKey,
+                .tracks = report_.tracks,
+                .width = width,
+                .height = height,
+                .options = options(),
+                .sourceDescription = take_.manifest ? take_.manifest->video.source : unknownSource});
         });
     }
 

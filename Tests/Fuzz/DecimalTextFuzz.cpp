@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "CommandLine/DecimalText.h"
+#include "Support/DecimalText.h"
 #include "FuzzInput.h"
 #include "Support/Text.h"
 

@@ -1,9 +1,9 @@
 #include "Artifacts/HLSPlaylist.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
-#include <locale>
-#include <sstream>
 #include <string_view>
 
 namespace glimto {
@@ -13,12 +13,10 @@ namespace {
 // Independent of the process's locale, which may write a decimal comma.
 std::string sixDecimals(double value)
 {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text.setf(std::ios::fixed, std::ios::floatfield);
-    text.precision(6);
-    text << value;
-    return text.str();
+    std::array<char, 330> digits; // for the largest double
+    const auto end
+        = std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed, 6).ptr;
+    return {digits.data(), end};
 }
 
 long long targetDuration(const std::vector<CapturedSegment>& segments)

@@ -55,23 +55,20 @@ FileBelow RecordingArtifactWriter::fileOfTake(const std::filesystem::path& url) 
     return {plan.root, url.lexically_relative(plan.root).string()};
 }
 
-void RecordingArtifactWriter::writeAll(const std::string& videoInitSegmentKey,
-    const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
-    int height, const RecordOptions& options, const std::string& sourceDescription) const
+void RecordingArtifactWriter::writeAll(const FinishedTake& take) const
 {
-    if (audioInitSegmentKey) {
-        writeMediaPlaylist(plan.videoSegmentsDirectory / mediaPlaylistFileName, videoInitSegmentKey,
-            tracks.video, PlaylistPlacement::besideSegments);
-        writeMediaPlaylist(plan.audioSegmentsDirectory / mediaPlaylistFileName, *audioInitSegmentKey,
-            tracks.audio, PlaylistPlacement::besideSegments);
-    } else {
+    if (!take.audioInitSegmentKey) {
         writeMediaPlaylist(
-            plan.playlistURL, videoInitSegmentKey, tracks.video, PlaylistPlacement::aboveSegments);
+            plan.playlistURL, take.videoInitSegmentKey, take.tracks.video, PlaylistPlacement::aboveSegments);
+        writeManifest(take);
+        return;
     }
-    writeManifest(
-        videoInitSegmentKey, audioInitSegmentKey, tracks, width, height, options, sourceDescription);
-    if (audioInitSegmentKey)
-        writeMasterPlaylist(width, height, options.framesPerSecond, tracks.videoCodec);
+    writeMediaPlaylist(plan.videoSegmentsDirectory / mediaPlaylistFileName, take.videoInitSegmentKey,
+        take.tracks.video, PlaylistPlacement::besideSegments);
+    writeMediaPlaylist(plan.audioSegmentsDirectory / mediaPlaylistFileName, *take.audioInitSegmentKey,
+        take.tracks.audio, PlaylistPlacement::besideSegments);
+    writeManifest(take);
+    writeMasterPlaylist(take.width, take.height, take.options.framesPerSecond, take.tracks.videoCodec);
 }
 
 void RecordingArtifactWriter::writeMediaPlaylist(const std::filesystem::path& url,
@@ -84,43 +81,39 @@ void RecordingArtifactWriter::writeMediaPlaylist(const std::filesystem::path& ur
 void RecordingArtifactWriter::writeMasterPlaylist(
     int width, int height, int framesPerSecond, const VideoCodec& videoCodec) const
 {
-    writeFileAtomically(
-        fileOfTake(plan.playlistURL), masterPlaylistText(width, height, framesPerSecond, videoCodec.playlistCodec));
+    writeFileAtomically(fileOfTake(plan.playlistURL),
+        masterPlaylistText(width, height, framesPerSecond, videoCodec.playlistCodec));
 }
 
-void RecordingArtifactWriter::writeManifest(const std::string& videoInitSegmentKey,
-    const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
-    int height, const RecordOptions& options, const std::string& sourceDescription) const
+void RecordingArtifactWriter::writeManifest(const FinishedTake& take) const
 {
-    const auto content = manifest(videoInitSegmentKey, audioInitSegmentKey, tracks, width, height, options,
-        sourceDescription, std::chrono::system_clock::now());
+    const auto content = manifest(take, std::chrono::system_clock::now());
     writeFileAtomically(plan.manifestURL, encodePrettyJSON(toJSON(content)));
 }
 
-MediaManifest RecordingArtifactWriter::manifest(const std::string& videoInitSegmentKey,
-    const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
-    int height, const RecordOptions& options, const std::string& sourceDescription,
-    std::chrono::system_clock::time_point createdAt) const
+MediaManifest RecordingArtifactWriter::manifest(
+    const FinishedTake& take, std::chrono::system_clock::time_point createdAt) const
 {
+    const CapturedTracks& tracks = take.tracks;
     MediaManifest manifest;
     manifest.createdAt = iso8601Timestamp(createdAt);
-    manifest.initSegmentKey = videoInitSegmentKey;
-    manifest.preferredSegmentDuration = options.segmentSeconds;
+    manifest.initSegmentKey = take.videoInitSegmentKey;
+    manifest.preferredSegmentDuration = take.options.segmentSeconds;
     manifest.totalDuration = totalDuration(tracks.video);
     manifest.totalBytes = totalBytes(tracks.video) + totalBytes(tracks.audio);
-    manifest.video.source = sourceDescription;
+    manifest.video.source = take.sourceDescription;
     manifest.video.codec = tracks.videoCodec.name;
-    manifest.video.width = width;
-    manifest.video.height = height;
-    manifest.video.framesPerSecond = options.framesPerSecond;
-    manifest.video.hasAudio = audioInitSegmentKey.has_value();
+    manifest.video.width = take.width;
+    manifest.video.height = take.height;
+    manifest.video.framesPerSecond = take.options.framesPerSecond;
+    manifest.video.hasAudio = take.audioInitSegmentKey.has_value();
     manifest.segments = tracks.video;
-    if (audioInitSegmentKey) {
+    if (take.audioInitSegmentKey) {
         MediaManifest::Audio audio;
-        audio.source = audioSource(options);
+        audio.source = audioSource(take.options);
         audio.sampleRate = audioSampleRate;
         audio.channelCount = audioChannelCount;
-        audio.initSegmentKey = *audioInitSegmentKey;
+        audio.initSegmentKey = *take.audioInitSegmentKey;
         audio.segmentCount = static_cast<int>(tracks.audio.size());
         manifest.audio = std::move(audio);
         manifest.audioSegments = tracks.audio;

@@ -15,6 +15,17 @@
 
 namespace glimto {
 
+// What the playlists and the manifest of a finished take tell of it.
+struct FinishedTake {
+    std::string videoInitSegmentKey;
+    std::optional<std::string> audioInitSegmentKey; // present exactly when audio was captured
+    const CapturedTracks& tracks;
+    int width = 0; // pixels
+    int height = 0;
+    const RecordOptions& options; // also say where the sound came from
+    std::string sourceDescription;
+};
+
 // Writes the playlists and the manifest of a finished take. Every file appears whole under its name or
 // not at all; what cannot be written is thrown as PlatformError.
 //
@@ -26,11 +37,8 @@ struct RecordingArtifactWriter {
     int audioSampleRate = 0; // Hz
     int audioChannelCount = 0;
 
-    // Everything, in an order in which each file names only what is there. `audioInitSegmentKey` is present
-    // exactly when audio was captured.
-    void writeAll(const std::string& videoInitSegmentKey,
-        const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
-        int height, const RecordOptions& options, const std::string& sourceDescription) const;
+    // Everything, in an order in which each file names only what is there.
+    void writeAll(const FinishedTake& take) const;
 
     void writeMediaPlaylist(const std::filesystem::path& url, const std::string& initSegmentKey,
         const std::vector<CapturedSegment>& segments, PlaylistPlacement placement) const;
@@ -38,17 +46,11 @@ struct RecordingArtifactWriter {
     // Writes `plan.playlistURL`.
     void writeMasterPlaylist(int width, int height, int framesPerSecond, const VideoCodec& videoCodec) const;
 
-    // Writes `plan.manifestURL`, created now. `audioInitSegmentKey` is present exactly when audio was
-    // captured; `options` then say where it came from. `width` and `height` in pixels.
-    void writeManifest(const std::string& videoInitSegmentKey,
-        const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
-        int height, const RecordOptions& options, const std::string& sourceDescription) const;
+    // Writes `plan.manifestURL`, created now.
+    void writeManifest(const FinishedTake& take) const;
 
     // What writeManifest() writes.
-    MediaManifest manifest(const std::string& videoInitSegmentKey,
-        const std::optional<std::string>& audioInitSegmentKey, const CapturedTracks& tracks, int width,
-        int height, const RecordOptions& options, const std::string& sourceDescription,
-        std::chrono::system_clock::time_point createdAt) const;
+    MediaManifest manifest(const FinishedTake& take, std::chrono::system_clock::time_point createdAt) const;
 
 private:
     FileBelow fileOfTake(const std::filesystem::path& url) const;

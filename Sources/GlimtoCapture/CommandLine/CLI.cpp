@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "CommandLine/OptionReader.h"
-#include "CommandLine/UploadDefaults.h"
+#include "CommandLine/AccessKey.h"
 #include "Support/Errors.h"
 
 namespace glimto {

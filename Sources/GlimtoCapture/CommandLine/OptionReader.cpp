@@ -4,7 +4,7 @@
 #include <optional>
 #include <system_error>
 
-#include "CommandLine/DecimalText.h"
+#include "Support/DecimalText.h"
 #include "Support/Paths.h"
 #include "Support/Text.h"
 #include "Support/WebAddress.h"
@@ -14,21 +14,6 @@ namespace glimto {
 namespace {
 
 constexpr double smallestRegionSide = 24;
-
-std::vector<std::string> piecesBetweenCommas(const std::string& text)
-{
-    std::vector<std::string> pieces;
-    std::string piece;
-    for (const char character : text + ",") {
-        if (character != ',') {
-            piece += character;
-        } else if (!piece.empty()) {
-            pieces.push_back(piece);
-            piece.clear();
-        }
-    }
-    return pieces;
-}
 
 } // namespace
 
@@ -110,13 +95,15 @@ std::uint32_t OptionReader::windowIdValue()
 
 CaptureRegion OptionReader::captureRegionValue()
 {
+    const std::string text = stringValue();
+    auto parts = pieces(text, ',');
+    std::erase(parts, std::string_view()); // commas too many are forgiven
     std::vector<double> numbers;
-    const auto pieces = piecesBetweenCommas(stringValue());
-    for (const auto& piece : pieces) {
-        if (const auto number = decimalNumber(trimmed(piece)))
+    for (const auto part : parts) {
+        if (const auto number = decimalNumber(trimmed(part)))
             numbers.push_back(*number);
     }
-    if (pieces.size() != 4 || numbers.size() != 4)
+    if (parts.size() != 4 || numbers.size() != 4)
         throw CLIError("--region must be four finite numbers: x,y,width,height.");
     const CaptureRegion region = {numbers[0], numbers[1], numbers[2], numbers[3]};
     if (region.width < smallestRegionSide || region.height < smallestRegionSide)

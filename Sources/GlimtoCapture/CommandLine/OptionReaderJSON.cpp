@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <optional>
 
@@ -38,31 +39,28 @@ JSON parsedTarget(const std::string& text)
     }
 }
 
-// The member when it is there and not null.
-const JSON* member(const JSON& object, const char* key)
+// The member when it is there and not null. One that `isRight` refuses is told as not `what`.
+template <typename IsRight>
+const JSON* member(const JSON& object, const char* key, IsRight&& isRight, const std::string& what)
 {
     const auto found = object.find(key);
-    return found == object.end() || found->is_null() ? nullptr : &*found;
+    if (found == object.end() || found->is_null())
+        return nullptr;
+    if (!isRight(*found))
+        throwInvalidTarget("\"" + std::string(key) + "\" is not " + what);
+    return &*found;
 }
 
 std::optional<std::string> stringMember(const JSON& object, const char* key)
 {
-    const JSON* value = member(object, key);
-    if (value == nullptr)
-        return std::nullopt;
-    if (!value->is_string())
-        throwInvalidTarget("\"" + std::string(key) + "\" is not a string");
-    return value->get<std::string>();
+    const JSON* value = member(object, key, std::mem_fn(&JSON::is_string), "a string");
+    return value ? std::optional(value->get<std::string>()) : std::nullopt;
 }
 
 std::optional<double> numberMember(const JSON& object, const char* key)
 {
-    const JSON* value = member(object, key);
-    if (value == nullptr)
-        return std::nullopt;
-    if (!value->is_number())
-        throwInvalidTarget("\"" + std::string(key) + "\" is not a number");
-    return value->get<double>();
+    const JSON* value = member(object, key, std::mem_fn(&JSON::is_number), "a number");
+    return value ? std::optional(value->get<double>()) : std::nullopt;
 }
 
 // A number without a fraction counts as an integer however it is written: 1 and 1.0 are the same number.
@@ -75,14 +73,16 @@ std::optional<double> wholeNumber(const JSON& value)
 
 std::optional<std::int64_t> integerMember(const JSON& object, const char* key)
 {
-    const JSON* value = member(object, key);
-    if (value == nullptr)
+    const auto fits = [](const JSON& value) {
+        constexpr double limit = 9223372036854775808.0; // 2 to the 63rd
+        const auto number = wholeNumber(value);
+        return number && *number >= -limit && *number < limit;
+    };
+    const JSON* value = member(object, key, fits, "an integer");
+    if (!value)
         return std::nullopt;
-    const auto number = wholeNumber(*value);
-    constexpr double limit = 9223372036854775808.0; // 2 to the 63rd
-    if (!number || *number < -limit || *number >= limit)
-        throwInvalidTarget("\"" + std::string(key) + "\" is not an integer");
-    return value->is_number_integer() ? value->get<std::int64_t>() : static_cast<std::int64_t>(*number);
+    return value->is_number_integer() ? value->get<std::int64_t>()
+                                      : static_cast<std::int64_t>(value->get<double>());
 }
 
 // All keys are decoded before any rule is checked, so that a wrong type is always told as such.
@@ -111,7 +111,7 @@ ScreenshotTarget regionTarget(const DecodedTarget& target)
     if (!target.x || !target.y || !target.width || !target.height)
         throw CLIError("--target-json region requires x, y, width, and height.");
     const CaptureRegion region = {*target.x, *target.y, *target.width, *target.height};
-    if (!region.rect().isFinite())
+    if (!region.isFinite())
         throw CLIError("--target-json region values must be finite numbers.");
     if (region.width < 1 || region.height < 1)
         throw CLIError("--target-json region width and height must be at least 1.");

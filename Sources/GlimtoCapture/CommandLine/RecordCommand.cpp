@@ -141,11 +141,7 @@ void RecordCommand::reportFailure(const std::exception_ptr& error) const
     // a window system that went away.
     const auto code = ownCode(error).value_or(
         GlimtoCaptureEventEmitter::errorCode(facts, std::nullopt, "recording_failed"));
-    emitter_.emit({.kind = "recording_failed",
-        .recordingId = recordingId_,
-        .error = GlimtoCaptureEventError(code, facts),
-        .state = "failed"});
-    emitter_.emitStatus("failed");
+    emitter_.emitFailure("recording_failed", recordingId_, code, facts);
 }
 
 std::optional<std::filesystem::path> RecordCommand::managedRoot() const

@@ -38,12 +38,12 @@ WindowSystemCapabilities UnavailableWindowSystem::capabilities() const
         .placesClicks = false};
 }
 
-ShareableContent UnavailableWindowSystem::Content::fetch(const ContentQuery&)
+ShareableContent UnavailableWindowSystem::fetch(const ContentQuery&)
 {
     throw unavailable(reason_);
 }
 
-std::shared_ptr<CaptureOpening> UnavailableWindowSystem::Capture::makeOpening(const CaptureRequest&)
+std::shared_ptr<CaptureOpening> UnavailableWindowSystem::makeOpening(const CaptureRequest&)
 {
     return std::make_shared<RefusedOpening>(reason_);
 }

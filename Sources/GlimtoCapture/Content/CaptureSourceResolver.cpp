@@ -245,7 +245,7 @@ ScreenshotRegionSource CaptureSourceResolver::resolveScreenshotRegion(const Shar
 {
     const Display& display = displayContainingRegion(region, content.displays);
     auto filter = displayFilter(display, content, std::nullopt, includedGlimtoWindowIDs);
-    Rect local = intersection(region.rect(), display.frame);
+    Rect local = intersection(region, display.frame);
     local.x -= display.frame.x;
     local.y -= display.frame.y;
     const ScreenshotRegionGeometry geometry(local, pixelScale(filter, displayScale(display)));
@@ -284,7 +284,7 @@ CaptureGeometry CaptureSourceResolver::resolveGeometry(const ShareableContent& c
         geometry.globalFrame = window.frame;
         geometry.pointScale = windowPixelScale(windowFilter(window), window, content);
     } else if (options.captureRegion) {
-        geometry.globalFrame = options.captureRegion->rect();
+        geometry.globalFrame = *options.captureRegion;
         geometry.pointScale
             = displayPixelScale(displayContainingRegion(*options.captureRegion, content.displays));
     } else {

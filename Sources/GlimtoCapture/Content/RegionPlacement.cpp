@@ -33,12 +33,11 @@ std::vector<std::size_t> overlappingDisplays(const Rect& region, std::span<const
 
 const Display& displayContainingRegion(const CaptureRegion& region, std::span<const Display> displays)
 {
-    const Rect rect = region.rect();
-    const auto overlapping = overlappingDisplays(rect, displays);
+    const auto overlapping = overlappingDisplays(region, displays);
     if (overlapping.empty())
         throw CLIError("Selected region did not overlap a capturable display.");
     for (const std::size_t index : overlapping) {
-        if (holds(displays[index].frame, rect))
+        if (holds(displays[index].frame, region))
             return displays[index];
     }
     if (overlapping.size() == 1)

@@ -45,12 +45,11 @@ void InputEventRecorder::start()
     tapThread_.start(limits_.start);
 }
 
-void InputEventRecorder::setClockAnchor(
-    std::int64_t ptsValue, std::int32_t ptsTimescale, std::int64_t hostTimeNs)
+void InputEventRecorder::setClockAnchor(MediaTime firstVideoSample)
 {
-    track_->setClockAnchor({.firstVideoSamplePtsValue = ptsValue,
-        .firstVideoSamplePtsTimescale = ptsTimescale,
-        .firstVideoSampleHostTimeNs = hostTimeNs});
+    track_->setClockAnchor({.firstVideoSamplePtsValue = firstVideoSample.value,
+        .firstVideoSamplePtsTimescale = firstVideoSample.timescale,
+        .firstVideoSampleHostTimeNs = firstVideoSample.nanoseconds()});
 }
 
 void InputEventRecorder::stop(bool cursorHidden)

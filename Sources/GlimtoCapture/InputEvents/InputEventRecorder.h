@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdint>
 #include <filesystem>
 #include <memory>
 
@@ -11,6 +10,7 @@
 #include "InputEvents/InputEventTrack.h"
 #include "InputEvents/PartialEventsFile.h"
 #include "Platform/EventTap.h"
+#include "Platform/MediaTime.h"
 #include "Support/LineOutput.h"
 
 namespace glimto {
@@ -43,8 +43,9 @@ public:
     // Waits until the tap is installed or refused, for `limits.start` at most.
     void start();
 
-    // When the first video frame was; only the first call counts. Events from before it are dropped.
-    void setClockAnchor(std::int64_t ptsValue, std::int32_t ptsTimescale, std::int64_t hostTimeNs);
+    // When the first video frame was, on the host clock; only the first call counts. Events from before it
+    // are dropped.
+    void setClockAnchor(MediaTime firstVideoSample);
 
     // Ends the tap and writes the document. Without an anchor its list of events is empty. Does nothing
     // the second time.

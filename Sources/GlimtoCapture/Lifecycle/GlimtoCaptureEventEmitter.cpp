@@ -32,6 +32,16 @@ void GlimtoCaptureEventEmitter::emitStatus(std::string_view state) const
     standardOutput_.writeLine("GLIMTO_RECORDING_STATUS=" + std::string(state));
 }
 
+void GlimtoCaptureEventEmitter::emitFailure(const std::string& kind,
+    const std::optional<std::string>& recordingId, const std::string& code, const ErrorFacts& error) const
+{
+    emit({.kind = kind,
+        .recordingId = recordingId,
+        .error = GlimtoCaptureEventError(code, error),
+        .state = "failed"});
+    emitStatus("failed");
+}
+
 std::optional<std::string> GlimtoCaptureEventEmitter::recordingId(const RecordOptions& options)
 {
     if (!options.upload)

@@ -33,6 +33,10 @@ public:
     // Writes "GLIMTO_RECORDING_STATUS=" and `state`.
     void emitStatus(std::string_view state) const;
 
+    // The end of a recording that failed: the event `kind` with the error, and the status "failed".
+    void emitFailure(const std::string& kind, const std::optional<std::string>& recordingId,
+        const std::string& code, const ErrorFacts& error) const;
+
     // The trimmed recording id of the upload options; absent when there is none or nothing remains.
     static std::optional<std::string> recordingId(const RecordOptions& options);
 

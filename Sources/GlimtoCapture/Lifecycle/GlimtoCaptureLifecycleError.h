@@ -4,7 +4,9 @@
 #include <string>
 #include <utility>
 
+#include "Platform/ScreenAccess.h"
 #include "Support/Errors.h"
+#include "Support/LineOutput.h"
 
 namespace glimto {
 
@@ -33,5 +35,9 @@ private:
     std::string code_;
     std::optional<ErrorFacts> cause_;
 };
+
+// Throws GlimtoCaptureLifecycleError "screen_permission_denied" when the screen may not be captured, and
+// tells why on `standardError`.
+void requireScreenCaptureAccess(const ScreenCaptureAccess& access, LineOutput& standardError);
 
 } // namespace glimto

@@ -7,12 +7,6 @@ namespace glimto {
 
 namespace {
 
-constexpr std::array formats = {PixelFormat::xrgb8888, PixelFormat::argb8888, PixelFormat::xbgr8888,
-    PixelFormat::abgr8888, PixelFormat::rgbx8888, PixelFormat::rgba8888, PixelFormat::bgrx8888,
-    PixelFormat::bgra8888, PixelFormat::rgb888, PixelFormat::bgr888, PixelFormat::xrgb2101010,
-    PixelFormat::argb2101010, PixelFormat::xbgr2101010, PixelFormat::abgr2101010, PixelFormat::rgb565,
-    PixelFormat::bgr565, PixelFormat::xrgb1555, PixelFormat::xbgr1555};
-
 // The same with red and blue exchanged.
 constexpr PixelLayout mirrored(const PixelLayout& layout)
 {
@@ -26,6 +20,46 @@ constexpr PixelLayout rgb30 = {4, {20, 10}, {10, 10}, {0, 10}};
 constexpr PixelLayout rgb16 = {2, {11, 5}, {5, 6}, {0, 5}};
 constexpr PixelLayout rgb15 = {2, {10, 5}, {5, 5}, {0, 5}};
 
+struct KnownFormat {
+    PixelFormat format;
+    PixelLayout layout;
+    bool hasAlpha = false;
+};
+
+constexpr std::array<KnownFormat, 18> known = {{
+    {PixelFormat::xrgb8888, rgb32},
+    {PixelFormat::argb8888, rgb32, true},
+    {PixelFormat::xbgr8888, mirrored(rgb32)},
+    {PixelFormat::abgr8888, mirrored(rgb32), true},
+    {PixelFormat::rgbx8888, rgbWithX},
+    {PixelFormat::rgba8888, rgbWithX, true},
+    {PixelFormat::bgrx8888, mirrored(rgbWithX)},
+    {PixelFormat::bgra8888, mirrored(rgbWithX), true},
+    {PixelFormat::rgb888, rgb24},
+    {PixelFormat::bgr888, mirrored(rgb24)},
+    {PixelFormat::xrgb2101010, rgb30},
+    {PixelFormat::argb2101010, rgb30, true},
+    {PixelFormat::xbgr2101010, mirrored(rgb30)},
+    {PixelFormat::abgr2101010, mirrored(rgb30), true},
+    {PixelFormat::rgb565, rgb16},
+    {PixelFormat::bgr565, mirrored(rgb16)},
+    {PixelFormat::xrgb1555, rgb15},
+    {PixelFormat::xbgr1555, mirrored(rgb15)},
+}};
+
+constexpr auto formats = [] {
+    std::array<PixelFormat, known.size()> result = {};
+    std::ranges::transform(known, result.begin(), &KnownFormat::format);
+    return result;
+}();
+
+// The usual one comes first, so that looking for it costs nothing.
+const KnownFormat& entryOf(PixelFormat format)
+{
+    const auto found = std::ranges::find(known, format, &KnownFormat::format);
+    return found == known.end() ? known.front() : *found;
+}
+
 } // namespace
 
 std::span<const PixelFormat> pixelFormats()
@@ -35,54 +69,12 @@ std::span<const PixelFormat> pixelFormats()
 
 PixelLayout layoutOf(PixelFormat format)
 {
-    switch (format) {
-    case PixelFormat::xrgb8888:
-    case PixelFormat::argb8888:
-        break;
-    case PixelFormat::xbgr8888:
-    case PixelFormat::abgr8888:
-        return mirrored(rgb32);
-    case PixelFormat::rgbx8888:
-    case PixelFormat::rgba8888:
-        return rgbWithX;
-    case PixelFormat::bgrx8888:
-    case PixelFormat::bgra8888:
-        return mirrored(rgbWithX);
-    case PixelFormat::rgb888:
-        return rgb24;
-    case PixelFormat::bgr888:
-        return mirrored(rgb24);
-    case PixelFormat::xrgb2101010:
-    case PixelFormat::argb2101010:
-        return rgb30;
-    case PixelFormat::xbgr2101010:
-    case PixelFormat::abgr2101010:
-        return mirrored(rgb30);
-    case PixelFormat::rgb565:
-        return rgb16;
-    case PixelFormat::bgr565:
-        return mirrored(rgb16);
-    case PixelFormat::xrgb1555:
-        return rgb15;
-    case PixelFormat::xbgr1555:
-        return mirrored(rgb15);
-    }
-    return rgb32;
+    return entryOf(format).layout;
 }
 
 bool hasAlpha(PixelFormat format)
 {
-    switch (format) {
-    case PixelFormat::argb8888:
-    case PixelFormat::abgr8888:
-    case PixelFormat::rgba8888:
-    case PixelFormat::bgra8888:
-    case PixelFormat::argb2101010:
-    case PixelFormat::abgr2101010:
-        return true;
-    default:
-        return false;
-    }
+    return entryOf(format).hasAlpha;
 }
 
 std::optional<PixelFormat> pixelFormatOfCode(std::uint32_t fourCharacterCode)
@@ -94,9 +86,8 @@ std::optional<PixelFormat> pixelFormatOfCode(std::uint32_t fourCharacterCode)
 std::optional<PixelFormat> pixelFormatOfMasks(
     std::size_t bytesPerPixel, std::uint32_t red, std::uint32_t green, std::uint32_t blue)
 {
-    for (const PixelFormat format : formats) {
-        const PixelLayout layout = layoutOf(format);
-        if (!hasAlpha(format) && layout.bytesPerPixel == bytesPerPixel && layout.red.mask() == red
+    for (const auto& [format, layout, hasAlpha] : known) {
+        if (!hasAlpha && layout.bytesPerPixel == bytesPerPixel && layout.red.mask() == red
             && layout.green.mask() == green && layout.blue.mask() == blue)
             return format;
     }

@@ -33,6 +33,13 @@ struct VideoFrame {
     // means that nothing changed. A consumer that missed that frame must take all as changed.
     // The first frame of a stream has one rectangle that covers it.
     std::vector<PixelRect> changedRects;
+
+    // Whether it shows the screen: it has a picture, and its status, when there is one, is complete or
+    // started.
+    bool isUsable() const
+    {
+        return picture && (!status || status == FrameStatus::complete || status == FrameStatus::started);
+    }
 };
 
 } // namespace glimto

@@ -44,7 +44,7 @@ public:
     virtual Pasteboard& pasteboard() = 0;
 
     // Null where the system takes no single pictures; the first frame of a capture then serves instead.
-    virtual StillCapture* stills() = 0;
+    virtual StillCapture* stills() { return nullptr; }
 };
 
 } // namespace glimto

@@ -1,8 +1,6 @@
 #include "Progress/ProgressChannel.h"
 
 #include <cerrno>
-#include <charconv>
-#include <optional>
 #include <utility>
 
 #include <fcntl.h>
@@ -10,21 +8,12 @@
 #include <unistd.h>
 
 #include "Progress/ProgressJSON.h"
+#include "Support/DecimalText.h"
 #include "Support/Text.h"
 
 namespace glimto {
 
 namespace {
-
-std::optional<int> numberOf(const std::string& text)
-{
-    int number = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || stop != end || number < 0)
-        return std::nullopt;
-    return number;
-}
 
 // Why the progress channel cannot be there; empty when it can.
 std::string problemOf(int descriptor)
@@ -49,8 +38,8 @@ ProgressDescriptor ProgressDescriptor::take(const ProcessEnvironment& process)
     const auto value = process.variable(variable);
     if (!value || value->empty())
         return {};
-    const auto number = numberOf(*value);
-    const std::string problem = number ? problemOf(*number) : "is no number of a descriptor";
+    const auto number = wholeNumber<int>(*value);
+    const std::string problem = number && *number >= 0 ? problemOf(*number) : "is no number of a descriptor";
     if (!problem.empty())
         return {{}, std::string(variable) + ": \"" + excerpt(*value) + "\" " + problem};
     ::fcntl(*number, F_SETFD, FD_CLOEXEC);

@@ -14,14 +14,6 @@ constexpr std::chrono::seconds endLimit(1);
 } // namespace
 
 struct ProgressReporter::Work {
-    Work(std::shared_ptr<RecordingFigures> recordingFigures,
-        std::vector<std::shared_ptr<ProgressSink>> progressSinks, std::chrono::nanoseconds showingInterval)
-        : figures(std::move(recordingFigures))
-        , sinks(std::move(progressSinks))
-        , interval(showingInterval)
-    {
-    }
-
     std::shared_ptr<RecordingFigures> figures;
     std::vector<std::shared_ptr<ProgressSink>> sinks;
     std::chrono::nanoseconds interval;
@@ -45,7 +37,7 @@ struct ProgressReporter::Work {
 
 ProgressReporter::ProgressReporter(std::shared_ptr<RecordingFigures> figures,
     std::vector<std::shared_ptr<ProgressSink>> sinks, std::chrono::nanoseconds interval)
-    : work_(std::make_shared<Work>(std::move(figures), std::move(sinks), interval))
+    : work_(new Work{std::move(figures), std::move(sinks), interval})
 {
     if (work_->sinks.empty())
         return;

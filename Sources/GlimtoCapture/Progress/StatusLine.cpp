@@ -68,18 +68,20 @@ void StatusLine::stepAside(const std::function<void()>& write)
 
 void TerminalLineOutput::writeLine(std::string_view line)
 {
-    if (statusLine_)
-        statusLine_->stepAside([&] { inner_.writeLine(line); });
-    else
-        inner_.writeLine(line);
+    write([&] { inner_.writeLine(line); });
 }
 
 void TerminalLineOutput::writeDocument(std::string_view text)
 {
+    write([&] { inner_.writeDocument(text); });
+}
+
+void TerminalLineOutput::write(const std::function<void()>& write)
+{
     if (statusLine_)
-        statusLine_->stepAside([&] { inner_.writeDocument(text); });
+        statusLine_->stepAside(write);
     else
-        inner_.writeDocument(text);
+        write();
 }
 
 } // namespace glimto

@@ -50,6 +50,8 @@ public:
     void writeDocument(std::string_view text) override;
 
 private:
+    void write(const std::function<void()>& write);
+
     LineOutput& inner_;
     const std::shared_ptr<StatusLine> statusLine_; // shared with who draws it; may be null
 };

@@ -31,11 +31,11 @@ CaptureStart::CaptureStart(
 }
 
 std::exception_ptr CaptureStart::waitOrGiveUp(
-    bool mayAskUser, const std::function<bool(std::chrono::nanoseconds)>& isSettled)
+    Question question, const std::function<bool(std::chrono::nanoseconds)>& isSettled)
 {
     using Clock = std::chrono::steady_clock;
     const auto began = Clock::now();
-    const auto limit = mayAskUser ? limits_.stepWithQuestion : limits_.step;
+    const auto limit = question == Question::possible ? limits_.stepWithQuestion : limits_.step;
     while (!isSettled(std::min(round, limit))) {
         const auto waited = Clock::now() - began;
         if (waited >= limits_.patience && wishes_.announceFirst()) {

@@ -26,6 +26,9 @@ struct CaptureStartLimits {
 // user who does not answer can be given up: by a stop wish, or when its time is over.
 class CaptureStart {
 public:
+    // Whether a step may ask the user, who then takes time to answer.
+    enum class Question { none, possible };
+
     // The references outlive this object.
     CaptureStart(RecordingStopWishes& wishes, RecordingProgress& progress, const CaptureStartLimits& limits);
 
@@ -37,11 +40,11 @@ public:
     // out after <whole seconds>s.".
     template <typename Operation>
     std::invoke_result_t<Operation&> run(
-        bool mayAskUser, Operation operation, const std::function<void()>& giveUp)
+        Question question, Operation operation, const std::function<void()>& giveUp)
     {
         SerialQueue queue("glimto.capture.start");
         return queue.runUntil(std::move(operation), [&](const auto& isSettledWithin) {
-            auto reason = waitOrGiveUp(mayAskUser, isSettledWithin);
+            auto reason = waitOrGiveUp(question, isSettledWithin);
             if (reason) {
                 giveUp();
                 isSettledWithin(limits_.givingUp);
@@ -53,7 +56,7 @@ public:
 private:
     // Null once `isSettled` says so within its limit; else why the step is given up.
     std::exception_ptr waitOrGiveUp(
-        bool mayAskUser, const std::function<bool(std::chrono::nanoseconds)>& isSettled);
+        Question question, const std::function<bool(std::chrono::nanoseconds)>& isSettled);
 
     RecordingStopWishes& wishes_;
     RecordingProgress& progress_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <thread>
 
 namespace glimto {
 
@@ -19,8 +20,8 @@ public:
 // The monotonic clock of the system.
 class SystemRecordingClock final : public RecordingClock {
 public:
-    Seconds now() override;
-    void sleepFor(Seconds duration) override;
+    Seconds now() override { return std::chrono::steady_clock::now().time_since_epoch(); }
+    void sleepFor(Seconds duration) override { std::this_thread::sleep_for(duration); }
 };
 
 } // namespace glimto

@@ -78,9 +78,13 @@ void writeArtifacts(const RecordOptions& options, const RecordingTake& take, con
     try {
         const RecordingArtifactWriter artifacts{
             take.plan, recordingAudioSampleRate, recordingAudioChannelCount};
-        artifacts.writeAll(take.writer->initializationSegmentKey().value(),
-            take.writer->audioInitializationSegmentKey(), tracks, take.facts.width, take.facts.height,
-            options, take.facts.description);
+        artifacts.writeAll({.videoInitSegmentKey = take.writer->initializationSegmentKey().value(),
+            .audioInitSegmentKey = take.writer->audioInitializationSegmentKey(),
+            .tracks = tracks,
+            .width = take.facts.width,
+            .height = take.facts.height,
+            .options = options,
+            .sourceDescription = take.facts.description});
         // From here on the take is said to be complete.
         take.directories.value().sync();
     } catch (const std::exception& error) {

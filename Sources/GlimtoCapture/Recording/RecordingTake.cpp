@@ -21,7 +21,7 @@ void RecordingTake::anchorInputEvents() const
     if (!eventRecorder)
         return;
     if (const auto anchor = writer->firstVideoSamplePtsAnchor())
-        eventRecorder->setClockAnchor(anchor->value, anchor->timescale, anchor->hostTimeNs);
+        eventRecorder->setClockAnchor(*anchor);
 }
 
 void RecordingTake::stopInputEvents(bool cursorHidden) const

@@ -42,7 +42,7 @@ AudioInput::Handlers ScreenCaptureOutput::systemAudioHandlers()
 void ScreenCaptureOutput::didOutputFrame(const VideoFrame& frame) noexcept
 {
     try {
-        if (!isUsableScreenFrame(frame))
+        if (!frame.isUsable())
             return;
         thumbnailWriter_->captureFirstFrame(frame);
         writer_->appendVideoFrame(frame);
@@ -85,13 +85,6 @@ void ScreenCaptureOutput::didStopWithError(const std::exception_ptr& error) noex
 std::exception_ptr ScreenCaptureOutput::stoppedWithError() const
 {
     return stoppedWithError_.with([](const std::exception_ptr& error) { return error; });
-}
-
-bool ScreenCaptureOutput::isUsableScreenFrame(const VideoFrame& frame)
-{
-    const bool showsScreen
-        = !frame.status || *frame.status == FrameStatus::complete || *frame.status == FrameStatus::started;
-    return showsScreen && frame.picture != nullptr;
 }
 
 } // namespace glimto

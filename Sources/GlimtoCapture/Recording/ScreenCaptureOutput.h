@@ -48,10 +48,6 @@ public:
     // Why the stream ended by itself; null while it has not.
     std::exception_ptr stoppedWithError() const;
 
-    // Whether the frame shows the screen: it carries a picture, and its status, when it has one, is
-    // complete or started.
-    static bool isUsableScreenFrame(const VideoFrame& frame);
-
 private:
     const std::shared_ptr<SegmentedMP4Writer> writer_; // shared with the session's stop stages
     const std::shared_ptr<ThumbnailWriter> thumbnailWriter_; // likewise

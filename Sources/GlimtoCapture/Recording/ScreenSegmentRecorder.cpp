@@ -117,11 +117,7 @@ void ScreenSegmentRecorder::requirePermission(std::string_view nextStage, Record
 {
     const auto access = services_.windowSystem.access().preflightScreenCaptureAccess();
     progress.captureStarting(nextStage, access.allowsOpening());
-    if (access.allowsOpening())
-        return;
-    outputs_.standardError.writeLine("warning: " + access.obstacle);
-    throw GlimtoCaptureLifecycleError(
-        "screen_permission_denied", "Screen Recording permission is not granted for glimto-capture.");
+    requireScreenCaptureAccess(access, outputs_.standardError);
 }
 
 // Everything that can be refused is resolved here, and nothing on the disk changes.
@@ -155,8 +151,10 @@ void ScreenSegmentRecorder::openCapture(const RecordOptions& options, const Capt
 {
     WindowSystem& system = services_.windowSystem;
     const auto opening = system.capture().makeOpening(request);
+    using Question = CaptureStart::Question;
     const auto opened = captureStart.run(
-        system.capabilities().asksUser, [opening] { return opening->open(); }, [&] { opening->giveUp(); });
+        system.capabilities().asksUser ? Question::possible : Question::none,
+        [opening] { return opening->open(); }, [&] { opening->giveUp(); });
     take.stream = opened.stream;
     take.facts = opened.facts;
     if (system.capabilities().asksUser)
@@ -224,7 +222,7 @@ void ScreenSegmentRecorder::start(const RecordOptions& options, RecordingTake& t
     take.directories = std::move(directories);
     take.plan = OutputPlan::prepare(options.outputDirectory, options.overwrite);
     captureStart.run(
-        false,
+        CaptureStart::Question::none,
         [stream = take.stream, handlers = take.output->handlers()]() mutable {
             stream->start(std::move(handlers));
         },

@@ -135,7 +135,7 @@ void SegmentedMP4Writer::appendAudioOnQueue(const AudioBuffer& buffer)
 
 bool SegmentedMP4Writer::startSession(MediaTime firstTime)
 {
-    state_.firstSample = {firstTime.value, firstTime.timescale, firstTime.nanoseconds()};
+    state_.firstSample = firstTime;
     if (!startWriter(*videoWriter_, "video") || (audioWriter_ && !startWriter(*audioWriter_, "audio"))) {
         state_.lifecycle = Lifecycle::cancelled;
         videoWriter_->cancelWriting();
@@ -281,7 +281,7 @@ std::exception_ptr SegmentedMP4Writer::failure()
     return error;
 }
 
-std::optional<VideoSamplePtsAnchor> SegmentedMP4Writer::firstVideoSamplePtsAnchor()
+std::optional<MediaTime> SegmentedMP4Writer::firstVideoSamplePtsAnchor()
 {
     return stateNow().firstSample;
 }

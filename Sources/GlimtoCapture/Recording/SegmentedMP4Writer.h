@@ -18,15 +18,6 @@
 
 namespace glimto {
 
-// The first frame's time as the stream gave it, and the same in nanoseconds of the host clock.
-struct VideoSamplePtsAnchor {
-    std::int64_t value = 0;
-    std::int32_t timescale = 0;
-    std::int64_t hostTimeNs = 0;
-
-    friend bool operator==(const VideoSamplePtsAnchor&, const VideoSamplePtsAnchor&) = default;
-};
-
 // Turns live frames and sound into fragmented MP4 files for HLS (RFC 8216 section 3.3) in the take's
 // segment directories, while the recording runs: one track of segments for video and, if wanted, one for
 // audio.
@@ -87,8 +78,8 @@ public:
     // encoder's own failure. Null while all is well. Cheap enough to ask several times a second.
     std::exception_ptr failure();
 
-    // Absent before the first frame.
-    std::optional<VideoSamplePtsAnchor> firstVideoSamplePtsAnchor();
+    // The first frame's time as the stream gave it, on the host clock. Absent before that frame.
+    std::optional<MediaTime> firstVideoSamplePtsAnchor();
 
     // "segments/video/init.mp4" and "segments/audio/init.mp4" once these files are on the disk.
     std::optional<std::string> initializationSegmentKey();
@@ -101,7 +92,7 @@ private:
     struct State {
         Lifecycle lifecycle = Lifecycle::initialized;
         std::optional<MediaTime> sessionStartTime;
-        std::optional<VideoSamplePtsAnchor> firstSample;
+        std::optional<MediaTime> firstSample; // its time, also when no writer could be started
         std::int64_t appendFailures = 0;
         std::int64_t appendedFrames = 0;
         std::int64_t appendedAudioSamples = 0; // of one channel

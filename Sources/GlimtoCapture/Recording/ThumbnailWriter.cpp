@@ -47,13 +47,6 @@ void writeThumbnail(const PixelBuffer& pixels, const std::filesystem::path& outp
 } // namespace
 
 struct ThumbnailWriter::State {
-    State(std::filesystem::path url, ImageCodec& imageCodec, LineOutput& errors)
-        : outputURL(std::move(url))
-        , codec(imageCodec)
-        , standardError(errors)
-    {
-    }
-
     const std::filesystem::path outputURL;
     ImageCodec& codec;
     LineOutput& standardError;
@@ -62,7 +55,7 @@ struct ThumbnailWriter::State {
         bool didScheduleWrite = false;
         bool isWriting = false;
     };
-    Guarded<Progress> progress;
+    Guarded<Progress> progress{};
 
     bool claimFirstFrame()
     {
@@ -94,7 +87,7 @@ struct ThumbnailWriter::State {
 
 ThumbnailWriter::ThumbnailWriter(
     std::filesystem::path outputURL, ImageCodec& codec, LineOutput& standardError)
-    : state_(std::make_shared<State>(std::move(outputURL), codec, standardError))
+    : state_(new State{std::move(outputURL), codec, standardError})
     , queue_("glimto.capture.thumbnail")
 {
 }

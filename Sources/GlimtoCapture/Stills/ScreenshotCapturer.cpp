@@ -74,8 +74,9 @@ ScreenshotMetadataJSON ScreenshotCapturer::capture(const ScreenshotOptions& opti
 {
     if (!options.outputURL)
         throw CLIError("screenshot requires --output <png>.");
-    const auto foregroundProcessID = services_.windowSystem.access().frontmostProcessID();
-    requirePermission();
+    ScreenAccess& access = services_.windowSystem.access();
+    const auto foregroundProcessID = access.frontmostProcessID();
+    requireScreenCaptureAccess(access.preflightScreenCaptureAccess(), outputs_.standardError);
     const auto content = ScreenCaptureShareableContent(services_.windowSystem.content()).recordingSources();
     const auto includedGlimtoWindowIDs = options.includedGlimtoWindowIDs
         ? *options.includedGlimtoWindowIDs
@@ -150,26 +151,14 @@ PixelCanvas ScreenshotCapturer::captureImageWithFirstFrameStream(
     return imageOfFrame(firstFrame(*stream, *output).pixelBuffer->pixels());
 }
 
-void ScreenshotCapturer::requirePermission()
-{
-    const auto access = services_.windowSystem.access().preflightScreenCaptureAccess();
-    if (access.allowsOpening())
-        return;
-    outputs_.standardError.writeLine("warning: " + access.obstacle);
-    throw GlimtoCaptureLifecycleError(
-        "screen_permission_denied", "Screen Recording permission is not granted for glimto-capture.");
-}
-
 ScreenshotCapturer::Target ScreenshotCapturer::resolve(const ScreenshotOptions& options,
     const ShareableContent& content, const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const
 {
-    if (options.target) {
-        if (const auto* region = std::get_if<CaptureRegion>(&*options.target)) {
-            auto resolved = resolver_.resolveScreenshotRegion(content, *region, includedGlimtoWindowIDs);
-            return {.source = std::move(resolved.source),
-                .pixelCropRect = resolved.pixelCropRect,
-                .captureKind = "region"};
-        }
+    if (const auto* region = options.target ? std::get_if<CaptureRegion>(&*options.target) : nullptr) {
+        auto resolved = resolver_.resolveScreenshotRegion(content, *region, includedGlimtoWindowIDs);
+        return {.source = std::move(resolved.source),
+            .pixelCropRect = resolved.pixelCropRect,
+            .captureKind = "region"};
     }
     const auto* display = options.target ? std::get_if<DisplayTarget>(&*options.target) : nullptr;
     const std::int64_t index = display ? display->index : resolver_.displayIndexUnderCursor(content);

@@ -48,7 +48,6 @@ private:
         std::optional<PixelRect> pixelCropRect;
         const char* captureKind = "display";
     };
-    void requirePermission();
     Target resolve(const ScreenshotOptions& options, const ShareableContent& content,
         const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const;
     Target resolveRefreshed(

@@ -15,9 +15,7 @@ CaptureStream::Handlers ScreenshotFirstFrameOutput::handlers()
 
 void ScreenshotFirstFrameOutput::didOutputFrame(const VideoFrame& frame) noexcept
 {
-    const bool isUsable = frame.picture
-        && (!frame.status || *frame.status == FrameStatus::complete || *frame.status == FrameStatus::started);
-    if (isUsable)
+    if (frame.isUsable())
         complete(ScreenshotFrame{frame.picture});
 }
 

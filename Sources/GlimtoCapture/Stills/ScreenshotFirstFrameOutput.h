@@ -26,8 +26,7 @@ public:
     // Handlers that keep this object alive. The object must be owned by a shared_ptr.
     CaptureStream::Handlers handlers();
 
-    // Usable is a frame with a picture whose status, when it has one, is complete or started. All others,
-    // and all after the first, are ignored.
+    // Frames that are not usable, and all after the first that is, are ignored.
     void didOutputFrame(const VideoFrame& frame) noexcept;
 
     // The stream ended by itself.

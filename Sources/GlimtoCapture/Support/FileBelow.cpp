@@ -13,11 +13,6 @@ namespace glimto {
 
 namespace {
 
-[[noreturn]] void throwOpenError(const FileBelow& file, int errorNumber)
-{
-    throw PlatformError::posix("Could not open " + file.path().string(), errorNumber);
-}
-
 [[noreturn]] void throwReadError(const FileBelow& file, int errorNumber)
 {
     throw PlatformError::posix("Could not read " + file.path().string(), errorNumber);
@@ -47,7 +42,7 @@ FileDescriptor openDirectoryOf(const FileBelow& file)
         directory = FileDescriptor(::openat(directory.get(), piece.c_str(), flags | O_NOFOLLOW));
     }
     if (!directory)
-        throwOpenError(file, errno);
+        throw PlatformError::posix("Could not open " + file.path().string(), errno);
     return directory;
 }
 

@@ -203,16 +203,6 @@ std::vector<JSONFields> JSONFields::objects(const char* key) const
     return result;
 }
 
-std::optional<std::string> JSONFields::optionalText(const char* key) const
-{
-    return has(key) ? std::optional(text(key)) : std::nullopt;
-}
-
-std::optional<double> JSONFields::optionalNumber(const char* key) const
-{
-    return has(key) ? std::optional(number(key)) : std::nullopt;
-}
-
 std::vector<std::pair<std::string, std::string>> JSONFields::allTexts() const
 {
     std::vector<std::pair<std::string, std::string>> result;

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -46,10 +48,33 @@ public:
     }
     std::uint64_t unsignedInteger(const char* key) const;
 
-    // Absent when the field is missing or null.
-    std::optional<std::string> optionalText(const char* key) const;
-    std::optional<double> optionalNumber(const char* key) const;
+    // Whether the field is there and not null.
     bool has(const char* key) const;
+
+    // What the type of `value` asks for, by the operations above; a struct is read by its readFields(). An
+    // optional value stays as it is when the field is missing or null.
+    void read(const char* key, std::string& value) const { value = text(key); }
+    void read(const char* key, bool& value) const { value = flag(key); }
+    void read(const char* key, double& value) const { value = number(key); }
+    void read(const char* key, std::uint64_t& value) const { value = unsignedInteger(key); }
+    void read(const char* key, std::vector<std::string>& value) const { value = texts(key); }
+    template <std::signed_integral Integer> void read(const char* key, Integer& value) const
+    {
+        value = integer<Integer>(key);
+    }
+    template <typename Value> void read(const char* key, std::optional<Value>& value) const
+    {
+        if (has(key))
+            read(key, value.emplace());
+    }
+    template <typename Struct> void read(const char* key, std::vector<Struct>& value) const
+    {
+        for (const JSONFields& fields : objects(key))
+            readFields(fields, value.emplace_back());
+    }
+    template <typename Struct>
+    requires std::is_class_v<Struct>
+    void read(const char* key, Struct& value) const { readFields(object(key), value); }
 
     // Every field, each of which must be a text, by its key.
     std::vector<std::pair<std::string, std::string>> allTexts() const;
@@ -65,5 +90,14 @@ private:
     std::string source_;
     std::string path_; // of this object, with a dot at its end, or empty
 };
+
+// A struct from the text of its JSON object, by its readFields().
+template <typename Struct> Struct readJSON(std::string_view text, const std::string& source)
+{
+    const auto json = parseJSON(text, source);
+    Struct value;
+    readFields(JSONFields(json, source), value);
+    return value;
+}
 
 } // namespace glimto

@@ -47,11 +47,18 @@ void setMember(nlohmann::json& object, const char* key, const std::optional<Valu
 
 #define GLIMTO_JSON_MEMBER(field) glimto::setMember(object, #field, value.field);
 
-// Defines toJSON() for a struct whose JSON keys equal the names of its fields, which are listed after it.
+#define GLIMTO_JSON_READ_MEMBER(field) fields.read(#field, value.field);
+
+// Defines toJSON(), and readFields() for JSONFields, for a struct whose JSON keys equal the names of its
+// fields, which are listed after it.
 #define GLIMTO_JSON_OBJECT(Type, ...)                                                                        \
     inline nlohmann::json toJSON(const Type& value)                                                          \
     {                                                                                                        \
         auto object = nlohmann::json::object();                                                              \
         NLOHMANN_JSON_EXPAND(NLOHMANN_JSON_PASTE(GLIMTO_JSON_MEMBER, __VA_ARGS__))                           \
         return object;                                                                                       \
+    }                                                                                                        \
+    template <typename Fields> void readFields(const Fields& fields, Type& value)                            \
+    {                                                                                                        \
+        NLOHMANN_JSON_EXPAND(NLOHMANN_JSON_PASTE(GLIMTO_JSON_READ_MEMBER, __VA_ARGS__))                      \
     }

@@ -145,6 +145,24 @@ std::string prefixOfCodePoints(std::string_view text, std::size_t count)
     return std::string(text.substr(0, text.size() - rest.size()));
 }
 
+std::vector<std::string_view> pieces(std::string_view text, char separator)
+{
+    std::vector<std::string_view> result;
+    while (true) {
+        const std::size_t end = text.find(separator);
+        result.push_back(text.substr(0, end));
+        if (end == std::string_view::npos)
+            return result;
+        text.remove_prefix(end + 1);
+    }
+}
+
+bool isAlphanumeric(char character)
+{
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z')
+        || (character >= '0' && character <= '9');
+}
+
 std::string hexadecimal(std::span<const unsigned char> bytes)
 {
     constexpr std::string_view digits = "0123456789abcdef";

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace glimto {
 
@@ -48,6 +49,12 @@ std::string shortestDecimal(double value);
 
 // The first `count` code points of valid UTF-8 `text`, or all of it when it has no more.
 std::string prefixOfCodePoints(std::string_view text, std::size_t count);
+
+// The pieces between the separators, empty ones too: one more than there are separators.
+std::vector<std::string_view> pieces(std::string_view text, char separator);
+
+// Whether it is a letter or digit of ASCII.
+bool isAlphanumeric(char character);
 
 // Two lower-case digits a byte.
 std::string hexadecimal(std::span<const unsigned char> bytes);

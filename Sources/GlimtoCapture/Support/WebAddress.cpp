@@ -2,17 +2,21 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 
+#include "Support/DecimalText.h"
 #include "Support/Text.h"
 
 namespace glimto {
 
 namespace {
 
-bool isHexadecimalDigit(char character)
+// The byte that is escaped at `at` (RFC 3986 section 2.1); absent when none is.
+std::optional<unsigned> escapedByte(std::string_view text, std::size_t at)
 {
-    return (character >= '0' && character <= '9') || (character >= 'a' && character <= 'f')
-        || (character >= 'A' && character <= 'F');
+    const bool hasRoom = text[at] == '%' && at + 2 < text.size();
+    return hasRoom ? wholeNumber<unsigned>(text.substr(at + 1, 2), 16) : std::nullopt;
 }
 
 bool isURLCharacter(char character)
@@ -24,11 +28,7 @@ bool isURLCharacter(char character)
 bool hasOnlyURLCharacters(std::string_view text)
 {
     for (std::size_t at = 0; at < text.size(); ++at) {
-        if (!isURLCharacter(text[at]))
-            return false;
-        const bool isEscape
-            = at + 2 < text.size() && isHexadecimalDigit(text[at + 1]) && isHexadecimalDigit(text[at + 2]);
-        if (text[at] == '%' && !isEscape)
+        if (!isURLCharacter(text[at]) || (text[at] == '%' && !escapedByte(text, at)))
             return false;
     }
     return true;
@@ -36,17 +36,8 @@ bool hasOnlyURLCharacters(std::string_view text)
 
 bool isPortSuffix(std::string_view text)
 {
-    if (text.empty() || text == ":")
-        return true;
-    if (!text.starts_with(':'))
-        return false;
-    unsigned port = 0;
-    for (const char character : text.substr(1)) {
-        if (character < '0' || character > '9')
-            return false;
-        port = std::min(10 * port + static_cast<unsigned>(character - '0'), 65536U);
-    }
-    return port <= 65535;
+    return text.empty() || text == ":"
+        || (text.starts_with(':') && wholeNumber<std::uint16_t>(text.substr(1)));
 }
 
 // "host", "host:port" or "[IPv6 address]:port".
@@ -65,31 +56,17 @@ bool isHostAndPort(std::string_view text)
 // Whether the byte may stand in a path segment as it is (pchar of RFC 3986).
 bool isPathSegmentCharacter(char character)
 {
-    const bool isLetter = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-    const bool isDigit = character >= '0' && character <= '9';
     constexpr std::string_view others = "-._~!$&'()*+,;=:@";
-    return isLetter || isDigit || others.find(character) != std::string_view::npos;
-}
-
-unsigned hexadecimalValue(char digit)
-{
-    if (digit <= '9')
-        return static_cast<unsigned>(digit - '0');
-    return static_cast<unsigned>((digit | 0x20) - 'a' + 10);
+    return isAlphanumeric(character) || others.find(character) != std::string_view::npos;
 }
 
 std::string percentDecoded(std::string_view text)
 {
     std::string result;
     for (std::size_t at = 0; at < text.size(); ++at) {
-        const bool isEscape = text[at] == '%' && at + 2 < text.size() && isHexadecimalDigit(text[at + 1])
-            && isHexadecimalDigit(text[at + 2]);
-        if (isEscape) {
-            result += static_cast<char>(16 * hexadecimalValue(text[at + 1]) + hexadecimalValue(text[at + 2]));
-            at += 2;
-        } else {
-            result += text[at];
-        }
+        const auto escaped = escapedByte(text, at);
+        result += escaped ? static_cast<char>(*escaped) : text[at];
+        at += escaped ? 2 : 0;
     }
     return result;
 }

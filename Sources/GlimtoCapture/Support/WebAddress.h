@@ -6,6 +6,9 @@
 
 namespace glimto {
 
+// Read here and not by the library that sends: a command line is checked before that is loaded, and a command
+// that sends nothing never loads it. What is refused here never comes to it.
+
 // Whether `text` is a URL (RFC 3986) with the scheme "http" or "https", in lower case, and a host.
 bool isWebAddress(std::string_view text);
 

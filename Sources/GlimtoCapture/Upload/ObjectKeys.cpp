@@ -19,26 +19,11 @@ constexpr std::string_view segmentsPrefix = "segments/";
     throw CLIError(std::string(message) + excerpt(key));
 }
 
-std::vector<std::string_view> piecesBetweenSlashes(std::string_view text)
-{
-    std::vector<std::string_view> pieces;
-    while (true) {
-        const std::size_t end = text.find('/');
-        pieces.push_back(text.substr(0, end));
-        if (end == std::string_view::npos)
-            return pieces;
-        text.remove_prefix(end + 1);
-    }
-}
-
 bool isSafePiece(std::string_view piece)
 {
     return std::all_of(piece.begin(), piece.end(), [](char character) {
-        const bool isLetter
-            = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-        const bool isDigit = character >= '0' && character <= '9';
         constexpr std::string_view others = "._=@-";
-        return isLetter || isDigit || others.find(character) != std::string_view::npos;
+        return isAlphanumeric(character) || others.find(character) != std::string_view::npos;
     });
 }
 
@@ -53,10 +38,10 @@ std::string normalizeObjectRelativeKey(std::string_view key)
         rest.remove_prefix(1);
     while (rest.ends_with('/'))
         rest.remove_suffix(1);
-    const auto pieces = piecesBetweenSlashes(rest);
-    if (std::any_of(pieces.begin(), pieces.end(), [](std::string_view piece) { return piece.empty(); }))
+    const auto segments = pieces(rest, '/');
+    if (std::ranges::count(segments, std::string_view()) > 0)
         fail("Local artifact key must contain non-empty path segments: ", key);
-    for (const auto piece : pieces) {
+    for (const auto piece : segments) {
         if (piece == "." || piece == "..")
             fail("Local artifact key cannot contain relative path segments: ", key);
         if (!isSafePiece(piece))
@@ -99,7 +84,7 @@ std::vector<std::string> plannedRelativeUploadKeys(const UploadInstructions& ins
 FileBelow fileURL(const std::filesystem::path& root, std::string_view relativeKey)
 {
     FileBelow file{root, ""};
-    for (const auto piece : piecesBetweenSlashes(relativeKey)) {
+    for (const auto piece : pieces(relativeKey, '/')) {
         if (!piece.empty())
             file.name.append(file.name.empty() ? "" : "/").append(piece);
     }

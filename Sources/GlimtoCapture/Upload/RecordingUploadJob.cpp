@@ -59,12 +59,12 @@ RecordingUploadJob decodeRecordingUploadJob(std::string_view text)
         return job;
     job.recordingId = fields.text("recordingId");
     job.mode = valueOfName<RecordingUploadJob::Mode>(modeNames, fields, "mode");
-    job.apiBaseUrl = fields.optionalText("apiBaseUrl");
-    job.credentialSha256 = fields.optionalText("credentialSha256");
+    fields.read("apiBaseUrl", job.apiBaseUrl);
+    fields.read("credentialSha256", job.credentialSha256);
     job.state = valueOfName<RecordingUploadJob::State>(stateNames, fields, "state");
     job.uploadAttempts = fields.unsignedInteger("uploadAttempts");
     job.createdAtUnixMs = fields.unsignedInteger("createdAtUnixMs");
-    job.lastError = fields.optionalText("lastError");
+    fields.read("lastError", job.lastError);
     return job;
 }
 

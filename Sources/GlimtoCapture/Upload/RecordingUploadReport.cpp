@@ -42,12 +42,7 @@ void reportRecordingUploadFailure(const std::exception_ptr& error,
 {
     const ErrorFacts facts = errorFacts(error);
     const auto code = GlimtoCaptureEventEmitter::errorCode(facts, std::nullopt, "upload_failed");
-    const GlimtoCaptureEventEmitter emitter(standardOutput);
-    emitter.emit({.kind = "upload_failed",
-        .recordingId = recordingId,
-        .error = GlimtoCaptureEventError(code, facts),
-        .state = "failed"});
-    emitter.emitStatus("failed");
+    GlimtoCaptureEventEmitter(standardOutput).emitFailure("upload_failed", recordingId, code, facts);
 }
 
 } // namespace glimto

@@ -21,8 +21,11 @@ public:
 // The monotonic clock of the system.
 class SystemUploadClock final : public UploadClock {
 public:
-    std::chrono::nanoseconds now() override;
-    bool sleep(std::chrono::nanoseconds duration, const UploadCancellation& cancellation) override;
+    std::chrono::nanoseconds now() override { return std::chrono::steady_clock::now().time_since_epoch(); }
+    bool sleep(std::chrono::nanoseconds duration, const UploadCancellation& cancellation) override
+    {
+        return cancellation.waitFor(duration);
+    }
 };
 
 } // namespace glimto

@@ -7,17 +7,6 @@ namespace glimto {
 
 namespace {
 
-APIRecording recordingFrom(const JSONFields& fields)
-{
-    APIRecording recording;
-    recording.manifestKey = fields.text("manifestKey");
-    recording.organizationId = fields.text("organizationId");
-    recording.prefix = fields.text("prefix");
-    recording.recordingId = fields.text("recordingId");
-    recording.state = fields.text("state");
-    return recording;
-}
-
 std::vector<std::string> plannedKeys(const JSONFields& fields, const char* name)
 {
     std::vector<std::string> keys;
@@ -61,13 +50,18 @@ CreateRecordingResponse decodeCreateRecordingResponse(std::string_view body, con
 {
     const auto json = parseJSON(body, source);
     const JSONFields fields(json, source);
-    return {recordingFrom(fields.object("recording")), instructionsFrom(fields.object("uploadInstructions"))};
+    CreateRecordingResponse response;
+    fields.read("recording", response.recording);
+    response.uploadInstructions = instructionsFrom(fields.object("uploadInstructions"));
+    return response;
 }
 
 APIRecording decodeExistingRecordingResponse(std::string_view body, const std::string& source)
 {
     const auto json = parseJSON(body, source);
-    return recordingFrom(JSONFields(json, source).object("recording"));
+    APIRecording recording;
+    JSONFields(json, source).read("recording", recording);
+    return recording;
 }
 
 std::vector<SignedUpload> decodeUploadURLsResponse(std::string_view body, const std::string& source)
@@ -82,9 +76,7 @@ std::vector<SignedUpload> decodeUploadURLsResponse(std::string_view body, const 
 
 RecordingCompleteResponse decodeRecordingCompleteResponse(std::string_view body, const std::string& source)
 {
-    const auto json = parseJSON(body, source);
-    const JSONFields fields(json, source);
-    return {fields.integer<std::int64_t>("checkedObjectCount"), recordingFrom(fields.object("recording"))};
+    return readJSON<RecordingCompleteResponse>(body, source);
 }
 
 std::string decodeAPIErrorMessage(std::string_view body)

@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "Support/JSONObject.h"
+
 namespace glimto {
 
 // What the recording-upload API answers. The JSON keys equal the field names.
@@ -17,6 +19,7 @@ struct APIRecording {
     std::string recordingId;
     std::string state;
 };
+GLIMTO_JSON_OBJECT(APIRecording, manifestKey, organizationId, prefix, recordingId, state)
 
 struct PlannedUploads {
     std::vector<std::string> optional; // object keys
@@ -49,6 +52,7 @@ struct RecordingCompleteResponse {
     std::int64_t checkedObjectCount = 0;
     APIRecording recording;
 };
+GLIMTO_JSON_OBJECT(RecordingCompleteResponse, checkedObjectCount, recording)
 
 // The bodies of requests. They throw CLIError when a text is not valid UTF-8.
 std::string encodeCreateRecordingRequest(const std::string& recordingId);

@@ -53,11 +53,11 @@ public:
             throw CLIError("The picture is too large to be drawn.");
     }
 
-    std::optional<PixelRect> draw(std::shared_ptr<const PixelBuffer> picture, const FrameState& state)
+    std::optional<PixelRect> draw(std::optional<PixelBuffer> picture, const FrameState& state)
     {
-        const bool isNewPicture = picture != nullptr;
+        const bool isNewPicture = picture.has_value();
         if (isNewPicture)
-            setPicture(std::move(picture));
+            setPicture(*std::move(picture));
         if (!picture_)
             return std::nullopt;
         const Area overlay = overlayArea(state);
@@ -86,12 +86,12 @@ public:
     int bytesPerRow() const { return cairo_image_surface_get_stride(canvas_.get()); }
 
 private:
-    void setPicture(std::shared_ptr<const PixelBuffer> picture)
+    void setPicture(PixelBuffer picture)
     {
         // Cairo does not write to what it only paints from.
-        auto* pixels = const_cast<std::uint8_t*>(picture->bytes);
-        surface_.reset(cairo_image_surface_create_for_data(pixels, CAIRO_FORMAT_RGB24, picture->width,
-            picture->height, static_cast<int>(picture->bytesPerRow)));
+        auto* pixels = const_cast<std::uint8_t*>(picture.bytes);
+        surface_.reset(cairo_image_surface_create_for_data(pixels, CAIRO_FORMAT_RGB24, picture.width,
+            picture.height, static_cast<int>(picture.bytesPerRow)));
         picture_ = std::move(picture);
     }
 
@@ -234,7 +234,7 @@ private:
     const CanvasLayout layout_;
     SurfaceHandle canvas_;
     ContextHandle context_;
-    std::shared_ptr<const PixelBuffer> picture_; // outlives the surface, which reads from it
+    std::optional<PixelBuffer> picture_; // outlives the surface, which reads from it
     SurfaceHandle surface_;
     FrameState state_;
     Area overlay_;
@@ -248,7 +248,7 @@ Compositor::Compositor(const CanvasLayout& layout)
 
 Compositor::~Compositor() = default;
 
-std::optional<PixelRect> Compositor::draw(std::shared_ptr<const PixelBuffer> picture, const FrameState& state)
+std::optional<PixelRect> Compositor::draw(std::optional<PixelBuffer> picture, const FrameState& state)
 {
     return impl_->draw(std::move(picture), state);
 }

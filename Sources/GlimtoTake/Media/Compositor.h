@@ -41,9 +41,9 @@ public:
     Compositor(const Compositor&) = delete;
     Compositor& operator=(const Compositor&) = delete;
 
-    // Draws the next frame. `picture` is the new picture of the take, null while the last one stands. Returns
-    // what changed, with even edges; absent when nothing did.
-    std::optional<PixelRect> draw(std::shared_ptr<const PixelBuffer> picture, const FrameState& state);
+    // Draws the next frame. `picture` is the new picture of the take, absent while the last one stands.
+    // Returns what changed, with even edges; absent when nothing did.
+    std::optional<PixelRect> draw(std::optional<PixelBuffer> picture, const FrameState& state);
 
     // The canvas: bytes B, G, R, X.
     const std::uint8_t* bytes() const;

@@ -24,6 +24,8 @@ namespace glimto {
 
 namespace {
 
+using Header = FrameEncoder::Header;
+
 int threadCount()
 {
     return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 8);
@@ -182,8 +184,9 @@ private:
 class EncodedTrack {
 public:
     EncodedTrack(const std::string& encoder, const AVFrame& like, AVRational timeBase,
-        const std::map<std::string, std::string>& options, bool hasGlobalHeader, ContainerWriter& writer)
-        : encoder_(encoder, like, timeBase, options, hasGlobalHeader)
+        const std::map<std::string, std::string>& options, FrameEncoder::Header header,
+        ContainerWriter& writer)
+        : encoder_(encoder, like, timeBase, options, header)
         , writer_(writer)
         , index_(writer.addTrack(encoder_.parameters(), timeBase))
     {
@@ -219,7 +222,7 @@ void exportGif(const TakeExamination& take, const TakeSpan& span, const PictureO
     pictures.next(*frame);
     ContainerWriter writer(target, "gif");
     constexpr AVRational hundredths = {1, 100};
-    EncodedTrack track("gif", *frame, hundredths, {}, false, writer);
+    EncodedTrack track("gif", *frame, hundredths, {}, Header::inPackets, writer);
     std::int64_t lastTime = 0;
     const std::int64_t end = av_rescale_q(pictures.end(), pictures.timeBase(), hundredths);
     // The container holds a picture back until the next one tells how long it lasts; the end is told at once.
@@ -256,8 +259,8 @@ void exportWebP(const TakeExamination& take, const TakeSpan& span, const Picture
     ContainerWriter writer(target, "webp");
     constexpr AVRational thousandths = {1, 1000};
     EncodedTrack track("libwebp_anim", *frame, thousandths,
-        {{"lossless", "0"}, {"quality", "80"}, {"compression_level", "3"}, {"preset", "text"}}, false,
-        writer);
+        {{"lossless", "0"}, {"quality", "80"}, {"compression_level", "3"}, {"preset", "text"}},
+        Header::inPackets, writer);
     writer.writeHeader({{"loop", "0"}});
     do {
         frame->pts = av_rescale_q(frame->pts, pictures.timeBase(), thousandths);
@@ -291,7 +294,7 @@ void exportWebM(const TakeExamination& take, const TakeSpan& span, const Picture
         {"row-mt", "1"}, {"tune-content", "screen"}, {"threads", "4"}, {"g", "300"}};
     constexpr AVRational thousandths = {1, 1000};
     EncodedTrack video(
-        isAV1 ? "libsvtav1" : "libvpx-vp9", *picture, thousandths, isAV1 ? av1 : vp9, true, writer);
+        isAV1 ? "libsvtav1" : "libvpx-vp9", *picture, thousandths, isAV1 ? av1 : vp9, Header::global, writer);
 
     const bool hasSound = tracks == ExportTracks::all && take.audio && !take.audio->pieces.empty();
     std::unique_ptr<FilteredSound> sound;
@@ -304,7 +307,7 @@ void exportWebM(const TakeExamination& take, const TakeSpan& span, const Picture
             take, span, "flt:sample_rates=48000:channel_layouts=stereo", opusBlock);
         hasBlock = sound->next(*block);
         audio = std::make_unique<EncodedTrack>(
-            "libopus", *block, AVRational{1, 48000}, Options{{"b", "96000"}}, true, writer);
+            "libopus", *block, AVRational{1, 48000}, Options{{"b", "96000"}}, Header::global, writer);
     }
     writer.writeHeader({});
     std::int64_t lastTime = -1;
@@ -341,7 +344,7 @@ void exportWav(const TakeExamination& take, const TakeSpan& span, const std::fil
     const auto frame = makeFrame();
     bool hasFrame = sound.next(*frame);
     ContainerWriter writer(target, "wav");
-    EncodedTrack track("pcm_s16le", *frame, sound.timeBase(), {}, false, writer);
+    EncodedTrack track("pcm_s16le", *frame, sound.timeBase(), {}, Header::inPackets, writer);
     writer.writeHeader({});
     while (hasFrame) {
         progress(static_cast<double>(frame->pts) * av_q2d(sound.timeBase()) / span.duration());

@@ -63,12 +63,7 @@ CopiedTrack::CopiedTrack(const ExaminedTrack& track, std::size_t firstPiece, std
     , end_(std::min(end, track.pieces.back().content.end))
     , next_(makePacket())
 {
-    requireFFmpeg(avcodec_parameters_copy(parameters_, reader_.stream().codecpar), failure);
-}
-
-CopiedTrack::~CopiedTrack()
-{
-    avcodec_parameters_free(&parameters_);
+    requireFFmpeg(avcodec_parameters_copy(parameters_.get(), reader_.stream().codecpar), failure);
 }
 
 void CopiedTrack::putFirst(FirstPictures pictures)

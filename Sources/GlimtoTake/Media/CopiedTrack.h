@@ -5,9 +5,8 @@
 #include <memory>
 
 #include "GlimtoTake/Media/FirstPictures.h"
+#include "GlimtoTake/Media/TakeMediaHandles.h"
 #include "GlimtoTake/Media/TakeSpan.h"
-
-struct AVCodecParameters;
 
 namespace glimto {
 
@@ -20,7 +19,6 @@ public:
     // One block more than is heard, which a decoder needs to begin with; its time is before the file's zero.
     static std::unique_ptr<CopiedTrack> ofSound(const ExaminedTrack& audio, const TakeSpan& span);
 
-    ~CopiedTrack();
     CopiedTrack(const CopiedTrack&) = delete;
     CopiedTrack& operator=(const CopiedTrack&) = delete;
 
@@ -44,7 +42,7 @@ private:
     void take();
 
     TrackReader reader_;
-    AVCodecParameters* parameters_ = nullptr;
+    CodecParametersHandle parameters_;
     std::deque<PacketHandle> first_; // come before those that are copied
     const std::int64_t origin_; // ticks of the track
     const std::int64_t earliest_;

@@ -1,7 +1,6 @@
 #include "GlimtoTake/Media/Decoder.h"
 
 #include <algorithm>
-#include <vector>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -35,8 +34,6 @@ TrackDecoder::TrackDecoder(const ExaminedTrack& track, std::size_t first, int th
     decoder_->thread_count = threadCount;
     requireFFmpeg(avcodec_open2(decoder_.get(), codec, nullptr), failure);
 }
-
-TrackDecoder::~TrackDecoder() = default;
 
 bool TrackDecoder::next(AVFrame& frame)
 {
@@ -82,16 +79,14 @@ std::optional<std::pair<int, int>> jpegSize(const std::filesystem::path& path)
     return std::pair(parameters.width, parameters.height);
 }
 
-std::shared_ptr<const PixelBuffer> pixelsOf(const AVFrame& frame, int width, int height)
+PixelCanvas makeCanvasFor(const AVFrame& frame)
 {
-    struct Picture {
-        PixelBuffer pixels;
-        std::vector<std::uint8_t> bytes;
-    };
-    const auto picture = std::make_shared<Picture>();
-    PixelBuffer& pixels = picture->pixels;
-    const auto rowBytes = static_cast<std::size_t>((frame.width + 15) / 16 * 16) * 4;
-    picture->bytes.resize(rowBytes * static_cast<std::size_t>(frame.height) + 64);
+    return makeCanvas((frame.width + 15) / 16 * 16, frame.height + 1);
+}
+
+PixelBuffer pixelsOf(const AVFrame& frame, int width, int height)
+{
+    const PixelCanvas canvas = makeCanvasFor(frame);
     const ScalerHandle scaler(sws_getContext(frame.width, frame.height,
         static_cast<AVPixelFormat>(frame.format), frame.width, frame.height, AV_PIX_FMT_BGR0,
         SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr));
@@ -100,17 +95,13 @@ std::shared_ptr<const PixelBuffer> pixelsOf(const AVFrame& frame, int width, int
     const int matrix = frame.colorspace == AVCOL_SPC_BT709 ? SWS_CS_ITU709 : SWS_CS_ITU601;
     sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(matrix),
         frame.color_range == AVCOL_RANGE_JPEG ? 1 : 0, sws_getCoefficients(matrix), 1, 0, 1 << 16, 1 << 16);
-    std::uint8_t* planes[] = {picture->bytes.data()};
-    const int strides[] = {static_cast<int>(rowBytes)};
+    std::uint8_t* planes[] = {canvas.bytes};
+    const int strides[] = {static_cast<int>(canvas.bytesPerRow)};
     sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides);
-    pixels.width = std::min(width, frame.width);
-    pixels.height = std::min(height, frame.height);
-    pixels.bytesPerRow = rowBytes;
-    pixels.bytes = picture->bytes.data();
-    return {picture, &pixels};
+    return canvas.part({0, 0, std::min(width, frame.width), std::min(height, frame.height)});
 }
 
-std::shared_ptr<const PixelBuffer> pictureAt(const ExaminedTrack& video, double time, int width, int height)
+PixelBuffer pictureAt(const ExaminedTrack& video, double time, int width, int height)
 {
     TrackDecoder decoder(video, pieceAt(video, time), 1);
     FrameHandle shown = makeFrame();

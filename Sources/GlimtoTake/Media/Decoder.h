@@ -11,8 +11,6 @@
 #include "GlimtoTake/Media/TakeExamination.h"
 #include "Platform/VideoFrame.h"
 
-struct AVCodecParameters;
-
 namespace glimto {
 
 // Decodes one track of a take from one of its segments on. Every frame of the output has its time in
@@ -21,7 +19,6 @@ class TrackDecoder {
 public:
     // `first` is the index of the piece to begin with. `track` outlives the decoder. Throws like TrackReader.
     TrackDecoder(const ExaminedTrack& track, std::size_t first, int threadCount);
-    ~TrackDecoder();
 
     // The next frame; false at the end. Pictures that are damaged are passed over.
     bool next(AVFrame& frame);
@@ -41,12 +38,15 @@ std::size_t pieceAt(const ExaminedTrack& track, double time);
 
 // The picture that is seen at `time` (seconds from the track's zero), at most `width` x `height` of it: the
 // encoder's padding is left out. Throws CLIError when none can be decoded.
-std::shared_ptr<const PixelBuffer> pictureAt(const ExaminedTrack& video, double time, int width, int height);
+PixelBuffer pictureAt(const ExaminedTrack& video, double time, int width, int height);
 
 // Width and height of a JPEG file; absent when it is none.
 std::optional<std::pair<int, int>> jpegSize(const std::filesystem::path& path);
 
+// Memory for a decoded frame, as the libraries write it: they go a little beyond what is seen.
+PixelCanvas makeCanvasFor(const AVFrame& frame);
+
 // A decoded frame's pixels.
-std::shared_ptr<const PixelBuffer> pixelsOf(const AVFrame& frame, int width, int height);
+PixelBuffer pixelsOf(const AVFrame& frame, int width, int height);
 
 } // namespace glimto

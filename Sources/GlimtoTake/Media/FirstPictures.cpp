@@ -98,7 +98,7 @@ FrameEncoder makeEncoder(const AVFrame& like, AVRational timeBase)
     return {"libx264", like, timeBase,
         {{"preset", "veryfast"}, {"crf", quality}, {"bf", "0"},
             {"x264-params", "sps-id=1:annexb=0:keyint=infinite:scenecut=0"}},
-        true};
+        FrameEncoder::Header::global};
 }
 
 // What is shown from `time` on until the next piece begins, the first picture at `time` itself.

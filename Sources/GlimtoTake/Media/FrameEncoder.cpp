@@ -18,7 +18,7 @@ constexpr const char* failure = "Could not encode";
 } // namespace
 
 FrameEncoder::FrameEncoder(const std::string& name, const AVFrame& like, AVRational timeBase,
-    const std::map<std::string, std::string>& options, bool hasGlobalHeader)
+    const std::map<std::string, std::string>& options, Header header)
     : packet_(makePacket())
 {
     const AVCodec* codec = avcodec_find_encoder_by_name(name.c_str());
@@ -43,7 +43,7 @@ FrameEncoder::FrameEncoder(const std::string& name, const AVFrame& like, AVRatio
         context_->framerate = usualRate;
     }
     context_->flags |= AV_CODEC_FLAG_BITEXACT;
-    if (hasGlobalHeader)
+    if (header == Header::global)
         context_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     AVDictionary* dictionary = nullptr;
     for (const auto& [key, value] : options)
@@ -51,11 +51,6 @@ FrameEncoder::FrameEncoder(const std::string& name, const AVFrame& like, AVRatio
     const int result = avcodec_open2(context_.get(), codec, &dictionary);
     av_dict_free(&dictionary);
     requireFFmpeg(result, failure);
-}
-
-FrameEncoder::~FrameEncoder()
-{
-    avcodec_parameters_free(&parameters_);
 }
 
 bool FrameEncoder::exists(const std::string& name)
@@ -66,8 +61,8 @@ bool FrameEncoder::exists(const std::string& name)
 const AVCodecParameters& FrameEncoder::parameters()
 {
     if (!parameters_)
-        parameters_ = requireAllocated(avcodec_parameters_alloc(), failure);
-    requireFFmpeg(avcodec_parameters_from_context(parameters_, context_.get()), failure);
+        parameters_.reset(requireAllocated(avcodec_parameters_alloc(), failure));
+    requireFFmpeg(avcodec_parameters_from_context(parameters_.get(), context_.get()), failure);
     return *parameters_;
 }
 

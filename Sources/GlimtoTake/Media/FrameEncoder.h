@@ -5,8 +5,8 @@
 #include <string>
 
 #include "Backends/FFmpeg/FFmpegHandles.h"
+#include "GlimtoTake/Media/TakeMediaHandles.h"
 
-struct AVCodecParameters;
 struct AVRational;
 
 namespace glimto {
@@ -17,9 +17,12 @@ class FrameEncoder {
 public:
     using Sink = std::function<void(AVPacket& packet)>;
 
+    // Where what a decoder needs to begin with stands: in the container's header, or before the packets.
+    enum class Header { global, inPackets };
+
     // All frames are as `like`, with times in `timeBase`.
     FrameEncoder(const std::string& name, const AVFrame& like, AVRational timeBase,
-        const std::map<std::string, std::string>& options, bool hasGlobalHeader);
+        const std::map<std::string, std::string>& options, Header header);
 
     static bool exists(const std::string& name);
 
@@ -28,19 +31,15 @@ public:
 
     const AVCodecContext& context() const { return *context_; }
 
-    // To be freed by the caller's container writer: valid as long as this object.
+    // Valid as long as this object.
     const AVCodecParameters& parameters();
-
-    FrameEncoder(const FrameEncoder&) = delete;
-    FrameEncoder& operator=(const FrameEncoder&) = delete;
-    ~FrameEncoder();
 
 private:
     void receive(const Sink& sink);
 
     CodecContextHandle context_;
     PacketHandle packet_;
-    AVCodecParameters* parameters_ = nullptr;
+    CodecParametersHandle parameters_;
 };
 
 } // namespace glimto

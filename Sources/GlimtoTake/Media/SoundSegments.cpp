@@ -95,7 +95,7 @@ PacketHandle silentBlock(const AVCodecParameters& parameters)
     requireFFmpeg(av_frame_get_buffer(frame.get(), 0), failure);
     for (int channel = 0; channel < frame->ch_layout.nb_channels; ++channel)
         std::fill_n(reinterpret_cast<float*>(frame->extended_data[channel]), frame->nb_samples, 0.0F);
-    FrameEncoder encoder("aac", *frame, {1, parameters.sample_rate}, {}, true);
+    FrameEncoder encoder("aac", *frame, {1, parameters.sample_rate}, {}, FrameEncoder::Header::global);
     auto packet = makePacket();
     constexpr int blocksUntilSettled = 4;
     int count = 0;

@@ -11,6 +11,11 @@ extern "C" {
 
 namespace glimto {
 
+void TakeMediaDeleter::operator()(AVCodecParameters* parameters) const noexcept
+{
+    avcodec_parameters_free(&parameters);
+}
+
 void TakeMediaDeleter::operator()(AVFilterGraph* graph) const noexcept
 {
     avfilter_graph_free(&graph);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <optional>
 #include <thread>
 #include <tuple>
 #include <utility>
@@ -30,28 +31,16 @@ constexpr const char* failure = "Could not render the take";
 constexpr AVRational frameTimeBase = {1, 90'000};
 constexpr double early = 0.25; // of a frame: stamps of pictures lie a little around the even grid
 
-// A decoded picture as Cairo wants it. Memory is used again once nobody sees the picture any more.
-std::shared_ptr<const PixelBuffer> convertedPicture(const AVFrame& frame, int width, int height)
+// A decoded picture as Cairo wants it.
+PixelBuffer convertedPicture(const AVFrame& frame, int width, int height)
 {
     if (frame.format != AV_PIX_FMT_YUV420P)
         return pixelsOf(frame, width, height);
-    struct Picture {
-        PixelBuffer pixels;
-        std::unique_ptr<std::uint8_t[]> bytes;
-    };
-    const auto picture = std::make_shared<Picture>();
-    const int bytesPerRow = (frame.width + 15) / 16 * 64;
-    picture->bytes.reset(
-        new std::uint8_t[static_cast<std::size_t>(bytesPerRow) * static_cast<std::size_t>(frame.height)]);
+    const PixelCanvas canvas = makeCanvasFor(frame);
     const auto convert = frame.colorspace == AVCOL_SPC_BT709 ? libyuv::H420ToARGB : libyuv::I420ToARGB;
     convert(frame.data[0], frame.linesize[0], frame.data[1], frame.linesize[1], frame.data[2],
-        frame.linesize[2], picture->bytes.get(), bytesPerRow, frame.width, frame.height);
-    PixelBuffer& pixels = picture->pixels;
-    pixels.width = std::min(width, frame.width);
-    pixels.height = std::min(height, frame.height);
-    pixels.bytesPerRow = static_cast<std::size_t>(bytesPerRow);
-    pixels.bytes = picture->bytes.get();
-    return {picture, &pixels};
+        frame.linesize[2], canvas.bytes, static_cast<int>(canvas.bytesPerRow), frame.width, frame.height);
+    return canvas.part({0, 0, std::min(width, frame.width), std::min(height, frame.height)});
 }
 
 // The picture of the take that is seen at each moment.
@@ -70,8 +59,8 @@ public:
             throw CLIError("No picture of the take can be decoded there.");
     }
 
-    // Null while the last one stands.
-    std::shared_ptr<const PixelBuffer> at(double seconds)
+    // Absent while the last one stands.
+    std::optional<PixelBuffer> at(double seconds)
     {
         bool isNew = false;
         while (hasAhead_ && (isFirst_ || video_.facts.seconds(ahead_->pts) <= seconds)) {
@@ -80,7 +69,7 @@ public:
             isNew = true;
             isFirst_ = false;
         }
-        return isNew ? convertedPicture(*seen_, width_, height_) : nullptr;
+        return isNew ? std::optional(convertedPicture(*seen_, width_, height_)) : std::nullopt;
     }
 
 private:
@@ -144,7 +133,7 @@ public:
         , encoder_("libx264", canvas_.frame(), frameTimeBase,
               {{"preset", "veryfast"}, {"crf", "19"}, {"bf", "0"}, {"g", "300"}, {"refs", "1"}, {"subq", "1"},
                   {"threads", "4"}},
-              true)
+              FrameEncoder::Header::global)
         , writer_(target, "mp4")
         , videoIndex_(writer_.addTrack(encoder_.parameters(), frameTimeBase))
         , end_(std::llround(span.duration() * frameTimeBase.den))

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <nlohmann/json.hpp>
-
 #include "GlimtoTake/Plan/CameraPath.h"
 #include "Support/Errors.h"
 #include "Support/JSONText.h"
@@ -143,11 +141,7 @@ std::vector<Zoom> planZooms(const std::deque<RecordedEvent>& events, double dura
 
 std::string encodeZoomPlan(const std::vector<Zoom>& zooms)
 {
-    auto list = nlohmann::json::array();
-    for (const Zoom& zoom : zooms)
-        list.push_back(
-            {{"from", zoom.from}, {"to", zoom.to}, {"x", zoom.x}, {"y", zoom.y}, {"scale", zoom.scale}});
-    return encodePrettyJSON({{"version", planVersion}, {"zooms", list}}) + "\n";
+    return encodePrettyJSON({{"version", planVersion}, {"zooms", jsonOf(zooms)}}) + "\n";
 }
 
 std::vector<Zoom> readZoomPlan(std::string_view text)
@@ -159,8 +153,8 @@ std::vector<Zoom> readZoomPlan(std::string_view text)
     std::vector<Zoom> zooms;
     double end = 0;
     for (const JSONFields& object : fields.objects("zooms")) {
-        const Zoom zoom = {object.number("from"), object.number("to"), object.number("x"), object.number("y"),
-            object.number("scale")};
+        Zoom zoom;
+        readFields(object, zoom);
         const std::size_t index = zooms.size();
         if (!(zoom.from >= end && zoom.to > zoom.from && zoom.to < 1e7))
             refuse(index, "begins before the one before it ends, or ends before it begins");

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "InputEvents/EventsDocument.h"
+#include "Support/JSONObject.h"
 
 namespace glimto {
 
@@ -19,6 +20,7 @@ struct Zoom {
 
     friend bool operator==(const Zoom&, const Zoom&) = default;
 };
+GLIMTO_JSON_OBJECT(Zoom, from, to, x, y, scale)
 
 // Where the action is: each run of clicks and scrolls that are near each other in time and place gets one
 // zoom, as close as they all fit in; a pause, and what happens too far apart for the eye to follow, shows the

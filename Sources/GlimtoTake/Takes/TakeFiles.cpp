@@ -1,11 +1,11 @@
 #include "GlimtoTake/Takes/TakeFiles.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string_view>
 #include <system_error>
 
 #include "Artifacts/CapturedSegment.h"
+#include "Support/DecimalText.h"
 #include "Support/Errors.h"
 #include "Support/Paths.h"
 #include "Support/RegularFile.h"
@@ -43,12 +43,9 @@ std::optional<int> segmentIndex(std::string_view name)
         return std::nullopt;
     name.remove_prefix(before.size());
     name.remove_suffix(after.size());
-    int index = 0;
-    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), index);
+    const auto index = wholeNumber<int>(name);
     const bool isCanonical = name.size() == 3 || name.front() != '0';
-    if (error != std::errc() || end != name.data() + name.size() || index < 0 || !isCanonical)
-        return std::nullopt;
-    return index;
+    return index && *index >= 0 && isCanonical ? index : std::nullopt;
 }
 
 // The index in ".segment_<index>.m4s.<anything>.tmp".

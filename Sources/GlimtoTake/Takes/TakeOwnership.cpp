@@ -1,9 +1,9 @@
 #include "GlimtoTake/Takes/TakeOwnership.h"
 
 #include <string>
-#include <system_error>
 
 #include "Support/Errors.h"
+#include "Support/Paths.h"
 #include "Support/Text.h"
 
 namespace glimto {
@@ -13,8 +13,7 @@ TakeOwnership::TakeOwnership(const std::filesystem::path& directory)
     if (FileLock::tryAcquireDirectory(directory, directory_) == FileLockOutcome::heldByAnother)
         throw CLIError("The take is being recorded: " + singleLine(directory.string()));
     const std::filesystem::path lock = directory / ".recording-owner.lock";
-    std::error_code ignored;
-    if (!std::filesystem::exists(std::filesystem::symlink_status(lock, ignored)))
+    if (!stands(lock))
         return;
     switch (FileLock::tryAcquire(lock, job_)) {
     case FileLockOutcome::acquired:

@@ -53,13 +53,15 @@ protected:
     std::string silentManifestText() const
     {
         return encodePrettyJSON(toJSON(writer.manifest(
-            "segments/video/init.mp4", std::nullopt, silentTracks, 1920, 1080, options, "screen:0", midday)));
+            {"segments/video/init.mp4", std::nullopt, silentTracks, 1920, 1080, options, "screen:0"},
+            midday)));
     }
 
     MediaManifest soundManifest() const
     {
-        return writer.manifest("segments/video/init.mp4", "segments/audio/init.mp4", soundTracks, 640, 480,
-            options, "window:7 Editor", midday);
+        return writer.manifest({"segments/video/init.mp4", "segments/audio/init.mp4", soundTracks, 640, 480,
+                                   options, "window:7 Editor"},
+            midday);
     }
 
     TemporaryDirectory directory;
@@ -199,7 +201,7 @@ TEST_F(RecordingArtifactWriterTests, ManifestOfAnIllNamedWindowIsStillValidUTF8)
 TEST_F(RecordingArtifactWriterTests, ManifestFileHoldsTheManifestCreatedNow)
 {
     writer.writeManifest(
-        "segments/video/init.mp4", std::nullopt, silentTracks, 1920, 1080, options, "screen:0");
+        {"segments/video/init.mp4", std::nullopt, silentTracks, 1920, 1080, options, "screen:0"});
     const std::string text = content(directory.path() / "manifest.json");
     auto written = nlohmann::json::parse(text);
     EXPECT_EQ(encodePrettyJSON(written), text);

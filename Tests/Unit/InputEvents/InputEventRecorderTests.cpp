@@ -67,7 +67,7 @@ TEST_F(InputEventRecorderTests, WritesTheDocumentWhenStopped)
 {
     recorder->start();
     click(1'500'000'000);
-    recorder->setClockAnchor(1'000'000'000, 1'000'000'000, 1'000'000'000);
+    recorder->setClockAnchor({1'000'000'000, 1'000'000'000});
     recorder->stop(true);
 
     EXPECT_EQ(written(),
@@ -82,7 +82,7 @@ TEST_F(InputEventRecorderTests, KeepsTheEventsInAPartialFileWhileItRuns)
 {
     const auto partial = directory.path() / ".events.partial";
     recorder->start();
-    recorder->setClockAnchor(1'000'000'000, 1'000'000'000, 1'000'000'000);
+    recorder->setClockAnchor({1'000'000'000, 1'000'000'000});
     click(1'500'000'000);
     EXPECT_FALSE(std::filesystem::exists(partial));
     tap.fireTimer();
@@ -97,7 +97,7 @@ TEST_F(InputEventRecorderTests, TheRescueCopyOfAnotherRecordingStays)
     const auto partial = directory.path() / ".events.partial";
     std::ofstream(partial) << "of a take that was killed";
     recorder->start();
-    recorder->setClockAnchor(1'000'000'000, 1'000'000'000, 1'000'000'000);
+    recorder->setClockAnchor({1'000'000'000, 1'000'000'000});
     click(1'500'000'000);
     tap.fireTimer();
     recorder->stop(true);
@@ -110,7 +110,7 @@ TEST_F(InputEventRecorderTests, TheRescueCopyOfAnotherRecordingStays)
 TEST_F(InputEventRecorderTests, HoursOfEventsTakeNoMemory)
 {
     recorder->start();
-    recorder->setClockAnchor(1'000'000'000, 1'000'000'000, 1'000'000'000);
+    recorder->setClockAnchor({1'000'000'000, 1'000'000'000});
     constexpr int rounds = 150;
     constexpr int eventsOfARound = 1000;
     {
@@ -135,7 +135,7 @@ TEST_F(InputEventRecorderTests, HoursOfEventsTakeNoMemory)
 TEST_F(InputEventRecorderTests, LeavesNoPartialFileWhenItIsGivenUp)
 {
     recorder->start();
-    recorder->setClockAnchor(1'000'000'000, 1'000'000'000, 1'000'000'000);
+    recorder->setClockAnchor({1'000'000'000, 1'000'000'000});
     click(1'500'000'000);
     tap.fireTimer();
     recorder.reset();
@@ -145,7 +145,7 @@ TEST_F(InputEventRecorderTests, LeavesNoPartialFileWhenItIsGivenUp)
 TEST_F(InputEventRecorderTests, KeepsThePartialFileWhenTheDocumentCannotBeWritten)
 {
     recorder->start();
-    recorder->setClockAnchor(1'000'000'000, 1'000'000'000, 1'000'000'000);
+    recorder->setClockAnchor({1'000'000'000, 1'000'000'000});
     click(1'500'000'000);
     tap.fireTimer();
     std::filesystem::create_directory(path);
@@ -206,7 +206,7 @@ TEST_F(InputEventRecorderTests, ATapThatIsNotPermittedIsWarnedOfOnceAndLeavesThe
 {
     tap.isPermitted = false;
     recorder->start();
-    recorder->setClockAnchor(0, 1, 0);
+    recorder->setClockAnchor({0, 1});
     recorder->stop(true);
 
     EXPECT_EQ(standardError.lines(), Lines{refusedWarning});
@@ -236,7 +236,7 @@ TEST_F(InputEventRecorderTests, ATapThatTheSystemSwitchedOffIsWarnedOfAndEnabled
     EXPECT_EQ(standardError.text(),
         "warning: input event tap disabled (timeout); re-enabling\n"
         "warning: input event tap disabled (user input); re-enabling\n");
-    recorder->setClockAnchor(0, 1, 0);
+    recorder->setClockAnchor({0, 1});
     recorder->stop(true);
     EXPECT_EQ(document()["events"], nlohmann::json::array());
 }
@@ -298,7 +298,7 @@ TEST_F(InputEventRecorderTests, StoppingEndsTheTapAndItsThread)
 TEST_F(InputEventRecorderTests, WhatTheTapStillHoldsWhenItIsStoppedIsRecorded)
 {
     recorder->start();
-    recorder->setClockAnchor(0, 1, 0);
+    recorder->setClockAnchor({0, 1});
     click(0);
     tap.eventAtTheEnd = InputEvent{.type = InputEventType::leftMouseUp, .hostNs = 1'000'000};
     recorder->stop(true);
@@ -330,7 +330,7 @@ TEST_F(InputEventRecorderTests, ARecorderThatGoesWithoutAStopEndsTheTapAndWrites
 
 TEST_F(InputEventRecorderTests, ARecorderThatWasNeverStartedStopsWithAnEmptyTrack)
 {
-    recorder->setClockAnchor(0, 1, 0);
+    recorder->setClockAnchor({0, 1});
     recorder->stop(true);
 
     EXPECT_EQ(tap.eventMask(), std::nullopt);
@@ -388,7 +388,7 @@ TEST_F(InputEventRecorderTests, EventsMayComeWhileTheRecorderIsStopped)
         for (std::int64_t at = 0; at < 2000; ++at)
             click(at);
     });
-    recorder->setClockAnchor(0, 1, 0);
+    recorder->setClockAnchor({0, 1});
     recorder->stop(true);
     clicking.get();
 

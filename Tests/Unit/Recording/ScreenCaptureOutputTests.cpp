@@ -59,31 +59,31 @@ protected:
 
 TEST_F(ScreenCaptureOutputTests, CompleteAndStartedFramesAreUsable)
 {
-    EXPECT_TRUE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(FrameStatus::complete)));
-    EXPECT_TRUE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(FrameStatus::started)));
+    EXPECT_TRUE(frameWithStatus(FrameStatus::complete).isUsable());
+    EXPECT_TRUE(frameWithStatus(FrameStatus::started).isUsable());
 }
 
 TEST_F(ScreenCaptureOutputTests, FramesOfOtherStatesAreNotUsable)
 {
-    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(FrameStatus::idle)));
-    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(FrameStatus::blank)));
-    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(FrameStatus::suspended)));
-    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(FrameStatus::stopped)));
-    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(static_cast<FrameStatus>(6))));
+    EXPECT_FALSE(frameWithStatus(FrameStatus::idle).isUsable());
+    EXPECT_FALSE(frameWithStatus(FrameStatus::blank).isUsable());
+    EXPECT_FALSE(frameWithStatus(FrameStatus::suspended).isUsable());
+    EXPECT_FALSE(frameWithStatus(FrameStatus::stopped).isUsable());
+    EXPECT_FALSE(frameWithStatus(static_cast<FrameStatus>(6)).isUsable());
 }
 
 TEST_F(ScreenCaptureOutputTests, AFrameWithoutStatusIsUsableWhenItHasAPicture)
 {
     VideoFrame withoutPicture;
-    EXPECT_TRUE(ScreenCaptureOutput::isUsableScreenFrame(frameWithStatus(std::nullopt)));
-    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(withoutPicture));
+    EXPECT_TRUE(frameWithStatus(std::nullopt).isUsable());
+    EXPECT_FALSE(withoutPicture.isUsable());
 }
 
 TEST_F(ScreenCaptureOutputTests, ACompleteFrameWithoutPictureIsNotUsable)
 {
     VideoFrame frame = frameWithStatus(FrameStatus::complete);
     frame.picture = nullptr;
-    EXPECT_FALSE(ScreenCaptureOutput::isUsableScreenFrame(frame));
+    EXPECT_FALSE(frame.isUsable());
 }
 
 TEST_F(ScreenCaptureOutputTests, UsableFramesGoToTheThumbnailAndTheWriter)

@@ -106,8 +106,8 @@ TEST_F(SegmentedMP4WriterTests, TheAnchorIsTheFirstFramesTime)
     writer->appendVideoFrame(frame);
     writer->appendVideoFrame(fakeFrame(9'000'000'000));
 
-    EXPECT_EQ(writer->firstVideoSamplePtsAnchor(),
-        (VideoSamplePtsAnchor{.value = 10, .timescale = 3, .hostTimeNs = 3'333'333'333}));
+    EXPECT_EQ(writer->firstVideoSamplePtsAnchor(), (MediaTime{10, 3}));
+    EXPECT_EQ(writer->firstVideoSamplePtsAnchor()->nanoseconds(), 3'333'333'333);
 }
 
 TEST_F(SegmentedMP4WriterTests, WithoutAnyFrameFinishingFails)

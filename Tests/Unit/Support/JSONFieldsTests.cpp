@@ -6,6 +6,7 @@
 
 #include "Fakes/MemoryLimit.h"
 #include "Support/Errors.h"
+#include "Support/JSONObject.h"
 #include "Support/Text.h"
 
 namespace glimto {
@@ -33,6 +34,13 @@ protected:
         "part": 3.5, "negative": -1, "large": 18446744073709551615, "null": null, "list": ["a", 1],
         "objects": [{"x": "y"}, 2], "object": {"inner": {"x": 1}}})");
     JSONFields fields{json, "the answer"};
+
+    template <typename Value> Value readAs(const char* key)
+    {
+        Value value = {};
+        fields.read(key, value);
+        return value;
+    }
 };
 
 TEST(JSONParsingTests, ATextThatWouldTakeMuchMemoryIsRefusedWithoutTakingIt)
@@ -110,11 +118,34 @@ TEST_F(JSONFieldsTests, ReadsWhatIsThere)
 
 TEST_F(JSONFieldsTests, NullIsAsGoodAsMissing)
 {
-    EXPECT_EQ(fields.optionalText("null"), std::nullopt);
-    EXPECT_EQ(fields.optionalText("absent"), std::nullopt);
-    EXPECT_EQ(fields.optionalNumber("null"), std::nullopt);
-    EXPECT_EQ(fields.optionalText("text"), "t");
+    EXPECT_EQ(readAs<std::optional<std::string>>("null"), std::nullopt);
+    EXPECT_EQ(readAs<std::optional<std::string>>("absent"), std::nullopt);
+    EXPECT_EQ(readAs<std::optional<double>>("null"), std::nullopt);
+    EXPECT_EQ(readAs<std::optional<std::string>>("text"), "t");
     EXPECT_FALSE(fields.has("null"));
+}
+
+struct Inner {
+    int x = 0;
+};
+GLIMTO_JSON_OBJECT(Inner, x)
+
+struct Outer {
+    Inner inner;
+    std::optional<Inner> absent;
+    std::vector<Inner> list;
+};
+GLIMTO_JSON_OBJECT(Outer, inner, absent, list)
+
+TEST_F(JSONFieldsTests, AStructIsReadAsItIsWritten)
+{
+    const std::string text = R"({"inner":{"x":1},"list":[{"x":2},{"x":3}]})";
+    const auto outer = readJSON<Outer>(text, "the answer");
+    EXPECT_EQ(outer.list.size(), 2U);
+    EXPECT_EQ(outer.absent.has_value(), false);
+    EXPECT_EQ(toJSON(outer).dump(), text);
+    EXPECT_EQ(failureOf([] { readJSON<Outer>(R"({"inner":{"x":1},"list":[{"y":2}]})", "the answer"); }),
+        "Could not read the answer: list[0].x is missing.");
 }
 
 TEST_F(JSONFieldsTests, TellsWhatIsWrong)

@@ -107,6 +107,21 @@ TEST(TextTests, CodePointsAreTakenOneByOneAndIllFormedBytesAlone)
     EXPECT_EQ(text, "\x82");
 }
 
+TEST(TextTests, PiecesAreOneMoreThanSeparators)
+{
+    using Pieces = std::vector<std::string_view>;
+    EXPECT_EQ(pieces("a/b//c/", '/'), (Pieces{"a", "b", "", "c", ""}));
+    EXPECT_EQ(pieces("", '/'), Pieces{""});
+}
+
+TEST(TextTests, LettersAndDigitsAreThoseOfASCII)
+{
+    for (const char character : std::string_view("azAZ09"))
+        EXPECT_TRUE(isAlphanumeric(character)) << character;
+    for (const char character : std::string_view("@[`{/:\xE9"))
+        EXPECT_FALSE(isAlphanumeric(character)) << character;
+}
+
 TEST(TextTests, HexadecimalDigitsAreLowerCaseAndTwoAByte)
 {
     const unsigned char bytes[] = {0x00, 0x0F, 0xA5};

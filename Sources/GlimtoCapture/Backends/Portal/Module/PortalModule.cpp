@@ -239,7 +239,6 @@ public:
     ScreenCapture& capture() override { return capture_; }
     EventTapFactory& eventTaps() override { return eventTaps_; }
     Pasteboard& pasteboard() override { return beside_.pasteboard(); }
-    StillCapture* stills() override { return nullptr; }
 
 private:
     WindowSystem& beside_;

@@ -28,7 +28,6 @@ public:
     EventTapFactory& eventTaps() override { return eventTaps_; }
     Pasteboard& pasteboard() override { return pasteboard_; }
     // A single copy is the first frame of a capture.
-    StillCapture* stills() override { return nullptr; }
 
 private:
     WaylandScreenAccess access_;

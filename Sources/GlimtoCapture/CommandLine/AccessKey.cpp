@@ -1,4 +1,7 @@
-#include "CommandLine/UploadDefaults.h"
+#include "CommandLine/AccessKey.h"
+
+#include <cstring>
+#include <string_view>
 
 namespace glimto {
 
@@ -14,6 +17,14 @@ RecordingUploadOptions& ensureUploadOptions(RecordOptions& options, const Proces
     if (!options.upload)
         options.upload = defaultUploadOptions(environment);
     return *options.upload;
+}
+
+void wipeAccessKeys(int argumentCount, char** argumentValues)
+{
+    for (int index = 1; index + 1 < argumentCount; ++index) {
+        if (std::string_view(argumentValues[index]) == "--access-key")
+            std::memset(argumentValues[index + 1], ' ', std::strlen(argumentValues[index + 1]));
+    }
 }
 
 } // namespace glimto

@@ -1,12 +1,10 @@
-#include "CommandLine/DecimalText.h"
+#include "Support/DecimalText.h"
 
-#include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <locale>
 #include <sstream>
 #include <string>
-#include <system_error>
 
 namespace glimto {
 
@@ -52,15 +50,9 @@ bool isDecimalNumber(std::string_view text)
 
 std::optional<std::int64_t> decimalInteger(std::string_view text)
 {
-    std::string_view rest = text;
-    takeSign(rest);
-    if (takeDigits(rest) == 0 || !rest.empty())
-        return std::nullopt;
-    if (text.starts_with('+'))
+    if (text.starts_with('+') && !text.starts_with("+-"))
         text.remove_prefix(1);
-    std::int64_t value = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    return result.ec == std::errc() ? std::optional(value) : std::nullopt;
+    return wholeNumber<std::int64_t>(text);
 }
 
 std::optional<double> decimalNumber(std::string_view text)

@@ -1,4 +1,4 @@
-#include "CommandLine/AccessKeyArgument.h"
+#include "CommandLine/AccessKey.h"
 
 #include <string>
 #include <vector>

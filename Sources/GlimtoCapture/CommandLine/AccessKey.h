@@ -12,4 +12,8 @@ RecordingUploadOptions defaultUploadOptions(const ProcessEnvironment& environmen
 // The upload options of `options`, made with the defaults first when there are none.
 RecordingUploadOptions& ensureUploadOptions(RecordOptions& options, const ProcessEnvironment& environment);
 
+// Overwrites the values of "--access-key" in the process's own arguments, which every user of the machine can
+// read, with blanks. Call it once they have been copied.
+void wipeAccessKeys(int argumentCount, char** argumentValues);
+
 } // namespace glimto
