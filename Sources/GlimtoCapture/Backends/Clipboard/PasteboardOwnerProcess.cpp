@@ -19,6 +19,7 @@
 
 #include "Support/Errors.h"
 #include "Support/FileDescriptor.h"
+#include "Support/MemoryMapping.h"
 #include "Support/NamedThread.h"
 #include "Support/SpawnSettings.h"
 
@@ -99,32 +100,14 @@ void endProcess(pid_t process)
     while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) { }
 }
 
-// The memory behind a descriptor, as long as the object lives; empty when there is none.
-class MappedMemory {
-public:
-    explicit MappedMemory(int descriptor)
-    {
-        struct stat status { };
-        if (::fstat(descriptor, &status) != 0 || status.st_size <= 0)
-            return;
-        const auto size = static_cast<std::size_t>(status.st_size);
-        void* memory = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, descriptor, 0);
-        if (memory != MAP_FAILED)
-            bytes_ = {static_cast<const std::byte*>(memory), size};
-    }
-    ~MappedMemory()
-    {
-        if (!bytes_.empty())
-            ::munmap(const_cast<std::byte*>(bytes_.data()), bytes_.size());
-    }
-    MappedMemory(const MappedMemory&) = delete;
-    MappedMemory& operator=(const MappedMemory&) = delete;
-
-    std::span<const std::byte> bytes() const { return bytes_; }
-
-private:
-    std::span<const std::byte> bytes_;
-};
+// The memory behind a descriptor; none when it is empty.
+MemoryMapping mapped(int descriptor)
+{
+    struct stat status = {};
+    if (::fstat(descriptor, &status) != 0 || status.st_size <= 0)
+        return {};
+    return {static_cast<std::size_t>(status.st_size), PROT_READ, MAP_SHARED, descriptor};
+}
 
 bool say(std::string_view text, FileDescriptor& answer)
 {
@@ -176,11 +159,12 @@ int runPasteboardOwner(PasteboardOwner& owner)
         // No folder stays in use because of us.
         if (::chdir("/") != 0)
             return 1;
-        const MappedMemory picture(data.get());
+        const MemoryMapping picture = mapped(data.get());
         data.close();
-        if (picture.bytes().empty())
+        if (!picture)
             throw PlatformError::posix("Could not read the picture for the clipboard", errno);
-        owner.offer(picture.bytes(), [&] { return say(ownedWord, answer); });
+        const std::span contents(picture.bytes(), picture.size());
+        owner.offer(std::as_bytes(contents), [&] { return say(ownedWord, answer); });
         return 0;
     } catch (const std::exception& error) {
         // Once the clipboard was owned, the session's end is ours.

@@ -1,12 +1,12 @@
 #include "Backends/Desktop/DesktopWorkspace.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "Backends/Desktop/FileURI.h"
+#include "Support/EnvironmentVariable.h"
 #include "Support/Errors.h"
 #include "Support/RunProgram.h"
 #include "Support/Paths.h"
@@ -18,13 +18,11 @@ namespace {
 // Without a bus of the session the D-Bus tools would start one of their own.
 bool hasSessionBus()
 {
-    const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-    if (address && *address)
+    if (!environmentVariable("DBUS_SESSION_BUS_ADDRESS").empty())
         return true;
-    const char* directory = std::getenv("XDG_RUNTIME_DIR");
+    const std::filesystem::path directory = environmentVariable("XDG_RUNTIME_DIR");
     std::error_code error;
-    return directory && *directory
-        && std::filesystem::exists(std::filesystem::path(directory) / "bus", error);
+    return !directory.empty() && std::filesystem::exists(directory / "bus", error);
 }
 
 // Of xdg-open's exit status, as its manual says.

@@ -1,9 +1,9 @@
 #include "Backends/DesktopFiles/DesktopFiles.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <system_error>
 
+#include "Support/EnvironmentVariable.h"
 #include "Support/Errors.h"
 #include "Support/RegularFile.h"
 #include "Support/Text.h"
@@ -30,14 +30,6 @@ std::optional<std::string> readStart(const std::filesystem::path& path)
     }
 }
 
-std::string lowerCase(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    });
-    return text;
-}
-
 // Ids come from the windows of others: one that could lead out of the directories is none.
 bool isUsableID(const std::string& id)
 {
@@ -50,12 +42,6 @@ void appendApplications(std::vector<std::filesystem::path>& directories, std::st
     // Relative paths are to be ignored.
     if (!dataDirectory.empty() && dataDirectory.front() == '/')
         directories.push_back(std::filesystem::path(dataDirectory) / "applications");
-}
-
-std::string environmentValue(const char* name)
-{
-    const char* value = std::getenv(name);
-    return value ? value : "";
 }
 
 struct Entry {
@@ -90,14 +76,14 @@ DesktopFiles::DesktopFiles(std::vector<std::filesystem::path> directories)
 std::vector<std::filesystem::path> DesktopFiles::standardDirectories()
 {
     std::vector<std::filesystem::path> directories;
-    const auto dataHome = environmentValue("XDG_DATA_HOME");
-    const auto home = environmentValue("HOME");
+    const auto dataHome = environmentVariable("XDG_DATA_HOME");
+    const auto home = environmentVariable("HOME");
     if (!dataHome.empty())
         appendApplications(directories, dataHome);
     else if (!home.empty())
         appendApplications(directories, home + "/.local/share");
 
-    auto list = environmentValue("XDG_DATA_DIRS");
+    auto list = environmentVariable("XDG_DATA_DIRS");
     if (list.empty())
         list = "/usr/local/share:/usr/share";
     for (std::string_view rest = list; !rest.empty();) {
@@ -140,7 +126,7 @@ std::optional<DesktopApplication> DesktopFiles::withWindowClass(const std::strin
 {
     if (!byWindowClass_)
         indexWindowClasses();
-    const auto found = byWindowClass_->find(lowerCase(windowClass));
+    const auto found = byWindowClass_->find(lowercased(windowClass));
     return found == byWindowClass_->end() ? std::nullopt : std::optional(found->second);
 }
 
@@ -174,7 +160,7 @@ void DesktopFiles::indexDirectory(const std::filesystem::path& directory, const 
         auto entry = parseDesktopEntry(*text);
         if (entry.isApplication() && !entry.startupWMClass.empty())
             byWindowClass_->emplace(
-                lowerCase(entry.startupWMClass), DesktopApplication{validUTF8(id), std::move(entry.name)});
+                lowercased(entry.startupWMClass), DesktopApplication{validUTF8(id), std::move(entry.name)});
     }
 }
 

@@ -1,27 +1,24 @@
 #pragma once
 
-#include <memory>
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
 
-struct AVCodecContext;
-struct AVFormatContext;
-struct AVFrame;
-struct AVIOContext;
-struct AVPacket;
+#include "Support/Owned.h"
 
 namespace glimto {
 
-struct FFmpegDeleter {
-    void operator()(AVCodecContext* codec) const noexcept;
-    void operator()(AVFormatContext* format) const noexcept; // not what it writes to
-    void operator()(AVFrame* frame) const noexcept;
-    void operator()(AVIOContext* stream) const noexcept; // its buffer as well
-    void operator()(AVPacket* packet) const noexcept;
-};
+inline void freeWithBuffer(AVIOContext* stream) noexcept
+{
+    av_freep(&stream->buffer);
+    avio_context_free(&stream);
+}
 
-using CodecContextHandle = std::unique_ptr<AVCodecContext, FFmpegDeleter>;
-using FormatContextHandle = std::unique_ptr<AVFormatContext, FFmpegDeleter>;
-using FrameHandle = std::unique_ptr<AVFrame, FFmpegDeleter>;
-using IOContextHandle = std::unique_ptr<AVIOContext, FFmpegDeleter>;
-using PacketHandle = std::unique_ptr<AVPacket, FFmpegDeleter>;
+using CodecContextHandle = Owned<AVCodecContext, avcodec_free_context>;
+using FormatContextHandle = Owned<AVFormatContext, avformat_free_context>; // not what it writes to
+using FrameHandle = Owned<AVFrame, av_frame_free>;
+using IOContextHandle = Owned<AVIOContext, freeWithBuffer>;
+using PacketHandle = Owned<AVPacket, av_packet_free>;
 
 } // namespace glimto

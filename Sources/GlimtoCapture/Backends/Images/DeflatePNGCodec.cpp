@@ -17,6 +17,7 @@
 #include "Platform/PNGCodec.h"
 #include "Platform/PixelBuffer.h"
 #include "Support/Errors.h"
+#include "Support/Owned.h"
 
 namespace glimto {
 
@@ -55,11 +56,6 @@ bool isWhole(std::span<const std::byte> data)
     }
     return false;
 }
-
-struct ContextDeleter {
-    void operator()(spng_ctx* context) const noexcept { spng_ctx_free(context); }
-};
-using Context = std::unique_ptr<spng_ctx, ContextDeleter>;
 
 std::size_t bitsPerPixel(const spng_ihdr& header)
 {
@@ -109,7 +105,7 @@ std::shared_ptr<const PixelBuffer> readPNG(std::span<const std::byte> data)
 {
     if (!isWhole(data))
         return nullptr;
-    const Context context(spng_ctx_new(0));
+    const Owned<spng_ctx, spng_ctx_free> context(spng_ctx_new(0));
     spng_ihdr header{};
     if (!context
         || spng_set_image_limits(context.get(), PNGCodec::largestDecodedSide, PNGCodec::largestDecodedSide)
@@ -137,13 +133,6 @@ constexpr int compressionLevel = 3;
 // A chunk's length is a signed 32-bit number.
 constexpr std::size_t longestData = std::size_t{1} << 30;
 constexpr std::array<std::uint8_t, 8> signature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
-
-struct CompressorDeleter {
-    void operator()(libdeflate_compressor* compressor) const noexcept
-    {
-        libdeflate_free_compressor(compressor);
-    }
-};
 
 using Bytes = std::span<const std::uint8_t>;
 
@@ -186,7 +175,7 @@ struct Compressed {
 
 Compressed compressed(const PNGRows& rows)
 {
-    const std::unique_ptr<libdeflate_compressor, CompressorDeleter> compressor(
+    const Owned<libdeflate_compressor, libdeflate_free_compressor> compressor(
         libdeflate_alloc_compressor(compressionLevel));
     if (!compressor)
         throw std::bad_alloc();

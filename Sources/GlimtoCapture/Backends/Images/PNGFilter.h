@@ -7,13 +7,11 @@
 #include <span>
 
 #include "Platform/PixelBuffer.h"
+#include "Support/Owned.h"
 
 namespace glimto {
 
-struct LargeBufferDeleter {
-    void operator()(std::uint8_t* bytes) const noexcept { std::free(bytes); }
-};
-using LargeBuffer = std::unique_ptr<std::uint8_t[], LargeBufferDeleter>;
+using LargeBuffer = Owned<std::uint8_t[], std::free>;
 
 // Memory for a whole picture, not initialized. Throws std::bad_alloc.
 //

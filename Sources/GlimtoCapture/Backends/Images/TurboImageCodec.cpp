@@ -9,25 +9,14 @@
 #include <turbojpeg.h>
 
 #include "Support/Errors.h"
+#include "Support/Owned.h"
 
 namespace glimto {
-
-namespace {
-
-struct CompressorDeleter {
-    void operator()(void* compressor) const noexcept { tjDestroy(compressor); }
-};
-
-struct BufferDeleter {
-    void operator()(unsigned char* buffer) const noexcept { tjFree(buffer); }
-};
-
-} // namespace
 
 std::vector<std::byte> TurboImageCodec::encodeJPEG(const PixelBuffer& picture, double quality)
 {
     const PixelBuffer pixels = inFormat(picture, PixelFormat::xrgb8888);
-    const std::unique_ptr<void, CompressorDeleter> compressor(tjInitCompress());
+    const Owned<void, tjDestroy> compressor(tjInitCompress());
     if (!compressor)
         throw PlatformError("JPEG", -1, "The JPEG encoder could not be started.");
     unsigned char* raw = nullptr;
@@ -36,7 +25,7 @@ std::vector<std::byte> TurboImageCodec::encodeJPEG(const PixelBuffer& picture, d
     // Text on a screen shows the loss of halved chroma, so it is kept whole.
     const int result = tjCompress2(compressor.get(), pixels.bytes, pixels.width,
         static_cast<int>(pixels.bytesPerRow), pixels.height, TJPF_BGRX, &raw, &size, TJSAMP_444, percent, 0);
-    const std::unique_ptr<unsigned char, BufferDeleter> buffer(raw);
+    const Owned<unsigned char, tjFree> buffer(raw);
     if (result != 0)
         throw PlatformError(
             "JPEG", result, std::string("The JPEG encoder failed: ") + tjGetErrorStr2(compressor.get()));

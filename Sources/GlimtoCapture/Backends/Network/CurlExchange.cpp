@@ -4,10 +4,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <string_view>
 #include <utility>
 
 #include "Support/Errors.h"
+#include "Support/Text.h"
 #include "Support/WebAddress.h"
 
 namespace glimto {
@@ -20,28 +22,19 @@ constexpr std::size_t mostHeaderBytes = 256 << 10;
 constexpr long uploadBufferBytes = 256 << 10;
 constexpr std::int64_t largeBodyBytes = 256 << 10; // a smaller one is not worth such a buffer
 
-std::string lowerCase(std::string_view text)
-{
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(), [](char character) {
-        return character >= 'A' && character <= 'Z' ? static_cast<char>(character | 0x20) : character;
-    });
-    return result;
-}
-
 // Headers that belong to the connection, and those that would lie about the body: HTTP itself sets them.
 bool isSetByHTTP(const std::string& name)
 {
     constexpr std::array names = {"connection", "content-length", "expect", "host", "keep-alive",
         "proxy-connection", "te", "trailer", "transfer-encoding", "upgrade"};
-    return std::find(names.begin(), names.end(), lowerCase(name)) != names.end();
+    return std::find(names.begin(), names.end(), lowercased(name)) != names.end();
 }
 
 // Headers that tell who we are, which another origin is not told.
 bool isCredential(const std::string& name)
 {
     constexpr std::array names = {"authorization", "cookie", "proxy-authorization"};
-    return std::find(names.begin(), names.end(), lowerCase(name)) != names.end();
+    return std::find(names.begin(), names.end(), lowercased(name)) != names.end();
 }
 
 // A field name is a token, and a field value has no line breaks (RFC 9110 sections 5.1 and 5.5).
@@ -61,6 +54,16 @@ bool isWellFormedHeader(const std::string& name, const std::string& value)
 std::string headerLine(const std::string& name, const std::string& value)
 {
     return value.empty() ? name + ";" : name + ": " + value;
+}
+
+// Appends a copy of `line`.
+void append(CurlListHandle& list, const std::string& line)
+{
+    curl_slist* longer = curl_slist_append(list.get(), line.c_str());
+    if (!longer)
+        throw std::bad_alloc();
+    static_cast<void>(list.release()); // the longer list owns it
+    list.reset(longer);
 }
 
 // Errors whose text tells more than their name and holds nothing of the address but the host.
@@ -103,7 +106,9 @@ void CurlExchange::prepareHop()
         throw PlatformError(domain, CURLE_URL_MALFORMAT, "The address of a request is no http or https URL.");
     if (!easy_) {
         body_ = RequestBody(request_.body);
-        easy_ = makeCurlEasyHandle();
+        easy_.reset(curl_easy_init());
+        if (!easy_)
+            throw std::bad_alloc();
     }
     curl_easy_reset(easy_.get());
     response_ = {};
@@ -187,19 +192,19 @@ void CurlExchange::setUpHeaders()
     for (const auto& [name, value] : headers) {
         if (!isWellFormedHeader(name, value))
             throw PlatformError(domain, CURLE_BAD_FUNCTION_ARGUMENT, "A header of a request is malformed.");
-        const bool belongsToBody = lowerCase(name) == "content-type";
+        const bool belongsToBody = lowercased(name) == "content-type";
         const bool isLeftOut = isSetByHTTP(name) || (!isAtFirstOrigin && isCredential(name))
             || (belongsToBody && method_ == "GET" && request_.method != "GET");
         if (isLeftOut)
             continue;
         hasContentType = hasContentType || belongsToBody;
-        appendToCurlList(headers_, headerLine(name, value));
+        append(headers_, headerLine(name, value));
     }
     // What the library would add of its own accord.
     for (const char* line : {"Expect:", "Accept:"})
-        appendToCurlList(headers_, line);
+        append(headers_, line);
     if (!hasContentType)
-        appendToCurlList(headers_, "Content-Type:");
+        append(headers_, "Content-Type:");
     curl_easy_setopt(easy_.get(), CURLOPT_HTTPHEADER, headers_.get());
 }
 

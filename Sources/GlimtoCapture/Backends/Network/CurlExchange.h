@@ -9,12 +9,17 @@
 #include <optional>
 #include <string>
 
-#include "Backends/Network/CurlHandles.h"
+#include <curl/curl.h>
+
 #include "Backends/Network/RequestBody.h"
 #include "Backends/Network/WebOrigin.h"
 #include "Platform/HTTPTransport.h"
+#include "Support/Owned.h"
 
 namespace glimto {
+
+using CurlEasyHandle = Owned<CURL, curl_easy_cleanup>;
+using CurlListHandle = Owned<curl_slist, curl_slist_free_all>;
 
 // One request with everything that belongs to it, through all its redirects. Used by the transport's thread
 // alone, but for `isCancelled`.

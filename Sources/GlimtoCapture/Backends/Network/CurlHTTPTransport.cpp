@@ -21,10 +21,6 @@ constexpr long mostKeptConnections = 16;
 constexpr int busyPollMilliseconds = 500; // requests that take too long are looked for as often
 constexpr int idlePollMilliseconds = 60000;
 
-struct CurlMultiDeleter {
-    void operator()(CURLM* multi) const noexcept { curl_multi_cleanup(multi); }
-};
-
 } // namespace
 
 // The loop of the transport's thread, and what other threads give it to do.
@@ -151,7 +147,7 @@ private:
             exchange->succeed();
     }
 
-    const std::unique_ptr<CURLM, CurlMultiDeleter> multi_;
+    const Owned<CURLM, curl_multi_cleanup> multi_;
     std::atomic<bool> isStopped_ = false;
     Guarded<std::vector<std::unique_ptr<CurlExchange>>> posted_;
     Exchanges exchanges_; // the thread's own

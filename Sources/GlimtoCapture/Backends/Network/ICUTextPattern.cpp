@@ -8,6 +8,7 @@
 
 #include "Support/Errors.h"
 #include "Support/Guarded.h"
+#include "Support/Owned.h"
 
 namespace glimto {
 
@@ -18,10 +19,7 @@ constexpr std::size_t longestText = 65536; // bytes
 constexpr std::int32_t mostSteps = 250; // ICU's unit, about a millisecond each
 constexpr std::int32_t mostStackBytes = 1 << 20;
 
-struct RegularExpressionDeleter {
-    void operator()(URegularExpression* expression) const noexcept { uregex_close(expression); }
-};
-using RegularExpressionHandle = std::unique_ptr<URegularExpression, RegularExpressionDeleter>;
+using RegularExpressionHandle = Owned<URegularExpression, uregex_close>;
 
 [[noreturn]] void throwICUError(const std::string& what, UErrorCode status, const std::string& where = "")
 {

@@ -1,8 +1,9 @@
 #include "Backends/Network/WebOrigin.h"
 
-#include <algorithm>
+#include <curl/curl.h>
 
-#include "Backends/Network/CurlHandles.h"
+#include "Support/Owned.h"
+#include "Support/Text.h"
 
 namespace glimto {
 
@@ -13,19 +14,15 @@ std::string part(CURLU* url, CURLUPart what)
     char* text = nullptr;
     if (curl_url_get(url, what, &text, CURLU_DEFAULT_PORT) != CURLUE_OK || !text)
         return {};
-    std::string result(text);
-    curl_free(text);
-    std::transform(result.begin(), result.end(), result.begin(), [](char character) {
-        return character >= 'A' && character <= 'Z' ? static_cast<char>(character | 0x20) : character;
-    });
-    return result;
+    const Owned<char, curl_free> owned(text);
+    return lowercased(text);
 }
 
 } // namespace
 
 std::optional<WebOrigin> WebOrigin::of(const std::string& url)
 {
-    const CurlURLHandle parsed(curl_url());
+    const Owned<CURLU, curl_url_cleanup> parsed(curl_url());
     if (!parsed || curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK)
         return std::nullopt;
     WebOrigin origin{part(parsed.get(), CURLUPART_SCHEME), part(parsed.get(), CURLUPART_HOST),

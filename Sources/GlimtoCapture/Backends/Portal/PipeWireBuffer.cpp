@@ -28,22 +28,11 @@ std::shared_ptr<MappedMemory> MappedMemory::map(int descriptor, std::size_t offs
         || static_cast<std::uintmax_t>(status.st_size) < offset + length)
         return nullptr;
     const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-    const std::size_t begin = offset / page * page;
-    const std::size_t mapped = offset - begin + length;
-    void* mapping = ::mmap(nullptr, mapped, PROT_READ, MAP_SHARED, descriptor, static_cast<off_t>(begin));
-    if (mapping == MAP_FAILED)
-        return nullptr;
-    std::shared_ptr<MappedMemory> memory(new MappedMemory);
-    memory->mapping_ = mapping;
-    memory->mappedBytes_ = mapped;
-    memory->bytes_ = static_cast<const std::uint8_t*>(mapping) + (offset - begin);
-    return memory;
-}
-
-MappedMemory::~MappedMemory()
-{
-    if (mapping_)
-        ::munmap(mapping_, mappedBytes_);
+    const auto memory = std::make_shared<MappedMemory>();
+    memory->offset_ = offset % page;
+    memory->mapping_ = MemoryMapping(memory->offset_ + length, PROT_READ, MAP_SHARED, descriptor,
+        static_cast<off_t>(offset - memory->offset_));
+    return memory->mapping_ ? memory : nullptr;
 }
 
 bool PipeWireBuffer::read(std::size_t offset, std::span<std::uint8_t> target) const

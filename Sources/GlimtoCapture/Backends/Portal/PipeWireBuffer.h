@@ -6,6 +6,8 @@
 #include <memory>
 #include <span>
 
+#include "Support/MemoryMapping.h"
+
 struct pw_buffer;
 
 namespace glimto {
@@ -17,21 +19,15 @@ public:
     // Null when the descriptor is no memory of at least `offset` + `length` bytes that is sealed against
     // shrinking: looking at what is gone would end this process.
     static std::shared_ptr<MappedMemory> map(int descriptor, std::size_t offset, std::size_t length);
-    ~MappedMemory();
-    MappedMemory(const MappedMemory&) = delete;
-    MappedMemory& operator=(const MappedMemory&) = delete;
 
-    const std::uint8_t* bytes() const { return bytes_; }
+    const std::uint8_t* bytes() const { return mapping_.bytes() + offset_; }
 
     // Consumers that look at it.
     std::atomic<int> leases = 0;
 
 private:
-    MappedMemory() = default;
-
-    void* mapping_ = nullptr;
-    std::size_t mappedBytes_ = 0;
-    const std::uint8_t* bytes_ = nullptr; // at the offset
+    MemoryMapping mapping_;
+    std::size_t offset_ = 0; // of its first byte in the mapping, which begins with a page
 };
 
 // A buffer of a stream as this program sees it.

@@ -34,38 +34,6 @@ constexpr std::size_t mostDamageRects = 16;
 constexpr std::size_t usualCursorSide = 64;
 constexpr std::size_t largestCursorSide = 1024;
 
-// One object of parameters, closed at the end of its life.
-class Object {
-public:
-    Object(spa_pod_builder& builder, std::uint32_t type, std::uint32_t id)
-        : builder_(builder)
-    {
-        spa_pod_builder_push_object(&builder_, &frame_, type, id);
-    }
-
-    spa_pod_builder* property(std::uint32_t key)
-    {
-        spa_pod_builder_prop(&builder_, key, 0);
-        return &builder_;
-    }
-
-    // A property whose value is one of several, the first the usual one; `write` writes them.
-    template <typename Write> void choice(std::uint32_t key, std::uint32_t kind, Write write)
-    {
-        spa_pod_builder_prop(&builder_, key, 0);
-        spa_pod_frame frame = {};
-        spa_pod_builder_push_choice(&builder_, &frame, kind, 0);
-        write(&builder_);
-        spa_pod_builder_pop(&builder_, &frame);
-    }
-
-    const spa_pod* close() { return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder_, &frame_)); }
-
-private:
-    spa_pod_builder& builder_;
-    spa_pod_frame frame_ = {};
-};
-
 spa_pod_builder builderOf(std::span<std::byte> memory)
 {
     spa_pod_builder builder = {};
@@ -79,15 +47,20 @@ struct MetadataSize {
     std::size_t most = usual;
 };
 
+// An object of properties, as the macros of SPA write their values.
+template <typename... Properties>
+const spa_pod* object(
+    spa_pod_builder& builder, std::uint32_t type, std::uint32_t id, Properties... properties)
+{
+    return static_cast<const spa_pod*>(spa_pod_builder_add_object(&builder, type, id, properties...));
+}
+
 const spa_pod* metadata(spa_pod_builder& builder, std::uint32_t type, const MetadataSize& size)
 {
-    Object object(builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta);
-    spa_pod_builder_id(object.property(SPA_PARAM_META_type), type);
-    object.choice(SPA_PARAM_META_size, SPA_CHOICE_Range, [&](spa_pod_builder* values) {
-        for (const std::size_t bytes : {size.usual, size.least, size.most})
-            spa_pod_builder_int(values, static_cast<int>(bytes));
-    });
-    return object.close();
+    return object(builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta, SPA_PARAM_META_type, SPA_POD_Id(type),
+        SPA_PARAM_META_size,
+        SPA_POD_CHOICE_RANGE_Int(
+            static_cast<int>(size.usual), static_cast<int>(size.least), static_cast<int>(size.most)));
 }
 
 std::size_t cursorBytes(std::size_t side)
@@ -101,31 +74,22 @@ std::unique_ptr<PipeWireParameters> PipeWireParameters::formats(std::uint32_t mo
 {
     std::unique_ptr<PipeWireParameters> parameters(new PipeWireParameters);
     spa_pod_builder builder = builderOf(parameters->memory_);
-    Object format(builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
-    spa_pod_builder_id(format.property(SPA_FORMAT_mediaType), SPA_MEDIA_TYPE_video);
-    spa_pod_builder_id(format.property(SPA_FORMAT_mediaSubtype), SPA_MEDIA_SUBTYPE_raw);
-    format.choice(SPA_FORMAT_VIDEO_format, SPA_CHOICE_Enum, [](spa_pod_builder* values) {
-        spa_pod_builder_id(values, knownFormats.front().id); // the usual one
-        for (const KnownFormat& known : knownFormats)
-            spa_pod_builder_id(values, known.id);
-    });
-    format.choice(SPA_FORMAT_VIDEO_size, SPA_CHOICE_Range, [](spa_pod_builder* values) {
-        spa_pod_builder_rectangle(values, 1920, 1080);
-        spa_pod_builder_rectangle(values, 1, 1);
-        spa_pod_builder_rectangle(values, largestSide, largestSide);
-    });
-    // 0: as changes come, which is how screens send.
-    format.choice(SPA_FORMAT_VIDEO_framerate, SPA_CHOICE_Range, [](spa_pod_builder* values) {
-        spa_pod_builder_fraction(values, 0, 1);
-        spa_pod_builder_fraction(values, 0, 1);
-        spa_pod_builder_fraction(values, 1000, 1);
-    });
-    format.choice(SPA_FORMAT_VIDEO_maxFramerate, SPA_CHOICE_Range, [&](spa_pod_builder* values) {
-        spa_pod_builder_fraction(values, mostFramesPerSecond, 1);
-        spa_pod_builder_fraction(values, 1, 1);
-        spa_pod_builder_fraction(values, mostFramesPerSecond, 1);
-    });
-    parameters->list_ = {format.close()};
+    const spa_rectangle usualSize = {1920, 1080};
+    const spa_rectangle leastSize = {1, 1};
+    const spa_rectangle mostSize = {largestSide, largestSide};
+    const spa_fraction asChangesCome = {0, 1}; // which is how screens send
+    const spa_fraction most = {1000, 1};
+    const spa_fraction wanted = {mostFramesPerSecond, 1};
+    const spa_fraction least = {1, 1};
+    static_assert(knownFormats.size() == 4);
+    parameters->list_ = {object(builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
+        SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw),
+        SPA_FORMAT_VIDEO_format,
+        SPA_POD_CHOICE_ENUM_Id(5, knownFormats[0].id, // the usual one
+            knownFormats[0].id, knownFormats[1].id, knownFormats[2].id, knownFormats[3].id),
+        SPA_FORMAT_VIDEO_size, SPA_POD_CHOICE_RANGE_Rectangle(&usualSize, &leastSize, &mostSize),
+        SPA_FORMAT_VIDEO_framerate, SPA_POD_CHOICE_RANGE_Fraction(&asChangesCome, &asChangesCome, &most),
+        SPA_FORMAT_VIDEO_maxFramerate, SPA_POD_CHOICE_RANGE_Fraction(&wanted, &least, &wanted))};
     return parameters;
 }
 
@@ -135,27 +99,13 @@ std::unique_ptr<PipeWireParameters> PipeWireParameters::buffers(
     std::unique_ptr<PipeWireParameters> parameters(new PipeWireParameters);
     spa_pod_builder builder = builderOf(parameters->memory_);
     const int stride = 4 * format.width;
-    Object buffers(builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers);
-    buffers.choice(SPA_PARAM_BUFFERS_buffers, SPA_CHOICE_Range, [](spa_pod_builder* values) {
-        spa_pod_builder_int(values, usualBuffers);
-        spa_pod_builder_int(values, fewestBuffers);
-        spa_pod_builder_int(values, mostBuffers);
-    });
-    spa_pod_builder_int(buffers.property(SPA_PARAM_BUFFERS_blocks), 1);
-    buffers.choice(SPA_PARAM_BUFFERS_size, SPA_CHOICE_Range, [&](spa_pod_builder* values) {
-        spa_pod_builder_int(values, stride * format.height);
-        spa_pod_builder_int(values, stride * format.height);
-        spa_pod_builder_int(values, INT32_MAX);
-    });
-    buffers.choice(SPA_PARAM_BUFFERS_stride, SPA_CHOICE_Range, [&](spa_pod_builder* values) {
-        spa_pod_builder_int(values, stride);
-        spa_pod_builder_int(values, stride);
-        spa_pod_builder_int(values, INT32_MAX);
-    });
-    buffers.choice(SPA_PARAM_BUFFERS_dataType, SPA_CHOICE_Flags, [](spa_pod_builder* values) {
-        spa_pod_builder_int(values, (1 << SPA_DATA_MemFd) | (1 << SPA_DATA_MemPtr));
-    });
-    parameters->list_ = {buffers.close(), metadata(builder, SPA_META_Header, {sizeof(spa_meta_header)}),
+    const spa_pod* memory = object(builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers,
+        SPA_PARAM_BUFFERS_buffers, SPA_POD_CHOICE_RANGE_Int(usualBuffers, fewestBuffers, mostBuffers),
+        SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1), SPA_PARAM_BUFFERS_size,
+        SPA_POD_CHOICE_RANGE_Int(stride * format.height, stride * format.height, INT32_MAX),
+        SPA_PARAM_BUFFERS_stride, SPA_POD_CHOICE_RANGE_Int(stride, stride, INT32_MAX),
+        SPA_PARAM_BUFFERS_dataType, SPA_POD_CHOICE_FLAGS_Int((1 << SPA_DATA_MemFd) | (1 << SPA_DATA_MemPtr)));
+    parameters->list_ = {memory, metadata(builder, SPA_META_Header, {sizeof(spa_meta_header)}),
         metadata(builder, SPA_META_VideoCrop, {sizeof(spa_meta_region)}),
         metadata(builder, SPA_META_VideoDamage,
             {.usual = mostDamageRects * sizeof(spa_meta_region),

@@ -1,6 +1,5 @@
 #include "Backends/Portal/RestoreTokens.h"
 
-#include <cstdlib>
 #include <exception>
 #include <utility>
 
@@ -9,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Support/AtomicFile.h"
+#include "Support/EnvironmentVariable.h"
 #include "Support/JSONFields.h"
 #include "Support/Paths.h"
 #include "Support/RegularFile.h"
@@ -23,8 +23,7 @@ constexpr std::size_t mostTokens = 200;
 
 std::filesystem::path absoluteVariable(const char* name)
 {
-    const char* value = std::getenv(name);
-    const std::filesystem::path path = value ? value : "";
+    const std::filesystem::path path = environmentVariable(name);
     return path.is_absolute() ? path : std::filesystem::path();
 }
 

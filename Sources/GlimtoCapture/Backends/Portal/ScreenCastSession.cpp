@@ -7,7 +7,6 @@
 #include <optional>
 
 #include <fcntl.h>
-#include <systemd/sd-bus.h>
 #include <unistd.h>
 
 #include "Backends/Portal/PortalErrors.h"
@@ -33,20 +32,20 @@ constexpr std::uint32_t versionWithTokens = 4;
 constexpr std::uint32_t versionWithCursorModes = 2;
 constexpr std::uint32_t persistUntilRevoked = 2;
 
-void append(sd_bus_message* message, const char* key, std::uint32_t value)
+// Adds values to a question as sd_bus_message_append() does.
+template <typename... Values> void append(sd_bus_message* message, const char* types, Values... values)
 {
-    requireBus(sd_bus_message_append(message, "{sv}", key, "u", value), "Could not ask the desktop portal");
+    requireBus(sd_bus_message_append(message, types, values...), "Could not ask the desktop portal");
 }
 
-void append(sd_bus_message* message, const char* key, const std::string& value)
+void appendOption(sd_bus_message* message, const char* key, std::uint32_t value)
 {
-    requireBus(
-        sd_bus_message_append(message, "{sv}", key, "s", value.c_str()), "Could not ask the desktop portal");
+    append(message, "{sv}", key, "u", value);
 }
 
-void appendPath(sd_bus_message* message, const std::string& path)
+void appendOption(sd_bus_message* message, const char* key, const std::string& value)
 {
-    requireBus(sd_bus_message_append(message, "o", path.c_str()), "Could not ask the desktop portal");
+    append(message, "{sv}", key, "s", value.c_str());
 }
 
 // The pointer in the picture or not. Where it is not, its place comes beside the picture if possible.
@@ -113,32 +112,32 @@ ScreenCastSession::Grant ScreenCastSession::open(const Wish& wish)
         [this](sd_bus_message*) { isClosed_ = true; });
     const auto created = request(
         "CreateSession", [](sd_bus_message*) {},
-        [&](sd_bus_message* message) { append(message, "session_handle_token", sessionToken); }, answerLimit);
+        [&](sd_bus_message* message) { appendOption(message, "session_handle_token", sessionToken); },
+        answerLimit);
     if (created.sessionHandle != handle_)
         throw portalError(PortalFailure::badAnswer, "The desktop portal gave no session.");
 
     Grant grant;
     grant.cursorMode = chosenCursorMode(abilities, wish.showsCursor);
-    const auto session = [&](sd_bus_message* message) { appendPath(message, handle_); };
+    const auto session = [&](sd_bus_message* message) { append(message, "o", handle_.c_str()); };
     request(
         "SelectSources", session,
         [&](sd_bus_message* message) {
-            append(message, "types", static_cast<std::uint32_t>(wish.sourceKind));
-            requireBus(sd_bus_message_append(message, "{sv}", "multiple", "b", 0),
-                "Could not ask the desktop portal");
+            appendOption(message, "types", static_cast<std::uint32_t>(wish.sourceKind));
+            append(message, "{sv}", "multiple", "b", 0);
             if (abilities.version >= versionWithCursorModes)
-                append(message, "cursor_mode", static_cast<std::uint32_t>(grant.cursorMode));
+                appendOption(message, "cursor_mode", static_cast<std::uint32_t>(grant.cursorMode));
             if (hasTokens)
-                append(message, "persist_mode", persistUntilRevoked);
+                appendOption(message, "persist_mode", persistUntilRevoked);
             if (hasTokens && !wish.restoreToken.empty())
-                append(message, "restore_token", wish.restoreToken);
+                appendOption(message, "restore_token", wish.restoreToken);
         },
         answerLimit);
     const auto started = request(
         "Start",
         [&](sd_bus_message* message) {
             session(message);
-            requireBus(sd_bus_message_append(message, "s", ""), "Could not ask the desktop portal");
+            append(message, "s", "");
         },
         [](sd_bus_message*) {}, questionLimit);
     if (started.streams.empty())
@@ -151,8 +150,7 @@ ScreenCastSession::Grant ScreenCastSession::open(const Wish& wish)
 FileDescriptor ScreenCastSession::openPipeWireRemote()
 {
     auto call = bus_.methodCall(portalName, portalPath, screenCastInterface, "OpenPipeWireRemote");
-    appendPath(call.get(), handle_);
-    requireBus(sd_bus_message_append(call.get(), "a{sv}", 0), "Could not ask the desktop portal");
+    append(call.get(), "oa{sv}", handle_.c_str(), 0);
     const auto answer = bus_.call(std::move(call), answerLimit);
     int descriptor = -1;
     if (sd_bus_message_read(answer.get(), "h", &descriptor) < 0)
@@ -198,7 +196,7 @@ PortalResponse ScreenCastSession::request(const char* member,
     arguments(call.get());
     requireBus(sd_bus_message_open_container(call.get(), SD_BUS_TYPE_ARRAY, "{sv}"),
         "Could not ask the desktop portal");
-    append(call.get(), "handle_token", token);
+    appendOption(call.get(), "handle_token", token);
     options(call.get());
     requireBus(sd_bus_message_close_container(call.get()), "Could not ask the desktop portal");
     try {
@@ -241,8 +239,7 @@ void ScreenCastSession::closeRequest(const std::string& path) noexcept
 PortalAbilities screenCastAbilities(SessionBus& bus, SessionBus::Limit limit)
 try {
     auto call = bus.methodCall(portalName, portalPath, "org.freedesktop.DBus.Properties", "GetAll");
-    requireBus(
-        sd_bus_message_append(call.get(), "s", screenCastInterface), "Could not ask the desktop portal");
+    append(call.get(), "s", screenCastInterface);
     const auto answer = bus.call(std::move(call), limit);
     const auto abilities = portalAbilities(answer.get());
     if (abilities.version == 0)

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include <poll.h>
-#include <systemd/sd-bus.h>
 
 #include "Backends/Portal/PortalErrors.h"
 #include "Support/Text.h"
@@ -50,22 +49,6 @@ struct SessionBus::Listener {
     OnSignal onSignal;
     BusSlot slot; // first to go
 };
-
-void BusDeleter::operator()(sd_bus* bus) const noexcept
-{
-    // Without waiting for anybody to read what is still to be sent.
-    sd_bus_close_unref(bus);
-}
-
-void BusDeleter::operator()(sd_bus_message* message) const noexcept
-{
-    sd_bus_message_unref(message);
-}
-
-void BusDeleter::operator()(sd_bus_slot* slot) const noexcept
-{
-    sd_bus_slot_unref(slot);
-}
 
 void requireBus(int result, const std::string& what)
 {

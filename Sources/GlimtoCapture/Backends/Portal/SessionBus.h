@@ -6,21 +6,15 @@
 #include <memory>
 #include <string>
 
-#include "Backends/Streams/WakeUp.h"
+#include <systemd/sd-bus.h>
 
-struct sd_bus;
-struct sd_bus_message;
-struct sd_bus_slot;
+#include "Backends/Streams/WakeUp.h"
+#include "Support/Owned.h"
 
 namespace glimto {
 
-struct BusDeleter {
-    void operator()(sd_bus* bus) const noexcept;
-    void operator()(sd_bus_message* message) const noexcept;
-    void operator()(sd_bus_slot* slot) const noexcept;
-};
-using BusMessage = std::unique_ptr<sd_bus_message, BusDeleter>;
-using BusSlot = std::unique_ptr<sd_bus_slot, BusDeleter>;
+using BusMessage = Owned<sd_bus_message, sd_bus_message_unref>;
+using BusSlot = Owned<sd_bus_slot, sd_bus_slot_unref>;
 
 // Throws PlatformError when a call of sd-bus returned an error number (negative).
 void requireBus(int result, const std::string& what);
@@ -38,8 +32,6 @@ public:
     ~SessionBus();
     SessionBus(const SessionBus&) = delete;
     SessionBus& operator=(const SessionBus&) = delete;
-
-    sd_bus* get() const { return bus_.get(); }
 
     // The name that the bus gave this connection: ":1.42".
     std::string uniqueName();
@@ -78,7 +70,7 @@ private:
     bool handleOne();
 
     WakeUp& wakeUp_;
-    std::unique_ptr<sd_bus, BusDeleter> bus_;
+    Owned<sd_bus, sd_bus_close_unref> bus_; // goes without waiting for anybody to read what is to be sent
 };
 
 } // namespace glimto

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <utility>
 
 #include <pulse/introspect.h>
 
@@ -11,61 +12,29 @@ namespace {
 
 const char* const refused = "The sound server does not tell its devices";
 
-// What a callback collects; an exception waits here until the library is left.
-template <typename Item> struct Answer {
-    std::vector<Item> items;
-    std::exception_ptr failure;
-
-    template <typename Function> void add(Function&& make) noexcept
-    {
-        try {
-            items.push_back(make());
-        } catch (...) {
-            failure = std::current_exception();
-        }
-    }
-    std::vector<Item> taken()
-    {
-        if (failure)
-            std::rethrow_exception(failure);
-        return std::move(items);
-    }
-};
-
 std::string textOf(const char* text)
 {
     return text ? text : "";
 }
 
-void addSource(pa_context*, const pa_source_info* info, int isLast, void* answer)
+PulseSource itemOf(const pa_source_info& info)
 {
-    if (isLast != 0 || !info)
-        return;
-    static_cast<Answer<PulseSource>*>(answer)->add([info] {
-        return PulseSource{.index = info->index,
-            .name = textOf(info->name),
-            .description = textOf(info->description),
-            .sampleSpec = info->sample_spec,
-            .channelMap = info->channel_map,
-            .isMonitor = info->monitor_of_sink != PA_INVALID_INDEX};
-    });
+    return {.index = info.index,
+        .name = textOf(info.name),
+        .description = textOf(info.description),
+        .sampleSpec = info.sample_spec,
+        .channelMap = info.channel_map,
+        .isMonitor = info.monitor_of_sink != PA_INVALID_INDEX};
 }
 
-void addSourceIndex(pa_context*, const pa_source_output_info* info, int isLast, void* answer)
+PulseSink itemOf(const pa_sink_info& info)
 {
-    if (isLast == 0 && info)
-        static_cast<Answer<std::uint32_t>*>(answer)->add([info] { return info->source; });
+    return {.index = info.index, .name = textOf(info.name), .monitorName = textOf(info.monitor_source_name)};
 }
 
-void addSink(pa_context*, const pa_sink_info* info, int isLast, void* answer)
+std::uint32_t itemOf(const pa_source_output_info& info)
 {
-    if (isLast != 0 || !info)
-        return;
-    static_cast<Answer<PulseSink>*>(answer)->add([info] {
-        return PulseSink{.index = info->index,
-            .name = textOf(info->name),
-            .monitorName = textOf(info->monitor_source_name)};
-    });
+    return info.source;
 }
 
 struct ServerFacts {
@@ -73,20 +42,45 @@ struct ServerFacts {
     std::string defaultSinkName;
 };
 
-void addServer(pa_context*, const pa_server_info* info, void* answer)
+ServerFacts itemOf(const pa_server_info& info)
 {
-    if (!info)
-        return;
-    static_cast<Answer<ServerFacts>*>(answer)->add([info] {
-        return ServerFacts{
-            .name = textOf(info->server_name), .defaultSinkName = textOf(info->default_sink_name)};
-    });
+    return {.name = textOf(info.server_name), .defaultSinkName = textOf(info.default_sink_name)};
 }
+
+// What callbacks collect; an exception waits here until the library is left.
+template <typename Info> class Answer {
+public:
+    static void add(pa_context*, const Info* info, void* answer) noexcept
+    {
+        auto& self = *static_cast<Answer*>(answer);
+        try {
+            if (info)
+                self.items_.push_back(itemOf(*info));
+        } catch (...) {
+            self.failure_ = std::current_exception();
+        }
+    }
+    static void addListed(pa_context* context, const Info* info, int isLast, void* answer) noexcept
+    {
+        add(context, isLast == 0 ? info : nullptr, answer);
+    }
+
+    auto taken()
+    {
+        if (failure_)
+            std::rethrow_exception(failure_);
+        return std::move(items_);
+    }
+
+private:
+    std::vector<decltype(itemOf(std::declval<const Info&>()))> items_;
+    std::exception_ptr failure_;
+};
 
 ServerFacts serverFacts(PulseConnection& connection)
 {
-    Answer<ServerFacts> answer;
-    connection.finish(pa_context_get_server_info(connection.get(), &addServer, &answer), refused);
+    Answer<pa_server_info> answer;
+    connection.finish(pa_context_get_server_info(connection.get(), &answer.add, &answer), refused);
     const auto facts = answer.taken();
     return facts.empty() ? ServerFacts{} : facts.front();
 }
@@ -103,9 +97,10 @@ constexpr PulseServerTiming pipeWireTiming = {.latency = 15'000, .unreportedMoni
 
 std::optional<std::uint32_t> sourceOfPulseStream(PulseConnection& connection, std::uint32_t streamIndex)
 {
-    Answer<std::uint32_t> answer;
+    Answer<pa_source_output_info> answer;
     connection.finish(
-        pa_context_get_source_output_info(connection.get(), streamIndex, &addSourceIndex, &answer), refused);
+        pa_context_get_source_output_info(connection.get(), streamIndex, &answer.addListed, &answer),
+        refused);
     const auto indexes = answer.taken();
     if (indexes.empty())
         return std::nullopt;
@@ -114,8 +109,8 @@ std::optional<std::uint32_t> sourceOfPulseStream(PulseConnection& connection, st
 
 std::vector<PulseSource> listPulseSources(PulseConnection& connection)
 {
-    Answer<PulseSource> answer;
-    connection.finish(pa_context_get_source_info_list(connection.get(), &addSource, &answer), refused);
+    Answer<pa_source_info> answer;
+    connection.finish(pa_context_get_source_info_list(connection.get(), &answer.addListed, &answer), refused);
     return answer.taken();
 }
 
@@ -138,8 +133,8 @@ PulseServerTiming pulseServerTiming(PulseConnection& connection)
 std::optional<PulseSink> defaultPulseSink(PulseConnection& connection)
 {
     const auto server = serverFacts(connection);
-    Answer<PulseSink> answer;
-    connection.finish(pa_context_get_sink_info_list(connection.get(), &addSink, &answer), refused);
+    Answer<pa_sink_info> answer;
+    connection.finish(pa_context_get_sink_info_list(connection.get(), &answer.addListed, &answer), refused);
     for (auto& sink : answer.taken()) {
         if (sink.name == server.defaultSinkName && !sink.monitorName.empty())
             return std::move(sink);

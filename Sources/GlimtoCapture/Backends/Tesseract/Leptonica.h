@@ -1,21 +1,24 @@
 #pragma once
 
-#include <memory>
+#include <new>
 
-struct Pix;
-struct Boxa;
+#include <leptonica/allheaders.h>
+
+#include "Support/Owned.h"
 
 namespace glimto {
 
-struct LeptonicaDeleter {
-    void operator()(Pix* picture) const noexcept;
-    void operator()(Boxa* boxes) const noexcept;
-};
-
-using PixHandle = std::unique_ptr<Pix, LeptonicaDeleter>;
-using BoxaHandle = std::unique_ptr<Boxa, LeptonicaDeleter>;
+using PixHandle = Owned<Pix, pixDestroy>;
+using BoxHandle = Owned<Box, boxDestroy>;
+using BoxaHandle = Owned<Boxa, boxaDestroy>;
+using PixaHandle = Owned<Pixa, pixaDestroy>;
 
 // What the library made. Throws std::bad_alloc for null.
-PixHandle owned(Pix* picture);
+inline PixHandle owned(Pix* picture)
+{
+    if (!picture)
+        throw std::bad_alloc();
+    return PixHandle(picture);
+}
 
 } // namespace glimto

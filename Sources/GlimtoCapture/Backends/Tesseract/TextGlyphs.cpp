@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <leptonica/allheaders.h>
-
 #include "Backends/Tesseract/Leptonica.h"
 
 namespace glimto {
@@ -122,10 +120,9 @@ bool isStroke(const PixelRect& part, const std::vector<PixelRect>& parts, const 
 
 int inkIn(Pix* shape, const PixelRect& area)
 {
-    Box* box = boxCreate(area.x, area.y, area.width, area.height);
+    const BoxHandle box(boxCreate(area.x, area.y, area.width, area.height));
     l_int32 count = 0;
-    pixCountPixelsInRect(shape, box, &count, nullptr);
-    boxDestroy(&box);
+    pixCountPixelsInRect(shape, box.get(), &count, nullptr);
     return count;
 }
 
@@ -170,22 +167,21 @@ class InkParts {
 public:
     explicit InkParts(Pix* ink)
     {
-        const BoxaHandle boxes(pixConnComp(ink, &shapes_, 8));
+        Pixa* shapes = nullptr;
+        const BoxaHandle boxes(pixConnComp(ink, &shapes, 8));
+        shapes_.reset(shapes);
         bounds = boundsOf(boxes.get());
     }
-    ~InkParts() { pixaDestroy(&shapes_); }
-    InkParts(const InkParts&) = delete;
-    InkParts& operator=(const InkParts&) = delete;
 
     PixHandle shape(std::size_t index) const
     {
-        return owned(pixaGetPix(shapes_, static_cast<l_int32>(index), L_CLONE));
+        return owned(pixaGetPix(shapes_.get(), static_cast<l_int32>(index), L_CLONE));
     }
 
     std::vector<PixelRect> bounds;
 
 private:
-    Pixa* shapes_ = nullptr;
+    PixaHandle shapes_;
 };
 
 // Takes away what is drawn around buttons, fields and pictures, and check boxes. Returns their number.

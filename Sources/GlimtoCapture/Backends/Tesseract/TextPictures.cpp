@@ -7,8 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include <leptonica/allheaders.h>
-
 #include "Backends/Tesseract/FlatZones.h"
 #include "Backends/Tesseract/ReadingOrder.h"
 #include "Backends/Tesseract/TextGlyphs.h"

@@ -20,6 +20,7 @@
 #include <unistd.h>
 
 #include "Backends/Wayland/LocalSocket.h"
+#include "Support/EnvironmentVariable.h"
 #include "Support/FileDescriptor.h"
 #include "Support/Text.h"
 
@@ -246,12 +247,6 @@ private:
     }
 };
 
-std::string environmentValue(const char* name)
-{
-    const char* value = std::getenv(name);
-    return value ? value : "";
-}
-
 } // namespace
 
 std::optional<std::vector<Window>> windowsOfSwayTree(std::string_view json)
@@ -297,12 +292,12 @@ std::optional<std::vector<Window>> windowsOfHyprland(std::string_view json)
 
 std::optional<std::vector<Window>> compositorWindows()
 {
-    if (const std::string socket = environmentValue("SWAYSOCK"); !socket.empty()) {
+    if (const std::string socket = environmentVariable("SWAYSOCK"); !socket.empty()) {
         if (const auto answer = askSwayForTree(socket))
             return windowsOfSwayTree(*answer);
     }
-    const std::string instance = environmentValue("HYPRLAND_INSTANCE_SIGNATURE");
-    const std::string folder = environmentValue("XDG_RUNTIME_DIR");
+    const std::string instance = environmentVariable("HYPRLAND_INSTANCE_SIGNATURE");
+    const std::string folder = environmentVariable("XDG_RUNTIME_DIR");
     if (!instance.empty() && !folder.empty()) {
         if (const auto answer = askHyprland(folder + "/hypr/" + instance + "/.socket.sock", "j/clients"))
             return windowsOfHyprland(*answer);

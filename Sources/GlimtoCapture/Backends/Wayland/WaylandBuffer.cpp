@@ -11,34 +11,20 @@
 namespace glimto {
 
 WaylandSharedMemory::WaylandSharedMemory(std::size_t size)
-    : size_(size)
-    , descriptor_(::memfd_create("glimto-picture", MFD_CLOEXEC | MFD_ALLOW_SEALING))
+    : descriptor_(::memfd_create("glimto-picture", MFD_CLOEXEC | MFD_ALLOW_SEALING))
 {
-    if (descriptor_ >= 0 && ::ftruncate(descriptor_, static_cast<off_t>(size)) == 0
-        && ::fcntl(descriptor_, F_ADD_SEALS, F_SEAL_SHRINK) == 0) {
-        void* address = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor_, 0);
-        if (address != MAP_FAILED)
-            bytes_ = static_cast<std::uint8_t*>(address);
-    }
-    if (!bytes_) {
-        const int error = errno;
-        if (descriptor_ >= 0)
-            ::close(descriptor_);
-        throw PlatformError::posix("Could not get memory for a picture", error);
-    }
-}
-
-WaylandSharedMemory::~WaylandSharedMemory()
-{
-    ::munmap(bytes_, size_);
-    ::close(descriptor_);
+    if (descriptor_ && ::ftruncate(descriptor_.get(), static_cast<off_t>(size)) == 0
+        && ::fcntl(descriptor_.get(), F_ADD_SEALS, F_SEAL_SHRINK) == 0)
+        mapping_ = MemoryMapping(size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor_.get());
+    if (!mapping_)
+        throw PlatformError::posix("Could not get memory for a picture", errno);
 }
 
 WaylandBuffer::WaylandBuffer(wl_shm* shm, const WaylandPictureFormat& format)
     : format_(format)
     , memory_(std::make_shared<WaylandSharedMemory>(format.size()))
 {
-    const WaylandShmPoolHandle pool(
+    const WaylandHandle<wl_shm_pool> pool(
         wl_shm_create_pool(shm, memory_->fileDescriptor(), static_cast<std::int32_t>(format.size())));
     buffer_.reset(wl_shm_pool_create_buffer(pool.get(), 0, static_cast<std::int32_t>(format.width),
         static_cast<std::int32_t>(format.height), static_cast<std::int32_t>(format.bytesPerRow),

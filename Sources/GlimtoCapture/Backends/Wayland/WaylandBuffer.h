@@ -7,6 +7,8 @@
 
 #include "Backends/Wayland/WaylandHandles.h"
 #include "Backends/Wayland/WaylandPictureFormat.h"
+#include "Support/FileDescriptor.h"
+#include "Support/MemoryMapping.h"
 
 namespace glimto {
 
@@ -16,20 +18,16 @@ class WaylandSharedMemory {
 public:
     // Throws PlatformError when there is no memory left.
     explicit WaylandSharedMemory(std::size_t size);
-    ~WaylandSharedMemory();
-    WaylandSharedMemory(const WaylandSharedMemory&) = delete;
-    WaylandSharedMemory& operator=(const WaylandSharedMemory&) = delete;
 
-    std::uint8_t* bytes() const { return bytes_; }
-    int fileDescriptor() const { return descriptor_; }
+    std::uint8_t* bytes() const { return mapping_.bytes(); }
+    int fileDescriptor() const { return descriptor_.get(); }
 
     // How many pictures in the hands of consumers lie here; written by any thread.
     std::atomic<int> leases = 0;
 
 private:
-    std::size_t size_;
-    int descriptor_ = -1;
-    std::uint8_t* bytes_ = nullptr;
+    FileDescriptor descriptor_;
+    MemoryMapping mapping_;
 };
 
 // A picture that the compositor copies into.
@@ -45,7 +43,7 @@ public:
 private:
     WaylandPictureFormat format_;
     std::shared_ptr<WaylandSharedMemory> memory_; // shared with the consumers of the picture
-    WaylandBufferHandle buffer_;
+    WaylandHandle<wl_buffer> buffer_;
 };
 
 } // namespace glimto

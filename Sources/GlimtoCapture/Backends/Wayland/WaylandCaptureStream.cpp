@@ -285,7 +285,7 @@ public:
 
 private:
     WaylandConnection& connection_;
-    WaylandCallbackHandle question_; // null while none stands
+    WaylandHandle<wl_callback> question_; // null while none stands
     std::int64_t asked_ = 0;
 };
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -10,24 +9,19 @@
 
 #include "Backends/Wayland/LocalSocket.h"
 #include "Backends/Wayland/WaylandErrors.h"
+#include "Support/EnvironmentVariable.h"
 #include "Support/FileDescriptor.h"
 
 namespace glimto {
 
 namespace {
 
-std::string environmentValue(const char* name)
-{
-    const char* value = std::getenv(name);
-    return value ? value : "";
-}
-
 // A connection to the socket that WAYLAND_DISPLAY names: an absolute path, or a name in $XDG_RUNTIME_DIR, or
 // "wayland-0" where it is not set. Does not wait: a compositor that accepts nobody any more is as good as
 // none. Throws PlatformError cannotConnect or noAnswer.
 FileDescriptor connectedWaylandSocket()
 {
-    std::string name = environmentValue("WAYLAND_DISPLAY");
+    std::string name = environmentVariable("WAYLAND_DISPLAY");
     if (name.empty())
         name = "wayland-0";
     const auto cannotConnect = [&](const std::string& reason) {
@@ -35,7 +29,7 @@ FileDescriptor connectedWaylandSocket()
             "Could not connect to the Wayland compositor \"" + name + "\" that WAYLAND_DISPLAY names"
                 + reason);
     };
-    const std::string folder = environmentValue("XDG_RUNTIME_DIR");
+    const std::string folder = environmentVariable("XDG_RUNTIME_DIR");
     if (name.front() != '/' && folder.empty())
         throw cannotConnect(": XDG_RUNTIME_DIR is not set.");
     const std::string path = name.front() == '/' ? name : folder + "/" + name;
@@ -132,7 +126,7 @@ void WaylandConnection::didAddGlobal(std::uint32_t name, const std::string& inte
     } else if (interface == wl_seat_interface.name && !seat_) {
         seat_.reset(bound<wl_seat>(registry, name, wl_seat_interface, newestSeat));
     } else if (interface == wl_output_interface.name && outputs_.size() < mostOutputs) {
-        WaylandOutputHandle output(
+        WaylandHandle<wl_output> output(
             bound<wl_output>(registry, name, wl_output_interface, std::min(version, newestOutput)));
         outputs_.push_back(std::make_unique<WaylandOutput>(name, std::move(output)));
         if (xdgOutputs_)
@@ -158,12 +152,13 @@ void WaylandConnection::didRemoveGlobal(std::uint32_t name)
     outputs_.remove_if([name](const auto& output) { return output->globalName() == name; });
 }
 
-WaylandToplevelManagerHandle WaylandConnection::bindToplevelManager()
+WaylandHandle<zwlr_foreign_toplevel_manager_v1> WaylandConnection::bindToplevelManager()
 {
     if (toplevelManagerVersion_ == 0)
         return nullptr;
-    return WaylandToplevelManagerHandle(bound<zwlr_foreign_toplevel_manager_v1>(registry_.get(),
-        toplevelManagerName_, zwlr_foreign_toplevel_manager_v1_interface, toplevelManagerVersion_));
+    return WaylandHandle<zwlr_foreign_toplevel_manager_v1>(
+        bound<zwlr_foreign_toplevel_manager_v1>(registry_.get(), toplevelManagerName_,
+            zwlr_foreign_toplevel_manager_v1_interface, toplevelManagerVersion_));
 }
 
 void WaylandConnection::roundTrip()
@@ -172,7 +167,7 @@ void WaylandConnection::roundTrip()
         .done = [](void* done, wl_callback*, std::uint32_t) { *static_cast<bool*>(done) = true; },
     };
     bool isDone = false;
-    const WaylandCallbackHandle callback(wl_display_sync(display_));
+    const WaylandHandle<wl_callback> callback(wl_display_sync(display_));
     wl_callback_add_listener(callback.get(), &listener, &isDone);
     if (!dispatchUntil([&] { return isDone; }, Clock::now() + answerTimeout))
         throw waylandError(WaylandFailure::noAnswer, "The Wayland compositor does not answer.");

@@ -40,7 +40,7 @@ public:
     std::uint32_t screencopyVersion() const { return screencopyVersion_; }
     zwlr_data_control_manager_v1* dataControl() const { return dataControl_.get(); }
     // Its windows begin to be told when it is bound, so that is done when they are wanted.
-    WaylandToplevelManagerHandle bindToplevelManager();
+    WaylandHandle<zwlr_foreign_toplevel_manager_v1> bindToplevelManager();
 
     // Why the screen cannot be captured on this connection, as a sentence for the user; empty when it can.
     std::string captureObstacle() const;
@@ -67,13 +67,13 @@ private:
     void throwLost() const;
 
     wl_display* display_;
-    WaylandRegistryHandle registry_;
-    WaylandShmHandle shm_;
-    WaylandSeatHandle seat_;
-    WaylandXDGOutputManagerHandle xdgOutputs_;
-    WaylandScreencopyManagerHandle screencopy_;
+    WaylandHandle<wl_registry> registry_;
+    WaylandHandle<wl_shm> shm_;
+    WaylandHandle<wl_seat> seat_;
+    WaylandHandle<zxdg_output_manager_v1> xdgOutputs_;
+    WaylandHandle<zwlr_screencopy_manager_v1> screencopy_;
     std::uint32_t screencopyVersion_ = 0;
-    WaylandDataControlHandle dataControl_;
+    WaylandHandle<zwlr_data_control_manager_v1> dataControl_;
     std::uint32_t toplevelManagerName_ = 0;
     std::uint32_t toplevelManagerVersion_ = 0;
     std::list<std::unique_ptr<WaylandOutput>> outputs_;

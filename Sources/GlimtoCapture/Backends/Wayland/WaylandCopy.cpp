@@ -14,14 +14,14 @@ constexpr std::uint32_t versionWithDamage = 2;
 constexpr std::size_t mostRects = 256;
 constexpr std::uint32_t farthestPixel = 32767;
 
-WaylandScreencopyFrameHandle makeFrame(WaylandConnection& connection, const WaylandCopyArea& area)
+WaylandHandle<zwlr_screencopy_frame_v1> makeFrame(WaylandConnection& connection, const WaylandCopyArea& area)
 {
     zwlr_screencopy_manager_v1* manager = connection.screencopy();
     const std::int32_t cursor = area.showsCursor ? 1 : 0;
     if (!area.part)
-        return WaylandScreencopyFrameHandle(
+        return WaylandHandle<zwlr_screencopy_frame_v1>(
             zwlr_screencopy_manager_v1_capture_output(manager, cursor, area.output));
-    return WaylandScreencopyFrameHandle(zwlr_screencopy_manager_v1_capture_output_region(
+    return WaylandHandle<zwlr_screencopy_frame_v1>(zwlr_screencopy_manager_v1_capture_output_region(
         manager, cursor, area.output, area.part->x, area.part->y, area.part->width, area.part->height));
 }
 

@@ -47,7 +47,7 @@ private:
     void isOffered(const WaylandPictureFormat& format);
     void didChange(std::uint32_t x, std::uint32_t y, std::uint32_t width, std::uint32_t height);
 
-    WaylandScreencopyFrameHandle frame_;
+    WaylandHandle<zwlr_screencopy_frame_v1> frame_;
     std::uint32_t version_;
     std::optional<WaylandPictureFormat> offered_; // of shared memory; more kinds may be told after it
     std::optional<WaylandPictureFormat> format_;

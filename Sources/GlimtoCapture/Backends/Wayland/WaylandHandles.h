@@ -52,21 +52,6 @@ struct WaylandDelete {
     }
 };
 
-using WaylandRegistryHandle = std::unique_ptr<wl_registry, WaylandDelete>;
-using WaylandShmHandle = std::unique_ptr<wl_shm, WaylandDelete>;
-using WaylandShmPoolHandle = std::unique_ptr<wl_shm_pool, WaylandDelete>;
-using WaylandSeatHandle = std::unique_ptr<wl_seat, WaylandDelete>;
-using WaylandBufferHandle = std::unique_ptr<wl_buffer, WaylandDelete>;
-using WaylandCallbackHandle = std::unique_ptr<wl_callback, WaylandDelete>;
-using WaylandOutputHandle = std::unique_ptr<wl_output, WaylandDelete>;
-using WaylandXDGOutputHandle = std::unique_ptr<zxdg_output_v1, WaylandDelete>;
-using WaylandXDGOutputManagerHandle = std::unique_ptr<zxdg_output_manager_v1, WaylandDelete>;
-using WaylandScreencopyManagerHandle = std::unique_ptr<zwlr_screencopy_manager_v1, WaylandDelete>;
-using WaylandScreencopyFrameHandle = std::unique_ptr<zwlr_screencopy_frame_v1, WaylandDelete>;
-using WaylandDataControlHandle = std::unique_ptr<zwlr_data_control_manager_v1, WaylandDelete>;
-using WaylandDataSourceHandle = std::unique_ptr<zwlr_data_control_source_v1, WaylandDelete>;
-using WaylandDataDeviceHandle = std::unique_ptr<zwlr_data_control_device_v1, WaylandDelete>;
-using WaylandToplevelManagerHandle = std::unique_ptr<zwlr_foreign_toplevel_manager_v1, WaylandDelete>;
-using WaylandToplevelHandle = std::unique_ptr<zwlr_foreign_toplevel_handle_v1, WaylandDelete>;
+template <typename Object> using WaylandHandle = std::unique_ptr<Object, WaylandDelete>;
 
 } // namespace glimto

@@ -22,7 +22,7 @@ std::uint32_t waylandNameID(const std::string& name)
     return hash;
 }
 
-WaylandOutput::WaylandOutput(std::uint32_t globalName, WaylandOutputHandle output)
+WaylandOutput::WaylandOutput(std::uint32_t globalName, WaylandHandle<wl_output> output)
     : globalName_(globalName)
     , output_(std::move(output))
 {

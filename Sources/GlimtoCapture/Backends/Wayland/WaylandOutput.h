@@ -11,7 +11,7 @@ namespace glimto {
 // One display of the compositor.
 class WaylandOutput {
 public:
-    WaylandOutput(std::uint32_t globalName, WaylandOutputHandle output);
+    WaylandOutput(std::uint32_t globalName, WaylandHandle<wl_output> output);
     WaylandOutput(const WaylandOutput&) = delete;
     WaylandOutput& operator=(const WaylandOutput&) = delete;
 
@@ -31,8 +31,8 @@ private:
     void listen();
 
     std::uint32_t globalName_;
-    WaylandOutputHandle output_;
-    WaylandXDGOutputHandle xdgOutput_;
+    WaylandHandle<wl_output> output_;
+    WaylandHandle<zxdg_output_v1> xdgOutput_;
     std::string name_;
     std::int32_t x_ = 0; // points
     std::int32_t y_ = 0;

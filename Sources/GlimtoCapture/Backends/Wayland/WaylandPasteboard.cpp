@@ -129,8 +129,8 @@ private:
 
     WaylandConnection& connection_;
     std::span<const std::byte> png_;
-    WaylandDataSourceHandle source_;
-    WaylandDataDeviceHandle device_;
+    WaylandHandle<zwlr_data_control_source_v1> source_;
+    WaylandHandle<zwlr_data_control_device_v1> device_;
     bool isTaken_ = false; // by another program
     std::list<Transfer> transfers_;
 };

@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t mostWindows = 4096;
 
 struct Toplevel {
-    WaylandToplevelHandle handle;
+    WaylandHandle<zwlr_foreign_toplevel_handle_v1> handle;
     std::string title;
     std::string applicationID;
     bool isActive = false;

@@ -9,6 +9,7 @@
 #include <poll.h>
 #include <xcb/xcbext.h>
 
+#include "Support/EnvironmentVariable.h"
 #include "Support/SerialQueue.h"
 
 namespace glimto {
@@ -21,12 +22,6 @@ constexpr std::chrono::seconds connectTimeout{5};
 constexpr std::chrono::seconds nextConnectTimeout{1};
 // By hand: connections come and go, and the server that keeps them waiting is the process's.
 std::atomic<bool> hasWaitedInVain{false};
-
-const char* environmentValue(const char* name)
-{
-    const char* value = std::getenv(name);
-    return value && *value ? value : nullptr;
-}
 
 struct Opened {
     xcb_connection_t* connection = nullptr;
@@ -70,14 +65,13 @@ PlatformError x11Error(X11Failure failure, const std::string& message)
 
 std::unique_ptr<X11Connection> X11Connection::open()
 {
-    const char* display = environmentValue("DISPLAY");
-    if (!display)
+    const std::string display = environmentVariable("DISPLAY");
+    if (display.empty())
         throw x11Error(X11Failure::noDisplay, "There is no X display: DISPLAY is not set.");
     const Opened opened = connectInTime(display);
     if (xcb_connection_has_error(opened.connection) != 0) {
         xcb_disconnect(opened.connection);
-        std::string message
-            = "Could not connect to the X display \"" + std::string(display) + "\" that DISPLAY names";
+        std::string message = "Could not connect to the X display \"" + display + "\" that DISPLAY names";
         // Other codes are those of the addresses that were tried, and would mislead.
         if (opened.systemError == EMFILE || opened.systemError == ENFILE)
             message += ": " + std::generic_category().message(opened.systemError);

@@ -10,15 +10,12 @@
 #include <xcb/xcb.h>
 
 #include "Support/Errors.h"
+#include "Support/Owned.h"
 
 namespace glimto {
 
-struct XCBFree {
-    void operator()(void* memory) const noexcept { std::free(memory); }
-};
-
 // A reply, event or error that xcb allocated.
-template <typename Value> using XCBHandle = std::unique_ptr<Value, XCBFree>;
+template <typename Value> using XCBHandle = Owned<Value, std::free>;
 
 inline constexpr const char* x11ErrorDomain = "X11";
 

@@ -5,7 +5,6 @@
 
 #include <sys/ipc.h>
 #include <sys/mman.h>
-#include <sys/shm.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -24,28 +23,7 @@ bool isLocal(const X11Connection& connection)
         && address.ss_family == AF_UNIX;
 }
 
-std::uint8_t* mapped(std::size_t size, int flags, int descriptor)
-{
-    void* address = mmap(nullptr, size, PROT_READ | PROT_WRITE, flags, descriptor, 0);
-    return address == MAP_FAILED ? nullptr : static_cast<std::uint8_t*>(address);
-}
-
 } // namespace
-
-X11SharedMemory::X11SharedMemory(Kind kind, std::uint8_t* bytes, std::size_t size)
-    : kind_(kind)
-    , bytes_(bytes)
-    , size_(size)
-{
-}
-
-X11SharedMemory::~X11SharedMemory()
-{
-    if (kind_ == Kind::systemV)
-        shmdt(bytes_);
-    else
-        munmap(bytes_, size_);
-}
 
 std::shared_ptr<X11SharedMemory> X11SharedMemory::make(X11Connection& connection, std::size_t size)
 {
@@ -66,10 +44,11 @@ std::shared_ptr<X11SharedMemory> X11SharedMemory::make(X11Connection& connection
 
 std::shared_ptr<X11SharedMemory> X11SharedMemory::makePlain(std::size_t size)
 {
-    std::uint8_t* bytes = mapped(size, MAP_PRIVATE | MAP_ANONYMOUS, -1);
-    if (!bytes)
+    std::shared_ptr<X11SharedMemory> memory(new X11SharedMemory(size));
+    memory->mapped_ = MemoryMapping(size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1);
+    if (!memory->mapped_)
         throw PlatformError::posix("Could not get memory for a picture", errno);
-    return std::shared_ptr<X11SharedMemory>(new X11SharedMemory(Kind::mapped, bytes, size));
+    return memory;
 }
 
 std::shared_ptr<X11SharedMemory> X11SharedMemory::makeByDescriptor(
@@ -78,10 +57,10 @@ std::shared_ptr<X11SharedMemory> X11SharedMemory::makeByDescriptor(
     FileDescriptor file(memfd_create("glimto-picture", MFD_CLOEXEC));
     if (!file || ftruncate(file.get(), static_cast<off_t>(size)) != 0)
         return nullptr;
-    std::uint8_t* bytes = mapped(size, MAP_SHARED, file.get());
-    if (!bytes)
+    std::shared_ptr<X11SharedMemory> memory(new X11SharedMemory(size));
+    memory->mapped_ = MemoryMapping(size, PROT_READ | PROT_WRITE, MAP_SHARED, file.get());
+    if (!memory->mapped_)
         return nullptr;
-    std::shared_ptr<X11SharedMemory> memory(new X11SharedMemory(Kind::mapped, bytes, size));
     // xcb closes the descriptor that it is given.
     const int sent = dup(file.get());
     if (sent < 0)
@@ -102,16 +81,15 @@ std::shared_ptr<X11SharedMemory> X11SharedMemory::makeSystemV(X11Connection& con
     // From here on the memory lives as long as somebody has attached it, and nothing is left behind whatever
     // fails. The server may still attach it.
     shmctl(id, IPC_RMID, nullptr);
-    std::shared_ptr<X11SharedMemory> memory;
-    if (address != reinterpret_cast<void*>(-1)) {
-        memory.reset(new X11SharedMemory(Kind::systemV, static_cast<std::uint8_t*>(address), size));
-        const xcb_shm_seg_t segment = xcb_generate_id(connection.xcb());
-        if (connection.check(
-                xcb_shm_attach_checked(connection.xcb(), segment, static_cast<std::uint32_t>(id), false)))
-            memory.reset();
-        else
-            memory->segment_ = segment;
-    }
+    if (address == reinterpret_cast<void*>(-1))
+        return nullptr;
+    std::shared_ptr<X11SharedMemory> memory(new X11SharedMemory(size));
+    memory->systemV_.reset(static_cast<std::uint8_t*>(address));
+    const xcb_shm_seg_t segment = xcb_generate_id(connection.xcb());
+    if (connection.check(
+            xcb_shm_attach_checked(connection.xcb(), segment, static_cast<std::uint32_t>(id), false)))
+        return nullptr;
+    memory->segment_ = segment;
     return memory;
 }
 

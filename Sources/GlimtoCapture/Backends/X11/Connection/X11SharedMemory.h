@@ -5,9 +5,12 @@
 #include <cstdint>
 #include <memory>
 
+#include <sys/shm.h>
 #include <xcb/shm.h>
 
 #include "Backends/X11/Connection/X11Connection.h"
+#include "Support/MemoryMapping.h"
+#include "Support/Owned.h"
 
 namespace glimto {
 
@@ -22,11 +25,10 @@ public:
     // there is no memory left.
     static std::shared_ptr<X11SharedMemory> make(X11Connection& connection, std::size_t size);
 
-    ~X11SharedMemory();
     X11SharedMemory(const X11SharedMemory&) = delete;
     X11SharedMemory& operator=(const X11SharedMemory&) = delete;
 
-    std::uint8_t* bytes() const { return bytes_; }
+    std::uint8_t* bytes() const { return systemV_ ? systemV_.get() : mapped_.bytes(); }
     std::size_t size() const { return size_; }
 
     // The server's name for the memory; XCB_NONE when the server does not share it. Whoever holds the
@@ -38,14 +40,16 @@ public:
     std::atomic<int> leases = 0;
 
 private:
-    enum class Kind { mapped, systemV };
-    X11SharedMemory(Kind kind, std::uint8_t* bytes, std::size_t size);
+    explicit X11SharedMemory(std::size_t size)
+        : size_(size)
+    {
+    }
     static std::shared_ptr<X11SharedMemory> makePlain(std::size_t size);
     static std::shared_ptr<X11SharedMemory> makeByDescriptor(X11Connection& connection, std::size_t size);
     static std::shared_ptr<X11SharedMemory> makeSystemV(X11Connection& connection, std::size_t size);
 
-    Kind kind_;
-    std::uint8_t* bytes_;
+    MemoryMapping mapped_;
+    Owned<std::uint8_t, shmdt> systemV_; // one of the two
     std::size_t size_;
     xcb_shm_seg_t segment_ = XCB_NONE;
 };

@@ -9,14 +9,6 @@ namespace glimto {
 
 namespace {
 
-std::string lowerCase(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    });
-    return text;
-}
-
 // What the system calls the process; empty when it does not say.
 std::string processName(std::int32_t processID)
 {
@@ -111,7 +103,7 @@ std::optional<X11Applications::Identity> X11Applications::fromClass(const X11Own
         if (!found && !name.empty())
             found = desktopFiles_.withWindowClass(name);
     }
-    for (const auto& id : {lowerCase(window.instanceName), window.className, lowerCase(window.className)}) {
+    for (const auto& id : {lowercased(window.instanceName), window.className, lowercased(window.className)}) {
         if (!found)
             found = desktopFiles_.withID(id);
     }
@@ -120,7 +112,7 @@ std::optional<X11Applications::Identity> X11Applications::fromClass(const X11Own
     const auto& windowClass = window.className.empty() ? window.instanceName : window.className;
     if (windowClass.empty())
         return std::nullopt;
-    return Identity{lowerCase(windowClass), windowClass};
+    return Identity{lowercased(windowClass), windowClass};
 }
 
 std::vector<Application> distinctApplications(std::span<const std::optional<Application>> owners)
