@@ -10,7 +10,7 @@
 #include "Support/LoadableModule.h"
 
 #ifdef GLIMTO_HAS_X11
-#include "Backends/X11/Clipboard/X11PasteboardOwner.h"
+#include "Backends/X11/Clipboard/X11Pasteboard.h"
 #include "Backends/X11/X11WindowSystem.h"
 #endif
 

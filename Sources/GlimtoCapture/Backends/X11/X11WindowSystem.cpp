@@ -3,12 +3,12 @@
 #include <cstdint>
 #include <exception>
 #include <limits>
-#include <string_view>
 
 #include <xcb/res.h>
 
 #include "Backends/Streams/PlainScreenCapture.h"
 #include "Backends/X11/Clipboard/X11Pasteboard.h"
+#include "Backends/X11/Connection/X11AtomNames.h"
 #include "Backends/X11/Connection/X11ClientProcesses.h"
 #include "Backends/X11/Connection/X11Connection.h"
 #include "Backends/X11/Connection/X11Displays.h"
@@ -34,13 +34,16 @@ template <typename Answer, typename Question> Answer answerOr(Answer otherwise, 
     }
 }
 
-xcb_atom_t internedAtom(X11Connection& connection, std::string_view name)
-{
-    const auto cookie
-        = xcb_intern_atom(connection.xcb(), 0, static_cast<std::uint16_t>(name.size()), name.data());
-    const auto reply = connection.reply<xcb_intern_atom_reply_t>(cookie);
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-}
+struct Atoms : X11AtomSet {
+    explicit Atoms(X11Connection& connection)
+        : X11AtomSet(connection)
+    {
+        receive();
+    }
+
+    X11Atom activeWindow{*this, "_NET_ACTIVE_WINDOW"};
+    X11Atom processID{*this, "_NET_WM_PID"};
+};
 
 // Questions to the X display that DISPLAY names, each on a connection of its own. The screen may be
 // captured when the display answers and a picture of its root window can be read.
@@ -69,27 +72,18 @@ public:
     // The same number as the owner of that window has in the shareable content.
     std::optional<std::int32_t> frontmostProcessID() override
     {
-        return answerOr(std::optional<std::int32_t>(), [](X11Connection& connection) {
-            xcb_connection_t* xcb = connection.xcb();
-            xcb_prefetch_extension_data(xcb, &xcb_res_id);
-            const auto activeWindow = internedAtom(connection, "_NET_ACTIVE_WINDOW");
-            const auto processID = internedAtom(connection, "_NET_WM_PID");
-            const xcb_window_t window = X11Property::receive(
-                connection, X11Property::ask(connection, connection.root(), activeWindow))
-                                            .firstNumber()
-                                            .value_or(XCB_WINDOW_NONE);
-            std::optional<std::int32_t> process;
+        const auto process = answerOr(std::int32_t{0}, [](X11Connection& connection) {
+            xcb_prefetch_extension_data(connection.xcb(), &xcb_res_id);
+            const Atoms atoms(connection);
+            const auto active = X11Property::read(connection, connection.root(), atoms.activeWindow);
+            const xcb_window_t window = active.firstNumber().value_or(XCB_WINDOW_NONE);
             if (window == XCB_WINDOW_NONE)
-                return process;
-            const auto claimed
-                = X11Property::receive(connection, X11Property::ask(connection, window, processID))
-                      .firstNumber();
-            if (claimed && *claimed > 0 && *claimed <= INT32_MAX)
-                process = static_cast<std::int32_t>(*claimed);
-            if (const auto owner = x11ClientProcesses(connection, {&window, 1}).front(); owner != 0)
-                process = owner;
-            return process;
+                return 0;
+            const auto claimed = X11Property::read(connection, window, atoms.processID).processID();
+            const auto owner = x11ClientProcesses(connection, {&window, 1}).front();
+            return owner != 0 ? owner : claimed;
         });
+        return process != 0 ? std::optional(process) : std::nullopt;
     }
 
     std::optional<Point> cursorLocation() override

@@ -9,9 +9,30 @@
 #include <xcb/xcb.h>
 
 #include "Backends/X11/Connection/X11Connection.h"
-#include "Backends/X11/Clipboard/X11SelectionAtoms.h"
+#include "Backends/X11/Connection/X11AtomNames.h"
 
 namespace glimto {
+
+// The atoms of the clipboard's protocol.
+struct X11SelectionAtoms : X11AtomSet {
+    explicit X11SelectionAtoms(X11Connection& connection)
+        : X11AtomSet(connection)
+    {
+        receive();
+    }
+
+    X11Atom clipboard{*this, "CLIPBOARD"};
+    X11Atom clipboardManager{*this, "CLIPBOARD_MANAGER"};
+    X11Atom targets{*this, "TARGETS"};
+    X11Atom timestamp{*this, "TIMESTAMP"};
+    X11Atom multiple{*this, "MULTIPLE"};
+    X11Atom saveTargets{*this, "SAVE_TARGETS"};
+    X11Atom incremental{*this, "INCR"};
+    X11Atom atomPair{*this, "ATOM_PAIR"};
+    X11Atom null{*this, "NULL"};
+    X11Atom png{*this, "image/png"};
+    X11Atom scratch{*this, "_GLIMTO_CLIPBOARD"}; // a property of our own
+};
 
 // Data that is too large for one property, handed over piece by piece (ICCCM, 2.7.2): a requestor deletes
 // the property when it has read a piece, and gets the next one. Any number of requestors at once.

@@ -35,11 +35,10 @@ std::vector<std::int32_t> x11ClientProcesses(X11Connection& connection, std::spa
         return result;
     auto* xcb = connection.xcb();
 
-    // All resources of one client share the bits above the mask, so one question a client is enough.
-    const std::uint32_t clientBits = ~xcb_get_setup(xcb)->resource_id_mask;
+    // One question a client is enough.
     std::set<std::uint32_t> clients;
     for (const auto window : windows)
-        clients.insert(window & clientBits);
+        clients.insert(connection.clientOf(window));
     std::vector<xcb_res_client_id_spec_t> questions;
     for (const auto client : clients)
         questions.push_back({.client = client, .mask = XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID});
@@ -55,7 +54,7 @@ std::vector<std::int32_t> x11ClientProcesses(X11Connection& connection, std::spa
 
     const auto processes = x11ProcessesOfClients(*reply);
     for (std::size_t index = 0; index < windows.size(); ++index) {
-        const auto found = processes.find(windows[index] & clientBits);
+        const auto found = processes.find(connection.clientOf(windows[index]));
         if (found != processes.end())
             result[index] = found->second;
     }

@@ -140,35 +140,50 @@ void* X11Connection::waitForReply(unsigned sequence)
 {
     const auto deadline = std::min(std::chrono::steady_clock::now() + answerTimeout_, deadline_);
     flush();
-    while (true) {
-        void* reply = nullptr;
-        xcb_generic_error_t* rawError = nullptr;
-        const int done = xcb_poll_for_reply(connection_, sequence, &reply, &rawError);
-        const XCBHandle<xcb_generic_error_t> error(rawError);
-        if (done != 0) {
-            if (!reply)
-                throwIfLost();
-            return reply;
-        }
+    void* reply = nullptr;
+    while (!takeReply(sequence, &reply)) {
+        if (std::chrono::steady_clock::now() >= deadline)
+            throw x11Error(X11Failure::noAnswer, "The X server does not answer.");
         waitReadable(deadline);
     }
+    if (!reply)
+        throwIfLost();
+    return reply;
 }
 
-void X11Connection::waitReadable(std::chrono::steady_clock::time_point deadline)
+bool X11Connection::takeReply(unsigned sequence, void** reply)
 {
-    const auto left
-        = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    xcb_generic_error_t* error = nullptr;
+    const bool isThere = xcb_poll_for_reply(connection_, sequence, reply, &error) != 0;
+    const XCBHandle<xcb_generic_error_t> owned(error);
+    return isThere;
+}
+
+bool X11Connection::waitReadable(std::chrono::steady_clock::time_point deadline)
+{
+    constexpr std::chrono::milliseconds longest = std::chrono::hours(1);
+    const auto now = std::chrono::steady_clock::now();
+    const auto left = std::min(deadline, now + longest) - now;
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(std::max(left, left.zero()));
     pollfd entry = {.fd = fileDescriptor(), .events = POLLIN, .revents = 0};
-    const int ready = left.count() > 0 ? ::poll(&entry, 1, static_cast<int>(left.count())) : 0;
-    if (ready == 0)
-        throw x11Error(X11Failure::noAnswer, "The X server does not answer.");
+    const int ready = ::poll(&entry, 1, static_cast<int>(wait.count()));
     if (ready < 0 && errno != EINTR)
         throw PlatformError::posix("Could not wait for the X server", errno);
+    return ready > 0;
+}
+
+// Event masks belong to the connection: what another user of it selected stays selected.
+void X11Connection::addRootEvents(std::uint32_t mask)
+{
+    const auto attributes
+        = reply<xcb_get_window_attributes_reply_t>(xcb_get_window_attributes(connection_, root()));
+    const std::uint32_t all = mask | (attributes ? attributes->your_event_mask : 0U);
+    xcb_change_window_attributes(connection_, root(), XCB_CW_EVENT_MASK, &all);
 }
 
 void X11Connection::throwIfLost() const
 {
-    if (hasFailed())
+    if (xcb_connection_has_error(connection_) != 0)
         throw x11Error(X11Failure::connectionLost, "The connection to the X server was lost.");
 }
 

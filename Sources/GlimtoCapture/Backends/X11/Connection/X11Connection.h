@@ -51,7 +51,12 @@ public:
     const xcb_screen_t& screen() const { return *screen_; }
     xcb_window_t root() const { return screen_->root; }
     int fileDescriptor() const { return xcb_get_file_descriptor(connection_); }
-    bool hasFailed() const { return xcb_connection_has_error(connection_) != 0; }
+
+    // What all ids of the client that has made a window or the like have in common; 0 for the server itself.
+    std::uint32_t clientOf(std::uint32_t id) const
+    {
+        return id & ~xcb_get_setup(connection_)->resource_id_mask;
+    }
 
     // Whether the server has the extension; the answer is asked for once.
     bool hasExtension(xcb_extension_t& extension) const;
@@ -72,6 +77,15 @@ public:
         return XCBHandle<Reply>(static_cast<Reply*>(waitForReply(cookie.sequence)));
     }
 
+    // The reply that has come to a request: none yet, or null when the server answered with an error.
+    template <typename Reply> std::optional<XCBHandle<Reply>> pollReply(unsigned sequence)
+    {
+        void* reply = nullptr;
+        if (!takeReply(sequence, &reply))
+            return std::nullopt;
+        return XCBHandle<Reply>(static_cast<Reply*>(reply));
+    }
+
     // Whether a checked request without a reply succeeded: null when so, else the server's error.
     XCBHandle<xcb_generic_error_t> check(xcb_void_cookie_t cookie);
 
@@ -80,6 +94,12 @@ public:
     XCBHandle<xcb_generic_event_t> pollEvent();
 
     void flush();
+
+    // Waits until the server has sent something. False when it has not until `deadline`, and perhaps before.
+    bool waitReadable(std::chrono::steady_clock::time_point deadline);
+
+    // Has the root window tell of these events as well as of those that were selected before.
+    void addRootEvents(std::uint32_t mask);
 
     // How long a reply is waited for, 3 seconds unless set. Another client that grabs the server keeps all
     // others waiting, so who depends on no answer at once had better be patient.
@@ -91,7 +111,7 @@ public:
 private:
     X11Connection(xcb_connection_t* connection, int screenNumber);
     void* waitForReply(unsigned sequence);
-    void waitReadable(std::chrono::steady_clock::time_point deadline);
+    bool takeReply(unsigned sequence, void** reply);
     void throwIfLost() const;
 
     xcb_connection_t* connection_;

@@ -40,4 +40,10 @@ std::optional<std::uint32_t> X11Property::firstNumber() const
     return all.empty() ? std::nullopt : std::optional(all.front());
 }
 
+std::int32_t X11Property::processID() const
+{
+    const std::uint32_t number = firstNumber().value_or(0);
+    return number <= INT32_MAX ? static_cast<std::int32_t>(number) : 0;
+}
+
 } // namespace glimto

@@ -29,6 +29,12 @@ public:
     // Throws PlatformError when the server goes away or does not answer in time.
     static X11Property receive(X11Connection& connection, xcb_get_property_cookie_t cookie);
 
+    // Both steps in one.
+    static X11Property read(X11Connection& connection, xcb_window_t window, xcb_atom_t property)
+    {
+        return receive(connection, ask(connection, window, property));
+    }
+
     // What a server has answered, null for nothing. As long as the reply says in `length`, whatever else
     // stands in it.
     explicit X11Property(XCBHandle<xcb_get_property_reply_t> reply)
@@ -46,6 +52,9 @@ public:
     std::span<const std::uint32_t> numbers() const;
 
     std::optional<std::uint32_t> firstNumber() const;
+
+    // The first number as that of a process; 0 when it can be none.
+    std::int32_t processID() const;
 
     // Whether the property holds more than was asked for.
     bool wasCut() const { return reply_ && reply_->bytes_after > 0; }

@@ -72,4 +72,22 @@ inline X11Region makeX11Region(X11Connection& connection)
     return region;
 }
 
+// A window that is never seen, and tells of changes of its properties.
+inline X11Window makeX11TimeWindow(X11Connection& connection)
+{
+    X11Window window(connection);
+    constexpr std::uint32_t values[] = {1, XCB_EVENT_MASK_PROPERTY_CHANGE};
+    xcb_create_window(connection.xcb(), 0, window, connection.root(), -1, -1, 1, 1, 0,
+        XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK,
+        values);
+    return window;
+}
+
+// A change of a property that changes nothing, of which that window tells with the server's time.
+inline void askForX11Time(X11Connection& connection, const X11Window& window)
+{
+    xcb_change_property(
+        connection.xcb(), XCB_PROP_MODE_APPEND, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, 0, nullptr);
+}
+
 } // namespace glimto

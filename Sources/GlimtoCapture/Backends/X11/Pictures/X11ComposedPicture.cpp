@@ -45,8 +45,8 @@ public:
         , plain_(connection, filter.display.displayID, sourceRect, output)
         , applications_(connection, filter)
         , topLevels_(connection)
-        , layers_(connection, connection.screen().root_depth)
         , atoms_(connection)
+        , layers_(connection, connection.screen().root_depth, atoms_.rootPixmap)
     {
         startExtensions();
         learnOfEarlierWindows();
@@ -257,8 +257,8 @@ private:
     X11DisplayPicture plain_;
     X11HiddenApplications applications_;
     X11TopLevels topLevels_;
-    X11WindowLayers layers_;
     Atoms atoms_;
+    X11WindowLayers layers_;
 
     bool mustLearn_ = true; // a window may have come that is to be hidden
     bool mustArrange_ = true; // windows lie otherwise than the layers

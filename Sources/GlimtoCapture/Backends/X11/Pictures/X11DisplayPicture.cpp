@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include <xcb/randr.h>
 
@@ -15,15 +16,6 @@ PixelRect pixelRect(const Rect& rect)
 {
     return {static_cast<int>(std::lround(rect.x)), static_cast<int>(std::lround(rect.y)),
         static_cast<int>(std::lround(rect.width)), static_cast<int>(std::lround(rect.height))};
-}
-
-// Event masks belong to the connection: what another user of it selected stays selected.
-void addRootEvents(X11Connection& connection, std::uint32_t mask)
-{
-    const auto attributes = connection.reply<xcb_get_window_attributes_reply_t>(
-        xcb_get_window_attributes(connection.xcb(), connection.root()));
-    const std::uint32_t all = mask | (attributes ? attributes->your_event_mask : 0U);
-    xcb_change_window_attributes(connection.xcb(), connection.root(), XCB_CW_EVENT_MASK, &all);
 }
 
 } // namespace
@@ -45,8 +37,7 @@ PixelRect capturedArea(const Display& display, const std::optional<Rect>& source
 Display connectedDisplay(X11Connection& connection, std::uint32_t displayID)
 {
     const auto displays = x11Displays(connection);
-    const auto display = std::find_if(displays.begin(), displays.end(),
-        [displayID](const Display& each) { return each.displayID == displayID; });
+    const auto display = std::ranges::find(displays, displayID, &Display::displayID);
     if (display == displays.end())
         throw x11Error(X11Failure::sourceGone, "The display being captured was disconnected.");
     return *display;
@@ -62,7 +53,7 @@ X11DisplayPicture::X11DisplayPicture(
     , damage_(connection, connection.root())
 {
     xcb_connection_t* xcb = connection_.xcb();
-    addRootEvents(connection_, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
+    connection_.addRootEvents(XCB_EVENT_MASK_STRUCTURE_NOTIFY);
     hasRandR_ = connection_.hasExtension(xcb_randr_id);
     if (hasRandR_) {
         xcb_randr_select_input(xcb, connection_.root(),
@@ -91,10 +82,8 @@ void X11DisplayPicture::handle(const xcb_generic_event_t& event)
 
 void X11DisplayPicture::update()
 {
-    if (!geometryMayHaveChanged_)
-        return;
-    geometryMayHaveChanged_ = false;
-    readGeometry();
+    if (std::exchange(geometryMayHaveChanged_, false))
+        readGeometry();
 }
 
 void X11DisplayPicture::readGeometry()

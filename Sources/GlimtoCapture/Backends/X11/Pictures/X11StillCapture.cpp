@@ -8,7 +8,6 @@
 #include <optional>
 #include <utility>
 
-#include <poll.h>
 #include <xcb/randr.h>
 #include <xcb/shm.h>
 
@@ -212,8 +211,7 @@ private:
             if (grabber_->grab() == X11FrameGrabber::Result::changed)
                 return copyOf(grabber_->picture()->pixels(), grabber_->picture()->format());
             connection_->flush();
-            pollfd entry = {.fd = connection_->fileDescriptor(), .events = POLLIN, .revents = 0};
-            ::poll(&entry, 1, static_cast<int>(retryInterval.count()));
+            connection_->waitReadable(Clock::now() + retryInterval);
         }
         return std::nullopt;
     }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <string_view>
 #include <utility>
 
 #include <xcb/composite.h>
@@ -30,8 +29,9 @@ bool looksTheSame(const X11TopLevel& a, const X11TopLevel& b)
 
 } // namespace
 
-X11RootBackground::X11RootBackground(X11Connection& connection)
+X11RootBackground::X11RootBackground(X11Connection& connection, xcb_atom_t announced)
     : connection_(connection)
+    , announced_(announced)
 {
 }
 
@@ -76,9 +76,11 @@ void X11RootBackground::paint(xcb_window_t window)
     const std::uint32_t foreground = 0x808080;
     xcb_create_gc(xcb, grey, window, XCB_GC_FOREGROUND, &foreground);
     xcb_poly_fill_rectangle(xcb, window, grey, 1, &whole);
-    if (const xcb_pixmap_t announced = announcedPixmap(); announced != XCB_NONE) {
+    const auto announced = X11Property::read(connection_, connection_.root(), announced_);
+    const xcb_pixmap_t pixmap = announced.firstNumber().value_or(XCB_NONE);
+    if (announced.type() == XCB_ATOM_PIXMAP && pixmap != XCB_NONE) {
         const X11GraphicsContext tiled(connection_);
-        const std::uint32_t values[] = {XCB_FILL_STYLE_TILED, announced};
+        const std::uint32_t values[] = {XCB_FILL_STYLE_TILED, pixmap};
         xcb_create_gc(xcb, tiled, window, XCB_GC_FILL_STYLE | XCB_GC_TILE, values);
         xcb_poly_fill_rectangle(xcb, window, tiled, 1, &whole);
     }
@@ -86,22 +88,11 @@ void X11RootBackground::paint(xcb_window_t window)
     xcb_clear_area(xcb, 0, window, 0, 0, 0, 0);
 }
 
-xcb_pixmap_t X11RootBackground::announcedPixmap()
-{
-    constexpr std::string_view name = "_XROOTPMAP_ID";
-    const auto atom = connection_.reply<xcb_intern_atom_reply_t>(
-        xcb_intern_atom(connection_.xcb(), 1, static_cast<std::uint16_t>(name.size()), name.data()));
-    if (!atom || atom->atom == XCB_ATOM_NONE)
-        return XCB_NONE;
-    const auto property
-        = X11Property::receive(connection_, X11Property::ask(connection_, connection_.root(), atom->atom));
-    return property.type() == XCB_ATOM_PIXMAP ? property.firstNumber().value_or(XCB_NONE) : XCB_NONE;
-}
-
-X11WindowLayers::X11WindowLayers(X11Connection& connection, std::uint8_t depth)
+X11WindowLayers::X11WindowLayers(
+    X11Connection& connection, std::uint8_t depth, xcb_atom_t announcedBackground)
     : connection_(connection)
     , depth_(depth)
-    , background_(connection)
+    , background_(connection, announcedBackground)
     , context_(makeCopyContext(connection, depth))
     , part_(makeX11Region(connection))
     , shape_(makeX11Region(connection))

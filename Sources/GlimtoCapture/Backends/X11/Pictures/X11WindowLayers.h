@@ -17,7 +17,8 @@ namespace glimto {
 // What the root window shows where no window is.
 class X11RootBackground {
 public:
-    explicit X11RootBackground(X11Connection& connection);
+    // `announced` is the property in which pictures for the root are announced.
+    X11RootBackground(X11Connection& connection, xcb_atom_t announced);
 
     // A picture of it, of the root's depth and of this size, made when there is none yet.
     xcb_pixmap_t pixmap(PixelSize rootSize);
@@ -27,9 +28,9 @@ public:
 
 private:
     void paint(xcb_window_t window);
-    xcb_pixmap_t announcedPixmap();
 
     X11Connection& connection_;
+    xcb_atom_t announced_;
     X11Pixmap pixmap_;
     PixelSize size_;
 };
@@ -41,7 +42,7 @@ private:
 // those of the root window; a picture begins at `area`.
 class X11WindowLayers {
 public:
-    X11WindowLayers(X11Connection& connection, std::uint8_t depth);
+    X11WindowLayers(X11Connection& connection, std::uint8_t depth, xcb_atom_t announcedBackground);
     ~X11WindowLayers();
     X11WindowLayers(const X11WindowLayers&) = delete;
     X11WindowLayers& operator=(const X11WindowLayers&) = delete;

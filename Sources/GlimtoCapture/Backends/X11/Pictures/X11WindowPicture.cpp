@@ -7,6 +7,7 @@
 
 #include <xcb/composite.h>
 
+#include "Backends/X11/Connection/X11AtomNames.h"
 #include "Backends/X11/Connection/X11Property.h"
 #include "Backends/X11/Windows/X11WindowRules.h"
 
@@ -18,7 +19,15 @@ namespace {
 // and has put what covered it there instead.
 constexpr std::chrono::milliseconds timeToRepaint{30};
 
-constexpr char frameExtentsName[] = "_GTK_FRAME_EXTENTS";
+struct Atoms : X11AtomSet {
+    explicit Atoms(X11Connection& connection)
+        : X11AtomSet(connection)
+    {
+        receive();
+    }
+
+    X11Atom frameExtents{*this, "_GTK_FRAME_EXTENTS"};
+};
 
 PlatformError windowGone()
 {
@@ -39,6 +48,7 @@ public:
     X11WindowPicture(X11Connection& connection, xcb_window_t window)
         : connection_(connection)
         , window_(window)
+        , atoms_(connection)
         , damage_(connection, window)
     {
         xcb_connection_t* xcb = connection_.xcb();
@@ -47,12 +57,10 @@ public:
             | XCB_EVENT_MASK_PROPERTY_CHANGE;
         xcb_change_window_attributes(xcb, window_, XCB_CW_EVENT_MASK, &events);
         const auto version = xcb_composite_query_version(xcb, 0, 4);
-        const auto atom = xcb_intern_atom(xcb, false, sizeof frameExtentsName - 1, frameExtentsName);
         const auto attributesCookie = xcb_get_window_attributes(xcb, window_);
         const auto geometryCookie = xcb_get_geometry(xcb, window_);
         const auto geometry = connection_.reply<xcb_get_geometry_reply_t>(geometryCookie);
         const auto attributes = connection_.reply<xcb_get_window_attributes_reply_t>(attributesCookie);
-        const auto extents = connection_.reply<xcb_intern_atom_reply_t>(atom);
         connection_.reply<xcb_composite_query_version_reply_t>(version);
         if (!geometry || !attributes)
             throw windowGone();
@@ -62,8 +70,6 @@ public:
         format_
             = X11PixelFormat::of(connection_, geometry->depth, attributes->visual, "The window to capture");
         depth_ = geometry->depth;
-        if (extents)
-            frameExtents_ = extents->atom;
         isShown_ = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
 
         context_ = makeCopyContext(connection_, depth_);
@@ -106,7 +112,7 @@ public:
             handleConfigure(reinterpret_cast<const xcb_configure_notify_event_t&>(event));
             break;
         case XCB_PROPERTY_NOTIFY:
-            if (reinterpret_cast<const xcb_property_notify_event_t&>(event).atom == frameExtents_)
+            if (reinterpret_cast<const xcb_property_notify_event_t&>(event).atom == atoms_.frameExtents)
                 mayHaveNewPixmap_ = true;
             break;
         default:
@@ -176,7 +182,7 @@ private:
         xcb_composite_name_window_pixmap(xcb, window_, pixmap);
         const auto pixmapCookie = xcb_get_geometry(xcb, pixmap);
         const auto windowCookie = xcb_get_geometry(xcb, window_);
-        const auto extentsCookie = X11Property::ask(connection_, window_, frameExtents_);
+        const auto extentsCookie = X11Property::ask(connection_, window_, atoms_.frameExtents);
         const auto extents = X11Property::receive(connection_, extentsCookie);
         const auto windowGeometry = connection_.reply<xcb_get_geometry_reply_t>(windowCookie);
         const auto pixmapGeometry = connection_.reply<xcb_get_geometry_reply_t>(pixmapCookie);
@@ -201,7 +207,7 @@ private:
 
     X11Connection& connection_;
     xcb_window_t window_;
-    xcb_atom_t frameExtents_ = XCB_ATOM_NONE;
+    Atoms atoms_;
     std::uint8_t depth_ = 0;
     X11PixelFormat format_;
     PixelRect content_; // the part of the window without its shadow, relative to the inside of its border

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include <poll.h>
-#include <xcb/xcbext.h>
 
 namespace glimto {
 
@@ -114,17 +113,10 @@ std::vector<X11RecordedEvent> X11EventRecord::take()
 
 void X11EventRecord::takeParts(std::vector<X11RecordedEvent>& events)
 {
-    void* reply = nullptr;
-    xcb_generic_error_t* error = nullptr;
-    while (xcb_poll_for_reply(connection_->xcb(), sequence_, &reply, &error) != 0) {
-        const XCBHandle<xcb_generic_error_t> ownedError(error);
-        const XCBHandle<xcb_record_enable_context_reply_t> part(
-            static_cast<xcb_record_enable_context_reply_t*>(reply));
-        if (!part)
+    while (const auto part = connection_->pollReply<xcb_record_enable_context_reply_t>(sequence_)) {
+        if (!*part)
             throw x11Error(X11Failure::connectionLost, "The X server has ended the record of its events.");
-        std::ranges::move(x11RecordedEvents(*part, connection_->root()), std::back_inserter(events));
-        reply = nullptr;
-        error = nullptr;
+        std::ranges::move(x11RecordedEvents(**part, connection_->root()), std::back_inserter(events));
     }
 }
 

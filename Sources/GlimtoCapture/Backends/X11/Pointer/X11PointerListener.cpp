@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include <xcb/xcbext.h>
-
 #include "Backends/X11/Pointer/X11RawEvents.h"
 #include "Support/TimeStamps.h"
 
@@ -57,7 +55,7 @@ X11PointerListener::X11PointerListener(std::unique_ptr<X11Connection> connection
 
 void X11PointerListener::listen()
 {
-    makeClockWindow();
+    clockWindow_ = makeX11TimeWindow(*connection_);
     for (int count = 0; count < firstMeasurements; ++count)
         measureClock();
     record_ = X11EventRecord::start();
@@ -66,23 +64,11 @@ void X11PointerListener::listen()
     devicesAreOld_ = false;
 }
 
-// Never mapped; its property changes only for the time stamps that the server puts on them.
-void X11PointerListener::makeClockWindow()
-{
-    clockWindow_ = X11Window(*connection_);
-    const std::array<std::uint32_t, 2> values = {1, XCB_EVENT_MASK_PROPERTY_CHANGE};
-    xcb_create_window(connection_->xcb(), 0, clockWindow_, connection_->root(), -1, -1, 1, 1, 0,
-        XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK,
-        values.data());
-}
-
 void X11PointerListener::askForTime()
 {
-    constexpr std::uint8_t bitsPerItem = 8;
     timeAskedAt_ = hostTimeNanoseconds();
     nextMeasurement_ = *timeAskedAt_ + measurementInterval;
-    xcb_change_property(connection_->xcb(), XCB_PROP_MODE_APPEND, clockWindow_, XCB_ATOM_WM_NAME,
-        XCB_ATOM_STRING, bitsPerItem, 0, nullptr);
+    askForX11Time(*connection_, clockWindow_);
 }
 
 void X11PointerListener::measureClock()
@@ -270,16 +256,12 @@ bool X11PointerListener::receiveAnswers()
 {
     while (question_ && question_->answeredCount < question_->cookies.size()) {
         const auto cookie = question_->cookies[question_->answeredCount];
-        void* reply = nullptr;
-        xcb_generic_error_t* error = nullptr;
-        if (xcb_poll_for_reply(connection_->xcb(), cookie.sequence, &reply, &error) == 0)
+        const auto answer = connection_->pollReply<xcb_input_xi_query_pointer_reply_t>(cookie.sequence);
+        if (!answer)
             return false;
-        const XCBHandle<xcb_generic_error_t> ownedError(error);
-        const XCBHandle<xcb_input_xi_query_pointer_reply_t> answer(
-            static_cast<xcb_input_xi_query_pointer_reply_t*>(reply));
         ++question_->answeredCount;
-        if (answer)
-            question_->places.push_back(x11PointerPlace(*answer));
+        if (*answer)
+            question_->places.push_back(x11PointerPlace(**answer));
         else
             devicesAreOld_ = true;
     }

@@ -63,7 +63,6 @@ private:
         std::size_t answeredCount = 0;
     };
 
-    void makeClockWindow();
     void askForTime();
     void measureClock();
     void selectEvents();

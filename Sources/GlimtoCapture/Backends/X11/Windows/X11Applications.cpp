@@ -122,7 +122,7 @@ std::vector<Application> distinctApplications(std::span<const std::optional<Appl
         const auto isSame = [&](const Application& other) {
             return owner->processID != 0 ? other.processID == owner->processID : other == *owner;
         };
-        if (owner && std::none_of(result.begin(), result.end(), isSame))
+        if (owner && std::ranges::none_of(result, isSame))
             result.push_back(*owner);
     }
     return result;

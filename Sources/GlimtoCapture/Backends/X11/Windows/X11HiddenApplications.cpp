@@ -93,7 +93,10 @@ std::vector<X11HiddenApplications::Client> X11HiddenApplications::clients(
         xcb_query_tree_cookie_t tree = {};
     };
     std::vector<Client> result(topLevels.size());
-    const xcb_window_t manager = managerWindow();
+    // A window that the window manager keeps for others to find it by.
+    const auto manager = X11Property::read(connection_, connection_.root(), atoms_.supportingWindowManager)
+                             .firstNumber()
+                             .value_or(XCB_WINDOW_NONE);
     std::vector<xcb_get_property_cookie_t> types;
     for (const xcb_window_t topLevel : topLevels)
         types.push_back(X11Property::ask(connection_, topLevel, atoms_.windowType));
@@ -129,21 +132,10 @@ std::vector<X11HiddenApplications::Client> X11HiddenApplications::clients(
         if (result[index].window != XCB_WINDOW_NONE)
             continue;
         result[index].window = topLevels[index];
-        result[index].isEmptyFrame = !hasType && isFromSameClient(topLevels[index], manager);
+        result[index].isEmptyFrame
+            = !hasType && connection_.clientOf(topLevels[index]) == connection_.clientOf(manager);
     }
     return result;
-}
-
-// A window that the window manager keeps for others to find it by.
-xcb_window_t X11HiddenApplications::managerWindow()
-{
-    const auto asked = X11Property::ask(connection_, connection_.root(), atoms_.supportingWindowManager);
-    return X11Property::receive(connection_, asked).firstNumber().value_or(XCB_WINDOW_NONE);
-}
-
-bool X11HiddenApplications::isFromSameClient(xcb_window_t a, xcb_window_t b) const
-{
-    return ((a ^ b) & ~xcb_get_setup(connection_.xcb())->resource_id_mask) == 0;
 }
 
 // An id that a window declares counts as it stands, also when the process is known by another one.

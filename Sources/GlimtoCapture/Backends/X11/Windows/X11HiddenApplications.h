@@ -50,8 +50,6 @@ private:
     bool isExcluded(const X11OwnerClues& clues, const std::optional<Application>& owner) const;
     bool isHidden(const Client& client) const;
     void note(xcb_window_t topLevel, Client client);
-    xcb_window_t managerWindow();
-    bool isFromSameClient(xcb_window_t a, xcb_window_t b) const;
 
     X11Connection& connection_;
     X11Atoms atoms_;

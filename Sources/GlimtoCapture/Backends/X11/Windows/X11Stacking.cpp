@@ -27,8 +27,7 @@ std::vector<X11StackedWindow> frontmostFirst(
         heightBelow = known == heights.end() ? heightBelow : known->second;
         placed.push_back({window, heightBelow});
     }
-    std::stable_sort(
-        placed.begin(), placed.end(), [](const Placed& a, const Placed& b) { return a.height < b.height; });
+    std::ranges::stable_sort(placed, {}, &Placed::height);
 
     std::vector<X11StackedWindow> result;
     for (auto at = placed.rbegin(); at != placed.rend(); ++at)

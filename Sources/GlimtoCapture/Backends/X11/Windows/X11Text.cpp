@@ -7,6 +7,7 @@
 
 #include <iconv.h>
 
+#include "Support/Owned.h"
 #include "Support/Text.h"
 
 namespace glimto {
@@ -27,86 +28,52 @@ std::uint8_t unsignedByte(char byte)
     return static_cast<std::uint8_t>(byte);
 }
 
-class Converter {
-public:
-    explicit Converter(const std::string& charset)
-        : handle_(::iconv_open("UTF-8", charset.c_str()))
-    {
-    }
-    ~Converter()
-    {
-        if (isOpen())
-            ::iconv_close(handle_);
-    }
-    Converter(const Converter&) = delete;
-    Converter& operator=(const Converter&) = delete;
-
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how iconv_open reports failure.
-    bool isOpen() const { return handle_ != reinterpret_cast<iconv_t>(-1); }
-
-    std::string convert(std::string bytes)
-    {
-        std::string result;
-        char* input = bytes.data();
-        std::size_t left = bytes.size();
-        while (left > 0) {
-            std::array<char, 512> piece{};
-            char* output = piece.data();
-            std::size_t room = piece.size();
-            const std::size_t before = left;
-            const bool failed
-                = ::iconv(handle_, &input, &left, &output, &room) == static_cast<std::size_t>(-1);
-            result.append(piece.data(), piece.size() - room);
-            const bool isStuck = failed && left == before && room == piece.size();
-            if (isStuck) {
-                result += replacement;
-                ++input;
-                --left;
-            }
-        }
-        return result;
-    }
-
-private:
-    iconv_t handle_;
-};
-
 // A character set that an escape sequence put into the left (bytes below 0x80) or right half.
 struct CharacterSet {
     std::string charset; // name for iconv; empty when it cannot be converted
     std::size_t bytesPerCharacter = 1;
     bool usesHighBytes = false; // iconv's set has the characters at 0xA0 to 0xFF
-
-    std::string converted(std::string_view run) const
-    {
-        if (charset == "ASCII")
-            return std::string(run);
-        Converter converter(charset);
-        if (charset.empty() || !converter.isOpen()) {
-            std::string result;
-            for (std::size_t at = 0; at < run.size(); at += bytesPerCharacter)
-                result += replacement;
-            return result;
-        }
-        std::string bytes(run);
-        if (usesHighBytes)
-            std::for_each(
-                bytes.begin(), bytes.end(), [](char& byte) { byte = static_cast<char>(byte | 0x80); });
-        return converter.convert(std::move(bytes));
-    }
 };
+
+// What cannot be converted becomes U+FFFD, each character where the set is not known.
+std::string converted(const CharacterSet& set, std::string bytes)
+{
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how iconv_open reports failure.
+    const auto failure = reinterpret_cast<iconv_t>(-1);
+    const iconv_t opened = set.charset.empty() ? failure : ::iconv_open("UTF-8", set.charset.c_str());
+    std::string result;
+    if (opened == failure) {
+        for (std::size_t at = 0; at < bytes.size(); at += set.bytesPerCharacter)
+            result += replacement;
+        return result;
+    }
+    const Owned<void, ::iconv_close> converter(opened);
+    if (set.usesHighBytes)
+        std::ranges::for_each(bytes, [](char& byte) { byte = static_cast<char>(byte | 0x80); });
+    char* input = bytes.data();
+    std::size_t left = bytes.size();
+    while (left > 0) {
+        std::array<char, 512> piece{};
+        char* output = piece.data();
+        std::size_t room = piece.size();
+        const std::size_t before = left;
+        const bool failed = ::iconv(opened, &input, &left, &output, &room) == static_cast<std::size_t>(-1);
+        result.append(piece.data(), piece.size() - room);
+        const bool isStuck = failed && left == before && room == piece.size();
+        if (isStuck) {
+            result += replacement;
+            ++input;
+            --left;
+        }
+    }
+    return result;
+}
 
 CharacterSet setOf94Characters(char final)
 {
-    switch (final) {
-    case 'B':
-    case 'J':
+    if (final == 'B' || final == 'J')
         return {"ASCII", 1, false};
-    case 'I':
-        return {"SHIFT_JIS", 1, true};
-    default:
-        return {};
-    }
+    return final == 'I' ? CharacterSet{"SHIFT_JIS", 1, true} : CharacterSet{};
 }
 
 CharacterSet setOf96Characters(char final)
@@ -122,16 +89,9 @@ CharacterSet setOf96Characters(char final)
 
 CharacterSet setOfSeveralBytes(char final)
 {
-    switch (final) {
-    case 'A':
-        return {"EUC-CN", 2, true};
-    case 'B':
-        return {"EUC-JP", 2, true};
-    case 'C':
-        return {"EUC-KR", 2, true};
-    default:
-        return {"", 2, true};
-    }
+    constexpr std::array<const char*, 3> names = {"EUC-CN", "EUC-JP", "EUC-KR"};
+    const bool isKnown = final >= 'A' && final <= 'C';
+    return {isKnown ? names.at(static_cast<std::size_t>(final - 'A')) : "", 2, true};
 }
 
 class CompoundText {
@@ -179,7 +139,7 @@ private:
         const auto end = std::find_if(rest_.begin(), rest_.end(),
             [&](char byte) { return isControl(byte) || (unsignedByte(byte) >= 0x80) != isRight; });
         const auto length = static_cast<std::size_t>(end - rest_.begin());
-        result_ += (isRight ? right_ : left_).converted(rest_.substr(0, length));
+        result_ += converted(isRight ? right_ : left_, std::string(rest_.substr(0, length)));
         rest_.remove_prefix(length);
     }
 
@@ -239,7 +199,7 @@ private:
         const std::size_t bytesPerCharacter
             = final >= '1' && final <= '4' ? static_cast<std::size_t>(final - '0') : 1;
         const CharacterSet set{isPlain ? std::string(name) : std::string(), bytesPerCharacter, false};
-        result_ += set.converted(segment.substr(nameEnd + 1));
+        result_ += converted(set, std::string(segment.substr(nameEnd + 1)));
     }
 
     std::string_view rest_;

@@ -18,12 +18,7 @@ PixelRect outlineOf(int x, int y, int width, int height, int border)
 X11TopLevels::X11TopLevels(X11Connection& connection)
     : connection_(connection)
 {
-    xcb_connection_t* xcb = connection_.xcb();
-    const auto attributes = connection_.reply<xcb_get_window_attributes_reply_t>(
-        xcb_get_window_attributes(xcb, connection_.root()));
-    const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE
-        | (attributes ? attributes->your_event_mask : 0U);
-    xcb_change_window_attributes(xcb, connection_.root(), XCB_CW_EVENT_MASK, &mask);
+    connection_.addRootEvents(XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE);
     read();
     update();
 }
@@ -59,7 +54,7 @@ void X11TopLevels::update()
         auto& topLevel = *each.topLevel;
         topLevel.isKnown = true;
         // Windows of the server itself are the compositing overlay and the screen saver.
-        const bool isServers = (topLevel.window & ~xcb_get_setup(connection_.xcb())->resource_id_mask) == 0;
+        const bool isServers = connection_.clientOf(topLevel.window) == 0;
         topLevel.hasPicture
             = attributes && geometry && !isServers && attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;
         if (!topLevel.hasPicture)
@@ -156,8 +151,7 @@ X11TopLevels::Change X11TopLevels::handleConfigure(const xcb_configure_notify_ev
     moved.outline = outlineOf(event.x, event.y, event.width, event.height, event.border_width);
     moved.border = event.border_width;
     remove(moved.window);
-    const auto below = std::find_if(topLevels_.begin(), topLevels_.end(),
-        [&](const X11TopLevel& each) { return each.window == event.above_sibling; });
+    const auto below = std::ranges::find(topLevels_, event.above_sibling, &X11TopLevel::window);
     // Above no sibling is at the bottom.
     topLevels_.insert(below == topLevels_.end() ? topLevels_.begin() : below + 1, moved);
     return Change::arrangement;
@@ -165,8 +159,7 @@ X11TopLevels::Change X11TopLevels::handleConfigure(const xcb_configure_notify_ev
 
 X11TopLevel* X11TopLevels::find(xcb_window_t window)
 {
-    const auto found = std::find_if(
-        topLevels_.begin(), topLevels_.end(), [&](const X11TopLevel& each) { return each.window == window; });
+    const auto found = std::ranges::find(topLevels_, window, &X11TopLevel::window);
     return found == topLevels_.end() ? nullptr : &*found;
 }
 
@@ -178,15 +171,10 @@ void X11TopLevels::remove(xcb_window_t window)
 void X11TopLevels::add(xcb_window_t window, const PixelRect& outline, int border)
 {
     // This connection's own windows are never seen.
-    const xcb_setup_t* setup = xcb_get_setup(connection_.xcb());
-    if ((window & ~setup->resource_id_mask) == setup->resource_id_base)
+    if (connection_.clientOf(window) == xcb_get_setup(connection_.xcb())->resource_id_base)
         return;
     remove(window);
-    X11TopLevel topLevel;
-    topLevel.window = window;
-    topLevel.outline = outline;
-    topLevel.border = border;
-    topLevels_.push_back(topLevel);
+    topLevels_.push_back({.window = window, .outline = outline, .border = border});
 }
 
 } // namespace glimto

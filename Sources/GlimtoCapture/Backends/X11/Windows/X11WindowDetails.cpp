@@ -1,5 +1,8 @@
 #include "Backends/X11/Windows/X11WindowDetails.h"
 
+#include <algorithm>
+#include <initializer_list>
+
 #include "Backends/X11/Connection/X11ClientProcesses.h"
 #include "Backends/X11/Connection/X11Property.h"
 #include "Backends/X11/Windows/X11Text.h"
@@ -72,33 +75,25 @@ std::optional<std::string> titleOf(const X11Atoms& atoms, const X11Property& net
 // The first type that is known: owners put special ones of their own before the common ones.
 X11WindowType typeOf(const X11Atoms& atoms, const X11Property& property)
 {
+    const std::initializer_list<xcb_atom_t> popups
+        = {atoms.typeMenu, atoms.typeDropdownMenu, atoms.typePopupMenu, atoms.typeTooltip,
+            atoms.typeNotification, atoms.typeCombo, atoms.typeDragAndDrop};
+    const std::initializer_list<xcb_atom_t> normal
+        = {atoms.typeNormal, atoms.typeDialog, atoms.typeUtility, atoms.typeToolbar, atoms.typeSplash};
+    const auto isAmong = [](xcb_atom_t type, const std::initializer_list<xcb_atom_t>& types) {
+        return std::ranges::find(types, type) != types.end();
+    };
     for (const auto type : property.numbers()) {
         if (type == atoms.typeDesktop)
             return X11WindowType::desktop;
         if (type == atoms.typeDock)
             return X11WindowType::dock;
-        for (const xcb_atom_t popup :
-            std::initializer_list<xcb_atom_t>{atoms.typeMenu, atoms.typeDropdownMenu, atoms.typePopupMenu,
-                atoms.typeTooltip, atoms.typeNotification, atoms.typeCombo, atoms.typeDragAndDrop}) {
-            if (type == popup)
-                return X11WindowType::popup;
-        }
-        for (const xcb_atom_t normal : std::initializer_list<xcb_atom_t>{atoms.typeNormal, atoms.typeDialog,
-                 atoms.typeUtility, atoms.typeToolbar, atoms.typeSplash}) {
-            if (type == normal)
-                return X11WindowType::normal;
-        }
+        if (isAmong(type, popups))
+            return X11WindowType::popup;
+        if (isAmong(type, normal))
+            break;
     }
     return X11WindowType::normal;
-}
-
-bool holds(const X11Property& property, std::uint32_t number)
-{
-    for (const auto each : property.numbers()) {
-        if (each == number)
-            return true;
-    }
-    return false;
 }
 
 // The names in WM_CLASS: the instance, a zero byte, the class.
@@ -111,73 +106,52 @@ void readWindowClass(const X11Property& property, X11OwnerClues& clues)
         clues.className = utf8FromLatin1(bytes.substr(end + 1));
 }
 
-std::int32_t validProcessID(std::optional<std::uint32_t> number)
+// Every reply is taken, also when the window turns out to be gone: one left would stay in memory.
+std::optional<X11WindowDetails> receive(
+    X11Connection& connection, const X11Atoms& atoms, const X11WindowTree& tree, const Asked& asked)
 {
-    return number && *number > 0 && *number <= INT32_MAX ? static_cast<std::int32_t>(*number) : 0;
+    const auto property
+        = [&](xcb_get_property_cookie_t cookie) { return X11Property::receive(connection, cookie); };
+    const auto attributes = connection.reply<xcb_get_window_attributes_reply_t>(asked.attributes);
+    const auto geometry = connection.reply<xcb_get_geometry_reply_t>(asked.geometry);
+    const auto origin = connection.reply<xcb_translate_coordinates_reply_t>(asked.origin);
+    const auto netName = property(asked.netName);
+    const auto name = property(asked.name);
+    const auto windowClass = property(asked.windowClass);
+    const auto processID = property(asked.processID);
+    const auto desktop = property(asked.desktop);
+    const auto windowType = property(asked.windowType);
+    const auto windowState = property(asked.windowState);
+    const auto managedState = property(asked.managedState);
+    const auto frameExtents = property(asked.frameExtents);
+    const auto applicationID = property(asked.applicationID);
+    const auto desktopFile = property(asked.desktopFile);
+    if (!attributes || !geometry || !origin)
+        return std::nullopt;
+
+    const auto states = windowState.numbers();
+    X11WindowDetails details;
+    details.window = asked.window;
+    details.frame
+        = withoutShadow({static_cast<double>(origin->dst_x), static_cast<double>(origin->dst_y),
+                            static_cast<double>(geometry->width), static_cast<double>(geometry->height)},
+            frameExtents.numbers());
+    details.title = titleOf(atoms, netName, name);
+    details.layer = windowLayer(typeOf(atoms, windowType), attributes->override_redirect != 0);
+    details.isOnScreen = isOnScreen({.isViewable = attributes->map_state == XCB_MAP_STATE_VIEWABLE,
+        .isHidden = tree.isManaged && std::ranges::find(states, atoms.stateHidden) != states.end(),
+        .isIconic = tree.isManaged && managedState.firstNumber() == iconicState,
+        .desktop = desktop.firstNumber(),
+        .currentDesktop = tree.currentDesktop});
+    details.owner.window = asked.window;
+    details.owner.processID = processID.processID();
+    for (const auto* id : {&applicationID, &desktopFile}) {
+        if (auto text = textOf(atoms, *id); !text.empty())
+            details.owner.applicationIDs.push_back(std::move(text));
+    }
+    readWindowClass(windowClass, details.owner);
+    return details;
 }
-
-class DetailsReader {
-public:
-    DetailsReader(X11Connection& connection, const X11Atoms& atoms, const X11WindowTree& tree)
-        : connection_(connection)
-        , atoms_(atoms)
-        , tree_(tree)
-    {
-    }
-
-    // Every reply is taken, also when the window turns out to be gone: one left would stay in memory.
-    std::optional<X11WindowDetails> receive(const Asked& asked)
-    {
-        const auto attributes = connection_.reply<xcb_get_window_attributes_reply_t>(asked.attributes);
-        const auto geometry = connection_.reply<xcb_get_geometry_reply_t>(asked.geometry);
-        const auto origin = connection_.reply<xcb_translate_coordinates_reply_t>(asked.origin);
-        const auto netName = property(asked.netName);
-        const auto name = property(asked.name);
-        const auto windowClass = property(asked.windowClass);
-        const auto processID = property(asked.processID);
-        const auto desktop = property(asked.desktop);
-        const auto windowType = property(asked.windowType);
-        const auto windowState = property(asked.windowState);
-        const auto managedState = property(asked.managedState);
-        const auto frameExtents = property(asked.frameExtents);
-        const auto applicationID = property(asked.applicationID);
-        const auto desktopFile = property(asked.desktopFile);
-        if (!attributes || !geometry || !origin)
-            return std::nullopt;
-
-        X11WindowDetails details;
-        details.window = asked.window;
-        details.frame
-            = withoutShadow({static_cast<double>(origin->dst_x), static_cast<double>(origin->dst_y),
-                                static_cast<double>(geometry->width), static_cast<double>(geometry->height)},
-                frameExtents.numbers());
-        details.title = titleOf(atoms_, netName, name);
-        details.layer = windowLayer(typeOf(atoms_, windowType), attributes->override_redirect != 0);
-        details.isOnScreen = isOnScreen({.isViewable = attributes->map_state == XCB_MAP_STATE_VIEWABLE,
-            .isHidden = tree_.isManaged && holds(windowState, atoms_.stateHidden),
-            .isIconic = tree_.isManaged && managedState.firstNumber() == iconicState,
-            .desktop = desktop.firstNumber(),
-            .currentDesktop = tree_.currentDesktop});
-        details.owner.window = asked.window;
-        details.owner.processID = validProcessID(processID.firstNumber());
-        for (const auto* id : {&applicationID, &desktopFile}) {
-            if (auto text = textOf(atoms_, *id); !text.empty())
-                details.owner.applicationIDs.push_back(std::move(text));
-        }
-        readWindowClass(windowClass, details.owner);
-        return details;
-    }
-
-private:
-    X11Property property(xcb_get_property_cookie_t cookie)
-    {
-        return X11Property::receive(connection_, cookie);
-    }
-
-    X11Connection& connection_;
-    const X11Atoms& atoms_;
-    const X11WindowTree& tree_;
-};
 
 } // namespace
 
@@ -188,9 +162,8 @@ std::vector<X11WindowDetails> readX11WindowDetails(
     for (const auto& window : tree.windows)
         asked.push_back(ask(connection, atoms, window.window));
     std::vector<X11WindowDetails> result;
-    DetailsReader reader(connection, atoms, tree);
     for (const auto& each : asked) {
-        if (auto details = reader.receive(each))
+        if (auto details = receive(connection, atoms, tree, each))
             result.push_back(std::move(*details));
     }
 

@@ -109,15 +109,10 @@ private:
             const int border = 2 * geometry->border_width;
             const PixelRect outline{
                 geometry->x, geometry->y, geometry->width + border, geometry->height + border};
+            // The server's own windows are the compositing overlay and the screen saver's.
             topLevel.isPicture = attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT
-                && !intersection(outline, screen_).isEmpty() && !belongsToServer(topLevel.window);
+                && !intersection(outline, screen_).isEmpty() && connection_.clientOf(topLevel.window) != 0;
         }
-    }
-
-    // The server's own windows below the root are the compositing overlay and the screen saver's.
-    bool belongsToServer(xcb_window_t window) const
-    {
-        return (window & ~xcb_get_setup(connection_.xcb())->resource_id_mask) == 0;
     }
 
     // A window manager that ended in disorder leaves its properties behind, but its check window is gone.
@@ -125,8 +120,8 @@ private:
     {
         if (!hasList_ || !manager_)
             return false;
-        const auto cookie = X11Property::ask(connection_, *manager_, atoms_.supportingWindowManager);
-        return X11Property::receive(connection_, cookie).firstNumber() == manager_;
+        return X11Property::read(connection_, *manager_, atoms_.supportingWindowManager).firstNumber()
+            == manager_;
     }
 
     // Finds the top-level of every listed client, all clients one level upwards at a time.
@@ -242,10 +237,9 @@ private:
         }
     }
 
-    // Windows of one connection share the bits above the mask.
     bool belongsToManager(xcb_window_t window) const
     {
-        return manager_ && ((window ^ *manager_) & ~xcb_get_setup(connection_.xcb())->resource_id_mask) == 0;
+        return manager_ && connection_.clientOf(window) == connection_.clientOf(*manager_);
     }
 
     X11Connection& connection_;

@@ -1,8 +1,7 @@
-#include "Backends/X11/Clipboard/X11PasteboardOwner.h"
+#include "Backends/X11/Clipboard/X11Pasteboard.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -10,10 +9,9 @@
 #include <span>
 #include <vector>
 
-#include <poll.h>
 #include <xcb/xcb.h>
 
-#include "Backends/X11/Clipboard/X11SelectionAtoms.h"
+#include "Backends/Clipboard/PasteboardOwnerProcess.h"
 #include "Backends/X11/Clipboard/X11SelectionTransfers.h"
 #include "Backends/X11/Connection/X11Connection.h"
 #include "Backends/X11/Connection/X11Property.h"
@@ -55,7 +53,7 @@ public:
     // Takes the selection, with a time stamp of the server. Whether the server says that it is ours.
     bool acquire()
     {
-        makeWindow();
+        window_ = makeX11TimeWindow(connection_);
         const auto time = serverTime();
         if (!time)
             return false;
@@ -78,7 +76,7 @@ public:
                 continue;
             }
             transfers_.forgetOverdue(Clock::now());
-            waitReadable(transfers_.nextDeadline());
+            connection_.waitReadable(transfers_.nextDeadline().value_or(Clock::time_point::max()));
         }
         // A server may drop what it has not read from a connection that closes, such as the end of the last
         // reader's data. It has read all that it answers.
@@ -88,28 +86,17 @@ public:
 private:
     using Clock = X11SelectionTransfers::Clock;
 
-    void makeWindow()
-    {
-        window_ = X11Window(connection_);
-        const std::array<std::uint32_t, 2> values = {1, XCB_EVENT_MASK_PROPERTY_CHANGE};
-        xcb_create_window(connection_.xcb(), 0, window_, connection_.root(), -1, -1, 1, 1, 0,
-            XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK,
-            values.data());
-    }
-
-    // A change of a property that changes nothing comes back with the server's time.
     std::optional<xcb_timestamp_t> serverTime()
     {
         const auto deadline = Clock::now() + timeStampTimeout;
         timeSeen_.reset();
-        xcb_change_property(
-            connection_.xcb(), XCB_PROP_MODE_APPEND, window_, atoms_.scratch, XCB_ATOM_ATOM, 32, 0, nullptr);
+        askForX11Time(connection_, window_);
         while (!timeSeen_ && Clock::now() < deadline) {
             connection_.flush();
             if (const auto event = connection_.pollEvent())
                 handle(*event);
             else
-                waitReadable(deadline);
+                connection_.waitReadable(deadline);
         }
         return timeSeen_;
     }
@@ -132,18 +119,6 @@ private:
             connection_.xcb(), window_, atoms_.scratch, XCB_ATOM_ATOM, std::array<xcb_atom_t, 1>{atoms_.png});
         xcb_convert_selection(connection_.xcb(), window_, atoms_.clipboardManager, atoms_.saveTargets,
             atoms_.scratch, ownedSince_);
-    }
-
-    void waitReadable(std::optional<Clock::time_point> deadline)
-    {
-        int milliseconds = -1;
-        if (deadline) {
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - Clock::now());
-            milliseconds = static_cast<int>(std::max<std::int64_t>(0, left.count()));
-        }
-        pollfd entry = {.fd = connection_.fileDescriptor(), .events = POLLIN, .revents = 0};
-        if (::poll(&entry, 1, milliseconds) < 0 && errno != EINTR)
-            throw PlatformError::posix("Could not wait for the X server", errno);
     }
 
     void handle(const xcb_generic_event_t& event)
@@ -257,6 +232,11 @@ private:
 constexpr std::chrono::minutes answerTimeout{1};
 
 } // namespace
+
+std::optional<std::string> X11Pasteboard::setPNG(std::span<const std::byte> data)
+{
+    return startPasteboardOwner(x11PasteboardOwnerArgument, data, "The X server does not answer.");
+}
 
 void X11PasteboardOwner::offer(std::span<const std::byte> png, const std::function<bool()>& isOffered)
 {
