@@ -67,6 +67,12 @@ template <typename Handle> Handle* required(Handle* handle)
     return handle;
 }
 
+// What the provider tells beside a picture; null when it does not.
+template <typename Metadata> const Metadata* metadataOf(const spa_buffer& buffer, std::uint32_t type)
+{
+    return static_cast<const Metadata*>(spa_buffer_find_meta_data(&buffer, type, sizeof(Metadata)));
+}
+
 PixelRect rectOf(const spa_region& region, int width, int height)
 {
     if (region.position.x < 0 || region.position.y < 0 || region.position.x >= width
@@ -307,8 +313,7 @@ private:
         const std::int32_t flags = chunk.flags;
         if (size == 0)
             return false; // news of the pointer only
-        const auto* header = static_cast<const spa_meta_header*>(
-            spa_buffer_find_meta_data(&content, SPA_META_Header, sizeof(spa_meta_header)));
+        const auto* header = metadataOf<spa_meta_header>(content, SPA_META_Header);
         if ((static_cast<std::uint32_t>(flags) & SPA_CHUNK_FLAG_CORRUPTED) != 0
             || (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0)) {
             isAllChanged_ = true;
@@ -343,8 +348,7 @@ private:
     void readPart(const spa_buffer& content)
     {
         PixelRect part = {0, 0, format_->width, format_->height};
-        if (const auto* crop = static_cast<const spa_meta_region*>(
-                spa_buffer_find_meta_data(&content, SPA_META_VideoCrop, sizeof(spa_meta_region)))) {
+        if (const auto* crop = metadataOf<spa_meta_region>(content, SPA_META_VideoCrop)) {
             const PixelRect told = rectOf(crop->region, part.width, part.height);
             if (!told.isEmpty())
                 part = told;
@@ -397,16 +401,14 @@ private:
 
     void readPointer(const spa_buffer& content)
     {
-        const auto* cursor = static_cast<const spa_meta_cursor*>(
-            spa_buffer_find_meta_data(&content, SPA_META_Cursor, sizeof(spa_meta_cursor)));
+        const auto* cursor = metadataOf<spa_meta_cursor>(content, SPA_META_Cursor);
         if (!cursor)
             return;
         pointer_.reset();
         const spa_point place = cursor->position;
         if (!spa_meta_cursor_is_valid(cursor) || part_.isEmpty())
             return;
-        const auto* header = static_cast<const spa_meta_header*>(
-            spa_buffer_find_meta_data(&content, SPA_META_Header, sizeof(spa_meta_header)));
+        const auto* header = metadataOf<spa_meta_header>(content, SPA_META_Header);
         pointer_ = PointerPlace{{static_cast<double>(std::int64_t{place.x} - part_.x) / part_.width,
                                     static_cast<double>(std::int64_t{place.y} - part_.y) / part_.height},
             timeOf(header)};

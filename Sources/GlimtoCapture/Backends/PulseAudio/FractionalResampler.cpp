@@ -16,17 +16,6 @@ constexpr std::int64_t spareFrames = 4;
 // Frames that are no longer needed are cleared away when there are so many, in one go.
 constexpr std::size_t mostForgotten = 4096;
 
-double bessel(double x)
-{
-    double sum = 1;
-    double term = 1;
-    for (int k = 1; k < 40; ++k) {
-        term *= x / (2 * k) * (x / (2 * k));
-        sum += term;
-    }
-    return sum;
-}
-
 double sinc(double x)
 {
     const double angle = std::numbers::pi * x;
@@ -46,7 +35,7 @@ std::vector<float> weights(std::size_t length)
             const double distance = static_cast<double>(tap) - (half - 1)
                 - static_cast<double>(phase) / static_cast<double>(phases);
             const double place = std::clamp(distance / half, -1.0, 1.0);
-            row[tap] = sinc(distance) * bessel(windowShape * std::sqrt(1 - place * place));
+            row[tap] = sinc(distance) * std::cyl_bessel_i(0.0, windowShape * std::sqrt(1 - place * place));
             sum += row[tap];
         }
         for (std::size_t tap = 0; tap < length; ++tap)

@@ -27,15 +27,10 @@ struct Span {
     int length() const { return end - begin; }
 };
 
-Span across(const PixelRect& word)
-{
-    return {word.x, word.x + word.width};
-}
-
 // Joins spans that less than `gap` parts.
 std::vector<Span> joined(std::vector<Span> spans, int gap)
 {
-    std::sort(spans.begin(), spans.end(), [](const Span& a, const Span& b) { return a.begin < b.begin; });
+    std::ranges::sort(spans, {}, &Span::begin);
     std::vector<Span> result;
     for (const Span& span : spans) {
         if (!result.empty() && span.begin - result.back().end < gap)
@@ -50,7 +45,7 @@ std::vector<Span> joinedAcross(const Words& words, int gap)
 {
     std::vector<Span> spans;
     for (const auto& word : words)
-        spans.push_back(across(word));
+        spans.push_back({word.x, word.x + word.width});
     return joined(std::move(spans), gap);
 }
 
@@ -62,7 +57,7 @@ Span extent(const Words& words)
 Words inside(const Words& words, int begin, int end)
 {
     Words result;
-    std::copy_if(words.begin(), words.end(), std::back_inserter(result),
+    std::ranges::copy_if(words, std::back_inserter(result),
         [&](const PixelRect& word) { return word.x >= begin && word.x + word.width <= end; });
     return result;
 }
@@ -230,8 +225,7 @@ private:
 
     std::vector<Words> bandsOf(Words words) const
     {
-        std::sort(
-            words.begin(), words.end(), [](const PixelRect& a, const PixelRect& b) { return a.y < b.y; });
+        std::ranges::sort(words, {}, &PixelRect::y);
         std::vector<Words> bands;
         int reached = 0;
         for (const auto& word : words) {

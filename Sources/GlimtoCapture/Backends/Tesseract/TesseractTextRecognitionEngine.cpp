@@ -194,7 +194,7 @@ private:
     TextReader& readerOf(Language& language)
     {
         if (!language.reader)
-            language.reader = std::make_unique<TextReader>(std::vector{language.name});
+            language.reader = std::make_unique<TextReader>(language.name);
         return *language.reader;
     }
 

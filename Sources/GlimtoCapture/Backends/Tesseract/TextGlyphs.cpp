@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Backends/Tesseract/Leptonica.h"
+#include "Backends/Tesseract/TextRows.h"
 
 namespace glimto {
 
@@ -72,11 +73,6 @@ bool contains(const PixelRect& outer, const PixelRect& inner)
 {
     return inner.x > outer.x && inner.y > outer.y && inner.x + inner.width < outer.x + outer.width
         && inner.y + inner.height < outer.y + outer.height;
-}
-
-PixelRect grown(const PixelRect& rect, int by)
-{
-    return {rect.x - by, rect.y - by, rect.width + 2 * by, rect.height + 2 * by};
 }
 
 // Whether there is other ink close by at the left or the right, as in a word.

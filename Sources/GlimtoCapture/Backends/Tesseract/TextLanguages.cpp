@@ -19,49 +19,39 @@ constexpr std::string_view english = "eng";
 
 struct Script {
     std::string_view name;
-    std::string_view languages; // separated by spaces
+    std::string_view languages; // each between spaces
 };
 
 constexpr std::array scripts = {
-    Script{"Arabic", "ara fas pus snd uig urd"},
-    Script{"Armenian", "hye"},
-    Script{"Bengali", "asm ben"},
-    Script{"Canadian_Aboriginal", "iku"},
-    Script{"Cherokee", "chr"},
-    Script{"Cyrillic", "bel bul kaz kir mkd mon rus srp tat tgk ukr uzb_cyrl"},
-    Script{"Devanagari", "hin mar nep san"},
-    Script{"Ethiopic", "amh tir"},
-    Script{"Georgian", "kat kat_old"},
-    Script{"Greek", "ell grc"},
-    Script{"Gujarati", "guj"},
-    Script{"Gurmukhi", "pan"},
-    Script{"Han", "chi_sim chi_tra jpn"},
-    Script{"Hangul", "kor"},
-    Script{"Hebrew", "heb yid"},
-    Script{"Kannada", "kan"},
-    Script{"Khmer", "khm"},
-    Script{"Lao", "lao"},
-    Script{"Malayalam", "mal"},
-    Script{"Myanmar", "mya"},
-    Script{"Oriya", "ori"},
-    Script{"Sinhala", "sin"},
-    Script{"Syriac", "syr"},
-    Script{"Tamil", "tam"},
-    Script{"Telugu", "tel"},
-    Script{"Thaana", "div"},
-    Script{"Thai", "tha"},
-    Script{"Tibetan", "bod dzo"},
+    Script{"Arabic", " ara fas pus snd uig urd "},
+    Script{"Armenian", " hye "},
+    Script{"Bengali", " asm ben "},
+    Script{"Canadian_Aboriginal", " iku "},
+    Script{"Cherokee", " chr "},
+    Script{"Cyrillic", " bel bul kaz kir mkd mon rus srp tat tgk ukr uzb_cyrl "},
+    Script{"Devanagari", " hin mar nep san "},
+    Script{"Ethiopic", " amh tir "},
+    Script{"Georgian", " kat kat_old "},
+    Script{"Greek", " ell grc "},
+    Script{"Gujarati", " guj "},
+    Script{"Gurmukhi", " pan "},
+    Script{"Han", " chi_sim chi_tra jpn "},
+    Script{"Hangul", " kor "},
+    Script{"Hebrew", " heb yid "},
+    Script{"Kannada", " kan "},
+    Script{"Khmer", " khm "},
+    Script{"Lao", " lao "},
+    Script{"Malayalam", " mal "},
+    Script{"Myanmar", " mya "},
+    Script{"Oriya", " ori "},
+    Script{"Sinhala", " sin "},
+    Script{"Syriac", " syr "},
+    Script{"Tamil", " tam "},
+    Script{"Telugu", " tel "},
+    Script{"Thaana", " div "},
+    Script{"Thai", " tha "},
+    Script{"Tibetan", " bod dzo "},
 };
-
-bool holdsWord(std::string_view words, std::string_view word)
-{
-    for (std::size_t at = words.find(word); at != std::string_view::npos; at = words.find(word, at + 1)) {
-        const std::size_t end = at + word.size();
-        if ((at == 0 || words[at - 1] == ' ') && (end == words.size() || words[end] == ' '))
-            return true;
-    }
-    return false;
-}
 
 bool isRunningText(std::string_view language)
 {
@@ -115,8 +105,9 @@ std::string scriptOf(const std::string& language)
     constexpr std::string_view folder = "script/";
     if (language.starts_with(folder))
         return language.substr(folder.size());
-    const auto script = std::find_if(scripts.begin(), scripts.end(),
-        [&language](const Script& candidate) { return holdsWord(candidate.languages, language); });
+    const std::string word = " " + language + " ";
+    const auto script = std::ranges::find_if(
+        scripts, [&](const Script& each) { return each.languages.find(word) != std::string_view::npos; });
     return std::string(script == scripts.end() ? "Latin"sv : script->name);
 }
 

@@ -8,6 +8,8 @@
 #include <numeric>
 #include <utility>
 
+#include "Backends/Tesseract/TextRows.h"
+
 namespace glimto {
 
 namespace {
@@ -29,23 +31,9 @@ bool isPanel(const FlatZone& zone)
     return shorter >= panelShortSide && longer >= panelLongSide;
 }
 
-PixelRect united(const PixelRect& a, const PixelRect& b)
-{
-    const int left = std::min(a.x, b.x);
-    const int top = std::min(a.y, b.y);
-    return {left, top, std::max(a.x + a.width, b.x + b.width) - left,
-        std::max(a.y + a.height, b.y + b.height) - top};
-}
-
 bool isInside(const PixelRect& inner, const PixelRect& outer)
 {
     return intersection(inner, outer) == inner;
-}
-
-PixelRect grownByEdge(const PixelRect& rect)
-{
-    return {rect.x - edgeOverlap, rect.y - edgeOverlap, rect.width + 2 * edgeOverlap,
-        rect.height + 2 * edgeOverlap};
 }
 
 std::int64_t areaOf(const Panel& panel)
@@ -61,10 +49,8 @@ std::vector<Panel> panelsOf(const GrayPicture& picture, const FlatZones& zones)
         if (isPanel(zone))
             panels.push_back({zone.bounds, zone.gray, {}});
     }
-    std::stable_sort(
-        panels.begin(), panels.end(), [](const Panel& a, const Panel& b) { return areaOf(a) < areaOf(b); });
-    const auto whole
-        = std::find_if(panels.begin(), panels.end(), [](const Panel& panel) { return panel.gray < 0; });
+    std::ranges::stable_sort(panels, {}, areaOf);
+    const auto whole = std::ranges::find_if(panels, [](const Panel& panel) { return panel.gray < 0; });
     std::rotate(whole, whole + 1, panels.end());
     return panels;
 }
@@ -83,7 +69,7 @@ void joinCells(std::vector<Panel>& panels)
 {
     constexpr int sameGray = 2; // gray values
     for (auto panel = panels.begin(); panel != panels.end(); ++panel) {
-        const PixelRect around = grownByEdge(panel->bounds);
+        const PixelRect around = grown(panel->bounds, edgeOverlap);
         const auto other = std::find_if(std::next(panel), panels.end(), [&](const Panel& candidate) {
             return panel->gray >= 0 && candidate.gray >= 0
                 && std::abs(panel->gray - candidate.gray) <= sameGray
@@ -108,15 +94,14 @@ bool belongsTo(const Panel& inner, const Panel& outer, int letterHeight)
     // What touches it is part of its edge.
     return std::none_of(outer.words.begin(), outer.words.end(), [&](const PixelRect& word) {
         return word.y + word.height > inner.bounds.y && word.y < inner.bounds.y + inner.bounds.height
-            && intersection(word, grownByEdge(inner.bounds)).isEmpty();
+            && intersection(word, grown(inner.bounds, edgeOverlap)).isEmpty();
     });
 }
 
 // Joins panels with those that they stand on, the smallest first.
 void joinNested(std::vector<Panel>& panels, int letterHeight)
 {
-    std::stable_sort(
-        panels.begin(), panels.end(), [](const Panel& a, const Panel& b) { return areaOf(a) < areaOf(b); });
+    std::ranges::stable_sort(panels, {}, areaOf);
     for (auto inner = panels.begin(); inner != panels.end(); ++inner) {
         const auto outer = std::find_if(std::next(inner), panels.end(),
             [&](const Panel& candidate) { return isInside(inner->bounds, candidate.bounds); });
@@ -132,8 +117,7 @@ void joinNested(std::vector<Panel>& panels, int letterHeight)
 template <typename Begin, typename End>
 std::vector<std::vector<std::size_t>> cut(std::vector<std::size_t> indexes, Begin begin, End end)
 {
-    std::stable_sort(
-        indexes.begin(), indexes.end(), [&](std::size_t a, std::size_t b) { return begin(a) < begin(b); });
+    std::ranges::stable_sort(indexes, {}, begin);
     std::vector<std::vector<std::size_t>> pieces;
     int reached = 0;
     for (const std::size_t index : indexes) {

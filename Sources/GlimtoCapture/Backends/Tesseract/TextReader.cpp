@@ -14,14 +14,6 @@ namespace glimto {
 
 namespace {
 
-std::string joined(const std::vector<std::string>& languages)
-{
-    std::string text;
-    for (const auto& language : languages)
-        text += (text.empty() ? "" : "+") + language;
-    return text;
-}
-
 bool isLetterOrDigit(char character)
 {
     const auto byte = static_cast<unsigned char>(character);
@@ -49,16 +41,15 @@ std::string textOf(const tesseract::ResultIterator& line)
 
 } // namespace
 
-TextReader::TextReader(const std::vector<std::string>& languages)
+TextReader::TextReader(const std::string& language)
     : api_(std::make_unique<tesseract::TessBaseAPI>())
 {
     // Tesseract asks for four threads, which spend most of their time waiting for each other in a loop.
     omp_set_max_active_levels(0);
     setMsgSeverity(L_SEVERITY_NONE);
     api_->SetVariable("debug_file", "/dev/null");
-    const std::string names = joined(languages);
-    if (api_->Init(nullptr, names.c_str(), tesseract::OEM_LSTM_ONLY) != 0)
-        throw PlatformError("tesseract", 0, "The language data of " + names + " could not be loaded.");
+    if (api_->Init(nullptr, language.c_str(), tesseract::OEM_LSTM_ONLY) != 0)
+        throw PlatformError("tesseract", 0, "The language data of " + language + " could not be loaded.");
 }
 
 TextReader::~TextReader() = default;

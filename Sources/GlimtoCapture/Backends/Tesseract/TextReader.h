@@ -17,13 +17,12 @@ struct RecognizedLine {
     float confidence = 0; // percent
 };
 
-// Tesseract with languages loaded. Nothing that it or its libraries have to say reaches the standard
+// Tesseract with a language loaded. Nothing that it or its libraries have to say reaches the standard
 // streams.
 class TextReader {
 public:
-    // `languages` as Tesseract names them, the most likely one first; all are installed. Throws
-    // PlatformError when they cannot be loaded.
-    explicit TextReader(const std::vector<std::string>& languages);
+    // `language` as Tesseract names it; it is installed. Throws PlatformError when it cannot be loaded.
+    explicit TextReader(const std::string& language);
     ~TextReader();
 
     // A picture of one line; empty text when there is nothing that looks like text.

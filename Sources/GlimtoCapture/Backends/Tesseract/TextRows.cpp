@@ -8,14 +8,6 @@ namespace glimto {
 
 namespace {
 
-PixelRect united(const PixelRect& a, const PixelRect& b)
-{
-    const int left = std::min(a.x, b.x);
-    const int top = std::min(a.y, b.y);
-    return {left, top, std::max(a.x + a.width, b.x + b.width) - left,
-        std::max(a.y + a.height, b.y + b.height) - top};
-}
-
 int overlap(int begin, int end, int otherBegin, int otherEnd)
 {
     return std::min(end, otherEnd) - std::max(begin, otherBegin);
@@ -55,10 +47,23 @@ private:
 
 } // namespace
 
+PixelRect united(const PixelRect& a, const PixelRect& b)
+{
+    const int left = std::min(a.x, b.x);
+    const int top = std::min(a.y, b.y);
+    return {left, top, std::max(a.x + a.width, b.x + b.width) - left,
+        std::max(a.y + a.height, b.y + b.height) - top};
+}
+
+PixelRect grown(const PixelRect& rect, int by)
+{
+    return {rect.x - by, rect.y - by, rect.width + 2 * by, rect.height + 2 * by};
+}
+
 std::vector<PixelRect> findWords(const std::vector<PixelRect>& glyphs, int letterHeight)
 {
     std::vector<PixelRect> parts = glyphs;
-    std::sort(parts.begin(), parts.end(), [](const PixelRect& a, const PixelRect& b) { return a.x < b.x; });
+    std::ranges::sort(parts, {}, &PixelRect::x);
     Groups groups(parts.size());
     for (std::size_t index = 0; index < parts.size(); ++index) {
         for (std::size_t next = index + 1;
@@ -116,8 +121,7 @@ std::vector<TextRow> rowsOf(const std::vector<PixelRect>& words, int letterHeigh
         }
     }
     for (auto& row : rows) {
-        std::sort(row.words.begin(), row.words.end(),
-            [](const PixelRect& a, const PixelRect& b) { return a.x < b.x; });
+        std::ranges::sort(row.words, {}, &PixelRect::x);
         for (const auto& word : row.words) {
             row.top = std::min(row.top, word.y);
             row.bottom = std::max(row.bottom, word.y + word.height);

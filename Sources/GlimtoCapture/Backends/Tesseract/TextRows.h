@@ -13,6 +13,12 @@ struct TextRow {
     int bottom = 0; // one past the last
 };
 
+// The smallest rectangle around both.
+PixelRect united(const PixelRect& a, const PixelRect& b);
+
+// Larger by so much on each side.
+PixelRect grown(const PixelRect& rect, int by);
+
 // Joins letters, and the parts of letters, into words; a word holds no white as wide as half a letter is
 // high.
 std::vector<PixelRect> findWords(const std::vector<PixelRect>& glyphs, int letterHeight);
