@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "Audio/AudioMixerSource.h"
+#include "Platform/AudioMixerSource.h"
 #include "Audio/AudioSourceTrack.h"
 #include "Audio/StereoFrameQueue.h"
 #include "Platform/AudioBuffer.h"

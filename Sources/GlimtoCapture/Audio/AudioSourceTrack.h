@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "Audio/AudioMixerSource.h"
+#include "Platform/AudioMixerSource.h"
 #include "Platform/AudioBuffer.h"
 #include "Platform/AudioConverter.h"
 

@@ -34,7 +34,7 @@ void RecordingFigures::enter(RecordingPhase phase, Clock::time_point now)
     phase_ = phase;
 }
 
-void RecordingFigures::notePeak(SoundSource source, float peak)
+void RecordingFigures::notePeak(AudioMixerSource source, float peak)
 {
     auto& known = peaks_[static_cast<std::size_t>(source)];
     float before = known;
@@ -53,7 +53,7 @@ void RecordingFigures::noteUploadSent()
     sentObjects_.fetch_add(1, std::memory_order_relaxed);
 }
 
-std::optional<double> RecordingFigures::takeLevel(SoundSource source)
+std::optional<double> RecordingFigures::takeLevel(AudioMixerSource source)
 {
     auto& known = peaks_[static_cast<std::size_t>(source)];
     if (known < 0)
@@ -74,8 +74,8 @@ RecordingSnapshot RecordingFigures::snapshot(Clock::time_point now)
     result.frames = frames_;
     result.dropped = dropped_;
     result.bytes = bytes_;
-    result.systemLevel = takeLevel(SoundSource::system);
-    result.microphoneLevel = takeLevel(SoundSource::microphone);
+    result.systemLevel = takeLevel(AudioMixerSource::system);
+    result.microphoneLevel = takeLevel(AudioMixerSource::microphone);
     if (hasUpload_)
         result.upload
             = {.sentObjects = sentObjects_, .waitingObjects = waitingObjects_, .waitingBytes = waitingBytes_};

@@ -7,6 +7,8 @@
 #include <optional>
 #include <string_view>
 
+#include "Platform/AudioMixerSource.h"
+
 namespace glimto {
 
 // What a recording is doing, in this order; `uploading` only with upload.
@@ -14,8 +16,6 @@ enum class RecordingPhase { starting, recording, stopping, uploading, ended };
 
 // The phase's word in output: its enumerator.
 std::string_view recordingPhaseName(RecordingPhase phase);
-
-enum class SoundSource { system, microphone };
 
 // How far a recording or an upload had come at one moment.
 struct RecordingSnapshot {
@@ -63,7 +63,7 @@ public:
 
     // `peak` is the largest magnitude among some samples, 1 at full scale. From the first one on, which may
     // be 0, the source has a level.
-    void notePeak(SoundSource source, float peak);
+    void notePeak(AudioMixerSource source, float peak);
 
     // From the first one on there is an upload.
     void noteUploadWaiting(std::int64_t objects, std::int64_t bytes);
@@ -75,7 +75,7 @@ public:
 private:
     static constexpr std::int64_t never = -1;
 
-    std::optional<double> takeLevel(SoundSource source);
+    std::optional<double> takeLevel(AudioMixerSource source);
 
     std::atomic<RecordingPhase> phase_{RecordingPhase::starting};
     std::atomic<std::int64_t> began_{never}; // nanoseconds of the clock

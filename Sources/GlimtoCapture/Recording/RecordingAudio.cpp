@@ -16,10 +16,7 @@ AudioMixer::PeakMeter recordingSoundMeter(const std::shared_ptr<RecordingFigures
 {
     if (!figures->isWatched())
         return nullptr;
-    return [figures](AudioMixerSource source, float peak) {
-        figures->notePeak(
-            source == AudioMixerSource::system ? SoundSource::system : SoundSource::microphone, peak);
-    };
+    return [figures](AudioMixerSource source, float peak) { figures->notePeak(source, peak); };
 }
 
 std::string recordingAudioLine(const RecordOptions& options)

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Audio/AudioMixer.h"
-#include "Audio/AudioMixerSource.h"
+#include "Platform/AudioMixerSource.h"
 #include "Options/RecordOptions.h"
 #include "Progress/RecordingFigures.h"
 

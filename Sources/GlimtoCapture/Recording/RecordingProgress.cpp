@@ -19,11 +19,11 @@ void RecordingProgress::line(std::string_view text)
     standardOutput_.writeLine(singleLine(text));
 }
 
-void RecordingProgress::captureStarting(std::string_view stage, bool permissionGranted)
+void RecordingProgress::captureStarting(std::string_view stage, const ScreenCaptureAccess& access)
 {
     auto starting = event("capture_starting");
     starting.stage = std::string(stage);
-    starting.permission = ScreenCapturePermissionJSON::fromPreflight(permissionGranted);
+    starting.permission = ScreenCapturePermissionJSON::fromPreflight(access);
     emitter_.emit(std::move(starting));
 }
 

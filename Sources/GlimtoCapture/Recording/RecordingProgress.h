@@ -20,7 +20,7 @@ public:
     void line(std::string_view text);
 
     // Event "capture_starting": `stage` says what comes next.
-    void captureStarting(std::string_view stage, bool permissionGranted);
+    void captureStarting(std::string_view stage, const ScreenCaptureAccess& access);
 
     // Event and status line "recording".
     void recording();

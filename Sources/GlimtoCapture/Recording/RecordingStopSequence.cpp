@@ -29,11 +29,11 @@ void stopStream(const RecordingTake& take, const RecordingStopLimits& limits, Re
     progress.stopped();
 }
 
-void finishInputEvents(const RecordOptions& options, const RecordingTake& take, RecordingProgress& progress)
+void finishInputEvents(const RecordingTake& take, RecordingProgress& progress)
 {
     if (!take.eventRecorder)
         return;
-    take.stopInputEvents(!options.includeCursor);
+    take.stopInputEvents();
     progress.line("Events: " + take.plan.eventsURL.string());
 }
 
@@ -110,7 +110,7 @@ RecordingMetadataJSON stopRecording(const RecordOptions& options, const Recordin
     const RecordingStopLimits& limits, RecordingProgress& progress)
 {
     stopStream(take, limits, progress);
-    finishInputEvents(options, take, progress);
+    finishInputEvents(take, progress);
     const CapturedTracks tracks = finishWriter(take, limits, progress);
     waitForThumbnail(take, limits, progress);
     progress.line("Glimto stop: writing playlists and manifest");

@@ -24,7 +24,7 @@ void RecordingTake::anchorInputEvents() const
         eventRecorder->setClockAnchor(*anchor);
 }
 
-void RecordingTake::stopInputEvents(bool cursorHidden) const
+void RecordingTake::stopInputEvents() const
 {
     anchorInputEvents();
     eventRecorder->stop(cursorHidden);
@@ -38,17 +38,17 @@ void RecordingTake::removeStreamOutputs() const noexcept
         ignoringErrors([this] { systemAudio->stop(); });
 }
 
-void RecordingTake::abandon(bool cursorHidden) noexcept
+void RecordingTake::abandon() noexcept
 {
     removeStreamOutputs();
     if (microphone)
         ignoringErrors([this] { microphone->stop(); });
     if (writer)
         ignoringErrors([this] { writer->cancel(); });
-    ignoringErrors([&] {
+    ignoringErrors([this] {
         // Without a frame there is nothing that the events could belong to.
         if (eventRecorder && writer && writer->firstVideoSamplePtsAnchor())
-            stopInputEvents(cursorHidden);
+            stopInputEvents();
         eventRecorder.reset();
     });
     if (directories)

@@ -33,6 +33,7 @@ struct RecordingTake {
     std::shared_ptr<CaptureStream> stream;
     std::shared_ptr<SystemAudioCapture> systemAudio;
     std::unique_ptr<InputEventRecorder> eventRecorder;
+    bool cursorHidden = false; // left out of the video
 
     // What the stages of the end run on. Made with the take, so that a thread that cannot be started then
     // costs no take.
@@ -42,7 +43,7 @@ struct RecordingTake {
     void anchorInputEvents() const;
 
     // Ends the track of input events, with the time of the first frame, and writes it.
-    void stopInputEvents(bool cursorHidden) const;
+    void stopInputEvents() const;
 
     // Neither a frame nor system audio comes any more; errors are ignored.
     void removeStreamOutputs() const noexcept;
@@ -50,7 +51,7 @@ struct RecordingTake {
     // Ends a recording that failed: the stream's outputs go first, then the microphone, then the writer,
     // then the input events. Finished segments stay on the disk, with the input events that belong to
     // them; directories that hold nothing go.
-    void abandon(bool cursorHidden) noexcept;
+    void abandon() noexcept;
 };
 
 } // namespace glimto

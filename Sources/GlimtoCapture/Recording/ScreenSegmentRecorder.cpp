@@ -99,6 +99,7 @@ RecordingMetadataJSON ScreenSegmentRecorder::record(
     RecordingStopWishes wishes(options, services_.stopRequests, clock_, progress);
     CaptureStart captureStart(wishes, progress, startLimits_);
     RecordingTake take;
+    take.cursorHidden = !options.includeCursor;
     try {
         prepare(options, take, progress, captureStart);
         start(options, take, progress, captureStart);
@@ -108,7 +109,7 @@ RecordingMetadataJSON ScreenSegmentRecorder::record(
         figures_->enter(RecordingPhase::stopping);
         return stopRecording(options, take, limits_, progress);
     } catch (...) {
-        take.abandon(!options.includeCursor);
+        take.abandon();
         throw;
     }
 }
@@ -116,7 +117,7 @@ RecordingMetadataJSON ScreenSegmentRecorder::record(
 void ScreenSegmentRecorder::requirePermission(std::string_view nextStage, RecordingProgress& progress)
 {
     const auto access = services_.windowSystem.access().preflightScreenCaptureAccess();
-    progress.captureStarting(nextStage, access.allowsOpening());
+    progress.captureStarting(nextStage, access);
     requireScreenCaptureAccess(access, outputs_.standardError);
 }
 

@@ -77,7 +77,8 @@ ScreenshotMetadataJSON ScreenshotCapturer::capture(const ScreenshotOptions& opti
     ScreenAccess& access = services_.windowSystem.access();
     const auto foregroundProcessID = access.frontmostProcessID();
     requireScreenCaptureAccess(access.preflightScreenCaptureAccess(), outputs_.standardError);
-    const auto content = ScreenCaptureShareableContent(services_.windowSystem.content()).recordingSources();
+    const ScreenCaptureShareableContent sources(services_.windowSystem.content());
+    const auto content = sources.recordingSources();
     const auto includedGlimtoWindowIDs = options.includedGlimtoWindowIDs
         ? *options.includedGlimtoWindowIDs
         : resolver_.screenshotWindowIDs(content, foregroundProcessID);
@@ -94,7 +95,7 @@ ScreenshotMetadataJSON ScreenshotCapturer::capture(const ScreenshotOptions& opti
         if (StillCapture* stills = services_.windowSystem.stills())
             stills->prepare(target.source.filter, streamConfiguration(target.source));
         waitForCaptureTriggerIfNeeded(options);
-        target = resolveRefreshed(options, includedGlimtoWindowIDs);
+        target = resolve(options, sources.recordingSources(), includedGlimtoWindowIDs);
     }
 
     auto image = captureImage(target);
@@ -164,13 +165,6 @@ ScreenshotCapturer::Target ScreenshotCapturer::resolve(const ScreenshotOptions& 
     const std::int64_t index = display ? display->index : resolver_.displayIndexUnderCursor(content);
     return {.source = resolver_.displaySource(index, content, std::nullopt, includedGlimtoWindowIDs),
         .pixelCropRect = std::nullopt};
-}
-
-ScreenshotCapturer::Target ScreenshotCapturer::resolveRefreshed(
-    const ScreenshotOptions& options, const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const
-{
-    const auto content = ScreenCaptureShareableContent(services_.windowSystem.content()).recordingSources();
-    return resolve(options, content, includedGlimtoWindowIDs);
 }
 
 PixelCanvas ScreenshotCapturer::captureImage(const Target& target)

@@ -50,8 +50,6 @@ private:
     };
     Target resolve(const ScreenshotOptions& options, const ShareableContent& content,
         const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const;
-    Target resolveRefreshed(
-        const ScreenshotOptions& options, const std::vector<std::uint32_t>& includedGlimtoWindowIDs) const;
     PixelCanvas captureImage(const Target& target);
 
     PlatformServices& services_;

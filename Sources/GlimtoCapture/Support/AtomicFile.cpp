@@ -1,6 +1,9 @@
 #include "Support/AtomicFile.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <functional>
 #include <random>
 #include <string>
 #include <utility>
@@ -9,6 +12,7 @@
 #include <unistd.h>
 
 #include "Support/Errors.h"
+#include "Support/Text.h"
 
 namespace glimto {
 
@@ -22,10 +26,9 @@ constexpr std::size_t randomDigits = 16;
 std::string temporaryNameFor(const std::string& name)
 {
     std::random_device random;
-    std::string temporary = "." + name + ".";
-    for (std::size_t count = 0; count < randomDigits; ++count)
-        temporary += digits[random() % digits.size()];
-    return temporary.append(temporaryEnd);
+    std::array<unsigned char, randomDigits / 2> bytes;
+    std::ranges::generate(bytes, std::ref(random));
+    return ("." + name + "." + hexadecimal(bytes)).append(temporaryEnd);
 }
 
 } // namespace

@@ -23,13 +23,8 @@ struct Wish {
 } // namespace
 
 struct UploadCancellation::State {
-    explicit State(std::function<bool()> stopRequested)
-        : isStopRequested(std::move(stopRequested))
-    {
-    }
-
     const std::function<bool()> isStopRequested;
-    Guarded<Wish> wish;
+    Guarded<Wish> wish{};
 
     // Without the lock, as the answer may take any lock of its own.
     void askForStop()
@@ -40,7 +35,7 @@ struct UploadCancellation::State {
 };
 
 UploadCancellation::UploadCancellation(std::function<bool()> isStopRequested)
-    : state_(std::make_shared<State>(std::move(isStopRequested)))
+    : state_(new State{std::move(isStopRequested)})
 {
 }
 

@@ -187,25 +187,17 @@ public:
         const std::map<std::string, std::string>& options, FrameEncoder::Header header,
         ContainerWriter& writer)
         : encoder_(encoder, like, timeBase, options, header)
-        , writer_(writer)
-        , index_(writer.addTrack(encoder_.parameters(), timeBase))
+        , write_([&writer, index = writer.addTrack(encoder_.parameters(), timeBase)](
+                     AVPacket& packet) { writer.write(packet, index); })
     {
     }
 
-    void encode(AVFrame& frame)
-    {
-        encoder_.encode(frame, [this](AVPacket& packet) { writer_.write(packet, index_); });
-    }
-
-    void finish()
-    {
-        encoder_.finish([this](AVPacket& packet) { writer_.write(packet, index_); });
-    }
+    void encode(AVFrame& frame) { encoder_.encode(frame, write_); }
+    void finish() { encoder_.finish(write_); }
 
 private:
     FrameEncoder encoder_;
-    ContainerWriter& writer_;
-    const int index_;
+    const FrameEncoder::Sink write_;
 };
 
 } // namespace

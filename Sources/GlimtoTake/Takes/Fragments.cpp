@@ -1,5 +1,6 @@
 #include "GlimtoTake/Takes/Fragments.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cerrno>
@@ -42,11 +43,25 @@ std::string_view knownType(std::string_view type)
     return {};
 }
 
+// How many bytes there were for `target`; what cannot be read is not there.
+std::size_t readAt(int file, std::uint64_t offset, std::span<unsigned char> target)
+{
+    std::size_t filled = 0;
+    while (filled < target.size()) {
+        const ssize_t count = ::pread(
+            file, target.data() + filled, target.size() - filled, static_cast<off_t>(offset + filled));
+        if (count == 0 || (count < 0 && errno != EINTR))
+            break;
+        filled += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    }
+    return filled;
+}
+
 // The box at `offset`; absent when none that a segment has lies there as a whole.
 std::optional<Box> boxAt(int file, std::uint64_t offset, std::uint64_t fileSize)
 {
     std::array<unsigned char, 16> header = {};
-    const ssize_t count = ::pread(file, header.data(), header.size(), static_cast<off_t>(offset));
+    const std::size_t count = readAt(file, offset, header);
     if (count < 8)
         return std::nullopt;
     Box box;
@@ -119,17 +134,7 @@ std::uint32_t lastDuration(int file, std::uint64_t offset, std::uint64_t size)
     if (size > largestHead)
         return 0;
     std::vector<unsigned char> head(static_cast<std::size_t>(size));
-    std::size_t at = 0;
-    while (at < head.size()) {
-        const ssize_t count
-            = ::pread(file, head.data() + at, head.size() - at, static_cast<off_t>(offset + at));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return 0;
-        at += static_cast<std::size_t>(count);
-    }
-    return lastDurationIn(lastBoxIn(head, "moof"));
+    return readAt(file, offset, head) == head.size() ? lastDurationIn(lastBoxIn(head, "moof")) : 0;
 }
 
 } // namespace

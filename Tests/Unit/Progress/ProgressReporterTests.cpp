@@ -61,7 +61,7 @@ TEST_F(ProgressReporterTests, TheEndIsShownEvenBeforeTheFirstInterval)
 TEST_F(ProgressReporterTests, EveryPlaceIsShownTheSame)
 {
     const auto other = std::make_shared<FakeSink>();
-    figures->notePeak(SoundSource::system, 1);
+    figures->notePeak(AudioMixerSource::system, 1);
     {
         const ProgressReporter reporter(figures, {sink, other}, 1h);
     }

@@ -57,19 +57,19 @@ TEST_F(RecordingFiguresTests, WhatIsNotedIsCounted)
 
 TEST_F(RecordingFiguresTests, ALevelIsTheLoudestSampleSinceTheSnapshotBefore)
 {
-    figures.notePeak(SoundSource::system, 0.1F);
-    figures.notePeak(SoundSource::system, 0.5F);
-    figures.notePeak(SoundSource::system, 0.2F);
+    figures.notePeak(AudioMixerSource::system, 0.1F);
+    figures.notePeak(AudioMixerSource::system, 0.5F);
+    figures.notePeak(AudioMixerSource::system, 0.2F);
     EXPECT_NEAR(*figures.snapshot().systemLevel, -6.02, 0.01);
-    figures.notePeak(SoundSource::system, 0.1F);
+    figures.notePeak(AudioMixerSource::system, 0.1F);
     EXPECT_NEAR(*figures.snapshot().systemLevel, -20, 0.01);
 }
 
 TEST_F(RecordingFiguresTests, LevelsStayBetweenSilenceAndFullScale)
 {
-    figures.notePeak(SoundSource::microphone, 0);
+    figures.notePeak(AudioMixerSource::microphone, 0);
     EXPECT_EQ(figures.snapshot().microphoneLevel, RecordingFigures::silentDecibels);
-    figures.notePeak(SoundSource::microphone, 2);
+    figures.notePeak(AudioMixerSource::microphone, 2);
     EXPECT_EQ(figures.snapshot().microphoneLevel, 0);
     EXPECT_EQ(figures.snapshot().microphoneLevel, RecordingFigures::silentDecibels);
     EXPECT_EQ(figures.snapshot().systemLevel, std::nullopt);

@@ -31,8 +31,8 @@ TEST_F(RecordingProgressTests, ATitleWithLineBreaksCannotPassForALineOfOurs)
 
 TEST_F(RecordingProgressTests, CaptureStartingTellsStageAndPermission)
 {
-    progress.captureStarting("shareable_content", true);
-    progress.captureStarting("stream_start", false);
+    progress.captureStarting("shareable_content", ScreenCaptureAccess());
+    progress.captureStarting("stream_start", ScreenCaptureAccess::denied("The screen is locked."));
 
     EXPECT_EQ(told(),
         (Lines{

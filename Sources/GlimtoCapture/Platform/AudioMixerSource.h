@@ -4,6 +4,7 @@
 
 namespace glimto {
 
+// Where a recording's sound comes from.
 enum class AudioMixerSource { system, microphone };
 
 // The source's word in messages: "system" or "microphone".
