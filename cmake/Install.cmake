@@ -99,7 +99,8 @@ glimto_debian_package(wayland glimto-capture-wayland "captures of Wayland sessio
 glimto_debian_package(portal glimto-capture-portal "captures by the desktop's portal for glimto-capture"
     "Captures what the user picks in the dialog of the desktop's ScreenCast\nportal, through PipeWire: GNOME, KDE and other Wayland desktops."
     DEPENDS "${same_version}"
-    RECOMMENDS "pipewire, wireplumber | pipewire-media-session, xdg-desktop-portal, xdg-desktop-portal-gnome | xdg-desktop-portal-kde | xdg-desktop-portal-backend")
+    # A desktop that has a portal has all of these. To recommend them would bring a whole desktop where there is none.
+    SUGGESTS "pipewire, wireplumber | pipewire-media-session, xdg-desktop-portal, xdg-desktop-portal-backend")
 glimto_debian_package(sound glimto-capture-sound "sound for recordings of glimto-capture"
     "What the system plays and a microphone, in one track, through a\nPulseAudio server or PipeWire's."
     DEPENDS "${same_version}" RECOMMENDS "pipewire-pulse | pulseaudio" SECTION sound)
@@ -109,8 +110,8 @@ glimto_debian_package(upload glimto-capture-upload "uploads of recordings made w
 glimto_debian_package(ocr glimto-capture-ocr "text recognition for glimto-capture"
     "Reads the text in screenshots, in the languages that are installed for\nTesseract."
     DEPENDS "${same_version}" RECOMMENDS "tesseract-ocr-eng" SECTION graphics)
-glimto_debian_package(take glimto-take "repair and convert recordings of glimto-capture"
-    "Tells what is in a recording, makes a recording whole whose process was\nkilled or whose disk was full, and checks it."
+glimto_debian_package(take glimto-take "repair, convert and render recordings of glimto-capture"
+    "Tells what is in a recording, makes one whole whose process was killed or\nwhose disk was full, checks it, makes one MP4, WebM or GIF file of it, and\nrenders zooms and a pointer into it."
     DEPENDS "${same_version}" RECOMMENDS "ffmpeg, python3")
 glimto_debian_package(dev-server glimto-dev-server "development server for uploads of glimto-capture"
     "The other end of an upload on one machine: keeps recordings, lists them\nand plays them in a browser. For development and tests."

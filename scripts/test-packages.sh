@@ -2,7 +2,7 @@
 # Builds the packages twice, from two places, and holds what an installation has to keep: the same bytes both times,
 # nothing for lintian to say, and in a clean root all eight commands after the installation, the same after an upgrade,
 # and nothing left after the removal. Then the same commands from the relocatable archive, and the steps of the
-# container's recipe.
+# container's recipe with a browser on its screen.
 #
 #     scripts/test-packages.sh
 #
@@ -58,7 +58,13 @@ same_bytes() {
     [ "$(ls "$work/packages")" = "$(ls "$work/again")" ]
     for file in "$work/packages"/*; do cmp "$file" "$work/again/${file##*/}" || return 1; done
 }
+each_its_own_line() {
+    local file lines
+    lines=$(for file in "$work/packages"/*.deb; do dpkg-deb -f "$file" Description | head -n 1; done)
+    [ -z "$(sort <<<"$lines" | uniq -d)" ]
+}
 check "two builds give the same bytes" same_bytes
+check "no two packages are described by the same line" each_its_own_line
 check "lintian has nothing to say" lintian --allow-root --fail-on error,warning "$work/packages"/*.deb
 
 # A clean root, with this machine's package sources.
@@ -84,7 +90,7 @@ cp "$work/newer"/*.deb "$root/packages/newer"
 cp packaging/container/record-run "$root/usr/local/bin/record-run"
 in_root apt-get update >/dev/null
 # What surrounds an installation: a screen, a window, a sound server, and what reads takes.
-in_root apt-get install --yes --no-install-recommends xvfb xauth x11-apps xclip pulseaudio ffmpeg python3 curl \
+in_root apt-get install --yes --no-install-recommends xvfb xauth x11-apps x11-utils xclip pulseaudio ffmpeg python3 curl \
     fonts-dejavu-core tesseract-ocr-eng ca-certificates >"$work/apt.log" 2>&1
 in_root dpkg-query -W -f '${Package}\n' | sort >"$work/before"
 
@@ -146,6 +152,13 @@ nothing_is_left() {
     return 0
 }
 
+no_desktop() {
+    in_root sh -c 'apt-get install --simulate /packages/*.deb' >"$work/simulation"
+    grep -q '^Inst glimto-capture ' "$work/simulation" || return 1
+    ! grep -E '^Inst .*(-shell|-session|-desktop|xwayland|zenity)' "$work/simulation"
+}
+
+check "what they recommend brings no desktop" no_desktop
 check "the packages are installed" install_packages /packages
 check "every command works" use
 check "a take made by the container's script holds every check" verified
@@ -162,6 +175,33 @@ check "the archive's libraries are installed" in_root sh -c \
 check "every command works from the archive" in_root bash -c 'PATH=/opt/place/bin:$PATH bash /packages/use'
 in_root mv /opt/place "/opt/an other"
 check "and from another place" in_root bash -c 'PATH="/opt/an other/bin:$PATH" bash /packages/use'
+
+# The container's steps, as its recipe has them, and a browser on its screen. Engines offer no sandbox within theirs.
+cat >"$root/packages/browse" <<'BROWSE'
+cd "$(mktemp -d)"
+chromium --no-sandbox --user-data-dir="$PWD/profile" --no-first-run 'data:text/html,<title>under test</title>' 2>browser.log &
+browser=$!
+trap 'kill $browser' EXIT
+for _ in $(seq 300); do
+    xwininfo -root -tree | grep -q 'under test' && exit 0
+    sleep 0.2
+done
+tail -n 20 browser.log
+exit 1
+BROWSE
+container_steps() {
+    awk '/^RUN /{on=1; sub(/^RUN /, "")} on{on=sub(/\\$/, ""); printf "%s%s", $0, on ? "" : "\n"}' \
+        packaging/container/Containerfile >"$root/packages/steps"
+    [ "$(wc -l <"$root/packages/steps")" -eq 2 ] || return 1
+    mkdir "$root/tmp/packages"
+    cp "$work/packages"/*.deb "$root/tmp/packages"
+    in_root sh -eux /packages/steps
+}
+in_container() { in_root su recorder -c 'record-run --output /takes/test -- bash /packages/browse'; }
+whole() { in_root glimto-take info /takes/test | grep -q '^State: whole$'; }
+check "the container's steps" container_steps
+check "a browser is recorded as the container's user" in_container
+check "and its take is whole" whole
 
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]
