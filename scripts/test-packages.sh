@@ -139,6 +139,16 @@ use() { in_root bash /packages/use; }
 verified() {
     in_root bash -c 'cd $(mktemp -d) && record-run --output take -- sleep 1 && /usr/share/glimto-capture/verify-media-contract.sh take'
 }
+links_lead_somewhere() {
+    in_root python3 - <<'LINKS'
+import pathlib, re
+documents = list(pathlib.Path("/usr/share/doc/glimto-capture").rglob("*.md"))
+links = [(page, link) for page in documents if page.exists() and not page.is_symlink()
+         for link in re.findall(r"\]\(([^)#\s]+)", page.read_text())]
+broken = [link for page, link in links if not re.match("[a-z]+:", link) and not (page.parent / link).exists()]
+assert len(links) > 50 and not broken, broken
+LINKS
+}
 install_packages() { in_root sh -c "apt-get install --yes --no-install-recommends $1/*.deb"; }
 is_version() { [ "$(in_root dpkg-query -W -f '${Version}' glimto-capture)" = "$(in_root sh -c 'dpkg-deb -f '"$1"'/glimto-capture_*.deb Version')" ]; }
 remove_packages() {
@@ -161,6 +171,7 @@ no_desktop() {
 check "what they recommend brings no desktop" no_desktop
 check "the packages are installed" install_packages /packages
 check "every command works" use
+check "links of the installed documents lead somewhere" links_lead_somewhere
 check "a take made by the container's script holds every check" verified
 check "the packages are upgraded" install_packages /packages/newer
 check "it is the newer version" is_version /packages/newer

@@ -33,11 +33,18 @@ def _reason(errors, status):
     return f"glimto-capture ended by signal {-status}" if status < 0 else f"glimto-capture failed with status {status}"
 
 
+async def _start(program, arguments, environment, **settings):
+    try:
+        return await asyncio.create_subprocess_exec(
+            program, *map(str, arguments), env=environment, stdin=asyncio.subprocess.DEVNULL,
+            stdout=asyncio.subprocess.PIPE, stderr=asyncio.subprocess.PIPE, **settings)
+    except OSError as error:
+        raise CaptureError(f"{program} cannot be started: {error.strerror}") from error
+
+
 async def run(*arguments, program="glimto-capture", environment=None, limit=60):
     """Runs a command that prints one document and ends; what it printed. JSON is decoded."""
-    process = await asyncio.create_subprocess_exec(
-        program, *map(str, arguments), env=environment, stdin=asyncio.subprocess.DEVNULL,
-        stdout=asyncio.subprocess.PIPE, stderr=asyncio.subprocess.PIPE)
+    process = await _start(program, arguments, environment)
     try:
         output, errors = await asyncio.wait_for(process.communicate(), limit)
     except BaseException as error:
@@ -59,8 +66,8 @@ class Recording:
     """One `record` process. `on_event` is called with every lifecycle event, on the event loop."""
 
     def __init__(self, directory, *options, program="glimto-capture", environment=None, on_event=None):
-        self.arguments = [program, "record", "-o", os.fspath(directory), "--stdout-json", "--duration", "86400",
-                          *map(str, options)]
+        self.program = program
+        self.arguments = ["record", "-o", os.fspath(directory), "--stdout-json", "--duration", "86400", *options]
         self.environment = environment
         self.on_event = on_event or (lambda event: None)
         self.events = []
@@ -70,9 +77,8 @@ class Recording:
 
     async def __aenter__(self):
         # A group of its own: a Ctrl-C at the terminal reaches the application, which stops the recording.
-        self.process = await asyncio.create_subprocess_exec(
-            *self.arguments, env=self.environment, start_new_session=True, stdin=asyncio.subprocess.DEVNULL,
-            stdout=asyncio.subprocess.PIPE, stderr=asyncio.subprocess.PIPE, limit=1 << 24)
+        self.process = await _start(self.program, self.arguments, self.environment, start_new_session=True,
+                                    limit=1 << 24)
         self._lines = asyncio.create_task(self._read_lines())
         self._errors = asyncio.create_task(self.process.stderr.read())
         return self

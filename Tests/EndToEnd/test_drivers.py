@@ -80,6 +80,16 @@ class PythonDriverTests(EndToEndCase):
         with self.assertRaisesRegex(glimto_capture.CaptureError, "Unknown command 'bogus'"):
             asyncio.run(glimto_capture.run("bogus", program=str(BINARY), environment=self.environment()))
 
+    def test_program_that_is_not_there_is_told(self):
+        async def use():
+            async with glimto_capture.Recording(self.take, program="/nonexistent/program"):
+                pass
+
+        with self.assertRaisesRegex(glimto_capture.CaptureError, "^/nonexistent/program cannot be started: "):
+            asyncio.run(use())
+        with self.assertRaisesRegex(glimto_capture.CaptureError, "^/nonexistent/program cannot be started: "):
+            asyncio.run(glimto_capture.run("sources", program="/nonexistent/program"))
+
 
 class NodeDriverTests(EndToEndCase):
     def run_script(self, body):

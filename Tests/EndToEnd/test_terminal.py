@@ -140,7 +140,7 @@ class TerminalTests(EndToEndCase):
         self.assert_hints(["recrod"], ["did you mean `glimto-capture record`?"], "Unknown command 'recrod'" + end)
         self.assert_hints(["record", "--framrate", "9"], ["did you mean `--framerate`?"],
                           "Unknown record option '--framrate'" + end)
-        self.assert_hints(["record", "demo"], ["a path stands behind its option: glimto-capture record -o demo"],
+        self.assert_hints(["record", "demo"], ["a path needs its option: glimto-capture record -o demo"],
                           "Unknown record option 'demo'" + end)
 
     def test_displays_and_windows_that_exist_are_named(self):

@@ -101,8 +101,7 @@ std::optional<std::string> outputHint(const std::string& command, const std::str
     const auto found = options.find(command);
     if (found == options.end())
         return std::nullopt;
-    return "a path stands behind its option: glimto-capture " + command + " " + found->second + " "
-        + quoted(word);
+    return "a path needs its option: glimto-capture " + command + " " + found->second + " " + quoted(word);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "GlimtoTake/Media/TakeSpan.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "Support/Errors.h"
 #include "Support/Text.h"
@@ -15,7 +16,7 @@ TakeSpan takeSpan(const TakeExamination& take, std::optional<double> from, std::
     span.to = std::min(to.value_or(end), end);
     if (!(span.from < span.to))
         throw CLIError("Nothing of the take lies between --from and --to; it ends after "
-            + shortestDecimal(end) + " s.");
+            + shortestDecimal(std::round(end * 1000) / 1000) + " s.");
     return span;
 }
 
