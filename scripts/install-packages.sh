@@ -5,7 +5,7 @@
 #     scripts/install-packages.sh <set>...
 #
 # Sets: build (to compile), quickstart (to record, verify and show), test (to run every test), package (to make
-# Debian packages).
+# Debian packages), package-test (to try them in a clean root).
 # Needs root or a sudo that asks for no password, but only when something is missing.
 set -euo pipefail
 export PATH="/usr/bin:/bin:/usr/sbin:/sbin:/usr/local/bin${PATH:+:$PATH}"

@@ -3,11 +3,28 @@
 import re
 import subprocess
 import unittest
+from pathlib import Path
 
 from support.windows import BINARY, REPOSITORY
 from test_usage_documents import UNLISTED, usage
 
 LINK = re.compile(r"\]\(([^)\s]+)\)")
+# Modules of pkg-config, as Arch, Fedora and Nix name their packages.
+PACKAGES = {
+    "libavcodec": ("ffmpeg", "ffmpeg-devel", "ffmpeg"), "libavformat": ("ffmpeg", "ffmpeg-devel", "ffmpeg"),
+    "libavutil": ("ffmpeg", "ffmpeg-devel", "ffmpeg"), "libavfilter": ("ffmpeg", "ffmpeg-devel", "ffmpeg"),
+    "libswresample": ("ffmpeg", "ffmpeg-devel", "ffmpeg"), "libswscale": ("ffmpeg", "ffmpeg-devel", "ffmpeg"),
+    "x264": ("x264", "x264-devel", "x264"), "xcb": ("libxcb", "libxcb-devel", "xorg.libxcb"),
+    "libturbojpeg": ("libjpeg-turbo", "turbojpeg-devel", "libjpeg_turbo"), "spng": ("libspng", "libspng-devel", "libspng"),
+    "libdeflate": ("libdeflate", "libdeflate-devel", "libdeflate"), "cairo": ("cairo", "cairo-devel", "cairo"),
+    "pangocairo": ("pango", "pango-devel", "pango"), "fontconfig": ("fontconfig", "fontconfig-devel", "fontconfig"),
+    "wayland-client": ("wayland", "wayland-devel", "wayland"), "libsystemd": ("systemd-libs", "systemd-devel", "systemd"),
+    "libpipewire-0.3": ("libpipewire", "pipewire-devel", "pipewire"),
+    "libpulse": ("libpulse", "pulseaudio-libs-devel", "libpulseaudio"), "libcurl": ("curl", "libcurl-devel", "curl"),
+    "icu-i18n": ("icu", "libicu-devel", "icu"), "icu-uc": ("icu", "libicu-devel", "icu"),
+    "tesseract": ("tesseract", "tesseract-devel", "tesseract"), "lept": ("leptonica", "leptonica-devel", "leptonica"),
+    "cpp-httplib": ("cpp-httplib", "cpp-httplib-devel", "httplib"),
+}
 DOCUMENTS = sorted([*REPOSITORY.glob("*.md"), *(REPOSITORY / "Documentation").glob("*.md"), REPOSITORY / "Benchmarks/README.md"])
 
 
@@ -57,6 +74,23 @@ class DocumentTests(unittest.TestCase):
                 self.assertEqual(options - known, set(), f"{document}: {words}")
                 seen += 1
         self.assertGreater(seen, 20)
+
+    def test_recipes_have_what_the_build_looks_for(self):
+        recipes = {name: (REPOSITORY / "packaging" / name).read_text() for name in
+                   ("arch/PKGBUILD", "fedora/glimto-capture.spec", "nix/default.nix")}
+        version = re.search(r"project\(glimto-capture VERSION ([0-9.]+)", (REPOSITORY / "CMakeLists.txt").read_text()).group(1)
+        files = [*(REPOSITORY / "cmake").glob("*.cmake"), *(REPOSITORY / "Sources").rglob("CMakeLists.txt")]
+        wanted = set()
+        for text in map(Path.read_text, files):
+            for names in re.findall(r"pkg_check_modules\(\w*(?:\$\{\w+\})? REQUIRED IMPORTED_TARGET GLOBAL\s+([^)]*)\)", text):
+                wanted.update(re.sub(r"\$\{\w+\}", "client", names).split())
+        self.assertGreater(len(wanted), 20)
+        for module in sorted(wanted):
+            for recipe, name in zip(recipes, PACKAGES[re.sub(r"^xcb-.*", "xcb", module)]):
+                self.assertRegex(recipes[recipe], r"(?<![\w-])" + re.escape(name) + r"(?![\w-])", f"{recipe}: {module}")
+        for recipe, text in recipes.items():
+            self.assertIn(version, text, recipe)
+            self.assertTrue(text.startswith("# Not built here."), recipe)
 
 
 if __name__ == "__main__":

@@ -4,10 +4,10 @@ pkgs.stdenv.mkDerivation {
   pname = "glimto-capture";
   version = "0.1.0";
   src = pkgs.lib.cleanSource ../..;
-  nativeBuildInputs = with pkgs; [ cmake ninja pkg-config ];
+  nativeBuildInputs = with pkgs; [ cmake ninja pkg-config wayland-scanner ];
   buildInputs = with pkgs; [
     ffmpeg x264 xorg.libxcb libyuv libjpeg_turbo libdeflate libspng nlohmann_json openssl pango cairo fontconfig
-    libpulseaudio curl icu tesseract leptonica httplib
+    wayland wayland-protocols pipewire systemd libpulseaudio curl icu tesseract leptonica httplib
   ];
   cmakeFlags = [ "-DGLIMTO_TESTS=OFF" "-DGLIMTO_BENCHMARKS=OFF" ];
   meta = {
