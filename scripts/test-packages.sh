@@ -165,7 +165,7 @@ nothing_is_left() {
 no_desktop() {
     in_root sh -c 'apt-get install --simulate /packages/*.deb' >"$work/simulation"
     grep -q '^Inst glimto-capture ' "$work/simulation" || return 1
-    ! grep -E '^Inst .*(-shell|-session|-desktop|xwayland|zenity)' "$work/simulation"
+    ! grep -E '^Inst (gnome-|plasma-|mutter|kwin|xwayland|zenity|xdg-desktop-portal)' "$work/simulation"
 }
 
 check "what they recommend brings no desktop" no_desktop
