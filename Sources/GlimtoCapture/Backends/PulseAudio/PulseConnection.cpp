@@ -5,9 +5,7 @@
 
 #include <pulse/context.h>
 #include <pulse/error.h>
-#include <pulse/mainloop.h>
 #include <pulse/operation.h>
-#include <pulse/proplist.h>
 #include <pulse/stream.h>
 #include <pulse/subscribe.h>
 
@@ -28,11 +26,6 @@ PlatformError noServer(int code)
 }
 
 } // namespace
-
-void PulseDeleter::operator()(pa_mainloop* loop) const noexcept
-{
-    pa_mainloop_free(loop);
-}
 
 void PulseDeleter::operator()(pa_context* context) const noexcept
 {
@@ -57,11 +50,6 @@ void PulseDeleter::operator()(pa_operation* operation) const noexcept
     if (pa_operation_get_state(operation) == PA_OPERATION_RUNNING)
         pa_operation_cancel(operation);
     pa_operation_unref(operation);
-}
-
-void PulseDeleter::operator()(pa_proplist* properties) const noexcept
-{
-    pa_proplist_free(properties);
 }
 
 PulseMainloop::PulseMainloop()

@@ -8,8 +8,7 @@ namespace {
 
 bool isQuarterTurn(std::int32_t transform)
 {
-    return transform == WL_OUTPUT_TRANSFORM_90 || transform == WL_OUTPUT_TRANSFORM_270
-        || transform == WL_OUTPUT_TRANSFORM_FLIPPED_90 || transform == WL_OUTPUT_TRANSFORM_FLIPPED_270;
+    return transform % 2 != 0; // of the eight, the odd ones
 }
 
 } // namespace

@@ -65,14 +65,8 @@ void X11Canvas::clear()
 
 void X11Canvas::fetch(const PixelRect& rect)
 {
-    const auto image
-        = connection_.reply<xcb_get_image_reply_t>(xcb_get_image(connection_.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP,
-            pixmap_, static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
-            static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height), ~0U));
-    const PixelSize size = {rect.width, rect.height};
-    if (!image || static_cast<std::size_t>(xcb_get_image_data_length(image.get())) < format_.byteCount(size))
-        return;
-    convertPixels(format_.pixels(xcb_get_image_data(image.get()), size, nullptr), pixels().part(rect));
+    if (const auto image = readX11Image(connection_, pixmap_, rect, format_))
+        convertPixels(*image, pixels().part(rect));
 }
 
 } // namespace glimto

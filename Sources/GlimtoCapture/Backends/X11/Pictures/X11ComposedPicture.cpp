@@ -1,11 +1,10 @@
-#include "Backends/X11/Pictures/X11ComposedPicture.h"
-
 #include <chrono>
 #include <utility>
 
 #include <xcb/composite.h>
 
 #include "Backends/X11/Connection/X11AtomNames.h"
+#include "Backends/X11/Pictures/X11ContentPicture.h"
 #include "Backends/X11/Pictures/X11DisplayPicture.h"
 #include "Backends/X11/Pictures/X11WindowLayers.h"
 #include "Backends/X11/Windows/X11HiddenApplications.h"

@@ -1,8 +1,6 @@
 #include "Backends/X11/Pictures/X11ContentPicture.h"
 
-#include "Backends/X11/Pictures/X11ComposedPicture.h"
 #include "Backends/X11/Pictures/X11DisplayPicture.h"
-#include "Backends/X11/Pictures/X11WindowPicture.h"
 
 namespace glimto {
 

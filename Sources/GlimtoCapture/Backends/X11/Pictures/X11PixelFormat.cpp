@@ -1,8 +1,9 @@
 #include "Backends/X11/Pictures/X11PixelFormat.h"
 
-#include <optional>
 #include <string>
 #include <utility>
+
+#include "Backends/X11/Connection/X11Regions.h"
 
 namespace glimto {
 
@@ -71,6 +72,20 @@ PixelCanvas X11PixelFormat::pixels(
     std::uint8_t* bytes, PixelSize size, std::shared_ptr<const void> storage) const
 {
     return {size.width, size.height, bytesPerRow(size.width), bytes, std::move(storage), format};
+}
+
+std::optional<PixelCanvas> readX11Image(
+    X11Connection& connection, xcb_drawable_t drawable, const PixelRect& part, const X11PixelFormat& format)
+{
+    constexpr std::uint32_t allPlanes = ~0U;
+    const xcb_rectangle_t area = xcbRectangle(part);
+    const PixelSize size = {part.width, part.height};
+    const auto cookie = xcb_get_image(connection.xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, area.x, area.y,
+        area.width, area.height, allPlanes);
+    const std::shared_ptr<xcb_get_image_reply_t> image(connection.reply<xcb_get_image_reply_t>(cookie));
+    if (!image || static_cast<std::size_t>(xcb_get_image_data_length(image.get())) < format.byteCount(size))
+        return std::nullopt;
+    return format.pixels(xcb_get_image_data(image.get()), size, image);
 }
 
 } // namespace glimto

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "Backends/X11/Connection/X11Connection.h"
 #include "Backends/X11/Connection/X11PixelRects.h"
@@ -29,5 +30,9 @@ struct X11PixelFormat {
     // The picture that lies at `bytes`, which `storage` keeps.
     PixelCanvas pixels(std::uint8_t* bytes, PixelSize size, std::shared_ptr<const void> storage) const;
 };
+
+// A part of a drawable whose pixels have that format; nothing when the server gives no such picture.
+std::optional<PixelCanvas> readX11Image(
+    X11Connection& connection, xcb_drawable_t drawable, const PixelRect& part, const X11PixelFormat& format);
 
 } // namespace glimto

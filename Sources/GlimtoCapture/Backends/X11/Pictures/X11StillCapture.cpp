@@ -24,8 +24,6 @@ namespace glimto {
 
 namespace {
 
-constexpr std::uint32_t allPlanes = ~0U;
-
 // Reads the screen as it is, in one piece, without the pointer. Needs no extension of the server, and is
 // faster where it has MIT-SHM. Used by the thread of the connection.
 class X11ScreenReader {
@@ -93,26 +91,17 @@ private:
 
     std::optional<PixelCanvas> readPixels(const PixelRect& rect)
     {
-        xcb_connection_t* xcb = connection_.xcb();
-        const auto x = static_cast<std::int16_t>(rect.x);
-        const auto y = static_cast<std::int16_t>(rect.y);
-        const auto width = static_cast<std::uint16_t>(rect.width);
-        const auto height = static_cast<std::uint16_t>(rect.height);
+        const xcb_rectangle_t area = xcbRectangle(rect);
         const PixelSize size = {rect.width, rect.height};
         const auto memory = memoryFor(format_.byteCount(size));
         if (memory->segment() != XCB_NONE) {
-            const auto cookie = xcb_shm_get_image(xcb, connection_.root(), x, y, width, height, allPlanes,
-                XCB_IMAGE_FORMAT_Z_PIXMAP, memory->segment(), 0);
+            constexpr std::uint32_t allPlanes = ~0U;
+            const auto cookie = xcb_shm_get_image(connection_.xcb(), connection_.root(), area.x, area.y,
+                area.width, area.height, allPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, memory->segment(), 0);
             if (connection_.reply<xcb_shm_get_image_reply_t>(cookie))
                 return format_.pixels(memory->bytes(), size, memory);
         }
-        const auto cookie = xcb_get_image(
-            xcb, XCB_IMAGE_FORMAT_Z_PIXMAP, connection_.root(), x, y, width, height, allPlanes);
-        const std::shared_ptr<xcb_get_image_reply_t> image(connection_.reply<xcb_get_image_reply_t>(cookie));
-        if (!image
-            || static_cast<std::size_t>(xcb_get_image_data_length(image.get())) < format_.byteCount(size))
-            return std::nullopt;
-        return format_.pixels(xcb_get_image_data(image.get()), size, image);
+        return readX11Image(connection_, connection_.root(), rect, format_);
     }
 
     X11Connection& connection_;

@@ -1,5 +1,3 @@
-#include "Backends/X11/Pictures/X11WindowPicture.h"
-
 #include <algorithm>
 #include <cmath>
 #include <span>
@@ -9,6 +7,7 @@
 
 #include "Backends/X11/Connection/X11AtomNames.h"
 #include "Backends/X11/Connection/X11Property.h"
+#include "Backends/X11/Pictures/X11ContentPicture.h"
 #include "Backends/X11/Windows/X11WindowRules.h"
 
 namespace glimto {
