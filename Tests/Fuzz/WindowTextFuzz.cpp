@@ -9,8 +9,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 {
     using namespace glimto;
     const auto title = fuzzText(bytes, size);
-    for (const auto& text : {utf8FromLatin1(title), utf8FromUTF8String(title, false),
-             utf8FromUTF8String(title, true), utf8FromCompoundText(title)}) {
+    for (const auto& text : {utf8FromLatin1(title), utf8FromUTF8String(title, TextEnd::whole),
+             utf8FromUTF8String(title, TextEnd::cut), utf8FromCompoundText(title)}) {
         require(validUTF8(text) == text);
         require(text.find('\0') == std::string::npos);
         require(text.size() <= 4 * size);

@@ -53,7 +53,7 @@ void readProperty(std::span<const std::uint8_t> data)
         sum += number;
     require(property.numbers().size_bytes() <= data.size() && property.bytes().size() <= data.size());
     for (const std::string& text : {utf8FromLatin1(property.bytes()), utf8FromCompoundText(property.bytes()),
-             utf8FromUTF8String(property.bytes(), property.wasCut())})
+             utf8FromUTF8String(property.bytes(), property.wasCut() ? TextEnd::cut : TextEnd::whole)})
         require(validUTF8(text) == text);
     require(property.firstNumber().has_value() || sum == 0);
 }

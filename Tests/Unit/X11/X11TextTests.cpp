@@ -17,27 +17,27 @@ TEST(X11TextTests, Latin1LettersBecomeTwoBytes)
 TEST(X11TextTests, TextEndsAtTheFirstZeroByte)
 {
     EXPECT_EQ(utf8FromLatin1("one\0two"s), "one");
-    EXPECT_EQ(utf8FromUTF8String("one\0two"s, false), "one");
+    EXPECT_EQ(utf8FromUTF8String("one\0two"s, TextEnd::whole), "one");
     EXPECT_EQ(utf8FromCompoundText("one\0two"s), "one");
 }
 
 TEST(X11TextTests, BytesThatAreNotUTF8AreReplaced)
 {
-    EXPECT_EQ(utf8FromUTF8String("a\xFFz \xE2\x82\xAC", false), "a\xEF\xBF\xBDz €");
+    EXPECT_EQ(utf8FromUTF8String("a\xFFz \xE2\x82\xAC", TextEnd::whole), "a\xEF\xBF\xBDz €");
 }
 
 TEST(X11TextTests, ACharacterCutAtTheEndIsLeftOut)
 {
-    EXPECT_EQ(utf8FromUTF8String("a\xE2\x82", true), "a");
-    EXPECT_EQ(utf8FromUTF8String("a\xF0\x9F\x98", true), "a");
-    EXPECT_EQ(utf8FromUTF8String("a\xC3", true), "a");
+    EXPECT_EQ(utf8FromUTF8String("a\xE2\x82", TextEnd::cut), "a");
+    EXPECT_EQ(utf8FromUTF8String("a\xF0\x9F\x98", TextEnd::cut), "a");
+    EXPECT_EQ(utf8FromUTF8String("a\xC3", TextEnd::cut), "a");
 }
 
 TEST(X11TextTests, AWholeCharacterAtTheCutStays)
 {
-    EXPECT_EQ(utf8FromUTF8String("a\xE2\x82\xAC", true), "a€");
-    EXPECT_EQ(utf8FromUTF8String("abc", true), "abc");
-    EXPECT_EQ(utf8FromUTF8String("", true), "");
+    EXPECT_EQ(utf8FromUTF8String("a\xE2\x82\xAC", TextEnd::cut), "a€");
+    EXPECT_EQ(utf8FromUTF8String("abc", TextEnd::cut), "abc");
+    EXPECT_EQ(utf8FromUTF8String("", TextEnd::cut), "");
 }
 
 TEST(X11TextTests, CompoundTextBeginsAsLatin1)

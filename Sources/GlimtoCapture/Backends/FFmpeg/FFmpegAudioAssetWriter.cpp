@@ -140,8 +140,8 @@ void FFmpegAudioAssetWriter::writeHeldSound(std::int64_t keptFrames)
 void FFmpegAudioAssetWriter::writeSound(const EncodedSound& sound, std::int64_t endTime)
 {
     assert(sound.time == writtenEnd_);
-    muxer_.addSample(
-        sound.data, {.decodeTime = sound.time, .duration = endTime - sound.time, .time = sound.time}, true);
+    muxer_.addSample(sound.data,
+        {.decodeTime = sound.time, .duration = endTime - sound.time, .time = sound.time, .isKeyframe = true});
     writtenEnd_ = endTime;
     if (writtenEnd_ == cuts_.next()) {
         endSegment();

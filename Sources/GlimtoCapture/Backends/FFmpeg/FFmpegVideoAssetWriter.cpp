@@ -129,8 +129,10 @@ void FFmpegVideoAssetWriter::take(EncodedPicture picture)
 void FFmpegVideoAssetWriter::writeHeldPicture(std::int64_t endTime)
 {
     muxer_.addSample(held_->data,
-        {.decodeTime = held_->decodeTime, .duration = endTime - held_->decodeTime, .time = held_->time},
-        held_->isKeyframe);
+        {.decodeTime = held_->decodeTime,
+            .duration = endTime - held_->decodeTime,
+            .time = held_->time,
+            .isKeyframe = held_->isKeyframe});
     if (muxer_.pendingBytes() >= largestFragmentBytes)
         task_.deliverFragment();
 }

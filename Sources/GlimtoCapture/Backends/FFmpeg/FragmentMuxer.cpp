@@ -124,17 +124,17 @@ int FragmentMuxer::receive(void* opaque, std::uint8_t* data, int size)
     }
 }
 
-void FragmentMuxer::addSample(std::span<const std::byte> data, const SampleTiming& timing, bool isKeyframe)
+void FragmentMuxer::addSample(std::span<const std::byte> data, const SampleFacts& facts)
 {
     AVPacket& packet = *context_->packet;
     av_packet_unref(&packet);
     // av_write_frame() only reads the data of a packet without a buffer of its own.
     packet.data = const_cast<std::uint8_t*>(reinterpret_cast<const std::uint8_t*>(data.data()));
     packet.size = static_cast<int>(data.size());
-    packet.pts = timing.time;
-    packet.dts = timing.decodeTime;
-    packet.duration = timing.duration;
-    packet.flags = isKeyframe ? AV_PKT_FLAG_KEY : 0;
+    packet.pts = facts.time;
+    packet.dts = facts.decodeTime;
+    packet.duration = facts.duration;
+    packet.flags = facts.isKeyframe ? AV_PKT_FLAG_KEY : 0;
     requireFFmpeg(av_write_frame(context_->format.get(), &packet), "Could not write to the MP4 fragment");
     pendingBytes_ += data.size();
 }

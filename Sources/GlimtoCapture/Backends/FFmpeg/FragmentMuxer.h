@@ -34,15 +34,16 @@ public:
     FragmentMuxer(const FragmentMuxer&) = delete;
     FragmentMuxer& operator=(const FragmentMuxer&) = delete;
 
-    // What a sample is stored with, ticks.
-    struct SampleTiming {
+    // What a sample is stored with; times in ticks.
+    struct SampleFacts {
         std::int64_t decodeTime = 0; // rises by exactly the duration of the sample before
         std::int64_t duration = 0; // until the next one is decoded
         std::int64_t time = 0; // when it is shown, not before it is decoded
+        bool isKeyframe = false;
     };
 
     // Adds a sample to the current fragment.
-    void addSample(std::span<const std::byte> data, const SampleTiming& timing, bool isKeyframe);
+    void addSample(std::span<const std::byte> data, const SampleFacts& facts);
 
     // Ends the current fragment, if it has a sample: "moof" and "mdat" come out.
     void endFragment();

@@ -86,7 +86,7 @@ void AudioClockModel::didArrive(std::int64_t endFrame, std::int64_t now)
         firstArrival_ = now;
     const auto usual = usualArrivalDelay();
     if (usual && now - *firstArrival_ >= longestReacquiring)
-        lock(*arrivalOffset_ - *usual, false);
+        lock(*arrivalOffset_ - *usual, LockedOn::arrivals);
 }
 
 void AudioClockModel::reacquire()
@@ -106,13 +106,13 @@ void AudioClockModel::lockOnReports()
         return;
     const auto newest = std::minmax_element(offsets.end() - reportsToLock, offsets.end());
     if (*newest.second - *newest.first <= agreement)
-        return lock(median({offsets.end() - reportsToLock, offsets.end()}), true);
+        return lock(median({offsets.end() - reportsToLock, offsets.end()}), LockedOn::reports);
     if (offsets.size() >= mostReportsToLock)
-        lock(median(offsets), true);
+        lock(median(offsets), LockedOn::reports);
 }
 
 // `offset`: the time of frame 0 for a device without drift.
-void AudioClockModel::lock(double offset, bool isReported)
+void AudioClockModel::lock(double offset, LockedOn evidence)
 {
     const double time = offset + nominal(anchorFrame_);
     if (!wasLocked_ || std::abs(time - anchorTime_) > jumpTolerance) {
@@ -123,7 +123,7 @@ void AudioClockModel::lock(double offset, bool isReported)
     isInDoubt_ = false;
     errors_.clear();
     lastReportTime_.reset();
-    if (isReported)
+    if (evidence == LockedOn::reports)
         candidates_.clear();
     isLocked_ = wasLocked_ = true;
 }

@@ -71,7 +71,8 @@ private:
 
     double nominal(double frames) const { return frames * nanosecondsPerFrame_; }
     void lockOnReports();
-    void lock(double offset, bool isReported);
+    enum class LockedOn { reports, arrivals };
+    void lock(double offset, LockedOn evidence);
     void follow(const Report& report);
     bool jumpIfReportsStay();
     void steer(double error, double elapsed);

@@ -92,7 +92,6 @@ public:
     ScreenCapture& capture() override { return capture_; }
     EventTapFactory& eventTaps() override { return eventTaps_; }
     Pasteboard& pasteboard() override { return pasteboard_; }
-    // A single copy is the first frame of a capture.
 
 private:
     WaylandScreenAccess access_;

@@ -225,10 +225,10 @@ std::string utf8FromLatin1(std::string_view bytes)
     return result;
 }
 
-std::string utf8FromUTF8String(std::string_view bytes, bool wasCut)
+std::string utf8FromUTF8String(std::string_view bytes, TextEnd end)
 {
     auto text = upToZero(bytes);
-    if (wasCut && text.size() == bytes.size()) {
+    if (end == TextEnd::cut && text.size() == bytes.size()) {
         std::size_t begin = text.size();
         while (begin > 0 && text.size() - begin < 4 && (unsignedByte(text[begin - 1]) & 0xC0U) == 0x80U)
             --begin;

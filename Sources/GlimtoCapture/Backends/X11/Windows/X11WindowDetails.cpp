@@ -55,10 +55,15 @@ Asked ask(X11Connection& connection, const X11Atoms& atoms, xcb_window_t window)
     };
 }
 
+std::string utf8TextOf(const X11Property& property)
+{
+    return utf8FromUTF8String(property.bytes(), property.wasCut() ? TextEnd::cut : TextEnd::whole);
+}
+
 std::string textOf(const X11Atoms& atoms, const X11Property& property)
 {
     if (property.type() == atoms.utf8String)
-        return utf8FromUTF8String(property.bytes(), property.wasCut());
+        return utf8TextOf(property);
     if (property.type() == atoms.compoundText)
         return utf8FromCompoundText(property.bytes());
     return utf8FromLatin1(property.bytes());
@@ -66,7 +71,7 @@ std::string textOf(const X11Atoms& atoms, const X11Property& property)
 
 std::optional<std::string> titleOf(const X11Atoms& atoms, const X11Property& netName, const X11Property& name)
 {
-    auto text = utf8FromUTF8String(netName.bytes(), netName.wasCut());
+    auto text = utf8TextOf(netName);
     if (text.empty())
         text = textOf(atoms, name);
     return text.empty() ? std::nullopt : std::optional(std::move(text));
