@@ -8,10 +8,10 @@
 
 #include "Backends/X11/Connection/X11ClientProcesses.h"
 #include "Backends/X11/Connection/X11Property.h"
-#include "Backends/X11/Connection/X11WindowChildren.h"
+#include "Backends/X11/Connection/X11Connection.h"
 #include "Backends/X11/Pictures/X11CursorImage.h"
 #include "Backends/X11/Pointer/X11EventRecord.h"
-#include "Backends/X11/Pointer/X11RawEvents.h"
+#include "Backends/X11/Pointer/X11PointerDevices.h"
 
 namespace glimto {
 namespace {

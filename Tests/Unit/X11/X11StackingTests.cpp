@@ -1,4 +1,4 @@
-#include "Backends/X11/Windows/X11Stacking.h"
+#include "Backends/X11/Windows/X11WindowTree.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -74,4 +74,14 @@ private:
     std::unique_ptr<NamedThread> thread_;
 };
 
+// One source by its name, and never another one: when it goes, or the server lets the stream record something
+// else, the input has ended.
+std::unique_ptr<AudioInput> makePulseMicrophoneInput(std::string sourceName);
+
+// What is played on the default output, whichever that is at the time: recorded from its monitor.
+//
+// When the default output changes or goes, recording goes on from the new one; when the server goes, it is
+// looked for once a second until it is back.
+std::unique_ptr<AudioInput> makePulseSystemAudioInput();
+
 } // namespace glimto

@@ -2,10 +2,9 @@
 
 #include <pulse/def.h>
 
+#include "Backends/PulseAudio/PulseAudioInput.h"
 #include "Backends/PulseAudio/PulseConnection.h"
 #include "Backends/PulseAudio/PulseDevices.h"
-#include "Backends/PulseAudio/PulseMicrophoneInput.h"
-#include "Backends/PulseAudio/PulseSystemAudioInput.h"
 #include "Support/Errors.h"
 
 namespace glimto {

@@ -1,5 +1,3 @@
-#include "Backends/PulseAudio/PulseMicrophoneInput.h"
-
 #include <utility>
 
 #include <pulse/context.h>

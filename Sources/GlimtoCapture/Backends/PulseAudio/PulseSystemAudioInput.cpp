@@ -1,5 +1,3 @@
-#include "Backends/PulseAudio/PulseSystemAudioInput.h"
-
 #include <cstdint>
 #include <string>
 #include <utility>

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 
 #include <xcb/xcb.h>
@@ -119,5 +122,11 @@ private:
     std::chrono::milliseconds answerTimeout_{3000};
     std::chrono::steady_clock::time_point deadline_ = std::chrono::steady_clock::time_point::max();
 };
+
+// The windows of a reply, bottom to top, and no more than have come. Valid as long as the reply.
+inline std::span<const xcb_window_t> x11WindowChildren(const xcb_query_tree_reply_t& tree)
+{
+    return {xcb_query_tree_children(&tree), std::min<std::size_t>(tree.children_len, tree.length)};
+}
 
 } // namespace glimto

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include "Backends/X11/Pointer/X11RawEvents.h"
 #include "Support/TimeStamps.h"
 
 namespace glimto {

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "Backends/X11/Connection/X11Property.h"
-#include "Backends/X11/Connection/X11WindowChildren.h"
+#include "Backends/X11/Connection/X11Connection.h"
 #include "Backends/X11/Windows/X11WindowDetails.h"
 
 namespace glimto {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Backends/X11/Connection/X11WindowChildren.h"
+#include "Backends/X11/Connection/X11Connection.h"
 
 namespace glimto {
 

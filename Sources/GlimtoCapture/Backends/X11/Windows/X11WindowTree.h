@@ -2,13 +2,21 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "Backends/X11/Connection/X11Atoms.h"
 #include "Backends/X11/Connection/X11Connection.h"
-#include "Backends/X11/Windows/X11Stacking.h"
 
 namespace glimto {
+
+// A window and the child of the root window that it is in, which may be itself.
+struct X11StackedWindow {
+    std::uint32_t window = 0;
+    std::uint32_t topLevel = 0;
+
+    friend bool operator==(const X11StackedWindow&, const X11StackedWindow&) = default;
+};
 
 // Which windows a user sees as windows: the clients of the window manager (when there is none, the
 // mapped top-level windows), and the mapped windows that pass by the window manager, such as menus.
@@ -27,5 +35,13 @@ struct X11WindowTree {
 // that vanish meanwhile are left out. Throws PlatformError when the server goes away or does not
 // answer in time.
 X11WindowTree readX11WindowTree(X11Connection& connection, const X11Atoms& atoms);
+
+// `windows`, each once, in the order in which they really lie on the screen, frontmost first.
+//
+// `topLevels` are the children of the root window, and `windows` come as somebody lists them, both
+// bottom to top. A window whose top-level is not among `topLevels` (it came or went meanwhile) stays
+// just above the one listed below it; windows of the same top-level keep their listed order.
+std::vector<X11StackedWindow> frontmostFirst(
+    std::span<const std::uint32_t> topLevels, std::span<const X11StackedWindow> windows);
 
 } // namespace glimto
