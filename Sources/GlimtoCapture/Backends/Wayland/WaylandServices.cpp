@@ -1,0 +1,54 @@
+#include "Backends/Wayland/WaylandServices.h"
+
+#include <algorithm>
+#include <exception>
+
+#include "Backends/Wayland/WaylandConnection.h"
+#include "Backends/Wayland/WaylandWindows.h"
+
+namespace glimto {
+
+ScreenCaptureAccess WaylandScreenAccess::preflightScreenCaptureAccess()
+{
+    try {
+        const auto connection = WaylandConnection::open();
+        const std::string obstacle = connection->captureObstacle();
+        return obstacle.empty() ? ScreenCaptureAccess{} : ScreenCaptureAccess::denied(obstacle);
+    } catch (const std::exception& error) {
+        return ScreenCaptureAccess::denied(error.what());
+    }
+}
+
+std::optional<std::uint32_t> WaylandScreenAccess::displayIDAt(Point point)
+{
+    try {
+        const auto connection = WaylandConnection::open();
+        for (const auto& output : connection->outputs()) {
+            const Display display = output->display();
+            if (display.frame.contains(point))
+                return display.displayID;
+        }
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+ShareableContent WaylandContentProvider::fetch(const ContentQuery& query)
+{
+    const auto connection = WaylandConnection::open();
+    ShareableContent content;
+    for (const auto& output : connection->outputs())
+        content.displays.push_back(output->display());
+    content.windows = waylandWindows(*connection);
+    if (query.onScreenWindowsOnly)
+        std::erase_if(content.windows, [](const Window& window) { return !window.isOnScreen; });
+    for (const Window& window : content.windows) {
+        auto& all = content.applications;
+        if (std::find(all.begin(), all.end(), *window.owningApplication) == all.end())
+            all.push_back(*window.owningApplication);
+    }
+    return content;
+}
+
+} // namespace glimto

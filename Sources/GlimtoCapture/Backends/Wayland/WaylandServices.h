@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Platform/EventTap.h"
+#include "Platform/ScreenAccess.h"
+#include "Platform/ShareableContent.h"
+
+namespace glimto {
+
+// Questions to the compositor, each on a connection of its own. The screen may be captured where the
+// compositor offers a capture protocol. A client cannot know where the pointer is, nor whose window is in
+// front.
+class WaylandScreenAccess final : public ScreenAccess {
+public:
+    ScreenCaptureAccess preflightScreenCaptureAccess() override;
+    std::optional<std::int32_t> frontmostProcessID() override { return std::nullopt; }
+    std::optional<Point> cursorLocation() override { return std::nullopt; }
+    std::optional<std::uint32_t> displayIDAt(Point point) override;
+};
+
+class WaylandContentProvider final : public ShareableContentProvider {
+public:
+    ShareableContent fetch(const ContentQuery& query) override;
+};
+
+// No compositor lets a client listen to the pointer everywhere.
+class WaylandEventTaps final : public EventTapFactory {
+public:
+    std::unique_ptr<EventTap> makeListenOnlyTap(std::uint64_t) override { return nullptr; }
+};
+
+} // namespace glimto
