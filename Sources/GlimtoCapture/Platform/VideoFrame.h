@@ -36,7 +36,7 @@ struct VideoFrame {
 
     // Whether it shows the screen: it has a picture, and its status, when there is one, is complete or
     // started.
-    bool isUsable() const
+    bool isUsableScreenFrame() const
     {
         return picture && (!status || status == FrameStatus::complete || status == FrameStatus::started);
     }

@@ -42,7 +42,7 @@ AudioInput::Handlers ScreenCaptureOutput::systemAudioHandlers()
 void ScreenCaptureOutput::didOutputFrame(const VideoFrame& frame) noexcept
 {
     try {
-        if (!frame.isUsable())
+        if (!frame.isUsableScreenFrame())
             return;
         thumbnailWriter_->captureFirstFrame(frame);
         writer_->appendVideoFrame(frame);

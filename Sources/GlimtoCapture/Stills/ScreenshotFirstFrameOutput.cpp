@@ -15,7 +15,7 @@ CaptureStream::Handlers ScreenshotFirstFrameOutput::handlers()
 
 void ScreenshotFirstFrameOutput::didOutputFrame(const VideoFrame& frame) noexcept
 {
-    if (frame.isUsable())
+    if (frame.isUsableScreenFrame())
         complete(ScreenshotFrame{frame.picture});
 }
 

@@ -59,31 +59,31 @@ protected:
 
 TEST_F(ScreenCaptureOutputTests, CompleteAndStartedFramesAreUsable)
 {
-    EXPECT_TRUE(frameWithStatus(FrameStatus::complete).isUsable());
-    EXPECT_TRUE(frameWithStatus(FrameStatus::started).isUsable());
+    EXPECT_TRUE(frameWithStatus(FrameStatus::complete).isUsableScreenFrame());
+    EXPECT_TRUE(frameWithStatus(FrameStatus::started).isUsableScreenFrame());
 }
 
 TEST_F(ScreenCaptureOutputTests, FramesOfOtherStatesAreNotUsable)
 {
-    EXPECT_FALSE(frameWithStatus(FrameStatus::idle).isUsable());
-    EXPECT_FALSE(frameWithStatus(FrameStatus::blank).isUsable());
-    EXPECT_FALSE(frameWithStatus(FrameStatus::suspended).isUsable());
-    EXPECT_FALSE(frameWithStatus(FrameStatus::stopped).isUsable());
-    EXPECT_FALSE(frameWithStatus(static_cast<FrameStatus>(6)).isUsable());
+    EXPECT_FALSE(frameWithStatus(FrameStatus::idle).isUsableScreenFrame());
+    EXPECT_FALSE(frameWithStatus(FrameStatus::blank).isUsableScreenFrame());
+    EXPECT_FALSE(frameWithStatus(FrameStatus::suspended).isUsableScreenFrame());
+    EXPECT_FALSE(frameWithStatus(FrameStatus::stopped).isUsableScreenFrame());
+    EXPECT_FALSE(frameWithStatus(static_cast<FrameStatus>(6)).isUsableScreenFrame());
 }
 
 TEST_F(ScreenCaptureOutputTests, AFrameWithoutStatusIsUsableWhenItHasAPicture)
 {
     VideoFrame withoutPicture;
-    EXPECT_TRUE(frameWithStatus(std::nullopt).isUsable());
-    EXPECT_FALSE(withoutPicture.isUsable());
+    EXPECT_TRUE(frameWithStatus(std::nullopt).isUsableScreenFrame());
+    EXPECT_FALSE(withoutPicture.isUsableScreenFrame());
 }
 
 TEST_F(ScreenCaptureOutputTests, ACompleteFrameWithoutPictureIsNotUsable)
 {
     VideoFrame frame = frameWithStatus(FrameStatus::complete);
     frame.picture = nullptr;
-    EXPECT_FALSE(frame.isUsable());
+    EXPECT_FALSE(frame.isUsableScreenFrame());
 }
 
 TEST_F(ScreenCaptureOutputTests, UsableFramesGoToTheThumbnailAndTheWriter)
