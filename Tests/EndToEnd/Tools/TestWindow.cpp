@@ -512,6 +512,8 @@ void serve(Windows& windows)
 {
     Commands commands;
     while (true) {
+        // What came together with an answer of the server is in memory already: no wait would end for it.
+        windows.handleEvents();
         std::array<pollfd, 2> entries = {{
             {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0},
             {.fd = windows.fileDescriptor(), .events = POLLIN, .revents = 0},
