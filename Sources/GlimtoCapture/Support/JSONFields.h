@@ -64,8 +64,11 @@ public:
     }
     template <typename Value> void read(const char* key, std::optional<Value>& value) const
     {
-        if (has(key))
-            read(key, value.emplace());
+        if (!has(key))
+            return;
+        Value given = {}; // not made in place, which clang 14 refuses for a struct within a struct
+        read(key, given);
+        value = std::move(given);
     }
     template <typename Struct> void read(const char* key, std::vector<Struct>& value) const
     {
