@@ -24,7 +24,7 @@ mounted=()
 finish() {
     local index
     for ((index = ${#mounted[@]} - 1; index >= 0; index--)); do
-        umount -- "${mounted[index]}" || umount -l -- "${mounted[index]}" || true
+        umount --recursive -- "${mounted[index]}" || umount --lazy -- "${mounted[index]}" || true
     done
     mountpoint -q "$root/proc" || rm -rf --one-file-system -- "$work"
 }
