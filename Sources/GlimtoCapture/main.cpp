@@ -12,7 +12,7 @@
 #include "Backends/Desktop/ProcessTerminal.h"
 #include "Backends/Images/DeflatePNGCodec.h"
 #include "Backends/Images/TurboImageCodec.h"
-#include "CommandLine/AccessKey.h"
+#include "CommandLine/UploadArguments.h"
 #include "CommandLine/Driver.h"
 #include "Composition/WindowSystemChoice.h"
 #include "Platform/PlatformServices.h"

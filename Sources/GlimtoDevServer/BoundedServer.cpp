@@ -1,12 +1,14 @@
 #include "BoundedServer.h"
 
-#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <thread>
 #include <utility>
 
-#include <strings.h>
 #include <sys/socket.h>
+
+#include "Support/DecimalText.h"
+#include "Support/Text.h"
 
 namespace glimto {
 
@@ -42,14 +44,6 @@ private:
     httplib::ThreadPool threads_;
 };
 
-constexpr std::size_t mostLengthDigits = 18; // of a 64-bit number, whatever they are
-
-bool isLength(const std::string& text)
-{
-    return !text.empty() && text.size() <= mostLengthDigits
-        && std::all_of(text.begin(), text.end(), [](char each) { return each >= '0' && each <= '9'; });
-}
-
 // Bodies are read with these methods only.
 bool readsBody(const httplib::Request& request)
 {
@@ -72,10 +66,10 @@ bool hasUncertainBody(const httplib::Request& request)
     const auto codings = request.get_header_value_count("Transfer-Encoding");
     if (codings > 0)
         return codings > 1 || lengths > 0
-            || ::strcasecmp(request.get_header_value("Transfer-Encoding").c_str(), "chunked") != 0;
+            || lowercased(request.get_header_value("Transfer-Encoding")) != "chunked";
     if (lengths == 0)
         return readsBody(request);
-    return lengths > 1 || !isLength(request.get_header_value("Content-Length"));
+    return lengths > 1 || !wholeNumber<std::uint64_t>(request.get_header_value("Content-Length"));
 }
 
 BoundedServer::BoundedServer()

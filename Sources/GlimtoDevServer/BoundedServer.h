@@ -33,7 +33,8 @@ private:
 };
 
 // True for a body that another program may read to another end (RFC 9112, section 6.3): its length is told
-// twice, in two ways, or not in digits. It is not read here, and the connection ends with the answer.
+// twice, in two ways, not in digits, or not at all where there has to be one. It is not read here, and the
+// connection ends with the answer.
 bool hasUncertainBody(const httplib::Request& request);
 
 } // namespace glimto

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "CommandLine/OptionReader.h"
-#include "CommandLine/AccessKey.h"
+#include "CommandLine/UploadArguments.h"
 #include "Support/Errors.h"
 
 namespace glimto {

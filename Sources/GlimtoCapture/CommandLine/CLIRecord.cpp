@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "CommandLine/OptionReader.h"
-#include "CommandLine/AccessKey.h"
+#include "CommandLine/UploadArguments.h"
 #include "Support/Paths.h"
 #include "Support/Errors.h"
 #include "Support/Text.h"

@@ -35,7 +35,7 @@ std::string lowercasedAlphanumerics(std::string_view text)
     while (!text.empty()) {
         const CodePoint point = takeCodePoint(text);
         const bool isASCII = point.value < 0x80;
-        if (isASCII ? std::isalnum(static_cast<int>(point.value)) != 0 : !isForeignSign(point.value))
+        if (isASCII ? isAlphanumeric(static_cast<char>(point.value)) : !isForeignSign(point.value))
             result += lowercased(point.bytes);
     }
     return result;

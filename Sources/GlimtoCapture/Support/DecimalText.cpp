@@ -10,12 +10,10 @@ namespace glimto {
 
 namespace {
 
-bool takeSign(std::string_view& text)
+void skipSign(std::string_view& text)
 {
-    const bool hasSign = text.starts_with('+') || text.starts_with('-');
-    if (hasSign)
+    if (text.starts_with('+') || text.starts_with('-'))
         text.remove_prefix(1);
-    return hasSign;
 }
 
 std::size_t takeDigits(std::string_view& text)
@@ -29,7 +27,7 @@ std::size_t takeDigits(std::string_view& text)
 
 bool isDecimalNumber(std::string_view text)
 {
-    takeSign(text);
+    skipSign(text);
     std::size_t digits = takeDigits(text);
     if (text.starts_with('.')) {
         text.remove_prefix(1);
@@ -39,7 +37,7 @@ bool isDecimalNumber(std::string_view text)
         return false;
     if (text.starts_with('e') || text.starts_with('E')) {
         text.remove_prefix(1);
-        takeSign(text);
+        skipSign(text);
         if (takeDigits(text) == 0)
             return false;
     }

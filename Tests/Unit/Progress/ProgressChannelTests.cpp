@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Fakes/FakeProcessEnvironment.h"
+#include "Fakes/TemporaryDirectory.h"
 
 namespace glimto {
 namespace {
@@ -183,10 +184,10 @@ TEST_F(ProgressChannelTests, AReaderThatHasGoneEndsIt)
 
 TEST_F(ProgressChannelTests, WritesIntoAFile)
 {
-    std::string path = "/tmp/glimto-progress-XXXXXX";
-    reading = FileDescriptor(::mkstemp(path.data()));
-    ProgressChannel channel(FileDescriptor(::open(path.c_str(), O_WRONLY | O_APPEND)));
-    ::unlink(path.c_str());
+    const TemporaryDirectory directory;
+    const std::string path = directory.path() / "progress";
+    reading = FileDescriptor(::open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
+    ProgressChannel channel(FileDescriptor(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC)));
     channel.show({.frames = 1});
     channel.show({.frames = 2});
     EXPECT_EQ(wholeLines(readNow()), 2U);

@@ -1,4 +1,4 @@
-#include "CommandLine/AccessKey.h"
+#include "CommandLine/UploadArguments.h"
 
 #include <string>
 #include <vector>
@@ -18,14 +18,14 @@ std::vector<std::string> wiped(std::vector<std::string> arguments)
     return arguments;
 }
 
-TEST(AccessKeyArgumentTests, EveryKeyBecomesBlank)
+TEST(UploadArgumentsTests, EveryKeyBecomesBlank)
 {
     EXPECT_EQ(wiped({"tool", "record", "--access-key", "secret", "-d", "1", "--access-key", "s"}),
         (std::vector<std::string>{
             "tool", "record", "--access-key", "      ", "-d", "1", "--access-key", " "}));
 }
 
-TEST(AccessKeyArgumentTests, WithoutAKeyNothingChanges)
+TEST(UploadArgumentsTests, WithoutAKeyNothingChanges)
 {
     EXPECT_EQ(wiped({"tool"}), std::vector<std::string>{"tool"});
     EXPECT_EQ(wiped({"tool", "record", "--access-key"}),

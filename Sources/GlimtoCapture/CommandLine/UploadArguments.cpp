@@ -1,4 +1,4 @@
-#include "CommandLine/AccessKey.h"
+#include "CommandLine/UploadArguments.h"
 
 #include <cstring>
 #include <string_view>
