@@ -9,7 +9,7 @@ from pathlib import Path
 
 from support.case import EndToEndCase
 from support.pictures import Picture
-from support.processes import Child, wait_until
+from support.processes import Child, is_listening, wait_until
 
 PORTAL = os.environ.get("GLIMTO_TEST_PORTAL", "")
 FOREIGN = ("DISPLAY", "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "PIPEWIRE_REMOTE", "PIPEWIRE_RUNTIME_DIR",
@@ -45,7 +45,7 @@ class Desktop:
             configuration.write_text(BUS_CONFIGURATION.format(
                 socket=socket, services=f"<servicedir>{self.top}/services</servicedir>"))
             self.bus = self.run("dbus-daemon", f"--config-file={configuration}", "--nofork", "--nopidfile")
-            wait_until(socket.exists, "the start of the bus")
+            wait_until(lambda: is_listening(socket), "the start of the bus")
             if has_pipewire:
                 self.start_pipewire()
         except BaseException:
@@ -54,7 +54,7 @@ class Desktop:
 
     def start_pipewire(self):
         self.pipewire = self.run("pipewire")
-        wait_until((self.top / "runtime/pipewire-0").exists, "the start of pipewire")
+        wait_until(lambda: is_listening(self.top / "runtime/pipewire-0"), "the start of pipewire")
         self.run("wireplumber")
         # It links streams; before it is there, none begins.
         wait_until(lambda: b"WirePlumber [export]" in self.dump(), "the start of wireplumber", interval=0.1)

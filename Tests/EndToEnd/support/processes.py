@@ -2,6 +2,7 @@
 
 import os
 import select
+import socket
 import subprocess
 import time
 
@@ -54,6 +55,14 @@ def wait_until(condition, what, limit=START_LIMIT, interval=0.02):
         if time.monotonic() > deadline:
             raise AssertionError(f"{what} did not happen within {limit} s")
         time.sleep(interval)
+
+
+def is_listening(path):
+    """Whether somebody answers at a Unix socket. Its file alone says nothing: it stands there before anybody listens,
+    and stays when its server was killed."""
+    with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as client:
+        client.settimeout(END_LIMIT)
+        return client.connect_ex(os.fspath(path)) == 0
 
 
 def read_line(descriptor, limit, what):

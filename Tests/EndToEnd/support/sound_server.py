@@ -6,7 +6,7 @@ import subprocess
 import tempfile
 from pathlib import Path
 
-from support.processes import END_LIMIT, START_LIMIT, Child, wait_until
+from support.processes import END_LIMIT, START_LIMIT, Child, is_listening, wait_until
 
 KINDS = ("pulseaudio", "pipewire")
 COMMAND_LIMIT = 20  # seconds
@@ -93,8 +93,8 @@ class SoundServer:
                              stdout=subprocess.PIPE)
         self.bus_address = bus.process.stdout.readline().decode().strip()
         self.run_child("pipewire")
-        wait_until(lambda: (self.socket.parent.parent / "pipewire-0").exists(), "the start of pipewire")
-        self.run_child("wireplumber")
+        wait_until(lambda: is_listening(self.socket.parent.parent / "pipewire-0"), "the start of pipewire")
+        self.session_manager = self.run_child("wireplumber")
         self.run_child("pipewire-pulse")
 
     def run_child(self, *command, **options):
@@ -107,6 +107,8 @@ class SoundServer:
                               capture_output=True, timeout=COMMAND_LIMIT).returncode == 0
 
     def has_session_manager(self):
+        if not self.session_manager.is_running():
+            raise AssertionError("wireplumber has ended")
         return not self.pactl("get-default-sink").startswith("@")
 
     def kill(self):

@@ -8,7 +8,7 @@ import subprocess
 import tempfile
 from pathlib import Path
 
-from support.processes import START_LIMIT, Child, read_line, wait_until
+from support.processes import START_LIMIT, Child, is_listening, read_line, wait_until
 from support.windows import BINARY, hexadecimal
 
 TEST_SURFACE = Path(os.environ.get("GLIMTO_TEST_SURFACE", BINARY.parent / "glimto-test-surface"))
@@ -52,7 +52,7 @@ class Sway(Child):
         super().__init__([*prefix, "sway", "-c", str(path)], environment, cwd=self.runtime)
         try:
             self.socket = wait_until(self.find_socket, "sway's start")
-            wait_until(lambda: self.display_path().exists(), "sway's display")
+            wait_until(lambda: is_listening(self.display_path()), "sway's display")
             wait_until(lambda: all(map(self.grim, self.displays)), "sway's displays")
         except BaseException:
             self.end()
