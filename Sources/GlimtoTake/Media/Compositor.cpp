@@ -9,17 +9,14 @@
 
 #include "GlimtoTake/Media/PointerDrawing.h"
 #include "Support/Errors.h"
+#include "Support/Owned.h"
 
 namespace glimto {
 
 namespace {
 
-struct CairoDeleter {
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-    void operator()(cairo_t* context) const { cairo_destroy(context); }
-};
-using SurfaceHandle = std::unique_ptr<cairo_surface_t, CairoDeleter>;
-using ContextHandle = std::unique_ptr<cairo_t, CairoDeleter>;
+using SurfaceHandle = Owned<cairo_surface_t, cairo_surface_destroy>;
+using ContextHandle = Owned<cairo_t, cairo_destroy>;
 
 struct Area {
     double left = 0;

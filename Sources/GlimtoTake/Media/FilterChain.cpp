@@ -20,10 +20,7 @@ namespace {
 
 constexpr const char* failure = "Could not filter the take";
 
-struct InOutDeleter {
-    void operator()(AVFilterInOut* list) const { avfilter_inout_free(&list); }
-};
-using InOutHandle = std::unique_ptr<AVFilterInOut, InOutDeleter>;
+using InOutHandle = Owned<AVFilterInOut, avfilter_inout_free>;
 
 std::string ratio(AVRational value)
 {

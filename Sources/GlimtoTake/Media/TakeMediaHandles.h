@@ -1,29 +1,32 @@
 #pragma once
 
-#include <memory>
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavfilter/avfilter.h>
+#include <libavformat/avformat.h>
+#include <libswscale/swscale.h>
+}
 
+#include "Backends/FFmpeg/FFmpegErrors.h"
 #include "Backends/FFmpeg/FFmpegHandles.h"
-
-struct AVCodecParameters;
-struct AVFilterGraph;
-struct SwsContext;
+#include "Support/Owned.h"
 
 namespace glimto {
 
-struct TakeMediaDeleter {
-    void operator()(AVCodecParameters* parameters) const noexcept;
-    void operator()(AVFilterGraph* graph) const noexcept;
-    void operator()(AVFormatContext* input) const noexcept; // closes it, but not a stream of the caller's
-    void operator()(SwsContext* scaler) const noexcept;
-};
-
-using CodecParametersHandle = std::unique_ptr<AVCodecParameters, TakeMediaDeleter>;
-using FilterGraphHandle = std::unique_ptr<AVFilterGraph, TakeMediaDeleter>;
-using InputFormatHandle = std::unique_ptr<AVFormatContext, TakeMediaDeleter>;
-using ScalerHandle = std::unique_ptr<SwsContext, TakeMediaDeleter>;
+using CodecParametersHandle = Owned<AVCodecParameters, avcodec_parameters_free>;
+using FilterGraphHandle = Owned<AVFilterGraph, avfilter_graph_free>;
+using InputFormatHandle = Owned<AVFormatContext, avformat_close_input>; // but not a stream of the caller's
+using ScalerHandle = Owned<SwsContext, sws_freeContext>;
 
 // Empty ones. Throw PlatformError when there is no memory.
-FrameHandle makeFrame();
-PacketHandle makePacket();
+inline FrameHandle makeFrame()
+{
+    return FrameHandle(requireAllocated(av_frame_alloc(), "Could not hold a frame"));
+}
+
+inline PacketHandle makePacket()
+{
+    return PacketHandle(requireAllocated(av_packet_alloc(), "Could not hold a packet"));
+}
 
 } // namespace glimto
