@@ -1,6 +1,9 @@
 #include "RecordingPages.h"
 
+#include <utility>
+
 #include "RecordingKeys.h"
+#include "Support/Text.h"
 
 namespace glimto {
 
@@ -74,12 +77,7 @@ nlohmann::json RecordingPages::details(const std::string& recordingId) const
 
 std::string pageForRecording(std::string page, const std::string& recordingId)
 {
-    static constexpr std::string_view mark = "{{id}}";
-    for (auto place = page.find(mark); place != std::string::npos; place = page.find(mark, place)) {
-        page.replace(place, mark.size(), recordingId);
-        place += recordingId.size();
-    }
-    return page;
+    return replacingAll(std::move(page), "{{id}}", recordingId);
 }
 
 } // namespace glimto

@@ -4,7 +4,8 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <string_view>
+
+#include "Support/Text.h"
 
 namespace glimto {
 
@@ -27,18 +28,10 @@ long long targetDuration(const std::vector<CapturedSegment>& segments)
     return std::llround(std::ceil(longest));
 }
 
-std::string withoutEverySegmentsPart(std::string key)
-{
-    constexpr std::string_view part = "segments/";
-    for (auto at = key.find(part); at != std::string::npos; at = key.find(part, at))
-        key.erase(at, part.size());
-    return key;
-}
-
 std::string uri(const std::string& key, PlaylistPlacement placement)
 {
     if (placement == PlaylistPlacement::aboveSegments)
-        return withoutEverySegmentsPart(key);
+        return replacingAll(key, "segments/", "");
     const auto slash = key.rfind('/');
     return slash == std::string::npos ? key : key.substr(slash + 1);
 }

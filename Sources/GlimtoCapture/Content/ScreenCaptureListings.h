@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Options/WindowListOptions.h"
+#include "Options/Command.h"
 #include "Platform/ScreenAccess.h"
 #include "Platform/ShareableContent.h"
 #include "Support/LineOutput.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Lifecycle/ScreenCapturePermissionJSON.h"
-#include "Options/WindowListOptions.h"
+#include "Options/Command.h"
 #include "Platform/ShareableContent.h"
 #include "Support/JSONObject.h"
 

@@ -1,15 +1,34 @@
 #pragma once
 
+#include <filesystem>
+#include <optional>
 #include <variant>
 
-#include "Options/ClipboardImageOptions.h"
 #include "Options/RecordOptions.h"
+#include "Options/RecordingUploadOptions.h"
 #include "Options/ScreenshotOptions.h"
-#include "Options/TextRecognitionOptions.h"
-#include "Options/UploadRecordingOptions.h"
-#include "Options/WindowListOptions.h"
 
 namespace glimto {
+
+enum class ScreenCaptureWindowListScope { visible, all };
+
+struct WindowListOptions {
+    ScreenCaptureWindowListScope scope = ScreenCaptureWindowListScope::visible;
+    bool includeEnumeration = false;
+};
+
+struct ClipboardImageOptions {
+    std::optional<std::filesystem::path> pathURL;
+};
+
+struct TextRecognitionOptions {
+    std::optional<std::filesystem::path> pathURL;
+};
+
+struct UploadRecordingOptions {
+    std::filesystem::path outputDirectory; // of a completed take
+    RecordingUploadOptions upload;
+};
 
 struct HelpCommand { };
 struct SourcesCommand { };

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <span>
 
-#include "Options/ClipboardImageOptions.h"
+#include "Options/Command.h"
 #include "Platform/PNGCodec.h"
 #include "Platform/Pasteboard.h"
 #include "Support/LineOutput.h"

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-#include "Options/TextRecognitionOptions.h"
+#include "Options/Command.h"
 #include "Platform/TextRecognitionEngine.h"
 #include "Support/Errors.h"
 #include "Support/JSONObject.h"

@@ -145,6 +145,14 @@ std::string prefixOfCodePoints(std::string_view text, std::size_t count)
     return std::string(text.substr(0, text.size() - rest.size()));
 }
 
+std::string replacingAll(std::string text, std::string_view old, std::string_view replacement)
+{
+    for (std::size_t at = text.find(old); at != std::string::npos;
+         at = text.find(old, at + replacement.size()))
+        text.replace(at, old.size(), replacement);
+    return text;
+}
+
 std::vector<std::string_view> pieces(std::string_view text, char separator)
 {
     std::vector<std::string_view> result;

@@ -50,6 +50,10 @@ std::string shortestDecimal(double value);
 // The first `count` code points of valid UTF-8 `text`, or all of it when it has no more.
 std::string prefixOfCodePoints(std::string_view text, std::size_t count);
 
+// `text` with `replacement` wherever `old`, which is not empty, stands; what is put in is not looked at
+// again.
+std::string replacingAll(std::string text, std::string_view old, std::string_view replacement);
+
 // The pieces between the separators, empty ones too: one more than there are separators.
 std::vector<std::string_view> pieces(std::string_view text, char separator);
 

@@ -75,14 +75,6 @@ private:
     std::set<std::string> keys_;
 };
 
-std::string replacingAll(std::string text, std::string_view old, std::string_view replacement)
-{
-    for (std::size_t at = text.find(old); at != std::string::npos;
-         at = text.find(old, at + replacement.size()))
-        text.replace(at, old.size(), replacement);
-    return text;
-}
-
 // The playlist beside the video segments, which a take with sound has and the manifest does not name.
 std::string variantPlaylistKey(const MediaManifest& manifest, const std::vector<std::string>& plannedKeys)
 {

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "Options/UploadRecordingOptions.h"
+#include "Options/Command.h"
 #include "Upload/UploadServices.h"
 
 namespace glimto {

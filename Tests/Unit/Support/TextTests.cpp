@@ -107,6 +107,14 @@ TEST(TextTests, CodePointsAreTakenOneByOneAndIllFormedBytesAlone)
     EXPECT_EQ(text, "\x82");
 }
 
+TEST(TextTests, WhatIsPutInIsNotReplacedAgain)
+{
+    EXPECT_EQ(replacingAll("{{id}}/{{id}}", "{{id}}", "a{{id}}"), "a{{id}}/a{{id}}");
+    EXPECT_EQ(replacingAll("segments/a/segments/b", "segments/", ""), "a/b");
+    EXPECT_EQ(replacingAll("aaa", "aa", "b"), "ba");
+    EXPECT_EQ(replacingAll("", "a", "b"), "");
+}
+
 TEST(TextTests, PiecesAreOneMoreThanSeparators)
 {
     using Pieces = std::vector<std::string_view>;
