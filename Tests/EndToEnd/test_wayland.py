@@ -16,6 +16,7 @@ FIRST = (640, 480)
 SECOND = (800, 600)  # pixels; half as many points
 BLUE, RED, GREEN = "3060c0", "c03030", "30a030"
 GONE = "The display being captured was disconnected."
+NO_WINDOWS = "This Wayland compositor cannot show a single window to this program. Record a display or a region."
 
 
 class WaylandCase(EndToEndCase):
@@ -152,9 +153,10 @@ class WaylandRecordingTests(WaylandCase):
         self.verify_contract()
 
     def test_window_is_refused_with_a_clear_error(self):
-        output = self.start_recording("-d", "1", "--window-id", "1").finish()
-        self.assertEqual(output.status, 1)
-        self.assertIn("window", output.error_lines[-1])
+        self.surface(colour=BLUE, title="Notes")
+        window = json.loads(self.run_tool("windows-json", "--all").texts[0])["windows"][0]
+        output = self.start_recording("-d", "1", "--window-id", window["windowID"]).finish()
+        self.assert_fails(output, NO_WINDOWS)
         self.assertFalse(self.take.exists())
 
     def test_pointer_track_is_empty_with_a_warning(self):

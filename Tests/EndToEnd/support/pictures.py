@@ -22,6 +22,12 @@ class Picture:
                 for row in range(y, y + height)]
         return Picture(width, height, b"".join(rows))
 
+    def bgrx(self):
+        """Four bytes a pixel, as screens have them."""
+        data = bytearray(4 * self.width * self.height)
+        data[0::4], data[1::4], data[2::4] = self.data[2::3], self.data[1::3], self.data[0::3]
+        return bytes(data)
+
     def differing_box(self, other):
         """The bounds (x, y, width, height) of the pixels that differ in a picture of the same size; None for
         none."""

@@ -119,7 +119,5 @@ class Surface(Child):
 
     def show(self, picture, path):
         """A picture of the surface's size in pixels, by a file at `path`."""
-        data = bytearray(4 * picture.width * picture.height)
-        data[0::4], data[1::4], data[2::4] = picture.data[2::3], picture.data[1::3], picture.data[0::3]
-        path.write_bytes(data)
+        path.write_bytes(picture.bgrx())
         self.ask("show", path)

@@ -9,7 +9,8 @@ namespace {
 
 TEST(CompositorWindowsTests, SwaysTreeIsReadInTheOrderOfUseWithContentsInsideOfBorders)
 {
-    const auto windows = windowsOfSwayTree(R"({"id":1,"focus":[2],"nodes":[{"id":2,"focus":[20,10,30],"nodes":[
+    const auto windows
+        = windowsOfSwayTree(R"({"id":1,"focus":[2],"nodes":[{"id":2,"focus":[20,10,30],"nodes":[
         {"id":10,"pid":100,"name":"first","app_id":"one","visible":false,
          "rect":{"x":5,"y":6,"width":70,"height":80},"window_rect":{"x":2,"y":3,"width":60,"height":50}},
         {"id":20,"pid":200,"name":"second","app_id":null,"window_properties":{"class":"Two"},"visible":true,
@@ -28,11 +29,23 @@ TEST(CompositorWindowsTests, SwaysTreeIsReadInTheOrderOfUseWithContentsInsideOfB
     EXPECT_EQ(windows->at(2).frame, Rect());
 }
 
+TEST(CompositorWindowsTests, SwaysWindowsAreCalledAsEveryClientCallsThemWhereThatIsTold)
+{
+    const auto windows = windowsOfSwayTree(R"({"nodes":[
+        {"id":10,"pid":1,"foreign_toplevel_identifier":"abc"},{"id":11,"pid":1,"foreign_toplevel_identifier":null}]})");
+
+    ASSERT_TRUE(windows);
+    ASSERT_EQ(windows->size(), 2U);
+    EXPECT_EQ(windows->at(0).windowID, 0x1a47e90bU);
+    EXPECT_EQ(windows->at(1).windowID, 11U);
+}
+
 TEST(CompositorWindowsTests, WhatMakesNoSenseInSwaysTreeIsLeftOut)
 {
     EXPECT_EQ(windowsOfSwayTree(""), std::nullopt);
     EXPECT_EQ(windowsOfSwayTree("[1]"), std::nullopt);
-    const auto windows = windowsOfSwayTree(R"({"nodes":[7,null,{"pid":1},{"id":-1,"pid":1},{"id":1e99,"pid":1},
+    const auto windows
+        = windowsOfSwayTree(R"({"nodes":[7,null,{"pid":1},{"id":-1,"pid":1},{"id":1e99,"pid":1},
         {"id":9,"pid":"x","rect":{"x":1e300,"y":[],"width":-4,"height":5},"focus":3}]})");
     ASSERT_TRUE(windows);
     ASSERT_EQ(windows->size(), 1U);

@@ -1,35 +1,24 @@
 #include "Backends/Streams/PlainScreenCapture.h"
 
+#include <utility>
+
 namespace glimto {
 
 namespace {
 
 class PlainOpening final : public CaptureOpening {
 public:
-    PlainOpening(
-        PlainScreenCapture::OpenStream openStream, bool hidesApplications, const CaptureRequest& request)
-        : openStream_(openStream)
-        , hidesApplications_(hidesApplications)
+    PlainOpening(PlainScreenCapture::Open how, const CaptureRequest& request)
+        : open_(how)
         , request_(request)
     {
     }
 
-    OpenedCapture open() override
-    {
-        OpenedCapture opened;
-        opened.stream = openStream_(request_.filter, request_.configuration);
-        opened.facts = request_.expected;
-        opened.facts.width = request_.configuration.width;
-        opened.facts.height = request_.configuration.height;
-        opened.hidesApplications = hidesApplications_;
-        return opened;
-    }
-
+    OpenedCapture open() override { return open_(request_); }
     void giveUp() noexcept override { }
 
 private:
-    PlainScreenCapture::OpenStream openStream_;
-    bool hidesApplications_;
+    PlainScreenCapture::Open open_;
     CaptureRequest request_;
 };
 
@@ -37,7 +26,17 @@ private:
 
 std::shared_ptr<CaptureOpening> PlainScreenCapture::makeOpening(const CaptureRequest& request)
 {
-    return std::make_shared<PlainOpening>(openStream_, applications_ == Applications::canBeHidden, request);
+    return std::make_shared<PlainOpening>(open_, request);
+}
+
+OpenedCapture openedAsAsked(const CaptureRequest& request, std::shared_ptr<CaptureStream> stream)
+{
+    OpenedCapture opened;
+    opened.stream = std::move(stream);
+    opened.facts = request.expected;
+    opened.facts.width = request.configuration.width;
+    opened.facts.height = request.configuration.height;
+    return opened;
 }
 
 } // namespace glimto

@@ -4,25 +4,24 @@
 
 namespace glimto {
 
-// Captures of a window system that asks nobody: what is opened is what was asked for.
+// Captures of a window system that asks nobody.
 class PlainScreenCapture final : public ScreenCapture {
 public:
     // Every answer of the system is waited for with a deadline, so this ends by itself. Throws PlatformError.
-    using OpenStream
-        = std::shared_ptr<CaptureStream> (*)(const ContentFilter&, const CaptureStreamConfiguration&);
-    enum class Applications { canBeHidden, areAllShown };
+    using Open = OpenedCapture (*)(const CaptureRequest& request);
 
-    PlainScreenCapture(OpenStream openStream, Applications applications)
-        : openStream_(openStream)
-        , applications_(applications)
+    explicit PlainScreenCapture(Open open)
+        : open_(open)
     {
     }
 
     std::shared_ptr<CaptureOpening> makeOpening(const CaptureRequest& request) override;
 
 private:
-    OpenStream openStream_;
-    Applications applications_;
+    Open open_;
 };
+
+// What was opened is what was asked for.
+OpenedCapture openedAsAsked(const CaptureRequest& request, std::shared_ptr<CaptureStream> stream);
 
 } // namespace glimto

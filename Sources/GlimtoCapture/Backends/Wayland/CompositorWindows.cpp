@@ -20,6 +20,7 @@
 #include <unistd.h>
 
 #include "Backends/Wayland/LocalSocket.h"
+#include "Backends/Wayland/WaylandOutput.h"
 #include "Support/EnvironmentVariable.h"
 #include "Support/FileDescriptor.h"
 #include "Support/Text.h"
@@ -230,7 +231,9 @@ private:
         if (!id || windows.size() >= mostWindows)
             return;
         Window window;
-        window.windowID = static_cast<std::uint32_t>(*id);
+        // As ext-foreign-toplevel-list calls it, where the compositor has that.
+        const std::string name = text(node, "foreign_toplevel_identifier");
+        window.windowID = name.empty() ? static_cast<std::uint32_t>(*id) : waylandNameID(name);
         // The contents lie inside of borders and title bars.
         const Rect container = rectangle(member(node, "rect"));
         const Rect contents = rectangle(member(node, "window_rect"));

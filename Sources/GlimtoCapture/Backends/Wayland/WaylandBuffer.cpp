@@ -23,6 +23,7 @@ WaylandSharedMemory::WaylandSharedMemory(std::size_t size)
 WaylandBuffer::WaylandBuffer(wl_shm* shm, const WaylandPictureFormat& format)
     : format_(format)
     , memory_(std::make_shared<WaylandSharedMemory>(format.size()))
+    , stale_(static_cast<int>(format.width), static_cast<int>(format.height))
 {
     const WaylandHandle<wl_shm_pool> pool(
         wl_shm_create_pool(shm, memory_->fileDescriptor(), static_cast<std::int32_t>(format.size())));

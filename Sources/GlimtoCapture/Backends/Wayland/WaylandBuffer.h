@@ -7,6 +7,7 @@
 
 #include "Backends/Wayland/WaylandHandles.h"
 #include "Backends/Wayland/WaylandPictureFormat.h"
+#include "Backends/Wayland/WaylandStaleRects.h"
 #include "Support/FileDescriptor.h"
 #include "Support/MemoryMapping.h"
 
@@ -40,10 +41,14 @@ public:
     wl_buffer* buffer() const { return buffer_.get(); }
     const std::shared_ptr<WaylandSharedMemory>& memory() const { return memory_; }
 
+    // Where it is not as the source was when that was copied last, into whichever buffer.
+    WaylandStaleRects& stale() { return stale_; }
+
 private:
     WaylandPictureFormat format_;
     std::shared_ptr<WaylandSharedMemory> memory_; // shared with the consumers of the picture
     WaylandHandle<wl_buffer> buffer_;
+    WaylandStaleRects stale_;
 };
 
 } // namespace glimto

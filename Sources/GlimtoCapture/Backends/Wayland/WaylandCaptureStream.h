@@ -1,14 +1,11 @@
 #pragma once
 
-#include <memory>
-
-#include "Platform/CaptureStream.h"
-#include "Platform/ContentFilter.h"
+#include "Platform/CaptureOpening.h"
 
 namespace glimto {
 
-// Captures a display or a part of it, on a connection and a thread of its own. Throws PlatformError.
-std::shared_ptr<CaptureStream> openWaylandCaptureStream(
-    const ContentFilter& filter, const CaptureStreamConfiguration& configuration);
+// Opens a capture of a display, a part of it or a window, on a connection and a thread of its own, by the
+// best way that the compositor offers. A window is captured in the size that it has. Throws PlatformError.
+OpenedCapture openWaylandCapture(const CaptureRequest& request);
 
 } // namespace glimto

@@ -53,12 +53,7 @@ constexpr std::uint32_t newestXDGOutput = 3;
 constexpr std::uint32_t newestScreencopy = 3; // tells damage and when all kinds of buffers were named
 constexpr std::uint32_t newestToplevels = 3;
 constexpr std::uint32_t newestDataControl = 2;
-
-template <typename Object>
-Object* bound(wl_registry* registry, std::uint32_t name, const wl_interface& interface, std::uint32_t version)
-{
-    return static_cast<Object*>(wl_registry_bind(registry, name, &interface, version));
-}
+constexpr std::uint32_t newestCommon = 1; // of the protocols that all compositors are to have
 
 } // namespace
 
@@ -79,30 +74,18 @@ WaylandConnection::WaylandConnection(wl_display* display)
 {
 }
 
-WaylandConnection::~WaylandConnection()
-{
-    outputs_.clear();
-    screencopy_.reset();
-    dataControl_.reset();
-    xdgOutputs_.reset();
-    seat_.reset();
-    shm_.reset();
-    registry_.reset();
-    wl_display_disconnect(display_);
-}
-
 void WaylandConnection::learn()
 {
     static constexpr wl_registry_listener listener = {
         .global =
             [](void* self, wl_registry*, std::uint32_t name, const char* interface, std::uint32_t version) {
-                static_cast<WaylandConnection*>(self)->didAddGlobal(name, interface, version);
+                static_cast<WaylandConnection*>(self)->didAddGlobal({name, version}, interface);
             },
         .global_remove
         = [](void* self, wl_registry*,
               std::uint32_t name) { static_cast<WaylandConnection*>(self)->didRemoveGlobal(name); },
     };
-    registry_.reset(wl_display_get_registry(display_));
+    registry_.reset(wl_display_get_registry(display()));
     wl_registry_add_listener(registry_.get(), &listener, this);
     roundTrip();
     for (const auto& output : outputs_)
@@ -110,41 +93,65 @@ void WaylandConnection::learn()
     roundTrip();
 }
 
-std::string WaylandConnection::captureObstacle() const
+WaylandConnection::CaptureWay WaylandConnection::captureWay() const
 {
-    if (screencopy_ && shm_)
-        return {};
-    return "This Wayland compositor lets no program capture the screen in a way that is known here "
-           "(wlr-screencopy).";
+    if (shm_ && imageCopy_ && outputSources_)
+        return CaptureWay::imageCopy;
+    return shm_ && screencopy_ ? CaptureWay::screencopy : CaptureWay::none;
 }
 
-void WaylandConnection::didAddGlobal(std::uint32_t name, const std::string& interface, std::uint32_t version)
+bool WaylandConnection::canCaptureWindows() const
 {
-    wl_registry* registry = registry_.get();
-    if (interface == wl_shm_interface.name && !shm_) {
-        shm_.reset(bound<wl_shm>(registry, name, wl_shm_interface, newestShm));
-    } else if (interface == wl_seat_interface.name && !seat_) {
-        seat_.reset(bound<wl_seat>(registry, name, wl_seat_interface, newestSeat));
-    } else if (interface == wl_output_interface.name && outputs_.size() < mostOutputs) {
-        WaylandHandle<wl_output> output(
-            bound<wl_output>(registry, name, wl_output_interface, std::min(version, newestOutput)));
-        outputs_.push_back(std::make_unique<WaylandOutput>(name, std::move(output)));
-        if (xdgOutputs_)
-            outputs_.back()->follow(xdgOutputs_.get());
-    } else if (interface == zxdg_output_manager_v1_interface.name && !xdgOutputs_) {
-        xdgOutputs_.reset(bound<zxdg_output_manager_v1>(
-            registry, name, zxdg_output_manager_v1_interface, std::min(version, newestXDGOutput)));
-    } else if (interface == zwlr_screencopy_manager_v1_interface.name && !screencopy_) {
-        screencopyVersion_ = std::min(version, newestScreencopy);
-        screencopy_.reset(bound<zwlr_screencopy_manager_v1>(
-            registry, name, zwlr_screencopy_manager_v1_interface, screencopyVersion_));
-    } else if (interface == zwlr_data_control_manager_v1_interface.name && !dataControl_) {
-        dataControl_.reset(bound<zwlr_data_control_manager_v1>(
-            registry, name, zwlr_data_control_manager_v1_interface, std::min(version, newestDataControl)));
-    } else if (interface == zwlr_foreign_toplevel_manager_v1_interface.name) {
-        toplevelManagerName_ = name;
-        toplevelManagerVersion_ = std::min(version, newestToplevels);
-    }
+    return shm_ && imageCopy_ && windowSources_ && windowList_.version > 0;
+}
+
+std::string WaylandConnection::captureObstacle() const
+{
+    if (captureWay() != CaptureWay::none)
+        return {};
+    return "This Wayland compositor lets no program capture the screen in a way that is known here "
+           "(ext-image-copy-capture, wlr-screencopy).";
+}
+
+template <typename Object>
+WaylandHandle<Object> WaylandConnection::bound(
+    const Global& global, const wl_interface& interface, std::uint32_t newest)
+{
+    return WaylandHandle<Object>(static_cast<Object*>(
+        wl_registry_bind(registry_.get(), global.name, &interface, std::min(global.version, newest))));
+}
+
+void WaylandConnection::didAddGlobal(const Global& global, const std::string& interface)
+{
+    const auto bindTo = [&]<typename Object>(
+                            WaylandHandle<Object>& handle, const wl_interface& known, std::uint32_t newest) {
+        if (interface == known.name && !handle)
+            handle = bound<Object>(global, known, newest);
+    };
+    bindTo(shm_, wl_shm_interface, newestShm);
+    bindTo(seat_, wl_seat_interface, newestSeat);
+    bindTo(xdgOutputs_, zxdg_output_manager_v1_interface, newestXDGOutput);
+    bindTo(screencopy_, zwlr_screencopy_manager_v1_interface, newestScreencopy);
+    bindTo(imageCopy_, ext_image_copy_capture_manager_v1_interface, newestCommon);
+    bindTo(outputSources_, ext_output_image_capture_source_manager_v1_interface, newestCommon);
+    bindTo(windowSources_, ext_foreign_toplevel_image_capture_source_manager_v1_interface, newestCommon);
+    bindTo(dataControl_, zwlr_data_control_manager_v1_interface, newestDataControl);
+    if (interface == wl_output_interface.name)
+        addOutput(global);
+    if (interface == zwlr_foreign_toplevel_manager_v1_interface.name)
+        toplevelManager_ = global;
+    if (interface == ext_foreign_toplevel_list_v1_interface.name)
+        windowList_ = global;
+}
+
+void WaylandConnection::addOutput(const Global& global)
+{
+    if (outputs_.size() >= mostOutputs)
+        return;
+    outputs_.push_back(std::make_unique<WaylandOutput>(
+        global.name, bound<wl_output>(global, wl_output_interface, newestOutput)));
+    if (xdgOutputs_)
+        outputs_.back()->follow(xdgOutputs_.get());
 }
 
 void WaylandConnection::didRemoveGlobal(std::uint32_t name)
@@ -154,11 +161,18 @@ void WaylandConnection::didRemoveGlobal(std::uint32_t name)
 
 WaylandHandle<zwlr_foreign_toplevel_manager_v1> WaylandConnection::bindToplevelManager()
 {
-    if (toplevelManagerVersion_ == 0)
+    if (toplevelManager_.version == 0)
         return nullptr;
-    return WaylandHandle<zwlr_foreign_toplevel_manager_v1>(
-        bound<zwlr_foreign_toplevel_manager_v1>(registry_.get(), toplevelManagerName_,
-            zwlr_foreign_toplevel_manager_v1_interface, toplevelManagerVersion_));
+    return bound<zwlr_foreign_toplevel_manager_v1>(
+        toplevelManager_, zwlr_foreign_toplevel_manager_v1_interface, newestToplevels);
+}
+
+WaylandHandle<ext_foreign_toplevel_list_v1> WaylandConnection::bindWindowList()
+{
+    if (windowList_.version == 0)
+        return nullptr;
+    return bound<ext_foreign_toplevel_list_v1>(
+        windowList_, ext_foreign_toplevel_list_v1_interface, newestCommon);
 }
 
 void WaylandConnection::roundTrip()
@@ -167,7 +181,7 @@ void WaylandConnection::roundTrip()
         .done = [](void* done, wl_callback*, std::uint32_t) { *static_cast<bool*>(done) = true; },
     };
     bool isDone = false;
-    const WaylandHandle<wl_callback> callback(wl_display_sync(display_));
+    const WaylandHandle<wl_callback> callback(wl_display_sync(display()));
     wl_callback_add_listener(callback.get(), &listener, &isDone);
     if (!dispatchUntil([&] { return isDone; }, Clock::now() + answerTimeout))
         throw waylandError(WaylandFailure::noAnswer, "The Wayland compositor does not answer.");
@@ -185,8 +199,8 @@ bool WaylandConnection::dispatchUntil(const std::function<bool()>& isDone, Clock
 
 void WaylandConnection::dispatchOnce(Clock::time_point deadline, std::span<const pollfd> others)
 {
-    if (wl_display_prepare_read(display_) != 0) {
-        if (wl_display_dispatch_pending(display_) < 0)
+    if (wl_display_prepare_read(display()) != 0) {
+        if (wl_display_dispatch_pending(display()) < 0)
             throwLost();
         return;
     }
@@ -194,17 +208,17 @@ void WaylandConnection::dispatchOnce(Clock::time_point deadline, std::span<const
     std::vector<pollfd> entries = {{.fd = fileDescriptor(), .events = POLLIN, .revents = 0}};
     entries.insert(entries.end(), others.begin(), others.end());
     // What does not fit into the socket now goes with the next call.
-    if (wl_display_flush(display_) < 0 && errno == EAGAIN)
+    if (wl_display_flush(display()) < 0 && errno == EAGAIN)
         entries[0].events |= POLLOUT;
     const int ready = ::poll(entries.data(), entries.size(),
         static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left, 0, 60'000)));
     if (ready > 0 && (entries[0].revents & (POLLIN | POLLERR | POLLHUP)) != 0) {
-        if (wl_display_read_events(display_) < 0)
+        if (wl_display_read_events(display()) < 0)
             throwLost();
     } else {
-        wl_display_cancel_read(display_);
+        wl_display_cancel_read(display());
     }
-    if (wl_display_dispatch_pending(display_) < 0)
+    if (wl_display_dispatch_pending(display()) < 0)
         throwLost();
 }
 

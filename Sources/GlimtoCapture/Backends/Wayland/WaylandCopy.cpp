@@ -6,84 +6,36 @@ namespace glimto {
 
 namespace {
 
-// From here on the compositor says when it has told all kinds of buffers.
-constexpr std::uint32_t versionWithBufferDone = 3;
-constexpr std::uint32_t versionWithDamage = 2;
-
 // More rectangles than these are not worth telling apart.
 constexpr std::size_t mostRects = 256;
-constexpr std::uint32_t farthestPixel = 32767;
-
-WaylandHandle<zwlr_screencopy_frame_v1> makeFrame(WaylandConnection& connection, const WaylandCopyArea& area)
-{
-    zwlr_screencopy_manager_v1* manager = connection.screencopy();
-    const std::int32_t cursor = area.showsCursor ? 1 : 0;
-    if (!area.part)
-        return WaylandHandle<zwlr_screencopy_frame_v1>(
-            zwlr_screencopy_manager_v1_capture_output(manager, cursor, area.output));
-    return WaylandHandle<zwlr_screencopy_frame_v1>(zwlr_screencopy_manager_v1_capture_output_region(
-        manager, cursor, area.output, area.part->x, area.part->y, area.part->width, area.part->height));
-}
+constexpr std::int64_t farthestPixel = 32767;
 
 } // namespace
 
-WaylandCopy::WaylandCopy(WaylandConnection& connection, const WaylandCopyArea& area)
-    : frame_(makeFrame(connection, area))
-    , version_(connection.screencopyVersion())
+void WaylandCopy::start(WaylandBuffer& buffer, When when)
 {
-    listen();
+    isStarted_ = true;
+    begin(buffer, when);
 }
 
-void WaylandCopy::listen()
+void WaylandCopy::didTellTime(std::uint32_t secondsHigh, std::uint32_t secondsLow, std::uint32_t nanoseconds)
 {
-    using Frame = zwlr_screencopy_frame_v1;
-    static constexpr zwlr_screencopy_frame_v1_listener listener = {
-        .buffer =
-            [](void* data, Frame*, std::uint32_t format, std::uint32_t width, std::uint32_t height,
-                std::uint32_t stride) {
-                auto* self = static_cast<WaylandCopy*>(data);
-                self->isOffered({.format = format, .width = width, .height = height, .bytesPerRow = stride});
-            },
-        .flags =
-            [](void* data, Frame*, std::uint32_t flags) {
-                static_cast<WaylandCopy*>(data)->isUpsideDown_
-                    = (flags & ZWLR_SCREENCOPY_FRAME_V1_FLAGS_Y_INVERT) != 0;
-            },
-        .ready =
-            [](void* data, Frame*, std::uint32_t high, std::uint32_t low, std::uint32_t nanoseconds) {
-                auto* self = static_cast<WaylandCopy*>(data);
-                // Seconds that need more than 32 bits are no clock's.
-                self->time_ = high == 0 ? std::int64_t{low} * 1'000'000'000 + nanoseconds : 0;
-                self->isReady_ = true;
-            },
-        .failed = [](void* data, Frame*) { static_cast<WaylandCopy*>(data)->hasFailed_ = true; },
-        .damage
-        = [](void* data, Frame*, std::uint32_t x, std::uint32_t y, std::uint32_t width,
-              std::uint32_t height) { static_cast<WaylandCopy*>(data)->didChange(x, y, width, height); },
-        .linux_dmabuf = [](void*, Frame*, std::uint32_t, std::uint32_t, std::uint32_t) {},
-        .buffer_done =
-            [](void* data, Frame*) {
-                auto* self = static_cast<WaylandCopy*>(data);
-                self->format_ = self->offered_;
-                // Nothing but graphics memory was offered.
-                self->isUnusable_ = !self->format_;
-            },
-    };
-    zwlr_screencopy_frame_v1_add_listener(frame_.get(), &listener, this);
+    // Seconds that need more than 32 bits are no clock's.
+    time_ = secondsHigh == 0 ? std::int64_t{secondsLow} * 1'000'000'000 + nanoseconds : 0;
 }
 
-void WaylandCopy::isOffered(const WaylandPictureFormat& format)
+void WaylandCopy::didTellTransform(std::uint32_t transform)
 {
-    if (isStarted_)
-        return;
-    offered_ = format;
-    if (version_ < versionWithBufferDone)
-        format_ = format;
+    if (transform <= WL_OUTPUT_TRANSFORM_FLIPPED_270)
+        transform_ = static_cast<std::int32_t>(transform);
+    else
+        hasFailed_ = true;
 }
 
-void WaylandCopy::didChange(std::uint32_t x, std::uint32_t y, std::uint32_t width, std::uint32_t height)
+void WaylandCopy::didChange(std::int64_t x, std::int64_t y, std::int64_t width, std::int64_t height)
 {
-    if (damage_.size() >= mostRects || std::max({x, y, width, height}) > farthestPixel) {
+    const auto [least, most] = std::minmax({x, y, width, height});
+    if (damage_.size() >= mostRects || least < 0 || most > farthestPixel) {
         hasUnknownDamage_ = true;
         return;
     }
@@ -94,15 +46,6 @@ void WaylandCopy::didChange(std::uint32_t x, std::uint32_t y, std::uint32_t widt
 const std::vector<PixelRect>* WaylandCopy::damage() const
 {
     return damage_.empty() || hasUnknownDamage_ ? nullptr : &damage_;
-}
-
-void WaylandCopy::start(WaylandBuffer& buffer, When when)
-{
-    isStarted_ = true;
-    if (when == When::onceChanged && version_ >= versionWithDamage)
-        zwlr_screencopy_frame_v1_copy_with_damage(frame_.get(), buffer.buffer());
-    else
-        zwlr_screencopy_frame_v1_copy(frame_.get(), buffer.buffer());
 }
 
 } // namespace glimto

@@ -4,6 +4,9 @@
 
 #include <wayland-client.h>
 
+#include <ext-foreign-toplevel-list-v1.h>
+#include <ext-image-capture-source-v1.h>
+#include <ext-image-copy-capture-v1.h>
 #include <wlr-data-control-unstable-v1.h>
 #include <wlr-foreign-toplevel-management-unstable-v1.h>
 #include <wlr-screencopy-unstable-v1.h>
@@ -29,6 +32,38 @@ struct WaylandDelete {
     void operator()(zwlr_screencopy_frame_v1* object) const noexcept
     {
         zwlr_screencopy_frame_v1_destroy(object);
+    }
+    void operator()(ext_image_capture_source_v1* object) const noexcept
+    {
+        ext_image_capture_source_v1_destroy(object);
+    }
+    void operator()(ext_output_image_capture_source_manager_v1* object) const noexcept
+    {
+        ext_output_image_capture_source_manager_v1_destroy(object);
+    }
+    void operator()(ext_foreign_toplevel_image_capture_source_manager_v1* object) const noexcept
+    {
+        ext_foreign_toplevel_image_capture_source_manager_v1_destroy(object);
+    }
+    void operator()(ext_image_copy_capture_manager_v1* object) const noexcept
+    {
+        ext_image_copy_capture_manager_v1_destroy(object);
+    }
+    void operator()(ext_image_copy_capture_session_v1* object) const noexcept
+    {
+        ext_image_copy_capture_session_v1_destroy(object);
+    }
+    void operator()(ext_image_copy_capture_frame_v1* object) const noexcept
+    {
+        ext_image_copy_capture_frame_v1_destroy(object);
+    }
+    void operator()(ext_foreign_toplevel_list_v1* object) const noexcept
+    {
+        ext_foreign_toplevel_list_v1_destroy(object);
+    }
+    void operator()(ext_foreign_toplevel_handle_v1* object) const noexcept
+    {
+        ext_foreign_toplevel_handle_v1_destroy(object);
     }
     void operator()(zwlr_data_control_manager_v1* object) const noexcept
     {

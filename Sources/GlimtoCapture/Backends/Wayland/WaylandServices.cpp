@@ -8,10 +8,28 @@
 
 namespace glimto {
 
+namespace {
+
+const char* protocolOf(WaylandConnection::CaptureWay way)
+{
+    switch (way) {
+    case WaylandConnection::CaptureWay::imageCopy:
+        return "ext-image-copy-capture";
+    case WaylandConnection::CaptureWay::screencopy:
+        return "wlr-screencopy";
+    case WaylandConnection::CaptureWay::none:
+        break;
+    }
+    return "none";
+}
+
+} // namespace
+
 ScreenCaptureAccess WaylandScreenAccess::preflightScreenCaptureAccess()
 {
     try {
         const auto connection = WaylandConnection::open();
+        captureWay_ = protocolOf(connection->captureWay());
         const std::string obstacle = connection->captureObstacle();
         return obstacle.empty() ? ScreenCaptureAccess{} : ScreenCaptureAccess::denied(obstacle);
     } catch (const std::exception& error) {

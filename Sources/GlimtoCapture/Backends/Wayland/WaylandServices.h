@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "Platform/EventTap.h"
 #include "Platform/ScreenAccess.h"
 #include "Platform/ShareableContent.h"
@@ -15,6 +17,12 @@ public:
     std::optional<std::int32_t> frontmostProcessID() override { return std::nullopt; }
     std::optional<Point> cursorLocation() override { return std::nullopt; }
     std::optional<std::uint32_t> displayIDAt(Point point) override;
+
+    // The protocol that the last preflight found.
+    const char* captureWay() const { return captureWay_; }
+
+private:
+    std::atomic<const char*> captureWay_ = "none";
 };
 
 class WaylandContentProvider final : public ShareableContentProvider {

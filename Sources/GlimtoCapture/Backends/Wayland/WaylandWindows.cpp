@@ -8,6 +8,7 @@
 
 #include "Backends/DesktopFiles/DesktopFiles.h"
 #include "Backends/Wayland/CompositorWindows.h"
+#include "Backends/Wayland/WaylandWindowList.h"
 #include "Support/Text.h"
 
 namespace glimto {
@@ -67,6 +68,17 @@ constexpr zwlr_foreign_toplevel_manager_v1_listener managerListener = {
     .finished = [](void*, zwlr_foreign_toplevel_manager_v1*) {},
 };
 
+Window windowOf(std::uint32_t identifier, const std::string& title, const std::string& applicationID)
+{
+    Window window;
+    window.windowID = identifier;
+    window.title = validUTF8(title);
+    window.isOnScreen = true;
+    const std::string application = validUTF8(applicationID);
+    window.owningApplication = Application{0, application, application};
+    return window;
+}
+
 std::vector<Window> toplevelWindows(WaylandConnection& connection)
 {
     const auto manager = connection.bindToplevelManager();
@@ -84,23 +96,48 @@ std::vector<Window> toplevelWindows(WaylandConnection& connection)
         ++identifier;
         if (each->isClosed)
             continue;
-        Window window;
-        window.windowID = identifier;
-        window.title = validUTF8(each->title);
-        window.isOnScreen = !each->isMinimized;
-        const std::string application = validUTF8(each->applicationID);
-        window.owningApplication = Application{0, application, application};
-        windows.push_back(std::move(window));
+        windows.push_back(windowOf(identifier, each->title, each->applicationID));
+        windows.back().isOnScreen = !each->isMinimized;
     }
     return windows;
+}
+
+// Those that can be captured by their ids. Which of them is active, and which are seen, is not told.
+std::vector<Window> capturableWindows(WaylandConnection& connection)
+{
+    const WaylandWindowList list(connection);
+    std::vector<Window> windows;
+    for (const auto& each : list.windows()) {
+        if (!each->isClosed && !each->identifier.empty())
+            windows.push_back(windowOf(each->windowID(), each->title, each->applicationID));
+    }
+    return windows;
+}
+
+bool namesOneOf(const std::vector<Window>& told, const std::vector<Window>& capturable)
+{
+    return std::ranges::any_of(told, [&](const Window& window) {
+        return std::ranges::find(capturable, window.windowID, &Window::windowID) != capturable.end();
+    });
+}
+
+// Ids by which a window can be captured come before what else is known of it.
+std::vector<Window> bestKnownWindows(WaylandConnection& connection)
+{
+    auto told = compositorWindows();
+    if (connection.canCaptureWindows()) {
+        auto capturable = capturableWindows(connection);
+        if (!told || !namesOneOf(*told, capturable))
+            return capturable;
+    }
+    return told ? std::move(*told) : toplevelWindows(connection);
 }
 
 } // namespace
 
 std::vector<Window> waylandWindows(WaylandConnection& connection)
 {
-    auto told = compositorWindows();
-    std::vector<Window> windows = told ? std::move(*told) : toplevelWindows(connection);
+    std::vector<Window> windows = bestKnownWindows(connection);
     DesktopFiles desktopFiles(DesktopFiles::standardDirectories());
     for (Window& window : windows) {
         Application& owner = *window.owningApplication;

@@ -124,7 +124,9 @@ public:
 private:
     X11ScreenAccess access_;
     X11ShareableContentProvider content_;
-    PlainScreenCapture capture_{openX11CaptureStream, PlainScreenCapture::Applications::canBeHidden};
+    PlainScreenCapture capture_{[](const CaptureRequest& request) {
+        return openedAsAsked(request, openX11CaptureStream(request.filter, request.configuration));
+    }};
     X11EventTapFactory eventTaps_;
     X11Pasteboard pasteboard_;
     std::unique_ptr<StillCapture> stills_ = makeX11StillCapture();

@@ -12,12 +12,12 @@ namespace {
 // The compositor that WAYLAND_DISPLAY names.
 class WaylandWindowSystem final : public WindowSystem {
 public:
-    const char* name() const override { return "wlr-screencopy"; }
+    const char* name() const override { return access_.captureWay(); }
     WindowSystemCapabilities capabilities() const override
     {
         return {.listsWindows = true,
-            .recordsWindows = false,
-            .recordsCoveredWindows = false,
+            .recordsWindows = true, // where the compositor offers it
+            .recordsCoveredWindows = true,
             .hidesApplications = false,
             .asksUser = false,
             .placesClicks = false};
@@ -31,7 +31,7 @@ public:
 private:
     WaylandScreenAccess access_;
     WaylandContentProvider content_;
-    PlainScreenCapture capture_{openWaylandCaptureStream, PlainScreenCapture::Applications::areAllShown};
+    PlainScreenCapture capture_{openWaylandCapture};
     WaylandEventTaps eventTaps_;
     WaylandPasteboard pasteboard_;
 };
