@@ -2,28 +2,11 @@
 
 import subprocess
 import unittest
-from pathlib import Path
 
 from support import pictures
 from support.case import EndToEndCase
 from support.processes import START_LIMIT, wait_until
-from support.wayland import Sway
-
-OWNER_NAME = b"glimto-capture-clipboard"
-
-
-def owners(server):
-    """The ids of processes that offer a picture in that session."""
-    found = []
-    for path in Path("/proc").glob("[0-9]*"):
-        try:
-            words = (path / "cmdline").read_bytes().split(b"\0")
-            environment = (path / "environ").read_bytes()
-        except OSError:
-            continue
-        if words[0] == OWNER_NAME and str(server.runtime).encode() in environment:
-            found.append(int(path.name))
-    return found
+from support.wayland import Sway, clipboard_owners
 
 
 class WaylandClipboardTests(EndToEndCase):
@@ -69,15 +52,15 @@ class WaylandClipboardTests(EndToEndCase):
 
     def test_owner_ends_when_another_program_takes_the_clipboard(self):
         self.copied(64)
-        wait_until(lambda: len(owners(self.sway)) == 1, "one owner")
+        wait_until(lambda: len(clipboard_owners(self.sway)) == 1, "one owner")
         self.put_text("hello")
-        wait_until(lambda: not owners(self.sway), "the end of the owner")
+        wait_until(lambda: not clipboard_owners(self.sway), "the end of the owner")
 
     def test_next_picture_replaces_the_last(self):
         self.copied(64)
         data = self.copied(65)
         self.assertEqual(self.pasted(), data)
-        wait_until(lambda: len(owners(self.sway)) == 1, "one owner")
+        wait_until(lambda: len(clipboard_owners(self.sway)) == 1, "one owner")
 
     def test_reader_that_stops_does_not_hold_up_others(self):
         data = self.copied(1500)
@@ -100,9 +83,9 @@ class WaylandClipboardEndTests(EndToEndCase):
         self.server = self.started(Sway())
         path = pictures.make_png(self.work / "small.png", "-size", "8x8", "xc:red")
         self.assertEqual(self.run_tool("clipboard-image", "--path", path).status, 0)
-        wait_until(lambda: len(owners(self.server)) == 1, "one owner")
+        wait_until(lambda: len(clipboard_owners(self.server)) == 1, "one owner")
         self.server.end()
-        wait_until(lambda: not owners(self.server), "the end of the owner")
+        wait_until(lambda: not clipboard_owners(self.server), "the end of the owner")
 
 
 if __name__ == "__main__":

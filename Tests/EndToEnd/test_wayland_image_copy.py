@@ -10,6 +10,7 @@ from support.compositor import Compositor
 from support.processes import wait_until
 from support.stills import region
 from support.tool import STATUS
+from support.wayland import clipboard_owners
 
 SIZE = (320, 240)
 BLUE, RED, GREEN, WHITE = "3060c0", "c03030", "30a030", "ffffff"
@@ -22,9 +23,12 @@ ENDED = "The Wayland compositor has ended the capture of the display."
 class ImageCopyCase(EndToEndCase):
     def setUp(self):
         super().setUp()
-        self.server = self.started(Compositor())
-        self.server.add_output("TEST-1", SIZE)
+        self.start_compositor()
         self.shot = self.work / "shot.png"
+
+    def start_compositor(self, *without):
+        self.server = self.started(Compositor(*without))
+        self.server.add_output("TEST-1", SIZE)
 
     def ask(self, command, *words):
         return self.server.ask(command, "TEST-1", *words)
@@ -292,6 +296,44 @@ class WindowTests(ImageCopyCase):
         output = self.start_recording("-d", "1", "--window-id", "4711").finish()
         self.assertEqual(output.status, 1)
         self.assertIn("4711", output.error_lines[-1])
+
+
+class ClipboardTests(ImageCopyCase):
+    def copied(self, side):
+        noise = self.directory / "noise.ppm"
+        pictures.write_ppm(pictures.noise(side, side), noise)
+        path = pictures.make_png(self.work / "picture.png", noise)
+        output = self.run_tool("clipboard-image", "--path", path)
+        self.assertEqual((output.status, output.errors), (0, ""))
+        return path.read_bytes()
+
+    def assert_pastes(self, data):
+        pasted = self.directory / "pasted"
+        self.server.ask("paste", pasted)
+        wait_until(lambda: pasted.read_bytes() == data, "the whole picture")
+
+    def test_picture_is_pasted_as_often_as_wanted(self):
+        data = self.copied(200)
+        for _ in range(3):
+            self.assert_pastes(data)
+
+    def test_owner_ends_when_another_program_takes_the_clipboard(self):
+        self.copied(20)
+        self.assert_pastes(self.copied(21))
+        wait_until(lambda: len(clipboard_owners(self.server)) == 1, "one owner")
+        self.server.ask("take")
+        wait_until(lambda: not clipboard_owners(self.server), "the end of the owner")
+
+
+class NoClipboardTests(ImageCopyCase):
+    def start_compositor(self):
+        super().start_compositor("no-clipboard")
+
+    def test_clipboard_is_refused_with_a_clear_error(self):
+        path = pictures.make_png(self.work / "small.png", "-size", "8x8", "xc:red")
+        output = self.run_tool("clipboard-image", "--path", path)
+        self.assertEqual(output.status, 1)
+        self.assertIn("(ext-data-control, wlr-data-control)", output.errors)
 
 
 if __name__ == "__main__":

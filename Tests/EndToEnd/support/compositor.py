@@ -16,9 +16,9 @@ SOCKET = "wayland-test"
 class Compositor(Child):
     """Obeys commands, as Tools/Compositor/TestCompositor.cpp lists them."""
 
-    def __init__(self):
+    def __init__(self, *without):
         self.runtime = Path(tempfile.mkdtemp(prefix="glimto-compositor-"))
-        super().__init__([TEST_COMPOSITOR, SOCKET], self.environment(), stdin=subprocess.PIPE,
+        super().__init__([TEST_COMPOSITOR, SOCKET, *without], self.environment(), stdin=subprocess.PIPE,
                          stdout=subprocess.PIPE, stderr=None)
         try:
             if self.hear() != "ready":

@@ -13,6 +13,9 @@ from support.windows import BINARY, hexadecimal
 
 TEST_SURFACE = Path(os.environ.get("GLIMTO_TEST_SURFACE", BINARY.parent / "glimto-test-surface"))
 
+# What a process is called that offers a picture.
+OWNER_NAME = b"glimto-capture-clipboard"
+
 # A user that is not root, who has nothing of his own: sway refuses to run as root.
 OTHER_USER = 1000
 
@@ -121,3 +124,17 @@ class Surface(Child):
         """A picture of the surface's size in pixels, by a file at `path`."""
         path.write_bytes(picture.bgrx())
         self.ask("show", path)
+
+
+def clipboard_owners(server):
+    """The ids of processes that offer a picture in that session."""
+    found = []
+    for path in Path("/proc").glob("[0-9]*"):
+        try:
+            words = (path / "cmdline").read_bytes().split(b"\0")
+            environment = (path / "environ").read_bytes()
+        except OSError:
+            continue
+        if words[0] == OWNER_NAME and str(server.runtime).encode() in environment:
+            found.append(int(path.name))
+    return found

@@ -136,6 +136,7 @@ void WaylandConnection::didAddGlobal(const Global& global, const std::string& in
     bindTo(outputSources_, ext_output_image_capture_source_manager_v1_interface, newestCommon);
     bindTo(windowSources_, ext_foreign_toplevel_image_capture_source_manager_v1_interface, newestCommon);
     bindTo(dataControl_, zwlr_data_control_manager_v1_interface, newestDataControl);
+    bindTo(commonDataControl_, ext_data_control_manager_v1_interface, newestCommon);
     if (interface == wl_output_interface.name)
         addOutput(global);
     if (interface == zwlr_foreign_toplevel_manager_v1_interface.name)

@@ -42,6 +42,7 @@ public:
     {
         return windowSources_.get();
     }
+    ext_data_control_manager_v1* commonDataControl() const { return commonDataControl_.get(); }
     zwlr_data_control_manager_v1* dataControl() const { return dataControl_.get(); }
     // Their windows begin to be told when they are bound, so that is done when they are wanted.
     WaylandHandle<zwlr_foreign_toplevel_manager_v1> bindToplevelManager();
@@ -100,6 +101,7 @@ private:
     WaylandHandle<ext_output_image_capture_source_manager_v1> outputSources_;
     WaylandHandle<ext_foreign_toplevel_image_capture_source_manager_v1> windowSources_;
     WaylandHandle<zwlr_data_control_manager_v1> dataControl_;
+    WaylandHandle<ext_data_control_manager_v1> commonDataControl_;
     Global toplevelManager_;
     Global windowList_;
     std::list<std::unique_ptr<WaylandOutput>> outputs_;

@@ -4,6 +4,7 @@
 
 #include <wayland-client.h>
 
+#include <ext-data-control-v1.h>
 #include <ext-foreign-toplevel-list-v1.h>
 #include <ext-image-capture-source-v1.h>
 #include <ext-image-copy-capture-v1.h>
@@ -64,6 +65,18 @@ struct WaylandDelete {
     void operator()(ext_foreign_toplevel_handle_v1* object) const noexcept
     {
         ext_foreign_toplevel_handle_v1_destroy(object);
+    }
+    void operator()(ext_data_control_manager_v1* object) const noexcept
+    {
+        ext_data_control_manager_v1_destroy(object);
+    }
+    void operator()(ext_data_control_source_v1* object) const noexcept
+    {
+        ext_data_control_source_v1_destroy(object);
+    }
+    void operator()(ext_data_control_device_v1* object) const noexcept
+    {
+        ext_data_control_device_v1_destroy(object);
     }
     void operator()(zwlr_data_control_manager_v1* object) const noexcept
     {

@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
-#include <cstring>
 #include <exception>
 #include <list>
+#include <memory>
 #include <span>
 #include <utility>
 #include <vector>
@@ -18,54 +18,28 @@
 #include "Backends/Clipboard/PasteboardOwnerProcess.h"
 #include "Backends/Wayland/WaylandConnection.h"
 #include "Backends/Wayland/WaylandErrors.h"
+#include "Backends/Wayland/WaylandSelection.h"
 #include "Support/FileDescriptor.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr const char* pngType = "image/png";
 constexpr std::chrono::seconds longestPause{30}; // of a reader that does not go on
 constexpr std::size_t mostReaders = 32;
 
 // Owns the clipboard of a seat and gives its contents, one PNG, to whoever asks. Used by one thread.
 class WaylandClipboardOffer {
 public:
-    // Takes the clipboard. Both outlive the object; the connection has data control and a seat. Throws
-    // PlatformError when the compositor does not answer.
+    // Takes the clipboard, which is possible. Both outlive the object. Throws PlatformError when the
+    // compositor does not answer.
     WaylandClipboardOffer(WaylandConnection& connection, std::span<const std::byte> png)
         : connection_(connection)
         , png_(png)
+        , selection_(WaylandSelection::take(connection, "image/png",
+              {.onRequest = [this](FileDescriptor pipe) { begin(std::move(pipe)); },
+                  .onLost = [this] { isTaken_ = true; }}))
     {
-        using Source = zwlr_data_control_source_v1;
-        using Device = zwlr_data_control_device_v1;
-        static constexpr zwlr_data_control_source_v1_listener sourceListener = {
-            .send =
-                [](void* self, Source*, const char* type, std::int32_t descriptor) {
-                    FileDescriptor pipe(descriptor);
-                    if (std::strcmp(type, pngType) == 0)
-                        static_cast<WaylandClipboardOffer*>(self)->begin(std::move(pipe));
-                },
-            .cancelled
-            = [](void* self, Source*) { static_cast<WaylandClipboardOffer*>(self)->isTaken_ = true; },
-        };
-        // What others put on the clipboard is none of our business.
-        static constexpr zwlr_data_control_device_v1_listener deviceListener = {
-            .data_offer
-            = [](void*, Device*,
-                  zwlr_data_control_offer_v1* offer) { zwlr_data_control_offer_v1_destroy(offer); },
-            .selection = [](void*, Device*, zwlr_data_control_offer_v1*) {},
-            .finished
-            = [](void* self, Device*) { static_cast<WaylandClipboardOffer*>(self)->isTaken_ = true; },
-            .primary_selection = [](void*, Device*, zwlr_data_control_offer_v1*) {},
-        };
-        source_.reset(zwlr_data_control_manager_v1_create_data_source(connection_.dataControl()));
-        zwlr_data_control_source_v1_add_listener(source_.get(), &sourceListener, this);
-        zwlr_data_control_source_v1_offer(source_.get(), pngType);
-        device_.reset(
-            zwlr_data_control_manager_v1_get_data_device(connection_.dataControl(), connection_.seat()));
-        zwlr_data_control_device_v1_add_listener(device_.get(), &deviceListener, this);
-        zwlr_data_control_device_v1_set_selection(device_.get(), source_.get());
         connection_.roundTrip();
     }
 
@@ -129,14 +103,14 @@ private:
 
     WaylandConnection& connection_;
     std::span<const std::byte> png_;
-    WaylandHandle<zwlr_data_control_source_v1> source_;
-    WaylandHandle<zwlr_data_control_device_v1> device_;
     bool isTaken_ = false; // by another program
     std::list<Transfer> transfers_;
+    std::unique_ptr<WaylandSelection> selection_; // last: it uses the others
 };
 
 constexpr const char* noClipboard
-    = "This Wayland compositor lets no program without a window write the clipboard (wlr-data-control).";
+    = "This Wayland compositor lets no program without a window write the clipboard (ext-data-control, "
+      "wlr-data-control).";
 
 } // namespace
 
@@ -144,7 +118,7 @@ std::optional<std::string> WaylandPasteboard::setPNG(std::span<const std::byte> 
 {
     try {
         // Said at once, and not by a process that has to be started for it.
-        if (!WaylandConnection::open()->dataControl())
+        if (!WaylandSelection::isPossible(*WaylandConnection::open()))
             return noClipboard;
     } catch (const std::exception& error) {
         return error.what();
@@ -156,7 +130,7 @@ std::optional<std::string> WaylandPasteboard::setPNG(std::span<const std::byte> 
 void WaylandPasteboardOwner::offer(std::span<const std::byte> png, const std::function<bool()>& isOffered)
 {
     const auto connection = WaylandConnection::open();
-    if (!connection->dataControl() || !connection->seat())
+    if (!WaylandSelection::isPossible(*connection))
         throw waylandError(WaylandFailure::missingProtocol, noClipboard);
     WaylandClipboardOffer clipboard(*connection, png);
     if (isOffered())

@@ -5,8 +5,9 @@
 
 namespace glimto {
 
-// The clipboard of a compositor that lets programs without a window use it (wlr-data-control). Pictures are
-// asked of their owner each time, so setPNG() leaves a process of its own behind.
+// The clipboard of a compositor that lets programs without a window use it (ext-data-control or
+// wlr-data-control). Pictures are asked of their owner each time, so setPNG() leaves a process of its own
+// behind.
 class WaylandPasteboard final : public Pasteboard {
 public:
     std::optional<std::string> setPNG(std::span<const std::byte> data) override;

@@ -1,7 +1,7 @@
 // A compositor without a screen whose pictures clients may capture by ext-image-copy-capture, and that
 // misbehaves as a test wants it to.
 //
-//     glimto-test-compositor <socket>
+//     glimto-test-compositor <socket> [no-clipboard]
 //
 // Writes "ready" once it can be connected to, then reads commands, a line each, and answers each by one line,
 // "ok", with what was asked for, or "error <text>". Ends with its input. A <name> is that of an output or the
@@ -22,6 +22,7 @@
 //   stop <name>                                      ends its captures
 //   remove <name>                                    and takes it from the session
 //   count <name>       sessions, captures that succeeded, pixels copied
+//   paste <file>, take    what is on the clipboard goes into the file; another program takes it
 #include <cstdint>
 #include <fstream>
 #include <iostream>
@@ -34,6 +35,7 @@
 #include <unistd.h>
 #include <wayland-server.h>
 
+#include "TestClipboard.h"
 #include "TestDesktop.h"
 #include "TestOlderProtocols.h"
 #include "TestSource.h"
@@ -44,12 +46,13 @@ using namespace glimto;
 
 class TestCompositor {
 public:
-    explicit TestCompositor(const std::string& socket)
+    TestCompositor(const std::string& socket, bool hasClipboard)
         : display_(wl_display_create())
         , desktop_(display_)
+        , seat_(display_, hasClipboard)
     {
         wl_display_init_shm(display_);
-        offerOlderProtocols(display_);
+        offerOlderProtocols(display_, hasClipboard);
         offerCapture(display_, [this](wl_resource* resource) { return desktop_.sourceOf(resource); });
         if (wl_display_add_socket(display_, socket.c_str()) != 0)
             throw std::runtime_error("no socket");
@@ -90,11 +93,15 @@ private:
     std::string obey(std::istringstream& words)
     {
         const auto command = next<std::string>(words);
+        if (command == "take")
+            return seat_.take(), "";
         const auto name = next<std::string>(words);
         if (command == "output")
             return addOutput(name, words), "";
         if (command == "window")
             return addWindow(name, words), "";
+        if (command == "paste")
+            return seat_.paste(name), "";
         TestSource* found = desktop_.sourceNamed(name);
         if (!found)
             throw std::runtime_error("there is no " + name);
@@ -233,6 +240,7 @@ private:
 
     wl_display* display_;
     TestDesktop desktop_;
+    TestSeat seat_;
     std::string text_;
 };
 
@@ -242,6 +250,7 @@ int main(int argumentCount, char** arguments)
 {
     if (argumentCount < 2)
         return 2;
-    TestCompositor(arguments[1]).run();
+    const bool hasClipboard = argumentCount < 3 || std::string(arguments[2]) != "no-clipboard";
+    TestCompositor(arguments[1], hasClipboard).run();
     return 0;
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include <wlr-data-control-unstable-v1.h>
 #include <wlr-screencopy-unstable-v1.h>
 
 namespace glimto {
@@ -27,15 +28,29 @@ constexpr struct zwlr_screencopy_manager_v1_interface screencopyRequests = {
     .destroy = destroyResource,
 };
 
+constexpr struct zwlr_data_control_manager_v1_interface clipboardRequests = {
+    .create_data_source = [](wl_client* client, wl_resource*, std::uint32_t) { throwOut(client); },
+    .get_data_device = [](wl_client* client, wl_resource*, std::uint32_t, wl_resource*) { throwOut(client); },
+    .destroy = destroyResource,
+};
+
 } // namespace
 
-void offerOlderProtocols(wl_display* display)
+void offerOlderProtocols(wl_display* display, bool hasClipboard)
 {
     wl_global_create(display, &zwlr_screencopy_manager_v1_interface, 3, nullptr,
         [](wl_client* client, void*, std::uint32_t version, std::uint32_t identifier) {
             wl_resource_set_implementation(wl_resource_create(client, &zwlr_screencopy_manager_v1_interface,
                                                static_cast<int>(version), identifier),
                 &screencopyRequests, nullptr, nullptr);
+        });
+    if (!hasClipboard)
+        return;
+    wl_global_create(display, &zwlr_data_control_manager_v1_interface, 2, nullptr,
+        [](wl_client* client, void*, std::uint32_t version, std::uint32_t identifier) {
+            wl_resource_set_implementation(wl_resource_create(client, &zwlr_data_control_manager_v1_interface,
+                                               static_cast<int>(version), identifier),
+                &clipboardRequests, nullptr, nullptr);
         });
 }
 
