@@ -105,8 +105,7 @@ private:
     {
         const std::int64_t now = hostTimeNanoseconds();
         heartbeat_.beat(now);
-        if (!source_.isRequested() && now >= nextRequest_)
-            source_.request();
+        requestWhenDue(now);
         std::int64_t until = hasBegun_ ? repeatDue() : now + repeatInterval;
         if (!source_.isRequested())
             until = std::min(until, nextRequest_);
@@ -118,6 +117,14 @@ private:
         const std::int64_t after = hostTimeNanoseconds();
         if (hasBegun_ && after >= repeatDue())
             deliver(after, Picture::asBefore);
+    }
+
+    void requestWhenDue(std::int64_t now)
+    {
+        if (source_.isRequested() || now < nextRequest_)
+            return;
+        source_.request();
+        requested_ = now;
     }
 
     std::int64_t repeatDue() const
@@ -138,11 +145,12 @@ private:
         nextRequest_ = grid_.pointAfter(now);
         // Compositors tell when the picture was shown; one with another clock is not believed.
         const bool isPlausible = source_.time() <= now && source_.time() > now - oldestTime;
-        deliver(isPlausible ? source_.time() : now, Picture::newOne);
+        delay_ = isPlausible ? now - source_.time() : 0;
+        deliver(now - delay_, Picture::newOne);
     }
 
-    // While a copy is outstanding, nothing has changed but what is told already, unless it is the first.
-    // Between two of them something may have: that is a frame of its own, unless the one before it is too
+    // While a copy has been outstanding for a while, nothing has changed but what is told already, unless it
+    // is the first. Else something may have: that is a frame of its own, unless the one before it is too
     // young.
     void takeLastPicture() override
     {
@@ -151,16 +159,15 @@ private:
         receive();
         if (!hasBegun_)
             waitForPicture(now + firstPictureTimeout);
-        else if (isDue(now, interval_) && !source_.isRequested())
-            waitForPicture(now + lastPictureTimeout);
+        else if (isDue(now, interval_))
+            waitForPicture((source_.isRequested() ? requested_ : now) + lastPictureTimeout + delay_);
     }
 
     void waitForPicture(std::int64_t deadline)
     {
         const std::uint64_t before = delivered();
         while (delivered() == before && hostTimeNanoseconds() < deadline) {
-            if (!source_.isRequested() && hostTimeNanoseconds() >= nextRequest_)
-                source_.request();
+            requestWhenDue(hostTimeNanoseconds());
             connection_->dispatchOnce(clockTime(std::min(deadline, hostTimeNanoseconds() + lookInterval)));
             receive();
         }
@@ -174,6 +181,8 @@ private:
     FrameGrid grid_;
     bool hasBegun_ = false;
     std::int64_t nextRequest_ = 0;
+    std::int64_t requested_ = 0; // when the last copy was
+    std::int64_t delay_ = 0; // how long the last picture took from the screen to here
 };
 
 } // namespace
