@@ -7,6 +7,7 @@ import stat
 import unittest
 
 from support.portal import PortalCase
+from support.processes import wait_until
 
 
 class PortalPermissionTests(PortalCase):
@@ -162,6 +163,7 @@ class PortalTroubleTests(PortalCase):
         portal = self.start_portal(size="320x240")
         recording = self.start_recording("-d", "600")
         recording.wait_until_recording()
+        wait_until((self.take / "thumbnail.jpg").exists, "the first frame")
         trouble(portal)
         output = recording.finish()
         self.assertEqual(output.status, 1)
