@@ -92,6 +92,7 @@ class WaylandWindowTests(WaylandCase):
             "[Desktop Entry]\nType=Application\nName=Nice Painter\nExec=true\n")
         first = self.surface("-", application="org.example.Painter", title="One")
         second = self.surface("-", application="unknown", title="Two")
+        self.assertNotIn("error", self.run_tool("windows-json", "--all").json())
         two, one = self.windows()
         self.assertEqual((one["title"], two["title"]), ("One", "Two"))
         self.assertEqual(one["owningApplication"],
@@ -116,13 +117,19 @@ class WaylandWindowTests(WaylandCase):
             for environment in ({}, {"SWAYSOCK": None}):
                 window, = self.windows(**environment)
                 self.assertTrue(window["title"].startswith("bad "))
+                self.assertEqual(window["frame"]["width"] > 0, "SWAYSOCK" not in environment)
 
     def test_without_the_compositors_own_language_windows_have_no_place(self):
         self.surface("-", application="app", title="One")
         for socket in (None, "/nowhere", str(self.work)):
-            window, = self.windows(SWAYSOCK=socket)
+            output = self.run_tool("windows-json", SWAYSOCK=socket)
+            window, = output.json()["windows"]
+            self.assertEqual((output.status, output.errors), (0, ""))
             self.assertEqual((window["title"], window["owningApplication"]["name"]), ("One", "app"))
             self.assertEqual(window["frame"]["width"], 0)
+            self.assertEqual(output.json()["error"], {
+                "code": "sckEnumerationFailed", "domain": "Wayland", "nsCode": 10, "type": "PlatformError",
+                "message": "This Wayland compositor does not tell programs where windows are."})
 
 
 if __name__ == "__main__":

@@ -108,6 +108,8 @@ ScreenCaptureWindowListPayload ScreenCaptureWindowListPayload::success(const Sha
     payload.permission = {preflightGranted ? "granted" : "unknown", preflightGranted};
     payload.displays = converted<ScreenCaptureDisplayJSON>(content.displays, content.displays.size());
     payload.windows = converted<ScreenCaptureWindowJSON>(content.windows, content.windows.size());
+    if (content.windowsObstacle)
+        payload.error.emplace("sckEnumerationFailed", *content.windowsObstacle);
     return payload;
 }
 

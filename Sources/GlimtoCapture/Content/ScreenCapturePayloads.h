@@ -74,7 +74,8 @@ struct ScreenCaptureErrorJSON {
     ScreenCaptureErrorJSON(std::string errorCode, const std::exception& error);
 };
 
-// The displays and windows of one snapshot, or why there is none.
+// The displays and windows of one snapshot, or why there is none. An error beside displays or windows is why
+// windows are missing or have no place.
 struct ScreenCaptureWindowListPayload {
     using Time = std::chrono::system_clock::time_point;
 

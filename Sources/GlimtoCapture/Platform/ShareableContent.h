@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Platform/Geometry.h"
+#include "Support/Errors.h"
 
 namespace glimto {
 
@@ -40,6 +41,8 @@ struct ShareableContent {
     std::vector<Display> displays;
     std::vector<Window> windows;
     std::vector<Application> applications; // owners of windows, each once
+    // Why windows are missing or have no place, where the system does not tell these to programs.
+    std::optional<PlatformError> windowsObstacle;
 };
 
 struct ContentQuery {

@@ -136,6 +136,18 @@ TEST(ScreenCaptureWindowListPayloadTests, FalsePreflightAfterSuccessIsUnknown)
     EXPECT_EQ(json["permission"].dump(), R"({"preflightGranted":false,"screenRecording":"unknown"})");
 }
 
+TEST(ScreenCaptureWindowListPayloadTests, WhatIsNotToldOfWindowsIsAnErrorBesideTheLists)
+{
+    ShareableContent content = contentWithWindows(1);
+    content.windowsObstacle = PlatformError("Wayland", 10, "Nobody tells where windows are.");
+    const auto json = toJSON(ScreenCaptureWindowListPayload::success(
+        content, ScreenCaptureWindowListScope::all, false, true, midday));
+    EXPECT_EQ(json["windows"].size(), 1U);
+    EXPECT_EQ(json["error"].dump(),
+        R"({"code":"sckEnumerationFailed","domain":"Wayland","message":"Nobody tells where windows are.",)"
+        R"("nsCode":10,"type":"PlatformError"})");
+}
+
 TEST(ScreenCaptureWindowListPayloadTests, FailureTellsTheErrorAndListsNothing)
 {
     EXPECT_EQ(text(ScreenCaptureWindowListPayload::failure(PlatformError("X11", 5, "The X server is gone."),

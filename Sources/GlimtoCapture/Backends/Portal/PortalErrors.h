@@ -18,6 +18,7 @@ enum class PortalFailure : std::int64_t {
     sourceGone = 5, // closed by the user, unplugged, or its provider ended
     noPicture = 6, // a stream in no format that is known here
     regionElsewhere = 7, // the region does not lie on what was picked
+    untoldWindows = 8, // only the dialog knows which windows there are
 };
 
 inline PlatformError portalError(PortalFailure failure, const std::string& message)

@@ -182,9 +182,10 @@ Application application(const JSON& object, const std::string& identifier)
     return {static_cast<std::int32_t>(process.value_or(0)), identifier, identifier};
 }
 
+// Titles may hold any bytes, and compositors hand them on.
 JSON parsed(std::string_view json)
 {
-    return JSON::parse(json, nullptr, false);
+    return JSON::parse(validUTF8(json), nullptr, false);
 }
 
 class SwayTree {

@@ -53,6 +53,8 @@ public:
     CaptureWay captureWay() const;
     bool canCaptureWindows() const;
 
+    bool canListWindows() const { return toplevelManager_.version != 0 || windowList_.version != 0; }
+
     // Why the screen cannot be captured on this connection, as a sentence for the user; empty when it can.
     std::string captureObstacle() const;
 

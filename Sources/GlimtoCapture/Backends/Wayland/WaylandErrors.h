@@ -19,6 +19,8 @@ enum class WaylandFailure : std::int64_t {
     sourceGone = 6, // the display captured is no longer there
     copyFailed = 7,
     noWindowCapture = 8, // it cannot show a single window to a client
+    untoldWindows = 9, // it tells no client which windows there are
+    untoldPlaces = 10, // or not where they are
 };
 
 inline PlatformError waylandError(WaylandFailure failure, const std::string& message)

@@ -61,6 +61,7 @@ ShareableContent WaylandContentProvider::fetch(const ContentQuery& query)
     content.windows = waylandWindows(*connection);
     if (query.onScreenWindowsOnly)
         std::erase_if(content.windows, [](const Window& window) { return !window.isOnScreen; });
+    content.windowsObstacle = waylandWindowsObstacle(*connection, content.windows);
     for (const Window& window : content.windows) {
         auto& all = content.applications;
         if (std::find(all.begin(), all.end(), *window.owningApplication) == all.end())

@@ -8,6 +8,7 @@
 
 #include "Backends/DesktopFiles/DesktopFiles.h"
 #include "Backends/Wayland/CompositorWindows.h"
+#include "Backends/Wayland/WaylandErrors.h"
 #include "Backends/Wayland/WaylandWindowList.h"
 #include "Support/Text.h"
 
@@ -152,6 +153,18 @@ std::vector<Window> waylandWindows(WaylandConnection& connection)
         }
     }
     return windows;
+}
+
+std::optional<PlatformError> waylandWindowsObstacle(
+    const WaylandConnection& connection, const std::vector<Window>& windows)
+{
+    if (windows.empty() && !connection.canListWindows())
+        return waylandError(WaylandFailure::untoldWindows,
+            "This Wayland compositor does not tell programs which windows there are.");
+    if (std::ranges::any_of(windows, [](const Window& window) { return window.frame.isEmpty(); }))
+        return waylandError(WaylandFailure::untoldPlaces,
+            "This Wayland compositor does not tell programs where windows are.");
+    return std::nullopt;
 }
 
 } // namespace glimto
