@@ -18,7 +18,7 @@ struct WindowSystemCapabilities {
     bool hidesApplications = true; // excluded applications are not seen in captures of a display
     bool asksUser = false; // opening a capture may ask the user, who then also picks the source
     bool placesClicks = true; // the event tap knows where the pointer is
-    bool hearsClicks = true; // the event tap, where there is one, hears clicks and scrolls and not only moves
+    bool hearsClicks = true; // the event tap hears clicks and scrolls as well; said once there is one
 
     friend bool operator==(const WindowSystemCapabilities&, const WindowSystemCapabilities&) = default;
 };

@@ -1,7 +1,11 @@
 #include "Backends/Portal/PortalPointer.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
+#include <vector>
+
+#include <poll.h>
 
 #include "Support/TimeStamps.h"
 
@@ -12,30 +16,37 @@ namespace {
 // A tap that does not take them loses the oldest.
 constexpr std::size_t mostWaitingMoves = 10'000;
 
+// The pointer is told with the next picture, a little after it moved; devices tell at once.
+constexpr std::int64_t settlingTime = 150'000'000;
+
 } // namespace
 
 void PortalPointer::moved(Point location, std::int64_t hostNs)
 {
-    state_.change([&](State& state) {
+    const auto listener = state_.with([&](State& state) -> std::shared_ptr<WakeUp> {
         if (state.last == location)
-            return;
+            return nullptr;
         state.last = location;
         state.lastNs = std::max(hostNs, state.lastNs);
-        if (!state.isListenedTo)
-            return;
+        if (!state.listener)
+            return nullptr;
         if (state.moves.size() >= mostWaitingMoves)
             state.moves.pop_front();
         state.moves.push_back(
             {.type = InputEventType::mouseMoved, .hostNs = state.lastNs, .globalLocation = location});
+        return state.listener;
     });
+    if (listener)
+        listener->wake();
 }
 
-PortalEventTap::PortalEventTap(std::shared_ptr<PortalPointer> pointer)
+PortalEventTap::PortalEventTap(std::shared_ptr<PortalPointer> pointer, PointerDevices devices)
     : pointer_(std::move(pointer))
+    , devices_(std::move(devices))
 {
     // Where the pointer already is, is the first that is known of it.
-    pointer_->state_.with([](PortalPointer::State& state) {
-        state.isListenedTo = true;
+    pointer_->state_.with([&](PortalPointer::State& state) {
+        state.listener = wakeUp_;
         state.mustStop = false;
         state.lastNs = std::max(hostTimeNanoseconds(), state.lastNs);
         if (state.last)
@@ -47,7 +58,7 @@ PortalEventTap::PortalEventTap(std::shared_ptr<PortalPointer> pointer)
 PortalEventTap::~PortalEventTap()
 {
     pointer_->state_.with([](PortalPointer::State& state) {
-        state.isListenedTo = false;
+        state.listener.reset();
         state.moves.clear();
     });
 }
@@ -56,31 +67,51 @@ void PortalEventTap::run(std::chrono::nanoseconds timerPeriod, const Handlers& h
 {
     std::int64_t timerDue = hostTimeNanoseconds() + timerPeriod.count();
     for (;;) {
-        std::deque<InputEvent> moves;
-        bool mustStop = false;
-        const std::int64_t left = std::max<std::int64_t>(0, timerDue - hostTimeNanoseconds());
-        pointer_->state_.waitFor(
-            std::chrono::nanoseconds(left),
-            [](const PortalPointer::State& state) { return state.mustStop || !state.moves.empty(); },
-            [&](PortalPointer::State& state) {
-                moves.swap(state.moves);
-                mustStop = state.mustStop;
-            });
-        for (const InputEvent& move : moves)
-            handlers.onEvent(move);
+        const bool mustStop = takeEvents();
+        const bool mayPlaceAll = mustStop || devices_.isEmpty();
+        for (const InputEvent& event : placing_.take(mayPlaceAll ? std::numeric_limits<std::int64_t>::max()
+                                                                 : hostTimeNanoseconds() - settlingTime))
+            handlers.onEvent(event);
         if (mustStop)
             return;
         const std::int64_t now = hostTimeNanoseconds();
         if (now >= timerDue) {
             timerDue = now + timerPeriod.count();
+            devices_.look();
             handlers.onTimer();
         }
+        const auto oldest = placing_.oldest();
+        waitForMore(oldest ? std::min(timerDue, *oldest + settlingTime) : timerDue);
     }
+}
+
+// Whether the tap was stopped before.
+bool PortalEventTap::takeEvents()
+{
+    wakeUp_->clear();
+    std::deque<InputEvent> moves;
+    const bool mustStop = pointer_->state_.with([&](PortalPointer::State& state) {
+        moves.swap(state.moves);
+        return state.mustStop;
+    });
+    for (const InputEvent& move : moves)
+        placing_.add(move);
+    for (const InputEvent& event : devices_.take())
+        placing_.add(event);
+    return mustStop;
+}
+
+void PortalEventTap::waitForMore(std::int64_t deadline)
+{
+    std::vector<pollfd> entries = {{.fd = wakeUp_->fileDescriptor(), .events = POLLIN, .revents = 0}};
+    devices_.addTo(entries);
+    waitFor(entries, deadline);
 }
 
 void PortalEventTap::stop()
 {
-    pointer_->state_.change([](PortalPointer::State& state) { state.mustStop = true; });
+    pointer_->state_.with([](PortalPointer::State& state) { state.mustStop = true; });
+    wakeUp_->wake();
 }
 
 PortalEventTapFactory::PortalEventTapFactory(std::shared_ptr<PortalPointer> pointer)
@@ -91,9 +122,12 @@ PortalEventTapFactory::PortalEventTapFactory(std::shared_ptr<PortalPointer> poin
 std::unique_ptr<EventTap> PortalEventTapFactory::makeListenOnlyTap(std::uint64_t eventMask)
 {
     constexpr auto moves = std::uint64_t{1} << static_cast<unsigned>(InputEventType::mouseMoved);
+    hearsClicks_ = false;
     if (!pointer_->isTold() || (eventMask & moves) == 0)
         return nullptr;
-    return std::make_unique<PortalEventTap>(pointer_);
+    PointerDevices devices;
+    hearsClicks_ = !devices.isEmpty();
+    return std::make_unique<PortalEventTap>(pointer_, std::move(devices));
 }
 
 } // namespace glimto

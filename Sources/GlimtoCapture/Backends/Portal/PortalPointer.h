@@ -1,23 +1,33 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <memory>
 #include <optional>
 
+#include "Backends/InputDevices/PointerDevices.h"
+#include "Backends/InputDevices/PointerPlacing.h"
+#include "Backends/Streams/WakeUp.h"
 #include "Platform/EventTap.h"
 #include "Platform/Geometry.h"
 #include "Support/Guarded.h"
 
 namespace glimto {
 
-// Where the pointer moves, as the capture that runs is told beside its pictures. Clicks and scrolls are told
-// to nobody. Owned by the window system, the capture and the taps; any thread.
+// Where the pointer moves, as the capture that runs is told beside its pictures. Owned by the window system,
+// the capture and the taps; any thread.
 class PortalPointer {
 public:
     // Whether a capture is told of the pointer.
-    void setIsTold(bool isTold) { state_.with([&](State& state) { state.isTold = isTold; }); }
-    bool isTold() const { return state_.with([](const State& state) { return state.isTold; }); }
+    void setIsTold(bool isTold)
+    {
+        state_.with([&](State& state) { state.isTold = isTold; });
+    }
+    bool isTold() const
+    {
+        return state_.with([](const State& state) { return state.isTold; });
+    }
 
     // Of the capture's thread: the pointer was there, in global display points. A place that is as before is
     // no move.
@@ -28,7 +38,7 @@ private:
 
     struct State {
         bool isTold = false;
-        bool isListenedTo = false;
+        std::shared_ptr<WakeUp> listener; // null while nobody listens
         bool mustStop = false;
         std::optional<Point> last;
         std::int64_t lastNs = 0; // no event is older
@@ -37,10 +47,12 @@ private:
     Guarded<State> state_;
 };
 
-// Moves only. One at a time hears them.
+// Moves, and clicks and scrolls of the devices that the user may read, which happen where the pointer is. One
+// at a time hears them.
 class PortalEventTap final : public EventTap {
 public:
-    explicit PortalEventTap(std::shared_ptr<PortalPointer> pointer);
+    // Throws PlatformError (POSIX).
+    PortalEventTap(std::shared_ptr<PortalPointer> pointer, PointerDevices devices);
     ~PortalEventTap() override;
 
     void run(std::chrono::nanoseconds timerPeriod, const Handlers& handlers) override;
@@ -49,7 +61,13 @@ public:
     void enable() override { }
 
 private:
+    bool takeEvents();
+    void waitForMore(std::int64_t deadline);
+
     std::shared_ptr<PortalPointer> pointer_;
+    std::shared_ptr<WakeUp> wakeUp_ = std::make_shared<WakeUp>(); // also of whoever tells of the pointer
+    PointerDevices devices_;
+    PointerPlacing placing_;
 };
 
 // Null for a tap where the capture that runs is not told of the pointer.
@@ -59,8 +77,12 @@ public:
 
     std::unique_ptr<EventTap> makeListenOnlyTap(std::uint64_t eventMask) override;
 
+    // Whether the tap that was made last hears clicks and scrolls. Any thread.
+    bool hearsClicks() const { return hearsClicks_; }
+
 private:
     std::shared_ptr<PortalPointer> pointer_;
+    std::atomic<bool> hearsClicks_ = false;
 };
 
 } // namespace glimto

@@ -83,6 +83,8 @@ public:
         }
         if (content.displays.empty())
             content.displays = {{.displayID = pickedDisplayID, .frame = {}}};
+        content.windowsObstacle = portalError(
+            PortalFailure::untoldWindows, "Only the desktop's dialog knows which windows there are.");
         return content;
     }
 
@@ -231,7 +233,7 @@ public:
             .hidesApplications = false,
             .asksUser = true,
             .placesClicks = true,
-            .hearsClicks = false};
+            .hearsClicks = eventTaps_.hearsClicks()};
     }
 
     ScreenAccess& access() override { return access_; }
