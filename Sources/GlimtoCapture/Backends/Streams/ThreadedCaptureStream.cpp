@@ -8,6 +8,13 @@
 
 namespace glimto {
 
+namespace {
+
+// More than a tick of any timescale: of two frames within one tick a file takes only the first.
+constexpr std::int64_t leastDistance = 1'000'000;
+
+} // namespace
+
 void ThreadedCaptureStream::start(Handlers handlers)
 {
     outputs_.set(std::move(handlers));
@@ -66,7 +73,7 @@ void ThreadedCaptureStream::deliver(std::int64_t time, Picture kind)
 {
     if (!picture())
         return;
-    lastTime_ = std::max(time, lastTime_ + 1);
+    lastTime_ = std::max(time, lastTime_ + leastDistance);
     VideoFrame frame;
     frame.status = FrameStatus::complete;
     frame.presentationTime = MediaTime::fromNanoseconds(lastTime_);

@@ -49,7 +49,8 @@ protected:
     // The thread has ended: gives back what it had of the window system.
     virtual void release() { }
 
-    // Hands out picture(), if there is one. `time` on the host clock; frames never have the same.
+    // Hands out picture(), if there is one. `time` on the host clock; a frame is at least a millisecond later
+    // than the one before, whatever its picture's own time.
     enum class Picture { newOne, asBefore };
     void deliver(std::int64_t time, Picture picture);
 
