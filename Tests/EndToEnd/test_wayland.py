@@ -2,15 +2,17 @@
 
 import json
 import signal
+import subprocess
 import time
 import unittest
 
 from support import pictures
 from support.case import EndToEndCase
-from support.processes import wait_until
+from support.processes import Child, wait_until
 from support.stills import region
 from support.tool import STATUS
 from support.wayland import Surface, Sway
+from support.windows import BINARY
 
 FIRST = (640, 480)
 SECOND = (800, 600)  # pixels; half as many points
@@ -98,6 +100,25 @@ class WaylandScreenshotTests(WaylandCase):
         noise = self.show_noise("HEADLESS-2", SECOND)
         self.assertEqual(self.screenshot("--target-json", region(1920 + 11, 13, 40, 50)),
                          noise.crop(22, 26, 80, 100))
+
+
+    def test_own_windows_that_cannot_be_left_out_are_warned_of(self):
+        self.surface(colour=BLUE, application="com.glimto.desktop", title="Glimto")
+        output = self.run_tool("screenshot", "-o", self.shot, "--no-watermark")
+        self.assertEqual((output.status, output.error_lines), (
+            0, ["Warning: This system cannot leave the windows of Glimto out of a screenshot."]))
+
+    def test_trigger_and_watermark_are_as_everywhere(self):
+        self.surface(colour=BLUE)
+        plain = self.screenshot()
+        waiting = self.started(Child([BINARY, "screenshot", "-o", self.shot, "--wait-for-capture-trigger"],
+                                     self.environment(), stdin=subprocess.PIPE, stderr=subprocess.PIPE))
+        self.assertEqual(waiting.process.stderr.readline(), b"GLIMTO_SCREENSHOT_READY_FOR_TRIGGER\n")
+        waiting.process.communicate(b"\n", timeout=60)
+        self.assertEqual(waiting.process.returncode, 0)
+        marked = pictures.read_png(self.shot)
+        self.assertEqual((marked.width, marked.height), (plain.width, plain.height))
+        self.assertNotEqual(marked.data, plain.data)
 
 
 class WaylandRecordingTests(WaylandCase):

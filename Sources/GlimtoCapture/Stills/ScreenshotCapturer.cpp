@@ -147,7 +147,12 @@ PixelCanvas ScreenshotCapturer::captureImageWithFirstFrameStream(
             .height = source.height,
             .description = source.description,
             .globalFrame = {}}});
-    const auto stream = opening->open().stream;
+    const OpenedCapture opened = opening->open();
+    const auto* display = std::get_if<DisplayContentFilter>(&source.filter.content);
+    if (display && !display->excludedApplications.empty() && !opened.hidesApplications)
+        outputs_.standardError.writeLine(
+            "Warning: This system cannot leave the windows of Glimto out of a screenshot.");
+    const auto& stream = opened.stream;
     stream->start(output->handlers());
     return imageOfFrame(firstFrame(*stream, *output).pixelBuffer->pixels());
 }

@@ -247,6 +247,19 @@ protected:
     FakeCaptureStreamState& stream = *captureStreams.stream;
 };
 
+TEST_F(ScreenshotCapturerStreamTests, OwnWindowsThatCannotBeLeftOutAreWarnedOfOnce)
+{
+    stream.changesOpened = [](OpenedCapture& opened) { opened.hidesApplications = false; };
+    capture();
+    EXPECT_TRUE(standardError.lines().empty());
+
+    content.content.applications = {{process.pid, "com.glimto.desktop", "Glimto"}};
+    capture();
+    EXPECT_EQ(standardError.lines(),
+        std::vector<std::string>{
+            "Warning: This system cannot leave the windows of Glimto out of a screenshot."});
+}
+
 TEST_F(ScreenshotCapturerStreamTests, TheFirstFrameOfAStreamIsThePicture)
 {
     EXPECT_EQ(capture().width, 640);
