@@ -36,6 +36,32 @@ TEST_F(FFmpegAudioAssetWriterTests, ToneIsContinuousOverManySegments)
     EXPECT_LT(worstToneError(sound, framesPerBlock, 20 * sampleRate - framesPerBlock), toneTolerance);
 }
 
+TEST_F(FFmpegAudioAssetWriterTests, LoudPureTonesKeepTheirLevelAndShape)
+{
+    constexpr std::int64_t length = sampleRate;
+    for (const double frequency : {60.0, 250.0, 440.0, 1000.0, 3000.0, 9000.0}) {
+        for (const bool isStereo : {true, false}) {
+            startWriter();
+            auto samples = silence(length);
+            for (std::size_t index = 0; index < samples.size(); ++index) {
+                const double turns = frequency * static_cast<double>(index / 2) / sampleRate;
+                const bool isHeard = isStereo || index % 2 == 0;
+                samples[index]
+                    = isHeard ? static_cast<float>(0.9 * std::sin(2 * std::numbers::pi * turns)) : 0;
+            }
+            append(0, samples);
+            const DecodedSound sound = finishAndDecode();
+            double error = 0;
+            for (std::size_t frame = framesPerBlock; frame < length - framesPerBlock; ++frame)
+                for (std::size_t channel = 0; channel < 2; ++channel)
+                    error += std::pow(sound.channels[channel][frame] - samples[frame * 2 + channel], 2);
+            EXPECT_LT(std::sqrt(error / (2 * length)), 0.006)
+                << frequency << " Hz, " << (isStereo ? "both channels" : "left only");
+            collector_.segments.clear();
+        }
+    }
+}
+
 TEST_F(FFmpegAudioAssetWriterTests, FirstBlockFadesInWithoutBeingLouder)
 {
     startWriter();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <numbers>
 #include <utility>
 
 extern "C" {
@@ -22,6 +23,12 @@ namespace {
 
 constexpr const char* makingFailed = "Could not make the AAC encoder";
 constexpr const char* encodingFailed = "Could not encode AAC";
+
+// The fast search spends all bits that it has. A loud pure tone needs few, and is quantized so finely that its
+// largest values overflow: up to 3 dB are lost, and the rest is distorted. So little noise, relative to the block's
+// peak, takes the bits that are left over; silence stays silent. Errors of tones from 60 Hz to 9 kHz at 0.9 of full
+// scale: -12 dB without it, -40 dB at 0.0006, -49 dB at 0.0008, -46 dB at 0.001.
+constexpr float noiseLevel = 0.0008F; // root mean square
 
 float encodable(float sample)
 {
@@ -48,6 +55,9 @@ struct AACEncoder::Context {
         // Measured at 128 kbit/s on harmonic tones: 6 ms a second at 32 dB signal to noise; the default
         // search takes 35 ms and leaves 13 dB.
         requireFFmpeg(av_opt_set(codec->priv_data, "aac_coder", "fast", 0), makingFailed);
+        // Measured on speech that reaches one ear 3 ms later: 16 dB less error without intensity stereo, and
+        // none of mono, music and noise is the worse for it.
+        requireFFmpeg(av_opt_set(codec->priv_data, "aac_is", "0", 0), makingFailed);
         return avcodec_open2(codec.get(), nullptr, nullptr) == 0 && codec->frame_size == framesPerBlock;
     }
 
@@ -113,12 +123,26 @@ void AACEncoder::fillFrame(std::span<const float> block)
     assert(block.size() == channelCount * static_cast<std::size_t>(framesPerBlock));
     requireFFmpeg(av_frame_make_writable(&frame), encodingFailed);
     for (std::size_t channel = 0; channel < channelCount; ++channel) {
-        auto* plane = reinterpret_cast<float*>(frame.extended_data[channel]);
-        for (std::size_t at = channel; at < block.size(); at += channelCount)
-            *plane++ = encodable(block[at]);
+        const std::span plane(reinterpret_cast<float*>(frame.extended_data[channel]), framesPerBlock);
+        float peak = 0;
+        for (std::size_t at = 0; at < plane.size(); ++at) {
+            plane[at] = encodable(block[at * channelCount + channel]);
+            peak = std::max(peak, std::abs(plane[at]));
+        }
+        addNoise(plane, peak * noiseLevel);
     }
     frame.pts = nextTime_;
     nextTime_ += framesPerBlock;
+}
+
+void AACEncoder::addNoise(std::span<float> samples, float level)
+{
+    if (level == 0)
+        return;
+    const float amplitude = level * std::numbers::sqrt3_v<float>; // of evenly distributed noise
+    const float scale = 2 * amplitude / static_cast<float>(noise_.max());
+    for (float& sample : samples)
+        sample += static_cast<float>(noise_()) * scale - amplitude;
 }
 
 } // namespace glimto

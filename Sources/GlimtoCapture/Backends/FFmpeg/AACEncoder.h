@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <random>
 #include <span>
 #include <vector>
 
@@ -40,9 +41,11 @@ private:
 
     explicit AACEncoder(std::unique_ptr<Context> context);
     void fillFrame(std::span<const float> block);
+    void addNoise(std::span<float> samples, float level);
 
     std::unique_ptr<Context> context_;
     std::int64_t nextTime_ = 0;
+    std::minstd_rand noise_;
 };
 
 } // namespace glimto
