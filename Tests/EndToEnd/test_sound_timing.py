@@ -1,6 +1,7 @@
 """Sound in time: with the picture, with itself, and after a break."""
 
 import re
+import statistics
 import time
 import unittest
 
@@ -9,6 +10,7 @@ from support.live_player import LivePlayer
 from support.sound_case import MICROPHONE, MICROPHONE_FEED, SPEAKER, SoundCase
 
 SYNC_LIMIT = 0.02  # seconds between a flash and a beep of the same instant
+PAIRS = 5  # of a flash and a beep, at the beginning and at the end
 RATE = 120  # frames a second, so that a flash's time is known well
 
 
@@ -23,11 +25,16 @@ class TimingCase(SoundCase):
 class MinuteTests(TimingCase):
     """One recording of more than a minute, looked at in several ways."""
 
-    def flash_and_beep(self):
-        """When the flash was painted and when the beep was heard."""
-        flash = self.window.paint("ffffff")
-        heard = self.player.beep()
-        return flash, heard
+    def flashes_and_beeps(self):
+        """When each flash was painted and its beep was heard."""
+        instants = []
+        for _ in range(PAIRS):
+            flash = self.window.paint("ffffff")
+            instants.append((flash, self.player.beep()))
+            time.sleep(0.4)
+            self.window.paint("000000")
+            time.sleep(0.4)
+        return instants
 
     def record_a_minute(self):
         self.window = self.start_painter().open("320x240+0+0", "000000", override=True)
@@ -35,11 +42,9 @@ class MinuteTests(TimingCase):
         recording = self.start_recording("-d", "64", "-r", RATE, "--no-cursor", "--system-audio")
         self.began = recording.wait_until_recording().time
         self.wait_until(1.5)
-        instants = [self.flash_and_beep()]
-        self.wait_until(30)
-        self.window.paint("000000")
-        self.wait_until(62)
-        instants.append(self.flash_and_beep())
+        instants = [self.flashes_and_beeps()]
+        self.wait_until(57)
+        instants.append(self.flashes_and_beeps())
         output = recording.finish(120)
         self.assertEqual(output.status, 0, output.errors)
         self.assertEqual(output.error_lines, [])
@@ -53,14 +58,19 @@ class MinuteTests(TimingCase):
         self.assert_unbroken(found)
 
     def assert_in_time(self, instants, found):
-        frames = self.frames()
-        for (flash, heard), after in zip(instants, (0.5, 40)):
-            seen = next(frame.time for frame in frames if frame.time > after and frame.shows("ffffff", 160, 120))
-            beep = self.beep_time(found.right, after)
-            played = heard - (flash.before + flash.after) / 2
-            error = (beep - seen) - played
-            print(f"beep {1000 * error:+.1f} ms against the flash, {after} s")
-            self.assertLess(abs(error), SYNC_LIMIT, f"after {after} s")
+        frames = [(frame.time, frame.shows("ffffff", 160, 120)) for frame in self.frames()]
+        flashes = [time for (time, is_lit), (_, was_lit) in zip(frames[1:], frames) if is_lit and not was_lit]
+        beeps = []
+        while (beep := self.beep_time(found.right, beeps[-1] + 0.2 if beeps else 0.5)) is not None:
+            beeps.append(beep)
+        self.assertEqual((len(flashes), len(beeps)), (2 * PAIRS, 2 * PAIRS))
+        for part in range(2):
+            errors = []
+            for at, (flash, heard) in enumerate(instants[part], part * PAIRS):
+                errors.append(beeps[at] - flashes[at] - (heard - (flash.before + flash.after) / 2))
+            print("beeps against flashes:", *(f"{1000 * error:+.1f}" for error in errors), "ms")
+            # A moment in which a busy machine runs neither painter nor player is no error of the take's.
+            self.assertLess(abs(statistics.median(errors)), SYNC_LIMIT)
 
     def assert_unbroken(self, found):
         samples = sound.part(found.left, 0.5, 63)

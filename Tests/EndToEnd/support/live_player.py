@@ -93,13 +93,16 @@ class LivePlayer:
             if not is_asked:
                 self.write(self.quiet_block)
                 continue
-            self.write(self.beep_block)
-            latency = self.library.pa_simple_get_latency(self.stream, None) / 1e6
-            now = time.monotonic()
-            for _ in range(self.BEEP_BLOCKS - 1):
+            answers = []
+            for blocks in range(1, self.BEEP_BLOCKS + 1):
                 self.write(self.beep_block)
+                before = time.monotonic()
+                latency = self.library.pa_simple_get_latency(self.stream, None) / 1e6
+                after = time.monotonic()
+                answers.append((after - before, (before + after) / 2 + latency - blocks * BLOCK_SECONDS))
             with self.changed:
-                self.heard_at = now + latency - BLOCK_SECONDS
+                # The quickest answer: nothing came between it and the clock.
+                self.heard_at = min(answers)[1]
                 self.changed.notify_all()
 
     def write(self, block):
