@@ -129,6 +129,45 @@ TEST(RateControllerTests, SceneThatOpenedWithAnExpensivePictureIsNotStarvedForIt
     EXPECT_GT(least, 0.15 * bitsPerSecond / framesPerSecond);
 }
 
+TEST(RateControllerTests, FirstPictureOfAMovingSceneIsLittleFinerThanTheOthers)
+{
+    RateController controller(bitsPerSecond, framesPerSecond, macroblocks);
+    constexpr double detail = 2e8;
+    const auto first = controller.plan({.kind = PictureKind::keyframe,
+        .changedMacroblocks = macroblocks,
+        .detail = detail,
+        .motionShare = 1});
+    const auto second
+        = controller.plan({.changedMacroblocks = macroblocks, .seconds = 1.0 / framesPerSecond});
+    EXPECT_FALSE(second.isNewScene);
+    EXPECT_LT(first.quantizer, second.quantizer);
+    EXPECT_LE(second.quantizer - first.quantizer, 6);
+}
+
+// What moves may cost as much as in a keyframe; the third picture is as coarse as that needs.
+TEST(RateControllerTests, MovingSceneThatCannotBePredictedIsPaidForByTwoPictures)
+{
+    RateController controller(bitsPerSecond, framesPerSecond, macroblocks);
+    constexpr double cost = 10'000;
+    const auto bitsOf = [](const RateController::Plan& plan) {
+        return std::llround(cost * macroblocks / std::exp2(plan.quantizer / 6.0));
+    };
+    const auto first = controller.plan({.kind = PictureKind::keyframe,
+        .changedMacroblocks = macroblocks,
+        .detail = cost * macroblocks / 1.25,
+        .motionShare = 1});
+    controller.pictureEncoded(first, bitsOf(first));
+    std::int64_t bits = 0;
+    for (int frame = 1; frame <= 3; ++frame) {
+        const auto plan
+            = controller.plan({.changedMacroblocks = macroblocks, .seconds = 1.0 / framesPerSecond});
+        bits = bitsOf(plan);
+        controller.pictureEncoded(plan, bits);
+    }
+    EXPECT_TRUE(controller.knowsScene());
+    EXPECT_LT(bits, 1.5 * bitsPerSecond / framesPerSecond);
+}
+
 TEST(RateControllerTests, StillPictureIsRefinedAsFarAsTheReserveGoes)
 {
     ModelEncoder encoder;

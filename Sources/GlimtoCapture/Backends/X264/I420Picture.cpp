@@ -55,6 +55,14 @@ I420Picture::I420Picture(int frameWidth, int frameHeight)
         static_cast<std::size_t>(macroblocksPerRow_) * static_cast<std::size_t>(macroblockRows));
 }
 
+void I420Picture::show(const I420Picture& other)
+{
+    const auto lumaBytes = static_cast<std::size_t>(lumaStride_) * static_cast<std::size_t>(height_);
+    const auto chromaBytes = static_cast<std::size_t>(chromaStride_) * static_cast<std::size_t>(height_ / 2);
+    std::memcpy(planes_[0], other.planes_[0], lumaBytes + 2 * chromaBytes);
+    unchangedMacroblocks_ = other.unchangedMacroblocks_;
+}
+
 void I420Picture::update(const PixelBuffer& pixels, std::span<const PixelRect> changedRects)
 {
     markAllUnchanged();

@@ -16,6 +16,12 @@ class I420Picture {
 public:
     I420Picture(int frameWidth, int frameHeight);
 
+    I420Picture(const I420Picture&) = delete;
+    I420Picture& operator=(const I420Picture&) = delete;
+
+    // Shows what `other` shows, which has the same size, with the same marks.
+    void show(const I420Picture& other);
+
     int width() const { return width_; }
     int height() const { return height_; }
     std::uint8_t* plane(int index) const { return planes_[index]; }
@@ -27,6 +33,7 @@ public:
     // For each 16x16 macroblock, row by row: 1 when the last update() left it as it was, 0 when it may have
     // changed.
     std::vector<std::uint8_t>& unchangedMacroblocks() { return unchangedMacroblocks_; }
+    const std::vector<std::uint8_t>& unchangedMacroblocks() const { return unchangedMacroblocks_; }
     int macroblockCount() const { return static_cast<int>(unchangedMacroblocks_.size()); }
     int changedMacroblockCount() const;
 

@@ -30,6 +30,7 @@ public:
         double seconds = 0; // since the picture before
         double detail = 0; // as PictureDetail tells it, of the whole picture; 0
                            // when nobody looked
+        double motionShare = 0; // of the picture, how much will move from now on; 0 when unknown
     };
 
     // How a picture shall be encoded.
@@ -61,10 +62,14 @@ public:
     double usualChangedShare() const { return usualChangedShare_; }
     double usualQuantizer() const { return usualQuantizer_; }
 
+    // Whether it is known by now what the pictures of a moving scene cost.
+    bool knowsScene() const;
+
 private:
     void earn(double seconds);
     void spend(std::int64_t bits);
-    void expectOfFirst(const Plan& plan);
+    void expectOfFirst(const Plan& plan, double gain, double changedShare);
+    int beginMotion(const Plan& plan, double share);
     void learnCostOfChange(const Plan& plan, double cost);
     int quantizerOfKeyframe(const Plan& plan) const;
     int quantizerOfPredicted(const Plan& plan) const;

@@ -11,6 +11,7 @@
 
 #include "Backends/X264/I420Picture.h"
 #include "Backends/X264/PictureDetail.h"
+#include "Backends/X264/PictureMotion.h"
 #include "Backends/X264/RateController.h"
 #include "Backends/X264/X264PictureCoder.h"
 #include "Support/Errors.h"
@@ -33,6 +34,15 @@ constexpr int finerBesides = 1;
 // With thorough tools a picture waits for the next one. Where none comes because nothing changes, it is let
 // out after so many frames: a film shows every fourth or fifth picture twice, which is no rest.
 constexpr int framesOfRest = 2;
+
+// While much changes again and again, a picture is not made finer before it has stood still for so many
+// frames: the next one needs the bits.
+constexpr int framesBeforeRefinement = 4;
+
+// Motion is taken for copied when so many of the blocks stand in the picture before, and for unknown when
+// there are fewer of them.
+constexpr double copiedAtLeast = 0.75;
+constexpr int fewestMovedBlocks = 8;
 
 // Smaller changes are not worth a keyframe.
 constexpr double largeShare = 0.6;
@@ -86,45 +96,59 @@ public:
     std::vector<EncodedPicture> encode(const FramePicture& picture, std::span<const PixelRect> changedRects,
         std::int64_t time, PictureKind kind) override
     {
+        std::optional<I420Picture> before;
+        if (opening_) {
+            before.emplace(settings_.width, settings_.height);
+            before->show(picture_);
+        }
         picture_.update(picture.pixels(), changedRects);
+        const int changed = picture_.changedMacroblockCount();
+        const bool isMotion = changed > smallShare * picture_.macroblockCount();
+        if (unchangedFrames_ >= framesBeforeRefinement)
+            motionsInARow_ = 0;
+        motionsInARow_ += isMotion ? 1 : 0;
         unchangedFrames_ = 0;
-        return encodePicture(time, kind, picture_.changedMacroblockCount());
+        std::vector<EncodedPicture> pictures;
+        if (before)
+            open(pictures, *before, motionAfter(*before));
+        if (isOpening(kind, changed))
+            opening_ = {.time = time, .kind = kind, .changedMacroblocks = changed};
+        else
+            encodePicture(pictures, time, kind, changed);
+        return pictures;
     }
 
     std::vector<EncodedPicture> repeat(std::int64_t time, PictureKind kind) override
     {
+        std::vector<EncodedPicture> pictures;
+        openAtRest(pictures);
         picture_.markAllUnchanged();
-        return encodePicture(time, kind, 0);
+        encodePicture(pictures, time, kind, 0);
+        return pictures;
     }
 
     std::optional<std::vector<EncodedPicture>> refine(std::int64_t time) override
     {
         ++unchangedFrames_;
-        const bool isWaiting = !given_.empty() && !given_.back().isRefinement;
-        const bool isDue = isWaiting
-            && (unchangedFrames_ >= framesOfRest || given_.back().plan.kind == PictureKind::keyframe);
-        if (isWaiting && !isDue)
-            return std::nullopt;
-        const int finer = lastQuantizer_ <= RateController::finestQuantizer
-            ? lastQuantizer_
-            : rate_.refinedQuantizer(lastQuantizer_, detailOf(picture_));
-        if (finer >= lastQuantizer_ && !isDue)
-            return std::nullopt;
-        picture_.markAllUnchanged();
-        lastQuantizer_ = std::min(finer, lastQuantizer_);
         std::vector<EncodedPicture> pictures;
-        give(pictures,
-            {.time = time,
-                .seconds = secondsSinceLast(time),
-                .plan = {.quantizer = lastQuantizer_},
-                .isRefinement = true});
+        const bool opens = opening_.has_value();
+        openAtRest(pictures);
+        const bool isWaiting = !given_.empty() && !given_.back().isRefinement;
+        const bool isDue = opens
+            || (isWaiting
+                && (unchangedFrames_ >= framesOfRest || given_.back().plan.kind == PictureKind::keyframe));
+        if (!isWaiting || isDue)
+            refine(pictures, time, isDue);
+        if (pictures.empty())
+            return std::nullopt;
         return pictures;
     }
 
     std::vector<EncodedPicture> finish() override
     {
-        std::vector<EncodedPicture> pictures = coder_->finish();
-        learn(pictures);
+        std::vector<EncodedPicture> pictures;
+        openAtRest(pictures);
+        finishCoder(pictures);
         return pictures;
     }
 
@@ -154,28 +178,105 @@ private:
         bool isRefinement = false;
     };
 
-    std::vector<EncodedPicture> encodePicture(std::int64_t time, PictureKind kind, int changedMacroblocks)
+    // A picture that may begin a moving scene; how it is encoded depends on the next one.
+    struct Opening {
+        std::int64_t time = 0;
+        PictureKind kind = PictureKind::predicted;
+        int changedMacroblocks = 0;
+    };
+
+    bool isOpening(PictureKind kind, int changedMacroblocks) const
     {
-        std::vector<EncodedPicture> pictures;
+        if (tools_ == CodingTools::thorough || !X264PictureCoder::hasTimeToBeThorough(settings_))
+            return false;
+        const bool isLarge = changedMacroblocks > largeShare * picture_.macroblockCount();
+        return !lastTime_
+            || (isLarge && kind == PictureKind::predicted && rate_.needsDetail(kind, changedMacroblocks));
+    }
+
+    // The share of the picture that moves as no program copies it.
+    double motionAfter(const I420Picture& before) const
+    {
+        const double share
+            = static_cast<double>(picture_.changedMacroblockCount()) / picture_.macroblockCount();
+        if (share <= smallShare)
+            return 0;
+        const PictureMotion motion = motionBetween(before, picture_);
+        const bool isCopied = motion.copiedShare() >= copiedAtLeast;
+        return motion.movedBlocks < fewestMovedBlocks || isCopied ? 0 : share;
+    }
+
+    bool isAtRest() const
+    {
+        return rate_.usualChangedShare() <= smallShare || motionsInARow_ < 2
+            || unchangedFrames_ >= framesBeforeRefinement;
+    }
+
+    void openAtRest(std::vector<EncodedPicture>& pictures)
+    {
+        if (opening_)
+            open(pictures, picture_, 0);
+    }
+
+    void open(std::vector<EncodedPicture>& pictures, I420Picture& picture, double motionShare)
+    {
+        const Opening opening = *opening_;
+        opening_.reset();
+        RateController::Picture facts = {.kind = opening.kind,
+            .changedMacroblocks = opening.changedMacroblocks,
+            .seconds = secondsSinceLast(opening.time),
+            .detail = detailOf(picture),
+            .motionShare = motionShare};
+        if (motionShare > 0) {
+            takeOver(pictures, CodingTools::thorough);
+            facts.kind = PictureKind::keyframe; // the first one of a coder
+        }
+        RateController::Plan planned = rate_.plan(facts);
+        if (motionShare <= 0 && planned.quantizer >= coarseBeginning) {
+            takeOver(pictures, CodingTools::thorough);
+            planned.kind = PictureKind::keyframe;
+        }
+        lastQuantizer_ = planned.quantizer;
+        give(pictures, picture, {.time = opening.time, .plan = planned});
+    }
+
+    void refine(std::vector<EncodedPicture>& pictures, std::int64_t time, bool isDue)
+    {
+        const int finer = !isAtRest() || lastQuantizer_ <= RateController::finestQuantizer
+            ? lastQuantizer_
+            : rate_.refinedQuantizer(lastQuantizer_, detailOf(picture_));
+        if (finer >= lastQuantizer_ && !isDue)
+            return;
+        picture_.markAllUnchanged();
+        lastQuantizer_ = std::min(finer, lastQuantizer_);
+        give(pictures, picture_,
+            {.time = time,
+                .seconds = secondsSinceLast(time),
+                .plan = {.quantizer = lastQuantizer_},
+                .isRefinement = true});
+    }
+
+    void encodePicture(
+        std::vector<EncodedPicture>& pictures, std::int64_t time, PictureKind kind, int changedMacroblocks)
+    {
         RateController::Plan planned = plan(time, kind, changedMacroblocks);
         const CodingTools wanted = wantedTools(planned);
         if (wanted != tools_) {
-            pictures = takeOver(wanted);
+            takeOver(pictures, wanted);
             if (kind == PictureKind::predicted) {
                 lastTime_ = time;
                 planned = plan(time, PictureKind::keyframe, changedMacroblocks); // the first one of a coder
             }
         }
         lastQuantizer_ = planned.quantizer;
-        give(pictures, {.time = time, .plan = planned, .isBetween = isBetween(time, planned)});
-        return pictures;
+        give(pictures, picture_, {.time = time, .plan = planned, .isBetween = isBetween(time, planned)});
     }
 
-    void give(std::vector<EncodedPicture>& pictures, const Given& given)
+    void give(std::vector<EncodedPicture>& pictures, I420Picture& picture, const Given& given)
     {
         given_.push_back(given);
         lastTime_ = given.time;
-        std::vector<EncodedPicture> made = coder_->encode(picture_,
+        std::vector<EncodedPicture> made = coder_->encode(picture,
             {.time = given.time,
                 .kind = given.plan.kind,
                 .isBetween = given.isBetween,
@@ -188,7 +289,8 @@ private:
     {
         constexpr std::int64_t leastTicks = 2; // one for each of the two that are decoded until then
         return tools_ == CodingTools::thorough && plan.kind == PictureKind::predicted && !plan.isNewScene
-            && !given_.empty() && !given_.back().isBetween && time - *lastTime_ >= leastTicks;
+            && rate_.knowsScene() && !given_.empty() && !given_.back().isBetween
+            && time - *lastTime_ >= leastTicks;
     }
 
     // Rate control knows of the average only.
@@ -245,28 +347,33 @@ private:
         if (!X264PictureCoder::hasTimeToBeThorough(settings_))
             return CodingTools::quick;
         if (tools_ == CodingTools::thorough) {
-            const bool isAtRest
+            const bool movesLittle
                 = rate_.usualChangedShare() <= smallShare || picture_.changedMacroblockCount() == 0;
-            return plan.kind == PictureKind::keyframe && lastTime_ && isAtRest ? CodingTools::quick : tools_;
+            return plan.kind == PictureKind::keyframe && lastTime_ && movesLittle ? CodingTools::quick
+                                                                                  : tools_;
         }
         const bool suffers
             = rate_.usualQuantizer() >= coarseInMotion && rate_.usualChangedShare() > smallShare;
-        const bool isLarge = picture_.changedMacroblockCount() > largeShare * picture_.macroblockCount();
-        const bool isBeginning = !lastTime_ || (plan.isNewScene && isLarge);
-        return suffers || (isBeginning && plan.quantizer >= coarseBeginning) ? CodingTools::thorough : tools_;
+        return suffers ? CodingTools::thorough : tools_;
     }
 
     // Another coder is in charge from now on; its first picture is a keyframe. What the old one still had
     // comes out.
-    std::vector<EncodedPicture> takeOver(CodingTools tools)
+    void takeOver(std::vector<EncodedPicture>& pictures, CodingTools tools)
     {
-        std::vector<EncodedPicture> pictures = finish();
+        finishCoder(pictures);
         coder_.reset(); // first: two of them would need twice the memory
         coder_ = X264PictureCoder::make(settings_, timescale_, tools);
         if (!coder_)
             throw PlatformError("x264", 0, "The H.264 encoder could not be made.");
         tools_ = tools;
-        return pictures;
+    }
+
+    void finishCoder(std::vector<EncodedPicture>& pictures)
+    {
+        std::vector<EncodedPicture> made = coder_->finish();
+        learn(made);
+        std::move(made.begin(), made.end(), std::back_inserter(pictures));
     }
 
     const VideoCodec codec_;
@@ -277,11 +384,13 @@ private:
     I420Picture picture_;
     const VideoSampleDescription sampleDescription_;
     RateController rate_;
+    std::optional<Opening> opening_; // the picture that was given last, not yet encoded
     std::optional<std::int64_t> lastTime_;
     int lastQuantizer_ = 0;
     std::deque<Given> given_; // to the coder, and not back yet
     std::int64_t bitsAhead_ = 0; // of the picture after the one in between, until that one is back
     int unchangedFrames_ = 0; // since the picture last changed
+    int motionsInARow_ = 0; // since it last stood still for some frames
 };
 
 } // namespace

@@ -7,9 +7,11 @@ namespace glimto {
 // H.264 High profile, 4:2:0, level chosen by x264. Odd sizes are padded to even by repeating the last
 // column or row.
 //
-// Where much moves and cannot be made fine, a coder with thorough tools takes over, and gives back when
-// little moves. That happens at keyframes, and at once, with a keyframe of its own, when another scene
-// begins or the quality suffers. While it is in charge, every other picture is predicted from both sides.
+// Where much moves that is not copied from the picture before, or cannot be made fine, a coder with thorough
+// tools takes over, and gives back when little moves. That happens at keyframes, and at once, with a keyframe
+// of its own, when the quality suffers. The first picture of a scene waits for the next one, which tells
+// whether the scene moves, and how. While the thorough coder is in charge, every other picture is predicted
+// from both sides.
 class X264VideoEncoderFactory final : public VideoEncoderFactory {
 public:
     // Null when x264 refuses the settings.

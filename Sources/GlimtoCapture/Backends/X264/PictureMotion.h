@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Backends/X264/I420Picture.h"
+
+namespace glimto {
+
+// What one picture has of the one before it, found out from a sample of its changed blocks.
+//
+// Programs that scroll and drag copy: what moves stands in the picture before as it is, some whole pixels
+// away. What a camera, a zoom or a film moves does not.
+struct PictureMotion {
+    int movedBlocks = 0; // that look different now; flat ones do not count
+    int copiedBlocks = 0; // of these, the ones that stand somewhere in the picture before
+
+    double copiedShare() const
+    {
+        return movedBlocks == 0 ? 0 : static_cast<double>(copiedBlocks) / movedBlocks;
+    }
+};
+
+// `after` is the picture that follows `before`, of the same size. Takes a millisecond or two.
+PictureMotion motionBetween(const I420Picture& before, const I420Picture& after);
+
+} // namespace glimto

@@ -1,0 +1,153 @@
+#include "Backends/X264/X264VideoEncoder.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <numeric>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Unit/X264/GrayPicture.h"
+
+namespace glimto {
+namespace {
+
+constexpr int width = 320;
+constexpr int height = 240;
+constexpr std::int32_t ticksPerSecond = 90'000;
+constexpr std::int64_t ticksAFrame = ticksPerSecond / 30;
+
+// Gives frames to an encoder, one each thirtieth of a second.
+class Recording {
+public:
+    // Returns the times of the pictures that come out, in frames.
+    template <typename Level> std::vector<int> show(Level level)
+    {
+        const GrayPicture picture(width, height, level);
+        const MemoryPicture frame(picture.pixels());
+        const auto kind = frame_ == 0 ? PictureKind::keyframe : PictureKind::predicted;
+        return framesOf(encoder_->encode(frame, std::array{picture.bounds()}, nextTime(), kind));
+    }
+
+    std::vector<int> rest()
+    {
+        const auto finer = encoder_->refine(nextTime());
+        return finer ? framesOf(*finer) : std::vector<int>{};
+    }
+
+    std::vector<int> finish() { return framesOf(encoder_->finish()); }
+
+private:
+    std::int64_t nextTime() { return ticksAFrame * frame_++; }
+
+    static std::vector<int> framesOf(const std::vector<EncodedPicture>& pictures)
+    {
+        std::vector<int> frames;
+        for (const EncodedPicture& picture : pictures)
+            frames.push_back(static_cast<int>(picture.time / ticksAFrame));
+        return frames;
+    }
+
+    X264VideoEncoderFactory factory_;
+    std::unique_ptr<VideoEncoder> encoder_ = factory_.makeEncoder({.width = width,
+                                                                      .height = height,
+                                                                      .framesPerSecond = 30,
+                                                                      .averageBitRate = 2'000'000,
+                                                                      .maxKeyFrameInterval = 120,
+                                                                      .maxKeyFrameIntervalDuration = 4},
+        ticksPerSecond);
+    int frame_ = 0;
+};
+
+using Frames = std::vector<int>;
+
+auto scrolledBy(int pixels)
+{
+    return [pixels](int x, int y) { return grain(x, y + pixels); };
+}
+
+auto movedBy(double pixels)
+{
+    return [pixels](int x, int y) { return grainBetween(x + pixels, y); };
+}
+
+TEST(X264VideoEncoderTests, FirstPictureWaitsForTheNextOne)
+{
+    Recording recording;
+    EXPECT_EQ(recording.show(scrolledBy(0)), Frames{});
+    EXPECT_EQ(recording.show(scrolledBy(3)), (Frames{0, 1}));
+}
+
+TEST(X264VideoEncoderTests, FirstPictureComesOutWhenItRests)
+{
+    Recording recording;
+    EXPECT_EQ(recording.show(scrolledBy(0)), Frames{});
+    EXPECT_EQ(recording.rest(), (Frames{0, 1}));
+}
+
+TEST(X264VideoEncoderTests, FirstPictureComesOutAtTheEnd)
+{
+    Recording recording;
+    recording.show(scrolledBy(0));
+    EXPECT_EQ(recording.finish(), Frames{0});
+}
+
+TEST(X264VideoEncoderTests, ScrolledPicturesComeOutAtOnce)
+{
+    Recording recording;
+    recording.show(scrolledBy(0));
+    recording.show(scrolledBy(3));
+    for (int frame = 2; frame < 20; ++frame)
+        EXPECT_EQ(recording.show(scrolledBy(3 * frame)), Frames{frame});
+}
+
+// Every other one is predicted from the next one as well.
+TEST(X264VideoEncoderTests, PicturesThatMoveBetweenPixelsWaitForTheNextByTurns)
+{
+    Recording recording;
+    std::size_t waiting = 0;
+    Frames all;
+    for (int frame = 0; frame < 30; ++frame) {
+        const Frames frames = recording.show(movedBy(1.37 * frame));
+        waiting += std::ranges::find(frames, frame) == frames.end() ? 1 : 0;
+        all.insert(all.end(), frames.begin(), frames.end());
+    }
+    const Frames rest = recording.finish();
+    all.insert(all.end(), rest.begin(), rest.end());
+    EXPECT_GE(waiting, 10U);
+    std::ranges::sort(all);
+    Frames given(30);
+    std::iota(given.begin(), given.end(), 0);
+    EXPECT_EQ(all, given);
+}
+
+TEST(X264VideoEncoderTests, StillPictureIsMadeFinerAtOnce)
+{
+    Recording recording;
+    recording.show(scrolledBy(0));
+    for (int frame = 1; frame < 6; ++frame)
+        recording.rest();
+    recording.show(scrolledBy(5000)); // something else
+    const Frames frames = recording.rest();
+    ASSERT_FALSE(frames.empty());
+    EXPECT_EQ(frames.back(), 7);
+}
+
+// A film shows some pictures twice, a log shows each of them twice.
+TEST(X264VideoEncoderTests, PictureIsNotMadeFinerBetweenOthersThatMove)
+{
+    Recording recording;
+    recording.show(scrolledBy(0));
+    for (int round = 1; round < 10; ++round) {
+        recording.show(scrolledBy(3 * round));
+        EXPECT_EQ(recording.rest(), Frames{}) << round;
+    }
+    Frames later;
+    for (int frame = 0; frame < 5 && later.empty(); ++frame)
+        later = recording.rest();
+    EXPECT_EQ(later.size(), 1U);
+}
+
+} // namespace
+} // namespace glimto
