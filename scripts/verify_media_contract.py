@@ -365,7 +365,9 @@ def probe_to_file(take, arguments, name, timeout):
 def join_and_decode(take, video, timeout):
     """Joins the take and decodes it; returns what ffprobe says of the joined file, and the decoder's Problem."""
     hidden = take.root / f".result.mp4.{os.getpid()}"
-    keep_end = f"setts=duration='if(eq(NEXT_PTS,NOPTS),round({last_frame_duration(take, video):.9f}/TB),DURATION)'"
+    last = f"round({last_frame_duration(take, video):.9f}/TB)"
+    # Without being told to keep them, it would make both times the decode time.
+    keep_end = f"setts=pts=PTS:dts=DTS:duration='if(eq(NEXT_PTS,NOPTS),{last},DURATION)'"
     try:
         take_files.run_tool(["ffmpeg", "-nostdin", "-v", "error", *take_files.SAFE_INPUT, "-i",
                              str(take.root / PLAYLIST), "-map", "0", "-c", "copy", "-bsf:v", keep_end,

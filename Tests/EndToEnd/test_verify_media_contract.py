@@ -52,12 +52,13 @@ def media_playlist(segments, prefix):
     return "\n".join([*lines, "#EXT-X-ENDLIST"]) + "\n"
 
 
-def make_take(root, width=161, height=121, keyframe_interval=30, sound=False, sound_seconds=3.0):
+def make_take(root, width=161, height=121, keyframe_interval=30, sound=False, sound_seconds=3.0,
+              b_pictures=0):
     """Three seconds in segments of one second, of an odd size padded to even."""
     padded = (width + width % 2, height + height % 2)
     video = hls(root / "segments" / "video",
                 ["-f", "lavfi", "-i", f"testsrc=size={padded[0]}x{padded[1]}:rate=30", "-t", 3],
-                ["-c:v", "libx264", "-profile:v", "high", "-pix_fmt", "yuv420p", "-bf", 0,
+                ["-c:v", "libx264", "-profile:v", "high", "-pix_fmt", "yuv420p", "-bf", b_pictures,
                  "-g", keyframe_interval, "-sc_threshold", 0, "-threads", 1], 1)
     manifest = {"manifestVersion": 1, "createdAt": "2024-01-31T15:45:02.123Z", "state": "complete",
                 "initSegmentKey": "segments/video/init.mp4", "playlistKey": "segments/playlist.m3u8",
@@ -188,6 +189,14 @@ class VerifyMediaContractTests(unittest.TestCase):
         self.take = self.work / "sound"
         make_take(self.take, sound=True, sound_seconds=3.1)
         self.assertRefused("audio ends with the video")
+
+    def test_pictures_that_are_decoded_in_another_order_keep_their_times(self):
+        take = self.work / "reordered"
+        make_take(take, b_pictures=2)
+        self.verify(take)
+        packets = json.loads((take / "result.ffprobe.json").read_text())["packets"]
+        late = [packet for packet in packets if packet["pts_time"] != packet["dts_time"]]
+        self.assertGreater(len(late), 10)
 
     def test_a_take_without_thumbnail_passes(self):
         (self.take / "thumbnail.jpg").unlink()
