@@ -30,7 +30,7 @@ InputEvent eventAt(int index)
         InputEventType::mouseMoved, InputEventType::leftMouseDown, InputEventType::leftMouseDragged,
         InputEventType::leftMouseUp, InputEventType::mouseMoved, InputEventType::scrollWheel};
     return {.type = types[index % 8],
-        .hostNs = anchorNs + index * std::int64_t{1'000'003},
+        .time = HostTime(std::chrono::nanoseconds(anchorNs + index * std::int64_t{1'000'003})),
         .globalLocation = {static_cast<double>(index % 1919), static_cast<double>(index * 7 % 1079)},
         .scrollDeltaY = index % 3 - 1.0,
         .scrollDeltaX = 0};

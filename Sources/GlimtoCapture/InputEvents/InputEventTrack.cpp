@@ -63,7 +63,7 @@ std::optional<InputEventTrack::PendingEvent> InputEventTrack::classified(const I
     if (!found)
         return std::nullopt;
     const bool scrolls = found->kind == InputEventKind::scroll;
-    return PendingEvent{.hostNs = event.hostNs,
+    return PendingEvent{.hostNs = event.time.time_since_epoch().count(),
         .globalLocation = event.globalLocation,
         .dx = scrolls ? event.scrollDeltaX : 0,
         .dy = scrolls ? event.scrollDeltaY : 0,

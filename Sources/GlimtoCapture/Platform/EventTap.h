@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "Platform/Geometry.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -25,7 +26,7 @@ enum class InputEventType : std::int64_t {
 
 struct InputEvent {
     InputEventType type = InputEventType::mouseMoved;
-    std::int64_t hostNs = 0; // when it happened, nanoseconds on the host clock
+    HostTime time = {}; // when it happened
     Point globalLocation = {}; // where the pointer was then, global display points
     double scrollDeltaY
         = 0; // axis 1, lines; positive moves the content down, as a wheel turned away from the user

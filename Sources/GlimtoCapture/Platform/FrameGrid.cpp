@@ -2,45 +2,38 @@
 
 namespace glimto {
 
-namespace {
-
-constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
-
-} // namespace
-
 FrameGrid::FrameGrid(MediaTime interval)
     : interval_(interval.isValid() && interval.value > 0 ? interval : MediaTime{1, 60})
 {
 }
 
-std::int64_t FrameGrid::pointAtOrBefore(std::int64_t nanoseconds) const
+HostTime FrameGrid::pointAtOrBefore(HostTime time) const
 {
-    const std::int64_t index = indexAtOrAfter(nanoseconds);
-    const std::int64_t after = point(index);
-    return after > nanoseconds && index > 0 ? point(index - 1) : after;
+    const std::int64_t index = indexAtOrAfter(time);
+    const HostTime after = point(index);
+    return after > time && index > 0 ? point(index - 1) : after;
 }
 
-std::int64_t FrameGrid::point(std::int64_t index) const
+HostTime FrameGrid::point(std::int64_t index) const
 {
     // Whole seconds and the rest apart: their product with 10^9 would not fit for long.
     const std::int64_t ticks = index * interval_.value;
-    const std::int64_t seconds = ticks / interval_.timescale;
     const std::int64_t rest = ticks % interval_.timescale;
-    return origin_ + seconds * nanosecondsPerSecond + rest * nanosecondsPerSecond / interval_.timescale;
+    return origin_ + std::chrono::seconds(ticks / interval_.timescale)
+        + HostClock::duration(rest * MediaTime::nanosecondTimescale / interval_.timescale);
 }
 
-std::int64_t FrameGrid::indexAtOrAfter(std::int64_t nanoseconds) const
+std::int64_t FrameGrid::indexAtOrAfter(HostTime time) const
 {
-    if (nanoseconds <= origin_)
+    if (time <= origin_)
         return 0;
-    const double seconds
-        = static_cast<double>(nanoseconds - origin_) / static_cast<double>(nanosecondsPerSecond);
+    const std::chrono::duration<double> elapsed = time - origin_;
     auto index = static_cast<std::int64_t>(
-        seconds * static_cast<double>(interval_.timescale) / static_cast<double>(interval_.value));
+        elapsed.count() * static_cast<double>(interval_.timescale) / static_cast<double>(interval_.value));
     // The quotient is inexact by at most a few units.
-    while (point(index) < nanoseconds)
+    while (point(index) < time)
         ++index;
-    while (index > 0 && point(index - 1) >= nanoseconds)
+    while (index > 0 && point(index - 1) >= time)
         --index;
     return index;
 }

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "Support/HostClock.h"
+
 namespace glimto {
 
 // A time or duration as an exact fraction: `value` over `timescale` seconds. Invalid when the
@@ -12,6 +14,8 @@ struct MediaTime {
 
     static constexpr std::int32_t nanosecondTimescale = 1'000'000'000;
     static MediaTime fromNanoseconds(std::int64_t nanoseconds) { return {nanoseconds, nanosecondTimescale}; }
+
+    static MediaTime at(HostTime time) { return fromNanoseconds(time.time_since_epoch().count()); }
 
     // `seconds` over `timescale`, rounded half away from zero.
     static MediaTime fromSeconds(double seconds, std::int32_t timescale);

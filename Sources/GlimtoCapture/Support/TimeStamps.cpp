@@ -30,12 +30,4 @@ std::string compactLocalTimestamp(std::chrono::system_clock::time_point time)
     return text.data();
 }
 
-std::int64_t hostTimeNanoseconds()
-{
-    // libstdc++ and libc++ both build the steady clock on CLOCK_MONOTONIC.
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-        std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
-
 } // namespace glimto

@@ -40,7 +40,7 @@
 
 #include "Platform/AudioInput.h"
 #include "Support/LoadableModule.h"
-#include "Support/TimeStamps.h"
+#include "Support/HostClock.h"
 
 namespace {
 
@@ -53,9 +53,9 @@ void say(const std::string& line)
     std::cout << line << std::endl;
 }
 
-double millisecondsSince(std::int64_t time)
+double millisecondsSince(HostTime time)
 {
-    return static_cast<double>(hostTimeNanoseconds() - time) / 1e6;
+    return std::chrono::duration<double, std::milli>(HostClock::now() - time).count();
 }
 
 double processorSeconds()
@@ -143,14 +143,14 @@ private:
         if (!file.empty())
             samples.open(file, std::ios::binary);
         const auto input = make(id);
-        const std::int64_t began = hostTimeNanoseconds();
+        const auto began = HostClock::now();
         const auto outcome = input->start({
             .onBuffer =
                 [&](const AudioBuffer& buffer) {
                     std::ostringstream line;
                     line << "buffer " << buffer.presentationTime.nanoseconds() << ' ' << buffer.frameCount
                          << ' ' << buffer.format.sampleRate << ' ' << buffer.format.channelCount << ' '
-                         << hostTimeNanoseconds() << ' ' << loudest(buffer);
+                         << HostClock::now().time_since_epoch().count() << ' ' << loudest(buffer);
                     say(line.str());
                     if (samples.is_open())
                         samples.write(reinterpret_cast<const char*>(buffer.bytes.data()),
@@ -165,7 +165,7 @@ private:
             pollfd input0 = {.fd = 0, .events = POLLIN, .revents = 0};
             ::poll(&input0, 1, static_cast<int>(seconds * 1000));
         }
-        const std::int64_t stopping = hostTimeNanoseconds();
+        const auto stopping = HostClock::now();
         input->stop();
         input->stop();
         say("stopped " + std::to_string(millisecondsSince(stopping)) + ' '

@@ -83,14 +83,14 @@ TEST_F(PointerDevicesTests, ButtonsAndWheelsAreTold)
 
     ASSERT_EQ(events.size(), 5U);
     EXPECT_EQ(events[0].type, InputEventType::leftMouseDown);
-    EXPECT_EQ(events[0].hostNs, 1'000'000);
+    EXPECT_EQ(events[0].time, HostTime(std::chrono::milliseconds(1)));
     EXPECT_EQ(events[1].type, InputEventType::leftMouseUp);
     EXPECT_EQ(events[2].type, InputEventType::rightMouseDown);
     EXPECT_EQ(events[3].type, InputEventType::rightMouseUp);
     EXPECT_EQ(events[4].type, InputEventType::scrollWheel);
     EXPECT_EQ(events[4].scrollDeltaY, -2);
     EXPECT_EQ(events[4].scrollDeltaX, -1);
-    EXPECT_EQ(events[4].hostNs, 3'000'000);
+    EXPECT_EQ(events[4].time, HostTime(std::chrono::milliseconds(3)));
 }
 
 TEST_F(PointerDevicesTests, KeysMovesAndOtherButtonsAreNot)
@@ -127,7 +127,7 @@ TEST_F(PointerDevicesTests, AfterLostEventsNoButtonHangs)
 
     ASSERT_EQ(events.size(), 3U);
     EXPECT_EQ(events[1].type, InputEventType::leftMouseUp);
-    EXPECT_EQ(events[1].hostNs, 2'000'000);
+    EXPECT_EQ(events[1].time, HostTime(std::chrono::milliseconds(2)));
     EXPECT_EQ(events[2].scrollDeltaY, 1);
 }
 

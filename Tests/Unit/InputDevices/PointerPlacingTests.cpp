@@ -1,22 +1,25 @@
 #include "Backends/InputDevices/PointerPlacing.h"
 
-#include <limits>
-
 #include <gtest/gtest.h>
 
 namespace glimto {
 namespace {
 
-constexpr std::int64_t end = std::numeric_limits<std::int64_t>::max();
+constexpr HostTime end = HostTime::max();
+
+HostTime at(std::int64_t nanoseconds)
+{
+    return HostTime(std::chrono::nanoseconds(nanoseconds));
+}
 
 InputEvent move(double x, std::int64_t time)
 {
-    return {.type = InputEventType::mouseMoved, .hostNs = time, .globalLocation = {x, 0}};
+    return {.type = InputEventType::mouseMoved, .time = at(time), .globalLocation = {x, 0}};
 }
 
 InputEvent click(std::int64_t time)
 {
-    return {.type = InputEventType::leftMouseDown, .hostNs = time};
+    return {.type = InputEventType::leftMouseDown, .time = at(time)};
 }
 
 TEST(PointerPlacingTests, AClickIsWhereThePointerWasThen)
@@ -31,7 +34,7 @@ TEST(PointerPlacingTests, AClickIsWhereThePointerWasThen)
     ASSERT_EQ(events.size(), 3U);
     EXPECT_EQ(events[1].type, InputEventType::leftMouseDown);
     EXPECT_EQ(events[1].globalLocation, (Point{1, 0}));
-    EXPECT_EQ(events[1].hostNs, 150);
+    EXPECT_EQ(events[1].time, at(150));
     EXPECT_EQ(events[2].globalLocation, (Point{2, 0}));
 }
 
@@ -41,9 +44,9 @@ TEST(PointerPlacingTests, WhatIsTooYoungWaits)
     placing.add(move(1, 100));
     placing.add(click(150));
 
-    EXPECT_EQ(placing.take(149).size(), 1U);
-    EXPECT_EQ(placing.oldest(), 150);
-    EXPECT_EQ(placing.take(150).size(), 1U);
+    EXPECT_EQ(placing.take(at(149)).size(), 1U);
+    EXPECT_EQ(placing.oldest(), at(150));
+    EXPECT_EQ(placing.take(at(150)).size(), 1U);
     EXPECT_EQ(placing.oldest(), std::nullopt);
 }
 
@@ -51,7 +54,7 @@ TEST(PointerPlacingTests, AClickBeforeThePointerWasSeenHasNoPlace)
 {
     PointerPlacing placing;
     placing.add(click(50));
-    EXPECT_TRUE(placing.take(60).empty());
+    EXPECT_TRUE(placing.take(at(60)).empty());
 
     placing.add(move(1, 100));
     placing.add(click(150));
@@ -82,7 +85,7 @@ TEST(PointerPlacingTests, TimesNeverRunBackwards)
     const auto events = placing.take(end);
 
     ASSERT_EQ(events.size(), 1U);
-    EXPECT_EQ(events[0].hostNs, 100);
+    EXPECT_EQ(events[0].time, at(100));
 }
 
 } // namespace

@@ -42,9 +42,10 @@ protected:
         return std::make_unique<InputEventRecorder>(path, geometry, 1s, factory, standardError, limits);
     }
 
-    void click(std::int64_t hostNs)
+    void click(std::int64_t nanoseconds)
     {
-        tap.deliver({.type = InputEventType::leftMouseDown, .hostNs = hostNs, .globalLocation = {50, 50}});
+        const HostTime time(HostClock::duration{nanoseconds});
+        tap.deliver({.type = InputEventType::leftMouseDown, .time = time, .globalLocation = {50, 50}});
     }
 
     std::string written() const
@@ -300,7 +301,7 @@ TEST_F(InputEventRecorderTests, WhatTheTapStillHoldsWhenItIsStoppedIsRecorded)
     recorder->start();
     recorder->setClockAnchor({0, 1});
     click(0);
-    tap.eventAtTheEnd = InputEvent{.type = InputEventType::leftMouseUp, .hostNs = 1'000'000};
+    tap.eventAtTheEnd = InputEvent{.type = InputEventType::leftMouseUp, .time = HostTime(1ms)};
     recorder->stop(true);
 
     const auto events = document()["events"];

@@ -22,10 +22,15 @@ constexpr EventsClock anchor = {.firstVideoSamplePtsValue = 630'000,
 constexpr CaptureGeometry display = {
     .globalFrame = {0, 0, 1000, 500}, .pointScale = 1, .capturePixelWidth = 1000, .capturePixelHeight = 500};
 
+HostTime hostTime(std::int64_t nanoseconds)
+{
+    return HostTime(std::chrono::nanoseconds(nanoseconds));
+}
+
 InputEvent pointerEvent(InputEventType type, std::int64_t millisecondsAfterAnchor = 0, Point place = {})
 {
     return {.type = type,
-        .hostNs = anchorNs + millisecondsAfterAnchor * millisecond,
+        .time = hostTime(anchorNs + millisecondsAfterAnchor * millisecond),
         .globalLocation = place,
         .scrollDeltaY = 3,
         .scrollDeltaX = -2};
@@ -99,14 +104,14 @@ TEST(InputEventTrackTests, AClickHalfASecondAfterTheFirstFrameIsAt500)
 TEST(InputEventTrackTests, TimesAreExactToTheNanosecond)
 {
     InputEvent event = pointerEvent(InputEventType::mouseMoved);
-    event.hostNs = anchorNs + 1'234'567;
+    event.time = hostTime(anchorNs + 1'234'567);
     EXPECT_EQ(recordedOf(event).at(0).t, 1.234567);
 }
 
 TEST(InputEventTrackTests, EventsBeforeTheFirstFrameAreDropped)
 {
     InputEvent before = pointerEvent(InputEventType::leftMouseDown);
-    before.hostNs = anchorNs - 1;
+    before.time = hostTime(anchorNs - 1);
     InputEventTrack track(display);
     track.append(before);
     track.append(pointerEvent(InputEventType::leftMouseUp));

@@ -22,9 +22,10 @@ const std::string heading
 
 class PartialEventsFileTests : public testing::Test {
 protected:
-    void click(std::int64_t hostNs)
+    void click(std::int64_t nanoseconds)
     {
-        track.append({.type = InputEventType::leftMouseDown, .hostNs = hostNs, .globalLocation = {50, 50}});
+        const HostTime time(HostClock::duration{nanoseconds});
+        track.append({.type = InputEventType::leftMouseDown, .time = time, .globalLocation = {50, 50}});
     }
 
     void setAnchor()

@@ -5,58 +5,63 @@
 namespace glimto {
 namespace {
 
-constexpr std::int64_t second = 1'000'000'000;
+using namespace std::chrono_literals;
+
+HostTime at(std::chrono::nanoseconds time)
+{
+    return HostTime(time);
+}
 
 TEST(FrameGridTests, PointsAreMultiplesOfTheInterval)
 {
     const FrameGrid grid({1, 30});
-    EXPECT_EQ(grid.pointAtOrAfter(0), 0);
-    EXPECT_EQ(grid.pointAtOrAfter(1), 33'333'333);
-    EXPECT_EQ(grid.pointAtOrAfter(40'000'000), 66'666'666);
+    EXPECT_EQ(grid.pointAtOrAfter(at(0s)), at(0s));
+    EXPECT_EQ(grid.pointAtOrAfter(at(1ns)), at(33'333'333ns));
+    EXPECT_EQ(grid.pointAtOrAfter(at(40ms)), at(66'666'666ns));
 }
 
 TEST(FrameGridTests, APointItselfIsAtAndNotAfter)
 {
     FrameGrid grid({1, 30});
-    grid.begin(5 * second);
-    EXPECT_EQ(grid.pointAtOrAfter(5 * second + 33'333'333), 5 * second + 33'333'333);
-    EXPECT_EQ(grid.pointAfter(5 * second + 33'333'333), 5 * second + 66'666'666);
-    EXPECT_EQ(grid.pointAtOrBefore(5 * second + 33'333'333), 5 * second + 33'333'333);
-    EXPECT_EQ(grid.pointAtOrBefore(5 * second + 33'333'332), 5 * second);
+    grid.begin(at(5s));
+    EXPECT_EQ(grid.pointAtOrAfter(at(5s + 33'333'333ns)), at(5s + 33'333'333ns));
+    EXPECT_EQ(grid.pointAfter(at(5s + 33'333'333ns)), at(5s + 66'666'666ns));
+    EXPECT_EQ(grid.pointAtOrBefore(at(5s + 33'333'333ns)), at(5s + 33'333'333ns));
+    EXPECT_EQ(grid.pointAtOrBefore(at(5s + 33'333'332ns)), at(5s));
 }
 
 TEST(FrameGridTests, BeforeTheFirstPointComesTheFirstPoint)
 {
     FrameGrid grid({1, 30});
-    grid.begin(second);
-    EXPECT_EQ(grid.pointAtOrAfter(0), second);
-    EXPECT_EQ(grid.pointAtOrBefore(0), second);
+    grid.begin(at(1s));
+    EXPECT_EQ(grid.pointAtOrAfter(at(0s)), at(1s));
+    EXPECT_EQ(grid.pointAtOrBefore(at(0s)), at(1s));
 }
 
 TEST(FrameGridTests, ThirtyPointsAreExactlyOneSecondEvenAfterDays)
 {
     const FrameGrid grid({1, 30});
-    const std::int64_t week = 7 * 24 * 3600 * second;
+    const HostTime week = at(7 * 24h);
     EXPECT_EQ(grid.pointAtOrAfter(week), week);
-    EXPECT_EQ(grid.pointAtOrAfter(week + 1), week + 33'333'333);
+    EXPECT_EQ(grid.pointAtOrAfter(week + 1ns), week + 33'333'333ns);
 }
 
 TEST(FrameGridTests, IntervalsInNanosecondsDoNotOverflow)
 {
-    const FrameGrid grid({33'366'667, second});
-    const std::int64_t day = 24 * 3600 * second;
-    const std::int64_t point = grid.pointAtOrAfter(day);
+    const FrameGrid grid({33'366'667, 1'000'000'000});
+    const HostTime day = at(24h);
+    const HostTime point = grid.pointAtOrAfter(day);
     EXPECT_GE(point, day);
-    EXPECT_LT(point, day + 33'366'667);
-    EXPECT_EQ(point % 33'366'667, 0);
+    EXPECT_LT(point, day + 33'366'667ns);
+    EXPECT_EQ(point.time_since_epoch() % 33'366'667ns, 0ns);
 }
 
 TEST(FrameGridTests, AnIntervalThatIsNoTimeIsASixtiethOfASecond)
 {
     const FrameGrid invalid(MediaTime{});
     const FrameGrid zero({0, 30});
-    EXPECT_EQ(invalid.pointAtOrAfter(1), 16'666'666);
-    EXPECT_EQ(zero.pointAtOrAfter(1), 16'666'666);
+    EXPECT_EQ(invalid.pointAtOrAfter(at(1ns)), at(16'666'666ns));
+    EXPECT_EQ(zero.pointAtOrAfter(at(1ns)), at(16'666'666ns));
 }
 
 } // namespace

@@ -10,6 +10,11 @@ namespace {
 
 constexpr std::uint64_t moves = std::uint64_t{1} << static_cast<unsigned>(InputEventType::mouseMoved);
 
+HostTime at(std::int64_t nanoseconds)
+{
+    return HostTime(std::chrono::nanoseconds(nanoseconds));
+}
+
 class PortalPointerTests : public testing::Test {
 protected:
     // What the tap delivers until it is stopped, which it has been before it runs.
@@ -38,23 +43,23 @@ TEST_F(PortalPointerTests, MovesAreHeardInTheirOrder)
 {
     pointer->setIsTold(true);
     const auto tap = factory.makeListenOnlyTap(moves);
-    pointer->moved({1, 2}, 100);
-    pointer->moved({3, 4}, 200);
+    pointer->moved({1, 2}, at(100));
+    pointer->moved({3, 4}, at(200));
 
     const auto events = heard(*tap);
 
     ASSERT_EQ(events.size(), 2U);
     EXPECT_EQ(events[0].globalLocation, (Point{1, 2}));
     EXPECT_EQ(events[1].globalLocation, (Point{3, 4}));
-    EXPECT_LE(events[0].hostNs, events[1].hostNs);
+    EXPECT_LE(events[0].time, events[1].time);
 }
 
 TEST_F(PortalPointerTests, APlaceAsBeforeIsNoMove)
 {
     pointer->setIsTold(true);
     const auto tap = factory.makeListenOnlyTap(moves);
-    pointer->moved({1, 2}, 100);
-    pointer->moved({1, 2}, 200);
+    pointer->moved({1, 2}, at(100));
+    pointer->moved({1, 2}, at(200));
 
     EXPECT_EQ(heard(*tap).size(), 1U);
 }
@@ -62,8 +67,8 @@ TEST_F(PortalPointerTests, APlaceAsBeforeIsNoMove)
 TEST_F(PortalPointerTests, ATapBeginsWithWhereThePointerIs)
 {
     pointer->setIsTold(true);
-    pointer->moved({1, 2}, 100);
-    pointer->moved({3, 4}, 200);
+    pointer->moved({1, 2}, at(100));
+    pointer->moved({3, 4}, at(200));
     const auto tap = factory.makeListenOnlyTap(moves);
 
     const auto events = heard(*tap);
@@ -74,17 +79,17 @@ TEST_F(PortalPointerTests, ATapBeginsWithWhereThePointerIs)
 
 TEST_F(PortalPointerTests, TimesNeverRunBackwards)
 {
-    constexpr std::int64_t later = std::int64_t{1} << 62U;
+    const HostTime later = at(std::int64_t{1} << 62U);
     pointer->setIsTold(true);
     const auto tap = factory.makeListenOnlyTap(moves);
     pointer->moved({1, 2}, later);
-    pointer->moved({3, 4}, 100);
+    pointer->moved({3, 4}, at(100));
 
     const auto events = heard(*tap);
 
     ASSERT_EQ(events.size(), 2U);
-    EXPECT_EQ(events[0].hostNs, later);
-    EXPECT_EQ(events[1].hostNs, later);
+    EXPECT_EQ(events[0].time, later);
+    EXPECT_EQ(events[1].time, later);
 }
 
 TEST_F(PortalPointerTests, ATapThatTakesNothingCostsABoundedMemory)
@@ -92,7 +97,7 @@ TEST_F(PortalPointerTests, ATapThatTakesNothingCostsABoundedMemory)
     pointer->setIsTold(true);
     const auto tap = factory.makeListenOnlyTap(moves);
     for (int x = 0; x < 20'000; ++x)
-        pointer->moved({static_cast<double>(x), 0}, x);
+        pointer->moved({static_cast<double>(x), 0}, at(x));
 
     const auto events = heard(*tap);
 

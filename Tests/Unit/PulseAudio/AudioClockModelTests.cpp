@@ -18,7 +18,7 @@ constexpr double milliseconds = 1e6;
 class AudioClockModelTests : public testing::Test {
 protected:
     // The report that follows an arrival; tests put wrong ones in its place.
-    using Report = std::function<std::int64_t(std::int64_t frame)>;
+    using Report = std::function<HostTime(std::int64_t frame)>;
 
     void run(double seconds, const Report& report)
     {
@@ -42,10 +42,10 @@ protected:
             return;
         const double place = static_cast<double>(frame);
         if (isPlaced && model.run() == lastRun)
-            noteStep(model.hostTime(place) - lastTime, place - lastPlace);
+            noteStep(timeOf(place) - lastTime, place - lastPlace);
         lastRun = model.run();
-        worstError = std::max(worstError, std::abs(model.hostTime(place) - device.heardAt(place)));
-        lastTime = model.hostTime(place);
+        worstError = std::max(worstError, std::abs(timeOf(place) - device.heardAt(place)));
+        lastTime = timeOf(place);
         lastPlace = place;
         isPlaced = true;
         model.didRead(place);
@@ -60,8 +60,13 @@ protected:
 
     double error() const
     {
-        return std::abs(
-            model.hostTime(static_cast<double>(frame)) - device.heardAt(static_cast<double>(frame)));
+        const auto place = static_cast<double>(frame);
+        return std::abs(timeOf(place) - device.heardAt(place));
+    }
+
+    double timeOf(double place) const
+    {
+        return static_cast<double>(model.hostTime(place).time_since_epoch().count());
     }
 
     SimulatedDevice device;
@@ -88,7 +93,7 @@ TEST_F(AudioClockModelTests, HasNoAnswerBeforeReportsAgree)
 
 TEST_F(AudioClockModelTests, JitterOfReportsDoesNotReachTheLine)
 {
-    device.setJitter(2 * millisecond);
+    device.setJitter(2ms);
     run(20);
     worstError = worstStretch = 0;
     run(300);
@@ -99,7 +104,7 @@ TEST_F(AudioClockModelTests, JitterOfReportsDoesNotReachTheLine)
 
 TEST_F(AudioClockModelTests, ReportsThatNeverAgreeLockByTheirMedian)
 {
-    device.setJitter(15 * millisecond);
+    device.setJitter(15ms);
     run(1);
     EXPECT_TRUE(model.isLocked());
     EXPECT_LT(error(), 15 * milliseconds);
@@ -108,7 +113,7 @@ TEST_F(AudioClockModelTests, ReportsThatNeverAgreeLockByTheirMedian)
 TEST_F(AudioClockModelTests, DriftOf200PpmIsFollowedForHalfAnHour)
 {
     device = SimulatedDevice(0.0002);
-    device.setJitter(1 * millisecond);
+    device.setJitter(1ms);
     run(1800);
     EXPECT_LT(worstError, 5 * milliseconds);
     EXPECT_LT(error(), 1 * milliseconds);
@@ -120,7 +125,7 @@ TEST_F(AudioClockModelTests, DriftOf200PpmIsFollowedForHalfAnHour)
 TEST_F(AudioClockModelTests, DriftToTheOtherSideIsFollowedAsWell)
 {
     device = SimulatedDevice(-0.0002);
-    device.setJitter(1 * millisecond);
+    device.setJitter(1ms);
     run(1800);
     EXPECT_LT(worstError, 5 * milliseconds);
     EXPECT_EQ(model.run(), 1);
@@ -128,12 +133,12 @@ TEST_F(AudioClockModelTests, DriftToTheOtherSideIsFollowedAsWell)
 
 TEST_F(AudioClockModelTests, SingleWrongReportsAreIgnored)
 {
-    device.setJitter(millisecond / 2);
+    device.setJitter(500us);
     run(10);
     worstError = 0;
     run(60, [this](std::int64_t at) {
         const bool isWrong = at / SimulatedDevice::blockFrames % 70 == 0;
-        return device.reportOf(at) + (isWrong ? 300 * millisecond : 0);
+        return device.reportOf(at) + (isWrong ? 300ms : 0ms);
     });
     EXPECT_LT(worstError, 2 * milliseconds);
     EXPECT_EQ(model.run(), 1);
@@ -142,7 +147,7 @@ TEST_F(AudioClockModelTests, SingleWrongReportsAreIgnored)
 TEST_F(AudioClockModelTests, AStallOfThreeSecondsJumpsOnceToTheTruth)
 {
     run(30);
-    device.lose(3 * second);
+    device.lose(3s);
     model.reacquire();
     run(1);
     EXPECT_EQ(model.run(), 2);
@@ -153,7 +158,7 @@ TEST_F(AudioClockModelTests, AStallOfThreeSecondsJumpsOnceToTheTruth)
 
 TEST_F(AudioClockModelTests, APauseInWhichNothingWasLostIsNoJump)
 {
-    device.setJitter(millisecond);
+    device.setJitter(1ms);
     run(30);
     worstStretch = 0;
     model.reacquire();
@@ -165,13 +170,13 @@ TEST_F(AudioClockModelTests, APauseInWhichNothingWasLostIsNoJump)
 TEST_F(AudioClockModelTests, WrongReportsAfterAPauseAreNotBelieved)
 {
     run(30);
-    device.lose(3 * second);
-    device.setReportError(-800 * millisecond);
+    device.lose(3s);
+    device.setReportError(-800ms);
     model.reacquire();
     run(0.2);
     EXPECT_TRUE(model.isLocked());
     EXPECT_LT(error(), 5 * milliseconds);
-    device.setReportError(0);
+    device.setReportError(0s);
     run(10);
     EXPECT_EQ(model.run(), 2);
     EXPECT_LT(error(), 1 * milliseconds);
@@ -180,7 +185,7 @@ TEST_F(AudioClockModelTests, WrongReportsAfterAPauseAreNotBelieved)
 TEST_F(AudioClockModelTests, ASmallStepOfTheReportsIsTakenUpSlowly)
 {
     run(30);
-    device.setReportError(15 * millisecond);
+    device.setReportError(15ms);
     worstStretch = 0;
     run(60);
     EXPECT_EQ(model.run(), 1);
@@ -191,7 +196,7 @@ TEST_F(AudioClockModelTests, ASmallStepOfTheReportsIsTakenUpSlowly)
 TEST_F(AudioClockModelTests, ALargeStepOfTheReportsThatStaysIsAJump)
 {
     run(30);
-    device.setReportError(120 * millisecond);
+    device.setReportError(120ms);
     run(2);
     EXPECT_EQ(model.run(), 2);
     EXPECT_NEAR(error(), 120 * milliseconds, 1 * milliseconds);

@@ -16,15 +16,21 @@ namespace {
 constexpr double toneHertz = 440; // as heard in truth
 
 struct Delivered {
-    std::int64_t time = 0;
-    std::int64_t now = 0;
+    HostTime time = {};
+    HostTime now = {};
     std::vector<float> samples;
 
-    std::int64_t end() const
+    HostTime end() const
     {
-        return time + std::llround(static_cast<double>(samples.size()) * 1e9 / SimulatedDevice::sampleRate);
+        const double nanoseconds = static_cast<double>(samples.size()) * 1e9 / SimulatedDevice::sampleRate;
+        return time + HostClock::duration(std::llround(nanoseconds));
     }
 };
+
+double nanoseconds(HostClock::duration duration)
+{
+    return static_cast<double>(duration.count());
+}
 
 class SteadySoundTests : public testing::Test {
 protected:
@@ -63,8 +69,7 @@ protected:
     {
         double worst = 0;
         for (std::size_t at = 1; at < delivered.size(); ++at)
-            worst = std::max(
-                worst, std::abs(static_cast<double>(delivered[at].time - delivered[at - 1].end())));
+            worst = std::max(worst, std::abs(nanoseconds(delivered[at].time - delivered[at - 1].end())));
         return worst;
     }
 
@@ -75,7 +80,7 @@ protected:
         for (std::size_t at = firstBuffer; at < delivered.size(); ++at) {
             const auto& buffer = delivered[at];
             for (std::size_t sample = 0; sample < buffer.samples.size(); ++sample) {
-                const double time = static_cast<double>(buffer.time)
+                const double time = nanoseconds(buffer.time.time_since_epoch())
                     + static_cast<double>(sample) * 1e9 / SimulatedDevice::sampleRate;
                 worst = std::max(worst, std::abs(static_cast<double>(buffer.samples[sample] - toneAt(time))));
             }
@@ -85,7 +90,9 @@ protected:
 
     void take(const AudioBuffer& buffer)
     {
-        Delivered one{.time = buffer.presentationTime.nanoseconds(), .now = now, .samples = {}};
+        Delivered one{.time = HostTime(HostClock::duration(buffer.presentationTime.nanoseconds())),
+            .now = now,
+            .samples = {}};
         one.samples.resize(buffer.frameCount);
         std::memcpy(one.samples.data(), buffer.bytes.data(), buffer.bytes.size());
         EXPECT_EQ(buffer.dataStatus(), AudioDataStatus::whole);
@@ -94,9 +101,9 @@ protected:
     }
 
     SimulatedDevice device;
-    std::int64_t earliness = 0; // of the arrivals
+    HostClock::duration earliness{0}; // of the arrivals
     std::int64_t frame = 0;
-    std::int64_t now = 0;
+    HostTime now;
     int sinceReport = 0;
     std::vector<Delivered> delivered;
     SteadySound sound{SimulatedDevice::sampleRate, 1, [this](const AudioBuffer& buffer) { take(buffer); }};
@@ -108,7 +115,7 @@ TEST_F(SteadySoundTests, NothingComesBeforeItsTimeIsKnownAndNothingIsLost)
     EXPECT_TRUE(delivered.empty());
     play(0.1);
     ASSERT_FALSE(delivered.empty());
-    EXPECT_NEAR(static_cast<double>(delivered.front().time), device.heardAt(0), 1000);
+    EXPECT_NEAR(nanoseconds(delivered.front().time.time_since_epoch()), device.heardAt(0), 1000);
 }
 
 TEST_F(SteadySoundTests, BuffersJoinAndEverySampleLiesAtItsTime)
@@ -122,15 +129,15 @@ TEST_F(SteadySoundTests, BuffersJoinAndEverySampleLiesAtItsTime)
 
 TEST_F(SteadySoundTests, WhatIsPlayedLaterIsHandedOutWhenItIsPlayed)
 {
-    earliness = SimulatedDevice::delay + 60 * millisecond;
+    earliness = SimulatedDevice::delay + 60ms;
     play(2);
     ASSERT_FALSE(delivered.empty());
     for (const auto& buffer : delivered)
         ASSERT_LE(buffer.end(), buffer.now);
-    EXPECT_EQ(sound.nextDelivery(), delivered.back().end() + 25 * millisecond);
+    EXPECT_EQ(sound.nextDelivery(), delivered.back().end() + 25ms);
     now = sound.nextDelivery();
     const auto before = delivered.size();
-    sound.deliver(now - 1);
+    sound.deliver(now - 1ns);
     EXPECT_EQ(delivered.size(), before);
     sound.deliver(now);
     EXPECT_EQ(delivered.size(), before + 1);
@@ -141,10 +148,10 @@ TEST_F(SteadySoundTests, AStallWithLossLeavesAGapOfItsLength)
     play(10);
     const auto before = delivered.back().end();
     const auto count = delivered.size();
-    device.lose(3 * second);
+    device.lose(3s);
     play(1);
     ASSERT_GT(delivered.size(), count);
-    EXPECT_NEAR(static_cast<double>(delivered[count].time - before), 3e9, 2e6);
+    EXPECT_NEAR(nanoseconds(delivered[count].time - before), 3e9, 2e6);
 }
 
 TEST_F(SteadySoundTests, AStallWithoutLossLeavesNoGap)

@@ -72,7 +72,7 @@ TEST_F(CaptureOpeningTests, EventsArePlacedInWhatWasReallyOpened)
     clock.onSleep = [this] {
         stream.deliver(fakeFrame(++frameTime * 200'000'000, 800, 600));
         eventTaps.tap->deliver({.type = InputEventType::leftMouseDown,
-            .hostNs = frameTime * 200'000'000 + 1'000'000,
+            .time = HostTime(std::chrono::milliseconds(frameTime * 200 + 1)),
             .globalLocation = {300, 75}});
     };
     record();

@@ -21,7 +21,7 @@ protected:
         clock.onSleep = [this] {
             if (frameTime == 0)
                 tap.deliver({.type = InputEventType::leftMouseDown,
-                    .hostNs = 500'000'000,
+                    .time = HostTime(std::chrono::milliseconds(500)),
                     .globalLocation = {160, 240}});
             stream.deliver(fakeFrame(++frameTime * 200'000'000, 640, 480));
         };

@@ -1,6 +1,6 @@
 #include "Backends/Streams/ThreadedCaptureStream.h"
 
-#include <cstdint>
+#include <chrono>
 #include <memory>
 #include <vector>
 
@@ -12,10 +12,12 @@
 namespace glimto {
 namespace {
 
+using namespace std::chrono_literals;
+
 // Delivers one frame for each of the times, and then stands still.
 class ScriptedStream final : public ThreadedCaptureStream {
 public:
-    explicit ScriptedStream(std::vector<std::int64_t> times)
+    explicit ScriptedStream(std::vector<HostTime> times)
         : times_(std::move(times))
     {
     }
@@ -27,26 +29,27 @@ private:
         if (delivered() < times_.size())
             return deliver(times_[delivered()], Picture::newOne);
         pollfd entry = {.fd = wakeUp().fileDescriptor(), .events = POLLIN, .revents = 0};
-        waitFor({&entry, 1}, INT64_MAX);
+        waitFor({&entry, 1}, HostTime::max());
     }
     void takeLastPicture() override { }
     const std::shared_ptr<const FramePicture>& picture() const override { return picture_; }
     const std::vector<PixelRect>& changedRects() const override { return changedRects_; }
 
-    const std::vector<std::int64_t> times_;
+    const std::vector<HostTime> times_;
     const std::shared_ptr<const FramePicture> picture_ = std::make_shared<FakeFramePicture>(makeCanvas(2, 2));
     const std::vector<PixelRect> changedRects_ = {{0, 0, 2, 2}};
 };
 
 // The times of the frames that a stream delivers for pictures of these times.
-std::vector<std::int64_t> timesOfFrames(const std::vector<std::int64_t>& times)
+std::vector<HostTime> timesOfFrames(const std::vector<HostTime>& times)
 {
-    Guarded<std::vector<std::int64_t>> heard;
+    Guarded<std::vector<HostTime>> heard;
     ScriptedStream stream(times);
     stream.start({.onFrame =
                       [&](const VideoFrame& frame) {
-                          heard.change(
-                              [&](auto& all) { all.push_back(frame.presentationTime.nanoseconds()); });
+                          heard.change([&](auto& all) {
+                              all.emplace_back(HostClock::duration(frame.presentationTime.nanoseconds()));
+                          });
                       },
         .onStopped = [](const std::exception_ptr&) {}});
     heard.waitFor(std::chrono::seconds(20), [&](const auto& all) { return all.size() >= times.size(); });
@@ -55,20 +58,22 @@ std::vector<std::int64_t> timesOfFrames(const std::vector<std::int64_t>& times)
     return heard.with([](auto& all) { return all; });
 }
 
-constexpr std::int64_t millisecond = 1'000'000;
+HostTime at(std::chrono::milliseconds time)
+{
+    return HostTime(time);
+}
 
 TEST(ThreadedCaptureStreamTests, FramesHaveTheTimesOfTheirPictures)
 {
-    const std::vector<std::int64_t> times = {5 * millisecond, 20 * millisecond, 40 * millisecond};
+    const std::vector<HostTime> times = {at(5ms), at(20ms), at(40ms)};
     EXPECT_EQ(timesOfFrames(times), times);
 }
 
 // A still screen is told as of now; what changed just before that comes later.
 TEST(ThreadedCaptureStreamTests, APictureOlderThanTheLastFrameIsAFrameOfItsOwnAllTheSame)
 {
-    EXPECT_EQ(timesOfFrames({5 * millisecond, 500 * millisecond, 490 * millisecond, 500 * millisecond}),
-        (std::vector<std::int64_t>{
-            5 * millisecond, 500 * millisecond, 501 * millisecond, 502 * millisecond}));
+    EXPECT_EQ(timesOfFrames({at(5ms), at(500ms), at(490ms), at(500ms)}),
+        (std::vector<HostTime>{at(5ms), at(500ms), at(501ms), at(502ms)}));
 }
 
 } // namespace

@@ -60,11 +60,5 @@ TEST(TimeStampsTests, CompactTimeIsLocal)
     EXPECT_EQ(compactLocalTimestamp(afternoon), "20240131-104502");
 }
 
-TEST(TimeStampsTests, HostTimeNeverRunsBackwards)
-{
-    const auto earlier = hostTimeNanoseconds();
-    EXPECT_GE(hostTimeNanoseconds(), earlier);
-}
-
 } // namespace
 } // namespace glimto

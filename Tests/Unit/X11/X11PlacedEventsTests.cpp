@@ -14,7 +14,10 @@ using Type = InputEventType;
 using Recorded = X11RecordedEvent::Kind;
 using Raw = X11RawAddition::Kind;
 
-constexpr std::int64_t millisecond = 1'000'000;
+HostTime at(std::int64_t milliseconds)
+{
+    return HostTime(std::chrono::milliseconds(milliseconds));
+}
 
 X11RecordedEvent moved(std::uint32_t stamp, double x, double y)
 {
@@ -58,13 +61,13 @@ class X11PlacedEventsTests : public testing::Test {
 protected:
     X11PlacedEventsTests()
     {
-        clock.add({.stamp = 1000, .before = 1000 * millisecond, .after = 1001 * millisecond});
+        clock.add({.stamp = 1000, .before = at(1000), .after = at(1001)});
         events.setFirstPlace({10, 10});
     }
 
     std::vector<InputEvent> settledUntil(std::int64_t milliseconds)
     {
-        events.settle(clock, 10'000 * millisecond, milliseconds * millisecond);
+        events.settle(clock, at(10'000), at(milliseconds));
         return events.take();
     }
 
@@ -93,7 +96,7 @@ TEST_F(X11PlacedEventsTests, TimeIsTheServersOnTheHostClock)
     events.add(moved(1234, 5, 5));
     const auto all = settled();
     ASSERT_EQ(all.size(), 1U);
-    EXPECT_EQ(all[0].hostNs, 1234 * millisecond + millisecond / 2);
+    EXPECT_EQ(all[0].time, at(1234) + std::chrono::microseconds(500));
 }
 
 TEST_F(X11PlacedEventsTests, WhatComesAfterTheLimitWaits)
@@ -109,13 +112,13 @@ TEST_F(X11PlacedEventsTests, StampsMayStartAnew)
 {
     X11ServerClock late;
     constexpr std::int64_t wrap = std::int64_t{1} << 32;
-    late.add({.stamp = 0xFFFFFFF0, .before = (wrap - 16) * millisecond, .after = (wrap - 15) * millisecond});
+    late.add({.stamp = 0xFFFFFFF0, .before = at(wrap - 16), .after = at(wrap - 15)});
     events.add(moved(0xFFFFFFFE, 20, 20));
     events.add(moved(3, 30, 30));
     auto turn = raw(Raw::scroll, 2);
     turn.lines = {.y = 1, .x = 0};
     events.add(turn);
-    events.settle(late, (wrap + 100) * millisecond, (wrap + 100) * millisecond);
+    events.settle(late, at(wrap + 100), at(wrap + 100));
     EXPECT_THAT(events.take(),
         ElementsAre(IsEvent(Type::mouseMoved, 20, 20), IsEvent(Type::scrollWheel, 20, 20),
             IsEvent(Type::mouseMoved, 30, 30)));
@@ -218,30 +221,30 @@ TEST_F(X11PlacedEventsTests, TouchesWithOneStampKeepTheirOrder)
 
 TEST_F(X11PlacedEventsTests, APlaceThatTheServerNamesTwiceIsAMoveWithoutARecord)
 {
-    events.setPlace({90, 90}, 2000 * millisecond);
+    events.setPlace({90, 90}, at(2000));
     EXPECT_THAT(events.take(), IsEmpty());
-    events.setPlace({90, 90}, 2250 * millisecond);
+    events.setPlace({90, 90}, at(2250));
     EXPECT_THAT(events.take(), ElementsAre(IsEvent(Type::mouseMoved, 90, 90)));
-    events.setPlace({90, 90}, 2500 * millisecond);
+    events.setPlace({90, 90}, at(2500));
     EXPECT_THAT(events.take(), IsEmpty());
 }
 
 TEST_F(X11PlacedEventsTests, AMoveHasTheTimeOfItsRecordWhenTheServerNamesItsPlaceBefore)
 {
-    events.setPlace({90, 90}, 2000 * millisecond);
+    events.setPlace({90, 90}, at(2000));
     events.add(moved(1999, 90, 90));
-    events.setPlace({90, 90}, 2001 * millisecond);
+    events.setPlace({90, 90}, at(2001));
     const auto all = settled();
     ASSERT_THAT(all, ElementsAre(IsEvent(Type::mouseMoved, 90, 90)));
-    EXPECT_EQ(all[0].hostNs, 1999 * millisecond + millisecond / 2);
+    EXPECT_EQ(all[0].time, at(1999) + std::chrono::microseconds(500));
 }
 
 TEST_F(X11PlacedEventsTests, ThePointerNeedNotBeWhereATouchHasEnded)
 {
     events.add(touch(Raw::touchEnd, 1100, 310, 205));
     settled();
-    events.setPlace({300, 200}, 2000 * millisecond);
-    events.setPlace({300, 200}, 2250 * millisecond);
+    events.setPlace({300, 200}, at(2000));
+    events.setPlace({300, 200}, at(2250));
     EXPECT_THAT(events.take(), IsEmpty());
 }
 

@@ -5,14 +5,15 @@
 namespace glimto {
 namespace {
 
-constexpr std::int64_t millisecond = 1'000'000;
-constexpr std::int64_t begin = 1'000'000 * millisecond;
+using namespace std::chrono_literals;
+
+constexpr HostTime begin(1000s);
 
 // How often the server is asked within `duration` when an event comes every millisecond.
-int questionsOfFastMouse(X11PointerPacer& pacer, std::int64_t duration)
+int questionsOfFastMouse(X11PointerPacer& pacer, std::chrono::milliseconds duration)
 {
     int questions = 0;
-    for (std::int64_t now = begin; now < begin + duration; now += millisecond) {
+    for (HostTime now = begin; now < begin + duration; now += 1ms) {
         if (pacer.next(now, true).mustAsk) {
             pacer.didAsk(now);
             ++questions;
@@ -30,10 +31,10 @@ TEST(X11PointerPacerTests, APointerAtRestIsLookedAtFourTimesASecond)
 {
     X11PointerPacer pacer;
     pacer.didAsk(begin);
-    const auto step = pacer.next(begin + millisecond, false);
+    const auto step = pacer.next(begin + 1ms, false);
     EXPECT_FALSE(step.mustAsk);
     EXPECT_TRUE(step.wakesOnEvents);
-    EXPECT_EQ(step.until, begin + 250 * millisecond);
+    EXPECT_EQ(step.until, begin + 250ms);
     EXPECT_TRUE(pacer.next(step.until, false).mustAsk);
 }
 
@@ -41,12 +42,12 @@ TEST(X11PointerPacerTests, WhatIsRecordedIsReadOftenAndAskedAboutSeldom)
 {
     X11PointerPacer pacer;
     pacer.didAsk(begin);
-    const auto step = pacer.next(begin + millisecond, true);
+    const auto step = pacer.next(begin + 1ms, true);
     EXPECT_FALSE(step.mustAsk);
     EXPECT_FALSE(step.wakesOnEvents);
-    EXPECT_EQ(step.until, begin + 5 * millisecond);
-    EXPECT_TRUE(pacer.next(begin + 40 * millisecond, true).mustAsk);
-    EXPECT_LE(questionsOfFastMouse(pacer, 10'000 * millisecond), 251);
+    EXPECT_EQ(step.until, begin + 5ms);
+    EXPECT_TRUE(pacer.next(begin + 40ms, true).mustAsk);
+    EXPECT_LE(questionsOfFastMouse(pacer, 10s), 251);
 }
 
 } // namespace

@@ -71,9 +71,10 @@ CodeSet codesDown(int device)
     return ::ioctl(device, EVIOCGKEY(sizeof(CodeSet)), codes.words()) >= 0 ? codes : CodeSet();
 }
 
-std::int64_t timeOf(const input_event& event)
+HostTime timeOf(const input_event& event)
 {
-    return std::int64_t{event.input_event_sec} * 1'000'000'000 + std::int64_t{event.input_event_usec} * 1000;
+    return HostTime(
+        std::chrono::seconds(event.input_event_sec) + std::chrono::microseconds(event.input_event_usec));
 }
 
 } // namespace
@@ -126,12 +127,12 @@ void PointerDevice::turn(const input_event& event)
         wheels_.x -= event.value;
 }
 
-void PointerDevice::press(Button button, bool isDown, std::int64_t time, std::vector<InputEvent>& events)
+void PointerDevice::press(Button button, bool isDown, HostTime time, std::vector<InputEvent>& events)
 {
     if (std::exchange(isDown_[button], isDown) == isDown)
         return;
     InputEvent event;
-    event.hostNs = time;
+    event.time = time;
     if (button == left)
         event.type = isDown ? InputEventType::leftMouseDown : InputEventType::leftMouseUp;
     else
@@ -139,7 +140,7 @@ void PointerDevice::press(Button button, bool isDown, std::int64_t time, std::ve
     events.push_back(event);
 }
 
-void PointerDevice::finishReport(std::int64_t time, std::vector<InputEvent>& events)
+void PointerDevice::finishReport(HostTime time, std::vector<InputEvent>& events)
 {
     const Wheels wheels = std::exchange(wheels_, {});
     // What was lost of wheels stays lost; buttons tell how they are.
@@ -153,7 +154,7 @@ void PointerDevice::finishReport(std::int64_t time, std::vector<InputEvent>& eve
         return;
     InputEvent event;
     event.type = InputEventType::scrollWheel;
-    event.hostNs = time;
+    event.time = time;
     event.scrollDeltaY = wheels.y;
     event.scrollDeltaX = wheels.x;
     events.push_back(event);

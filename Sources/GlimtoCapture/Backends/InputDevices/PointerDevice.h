@@ -43,8 +43,8 @@ private:
 
     void take(const input_event& event, std::vector<InputEvent>& events);
     void turn(const input_event& event);
-    void press(Button button, bool isDown, std::int64_t time, std::vector<InputEvent>& events);
-    void finishReport(std::int64_t time, std::vector<InputEvent>& events);
+    void press(Button button, bool isDown, HostTime time, std::vector<InputEvent>& events);
+    void finishReport(HostTime time, std::vector<InputEvent>& events);
 
     FileDescriptor descriptor_;
     std::array<bool, 2> isDown_ = {};

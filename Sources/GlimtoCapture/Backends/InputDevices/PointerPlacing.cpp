@@ -4,16 +4,16 @@
 
 namespace glimto {
 
-std::optional<std::int64_t> PointerPlacing::oldest() const
+std::optional<HostTime> PointerPlacing::oldest() const
 {
-    const auto at = std::ranges::min_element(waiting_, {}, &InputEvent::hostNs);
-    return at == waiting_.end() ? std::nullopt : std::optional(at->hostNs);
+    const auto at = std::ranges::min_element(waiting_, {}, &InputEvent::time);
+    return at == waiting_.end() ? std::nullopt : std::optional(at->time);
 }
 
-std::vector<InputEvent> PointerPlacing::take(std::int64_t until)
+std::vector<InputEvent> PointerPlacing::take(HostTime until)
 {
-    std::ranges::stable_sort(waiting_, {}, &InputEvent::hostNs);
-    const auto end = std::ranges::upper_bound(waiting_, until, {}, &InputEvent::hostNs);
+    std::ranges::stable_sort(waiting_, {}, &InputEvent::time);
+    const auto end = std::ranges::upper_bound(waiting_, until, {}, &InputEvent::time);
     std::vector<InputEvent> events;
     for (auto at = waiting_.begin(); at != end; ++at) {
         if (at->type == InputEventType::mouseMoved)
@@ -22,7 +22,7 @@ std::vector<InputEvent> PointerPlacing::take(std::int64_t until)
             continue;
         events.push_back(*at);
         events.back().globalLocation = *place_;
-        events.back().hostNs = last_ = std::max(last_, at->hostNs);
+        events.back().time = last_ = std::max(last_, at->time);
     }
     waiting_.erase(waiting_.begin(), end);
     return events;

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <vector>
 
 #include "Platform/EventTap.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -15,16 +15,16 @@ public:
     void add(const InputEvent& event) { waiting_.push_back(event); }
 
     // When the oldest that waits happened.
-    std::optional<std::int64_t> oldest() const;
+    std::optional<HostTime> oldest() const;
 
-    // All that happened until `until`, nanoseconds on the host clock, with their places and in order of time,
-    // also with what was taken before. What happened before the first move has no place and is left out.
-    std::vector<InputEvent> take(std::int64_t until);
+    // All that happened until `until`, with their places and in order of time, also with what was taken
+    // before. What happened before the first move has no place and is left out.
+    std::vector<InputEvent> take(HostTime until);
 
 private:
     std::vector<InputEvent> waiting_;
     std::optional<Point> place_;
-    std::int64_t last_ = 0; // no event that was taken is younger
+    HostTime last_; // no event that was taken is younger
 };
 
 } // namespace glimto

@@ -12,7 +12,6 @@
 
 #include "Backends/Portal/PortalErrors.h"
 #include "Support/Text.h"
-#include "Support/TimeStamps.h"
 
 namespace glimto {
 
@@ -22,7 +21,7 @@ namespace {
 constexpr std::size_t mostChangedRects = 64;
 
 // A time stamp that lies further back is of another clock.
-constexpr std::int64_t oldestTime = 500'000'000;
+constexpr std::chrono::milliseconds oldestTime(500);
 
 // Buffers that stay with the provider, so that it can always draw.
 constexpr std::size_t providersBuffers = 2;
@@ -392,10 +391,10 @@ private:
         isAllChanged_ = false;
     }
 
-    static std::int64_t timeOf(const spa_meta_header* header)
+    static HostTime timeOf(const spa_meta_header* header)
     {
-        const std::int64_t now = hostTimeNanoseconds();
-        const std::int64_t told = header ? header->pts : now;
+        const auto now = HostClock::now();
+        const HostTime told = header ? HostTime(HostClock::duration(header->pts)) : now;
         return told <= now && now - told < oldestTime ? told : now;
     }
 

@@ -13,6 +13,7 @@
 #include "Platform/Geometry.h"
 #include "Support/Errors.h"
 #include "Support/FileDescriptor.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -22,7 +23,7 @@ struct ArrivedPicture {
     PixelRect part; // what of it is meant to be seen
     // Where it may differ from the picture that was taken before.
     std::vector<PixelRect> changedRects;
-    std::int64_t time = 0; // on the host clock, when it was made or came
+    HostTime time = {}; // when it was made or came
 };
 
 // The stream of a screen or window in PipeWire, at the end of a connection that shows nothing else. Whatever
@@ -77,7 +78,7 @@ public:
     // or not told.
     struct PointerPlace {
         Point place;
-        std::int64_t time = 0; // on the host clock
+        HostTime time = {};
     };
     virtual std::optional<PointerPlace> pointer() const = 0;
 

@@ -5,17 +5,17 @@
 
 #include "Backends/Streams/ThreadedCaptureStream.h"
 #include "Platform/FrameGrid.h"
-#include "Support/TimeStamps.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr std::int64_t repeatInterval = 500'000'000;
-constexpr std::int64_t askInterval = 1'000'000'000;
+constexpr std::chrono::milliseconds repeatInterval(500);
+constexpr std::chrono::seconds askInterval(1);
 
 // Consumers wake the stream when they let go of what it waits for; this is for those who do not.
-constexpr std::int64_t retryInterval = 20'000'000;
+constexpr std::chrono::milliseconds retryInterval(20);
 
 class PortalCaptureStream final : public ThreadedCaptureStream {
 public:
@@ -39,7 +39,7 @@ private:
     void capture() override
     {
         const PipeWireScreen::Turn turn(share_->screen());
-        askDue_ = hostTimeNanoseconds() + askInterval;
+        askDue_ = HostClock::now() + askInterval;
         ThreadedCaptureStream::capture();
     }
 
@@ -47,7 +47,7 @@ private:
     {
         share_->handleEvents();
         tellPointer();
-        const std::int64_t now = hostTimeNanoseconds();
+        const auto now = HostClock::now();
         if (now >= nextPictureDue_ && pictures_.take()) {
             if (delivered() == 0)
                 grid_.begin(now);
@@ -55,7 +55,7 @@ private:
             deliverNow(Picture::newOne, pictures_.time());
             return;
         }
-        std::int64_t until = now + repeatInterval;
+        HostTime until = now + repeatInterval;
         if (picture()) {
             if (now >= repeatDue_)
                 deliverNow(Picture::asBefore, now);
@@ -69,9 +69,9 @@ private:
         share_->wait(wakeUp(), until);
     }
 
-    void deliverNow(Picture kind, std::int64_t time)
+    void deliverNow(Picture kind, HostTime time)
     {
-        repeatDue_ = hostTimeNanoseconds() + repeatInterval;
+        repeatDue_ = HostClock::now() + repeatInterval;
         deliver(time, kind);
     }
 
@@ -89,7 +89,7 @@ private:
     void takeLastPicture() override
     {
         share_->handleEvents();
-        if (hostTimeNanoseconds() >= nextPictureDue_ && pictures_.take())
+        if (HostClock::now() >= nextPictureDue_ && pictures_.take())
             deliver(pictures_.time(), Picture::newOne);
     }
 
@@ -98,9 +98,9 @@ private:
     PortalPictures pictures_;
     FrameGrid grid_;
     PortalPointerTrack pointer_;
-    std::int64_t nextPictureDue_ = 0;
-    std::int64_t repeatDue_ = 0;
-    std::int64_t askDue_ = 0; // for a first picture
+    HostTime nextPictureDue_;
+    HostTime repeatDue_;
+    HostTime askDue_; // for a first picture
 };
 
 } // namespace

@@ -9,6 +9,7 @@
 #include "Backends/Portal/PipeWireScreen.h"
 #include "Platform/FramePicture.h"
 #include "Platform/Geometry.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -34,7 +35,7 @@ public:
     // Of the picture that was taken last.
     const std::shared_ptr<const FramePicture>& picture() const { return picture_; }
     const std::vector<PixelRect>& changedRects() const { return changedRects_; }
-    std::int64_t time() const { return time_; }
+    HostTime time() const { return time_; }
 
 private:
     PixelRect shownPart(const PixelRect& whole) const;
@@ -46,7 +47,7 @@ private:
     PixelRect part_; // of the last picture
     std::shared_ptr<const FramePicture> picture_;
     std::vector<PixelRect> changedRects_;
-    std::int64_t time_ = 0;
+    HostTime time_;
 };
 
 } // namespace glimto

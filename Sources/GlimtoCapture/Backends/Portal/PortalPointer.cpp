@@ -1,13 +1,10 @@
 #include "Backends/Portal/PortalPointer.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 #include <vector>
 
 #include <poll.h>
-
-#include "Support/TimeStamps.h"
 
 namespace glimto {
 
@@ -17,23 +14,23 @@ namespace {
 constexpr std::size_t mostWaitingMoves = 10'000;
 
 // The pointer is told with the next picture, a little after it moved; devices tell at once.
-constexpr std::int64_t settlingTime = 150'000'000;
+constexpr std::chrono::milliseconds settlingTime(150);
 
 } // namespace
 
-void PortalPointer::moved(Point location, std::int64_t hostNs)
+void PortalPointer::moved(Point location, HostTime time)
 {
     const auto listener = state_.with([&](State& state) -> std::shared_ptr<WakeUp> {
         if (state.last == location)
             return nullptr;
         state.last = location;
-        state.lastNs = std::max(hostNs, state.lastNs);
+        state.lastTime = std::max(time, state.lastTime);
         if (!state.listener)
             return nullptr;
         if (state.moves.size() >= mostWaitingMoves)
             state.moves.pop_front();
         state.moves.push_back(
-            {.type = InputEventType::mouseMoved, .hostNs = state.lastNs, .globalLocation = location});
+            {.type = InputEventType::mouseMoved, .time = state.lastTime, .globalLocation = location});
         return state.listener;
     });
     if (listener)
@@ -48,10 +45,10 @@ PortalEventTap::PortalEventTap(std::shared_ptr<PortalPointer> pointer, PointerDe
     pointer_->state_.with([&](PortalPointer::State& state) {
         state.listener = wakeUp_;
         state.mustStop = false;
-        state.lastNs = std::max(hostTimeNanoseconds(), state.lastNs);
+        state.lastTime = std::max(HostClock::now(), state.lastTime);
         if (state.last)
             state.moves = {
-                {.type = InputEventType::mouseMoved, .hostNs = state.lastNs, .globalLocation = *state.last}};
+                {.type = InputEventType::mouseMoved, .time = state.lastTime, .globalLocation = *state.last}};
     });
 }
 
@@ -65,18 +62,18 @@ PortalEventTap::~PortalEventTap()
 
 void PortalEventTap::run(std::chrono::nanoseconds timerPeriod, const Handlers& handlers)
 {
-    std::int64_t timerDue = hostTimeNanoseconds() + timerPeriod.count();
+    auto timerDue = HostClock::now() + timerPeriod;
     for (;;) {
         const bool mustStop = takeEvents();
         const bool mayPlaceAll = mustStop || devices_.isEmpty();
-        for (const InputEvent& event : placing_.take(mayPlaceAll ? std::numeric_limits<std::int64_t>::max()
-                                                                 : hostTimeNanoseconds() - settlingTime))
+        for (const InputEvent& event :
+            placing_.take(mayPlaceAll ? HostTime::max() : HostClock::now() - settlingTime))
             handlers.onEvent(event);
         if (mustStop)
             return;
-        const std::int64_t now = hostTimeNanoseconds();
+        const auto now = HostClock::now();
         if (now >= timerDue) {
-            timerDue = now + timerPeriod.count();
+            timerDue = now + timerPeriod;
             devices_.look();
             handlers.onTimer();
         }
@@ -101,7 +98,7 @@ bool PortalEventTap::takeEvents()
     return mustStop;
 }
 
-void PortalEventTap::waitForMore(std::int64_t deadline)
+void PortalEventTap::waitForMore(HostTime deadline)
 {
     std::vector<pollfd> entries = {{.fd = wakeUp_->fileDescriptor(), .events = POLLIN, .revents = 0}};
     devices_.addTo(entries);

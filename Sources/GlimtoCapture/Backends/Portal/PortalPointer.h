@@ -12,6 +12,7 @@
 #include "Platform/EventTap.h"
 #include "Platform/Geometry.h"
 #include "Support/Guarded.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -31,7 +32,7 @@ public:
 
     // Of the capture's thread: the pointer was there, in global display points. A place that is as before is
     // no move.
-    void moved(Point location, std::int64_t hostNs);
+    void moved(Point location, HostTime time);
 
 private:
     friend class PortalEventTap;
@@ -41,7 +42,7 @@ private:
         std::shared_ptr<WakeUp> listener; // null while nobody listens
         bool mustStop = false;
         std::optional<Point> last;
-        std::int64_t lastNs = 0; // no event is older
+        HostTime lastTime = {}; // no event is older
         std::deque<InputEvent> moves; // that nobody has taken yet
     };
     Guarded<State> state_;
@@ -62,7 +63,7 @@ public:
 
 private:
     bool takeEvents();
-    void waitForMore(std::int64_t deadline);
+    void waitForMore(HostTime deadline);
 
     std::shared_ptr<PortalPointer> pointer_;
     std::shared_ptr<WakeUp> wakeUp_ = std::make_shared<WakeUp>(); // also of whoever tells of the pointer

@@ -7,16 +7,15 @@
 
 #include "Backends/Portal/PortalErrors.h"
 #include "Support/Errors.h"
-#include "Support/TimeStamps.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
-constexpr std::int64_t formatLimit = 15 * nanosecondsPerSecond;
-constexpr std::int64_t firstPictureLimit = 3 * nanosecondsPerSecond;
-constexpr std::int64_t askAgainAfter = nanosecondsPerSecond;
+constexpr std::chrono::seconds formatLimit(15);
+constexpr std::chrono::seconds firstPictureLimit(3);
+constexpr std::chrono::seconds askAgainAfter(1);
+constexpr std::chrono::milliseconds longestWait(100);
 constexpr std::chrono::milliseconds sessionEndLimit(300);
 
 } // namespace
@@ -41,18 +40,18 @@ void PortalShare::beginStream(const ScreenCastSession::Grant& grant, std::uint32
 void PortalShare::waitForStream()
 {
     const PipeWireScreen::Turn turn(*screen_);
-    const std::int64_t began = hostTimeNanoseconds();
-    std::int64_t agreed = 0;
-    std::int64_t asked = 0;
+    const auto began = HostClock::now();
+    HostTime agreed;
+    HostTime asked;
     for (;;) {
         handleEvents();
-        const std::int64_t now = hostTimeNanoseconds();
+        const auto now = HostClock::now();
         if (opening_->hasEnded())
             throw portalError(PortalFailure::givenUp, "The capture is no longer wanted.");
         if (screen_->arrived())
             return;
         if (screen_->format()) {
-            if (agreed == 0)
+            if (agreed == HostTime())
                 agreed = asked = now;
             if (now - agreed >= firstPictureLimit)
                 return;
@@ -63,7 +62,7 @@ void PortalShare::waitForStream()
         } else if (now - began >= formatLimit) {
             throw portalError(PortalFailure::noAnswer, "The stream of the screen did not begin in time.");
         }
-        wait(*opening_, now + nanosecondsPerSecond / 10);
+        wait(*opening_, now + longestWait);
     }
 }
 
@@ -81,7 +80,7 @@ void PortalShare::handleEvents()
     }
 }
 
-void PortalShare::wait(WakeUp& wakeUp, std::int64_t deadline)
+void PortalShare::wait(WakeUp& wakeUp, HostTime deadline)
 {
     std::array<pollfd, 3> entries = {{
         {.fd = screen_->fileDescriptor(), .events = POLLIN, .revents = 0},

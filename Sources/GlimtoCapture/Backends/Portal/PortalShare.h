@@ -7,6 +7,7 @@
 #include "Backends/Portal/ScreenCastSession.h"
 #include "Backends/Portal/SessionBus.h"
 #include "Backends/Streams/WakeUp.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -26,8 +27,8 @@ public:
     // source is gone.
     void handleEvents();
 
-    // Waits until something comes, `wakeUp` is woken, or `deadline` on the host clock.
-    void wait(WakeUp& wakeUp, std::int64_t deadline);
+    // Waits until something comes, `wakeUp` is woken, or `deadline`.
+    void wait(WakeUp& wakeUp, HostTime deadline);
 
     PipeWireScreen& screen() { return *screen_; }
 

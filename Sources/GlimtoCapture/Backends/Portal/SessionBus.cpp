@@ -9,13 +9,16 @@
 
 #include "Backends/Portal/PortalErrors.h"
 #include "Support/Text.h"
-#include "Support/TimeStamps.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
 namespace {
 
 const char* const noAnswerText = "does not answer.";
+
+// A timer of the bus is not looked at before it is due.
+constexpr std::chrono::milliseconds busTimerSlack(1);
 
 // Whether the error says that there is nobody, or nobody who can do that.
 bool meansNobody(const char* name)
@@ -164,7 +167,7 @@ int SessionBus::fileDescriptor() const
 
 void SessionBus::waitUntil(const std::function<bool()>& isReady, Limit limit, const std::string& what)
 {
-    const std::int64_t end = hostTimeNanoseconds() + limit.count();
+    const HostTime end = HostClock::now() + limit;
     for (;;) {
         if (isReady())
             return;
@@ -172,21 +175,21 @@ void SessionBus::waitUntil(const std::function<bool()>& isReady, Limit limit, co
             throw portalError(PortalFailure::givenUp, "The capture is no longer wanted.");
         if (handleOne())
             continue;
-        std::int64_t left = end - hostTimeNanoseconds();
-        if (left <= 0)
+        const HostTime now = HostClock::now();
+        if (now >= end)
             throw portalError(PortalFailure::noAnswer, what + " " + noAnswerText);
         // The bus has timers of its own, whose times come in microseconds of the same clock.
+        HostTime deadline = end;
         std::uint64_t busTimer = 0;
         if (sd_bus_get_timeout(bus_.get(), &busTimer) > 0 && busTimer != UINT64_MAX)
-            left = std::min(left,
-                std::max<std::int64_t>(0, static_cast<std::int64_t>(busTimer) * 1000 - hostTimeNanoseconds())
-                    + 1'000'000);
+            deadline
+                = std::min(end, std::max(now, HostTime(std::chrono::microseconds(busTimer))) + busTimerSlack);
         const int events = sd_bus_get_events(bus_.get());
         std::array<pollfd, 2> entries = {{
             {.fd = sd_bus_get_fd(bus_.get()), .events = static_cast<short>(events), .revents = 0},
             {.fd = wakeUp_.fileDescriptor(), .events = POLLIN, .revents = 0},
         }};
-        if (!waitFor(entries, hostTimeNanoseconds() + left))
+        if (!waitFor(entries, deadline))
             throw PlatformError::posix("Could not wait for the desktop portal", errno);
     }
 }

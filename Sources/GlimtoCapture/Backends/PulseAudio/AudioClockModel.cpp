@@ -14,7 +14,7 @@ constexpr double millisecond = 1e6;
 constexpr std::size_t reportsToLock = 3;
 constexpr double agreement = 4 * millisecond;
 constexpr std::size_t mostReportsToLock = 12;
-constexpr std::int64_t longestReacquiring = 150'000'000;
+constexpr std::chrono::milliseconds longestReacquiring(150);
 // A pause after which sound lies this close to where it was expected is none.
 constexpr double jumpTolerance = 20 * millisecond;
 // Farther from the arrivals than this, a report after a pause is wrong.
@@ -36,7 +36,12 @@ constexpr double largestDrift = 0.005;
 constexpr double largestCorrection = 0.002; // 3.5 cents
 constexpr double longestStep = 2; // seconds between reports that count
 
-constexpr std::int64_t arrivalDelayPeriod = 5'000'000'000;
+constexpr std::chrono::seconds arrivalDelayPeriod(5);
+
+double nanoseconds(HostTime time)
+{
+    return static_cast<double>(time.time_since_epoch().count());
+}
 
 double median(std::vector<double> values)
 {
@@ -54,20 +59,25 @@ AudioClockModel::AudioClockModel(int sampleRate)
     candidates_.reserve(mostReportsToLock);
 }
 
-double AudioClockModel::frameAt(double time) const
+HostTime AudioClockModel::hostTime(double frame) const
 {
-    return anchorFrame_ + (time - anchorTime_) / (nanosecondsPerFrame_ * slope_);
+    return HostTime(HostClock::duration(std::llround(line(frame))));
+}
+
+double AudioClockModel::frameAt(HostTime time) const
+{
+    return anchorFrame_ + (nanoseconds(time) - anchorTime_) / (nanosecondsPerFrame_ * slope_);
 }
 
 void AudioClockModel::didRead(double frame)
 {
-    anchorTime_ = hostTime(frame);
+    anchorTime_ = line(frame);
     anchorFrame_ = frame;
 }
 
-void AudioClockModel::observe(std::int64_t frame, std::int64_t time)
+void AudioClockModel::observe(std::int64_t frame, HostTime time)
 {
-    const Report report{frame, static_cast<double>(time)};
+    const Report report{frame, nanoseconds(time)};
     if (isLocked_)
         return follow(report);
     if (!isPlausible(report))
@@ -76,11 +86,11 @@ void AudioClockModel::observe(std::int64_t frame, std::int64_t time)
     lockOnReports();
 }
 
-void AudioClockModel::didArrive(std::int64_t endFrame, std::int64_t now)
+void AudioClockModel::didArrive(std::int64_t endFrame, HostTime now)
 {
     if (isLocked_)
         return noteArrivalDelay(endFrame, now);
-    const double offset = static_cast<double>(now) - nominal(static_cast<double>(endFrame));
+    const double offset = nanoseconds(now) - nominal(static_cast<double>(endFrame));
     arrivalOffset_ = std::min(arrivalOffset_.value_or(offset), offset);
     if (!firstArrival_)
         firstArrival_ = now;
@@ -130,7 +140,7 @@ void AudioClockModel::lock(double offset, LockedOn evidence)
 
 void AudioClockModel::follow(const Report& report)
 {
-    errors_.push_back(report.hostTime - hostTime(static_cast<double>(report.frame)));
+    errors_.push_back(report.hostTime - line(static_cast<double>(report.frame)));
     isInDoubt_ = std::abs(errors_.back()) > doubtfulError;
     if (errors_.size() > rememberedErrors)
         errors_.erase(errors_.begin());
@@ -172,9 +182,9 @@ void AudioClockModel::steer(double error, double elapsed)
     slope_ = 1 + drift_ + std::clamp(correction, -largestCorrection, largestCorrection);
 }
 
-void AudioClockModel::noteArrivalDelay(std::int64_t endFrame, std::int64_t now)
+void AudioClockModel::noteArrivalDelay(std::int64_t endFrame, HostTime now)
 {
-    const double delay = static_cast<double>(now) - hostTime(static_cast<double>(endFrame));
+    const double delay = nanoseconds(now) - line(static_cast<double>(endFrame));
     auto& seen = arrivalDelay_;
     if (!seen.current)
         seen.began = now;

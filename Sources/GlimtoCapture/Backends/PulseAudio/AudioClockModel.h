@@ -5,9 +5,11 @@
 #include <optional>
 #include <vector>
 
+#include "Support/HostClock.h"
+
 namespace glimto {
 
-// Tells when each frame of a live stream was heard, on the host clock in nanoseconds.
+// Tells when each frame of a live stream was heard.
 //
 // It learns from two things that both jitter: the sound server's reports of when a frame was heard, and the
 // arrival of the frames. Its answer is a line of time without jumps, whose slope follows the device's own
@@ -26,10 +28,10 @@ public:
 
     // The server reports that `frame` was heard at `hostTime`. Reports come in order of frames; two to a
     // second are good once the clock is locked, many more before.
-    void observe(std::int64_t frame, std::int64_t hostTime);
+    void observe(std::int64_t frame, HostTime hostTime);
 
     // All frames before `endFrame` have arrived at `now`.
-    void didArrive(std::int64_t endFrame, std::int64_t now);
+    void didArrive(std::int64_t endFrame, HostTime now);
 
     // The stream has paused, or sound may have been lost: what follows is placed anew. It goes on without a
     // jump when it turns out that nothing was lost.
@@ -47,8 +49,8 @@ public:
 
     // On the present line of time, which holds for frames that have not been read. Must have been locked
     // once.
-    double hostTime(double frame) const { return anchorTime_ + nominal(frame - anchorFrame_) * slope_; }
-    double frameAt(double hostTime) const;
+    HostTime hostTime(double frame) const;
+    double frameAt(HostTime time) const;
 
     // Frames before `frame` have got their times: what is learned from now on bends the line behind them.
     void didRead(double frame);
@@ -58,17 +60,19 @@ public:
     double rateError() const { return slope_ - 1; }
 
 private:
+    // Host times that are computed with are nanoseconds.
     struct Report {
         std::int64_t frame = 0;
         double hostTime = 0;
     };
-    // The smallest delay of arrivals after hostTime() in a stretch of time, and in the one before.
+    // The smallest delay of arrivals after the line in a stretch of time, and in the one before.
     struct ArrivalDelay {
         std::optional<double> current;
         std::optional<double> previous;
-        std::int64_t began = 0;
+        HostTime began = {};
     };
 
+    double line(double frame) const { return anchorTime_ + nominal(frame - anchorFrame_) * slope_; }
     double nominal(double frames) const { return frames * nanosecondsPerFrame_; }
     void lockOnReports();
     enum class LockedOn { reports, arrivals };
@@ -76,7 +80,7 @@ private:
     void follow(const Report& report);
     bool jumpIfReportsStay();
     void steer(double error, double elapsed);
-    void noteArrivalDelay(std::int64_t endFrame, std::int64_t now);
+    void noteArrivalDelay(std::int64_t endFrame, HostTime now);
     std::optional<double> usualArrivalDelay() const;
     bool isPlausible(const Report& report) const;
 
@@ -100,7 +104,7 @@ private:
     // While it is not.
     std::vector<Report> candidates_;
     std::optional<double> arrivalOffset_; // the earliest arrival, less the nominal time of its frame
-    std::optional<std::int64_t> firstArrival_;
+    std::optional<HostTime> firstArrival_;
 
     ArrivalDelay arrivalDelay_;
 };

@@ -11,7 +11,6 @@
 #include <pulse/subscribe.h>
 
 #include "Support/Errors.h"
-#include "Support/TimeStamps.h"
 
 namespace glimto {
 
@@ -73,7 +72,7 @@ std::unique_ptr<PulseRecordStream> PulseAudioInput::openStream(
 {
     watchedSource_ = source.index;
     if (!listensSince_)
-        listensSince_ = hostTimeNanoseconds();
+        listensSince_ = HostClock::now();
     return std::make_unique<PulseRecordStream>(
         connection, source, pulseServerTiming(connection), [this](const AudioBuffer& buffer) {
             hasDelivered_ = true;
@@ -86,23 +85,23 @@ void PulseAudioInput::deliverSilenceIfNothingCame()
     if (!hasStarted_ || hasDelivered_ || !listensSince_)
         return;
     constexpr int sampleRate = 48000;
-    constexpr std::int64_t second = 1'000'000'000;
+    constexpr std::chrono::milliseconds piece(100);
     // What is older has been taken for silence already.
-    constexpr std::int64_t longest = 15 * second;
-    const std::int64_t end = hostTimeNanoseconds();
+    constexpr std::chrono::seconds longest(15);
+    const auto end = HostClock::now();
     const std::vector<float> silence(2 * sampleRate / 10);
-    for (std::int64_t at = std::max(*listensSince_, end - longest); at < end; at += second / 10)
+    for (HostTime at = std::max(*listensSince_, end - longest); at < end; at += piece)
         handlers_.onBuffer({.format = {.sampleRate = sampleRate,
                                 .channelCount = 2,
                                 .sampleType = AudioSampleType::float32,
                                 .layout = AudioLayout::interleaved},
             .frameCount = silence.size() / 2,
-            .presentationTime = MediaTime::fromNanoseconds(at),
+            .presentationTime = MediaTime::at(at),
             .bytes = std::as_bytes(std::span(silence)),
             .isReady = true});
 }
 
-std::int64_t PulseAudioInput::work(PulseRecordStream& stream)
+HostTime PulseAudioInput::work(PulseRecordStream& stream)
 {
     if (std::exchange(streamsChanged_, false))
         stream.verifySource();

@@ -10,6 +10,7 @@
 #include "Platform/AudioInput.h"
 #include "Support/FirstOutcome.h"
 #include "Support/NamedThread.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -54,7 +55,7 @@ protected:
 
     // Looks after `stream` when the server has changed streams, then lets it work as
     // PulseRecordStream::work().
-    std::int64_t work(PulseRecordStream& stream);
+    HostTime work(PulseRecordStream& stream);
 
 private:
     void runGuarded();
@@ -69,7 +70,7 @@ private:
     std::optional<std::uint32_t> watchedSource_;
     std::optional<std::uint32_t> removedSource_;
     bool streamsChanged_ = false; // of anybody
-    std::optional<std::int64_t> listensSince_; // host time
+    std::optional<HostTime> listensSince_;
     bool hasDelivered_ = false;
     std::unique_ptr<NamedThread> thread_;
 };

@@ -9,13 +9,9 @@
 #include <pulse/stream.h>
 #include <pulse/subscribe.h>
 
-#include "Support/TimeStamps.h"
-
 namespace glimto {
 
 namespace {
-
-constexpr std::int64_t nanosecondsPerMicrosecond = 1000;
 
 PlatformError noServer(int code)
 {
@@ -59,24 +55,23 @@ PulseMainloop::PulseMainloop()
         throw PlatformError("PulseAudio", PA_ERR_INTERNAL, "The sound library could not be prepared.");
 }
 
-void PulseMainloop::iterate(std::int64_t deadline)
+void PulseMainloop::iterate(HostTime deadline)
 {
     if (mustEnd_)
         return;
     // Rounded up, or the last microsecond would be spent in a circle.
-    const std::int64_t left = std::max<std::int64_t>(0, deadline - hostTimeNanoseconds());
-    const auto microseconds = std::min<std::int64_t>(
-        (left + nanosecondsPerMicrosecond - 1) / nanosecondsPerMicrosecond, std::numeric_limits<int>::max());
+    const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline - HostClock::now()).count();
+    const auto microseconds = std::clamp<std::int64_t>(left, 0, std::numeric_limits<int>::max());
     if (pa_mainloop_prepare(loop_.get(), static_cast<int>(microseconds)) < 0)
         return end();
     if (pa_mainloop_poll(loop_.get()) < 0 || pa_mainloop_dispatch(loop_.get()) < 0)
         end();
 }
 
-bool PulseMainloop::wait(const std::function<bool()>& condition, std::int64_t deadline)
+bool PulseMainloop::wait(const std::function<bool()>& condition, HostTime deadline)
 {
     while (!condition()) {
-        if (mustEnd_ || hostTimeNanoseconds() >= deadline)
+        if (mustEnd_ || HostClock::now() >= deadline)
             return false;
         iterate(deadline);
     }
@@ -110,7 +105,7 @@ void PulseConnection::waitUntilReady()
         const auto state = pa_context_get_state(context_.get());
         return state == PA_CONTEXT_READY || !PA_CONTEXT_IS_GOOD(state);
     };
-    if (!loop_.wait(isDecided, hostTimeNanoseconds() + answerTimeout))
+    if (!loop_.wait(isDecided, HostClock::now() + answerTimeout))
         throw noServer(PA_ERR_TIMEOUT);
     if (!isAlive())
         throw noServer(pa_context_errno(context_.get()));
@@ -127,7 +122,7 @@ void PulseConnection::finish(pa_operation* operation, const std::string& what)
         throw error(what);
     const PulseOperationHandle handle(operation);
     const auto isOver = [&] { return pa_operation_get_state(operation) != PA_OPERATION_RUNNING; };
-    if (!loop_.wait(isOver, hostTimeNanoseconds() + answerTimeout))
+    if (!loop_.wait(isOver, HostClock::now() + answerTimeout))
         throw PlatformError("PulseAudio", PA_ERR_TIMEOUT, what + ": " + pa_strerror(PA_ERR_TIMEOUT));
     if (pa_operation_get_state(operation) == PA_OPERATION_CANCELLED)
         throw error(what);

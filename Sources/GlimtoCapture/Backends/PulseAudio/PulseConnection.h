@@ -11,6 +11,7 @@
 
 #include "Support/Errors.h"
 #include "Support/Owned.h"
+#include "Support/HostClock.h"
 
 struct pa_context;
 struct pa_operation;
@@ -41,12 +42,11 @@ public:
 
     pa_mainloop* get() const { return loop_.get(); }
 
-    // Works off what is there, after waiting for something until `deadline` on the host clock. Returns at
-    // once after end().
-    void iterate(std::int64_t deadline);
+    // Works off what is there, after waiting for something until `deadline`. Returns at once after end().
+    void iterate(HostTime deadline);
 
     // Iterates until `condition` holds; false when the deadline passed or end() was called before.
-    bool wait(const std::function<bool()>& condition, std::int64_t deadline);
+    bool wait(const std::function<bool()>& condition, HostTime deadline);
 
     // Lets every wait return from now on. Any thread.
     void end();
@@ -60,7 +60,7 @@ private:
 // A connection to the sound server that the environment names; no server is ever started for it.
 class PulseConnection {
 public:
-    static constexpr std::int64_t answerTimeout = 5'000'000'000; // ns
+    static constexpr std::chrono::seconds answerTimeout{5};
 
     // Throws PlatformError "No sound server answers ..." when there is none, and after five seconds when it
     // does not answer. `loop` outlives the connection.

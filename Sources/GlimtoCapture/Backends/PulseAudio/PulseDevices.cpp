@@ -86,12 +86,13 @@ ServerFacts serverFacts(PulseConnection& connection)
 }
 
 // Half of it passes in the device, half in the server.
-constexpr PulseServerTiming pulseAudioTiming = {.latency = 50'000, .unreportedMonitorDelay = 0};
+constexpr PulseServerTiming pulseAudioTiming = {.latency = std::chrono::milliseconds(50)};
 
 // PipeWire works in blocks of 2^n frames, the largest that fit into the smallest latency anybody asks for.
 // When that changes, frames are lost; so we ask for blocks that are smaller than those of common players. A
 // block is handed to a monitor as it begins to be played, which is not reported.
-constexpr PulseServerTiming pipeWireTiming = {.latency = 15'000, .unreportedMonitorDelay = 10'667};
+constexpr PulseServerTiming pipeWireTiming
+    = {.latency = std::chrono::milliseconds(15), .unreportedMonitorDelay = std::chrono::microseconds(10'667)};
 
 } // namespace
 

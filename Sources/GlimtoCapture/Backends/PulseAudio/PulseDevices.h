@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -29,12 +30,13 @@ struct PulseSink {
     std::string monitorName;
 };
 
-// How a server is best asked for sound, in microseconds.
+// How a server is best asked for sound.
 struct PulseServerTiming {
-    pa_usec_t latency = 0; // between hearing and delivery; the smaller, the more work for the server
+    // Between hearing and delivery; the smaller, the more work for the server.
+    std::chrono::microseconds latency{0};
 
     // How long after it is delivered the sound of an output is played, where the server does not tell.
-    pa_usec_t unreportedMonitorDelay = 0;
+    std::chrono::microseconds unreportedMonitorDelay{0};
 };
 
 // All of these throw PlatformError when the server does not answer.

@@ -5,18 +5,17 @@
 
 #include "Backends/PulseAudio/PulseAudioInput.h"
 #include "Support/Errors.h"
-#include "Support/TimeStamps.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr std::int64_t second = 1'000'000'000;
 // Bluetooth devices and sleeping cards take their time.
-constexpr std::int64_t firstSoundTimeout = 5 * second;
+constexpr std::chrono::seconds firstSoundTimeout(5);
 // The monitor of an output may deliver only when something is played.
-constexpr std::int64_t monitorPatience = second / 2;
-constexpr std::int64_t longestSilence = 10 * second;
+constexpr std::chrono::milliseconds monitorPatience(500);
+constexpr std::chrono::seconds longestSilence(10);
 
 class PulseMicrophoneInput final : public PulseAudioInput {
 public:
@@ -57,24 +56,24 @@ private:
     // Returns when no more sound comes from this device.
     void record(PulseConnection& connection, PulseRecordStream& stream, bool isMonitor)
     {
-        const std::int64_t began = hostTimeNanoseconds();
+        const auto began = HostClock::now();
         while (!loop().mustEnd() && connection.isAlive() && !isRemoved(stream.sourceIndex())) {
-            const std::int64_t next = work(stream);
+            const HostTime next = work(stream);
             const auto state = stream.state();
             if (state != PulseRecordStream::State::opening && state != PulseRecordStream::State::recording)
                 return;
             if (!hasStarted() && !lookAtStart(stream, isMonitor, began))
                 return;
-            if (!isMonitor && hostTimeNanoseconds() - stream.silentSince() > longestSilence)
+            if (!isMonitor && HostClock::now() - stream.silentSince() > longestSilence)
                 return;
             loop().iterate(next);
         }
     }
 
     // False when it is clear that the input will not run.
-    bool lookAtStart(const PulseRecordStream& stream, bool isMonitor, std::int64_t began)
+    bool lookAtStart(const PulseRecordStream& stream, bool isMonitor, HostTime began)
     {
-        const std::int64_t passed = hostTimeNanoseconds() - began;
+        const auto passed = HostClock::now() - began;
         const bool isReady = stream.state() == PulseRecordStream::State::recording;
         if (stream.isTimed() || (isMonitor && isReady && !stream.hasArrived() && passed > monitorPatience))
             didStart(AudioInputStart::running);

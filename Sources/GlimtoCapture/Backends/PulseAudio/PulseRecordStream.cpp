@@ -7,25 +7,20 @@
 #include <utility>
 
 #include <pulse/stream.h>
-#include <sys/time.h>
-
-#include "Support/TimeStamps.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr std::int64_t millisecond = 1'000'000;
-constexpr std::int64_t timingInterval = 250 * millisecond;
+constexpr std::chrono::milliseconds timingInterval(250);
 // A server that delivers nothing is asked for an answer so often.
-constexpr std::int64_t longestUnprovenSilence = 1000 * millisecond;
+constexpr std::chrono::seconds longestUnprovenSilence(1);
 // Whoever waits looks so often what state things are in.
-constexpr std::int64_t longestRest = 500 * millisecond;
+constexpr std::chrono::milliseconds longestRest(500);
 // What has been heard is mostly handed out with the next arrival; it is not worth a wake-up of its own
 // sooner.
-constexpr std::int64_t deliverySlack = 20 * millisecond;
-constexpr std::int64_t openingRest = 10 * millisecond;
-constexpr std::int64_t nanosecondsPerMicrosecond = 1000;
+constexpr std::chrono::milliseconds deliverySlack(20);
+constexpr std::chrono::milliseconds openingRest(10);
 
 // By place in the order of mixing.
 constexpr std::array channelOrder
@@ -38,12 +33,10 @@ std::ptrdiff_t orderOf(pa_channel_position_t position)
     return std::find(channelOrder.begin(), channelOrder.end(), position) - channelOrder.begin();
 }
 
-std::int64_t nanosecondsSince(const timeval& wallTime)
+HostClock::duration timeSince(const timeval& wallTime)
 {
-    timeval now = {};
-    ::gettimeofday(&now, nullptr);
-    return (std::int64_t{now.tv_sec} - wallTime.tv_sec) * 1'000'000'000
-        + (std::int64_t{now.tv_usec} - wallTime.tv_usec) * nanosecondsPerMicrosecond;
+    return std::chrono::system_clock::now().time_since_epoch()
+        - (std::chrono::seconds(wallTime.tv_sec) + std::chrono::microseconds(wallTime.tv_usec));
 }
 
 } // namespace
@@ -69,7 +62,7 @@ PulseRecordStream::PulseRecordStream(PulseConnection& connection, const PulseSou
     , serverTiming_(serverTiming)
     , map_(recordedChannelMap(source))
     , sound_(static_cast<int>(source.sampleSpec.rate), map_.channels, std::move(output))
-    , silentSince_(hostTimeNanoseconds())
+    , silentSince_(HostClock::now())
 {
     // Every sample type but 32-bit integers fits into float without loss, and resampling needs float.
     const pa_sample_spec sampleFormat
@@ -83,7 +76,8 @@ PulseRecordStream::PulseRecordStream(PulseConnection& connection, const PulseSou
         throw connection.error("The sound server refuses to record from " + source.name);
     pa_stream_set_moved_callback(stream_.get(), &PulseRecordStream::onMoved, this);
     pa_stream_set_suspended_callback(stream_.get(), &PulseRecordStream::onSuspended, this);
-    const auto fragment = static_cast<std::uint32_t>(pa_usec_to_bytes(serverTiming_.latency, &sampleFormat));
+    const auto fragment = static_cast<std::uint32_t>(
+        pa_usec_to_bytes(static_cast<pa_usec_t>(serverTiming_.latency.count()), &sampleFormat));
     constexpr auto whatServerLikes = static_cast<std::uint32_t>(-1);
     const pa_buffer_attr attributes = {.maxlength = whatServerLikes,
         .tlength = whatServerLikes,
@@ -106,7 +100,7 @@ PulseRecordStream::State PulseRecordStream::state() const
     if (wasMoved_ || pa_stream_get_device_index(stream_.get()) != source_.index)
         return State::moved;
     const bool isOverdue = timing_.isAsked && !timing_.isAnswered
-        && hostTimeNanoseconds() - timing_.askedAt > PulseConnection::answerTimeout;
+        && HostClock::now() - timing_.askedAt > PulseConnection::answerTimeout;
     return isOverdue ? State::hung : State::recording;
 }
 
@@ -126,9 +120,9 @@ void PulseRecordStream::verifySource()
         wasMoved_ = true;
 }
 
-std::int64_t PulseRecordStream::work()
+HostTime PulseRecordStream::work()
 {
-    const std::int64_t now = hostTimeNanoseconds();
+    const auto now = HostClock::now();
     if (state() != State::recording)
         return now + openingRest;
     if (std::exchange(wasSuspended_, false))
@@ -146,10 +140,10 @@ std::int64_t PulseRecordStream::work()
 void PulseRecordStream::finish()
 {
     work();
-    sound_.deliver(hostTimeNanoseconds());
+    sound_.deliver(HostClock::now());
 }
 
-void PulseRecordStream::takeTiming(std::int64_t now)
+void PulseRecordStream::takeTiming(HostTime now)
 {
     if (!timing_.isAnswered)
         return;
@@ -162,11 +156,11 @@ void PulseRecordStream::takeTiming(std::int64_t now)
     if (timing_.purpose == Timing::Purpose::proofOfLife)
         timing_.nextAt = now + longestUnprovenSilence;
     else
-        timing_.nextAt = now + (sound_.isWaitingForReports() ? 0 : timingInterval);
+        timing_.nextAt = sound_.isWaitingForReports() ? now : now + timingInterval;
 }
 
 // Whether anything came.
-bool PulseRecordStream::takeSound(std::int64_t now)
+bool PulseRecordStream::takeSound(HostTime now)
 {
     bool hasCome = false;
     while (pa_stream_readable_size(stream_.get()) > 0) {
@@ -190,7 +184,7 @@ bool PulseRecordStream::takeSound(std::int64_t now)
 
 // For the clock only when sound has just come: sources that hand on whole blocks and know nothing of their
 // own delay report the time since the last block as if it were part of it.
-void PulseRecordStream::askForTiming(std::int64_t now, Timing::Purpose purpose)
+void PulseRecordStream::askForTiming(HostTime now, Timing::Purpose purpose)
 {
     if (timing_.isAsked || now < timing_.nextAt)
         return;
@@ -215,17 +209,17 @@ void PulseRecordStream::didGetTiming(bool success)
         return;
     // The server looked at its clocks between our question and now; its wall clock tells when, unless one
     // was set meanwhile.
-    const std::int64_t now = hostTimeNanoseconds();
-    const std::int64_t age
-        = std::clamp<std::int64_t>(nanosecondsSince(info->timestamp), 0, now - timing_.askedAt);
+    const auto now = HostClock::now();
+    const auto age = std::clamp(timeSince(info->timestamp), HostClock::duration(0), now - timing_.askedAt);
     const auto waiting = std::max<std::int64_t>(0, info->write_index - info->read_index);
     const auto inServer
         = pa_bytes_to_usec(static_cast<std::uint64_t>(waiting), pa_stream_get_sample_spec(stream_.get()));
     // What a monitor hears is played only later.
-    const std::int64_t delay = static_cast<std::int64_t>(inServer)
-        + static_cast<std::int64_t>(info->source_usec) - static_cast<std::int64_t>(info->sink_usec)
-        - (source_.isMonitor ? static_cast<std::int64_t>(serverTiming_.unreportedMonitorDelay) : 0);
-    timing_.heardAt = now - age - delay * nanosecondsPerMicrosecond;
+    std::chrono::microseconds delay(static_cast<std::int64_t>(inServer)
+        + static_cast<std::int64_t>(info->source_usec) - static_cast<std::int64_t>(info->sink_usec));
+    if (source_.isMonitor)
+        delay -= serverTiming_.unreportedMonitorDelay;
+    timing_.heardAt = now - age - delay;
     timing_.isUsable = true;
 }
 

@@ -6,6 +6,7 @@
 #include "Backends/PulseAudio/PulseConnection.h"
 #include "Backends/PulseAudio/PulseDevices.h"
 #include "Backends/PulseAudio/SteadySound.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -28,7 +29,7 @@ public:
 
     // Takes in what has arrived and asks the server for its timing when that is due. Returns the host time
     // at which to come again even if nothing arrives.
-    std::int64_t work();
+    HostTime work();
 
     // Hands out what is left and has been heard by now.
     void finish();
@@ -47,8 +48,8 @@ public:
     // Whether the server has told when some of it was heard: all of it will be delivered at its right time.
     bool isTimed() const { return isTimed_; }
 
-    // Since when nothing has come, on the host clock.
-    std::int64_t silentSince() const { return silentSince_; }
+    // Since when nothing has come.
+    HostTime silentSince() const { return silentSince_; }
 
     std::uint32_t sourceIndex() const { return source_.index; }
 
@@ -59,15 +60,15 @@ private:
         Purpose purpose = Purpose::clock;
         bool isAsked = false;
         bool isAnswered = false;
-        std::int64_t askedAt = 0;
-        std::int64_t nextAt = 0;
-        std::int64_t heardAt = 0; // the next frame to be read
+        HostTime askedAt = {};
+        HostTime nextAt = {};
+        HostTime heardAt = {}; // the next frame to be read
         bool isUsable = false;
     };
 
-    void takeTiming(std::int64_t now);
-    bool takeSound(std::int64_t now);
-    void askForTiming(std::int64_t now, Timing::Purpose purpose);
+    void takeTiming(HostTime now);
+    bool takeSound(HostTime now);
+    void askForTiming(HostTime now, Timing::Purpose purpose);
     void didGetTiming(bool success);
 
     static void onTiming(pa_stream* stream, int success, void* self);
@@ -80,7 +81,7 @@ private:
     const pa_channel_map map_; // of what is recorded
     SteadySound sound_;
     Timing timing_;
-    std::int64_t silentSince_;
+    HostTime silentSince_;
     bool isTimed_ = false;
     bool wasMoved_ = false;
     bool wasSuspended_ = false;

@@ -4,14 +4,13 @@
 
 #include "Backends/PulseAudio/PulseAudioInput.h"
 #include "Support/Errors.h"
-#include "Support/TimeStamps.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr std::int64_t second = 1'000'000'000;
-constexpr std::int64_t retryInterval = second;
+constexpr std::chrono::seconds retryInterval(1);
 constexpr int mostMisses = 3; // in a row: no output is known
 
 const char* const outputChanged
@@ -30,7 +29,7 @@ public:
 private:
     void run() override
     {
-        began_ = hostTimeNanoseconds();
+        began_ = HostClock::now();
         while (!loop().mustEnd()) {
             try {
                 PulseConnection connection(loop());
@@ -79,14 +78,14 @@ private:
     void record(PulseConnection& connection, PulseRecordStream& stream, const std::string& sinkName)
     {
         while (!loop().mustEnd() && connection.isAlive() && !isRemoved(stream.sourceIndex())) {
-            const std::int64_t next = work(stream);
+            const HostTime next = work(stream);
             const auto state = stream.state();
             if (state != PulseRecordStream::State::opening && state != PulseRecordStream::State::recording)
                 return;
             lookAtStart(stream);
             // PipeWire leaves a stream unfinished for ever whose output went while it was made.
             if (hasStarted() && state == PulseRecordStream::State::opening
-                && hostTimeNanoseconds() - stream.silentSince() > PulseConnection::answerTimeout)
+                && HostClock::now() - stream.silentSince() > PulseConnection::answerTimeout)
                 return;
             if (outputsChanged()) {
                 clearOutputsChanged();
@@ -106,14 +105,14 @@ private:
         // on which nothing is played may deliver nothing.
         if (stream.state() == PulseRecordStream::State::recording)
             didStart(AudioInputStart::running);
-        else if (hostTimeNanoseconds() - began_ > PulseConnection::answerTimeout)
+        else if (HostClock::now() - began_ > PulseConnection::answerTimeout)
             didStart(AudioInputStart::notRunning);
     }
 
     void waitForOutputs(PulseConnection& connection)
     {
         const auto isWorthATry = [&] { return outputsChanged() || !connection.isAlive(); };
-        loop().wait(isWorthATry, hostTimeNanoseconds() + retryInterval);
+        loop().wait(isWorthATry, HostClock::now() + retryInterval);
     }
 
     void interrupt(const std::string& description)
@@ -124,10 +123,10 @@ private:
 
     void pause()
     {
-        loop().wait([] { return false; }, hostTimeNanoseconds() + retryInterval);
+        loop().wait([] { return false; }, HostClock::now() + retryInterval);
     }
 
-    std::int64_t began_ = 0;
+    HostTime began_;
     bool wasInterrupted_ = false;
 };
 

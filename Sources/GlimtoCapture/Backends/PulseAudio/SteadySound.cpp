@@ -2,18 +2,16 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 namespace glimto {
 
 namespace {
 
-constexpr double nanosecondsPerSecond = 1e9;
 // When nothing has come for so much longer than the newest frames last, sound may have been lost.
-constexpr std::int64_t stall = 250'000'000;
+constexpr std::chrono::milliseconds stall(250);
 // A time of hearing that is farther ahead than this is no truth, and not waited for.
-constexpr std::int64_t longestWait = 3'000'000'000;
+constexpr std::chrono::seconds longestWait(3);
 // What is kept while nothing tells when it was heard.
 constexpr int longestUnplacedSeconds = 2;
 constexpr std::size_t mostSpare = 8;
@@ -31,44 +29,48 @@ SteadySound::SteadySound(int sampleRate, int channelCount, Output output)
 {
 }
 
-void SteadySound::append(std::span<const float> samples, std::int64_t now)
+void SteadySound::append(std::span<const float> samples, HostTime now)
 {
     noticeStall(samples.size() / static_cast<std::size_t>(format_.channelCount), now);
     resampler_.append(samples);
     didAppend(now);
 }
 
-void SteadySound::appendSilence(std::size_t frameCount, std::int64_t now)
+void SteadySound::appendSilence(std::size_t frameCount, HostTime now)
 {
     noticeStall(frameCount, now);
     resampler_.appendSilence(frameCount);
     didAppend(now);
 }
 
-void SteadySound::observe(std::int64_t hostTime)
+void SteadySound::observe(HostTime hostTime)
 {
     clock_.observe(resampler_.appendedFrames(), hostTime);
     resample();
 }
 
-void SteadySound::noticeStall(std::size_t frameCount, std::int64_t now)
+void SteadySound::noticeStall(std::size_t frameCount, HostTime now)
 {
-    const double duration = static_cast<double>(frameCount) * nanosecondsPerSecond / format_.sampleRate;
-    if (lastArrival_ && now - *lastArrival_ > stall + std::llround(duration))
+    if (lastArrival_ && now - *lastArrival_ > stall + duration(static_cast<std::int64_t>(frameCount)))
         clock_.reacquire();
     lastArrival_ = now;
 }
 
-void SteadySound::didAppend(std::int64_t now)
+void SteadySound::didAppend(HostTime now)
 {
     clock_.didArrive(resampler_.appendedFrames(), now);
     resample();
     deliver(now);
 }
 
-std::int64_t SteadySound::runTime(std::int64_t frame) const
+HostClock::duration SteadySound::duration(std::int64_t frameCount) const
 {
-    return runStart_ + std::llround(static_cast<double>(frame) * nanosecondsPerSecond / format_.sampleRate);
+    return HostClock::duration(std::llround(static_cast<double>(frameCount) * 1e9 / format_.sampleRate));
+}
+
+HostTime SteadySound::runTime(std::int64_t frame) const
+{
+    return runStart_ + duration(frame);
 }
 
 void SteadySound::resample()
@@ -81,11 +83,11 @@ void SteadySound::resample()
     }
     if (run_ != clock_.run()) {
         run_ = clock_.run();
-        runStart_ = std::llround(clock_.hostTime(nextPosition_));
+        runStart_ = clock_.hostTime(nextPosition_);
         runFrames_ = 0;
     }
     // From the run's own count, so that rounding never adds up.
-    const double first = clock_.frameAt(static_cast<double>(runTime(runFrames_)));
+    const double first = clock_.frameAt(runTime(runFrames_));
     const double step = 1 / (1 + clock_.rateError());
     if (first >= end)
         return;
@@ -102,12 +104,12 @@ void SteadySound::resample()
     waiting_.push_back(std::move(heard));
 }
 
-std::int64_t SteadySound::nextDelivery() const
+HostTime SteadySound::nextDelivery() const
 {
-    return waiting_.empty() ? std::numeric_limits<std::int64_t>::max() : waiting_.front().end;
+    return waiting_.empty() ? HostTime::max() : waiting_.front().end;
 }
 
-void SteadySound::deliver(std::int64_t now)
+void SteadySound::deliver(HostTime now)
 {
     while (!waiting_.empty()) {
         auto& heard = waiting_.front();
@@ -116,7 +118,7 @@ void SteadySound::deliver(std::int64_t now)
         const auto frames = heard.samples.size() / static_cast<std::size_t>(format_.channelCount);
         output_({.format = format_,
             .frameCount = frames,
-            .presentationTime = MediaTime::fromNanoseconds(heard.hostTime),
+            .presentationTime = MediaTime::at(heard.hostTime),
             .bytes = std::as_bytes(std::span(heard.samples)),
             .isReady = true});
         heard.samples.clear();

@@ -11,6 +11,7 @@
 #include "Backends/PulseAudio/AudioClockModel.h"
 #include "Backends/PulseAudio/FractionalResampler.h"
 #include "Platform/AudioBuffer.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -22,7 +23,7 @@ namespace glimto {
 // A sound server hands out what is to be played before it is heard. Such sound waits here until then, so
 // that no source is ahead of the host clock, where it would make others late.
 //
-// Times are host time in nanoseconds. Not safe for several threads.
+// Not safe for several threads.
 class SteadySound {
 public:
     using Output = std::function<void(const AudioBuffer& buffer)>;
@@ -31,22 +32,22 @@ public:
     SteadySound(int sampleRate, int channelCount, Output output);
 
     // Interleaved frames that arrived at `now`. Nothing comes out before the first few reports.
-    void append(std::span<const float> samples, std::int64_t now);
+    void append(std::span<const float> samples, HostTime now);
 
     // Frames that the server has lost.
-    void appendSilence(std::size_t frameCount, std::int64_t now);
+    void appendSilence(std::size_t frameCount, HostTime now);
 
     // The server reports that the frame which will be appended next was heard at `hostTime`.
-    void observe(std::int64_t hostTime);
+    void observe(HostTime hostTime);
 
     // The device has paused.
     void didPause() { clock_.reacquire(); }
 
     // Hands out what has been heard by `now`. append() does so, too.
-    void deliver(std::int64_t now);
+    void deliver(HostTime now);
 
     // When deliver() will have something to do; far in the future when nothing waits.
-    std::int64_t nextDelivery() const;
+    HostTime nextDelivery() const;
 
     // Whether more reports are wanted quickly.
     bool isWaitingForReports() const { return !clock_.isLocked() || clock_.isInDoubt(); }
@@ -56,15 +57,16 @@ public:
 
 private:
     struct Heard {
-        std::int64_t hostTime = 0;
-        std::int64_t end = 0;
+        HostTime hostTime = {};
+        HostTime end = {};
         std::vector<float> samples;
     };
 
-    void noticeStall(std::size_t frameCount, std::int64_t now);
-    void didAppend(std::int64_t now);
+    void noticeStall(std::size_t frameCount, HostTime now);
+    void didAppend(HostTime now);
     void resample();
-    std::int64_t runTime(std::int64_t frame) const;
+    HostClock::duration duration(std::int64_t frameCount) const;
+    HostTime runTime(std::int64_t frame) const;
 
     const AudioFormat format_;
     const Output output_;
@@ -72,10 +74,10 @@ private:
     FractionalResampler resampler_;
 
     std::optional<int> run_; // of the clock
-    std::int64_t runStart_ = 0; // host time
+    HostTime runStart_;
     std::int64_t runFrames_ = 0; // that came out of it
     double nextPosition_ = 0; // where the next run begins, in the input
-    std::optional<std::int64_t> lastArrival_;
+    std::optional<HostTime> lastArrival_;
     std::deque<Heard> waiting_;
     std::vector<std::vector<float>> spare_;
 };

@@ -4,14 +4,13 @@
 #include <utility>
 
 #include "Support/Errors.h"
-#include "Support/TimeStamps.h"
 
 namespace glimto {
 
 namespace {
 
 // More than a tick of any timescale: of two frames within one tick a file takes only the first.
-constexpr std::int64_t leastDistance = 1'000'000;
+constexpr std::chrono::milliseconds leastDistance(1);
 
 } // namespace
 
@@ -49,7 +48,7 @@ void ThreadedCaptureStream::run()
     } catch (...) {
         const auto cause = std::current_exception();
         // The picture lasted until now.
-        deliver(hostTimeNanoseconds(), Picture::asBefore);
+        deliver(HostClock::now(), Picture::asBefore);
         outputs_.fail(cause);
     }
 }
@@ -66,17 +65,17 @@ void ThreadedCaptureStream::capture()
         // The source went in the very moment of the stop: what was taken before is whole without it.
     }
     // Once more, so that the recording lasts until the moment it was stopped.
-    deliver(hostTimeNanoseconds(), Picture::asBefore);
+    deliver(HostClock::now(), Picture::asBefore);
 }
 
-void ThreadedCaptureStream::deliver(std::int64_t time, Picture kind)
+void ThreadedCaptureStream::deliver(HostTime time, Picture kind)
 {
     if (!picture())
         return;
     lastTime_ = std::max(time, lastTime_ + leastDistance);
     VideoFrame frame;
     frame.status = FrameStatus::complete;
-    frame.presentationTime = MediaTime::fromNanoseconds(lastTime_);
+    frame.presentationTime = MediaTime::at(lastTime_);
     frame.picture = picture();
     frame.sequenceNumber = nextSequenceNumber_++;
     if (kind == Picture::newOne)
@@ -84,9 +83,9 @@ void ThreadedCaptureStream::deliver(std::int64_t time, Picture kind)
     outputs_.deliver(frame);
 }
 
-bool ThreadedCaptureStream::isDue(std::int64_t now, MediaTime minimumFrameInterval) const
+bool ThreadedCaptureStream::isDue(HostTime now, MediaTime minimumFrameInterval) const
 {
-    return now - lastTime_ >= minimumFrameInterval.nanoseconds() / 4 * 3;
+    return now - lastTime_ >= HostClock::duration(minimumFrameInterval.nanoseconds() / 4 * 3);
 }
 
 } // namespace glimto

@@ -10,6 +10,7 @@
 #include "Platform/CaptureStream.h"
 #include "Platform/StreamOutputs.h"
 #include "Support/NamedThread.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -49,17 +50,17 @@ protected:
     // The thread has ended: gives back what it had of the window system.
     virtual void release() { }
 
-    // Hands out picture(), if there is one. `time` on the host clock; a frame is at least a millisecond later
-    // than the one before, whatever its picture's own time.
+    // Hands out picture(), if there is one. A frame is at least a millisecond later than the one before,
+    // whatever its picture's own time.
     enum class Picture { newOne, asBefore };
-    void deliver(std::int64_t time, Picture picture);
+    void deliver(HostTime time, Picture picture);
 
     WakeUp& wakeUp() { return *wakeUp_; }
-    std::int64_t lastTime() const { return lastTime_; } // of the last frame
+    HostTime lastTime() const { return lastTime_; } // of the last frame
     std::uint64_t delivered() const { return nextSequenceNumber_; } // frames
 
     // Whether a frame at `now` would not be too young after the last one.
-    bool isDue(std::int64_t now, MediaTime minimumFrameInterval) const;
+    bool isDue(HostTime now, MediaTime minimumFrameInterval) const;
 
 private:
     void run();
@@ -68,7 +69,7 @@ private:
     StreamOutputs outputs_;
     const std::shared_ptr<WakeUp> wakeUp_;
     std::atomic<bool> mustDeliverLastPicture_ = false;
-    std::int64_t lastTime_ = 0;
+    HostTime lastTime_;
     std::uint64_t nextSequenceNumber_ = 0;
     std::unique_ptr<NamedThread> thread_; // null while the stream does not run
 };

@@ -6,7 +6,6 @@
 #include <sys/eventfd.h>
 
 #include "Support/Errors.h"
-#include "Support/TimeStamps.h"
 
 namespace glimto {
 
@@ -34,11 +33,11 @@ void WakeUp::clear() noexcept
     (void)eventfd_read(event_.get(), &ignored);
 }
 
-bool waitFor(std::span<pollfd> entries, std::int64_t deadline) noexcept
+bool waitFor(std::span<pollfd> entries, HostTime deadline) noexcept
 {
-    constexpr std::int64_t second = 1'000'000'000;
-    const std::int64_t left = std::max<std::int64_t>(0, deadline - hostTimeNanoseconds());
-    const timespec timeout = {.tv_sec = left / second, .tv_nsec = left % second};
+    const auto left = std::max(HostClock::duration(0), deadline - HostClock::now());
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
+    const timespec timeout = {.tv_sec = seconds.count(), .tv_nsec = (left - seconds).count()};
     return ::ppoll(entries.data(), entries.size(), &timeout, nullptr) >= 0 || errno == EINTR;
 }
 

@@ -7,6 +7,7 @@
 #include <poll.h>
 
 #include "Support/FileDescriptor.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -32,8 +33,8 @@ private:
     std::atomic<bool> hasEnded_ = false;
 };
 
-// Waits until one of `entries` is as it wishes, at most until `deadline`, nanoseconds of the host clock.
-// Returns after a signal as well. False, with errno, when there is no waiting.
-bool waitFor(std::span<pollfd> entries, std::int64_t deadline) noexcept;
+// Waits until one of `entries` is as it wishes, at most until `deadline`. Returns after a signal as well.
+// False, with errno, when there is no waiting.
+bool waitFor(std::span<pollfd> entries, HostTime deadline) noexcept;
 
 } // namespace glimto

@@ -24,12 +24,11 @@
 #include "Support/EnvironmentVariable.h"
 #include "Support/FileDescriptor.h"
 #include "Support/Text.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds answerTimeout{2};
 constexpr std::size_t longestAnswer = std::size_t{16} << 20U;
@@ -58,7 +57,8 @@ public:
     {
         std::array<char, 65536> piece;
         for (;;) {
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now()).count();
+            const auto left
+                = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - HostClock::now()).count();
             pollfd entry = {.fd = socket_.get(), .events = POLLIN, .revents = 0};
             if (left <= 0 || ::poll(&entry, 1, static_cast<int>(left)) == 0)
                 return false;
@@ -77,7 +77,7 @@ public:
 
 private:
     FileDescriptor socket_;
-    Clock::time_point deadline_ = Clock::now() + answerTimeout;
+    HostTime deadline_ = HostClock::now() + answerTimeout;
     bool isOver_ = false;
 };
 

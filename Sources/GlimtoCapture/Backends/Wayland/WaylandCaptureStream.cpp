@@ -14,37 +14,32 @@
 #include "Platform/CaptureStream.h"
 #include "Platform/FrameGrid.h"
 #include "Platform/FramePicture.h"
-#include "Support/TimeStamps.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr std::int64_t repeatInterval = 500'000'000;
+constexpr std::chrono::milliseconds repeatInterval(500);
 
 // How often to look whether consumers have let go of a picture.
-constexpr std::int64_t lookInterval = 4'000'000;
+constexpr std::chrono::milliseconds lookInterval(4);
 
 // How long to wait after a copy that failed.
-constexpr std::int64_t failureInterval = 50'000'000;
+constexpr std::chrono::milliseconds failureInterval(50);
 
 // What a compositor that draws 30 times a second needs for a picture.
-constexpr std::int64_t lastPictureTimeout = 40'000'000;
+constexpr std::chrono::milliseconds lastPictureTimeout(40);
 
 // A recording that is stopped as soon as it began has a picture all the same.
-constexpr std::int64_t firstPictureTimeout = 1'000'000'000;
+constexpr std::chrono::seconds firstPictureTimeout(1);
 
 // How long a compositor may take for a picture that it was asked for at once.
-constexpr std::int64_t oldestTime = 1'000'000'000;
+constexpr std::chrono::seconds oldestTime(1);
 
 // How often a compositor is asked for a sign of life, and how long it may take.
-constexpr std::int64_t betweenQuestions = 5'000'000'000;
-constexpr std::int64_t longestAnswer = 10'000'000'000;
-
-WaylandConnection::Clock::time_point clockTime(std::int64_t hostTime)
-{
-    return WaylandConnection::Clock::time_point(std::chrono::nanoseconds(hostTime));
-}
+constexpr std::chrono::seconds betweenQuestions(5);
+constexpr std::chrono::seconds longestAnswer(10);
 
 // Tells a compositor that hangs from one whose screen stands still: asks it for a sign of life every few
 // seconds. Used by the thread of its connection, which outlives it.
@@ -55,9 +50,9 @@ public:
     {
     }
 
-    // Called now and then, after events were handled. `now` in nanoseconds of the host clock. Throws
-    // PlatformError noAnswer when the last question has stood for too long.
-    void beat(std::int64_t now)
+    // Called now and then, after events were handled. Throws PlatformError noAnswer when the last question
+    // has stood for too long.
+    void beat(HostTime now)
     {
         static constexpr wl_callback_listener listener = {
             .done = [](void* self, wl_callback*,
@@ -78,7 +73,7 @@ public:
 private:
     WaylandConnection& connection_;
     WaylandHandle<wl_callback> question_; // null while none stands
-    std::int64_t asked_ = 0;
+    HostTime asked_;
 };
 
 class WaylandCaptureStream final : public ThreadedCaptureStream {
@@ -103,23 +98,23 @@ private:
 
     void step() override
     {
-        const std::int64_t now = hostTimeNanoseconds();
+        const auto now = HostClock::now();
         heartbeat_.beat(now);
         requestWhenDue(now);
-        std::int64_t until = hasBegun_ ? repeatDue() : now + repeatInterval;
+        HostTime until = hasBegun_ ? repeatDue() : now + repeatInterval;
         if (!source_.isRequested())
             until = std::min(until, nextRequest_);
         if (source_.waitsForConsumers())
             until = std::min(until, now + lookInterval);
         const pollfd end = {.fd = wakeUp().fileDescriptor(), .events = POLLIN, .revents = 0};
-        connection_->dispatchOnce(clockTime(until), {&end, 1});
+        connection_->dispatchOnce(until, {&end, 1});
         receive();
-        const std::int64_t after = hostTimeNanoseconds();
+        const auto after = HostClock::now();
         if (hasBegun_ && after >= repeatDue())
             deliver(after, Picture::asBefore);
     }
 
-    void requestWhenDue(std::int64_t now)
+    void requestWhenDue(HostTime now)
     {
         if (source_.isRequested() || now < nextRequest_)
             return;
@@ -127,7 +122,7 @@ private:
         requested_ = now;
     }
 
-    std::int64_t repeatDue() const
+    HostTime repeatDue() const
     {
         return std::max(grid_.pointAtOrBefore(lastTime() + repeatInterval), grid_.pointAfter(lastTime()));
     }
@@ -135,7 +130,7 @@ private:
     void receive()
     {
         const auto result = source_.receive();
-        const std::int64_t now = hostTimeNanoseconds();
+        const auto now = HostClock::now();
         if (result == WaylandFrameSource::Result::failed)
             nextRequest_ = now + failureInterval;
         if (result != WaylandFrameSource::Result::picture)
@@ -145,7 +140,7 @@ private:
         nextRequest_ = grid_.pointAfter(now);
         // Compositors tell when the picture was shown; one with another clock is not believed.
         const bool isPlausible = source_.time() <= now && source_.time() > now - oldestTime;
-        delay_ = isPlausible ? now - source_.time() : 0;
+        delay_ = isPlausible ? now - source_.time() : HostClock::duration(0);
         deliver(now - delay_, Picture::newOne);
     }
 
@@ -154,8 +149,8 @@ private:
     // young.
     void takeLastPicture() override
     {
-        const std::int64_t now = hostTimeNanoseconds();
-        connection_->dispatchOnce(clockTime(now));
+        const auto now = HostClock::now();
+        connection_->dispatchOnce(now);
         receive();
         if (!hasBegun_)
             waitForPicture(now + firstPictureTimeout);
@@ -163,12 +158,12 @@ private:
             waitForPicture((source_.isRequested() ? requested_ : now) + lastPictureTimeout + delay_);
     }
 
-    void waitForPicture(std::int64_t deadline)
+    void waitForPicture(HostTime deadline)
     {
         const std::uint64_t before = delivered();
-        while (delivered() == before && hostTimeNanoseconds() < deadline) {
-            requestWhenDue(hostTimeNanoseconds());
-            connection_->dispatchOnce(clockTime(std::min(deadline, hostTimeNanoseconds() + lookInterval)));
+        while (delivered() == before && HostClock::now() < deadline) {
+            requestWhenDue(HostClock::now());
+            connection_->dispatchOnce(std::min(deadline, HostClock::now() + lookInterval));
             receive();
         }
     }
@@ -180,9 +175,9 @@ private:
     WaylandFrameSource source_;
     FrameGrid grid_;
     bool hasBegun_ = false;
-    std::int64_t nextRequest_ = 0;
-    std::int64_t requested_ = 0; // when the last copy was
-    std::int64_t delay_ = 0; // how long the last picture took from the screen to here
+    HostTime nextRequest_;
+    HostTime requested_; // when the last copy was
+    HostClock::duration delay_{0}; // how long the last picture took from the screen to here
 };
 
 } // namespace

@@ -184,28 +184,28 @@ void WaylandConnection::roundTrip()
     bool isDone = false;
     const WaylandHandle<wl_callback> callback(wl_display_sync(display()));
     wl_callback_add_listener(callback.get(), &listener, &isDone);
-    if (!dispatchUntil([&] { return isDone; }, Clock::now() + answerTimeout))
+    if (!dispatchUntil([&] { return isDone; }, HostClock::now() + answerTimeout))
         throw waylandError(WaylandFailure::noAnswer, "The Wayland compositor does not answer.");
 }
 
-bool WaylandConnection::dispatchUntil(const std::function<bool()>& isDone, Clock::time_point deadline)
+bool WaylandConnection::dispatchUntil(const std::function<bool()>& isDone, HostTime deadline)
 {
     while (!isDone()) {
-        if (Clock::now() >= deadline)
+        if (HostClock::now() >= deadline)
             return false;
         dispatchOnce(deadline);
     }
     return true;
 }
 
-void WaylandConnection::dispatchOnce(Clock::time_point deadline, std::span<const pollfd> others)
+void WaylandConnection::dispatchOnce(HostTime deadline, std::span<const pollfd> others)
 {
     if (wl_display_prepare_read(display()) != 0) {
         if (wl_display_dispatch_pending(display()) < 0)
             throwLost();
         return;
     }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - HostClock::now()).count();
     std::vector<pollfd> entries = {{.fd = fileDescriptor(), .events = POLLIN, .revents = 0}};
     entries.insert(entries.end(), others.begin(), others.end());
     // What does not fit into the socket now goes with the next call.

@@ -11,6 +11,7 @@
 
 #include "Backends/Wayland/WaylandHandles.h"
 #include "Backends/Wayland/WaylandOutput.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -20,8 +21,6 @@ namespace glimto {
 // Every wait for the compositor has a deadline, so one that hangs gives an error, never a hang.
 class WaylandConnection {
 public:
-    using Clock = std::chrono::steady_clock;
-
     // Connects and learns all there is. Throws PlatformError cannotConnect or noAnswer.
     // `WAYLAND_SOCKET`, which is good for one connection only, is not used.
     static std::unique_ptr<WaylandConnection> open();
@@ -66,11 +65,11 @@ public:
     void roundTrip();
 
     // Handles events until `isDone` says so or the time is over, and says which. Throws connectionLost.
-    bool dispatchUntil(const std::function<bool()>& isDone, Clock::time_point deadline);
+    bool dispatchUntil(const std::function<bool()>& isDone, HostTime deadline);
 
     // Handles the events that are there, and those that come until `deadline`, or until one of `others` is as
     // it wishes; returns after the first. Throws connectionLost.
-    void dispatchOnce(Clock::time_point deadline, std::span<const pollfd> others = {});
+    void dispatchOnce(HostTime deadline, std::span<const pollfd> others = {});
 
 private:
     // What the compositor offers, by its number.

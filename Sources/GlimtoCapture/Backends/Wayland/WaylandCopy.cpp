@@ -21,7 +21,9 @@ void WaylandCopy::start(WaylandBuffer& buffer, When when)
 void WaylandCopy::didTellTime(std::uint32_t secondsHigh, std::uint32_t secondsLow, std::uint32_t nanoseconds)
 {
     // Seconds that need more than 32 bits are no clock's.
-    time_ = secondsHigh == 0 ? std::int64_t{secondsLow} * 1'000'000'000 + nanoseconds : 0;
+    time_ = HostTime();
+    if (secondsHigh == 0)
+        time_ += std::chrono::seconds(secondsLow) + std::chrono::nanoseconds(nanoseconds);
 }
 
 void WaylandCopy::didTellTransform(std::uint32_t transform)

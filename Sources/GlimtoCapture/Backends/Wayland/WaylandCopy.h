@@ -7,6 +7,7 @@
 
 #include "Backends/Wayland/WaylandBuffer.h"
 #include "Platform/Geometry.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -30,10 +31,10 @@ public:
     // The compositor offers no memory that a program could read.
     virtual bool isUnusable() const = 0;
 
-    // When the picture was shown, nanoseconds of the compositor's clock, 0 when that is not told; rows run
+    // When the picture was shown, by the compositor's clock, HostTime() when that is not told; rows run
     // from bottom to top; how the picture is turned (wl_output_transform), where it is not as its display;
     // and what of it has changed, in pixels of the buffer: null where that is not told. Once it is ready.
-    std::int64_t time() const { return time_; }
+    HostTime time() const { return time_; }
     bool isUpsideDown() const { return isUpsideDown_; }
     std::optional<std::int32_t> transform() const { return transform_; }
     const std::vector<PixelRect>* damage() const;
@@ -57,7 +58,7 @@ private:
     bool hasFailed_ = false;
     bool isUpsideDown_ = false;
     std::optional<std::int32_t> transform_;
-    std::int64_t time_ = 0;
+    HostTime time_;
     std::vector<PixelRect> damage_;
     bool hasUnknownDamage_ = false;
 };

@@ -150,9 +150,8 @@ void WaylandFrameSource::openWindow(std::uint32_t windowID)
     auto copies
         = std::make_unique<WaylandImageCopySource>(connection_, std::move(source), wanted_.showsCursor);
     const auto& constraints = copies->constraints();
-    const bool isTold
-        = connection_.dispatchUntil([&] { return constraints.areKnown() || copies->hasEnded(); },
-            WaylandConnection::Clock::now() + sizeTimeout);
+    const bool isTold = connection_.dispatchUntil(
+        [&] { return constraints.areKnown() || copies->hasEnded(); }, HostClock::now() + sizeTimeout);
     if (!isTold)
         throw waylandError(WaylandFailure::noAnswer, "The Wayland compositor does not answer.");
     if (copies->hasEnded())

@@ -11,6 +11,7 @@
 #include "Platform/CaptureStream.h"
 #include "Platform/ContentFilter.h"
 #include "Platform/FramePicture.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -45,7 +46,7 @@ public:
     // The last picture; null before the first.
     const std::shared_ptr<const FramePicture>& picture() const { return picture_; }
     const std::vector<PixelRect>& changedRects() const { return changedRects_; }
-    std::int64_t time() const { return time_; } // by the compositor
+    HostTime time() const { return time_; } // by the compositor
 
 private:
     void openDisplay(const Display& display);
@@ -76,7 +77,7 @@ private:
     std::optional<PixelRect> part_; // of the last copy, that is the picture as it stands
     std::shared_ptr<const FramePicture> picture_; // shared with the consumers
     std::vector<PixelRect> changedRects_;
-    std::int64_t time_ = 0;
+    HostTime time_;
     int failures_ = 0; // in a row
 };
 

@@ -20,6 +20,7 @@
 #include "Backends/Wayland/WaylandErrors.h"
 #include "Backends/Wayland/WaylandSelection.h"
 #include "Support/FileDescriptor.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -49,20 +50,18 @@ public:
     {
         while (!isTaken_ || !transfers_.empty()) {
             waitForWork();
-            const auto now = Clock::now();
+            const auto now = HostClock::now();
             std::erase_if(
                 transfers_, [&](Transfer& transfer) { return !goOn(transfer) || now >= transfer.deadline; });
         }
     }
 
 private:
-    using Clock = WaylandConnection::Clock;
-
     // A reader gets as much as it takes, and may take as long as it goes on reading.
     struct Transfer {
         FileDescriptor pipe;
         std::span<const std::byte> rest;
-        Clock::time_point deadline;
+        HostTime deadline;
     };
 
     void begin(FileDescriptor pipe)
@@ -71,7 +70,7 @@ private:
             return; // closed: the reader sees an end
         const int flags = ::fcntl(pipe.get(), F_GETFL);
         ::fcntl(pipe.get(), F_SETFL, flags | O_NONBLOCK);
-        transfers_.push_back({std::move(pipe), png_, Clock::now() + longestPause});
+        transfers_.push_back({std::move(pipe), png_, HostClock::now() + longestPause});
     }
 
     // Whether there is more to be handed over.
@@ -84,7 +83,7 @@ private:
             if (written < 0)
                 return errno == EAGAIN;
             transfer.rest = transfer.rest.subspan(static_cast<std::size_t>(written));
-            transfer.deadline = Clock::now() + longestPause;
+            transfer.deadline = HostClock::now() + longestPause;
         }
         return false;
     }
@@ -93,7 +92,7 @@ private:
     void waitForWork()
     {
         std::vector<pollfd> entries;
-        auto deadline = Clock::now() + std::chrono::hours(1);
+        auto deadline = HostClock::now() + std::chrono::hours(1);
         for (const Transfer& transfer : transfers_) {
             entries.push_back({.fd = transfer.pipe.get(), .events = POLLOUT, .revents = 0});
             deadline = std::min(deadline, transfer.deadline);

@@ -16,6 +16,7 @@
 #include "Backends/X11/Connection/X11Connection.h"
 #include "Backends/X11/Connection/X11Property.h"
 #include "Backends/X11/Connection/X11Resource.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -75,8 +76,8 @@ public:
                 handle(*event);
                 continue;
             }
-            transfers_.forgetOverdue(Clock::now());
-            connection_.waitReadable(transfers_.nextDeadline().value_or(Clock::time_point::max()));
+            transfers_.forgetOverdue(HostClock::now());
+            connection_.waitReadable(transfers_.nextDeadline().value_or(HostTime::max()));
         }
         // A server may drop what it has not read from a connection that closes, such as the end of the last
         // reader's data. It has read all that it answers.
@@ -84,14 +85,12 @@ public:
     }
 
 private:
-    using Clock = X11SelectionTransfers::Clock;
-
     std::optional<xcb_timestamp_t> serverTime()
     {
-        const auto deadline = Clock::now() + timeStampTimeout;
+        const auto deadline = HostClock::now() + timeStampTimeout;
         timeSeen_.reset();
         askForX11Time(connection_, window_);
-        while (!timeSeen_ && Clock::now() < deadline) {
+        while (!timeSeen_ && HostClock::now() < deadline) {
             connection_.flush();
             if (const auto event = connection_.pollEvent())
                 handle(*event);
@@ -142,7 +141,7 @@ private:
             if (notify.window == window_)
                 timeSeen_ = notify.time;
             else
-                transfers_.handlePropertyNotify(notify, Clock::now());
+                transfers_.handlePropertyNotify(notify, HostClock::now());
             break;
         }
         case XCB_DESTROY_NOTIFY:
@@ -185,7 +184,7 @@ private:
     {
         xcb_connection_t* connection = connection_.xcb();
         if (target == atoms_.png) {
-            transfers_.send(requestor, property, atoms_.png, png_, Clock::now());
+            transfers_.send(requestor, property, atoms_.png, png_, HostClock::now());
         } else if (target == atoms_.targets) {
             setAtoms(connection, requestor, property, XCB_ATOM_ATOM,
                 std::array<xcb_atom_t, 5>{

@@ -27,7 +27,7 @@ X11SelectionTransfers::X11SelectionTransfers(X11Connection& connection, const X1
 }
 
 void X11SelectionTransfers::send(xcb_window_t requestor, xcb_atom_t property, xcb_atom_t type,
-    std::span<const std::byte> data, Clock::time_point now)
+    std::span<const std::byte> data, HostTime now)
 {
     // Who asks again for the same property has given up what it asked for before.
     std::erase_if(transfers_, [&](const Transfer& transfer) {
@@ -45,8 +45,7 @@ void X11SelectionTransfers::send(xcb_window_t requestor, xcb_atom_t property, xc
     transfers_.push_back({requestor, property, type, data, false, now + patience});
 }
 
-void X11SelectionTransfers::handlePropertyNotify(
-    const xcb_property_notify_event_t& event, Clock::time_point now)
+void X11SelectionTransfers::handlePropertyNotify(const xcb_property_notify_event_t& event, HostTime now)
 {
     if (event.state != XCB_PROPERTY_DELETE)
         return;
@@ -67,7 +66,7 @@ void X11SelectionTransfers::forget(xcb_window_t requestor)
     std::erase_if(transfers_, [&](const Transfer& transfer) { return transfer.requestor == requestor; });
 }
 
-void X11SelectionTransfers::forgetOverdue(Clock::time_point now)
+void X11SelectionTransfers::forgetOverdue(HostTime now)
 {
     std::vector<xcb_window_t> forgotten;
     std::erase_if(transfers_, [&](const Transfer& transfer) {
@@ -80,7 +79,7 @@ void X11SelectionTransfers::forgetOverdue(Clock::time_point now)
         stopListening(requestor);
 }
 
-std::optional<X11SelectionTransfers::Clock::time_point> X11SelectionTransfers::nextDeadline() const
+std::optional<HostTime> X11SelectionTransfers::nextDeadline() const
 {
     const auto earliest = std::ranges::min_element(transfers_, {}, &Transfer::deadline);
     return earliest == transfers_.end() ? std::nullopt : std::optional(earliest->deadline);
@@ -100,7 +99,7 @@ void X11SelectionTransfers::stopListening(xcb_window_t requestor)
     xcb_change_window_attributes(connection_.xcb(), requestor, XCB_CW_EVENT_MASK, &none);
 }
 
-void X11SelectionTransfers::sendPiece(Transfer& transfer, Clock::time_point now)
+void X11SelectionTransfers::sendPiece(Transfer& transfer, HostTime now)
 {
     const auto piece = transfer.rest.first(std::min(largestPiece, transfer.rest.size()));
     setProperty(connection_.xcb(), transfer.requestor, transfer.property, transfer.type, piece);

@@ -10,6 +10,7 @@
 
 #include "Backends/X11/Connection/X11Connection.h"
 #include "Backends/X11/Connection/X11AtomNames.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -40,25 +41,23 @@ struct X11SelectionAtoms : X11AtomSet {
 // A requestor that is destroyed, or takes nothing for a minute, is forgotten.
 class X11SelectionTransfers {
 public:
-    using Clock = std::chrono::steady_clock;
-
     // Both outlive the object.
     X11SelectionTransfers(X11Connection& connection, const X11SelectionAtoms& atoms);
 
     // Puts all of `data` into the property, or begins to hand it over when it is large. `data` outlives the
     // object.
     void send(xcb_window_t requestor, xcb_atom_t property, xcb_atom_t type, std::span<const std::byte> data,
-        Clock::time_point now);
+        HostTime now);
 
-    void handlePropertyNotify(const xcb_property_notify_event_t& event, Clock::time_point now);
+    void handlePropertyNotify(const xcb_property_notify_event_t& event, HostTime now);
     // The requestor is gone.
     void forget(xcb_window_t requestor);
-    void forgetOverdue(Clock::time_point now);
+    void forgetOverdue(HostTime now);
 
     bool isEmpty() const { return transfers_.empty(); }
 
     // When forgetOverdue() has something to do next.
-    std::optional<Clock::time_point> nextDeadline() const;
+    std::optional<HostTime> nextDeadline() const;
 
 private:
     struct Transfer {
@@ -67,12 +66,12 @@ private:
         xcb_atom_t type;
         std::span<const std::byte> rest;
         bool isOver; // the empty piece that ends the data was sent
-        Clock::time_point deadline;
+        HostTime deadline = {};
     };
 
     void listen(xcb_window_t requestor);
     void stopListening(xcb_window_t requestor);
-    void sendPiece(Transfer& transfer, Clock::time_point now);
+    void sendPiece(Transfer& transfer, HostTime now);
 
     X11Connection& connection_;
     const X11SelectionAtoms& atoms_;

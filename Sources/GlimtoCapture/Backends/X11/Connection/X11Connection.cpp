@@ -138,11 +138,11 @@ void X11Connection::flush()
 
 void* X11Connection::waitForReply(unsigned sequence)
 {
-    const auto deadline = std::min(std::chrono::steady_clock::now() + answerTimeout_, deadline_);
+    const auto deadline = std::min(HostClock::now() + answerTimeout_, deadline_);
     flush();
     void* reply = nullptr;
     while (!takeReply(sequence, &reply)) {
-        if (std::chrono::steady_clock::now() >= deadline)
+        if (HostClock::now() >= deadline)
             throw x11Error(X11Failure::noAnswer, "The X server does not answer.");
         waitReadable(deadline);
     }
@@ -159,10 +159,10 @@ bool X11Connection::takeReply(unsigned sequence, void** reply)
     return isThere;
 }
 
-bool X11Connection::waitReadable(std::chrono::steady_clock::time_point deadline)
+bool X11Connection::waitReadable(HostTime deadline)
 {
     constexpr std::chrono::milliseconds longest = std::chrono::hours(1);
-    const auto now = std::chrono::steady_clock::now();
+    const auto now = HostClock::now();
     const auto left = std::min(deadline, now + longest) - now;
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(std::max(left, left.zero()));
     pollfd entry = {.fd = fileDescriptor(), .events = POLLIN, .revents = 0};

@@ -14,6 +14,7 @@
 
 #include "Support/Errors.h"
 #include "Support/Owned.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -99,7 +100,7 @@ public:
     void flush();
 
     // Waits until the server has sent something. False when it has not until `deadline`, and perhaps before.
-    bool waitReadable(std::chrono::steady_clock::time_point deadline);
+    bool waitReadable(HostTime deadline);
 
     // Has the root window tell of these events as well as of those that were selected before.
     void addRootEvents(std::uint32_t mask);
@@ -109,7 +110,7 @@ public:
     void setAnswerTimeout(std::chrono::milliseconds timeout) { answerTimeout_ = timeout; }
 
     // No reply is waited for beyond this moment, whatever the time-out.
-    void setDeadline(std::chrono::steady_clock::time_point deadline) { deadline_ = deadline; }
+    void setDeadline(HostTime deadline) { deadline_ = deadline; }
 
 private:
     X11Connection(xcb_connection_t* connection, int screenNumber);
@@ -120,7 +121,7 @@ private:
     xcb_connection_t* connection_;
     const xcb_screen_t* screen_ = nullptr;
     std::chrono::milliseconds answerTimeout_{3000};
-    std::chrono::steady_clock::time_point deadline_ = std::chrono::steady_clock::time_point::max();
+    HostTime deadline_ = HostTime::max();
 };
 
 // The windows of a reply, bottom to top, and no more than have come. Valid as long as the reply.

@@ -9,7 +9,7 @@
 #include "Backends/X11/Pictures/X11ContentPicture.h"
 #include "Backends/X11/Pictures/X11FrameGrabber.h"
 #include "Backends/X11/Pictures/X11FramePacer.h"
-#include "Support/TimeStamps.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -55,7 +55,7 @@ private:
     {
         grabber_->handleEvents();
         const bool hasChanges = grabber_->hasChanges();
-        const std::int64_t now = hostTimeNanoseconds();
+        const auto now = HostClock::now();
         const auto next = pacer_.next(now, hasChanges);
         switch (next.action) {
         case X11FramePacer::Action::wait:
@@ -68,7 +68,7 @@ private:
         case X11FramePacer::Action::pollPointer:
             pacer_.didTick(now);
             if (grabber_->cursorHasMoved())
-                grab(hostTimeNanoseconds());
+                grab(HostClock::now());
             break;
         case X11FramePacer::Action::repeat:
             pacer_.didDeliver(now, X11FramePacer::Delivery::repetition);
@@ -77,7 +77,7 @@ private:
         }
     }
 
-    void grab(std::int64_t now)
+    void grab(HostTime now)
     {
         if (grabber_->grab() != X11FrameGrabber::Result::changed)
             return;
@@ -87,7 +87,7 @@ private:
 
     // While a change waits for its time, further events tell nothing new; only the loss of the connection
     // is waited for then.
-    void waitUntil(std::int64_t deadline, bool forEvents)
+    void waitUntil(HostTime deadline, bool forEvents)
     {
         std::array<pollfd, 2> entries = {{
             {.fd = connection_->fileDescriptor(),
@@ -102,7 +102,7 @@ private:
 
     void takeLastPicture() override
     {
-        const std::int64_t now = hostTimeNanoseconds();
+        const auto now = HostClock::now();
         const bool mayCome = isDue(now, interval_);
         grabber_->handleEvents();
         if (mayCome && (grabber_->hasChanges() || grabber_->cursorHasMoved()))

@@ -9,6 +9,7 @@
 #include "Backends/X11/Pictures/X11WindowLayers.h"
 #include "Backends/X11/Windows/X11HiddenApplications.h"
 #include "Backends/X11/Windows/X11TopLevels.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -111,7 +112,7 @@ public:
         return mustArrange_ || plain_.mayBeElsewhere() || layers_.hasChanges();
     }
 
-    bool isReady() const override { return !isComposed_ || (canCompose_ && Clock::now() >= readyAt_); }
+    bool isReady() const override { return !isComposed_ || (canCompose_ && HostClock::now() >= readyAt_); }
 
     // What has come since the picture was asked for was perhaps already on it.
     bool approvesPicture() override
@@ -143,8 +144,6 @@ public:
     std::optional<Place> place() const override { return plain_.place(); }
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     void startExtensions()
     {
         canCompose_ = connection_.hasExtension(xcb_composite_id) && connection_.hasExtension(xcb_render_id);
@@ -188,7 +187,7 @@ private:
         for (const xcb_window_t window : mapped)
             isHiding_ = isHiding_ || applications_.hides(window);
         if (isHiding_ || wasHiding)
-            hidUntil_ = Clock::now();
+            hidUntil_ = HostClock::now();
         mustArrange_ = true;
     }
 
@@ -204,13 +203,13 @@ private:
         applications_.learn(all);
         for (const xcb_window_t window : all) {
             if (applications_.hides(window))
-                hidUntil_ = Clock::now();
+                hidUntil_ = HostClock::now();
         }
     }
 
     bool mustBeComposed() const
     {
-        return isHiding_ || (hidUntil_ != Clock::time_point() && Clock::now() < hidUntil_ + fadingTime);
+        return isHiding_ || (hidUntil_ != HostTime() && HostClock::now() < hidUntil_ + fadingTime);
     }
 
     void setComposed(bool isComposed)
@@ -231,7 +230,7 @@ private:
         const bool hasAllContents = isComposited();
         xcb_composite_redirect_subwindows(
             connection_.xcb(), connection_.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
-        readyAt_ = Clock::now() + (hasAllContents ? std::chrono::milliseconds(0) : timeToRepaint);
+        readyAt_ = HostClock::now() + (hasAllContents ? std::chrono::milliseconds(0) : timeToRepaint);
         mustArrange_ = true;
     }
 
@@ -262,11 +261,11 @@ private:
     bool mustLearn_ = true; // a window may have come that is to be hidden
     bool mustArrange_ = true; // windows lie otherwise than the layers
     bool isHiding_ = false; // a window that is to be hidden is shown
-    Clock::time_point hidUntil_; // when the last one was last shown, while none is
+    HostTime hidUntil_; // when the last one was last shown, while none is
     bool canCompose_ = false;
     bool isComposed_ = false;
     std::uint64_t timesSwitched_ = 0;
-    Clock::time_point readyAt_;
+    HostTime readyAt_;
 };
 
 } // namespace

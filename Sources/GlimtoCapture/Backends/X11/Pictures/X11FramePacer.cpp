@@ -6,14 +6,14 @@ namespace glimto {
 
 namespace {
 
-constexpr std::int64_t repeatInterval = 500'000'000;
+constexpr std::chrono::milliseconds repeatInterval(500);
 
 // A little less than 1/60 s and 1/15 s, so that points of a grid are not missed by their jitter.
-constexpr std::int64_t pollInterval = 16'000'000;
-constexpr std::int64_t restingPollInterval = 66'000'000;
+constexpr std::chrono::milliseconds pollInterval(16);
+constexpr std::chrono::milliseconds restingPollInterval(66);
 
 // How long nothing has to change for a screen to be at rest.
-constexpr std::int64_t timeToRest = 1'000'000'000;
+constexpr std::chrono::seconds timeToRest(1);
 
 } // namespace
 
@@ -23,12 +23,12 @@ X11FramePacer::X11FramePacer(MediaTime interval, PointerPolling polling)
 {
 }
 
-X11FramePacer::Step X11FramePacer::next(std::int64_t now, bool hasChanges)
+X11FramePacer::Step X11FramePacer::next(HostTime now, bool hasChanges)
 {
     if (!hasBegun_)
         return {Action::grab, now};
 
-    std::int64_t until = repeatDue_;
+    HostTime until = repeatDue_;
     if (hasChanges) {
         if (!changeDue_)
             changeDue_ = std::max(grid_.pointAtOrAfter(now), grid_.pointAfter(lastTick_));
@@ -51,7 +51,7 @@ X11FramePacer::Step X11FramePacer::next(std::int64_t now, bool hasChanges)
     return {Action::wait, until};
 }
 
-void X11FramePacer::didTick(std::int64_t now)
+void X11FramePacer::didTick(HostTime now)
 {
     if (!hasBegun_) {
         hasBegun_ = true;
@@ -63,7 +63,7 @@ void X11FramePacer::didTick(std::int64_t now)
     pollDue_.reset();
 }
 
-void X11FramePacer::didDeliver(std::int64_t now, Delivery delivery)
+void X11FramePacer::didDeliver(HostTime now, Delivery delivery)
 {
     if (delivery == Delivery::newPicture)
         lastNewPicture_ = now;

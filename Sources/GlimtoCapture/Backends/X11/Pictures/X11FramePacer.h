@@ -1,13 +1,13 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 
 #include "Platform/FrameGrid.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
-// Decides when a stream does what. All times are nanoseconds of the host clock.
+// Decides when a stream does what.
 //
 // Pictures are taken on the points of a grid that begins with the first one; points that pass meanwhile
 // are skipped, never made up for. While nothing changes, the last frame is repeated every half second.
@@ -22,29 +22,29 @@ public:
     enum class Action { wait, grab, pollPointer, repeat };
     struct Step {
         Action action = Action::wait;
-        std::int64_t until = 0; // for `wait`: when to ask again, at the latest
+        HostTime until = {}; // for `wait`: when to ask again, at the latest
     };
 
     // What to do now. `hasChanges`: something is there to be grabbed.
-    Step next(std::int64_t now, bool hasChanges);
+    Step next(HostTime now, bool hasChanges);
 
     // A picture was taken, or tried to, or the pointer polled.
-    void didTick(std::int64_t now);
+    void didTick(HostTime now);
 
     // A frame was delivered.
     enum class Delivery { newPicture, repetition };
-    void didDeliver(std::int64_t now, Delivery delivery);
+    void didDeliver(HostTime now, Delivery delivery);
 
 private:
     FrameGrid grid_;
     PointerPolling polling_;
     bool hasBegun_ = false;
-    std::int64_t lastTick_ = 0;
-    std::int64_t lastNewPicture_ = 0;
-    std::int64_t repeatDue_ = 0;
+    HostTime lastTick_;
+    HostTime lastNewPicture_;
+    HostTime repeatDue_;
     // Fixed when the need shows itself: the point after a later "now" would never come.
-    std::optional<std::int64_t> changeDue_;
-    std::optional<std::int64_t> pollDue_;
+    std::optional<HostTime> changeDue_;
+    std::optional<HostTime> pollDue_;
 };
 
 } // namespace glimto

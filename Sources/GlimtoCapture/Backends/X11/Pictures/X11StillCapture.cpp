@@ -19,6 +19,7 @@
 #include "Backends/X11/Pictures/X11FrameGrabber.h"
 #include "Backends/X11/Pictures/X11PixelFormat.h"
 #include "Platform/StillCapture.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -109,8 +110,6 @@ private:
     std::shared_ptr<X11SharedMemory> memory_; // shared with the picture that lies in it
 };
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::chrono::seconds patience{8};
 
 // How long a picture that cannot be taken yet is waited for before it is tried again.
@@ -150,7 +149,7 @@ public:
         , connection_(X11Connection::open())
     {
         connection_->setAnswerTimeout(patience);
-        connection_->setDeadline(Clock::now() + patience);
+        connection_->setDeadline(HostClock::now() + patience);
         if (isPlainScreen(filter)) {
             for (xcb_extension_t* extension : {&xcb_shm_id, &xcb_randr_id})
                 xcb_prefetch_extension_data(connection_->xcb(), extension);
@@ -182,7 +181,7 @@ public:
     std::optional<PixelCanvas> capture(
         const ContentFilter& filter, const CaptureStreamConfiguration& configuration)
     {
-        const auto deadline = Clock::now() + patience;
+        const auto deadline = HostClock::now() + patience;
         connection_->setDeadline(deadline);
         if (!reader_)
             return grab(deadline);
@@ -193,14 +192,14 @@ public:
     }
 
 private:
-    std::optional<PixelCanvas> grab(Clock::time_point deadline)
+    std::optional<PixelCanvas> grab(HostTime deadline)
     {
-        while (Clock::now() < deadline) {
+        while (HostClock::now() < deadline) {
             grabber_->handleEvents();
             if (grabber_->grab() == X11FrameGrabber::Result::changed)
                 return copyOf(grabber_->picture()->pixels(), grabber_->picture()->format());
             connection_->flush();
-            connection_->waitReadable(Clock::now() + retryInterval);
+            connection_->waitReadable(HostClock::now() + retryInterval);
         }
         return std::nullopt;
     }

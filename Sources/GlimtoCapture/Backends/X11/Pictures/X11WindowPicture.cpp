@@ -9,6 +9,7 @@
 #include "Backends/X11/Connection/X11Property.h"
 #include "Backends/X11/Pictures/X11ContentPicture.h"
 #include "Backends/X11/Windows/X11WindowRules.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -75,7 +76,7 @@ public:
         bounds_ = makeX11Region(connection_);
         // From here on the window has all of its contents in memory of its own.
         xcb_composite_redirect_window(xcb, window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
-        readyAt_ = std::chrono::steady_clock::now() + timeToRepaint;
+        readyAt_ = HostClock::now() + timeToRepaint;
         takePixmap();
     }
 
@@ -128,7 +129,7 @@ public:
     }
 
     bool hasChanges() const override { return isGone_ || mayHaveNewPixmap_ || damage_.isPending(); }
-    bool isReady() const override { return std::chrono::steady_clock::now() >= readyAt_; }
+    bool isReady() const override { return HostClock::now() >= readyAt_; }
 
     void requestChanges(xcb_xfixes_region_t changes) override
     {
@@ -219,7 +220,7 @@ private:
     X11Pixmap pixmap_; // the window with its border; stays when the window is hidden
     X11GraphicsContext context_;
     X11Region bounds_;
-    std::chrono::steady_clock::time_point readyAt_;
+    HostTime readyAt_;
     X11Damage damage_;
 };
 

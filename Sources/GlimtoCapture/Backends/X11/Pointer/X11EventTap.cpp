@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstdint>
 #include <exception>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -14,18 +13,17 @@
 #include "Backends/Streams/WakeUp.h"
 #include "Backends/X11/Pointer/X11PointerListener.h"
 #include "Backends/X11/Pointer/X11PointerPacer.h"
-#include "Support/TimeStamps.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 // A timer of one second is to find an attempt permitted every time.
-constexpr std::int64_t attemptInterval = nanosecondsPerSecond - nanosecondsPerSecond / 20;
+constexpr std::chrono::milliseconds attemptInterval(950);
 // How long the last events are waited for once the tap is to end.
-constexpr std::int64_t endTimeout = nanosecondsPerSecond / 10;
-constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
+constexpr std::chrono::milliseconds endTimeout(100);
+constexpr HostTime never = HostTime::max();
 constexpr std::uint64_t maskBits = 64;
 
 class X11EventTap final : public EventTap {
@@ -38,11 +36,11 @@ public:
 
     void run(std::chrono::nanoseconds timerPeriod, const Handlers& handlers) override
     {
-        std::int64_t timerDue = hostTimeNanoseconds() + timerPeriod.count();
+        auto timerDue = HostClock::now() + timerPeriod;
         while (!wakeUp_.hasEnded()) {
-            const std::int64_t now = hostTimeNanoseconds();
+            const auto now = HostClock::now();
             if (now >= timerDue) {
-                timerDue = std::max(timerDue + timerPeriod.count(), now);
+                timerDue = std::max(timerDue + timerPeriod, now);
                 handlers.onTimer();
             }
             const auto wait = listenFor(now);
@@ -59,7 +57,7 @@ public:
 
     void enable() override
     {
-        const std::int64_t now = hostTimeNanoseconds();
+        const auto now = HostClock::now();
         if (isEnabled_ || now < nextAttempt_)
             return;
         nextAttempt_ = now + attemptInterval;
@@ -76,11 +74,11 @@ public:
 
 private:
     struct Wait {
-        std::int64_t until = 0;
+        HostTime until;
         bool wakesOnEvents = true;
     };
 
-    std::optional<Wait> listenFor(std::int64_t now)
+    std::optional<Wait> listenFor(HostTime now)
     {
         if (!isEnabled_)
             return Wait{never, false};
@@ -113,14 +111,14 @@ private:
         if (!isEnabled_)
             return;
         try {
-            const std::int64_t deadline = hostTimeNanoseconds() + endTimeout;
+            const auto deadline = HostClock::now() + endTimeout;
             // The answer to the second question follows all that was recorded before the first one.
             for (int question = 0; question < 2; ++question) {
                 listener_->receive();
                 if (!listener_->isAsking())
                     listener_->ask();
                 listener_->receive();
-                while (listener_->isAsking() && hostTimeNanoseconds() < deadline) {
+                while (listener_->isAsking() && HostClock::now() < deadline) {
                     waitForServer(deadline);
                     listener_->receive();
                 }
@@ -142,7 +140,7 @@ private:
         }
     }
 
-    void waitUntil(std::int64_t deadline, bool forServer)
+    void waitUntil(HostTime deadline, bool forServer)
     {
         std::array<pollfd, 3> entries = {{
             {.fd = wakeUp_.fileDescriptor(), .events = POLLIN, .revents = 0},
@@ -154,7 +152,7 @@ private:
     }
 
     // The tap's own wake-up has been seen by then.
-    void waitForServer(std::int64_t deadline)
+    void waitForServer(HostTime deadline)
     {
         pollfd entry = {.fd = listener_->fileDescriptor(), .events = POLLIN, .revents = 0};
         (void)waitFor({&entry, 1}, deadline);
@@ -165,7 +163,7 @@ private:
     std::uint64_t eventMask_;
     WakeUp wakeUp_; // ends run()
     bool isEnabled_ = false;
-    std::int64_t nextAttempt_ = 0;
+    HostTime nextAttempt_;
     std::vector<InputEvent> settled_;
 };
 

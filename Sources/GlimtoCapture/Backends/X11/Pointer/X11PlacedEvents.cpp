@@ -45,7 +45,7 @@ bool comesBefore(const X11RawAddition& raw, const X11RecordedEvent& recorded, st
 
 } // namespace
 
-void X11PlacedEvents::settle(const X11ServerClock& clock, std::int64_t now, std::int64_t until)
+void X11PlacedEvents::settle(const X11ServerClock& clock, HostTime now, HostTime until)
 {
     while (isWaiting()) {
         const bool isRaw
@@ -68,7 +68,7 @@ void X11PlacedEvents::settle(const X11ServerClock& clock, std::int64_t now, std:
     settledUntil_ = std::max(settledUntil_, until);
 }
 
-void X11PlacedEvents::setPlace(Point place, std::int64_t now)
+void X11PlacedEvents::setPlace(Point place, HostTime now)
 {
     setFirstPlace(place);
     if (isWaiting() || isOfTouch_ || place == place_) {
@@ -85,7 +85,7 @@ void X11PlacedEvents::setFirstPlace(Point place)
         place_ = place;
 }
 
-void X11PlacedEvents::settleOne(const X11RecordedEvent& event, std::int64_t hostTime)
+void X11PlacedEvents::settleOne(const X11RecordedEvent& event, HostTime hostTime)
 {
     isOfTouch_ = false;
     unexplainedPlace_.reset();
@@ -158,7 +158,7 @@ void X11PlacedEvents::emit(InputEventType type, X11ScrollLines lines)
 {
     settled_.push_back({
         .type = type,
-        .hostNs = time_,
+        .time = time_,
         .globalLocation = place_.value_or(Point()),
         .scrollDeltaY = lines.y,
         .scrollDeltaX = lines.x,

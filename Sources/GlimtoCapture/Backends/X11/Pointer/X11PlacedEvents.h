@@ -9,6 +9,7 @@
 #include "Backends/X11/Pointer/X11PointerDevice.h"
 #include "Backends/X11/Pointer/X11ServerClock.h"
 #include "Platform/EventTap.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -55,22 +56,21 @@ public:
     void add(const X11RawAddition& event) { raw_.push_back(event); }
     bool isWaiting() const { return !recorded_.empty() || !raw_.empty(); }
 
-    // Settles what happened until `until`, host nanoseconds; everything of both streams up to then must
-    // have been added.
-    void settle(const X11ServerClock& clock, std::int64_t now, std::int64_t until);
+    // Settles what happened until `until`; everything of both streams up to then must have been added.
+    void settle(const X11ServerClock& clock, HostTime now, HostTime until);
 
     // Where the pointer is, if no event has told so yet.
     void setFirstPlace(Point place);
 
     // Where the server says that the only pointer is. It may know of a move before the record of it is
     // there; but what it says twice, while no event comes, has happened without a record.
-    void setPlace(Point place, std::int64_t now);
+    void setPlace(Point place, HostTime now);
 
     // What has been settled since the last call, in order of time.
     std::vector<InputEvent> take() { return std::exchange(settled_, {}); }
 
 private:
-    void settleOne(const X11RecordedEvent& event, std::int64_t hostTime);
+    void settleOne(const X11RecordedEvent& event, HostTime hostTime);
     void settleOne(const X11RawAddition& event);
     bool takeRaw(X11RawAddition::Kind kind, std::uint32_t stamp, std::uint32_t button);
     void click(X11RawAddition::Kind kind, std::uint32_t button);
@@ -82,8 +82,8 @@ private:
     std::optional<Point> place_; // after the last settled event
     std::optional<Point> unexplainedPlace_; // that the server has named once
     bool isOfTouch_ = false; // place_, which the pointer itself need not have followed
-    std::int64_t time_ = 0; // of the last settled event
-    std::int64_t settledUntil_ = 0;
+    HostTime time_; // of the last settled event
+    HostTime settledUntil_;
     std::vector<InputEvent> settled_;
 };
 

@@ -3,19 +3,17 @@
 #include <algorithm>
 #include <array>
 
-#include "Support/TimeStamps.h"
-
 namespace glimto {
 
 namespace {
 
-constexpr std::int64_t measurementInterval = 10'000'000'000;
+constexpr std::chrono::seconds measurementInterval(10);
 constexpr int firstMeasurements = 5;
 constexpr std::uint16_t majorVersion = 2;
 constexpr std::uint16_t leastMinorVersion = 1; // raw events also while another client holds a grab
 constexpr std::uint16_t minorVersion = 2; // touches
 // What happened that long before a question is sure to be known when the answer comes.
-constexpr std::int64_t clockTolerance = 2'000'000;
+constexpr std::chrono::milliseconds clockTolerance(2);
 
 struct EventMask {
     xcb_input_event_mask_t head;
@@ -65,7 +63,7 @@ void X11PointerListener::listen()
 
 void X11PointerListener::askForTime()
 {
-    timeAskedAt_ = hostTimeNanoseconds();
+    timeAskedAt_ = HostClock::now();
     nextMeasurement_ = *timeAskedAt_ + measurementInterval;
     askForX11Time(*connection_, clockWindow_);
 }
@@ -141,7 +139,7 @@ void X11PointerListener::handle(const xcb_generic_event_t& event)
 void X11PointerListener::handleTime(std::uint32_t stamp)
 {
     if (timeAskedAt_)
-        clock_.add({.stamp = stamp, .before = *timeAskedAt_, .after = hostTimeNanoseconds()});
+        clock_.add({.stamp = stamp, .before = *timeAskedAt_, .after = HostClock::now()});
     timeAskedAt_.reset();
 }
 
@@ -235,7 +233,7 @@ void X11PointerListener::ask()
 {
     if (std::exchange(devicesAreOld_, false))
         devices_.read();
-    const std::int64_t now = hostTimeNanoseconds();
+    const auto now = HostClock::now();
     if (now >= nextMeasurement_ || clock_.needsMeasurement())
         askForTime();
     hasHeard_ = false;
@@ -276,7 +274,7 @@ bool X11PointerListener::receiveAnswers()
 void X11PointerListener::settle(const Question& answered)
 {
     drainRecord();
-    placed_.settle(clock_, hostTimeNanoseconds(), answered.askedAt - clockTolerance);
+    placed_.settle(clock_, HostClock::now(), answered.askedAt - clockTolerance);
     if (answered.places.empty())
         return;
     // With several pointers nothing says which of them the record is about.
@@ -295,7 +293,7 @@ void X11PointerListener::drainRecord()
 
 void X11PointerListener::settleUnanswered()
 {
-    const std::int64_t now = hostTimeNanoseconds();
+    const auto now = HostClock::now();
     placed_.settle(clock_, now, now);
 }
 

@@ -14,6 +14,7 @@
 #include "Backends/X11/Pointer/X11PointerDevices.h"
 #include "Backends/X11/Pointer/X11ServerClock.h"
 #include "Backends/X11/Pointer/X11Touches.h"
+#include "Support/HostClock.h"
 
 namespace glimto {
 
@@ -57,7 +58,7 @@ public:
 
 private:
     struct Question {
-        std::int64_t askedAt = 0;
+        HostTime askedAt = {};
         std::vector<xcb_input_xi_query_pointer_cookie_t> cookies; // one a pointer
         std::vector<Point> places; // the answers to the first of them
         std::size_t answeredCount = 0;
@@ -91,8 +92,8 @@ private:
     int height_;
     bool devicesAreOld_ = true;
     std::optional<Question> question_;
-    std::optional<std::int64_t> timeAskedAt_;
-    std::int64_t nextMeasurement_ = 0;
+    std::optional<HostTime> timeAskedAt_;
+    HostTime nextMeasurement_;
 };
 
 } // namespace glimto

@@ -1,11 +1,12 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
+
+#include "Support/HostClock.h"
 
 namespace glimto {
 
-// Decides when the server is asked where the pointer is. All times are nanoseconds of the host clock.
+// Decides when the server is asked where the pointer is.
 //
 // The answer shows that all that was recorded before has come, which settles events. That is not urgent, so
 // they wait for 40 ms and share a question; but they are read every 4 ms, because the server keeps few of
@@ -14,17 +15,17 @@ class X11PointerPacer {
 public:
     struct Step {
         bool mustAsk = false;
-        std::int64_t until = 0; // else: when to look again, at the latest
+        HostTime until = {}; // else: when to look again, at the latest
         bool wakesOnEvents = true; // and whether events may be left to gather meanwhile
     };
 
     // `hasEvents`: some wait to be settled. Not to be used while an answer is awaited.
-    Step next(std::int64_t now, bool hasEvents) const;
+    Step next(HostTime now, bool hasEvents) const;
 
-    void didAsk(std::int64_t now) { lastAsk_ = now; }
+    void didAsk(HostTime now) { lastAsk_ = now; }
 
 private:
-    std::optional<std::int64_t> lastAsk_;
+    std::optional<HostTime> lastAsk_;
 };
 
 } // namespace glimto

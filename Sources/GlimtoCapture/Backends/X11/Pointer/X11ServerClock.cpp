@@ -6,7 +6,8 @@ namespace glimto {
 
 namespace {
 
-constexpr std::int64_t millisecond = 1'000'000;
+constexpr HostClock::duration millisecond = std::chrono::milliseconds(1);
+constexpr HostClock::duration zero(0);
 
 } // namespace
 
@@ -36,26 +37,26 @@ void X11ServerClock::settle()
         common = both;
     }
     // A server on this machine counts the milliseconds of the host clock itself.
-    const bool mayBeTheSameClock = common.least <= 0 && common.most >= 0;
-    offset_ = mayBeTheSameClock ? 0 : common.least + (common.most - common.least) / 2;
+    const bool mayBeTheSameClock = common.least <= zero && common.most >= zero;
+    offset_ = mayBeTheSameClock ? zero : common.least + (common.most - common.least) / 2;
 }
 
 X11ServerClock::Offset X11ServerClock::offset(const Measurement& measurement) const
 {
-    const std::int64_t begin = unwrapped(measurement.stamp, measurement.after) * millisecond;
+    const HostTime begin = unwrapped(measurement.stamp, measurement.after);
     return {measurement.before - (begin + millisecond), measurement.after - begin};
 }
 
-std::int64_t X11ServerClock::unwrapped(std::uint32_t stamp, std::int64_t now) const
+HostTime X11ServerClock::unwrapped(std::uint32_t stamp, HostTime now) const
 {
-    const std::int64_t expected = (now - offset_) / millisecond;
+    const auto expected = (now - offset_).time_since_epoch() / millisecond;
     const auto difference = static_cast<std::int32_t>(stamp - static_cast<std::uint32_t>(expected));
-    return expected + difference;
+    return HostTime(std::chrono::milliseconds(expected + difference));
 }
 
-std::int64_t X11ServerClock::hostTime(std::uint32_t stamp, std::int64_t now) const
+HostTime X11ServerClock::hostTime(std::uint32_t stamp, HostTime now) const
 {
-    return unwrapped(stamp, now) * millisecond + millisecond / 2 + offset_;
+    return unwrapped(stamp, now) + millisecond / 2 + offset_;
 }
 
 } // namespace glimto
