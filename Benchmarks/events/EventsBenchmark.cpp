@@ -87,7 +87,7 @@ int main()
 
         auto start = std::chrono::steady_clock::now();
         track.setClockAnchor({anchorNs, 1'000'000'000, anchorNs});
-        const EventsDocument document = track.finish(true);
+        const EventsDocument document = track.finish(CursorInVideo::hidden);
         placing = std::min(placing, secondsSince(start));
 
         bytes = 0;

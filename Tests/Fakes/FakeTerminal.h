@@ -23,7 +23,7 @@ public:
         written += text;
         return true;
     }
-    void eraseWhenStopped(bool should) override { erases = should; }
+    void setLineWhenStopped(LineWhenStopped line) override { erases = line == LineWhenStopped::erased; }
 };
 
 } // namespace glimto

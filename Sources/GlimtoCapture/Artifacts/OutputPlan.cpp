@@ -85,22 +85,23 @@ OutputPlan OutputPlan::forRoot(const fs::path& root)
     return plan;
 }
 
-OutputPlan OutputPlan::check(const fs::path& root, bool overwrite)
+OutputPlan OutputPlan::check(const fs::path& root, EarlierTake earlier)
 {
     OutputPlan plan = forRoot(root);
     const auto existing = existingProofArtifacts(plan.root);
-    if (!existing.empty() && !overwrite)
+    if (!existing.empty() && earlier == EarlierTake::kept)
         throw CLIError("Output directory already contains proof artifacts: " + joinedNames(existing)
             + ". Use --overwrite or choose a new directory.");
     return plan;
 }
 
-OutputPlan OutputPlan::prepare(const fs::path& root, bool overwrite)
+OutputPlan OutputPlan::prepare(const fs::path& root, EarlierTake earlier)
 {
-    OutputPlan plan = check(root, overwrite);
+    OutputPlan plan = check(root, earlier);
     for (const auto& path : existingProofArtifacts(plan.root))
         removeArtifact(path);
-    if (const fs::path partial = plan.root / partialEventsName; overwrite && stands(partial))
+    if (const fs::path partial = plan.root / partialEventsName;
+        stands(partial) && earlier == EarlierTake::removed)
         removeArtifact(partial);
     makeDirectories(plan.root);
     makeDirectories(plan.videoSegmentsDirectory);

@@ -26,17 +26,24 @@ struct OutputPlan {
     // what that throws.
     static OutputPlan forRoot(const std::filesystem::path& root);
 
+    // What becomes of the files of an earlier take that are in the way.
+    enum class EarlierTake { kept, removed };
+    static EarlierTake earlierTake(bool overwrite)
+    {
+        return overwrite ? EarlierTake::removed : EarlierTake::kept;
+    }
+
     // The plan for a take in `root`; nothing on the disk changes. Throws CLIError when files of an earlier
-    // take are in the way and `overwrite` does not allow to remove them, and what forRoot() throws.
-    static OutputPlan check(const std::filesystem::path& root, bool overwrite);
+    // take are in the way and to be kept, and what forRoot() throws.
+    static OutputPlan check(const std::filesystem::path& root, EarlierTake earlier);
 
     // The same, and the directories then exist and hold no file of an earlier take.
     //
     // Files of an earlier take are "segments", "manifest.json", "thumbnail.jpg", "events.json" and what
-    // the outside verification leaves. With `overwrite` they are removed (and so is ".events.partial"), and a
-    // symbolic link among them goes without what it points to; nothing else is touched. Without it they make
-    // this throw CLIError. Throws PlatformError (POSIX) when something cannot be removed or made.
-    static OutputPlan prepare(const std::filesystem::path& root, bool overwrite);
+    // the outside verification leaves. When they are removed, so is ".events.partial", and a symbolic link
+    // among them goes without what it points to; nothing else is touched. Throws PlatformError (POSIX) when
+    // something cannot be removed or made.
+    static OutputPlan prepare(const std::filesystem::path& root, EarlierTake earlier);
 
     // Removes the temporary files that a process which was killed has left in the take. The take must be in
     // our hands. Whatever goes wrong is ignored.

@@ -176,7 +176,8 @@ void AudioMixer::emit(Timeline& timeline, std::int64_t end)
 // Goes on until the outbox is empty, so that whoever finds this at work need not wait.
 void AudioMixer::handOut()
 {
-    const auto takeTurn = [this](bool isMine) {
+    bool isMine = false;
+    const auto takeTurn = [&] {
         return timeline_.change([&](Timeline& timeline) {
             if (timeline.isHandingOut && !isMine)
                 return false;
@@ -185,7 +186,7 @@ void AudioMixer::handOut()
             return timeline.isHandingOut;
         });
     };
-    for (bool isMine = takeTurn(false); isMine; isMine = takeTurn(true))
+    while ((isMine = takeTurn()))
         handOut(handedOut_);
 }
 

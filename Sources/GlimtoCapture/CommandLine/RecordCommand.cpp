@@ -88,7 +88,7 @@ void RecordCommand::recordAndUpload(const RecordOptions& options)
     if (RecordingUploadJobStore::hasJob(options.outputDirectory))
         tellWhatIsThere(options.outputDirectory);
     else
-        OutputPlan::check(options.outputDirectory, options.overwrite);
+        OutputPlan::check(options.outputDirectory, OutputPlan::earlierTake(options.overwrite));
     RecordingUploadJobStore job(options.outputDirectory, options.upload, TakeUse::capturing, managedRoot());
     recordingId_ = job.read().recordingId;
     RecordingUploadOptions uploadOptions = *options.upload;

@@ -107,7 +107,7 @@ struct ScreenCaptureSelectedWindowJSON {
     std::uint32_t windowID = 0;
 };
 
-// Tells which windows there are when the one asked for is not among them.
+// Which windows there are when the one asked for is not among them.
 struct ScreenCaptureWindowResolutionFailurePayload {
     using Time = std::chrono::system_clock::time_point;
     static constexpr std::size_t mostCandidateWindows = 50;

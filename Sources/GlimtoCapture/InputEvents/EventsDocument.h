@@ -44,6 +44,8 @@ struct EventsDisplay {
     double pointScale = 1; // pixels a point
 };
 
+enum class CursorInVideo { shown, hidden };
+
 // What events.json holds.
 struct EventsDocument {
     static constexpr int version = 1;

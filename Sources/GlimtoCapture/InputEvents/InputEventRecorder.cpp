@@ -52,14 +52,14 @@ void InputEventRecorder::setClockAnchor(MediaTime firstVideoSample)
         .firstVideoSampleHostTimeNs = firstVideoSample.nanoseconds()});
 }
 
-void InputEventRecorder::stop(bool cursorHidden)
+void InputEventRecorder::stop(CursorInVideo cursor)
 {
     if (stopped_.exchange(true))
         return;
     // The tap hands on what it still holds before it ends.
     tapThread_.stop(limits_.stop);
     try {
-        write(cursorHidden);
+        write(cursor);
         partialFile_->remove();
     } catch (const std::exception& error) {
         standardError_.writeLine(
@@ -67,9 +67,9 @@ void InputEventRecorder::stop(bool cursorHidden)
     }
 }
 
-void InputEventRecorder::write(bool cursorHidden)
+void InputEventRecorder::write(CursorInVideo cursor)
 {
-    const EventsDocument document = track_->finish(cursorHidden);
+    const EventsDocument document = track_->finish(cursor);
     AtomicFile file(outputURL_);
     const std::function<void(std::string_view)> writePiece
         = [&](std::string_view piece) { file.write(std::as_bytes(std::span(piece.data(), piece.size()))); };

@@ -49,10 +49,10 @@ public:
 
     // Ends the tap and writes the document. Without an anchor its list of events is empty. Does nothing
     // the second time.
-    void stop(bool cursorHidden);
+    void stop(CursorInVideo cursor);
 
 private:
-    void write(bool cursorHidden);
+    void write(CursorInVideo cursor);
 
     const std::filesystem::path outputURL_;
     LineOutput& standardError_;

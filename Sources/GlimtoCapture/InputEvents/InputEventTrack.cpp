@@ -159,10 +159,10 @@ EventsDocument InputEventTrack::emptyDocument() const
     return document;
 }
 
-EventsDocument InputEventTrack::finish(bool cursorHidden)
+EventsDocument InputEventTrack::finish(CursorInVideo cursor)
 {
     EventsDocument document = emptyDocument();
-    document.cursorHidden = cursorHidden;
+    document.cursorHidden = cursor == CursorInVideo::hidden;
     state_.with([&](State& state) {
         document.clock = state.anchor.value_or(EventsClock());
         document.events.swap(state.recorded);

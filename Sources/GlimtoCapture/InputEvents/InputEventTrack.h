@@ -24,7 +24,7 @@ public:
     // everything after finish().
     void append(const InputEvent& event);
 
-    // Tells when the first frame was; only the first call counts.
+    // Sets when the first frame was; only the first call counts.
     void setClockAnchor(const EventsClock& anchor);
 
     // What the document begins with, without events; nothing before the anchor is known.
@@ -38,7 +38,7 @@ public:
 
     // Moves the events out that were not forgotten; nothing more is appended. Events that still wait for an
     // anchor are lost.
-    EventsDocument finish(bool cursorHidden);
+    EventsDocument finish(CursorInVideo cursor);
 
     // How many events were dropped because so many are held already: half an hour of a pointer that never
     // rests, for which nobody else had room.

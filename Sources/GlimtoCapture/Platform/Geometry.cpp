@@ -44,4 +44,17 @@ PixelRect intersection(const PixelRect& a, const PixelRect& b)
     return {left, top, right - left, bottom - top};
 }
 
+PixelRect boundingRect(const PixelRect& a, const PixelRect& b)
+{
+    if (a.isEmpty())
+        return b;
+    if (b.isEmpty())
+        return a;
+    const int left = std::min(a.x, b.x);
+    const int top = std::min(a.y, b.y);
+    const int right = std::max(a.x + a.width, b.x + b.width);
+    const int bottom = std::max(a.y + a.height, b.y + b.height);
+    return {left, top, right - left, bottom - top};
+}
+
 } // namespace glimto

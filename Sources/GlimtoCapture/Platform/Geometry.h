@@ -48,4 +48,7 @@ struct PixelRect {
 
 PixelRect intersection(const PixelRect& a, const PixelRect& b);
 
+// The smallest rectangle that contains both; an empty one counts as nothing.
+PixelRect boundingRect(const PixelRect& a, const PixelRect& b);
+
 } // namespace glimto

@@ -21,8 +21,9 @@ public:
     // next text; false when that is so.
     virtual bool write(std::string_view text) = 0;
 
-    // While this is so, a stop from the keyboard (Ctrl-Z) erases the line of the cursor first.
-    virtual void eraseWhenStopped(bool erases) = 0;
+    // What a stop from the keyboard (Ctrl-Z) does first with the line of the cursor.
+    enum class LineWhenStopped { erased, kept };
+    virtual void setLineWhenStopped(LineWhenStopped line) = 0;
 };
 
 } // namespace glimto

@@ -41,7 +41,7 @@ void StatusLine::draw(const std::string& text, bool isRecording)
     if (isRecording && terminal_->hasColour() && line.size() >= markLength)
         line = "\x1b[1;31m" + line.substr(0, markLength) + "\x1b[0m" + line.substr(markLength);
     shown_ = eraseFromCursor + (" " + line) + "\r";
-    terminal_->eraseWhenStopped(true);
+    terminal_->setLineWhenStopped(Terminal::LineWhenStopped::erased);
     terminal_->write(shown_);
 }
 
@@ -50,7 +50,7 @@ void StatusLine::erase()
     if (std::exchange(shown_, "").empty())
         return;
     terminal_->write(eraseFromCursor);
-    terminal_->eraseWhenStopped(false);
+    terminal_->setLineWhenStopped(Terminal::LineWhenStopped::kept);
 }
 
 void StatusLine::stepAside(const std::function<void()>& write)
@@ -62,7 +62,7 @@ void StatusLine::stepAside(const std::function<void()>& write)
     if (line.empty() || !terminal_->isInForeground())
         return;
     shown_ = line;
-    terminal_->eraseWhenStopped(true);
+    terminal_->setLineWhenStopped(Terminal::LineWhenStopped::erased);
     terminal_->write(line);
 }
 

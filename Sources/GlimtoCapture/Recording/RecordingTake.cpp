@@ -27,7 +27,7 @@ void RecordingTake::anchorInputEvents() const
 void RecordingTake::stopInputEvents() const
 {
     anchorInputEvents();
-    eventRecorder->stop(cursorHidden);
+    eventRecorder->stop(cursor);
 }
 
 void RecordingTake::removeStreamOutputs() const noexcept

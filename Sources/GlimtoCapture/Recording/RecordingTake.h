@@ -33,7 +33,7 @@ struct RecordingTake {
     std::shared_ptr<CaptureStream> stream;
     std::shared_ptr<SystemAudioCapture> systemAudio;
     std::unique_ptr<InputEventRecorder> eventRecorder;
-    bool cursorHidden = false; // left out of the video
+    CursorInVideo cursor = CursorInVideo::shown;
 
     // What the stages of the end run on. Made with the take, so that a thread that cannot be started then
     // costs no take.

@@ -99,7 +99,7 @@ RecordingMetadataJSON ScreenSegmentRecorder::record(
     RecordingStopWishes wishes(options, services_.stopRequests, clock_, progress);
     CaptureStart captureStart(wishes, progress, startLimits_);
     RecordingTake take;
-    take.cursorHidden = !options.includeCursor;
+    take.cursor = options.includeCursor ? CursorInVideo::shown : CursorInVideo::hidden;
     try {
         prepare(options, take, progress, captureStart);
         start(options, take, progress, captureStart);
@@ -129,7 +129,7 @@ void ScreenSegmentRecorder::prepare(const RecordOptions& options, RecordingTake&
     requirePermission("shareable_content", progress);
     auto content = ScreenCaptureShareableContent(system.content()).recordingSources();
     addWindowToBePicked(options, system.capabilities(), content);
-    take.plan = OutputPlan::check(options.outputDirectory, options.overwrite);
+    take.plan = OutputPlan::check(options.outputDirectory, OutputPlan::earlierTake(options.overwrite));
     const CaptureSourceResolver resolver(services_.process, system.access(), outputs_.standardError);
     const auto source = resolver.resolve(content, options);
     const auto geometry = resolver.resolveGeometry(content, options, source.width, source.height);
@@ -221,7 +221,7 @@ void ScreenSegmentRecorder::start(const RecordOptions& options, RecordingTake& t
     TakeDirectories directories(options.outputDirectory);
     directories.claim();
     take.directories = std::move(directories);
-    take.plan = OutputPlan::prepare(options.outputDirectory, options.overwrite);
+    take.plan = OutputPlan::prepare(options.outputDirectory, OutputPlan::earlierTake(options.overwrite));
     captureStart.run(
         CaptureStart::Question::none,
         [stream = take.stream, handlers = take.output->handlers()]() mutable {

@@ -46,8 +46,9 @@ bool readTrigger(const ScreenshotTriggerSystem& system)
 ScreenshotTriggerSystem ScreenshotTriggerSystem::real()
 {
     return {.parentProcessID = [] { return ::getppid(); },
-        .now = [] { return std::chrono::steady_clock::now(); },
-        .poll = [](pollfd& input, int timeout) { return ::poll(&input, 1, timeout); },
+        .now = [] { return HostClock::now(); },
+        .poll = [](pollfd& input,
+                    milliseconds timeout) { return ::poll(&input, 1, static_cast<int>(timeout.count())); },
         .readByte = [](int descriptor, char& byte) { return ::read(descriptor, &byte, 1); }};
 }
 
@@ -65,7 +66,7 @@ void waitForScreenshotTrigger(LineOutput& standardError, const ScreenshotTrigger
             throw CLIError("Screenshot trigger parent exited before capture.");
 
         pollfd input = {.fd = STDIN_FILENO, .events = POLLIN | POLLERR | POLLHUP, .revents = 0};
-        const int ready = system.poll(input, static_cast<int>(std::min(remaining, slice).count()));
+        const int ready = system.poll(input, std::min(remaining, slice));
         if (ready < 0 && errno != EINTR)
             throw systemError("Could not wait for screenshot trigger input");
         if (ready <= 0)

@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <sys/types.h>
 
+#include "Support/HostClock.h"
 #include "Support/LineOutput.h"
 
 namespace glimto {
@@ -13,8 +14,8 @@ namespace glimto {
 // What the wait for a trigger asks of the system. Failures are told by errno.
 struct ScreenshotTriggerSystem {
     std::function<pid_t()> parentProcessID;
-    std::function<std::chrono::steady_clock::time_point()> now;
-    std::function<int(pollfd& input, int milliseconds)> poll;
+    std::function<HostTime()> now;
+    std::function<int(pollfd& input, std::chrono::milliseconds timeout)> poll;
     std::function<ssize_t(int descriptor, char& byte)> readByte;
 
     // getppid(2), the monotonic clock, poll(2) and read(2).

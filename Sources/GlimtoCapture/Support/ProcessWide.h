@@ -23,7 +23,7 @@ void shareProcessWide(ProcessWide& programs);
 // running static destructors, which would take from that thread what it uses.
 bool isWorkAbandoned();
 
-// Tells so.
+// Makes isWorkAbandoned() true from now on.
 void noteAbandonedWork();
 
 } // namespace glimto

@@ -16,7 +16,7 @@ namespace glimto {
 
 namespace {
 
-constexpr int urlsExpireInSeconds = 300;
+constexpr std::chrono::seconds urlsExpireIn(300);
 // A URL is not used in its last minute: clocks differ, and its transfer still has to begin.
 constexpr std::chrono::seconds urlsAreGoodFor(240);
 
@@ -81,7 +81,7 @@ void UploadPass::requestURLs()
         keys.push_back(artifacts_[index].key);
     urlsRequestedAt_ = services_.clock.now();
     const auto answer = http_.postJSON(http_.endpoint({"api", "recordings", recordingId_, "upload-urls"}),
-        encodeUploadURLsRequest(keys, urlsExpireInSeconds),
+        encodeUploadURLsRequest(keys, urlsExpireIn),
         std::min(RecordingUploadHTTP::usualAnswerBytes + keys.size() * answerBytesOfKey, mostAnswerBytes));
     signedUploads_.clear();
     for (auto& upload : decodeUploadURLsResponse(answer, "the answer with the upload URLs")) {

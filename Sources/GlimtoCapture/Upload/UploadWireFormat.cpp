@@ -36,9 +36,9 @@ std::string encodeCreateRecordingRequest(const std::string& recordingId)
     return encodeScreenCaptureJSON({{"recordingId", recordingId}});
 }
 
-std::string encodeUploadURLsRequest(const std::vector<std::string>& keys, int expiresInSeconds)
+std::string encodeUploadURLsRequest(const std::vector<std::string>& keys, std::chrono::seconds expiresIn)
 {
-    return encodeScreenCaptureJSON({{"expiresIn", expiresInSeconds}, {"keys", keys}});
+    return encodeScreenCaptureJSON({{"expiresIn", expiresIn.count()}, {"keys", keys}});
 }
 
 std::string encodeEmptyRequest()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -56,7 +57,7 @@ GLIMTO_JSON_OBJECT(RecordingCompleteResponse, checkedObjectCount, recording)
 
 // The bodies of requests. They throw CLIError when a text is not valid UTF-8.
 std::string encodeCreateRecordingRequest(const std::string& recordingId);
-std::string encodeUploadURLsRequest(const std::vector<std::string>& keys, int expiresInSeconds);
+std::string encodeUploadURLsRequest(const std::vector<std::string>& keys, std::chrono::seconds expiresIn);
 std::string encodeEmptyRequest();
 
 // The bodies of answers. They throw PlatformError (domain "JSON"); `source` names the answer there.

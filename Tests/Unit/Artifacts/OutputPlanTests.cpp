@@ -40,7 +40,7 @@ protected:
     std::string refusal() const
     {
         try {
-            OutputPlan::prepare(root(), false);
+            OutputPlan::prepare(root(), OutputPlan::EarlierTake::kept);
         } catch (const CLIError& error) {
             return error.what();
         }
@@ -74,12 +74,12 @@ TEST_F(OutputPlanTests, RootIsStandardized)
 
 TEST_F(OutputPlanTests, PrepareReturnsThePlanOfTheRoot)
 {
-    EXPECT_EQ(OutputPlan::prepare(root(), false), OutputPlan::forRoot(root()));
+    EXPECT_EQ(OutputPlan::prepare(root(), OutputPlan::EarlierTake::kept), OutputPlan::forRoot(root()));
 }
 
 TEST_F(OutputPlanTests, MissingDirectoriesAreMade)
 {
-    const auto plan = OutputPlan::prepare(root() / "below", false);
+    const auto plan = OutputPlan::prepare(root() / "below", OutputPlan::EarlierTake::kept);
     EXPECT_TRUE(fs::is_directory(plan.videoSegmentsDirectory));
     EXPECT_TRUE(fs::is_directory(plan.audioSegmentsDirectory));
 }
@@ -89,7 +89,7 @@ TEST_F(OutputPlanTests, DirectoryWithUnrelatedFilesPassesAndKeepsThem)
     writeFile(root() / "notes.txt", "mine");
     writeFile(root() / "upload-job.json", "{}");
     EXPECT_EQ(refusal(), "");
-    OutputPlan::prepare(root(), true);
+    OutputPlan::prepare(root(), OutputPlan::EarlierTake::removed);
     EXPECT_EQ(content(root() / "notes.txt"), "mine");
     EXPECT_EQ(content(root() / "upload-job.json"), "{}");
 }
@@ -133,16 +133,16 @@ TEST_F(OutputPlanTests, VerificationAloneIsRefusedWithoutOverwrite)
 TEST_F(OutputPlanTests, VerificationAloneIsRemovedWithOverwrite)
 {
     writeFile(root() / "verification.json", "{}");
-    OutputPlan::prepare(root(), true);
+    OutputPlan::prepare(root(), OutputPlan::EarlierTake::removed);
     EXPECT_FALSE(fs::exists(root() / "verification.json"));
 }
 
 TEST_F(OutputPlanTests, EventsOfAKilledRecordingAreNoArtifactAndGoWithOverwrite)
 {
     writeFile(root() / ".events.partial", "{}");
-    OutputPlan::prepare(root(), false);
+    OutputPlan::prepare(root(), OutputPlan::EarlierTake::kept);
     EXPECT_TRUE(fs::exists(root() / ".events.partial"));
-    OutputPlan::prepare(root(), true);
+    OutputPlan::prepare(root(), OutputPlan::EarlierTake::removed);
     EXPECT_FALSE(fs::exists(root() / ".events.partial"));
 }
 
@@ -150,7 +150,7 @@ TEST_F(OutputPlanTests, OverwriteRemovesTheSegmentsOfTheEarlierTake)
 {
     writeFile(root() / "segments/video/segment_000.m4s", "old");
     writeFile(root() / "segments/playlist.m3u8", "old");
-    const auto plan = OutputPlan::prepare(root(), true);
+    const auto plan = OutputPlan::prepare(root(), OutputPlan::EarlierTake::removed);
     EXPECT_TRUE(fs::is_empty(plan.videoSegmentsDirectory));
     EXPECT_FALSE(fs::exists(plan.playlistURL));
 }
@@ -161,7 +161,7 @@ TEST_F(OutputPlanTests, OverwriteRemovesALinkButNotWhatItPointsTo)
     writeFile(elsewhere / "video/precious.m4s", "keep");
     fs::create_directories(root());
     fs::create_directory_symlink(elsewhere, root() / "segments");
-    const auto plan = OutputPlan::prepare(root(), true);
+    const auto plan = OutputPlan::prepare(root(), OutputPlan::EarlierTake::removed);
     EXPECT_FALSE(fs::is_symlink(plan.segmentsDirectory));
     EXPECT_EQ(content(elsewhere / "video/precious.m4s"), "keep");
 }
@@ -172,7 +172,7 @@ TEST_F(OutputPlanTests, OverwriteDoesNotFollowLinksInsideTheSegments)
     writeFile(elsewhere / "precious.m4s", "keep");
     fs::create_directories(root() / "segments");
     fs::create_directory_symlink(elsewhere, root() / "segments/video");
-    OutputPlan::prepare(root(), true);
+    OutputPlan::prepare(root(), OutputPlan::EarlierTake::removed);
     EXPECT_EQ(content(elsewhere / "precious.m4s"), "keep");
 }
 
@@ -181,7 +181,7 @@ TEST_F(OutputPlanTests, DanglingLinkInTheWayCountsAsAnArtifact)
     fs::create_directories(root());
     fs::create_symlink(directory.path() / "nowhere", root() / "segments");
     EXPECT_THAT(refusal(), HasSubstr("proof artifacts: segments."));
-    OutputPlan::prepare(root(), true);
+    OutputPlan::prepare(root(), OutputPlan::EarlierTake::removed);
     EXPECT_TRUE(fs::is_directory(fs::symlink_status(root() / "segments")));
 }
 
@@ -189,7 +189,7 @@ TEST_F(OutputPlanTests, RootThatIsAFileIsAPlatformErrorThatNamesIt)
 {
     writeFile(root(), "file");
     try {
-        OutputPlan::prepare(root(), true);
+        OutputPlan::prepare(root(), OutputPlan::EarlierTake::removed);
         FAIL() << "nothing was thrown";
     } catch (const PlatformError& error) {
         EXPECT_EQ(error.domain(), "POSIX");
@@ -202,7 +202,7 @@ TEST_F(OutputPlanTests, RootThatIsAFileIsAPlatformErrorThatNamesIt)
 TEST_F(OutputPlanTests, WhatAKilledProcessWasWritingIsRemovedAndNothingElse)
 {
     const std::string random = ".0123456789abcdef.tmp";
-    const auto plan = OutputPlan::prepare(root(), false);
+    const auto plan = OutputPlan::prepare(root(), OutputPlan::EarlierTake::kept);
     const auto ours = {root() / (".manifest.json" + random), root() / (".upload-job.json" + random),
         root() / ".thumbnail-0A-1B.jpg", plan.segmentsDirectory / (".playlist.m3u8" + random),
         plan.videoSegmentsDirectory / (".segment_007.m4s" + random),
@@ -224,18 +224,18 @@ TEST_F(OutputPlanTests, AStepBackBehindALinkLeadsToWhereTheShellGoes)
 {
     fs::create_directories(directory.path() / "far" / "target");
     fs::create_directory_symlink("far/target", directory.path() / "link");
-    OutputPlan::prepare(directory.path() / "link" / ".." / "take", false);
+    OutputPlan::prepare(directory.path() / "link" / ".." / "take", OutputPlan::EarlierTake::kept);
     EXPECT_TRUE(fs::exists(directory.path() / "far" / "take" / "segments"));
     EXPECT_FALSE(fs::exists(root()));
 }
 
 TEST_F(OutputPlanTests, AskingChangesNothing)
 {
-    EXPECT_EQ(OutputPlan::check(root(), false), OutputPlan::forRoot(root()));
+    EXPECT_EQ(OutputPlan::check(root(), OutputPlan::EarlierTake::kept), OutputPlan::forRoot(root()));
     EXPECT_FALSE(fs::exists(root()));
     writeFile(root() / "manifest.json", "{}");
-    EXPECT_THROW(OutputPlan::check(root(), false), CLIError);
-    EXPECT_NO_THROW(OutputPlan::check(root(), true));
+    EXPECT_THROW(OutputPlan::check(root(), OutputPlan::EarlierTake::kept), CLIError);
+    EXPECT_NO_THROW(OutputPlan::check(root(), OutputPlan::EarlierTake::removed));
     EXPECT_EQ(content(root() / "manifest.json"), "{}");
 }
 

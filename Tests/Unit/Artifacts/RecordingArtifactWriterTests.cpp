@@ -66,7 +66,8 @@ protected:
 
     TemporaryDirectory directory;
     RecordOptions options;
-    RecordingArtifactWriter writer{OutputPlan::prepare(directory.path(), false), 48000, 2};
+    RecordingArtifactWriter writer{
+        OutputPlan::prepare(directory.path(), OutputPlan::EarlierTake::kept), 48000, 2};
 };
 
 TEST_F(RecordingArtifactWriterTests, ManifestOfATakeWithoutAudioHasNoAudioKeys)

@@ -16,7 +16,7 @@ TEST(TakeDirectoriesTests, EverythingThatPreparingMadeGoesAgain)
     const TemporaryDirectory parent;
     const auto root = parent.path() / "runs" / "take";
     const TakeDirectories directories(root);
-    OutputPlan::prepare(root, false);
+    OutputPlan::prepare(root, OutputPlan::EarlierTake::kept);
     directories.removeEmpty();
     EXPECT_FALSE(std::filesystem::exists(parent.path() / "runs"));
     EXPECT_TRUE(std::filesystem::exists(parent.path()));
@@ -26,7 +26,7 @@ TEST(TakeDirectoriesTests, RootThatWasThereStays)
 {
     const TemporaryDirectory root;
     const TakeDirectories directories(root.path());
-    OutputPlan::prepare(root.path(), false);
+    OutputPlan::prepare(root.path(), OutputPlan::EarlierTake::kept);
     directories.removeEmpty();
     EXPECT_TRUE(std::filesystem::is_empty(root.path()));
 }
@@ -36,7 +36,7 @@ TEST(TakeDirectoriesTests, WhatHoldsASegmentStays)
     const TemporaryDirectory parent;
     const auto root = parent.path() / "take";
     const TakeDirectories directories(root);
-    const auto plan = OutputPlan::prepare(root, false);
+    const auto plan = OutputPlan::prepare(root, OutputPlan::EarlierTake::kept);
     std::ofstream(plan.videoSegmentsDirectory / "segment_000.m4s") << "media";
     directories.removeEmpty();
     EXPECT_TRUE(std::filesystem::exists(plan.videoSegmentsDirectory / "segment_000.m4s"));
@@ -66,7 +66,7 @@ TEST(TakeDirectoriesTests, EverythingThatPreparingMadeCanBeFlushed)
 {
     const TemporaryDirectory parent;
     const TakeDirectories directories(parent.path() / "runs" / "take");
-    OutputPlan::prepare(parent.path() / "runs" / "take", false);
+    OutputPlan::prepare(parent.path() / "runs" / "take", OutputPlan::EarlierTake::kept);
     EXPECT_NO_THROW(directories.sync());
     std::filesystem::remove_all(parent.path() / "runs");
     EXPECT_THROW(directories.sync(), PlatformError);

@@ -69,7 +69,7 @@ TEST_F(InputEventRecorderTests, WritesTheDocumentWhenStopped)
     recorder->start();
     click(1'500'000'000);
     recorder->setClockAnchor({1'000'000'000, 1'000'000'000});
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
 
     EXPECT_EQ(written(),
         R"({"version":1,"clock":{"firstVideoSamplePtsValue":1000000000,)"
@@ -88,7 +88,7 @@ TEST_F(InputEventRecorderTests, KeepsTheEventsInAPartialFileWhileItRuns)
     EXPECT_FALSE(std::filesystem::exists(partial));
     tap.fireTimer();
     EXPECT_TRUE(std::filesystem::exists(partial));
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
     EXPECT_FALSE(std::filesystem::exists(partial));
     EXPECT_EQ(document()["events"].size(), 1U);
 }
@@ -101,7 +101,7 @@ TEST_F(InputEventRecorderTests, TheRescueCopyOfAnotherRecordingStays)
     recorder->setClockAnchor({1'000'000'000, 1'000'000'000});
     click(1'500'000'000);
     tap.fireTimer();
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
     recorder.reset();
     std::ifstream stream(partial);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), "of a take that was killed");
@@ -122,7 +122,7 @@ TEST_F(InputEventRecorderTests, HoursOfEventsTakeNoMemory)
             tap.fireTimer();
         }
         click(2'000'000'000'000);
-        recorder->stop(true);
+        recorder->stop(CursorInVideo::hidden);
     }
     EXPECT_EQ(standardError.lines(), Lines());
     const std::string text = written();
@@ -151,7 +151,7 @@ TEST_F(InputEventRecorderTests, KeepsThePartialFileWhenTheDocumentCannotBeWritte
     tap.fireTimer();
     std::filesystem::create_directory(path);
     std::ofstream(path / "inTheWay") << "x";
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
     recorder.reset();
     EXPECT_TRUE(std::filesystem::exists(directory.path() / ".events.partial"));
     EXPECT_EQ(standardError.lines().size(), 1U);
@@ -188,7 +188,7 @@ TEST_F(InputEventRecorderTests, TheTapLivesOnAThreadOfItsOwn)
 
 TEST_F(InputEventRecorderTests, TheCursorMayBeInThePicture)
 {
-    recorder->stop(false);
+    recorder->stop(CursorInVideo::shown);
 
     EXPECT_EQ(document()["cursorHidden"], false);
 }
@@ -197,7 +197,7 @@ TEST_F(InputEventRecorderTests, WithoutAnAnchorTheDocumentHasNoEvents)
 {
     recorder->start();
     click(1'000'000);
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
 
     EXPECT_EQ(document()["events"], nlohmann::json::array());
     EXPECT_EQ(document()["version"], 1);
@@ -208,7 +208,7 @@ TEST_F(InputEventRecorderTests, ATapThatIsNotPermittedIsWarnedOfOnceAndLeavesThe
     tap.isPermitted = false;
     recorder->start();
     recorder->setClockAnchor({0, 1});
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
 
     EXPECT_EQ(standardError.lines(), Lines{refusedWarning});
     EXPECT_EQ(document()["events"], nlohmann::json::array());
@@ -218,7 +218,7 @@ TEST_F(InputEventRecorderTests, ATapThatCannotBeMadeIsOneThatIsNotPermitted)
 {
     tap.onMake = [] { throw std::runtime_error("no answer"); };
     recorder->start();
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
 
     EXPECT_EQ(standardError.lines(), Lines{refusedWarning});
     EXPECT_TRUE(std::filesystem::exists(path));
@@ -238,7 +238,7 @@ TEST_F(InputEventRecorderTests, ATapThatTheSystemSwitchedOffIsWarnedOfAndEnabled
         "warning: input event tap disabled (timeout); re-enabling\n"
         "warning: input event tap disabled (user input); re-enabling\n");
     recorder->setClockAnchor({0, 1});
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
     EXPECT_EQ(document()["events"], nlohmann::json::array());
 }
 
@@ -290,7 +290,7 @@ TEST_F(InputEventRecorderTests, ATapThatWasReenabledAtEachCheckIsOneRunUntilItIs
 TEST_F(InputEventRecorderTests, StoppingEndsTheTapAndItsThread)
 {
     recorder->start();
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
 
     EXPECT_EQ(tap.stops(), 1);
     EXPECT_EQ(tap.livingTaps(), 0);
@@ -302,7 +302,7 @@ TEST_F(InputEventRecorderTests, WhatTheTapStillHoldsWhenItIsStoppedIsRecorded)
     recorder->setClockAnchor({0, 1});
     click(0);
     tap.eventAtTheEnd = InputEvent{.type = InputEventType::leftMouseUp, .time = HostTime(1ms)};
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
 
     const auto events = document()["events"];
     ASSERT_EQ(events.size(), 2U);
@@ -312,9 +312,9 @@ TEST_F(InputEventRecorderTests, WhatTheTapStillHoldsWhenItIsStoppedIsRecorded)
 TEST_F(InputEventRecorderTests, OnlyTheFirstStopWrites)
 {
     recorder->start();
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
     std::filesystem::remove(path);
-    recorder->stop(false);
+    recorder->stop(CursorInVideo::shown);
 
     EXPECT_FALSE(std::filesystem::exists(path));
     EXPECT_EQ(tap.stops(), 1);
@@ -332,7 +332,7 @@ TEST_F(InputEventRecorderTests, ARecorderThatGoesWithoutAStopEndsTheTapAndWrites
 TEST_F(InputEventRecorderTests, ARecorderThatWasNeverStartedStopsWithAnEmptyTrack)
 {
     recorder->setClockAnchor({0, 1});
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
 
     EXPECT_EQ(tap.eventMask(), std::nullopt);
     EXPECT_EQ(document()["events"], nlohmann::json::array());
@@ -343,7 +343,7 @@ TEST_F(InputEventRecorderTests, AFileThatCannotBeWrittenIsAWarning)
     path = directory.path() / "gone" / "events.json";
     recorder = makeRecorder();
     recorder->start();
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
 
     EXPECT_EQ(standardError.lines(),
         Lines{"warning: failed to write events.json: Could not write " + path.string()
@@ -367,7 +367,7 @@ TEST_F(InputEventRecorderTests, ATapThatHangsWhenItIsMadeIsLetGoOf)
     recorder = std::make_unique<InputEventRecorder>(path, geometry, 1s, lastingFactory, lastingError,
         InputEventRecorder::Limits{.start = 20ms, .stop = 20ms});
     recorder->start();
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
     recorder.reset();
 
     EXPECT_TRUE(isWorkAbandoned());
@@ -390,7 +390,7 @@ TEST_F(InputEventRecorderTests, EventsMayComeWhileTheRecorderIsStopped)
             click(at);
     });
     recorder->setClockAnchor({0, 1});
-    recorder->stop(true);
+    recorder->stop(CursorInVideo::hidden);
     clicking.get();
 
     EXPECT_LE(document()["events"].size(), 2000U);

@@ -38,7 +38,7 @@ InputEvent pointerEvent(InputEventType type, std::int64_t millisecondsAfterAncho
 
 std::vector<RecordedEvent> recordedEvents(InputEventTrack& track)
 {
-    const auto events = track.finish(true).events;
+    const auto events = track.finish(CursorInVideo::hidden).events;
     return {events.begin(), events.end()};
 }
 
@@ -147,7 +147,7 @@ TEST(InputEventTrackTests, OnlyTheFirstAnchorCounts)
         .firstVideoSampleHostTimeNs = anchorNs + 50 * millisecond});
     track.append(pointerEvent(InputEventType::mouseMoved, 100));
 
-    const auto document = track.finish(false);
+    const auto document = track.finish(CursorInVideo::shown);
     EXPECT_EQ(document.clock, anchor);
     EXPECT_EQ(document.events.at(0).t, 100.0);
 }
@@ -157,7 +157,7 @@ TEST(InputEventTrackTests, WithoutAnAnchorThereIsNoEvent)
     InputEventTrack track(display);
     track.append(pointerEvent(InputEventType::leftMouseDown, 100));
 
-    const auto document = track.finish(true);
+    const auto document = track.finish(CursorInVideo::hidden);
     EXPECT_TRUE(document.events.empty());
     EXPECT_EQ(document.clock, EventsClock());
     EXPECT_TRUE(document.cursorHidden);
@@ -171,9 +171,9 @@ TEST(InputEventTrackTests, NothingComesAfterTheEnd)
     track.setClockAnchor(anchor);
     track.append(pointerEvent(InputEventType::mouseMoved));
 
-    EXPECT_EQ(track.finish(true).events.size(), 1U);
+    EXPECT_EQ(track.finish(CursorInVideo::hidden).events.size(), 1U);
     track.append(pointerEvent(InputEventType::mouseMoved));
-    EXPECT_TRUE(track.finish(true).events.empty());
+    EXPECT_TRUE(track.finish(CursorInVideo::hidden).events.empty());
 }
 
 TEST(InputEventTrackTests, APointerOutsideIsClampedToTheEdge)

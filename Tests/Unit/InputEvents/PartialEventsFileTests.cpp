@@ -109,7 +109,7 @@ TEST_F(PartialEventsFileTests, LeavesALinkAndWhatItNames)
     file.remove();
     EXPECT_TRUE(std::filesystem::is_symlink(path));
     EXPECT_EQ(std::filesystem::file_size(target), 4U);
-    EXPECT_EQ(track.finish(true).events.size(), 1U);
+    EXPECT_EQ(track.finish(CursorInVideo::hidden).events.size(), 1U);
 }
 
 TEST_F(PartialEventsFileTests, TakesTheEventsOutOfMemoryAndHandsThemOut)
@@ -126,7 +126,7 @@ TEST_F(PartialEventsFileTests, TakesTheEventsOutOfMemoryAndHandsThemOut)
     EXPECT_EQ(events,
         R"({"t":1000.0,"k":"down","x":0.25,"y":0.5,"button":0},)"
         R"({"t":2000.0,"k":"down","x":0.25,"y":0.5,"button":0})");
-    EXPECT_EQ(track.finish(true).events.size(), 1U);
+    EXPECT_EQ(track.finish(CursorInVideo::hidden).events.size(), 1U);
 }
 
 TEST_F(PartialEventsFileTests, KeepsWholeLinesWhenTheDiskTakesNoMore)
@@ -146,7 +146,7 @@ TEST_F(PartialEventsFileTests, KeepsWholeLinesWhenTheDiskTakesNoMore)
     std::string events;
     EXPECT_TRUE(file.readEvents([&](std::string_view piece) { events += piece; }));
     EXPECT_EQ(events, R"({"t":1000.0,"k":"down","x":0.25,"y":0.5,"button":0})");
-    EXPECT_EQ(track.finish(true).events.size(), 2U);
+    EXPECT_EQ(track.finish(CursorInVideo::hidden).events.size(), 2U);
 }
 
 TEST_F(PartialEventsFileTests, OfWhichNotEvenTheBeginningCanBeWrittenIsRemoved)
@@ -158,7 +158,7 @@ TEST_F(PartialEventsFileTests, OfWhichNotEvenTheBeginningCanBeWrittenIsRemoved)
         file.append(track);
     }
     EXPECT_FALSE(std::filesystem::exists(path));
-    EXPECT_EQ(track.finish(true).events.size(), 1U);
+    EXPECT_EQ(track.finish(CursorInVideo::hidden).events.size(), 1U);
 }
 
 TEST_F(PartialEventsFileTests, ThatCannotBeWrittenIsGivenUpInSilence)
@@ -171,7 +171,7 @@ TEST_F(PartialEventsFileTests, ThatCannotBeWrittenIsGivenUpInSilence)
     click(3 * second);
     elsewhere.append(track);
     EXPECT_TRUE(std::filesystem::is_empty(directory.path() / "missing"));
-    EXPECT_EQ(track.finish(true).events.size(), 2U);
+    EXPECT_EQ(track.finish(CursorInVideo::hidden).events.size(), 2U);
 }
 
 } // namespace

@@ -25,7 +25,7 @@ protected:
 
     TakeDirectory take;
     std::string root = take.path().string();
-    OutputPlan plan = OutputPlan::prepare(take.path(), false);
+    OutputPlan plan = OutputPlan::prepare(take.path(), OutputPlan::EarlierTake::kept);
     RecordOptions options;
     CaptureFacts facts;
     CapturedTracks tracks;

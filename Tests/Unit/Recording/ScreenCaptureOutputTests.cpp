@@ -29,7 +29,7 @@ protected:
     }
 
     TakeDirectory take;
-    OutputPlan plan = OutputPlan::prepare(take.path(), false);
+    OutputPlan plan = OutputPlan::prepare(take.path(), OutputPlan::EarlierTake::kept);
     FakeAssetWriterFactory assetWriters;
     FakeImageCodec codec;
     FakeLineOutput standardOutput;

@@ -47,7 +47,7 @@ protected:
     }
 
     TakeDirectory take;
-    OutputPlan plan = OutputPlan::prepare(take.path(), false);
+    OutputPlan plan = OutputPlan::prepare(take.path(), OutputPlan::EarlierTake::kept);
     FakeLineOutput standardError;
     FakeAssetWriterFactory factory;
     std::unique_ptr<SegmentedMP4Writer> writer;

@@ -46,7 +46,7 @@ protected:
         const ScreenshotTriggerSystem trigger = {.parentProcessID = [] { return 4000; },
             .now = [] { return std::chrono::steady_clock::time_point(); },
             .poll =
-                [](pollfd& input, int) {
+                [](pollfd& input, std::chrono::milliseconds) {
                     input.revents = POLLIN;
                     return 1;
                 },

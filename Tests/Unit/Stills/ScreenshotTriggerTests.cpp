@@ -45,18 +45,18 @@ protected:
     {
         return {.parentProcessID = [this] { return parentAt(++parentQuestions); },
             .now = [this] { return time; },
-            .poll = [this](pollfd& input, int timeout) { return poll(input, timeout); },
+            .poll = [this](pollfd& input, milliseconds timeout) { return poll(input, timeout); },
             .readByte = [this](int descriptor, char& byte) { return read(descriptor, byte); }};
     }
 
     pid_t parentAt(int question) const { return question > parentLeavesAfter ? newParent : 4000; }
 
-    int poll(pollfd& input, int timeout)
+    int poll(pollfd& input, milliseconds timeout)
     {
         EXPECT_EQ(input.fd, 0);
         timeouts.push_back(timeout);
         if (nextPoll >= polls.size()) {
-            time += milliseconds(timeout);
+            time += timeout;
             return 0;
         }
         const PollAnswer& answer = polls[nextPoll++];
@@ -84,7 +84,7 @@ protected:
     std::size_t nextPoll = 0;
     std::vector<ReadAnswer> reads;
     std::size_t nextRead = 0;
-    std::vector<int> timeouts; // that poll was asked for
+    std::vector<milliseconds> timeouts; // that poll was asked for
 };
 
 TEST_F(ScreenshotTriggerTests, OneByteOfAnyValueIsTheTrigger)
@@ -108,7 +108,7 @@ TEST_F(ScreenshotTriggerTests, TheReadyLineComesBeforeTheWait)
     polls = {{.result = 1, .events = POLLIN}};
     reads = {{.result = 1}};
     auto checking = system();
-    checking.poll = [this](pollfd& input, int timeout) {
+    checking.poll = [this](pollfd& input, milliseconds timeout) {
         EXPECT_EQ(standardError.lines().size(), 1U);
         return poll(input, timeout);
     };
@@ -126,20 +126,20 @@ TEST_F(ScreenshotTriggerTests, WaitsEightSecondsInSlicesOfAQuarterSecondAtMost)
 {
     EXPECT_EQ(errorOfWait(), "Timed out waiting for the screenshot capture trigger.");
     EXPECT_EQ(time.time_since_epoch(), milliseconds(8000));
-    EXPECT_EQ(timeouts, std::vector<int>(32, 250));
+    EXPECT_EQ(timeouts, std::vector<milliseconds>(32, milliseconds(250)));
 }
 
 TEST_F(ScreenshotTriggerTests, TheLastSliceEndsWithTheEightSeconds)
 {
     polls = {{.result = 0, .after = milliseconds(7900)}};
     EXPECT_EQ(errorOfWait(), "Timed out waiting for the screenshot capture trigger.");
-    EXPECT_EQ(timeouts, std::vector<int>({250, 100}));
+    EXPECT_EQ(timeouts, std::vector({milliseconds(250), milliseconds(100)}));
 }
 
 TEST_F(ScreenshotTriggerTests, LessThanAMillisecondIsNotWaitedFor)
 {
     auto almost = system();
-    almost.poll = [this](pollfd&, int) {
+    almost.poll = [this](pollfd&, milliseconds) {
         time += std::chrono::microseconds(7'999'001);
         return 0;
     };

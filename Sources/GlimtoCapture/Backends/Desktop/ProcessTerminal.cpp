@@ -115,11 +115,11 @@ public:
         return rest_.empty();
     }
 
-    void eraseWhenStopped(bool erases) override
+    void setLineWhenStopped(LineWhenStopped line) override
     {
-        if (erases && !handlesStops)
+        isShown = line == LineWhenStopped::erased;
+        if (isShown && !handlesStops)
             beginHandlingStops();
-        isShown = erases;
     }
 
 private:

@@ -28,13 +28,13 @@ void SoundQueue::append(std::int64_t start, std::span<const std::byte> samples)
     if (frameCount == 0)
         return;
     store(samples, static_cast<std::size_t>(frameCount));
-    extend(true, frameCount);
+    extend(Kind::sound, frameCount);
 }
 
 void SoundQueue::fillWithSilence(std::int64_t end)
 {
     if (end > end_)
-        extend(false, end - end_);
+        extend(Kind::silence, end - end_);
 }
 
 std::size_t SoundQueue::take(std::span<float> samples)
@@ -48,10 +48,10 @@ std::size_t SoundQueue::take(std::span<float> samples)
     return taken;
 }
 
-void SoundQueue::extend(bool isSound, std::int64_t frameCount)
+void SoundQueue::extend(Kind kind, std::int64_t frameCount)
 {
-    if (runs_.empty() || runs_.back().isSound != isSound)
-        runs_.push_back({isSound, 0});
+    if (runs_.empty() || runs_.back().kind != kind)
+        runs_.push_back({kind, 0});
     runs_.back().frameCount += frameCount;
     end_ += frameCount;
 }
@@ -84,7 +84,7 @@ std::size_t SoundQueue::takeFrom(Run& run, std::span<float> samples)
     const std::size_t count
         = std::min(samples.size() / channelCount_, static_cast<std::size_t>(run.frameCount));
     run.frameCount -= static_cast<std::int64_t>(count);
-    if (!run.isSound) {
+    if (run.kind == Kind::silence) {
         std::fill_n(samples.begin(), count * channelCount_, 0.0F);
         return count;
     }

@@ -34,12 +34,13 @@ public:
     std::size_t soundFrameCount() const { return soundFrames_; }
 
 private:
+    enum class Kind { sound, silence };
     struct Run {
-        bool isSound = false;
+        Kind kind = Kind::silence;
         std::int64_t frameCount = 0;
     };
 
-    void extend(bool isSound, std::int64_t frameCount);
+    void extend(Kind kind, std::int64_t frameCount);
     void store(std::span<const std::byte> samples, std::size_t frameCount);
     void makeRoomFor(std::size_t frameCount);
     std::size_t takeFrom(Run& run, std::span<float> samples);

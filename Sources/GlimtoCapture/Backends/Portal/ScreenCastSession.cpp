@@ -49,11 +49,11 @@ void appendOption(sd_bus_message* message, const char* key, const std::string& v
 }
 
 // The pointer in the picture or not. Where it is not, its place comes beside the picture if possible.
-PortalCursorMode chosenCursorMode(const PortalAbilities& abilities, bool showsCursor)
+PortalCursorMode chosenCursorMode(const PortalAbilities& abilities, const ScreenCastSession::Wish& wish)
 {
     if (abilities.version < versionWithCursorModes)
         return PortalCursorMode::hidden;
-    if (showsCursor)
+    if (wish.showsCursor)
         return abilities.has(PortalCursorMode::embedded) ? PortalCursorMode::embedded
                                                          : PortalCursorMode::hidden;
     return abilities.has(PortalCursorMode::metadata) ? PortalCursorMode::metadata : PortalCursorMode::hidden;
@@ -118,7 +118,7 @@ ScreenCastSession::Grant ScreenCastSession::open(const Wish& wish)
         throw portalError(PortalFailure::badAnswer, "The desktop portal gave no session.");
 
     Grant grant;
-    grant.cursorMode = chosenCursorMode(abilities, wish.showsCursor);
+    grant.cursorMode = chosenCursorMode(abilities, wish);
     const auto session = [&](sd_bus_message* message) { append(message, "o", handle_.c_str()); };
     request(
         "SelectSources", session,

@@ -9,7 +9,7 @@
 
 namespace glimto {
 
-// Tells when each frame of a live stream was heard.
+// Finds out when each frame of a live stream was heard.
 //
 // It learns from two things that both jitter: the sound server's reports of when a frame was heard, and the
 // arrival of the frames. Its answer is a line of time without jumps, whose slope follows the device's own

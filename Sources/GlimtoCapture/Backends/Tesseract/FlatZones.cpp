@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
-#include <numeric>
 #include <utility>
+
+#include "Backends/Tesseract/DisjointSets.h"
 
 namespace glimto {
 
@@ -19,41 +20,6 @@ constexpr int largeSide = 16;
 constexpr std::int64_t smallestArea = 150;
 constexpr int smallestSide = 10;
 constexpr std::int32_t noZone = -1;
-
-// Connected areas of a picture while they grow together.
-class ConnectedAreas {
-public:
-    explicit ConnectedAreas(std::size_t pixels)
-        : parent_(pixels)
-    {
-        std::iota(parent_.begin(), parent_.end(), 0);
-    }
-
-    std::int32_t root(std::int32_t place)
-    {
-        auto at = [this](std::int32_t index) -> std::int32_t& {
-            return parent_[static_cast<std::size_t>(index)];
-        };
-        while (at(place) != place) {
-            at(place) = at(at(place));
-            place = at(place);
-        }
-        return place;
-    }
-
-    // The root of both is the one that comes first.
-    void join(std::size_t one, std::size_t other)
-    {
-        const std::int32_t first = root(static_cast<std::int32_t>(one));
-        const std::int32_t second = root(static_cast<std::int32_t>(other));
-        parent_[static_cast<std::size_t>(std::max(first, second))] = std::min(first, second);
-    }
-
-    std::vector<std::int32_t>& parents() { return parent_; }
-
-private:
-    std::vector<std::int32_t> parent_;
-};
 
 bool differByAtMost(int step, std::uint8_t a, std::uint8_t b)
 {
@@ -76,7 +42,12 @@ void markLongRuns(const GrayPicture& picture, int y, std::vector<char>& marks)
 // Every pixel's area by the place of the area's first pixel.
 std::vector<std::int32_t> flatAreas(const GrayPicture& picture)
 {
-    ConnectedAreas areas(picture.values.size());
+    DisjointSets areas(picture.values.size());
+    // The root of both is the one that comes first.
+    const auto join = [&areas](std::size_t one, std::size_t other) {
+        const auto [first, second] = std::minmax({areas.root(one), areas.root(other)});
+        areas.join(first, second);
+    };
     std::vector<char> isLong(static_cast<std::size_t>(picture.width));
     std::vector<char> isLongAbove(isLong.size());
     for (int y = 0; y < picture.height; ++y) {
@@ -87,10 +58,10 @@ std::vector<std::int32_t> flatAreas(const GrayPicture& picture)
             const auto column = static_cast<std::size_t>(x);
             const std::uint8_t value = picture.values[place];
             if (x > 0 && differByAtMost(flatStep, value, picture.values[place - 1]))
-                areas.join(place, place - 1);
+                join(place, place - 1);
             const int step = isLong[column] != 0 && isLongAbove[column] != 0 ? shadedStep : flatStep;
             if (y > 0 && differByAtMost(step, value, picture.values[picture.place(x, y - 1)]))
-                areas.join(place, picture.place(x, y - 1));
+                join(place, picture.place(x, y - 1));
         }
     }
     // A root comes before all of its pixels, so one pass in order makes every parent a root.

@@ -77,7 +77,7 @@ void joinCells(std::vector<Panel>& panels)
         });
         if (other == panels.end())
             continue;
-        other->bounds = united(other->bounds, panel->bounds);
+        other->bounds = boundingRect(other->bounds, panel->bounds);
         other->words.insert(other->words.end(), panel->words.begin(), panel->words.end());
         panel->words.clear();
     }

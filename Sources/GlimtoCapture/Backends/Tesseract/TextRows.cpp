@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <numeric>
+
+#include "Backends/Tesseract/DisjointSets.h"
 
 namespace glimto {
 
@@ -24,36 +25,7 @@ bool belongTogether(const PixelRect& a, const PixelRect& b, int letterHeight)
     return 2 * apart < letterHeight && 2 * common >= std::min({a.height, b.height, letterHeight});
 }
 
-class Groups {
-public:
-    explicit Groups(std::size_t count)
-        : parent_(count)
-    {
-        std::iota(parent_.begin(), parent_.end(), std::size_t{0});
-    }
-
-    std::size_t root(std::size_t index)
-    {
-        while (parent_[index] != index)
-            index = parent_[index] = parent_[parent_[index]];
-        return index;
-    }
-
-    void join(std::size_t one, std::size_t other) { parent_[root(other)] = root(one); }
-
-private:
-    std::vector<std::size_t> parent_;
-};
-
 } // namespace
-
-PixelRect united(const PixelRect& a, const PixelRect& b)
-{
-    const int left = std::min(a.x, b.x);
-    const int top = std::min(a.y, b.y);
-    return {left, top, std::max(a.x + a.width, b.x + b.width) - left,
-        std::max(a.y + a.height, b.y + b.height) - top};
-}
 
 PixelRect grown(const PixelRect& rect, int by)
 {
@@ -64,7 +36,7 @@ std::vector<PixelRect> findWords(const std::vector<PixelRect>& glyphs, int lette
 {
     std::vector<PixelRect> parts = glyphs;
     std::ranges::sort(parts, {}, &PixelRect::x);
-    Groups groups(parts.size());
+    DisjointSets groups(parts.size());
     for (std::size_t index = 0; index < parts.size(); ++index) {
         for (std::size_t next = index + 1;
              next < parts.size() && parts[next].x < parts[index].x + parts[index].width + letterHeight;
@@ -76,7 +48,7 @@ std::vector<PixelRect> findWords(const std::vector<PixelRect>& glyphs, int lette
     std::vector<PixelRect> whole(parts.size());
     for (std::size_t index = 0; index < parts.size(); ++index) {
         PixelRect& word = whole[groups.root(index)];
-        word = word.isEmpty() ? parts[index] : united(word, parts[index]);
+        word = boundingRect(word, parts[index]);
     }
     std::erase_if(whole, [](const PixelRect& word) { return word.isEmpty(); });
     return whole;

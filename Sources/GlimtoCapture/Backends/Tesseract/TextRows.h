@@ -13,9 +13,6 @@ struct TextRow {
     int bottom = 0; // one past the last
 };
 
-// The smallest rectangle around both.
-PixelRect united(const PixelRect& a, const PixelRect& b);
-
 // Larger by so much on each side.
 PixelRect grown(const PixelRect& rect, int by);
 

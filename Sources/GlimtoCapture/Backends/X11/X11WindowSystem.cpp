@@ -34,12 +34,8 @@ template <typename Answer, typename Question> Answer answerOr(Answer otherwise, 
     }
 }
 
-struct Atoms : X11AtomSet {
-    explicit Atoms(X11Connection& connection)
-        : X11AtomSet(connection)
-    {
-        receive();
-    }
+struct AtomNames : X11AtomSet {
+    using X11AtomSet::X11AtomSet;
 
     X11Atom activeWindow{*this, "_NET_ACTIVE_WINDOW"};
     X11Atom processID{*this, "_NET_WM_PID"};
@@ -74,7 +70,7 @@ public:
     {
         const auto process = answerOr(std::int32_t{0}, [](X11Connection& connection) {
             xcb_prefetch_extension_data(connection.xcb(), &xcb_res_id);
-            const Atoms atoms(connection);
+            const X11Interned<AtomNames> atoms(connection);
             const auto active = X11Property::read(connection, connection.root(), atoms.activeWindow);
             const xcb_window_t window = active.firstNumber().value_or(XCB_WINDOW_NONE);
             if (window == XCB_WINDOW_NONE)

@@ -71,13 +71,13 @@ void chooseAnalysis(x264_param_t& parameters)
     parameters.i_sync_lookahead = 0;
 }
 
-void chooseTools(x264_param_t& parameters, CodingTools tools, bool hasTime)
+void chooseTools(x264_param_t& parameters, CodingTools tools, const VideoEncodingSettings& settings)
 {
     parameters.i_sps_id = static_cast<int>(tools);
     if (tools == CodingTools::quick) {
         parameters.b_cabac = 0;
         parameters.analyse.i_subpel_refine = 0;
-        if (!hasTime)
+        if (!X264PictureCoder::hasTimeToBeThorough(settings))
             return;
         // A scrolled page jumps by more than a step or two, and between lines of text nothing leads there.
         parameters.analyse.i_me_method = X264_ME_UMH;
@@ -121,7 +121,7 @@ x264_param_t encoderParameters(
     parameters.b_repeat_headers = 0;
     parameters.b_annexb = 0;
     chooseAnalysis(parameters);
-    chooseTools(parameters, tools, X264PictureCoder::hasTimeToBeThorough(settings));
+    chooseTools(parameters, tools, settings);
     chooseColor(parameters);
     x264_param_apply_profile(&parameters, "high");
     return parameters;

@@ -15,12 +15,8 @@
 namespace glimto {
 
 // The atoms of the clipboard's protocol.
-struct X11SelectionAtoms : X11AtomSet {
-    explicit X11SelectionAtoms(X11Connection& connection)
-        : X11AtomSet(connection)
-    {
-        receive();
-    }
+struct X11SelectionAtomNames : X11AtomSet {
+    using X11AtomSet::X11AtomSet;
 
     X11Atom clipboard{*this, "CLIPBOARD"};
     X11Atom clipboardManager{*this, "CLIPBOARD_MANAGER"};
@@ -34,6 +30,7 @@ struct X11SelectionAtoms : X11AtomSet {
     X11Atom png{*this, "image/png"};
     X11Atom scratch{*this, "_GLIMTO_CLIPBOARD"}; // a property of our own
 };
+using X11SelectionAtoms = X11Interned<X11SelectionAtomNames>;
 
 // Data that is too large for one property, handed over piece by piece (ICCCM, 2.7.2): a requestor deletes
 // the property when it has read a piece, and gets the next one. Any number of requestors at once.

@@ -11,12 +11,13 @@
 
 namespace glimto {
 
-// Atoms that are interned in one round trip: a struct of X11Atom, whose constructor ends with receive().
+// Atoms that are interned in one round trip: a struct of X11Atom, made as X11Interned.
 //
-//     struct Atoms : X11AtomSet {
-//         explicit Atoms(X11Connection& connection) : X11AtomSet(connection) { receive(); }
+//     struct AtomNames : X11AtomSet {
+//         using X11AtomSet::X11AtomSet;
 //         X11Atom name{*this, "_NET_WM_NAME"};
 //     };
+//     const X11Interned<AtomNames> atoms(connection);
 class X11AtomSet {
 public:
     explicit X11AtomSet(X11Connection& connection)
@@ -42,6 +43,15 @@ private:
 
     X11Connection& connection_;
     std::vector<std::pair<xcb_intern_atom_cookie_t, xcb_atom_t*>> asked_;
+};
+
+// The atoms of `Names` with their ids. Throws what receive() throws.
+template <typename Names> struct X11Interned : Names {
+    explicit X11Interned(X11Connection& connection)
+        : Names(connection)
+    {
+        this->receive();
+    }
 };
 
 // One of them.

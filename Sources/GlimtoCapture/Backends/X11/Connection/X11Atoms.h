@@ -5,12 +5,8 @@
 namespace glimto {
 
 // The atoms that the window list needs.
-struct X11Atoms : X11AtomSet {
-    explicit X11Atoms(X11Connection& connection)
-        : X11AtomSet(connection)
-    {
-        receive();
-    }
+struct X11AtomNames : X11AtomSet {
+    using X11AtomSet::X11AtomSet;
 
     // Properties of the root window.
     X11Atom supportingWindowManager{*this, "_NET_SUPPORTING_WM_CHECK"};
@@ -48,5 +44,6 @@ struct X11Atoms : X11AtomSet {
     X11Atom typeCombo{*this, "_NET_WM_WINDOW_TYPE_COMBO"};
     X11Atom typeDragAndDrop{*this, "_NET_WM_WINDOW_TYPE_DND"};
 };
+using X11Atoms = X11Interned<X11AtomNames>;
 
 } // namespace glimto

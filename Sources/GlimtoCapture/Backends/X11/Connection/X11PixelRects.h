@@ -7,9 +7,6 @@
 
 namespace glimto {
 
-// The smallest rectangle that contains both; an empty one counts as nothing.
-PixelRect boundingRect(const PixelRect& a, const PixelRect& b);
-
 // At most `most` rectangles that together cover all of `rects`, and the very same ones when they are few
 // enough. Else their bounds are divided into tiles, with one box for what lies in each.
 std::vector<PixelRect> coalesced(std::vector<PixelRect> rects, std::size_t most);

@@ -24,12 +24,8 @@ constexpr std::chrono::milliseconds timeToRepaint{100};
 // that is busy. Also keeps a window that comes and goes from changing the way of composing all the time.
 constexpr std::chrono::seconds fadingTime{3};
 
-struct Atoms : X11AtomSet {
-    explicit Atoms(X11Connection& connection)
-        : X11AtomSet(connection)
-    {
-        receive();
-    }
+struct AtomNames : X11AtomSet {
+    using X11AtomSet::X11AtomSet;
 
     X11Atom compositor{*this, "_NET_WM_CM_S0"}; // the selection that a compositing manager owns
     X11Atom rootPixmap{*this, "_XROOTPMAP_ID"};
@@ -255,7 +251,7 @@ private:
     X11DisplayPicture plain_;
     X11HiddenApplications applications_;
     X11TopLevels topLevels_;
-    Atoms atoms_;
+    X11Interned<AtomNames> atoms_;
     X11WindowLayers layers_;
 
     bool mustLearn_ = true; // a window may have come that is to be hidden

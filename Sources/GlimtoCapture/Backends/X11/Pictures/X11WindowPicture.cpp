@@ -19,12 +19,8 @@ namespace {
 // and has put what covered it there instead.
 constexpr std::chrono::milliseconds timeToRepaint{30};
 
-struct Atoms : X11AtomSet {
-    explicit Atoms(X11Connection& connection)
-        : X11AtomSet(connection)
-    {
-        receive();
-    }
+struct AtomNames : X11AtomSet {
+    using X11AtomSet::X11AtomSet;
 
     X11Atom frameExtents{*this, "_GTK_FRAME_EXTENTS"};
 };
@@ -207,7 +203,7 @@ private:
 
     X11Connection& connection_;
     xcb_window_t window_;
-    Atoms atoms_;
+    X11Interned<AtomNames> atoms_;
     std::uint8_t depth_ = 0;
     X11PixelFormat format_;
     PixelRect content_; // the part of the window without its shadow, relative to the inside of its border

@@ -13,7 +13,7 @@
 
 namespace glimto {
 
-// Tells which application owns a window.
+// Finds the application that owns a window.
 //
 // Name and bundle identifier come from the application id that the window declares and the desktop file that
 // this names, else from the desktop file that its class names, else from the class itself ("XTerm" gives the

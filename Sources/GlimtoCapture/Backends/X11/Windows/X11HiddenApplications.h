@@ -11,7 +11,7 @@
 
 namespace glimto {
 
-// Tells which top-level windows a capture leaves out: those of the excluded applications, whenever these
+// Which top-level windows a capture leaves out: those of the excluded applications, whenever these
 // start, but not the excepted windows. One window that is known for an excluded application's makes all
 // windows of its process hidden. A frame that has lost its window still shows what that left there: it stays
 // hidden until another application's window is in it. Answers are kept.
