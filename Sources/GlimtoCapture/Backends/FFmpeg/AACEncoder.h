@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "Backends/FFmpeg/FFmpegHandles.h"
 #include "Platform/AssetWriter.h"
 
 namespace glimto {
@@ -25,10 +26,12 @@ public:
 
     // Null when the encoder refuses the settings. Throws PlatformError when there is no encoder.
     static std::unique_ptr<AACEncoder> make(const AudioEncodingSettings& settings);
-    ~AACEncoder();
 
     // AudioSpecificConfig (ISO/IEC 14496-3).
-    std::span<const std::uint8_t> decoderConfiguration() const;
+    std::span<const std::uint8_t> decoderConfiguration() const
+    {
+        return {codec_->extradata, static_cast<std::size_t>(codec_->extradata_size)};
+    }
 
     // Encodes the next block, interleaved, which begins where the last one ended. What comes out belongs to
     // an earlier block: a block and the one after it must have been seen before it can be encoded. The very
@@ -37,13 +40,15 @@ public:
     std::optional<EncodedSound> encode(std::span<const float> block);
 
 private:
-    struct Context;
-
-    explicit AACEncoder(std::unique_ptr<Context> context);
+    AACEncoder() = default;
+    bool open(const AudioEncodingSettings& settings);
+    void makeFrame();
     void fillFrame(std::span<const float> block);
     void addNoise(std::span<float> samples, float level);
 
-    std::unique_ptr<Context> context_;
+    CodecContextHandle codec_;
+    FrameHandle frame_;
+    PacketHandle packet_;
     std::int64_t nextTime_ = 0;
     std::minstd_rand noise_;
 };

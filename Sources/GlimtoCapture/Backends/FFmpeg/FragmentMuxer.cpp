@@ -4,13 +4,10 @@
 #include <utility>
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/intreadwrite.h>
 }
 
 #include "Backends/FFmpeg/FFmpegErrors.h"
-#include "Backends/FFmpeg/FFmpegHandles.h"
 
 namespace glimto {
 
@@ -54,15 +51,8 @@ void describeTrack(AVCodecParameters& codec, const AudioTrackDescription& track)
 
 } // namespace
 
-struct FragmentMuxer::Context {
-    IOContextHandle output; // outlives the format, which writes to it
-    FormatContextHandle format;
-    PacketHandle packet;
-};
-
 FragmentMuxer::FragmentMuxer(
     const VideoSampleDescription& samples, std::int32_t timescale, std::int64_t averageBitRate)
-    : context_(std::make_unique<Context>())
 {
     AVCodecParameters& codec = *makeStream().codecpar;
     describeTrack(codec, samples);
@@ -71,45 +61,42 @@ FragmentMuxer::FragmentMuxer(
 }
 
 FragmentMuxer::FragmentMuxer(const AudioTrackDescription& track)
-    : context_(std::make_unique<Context>())
 {
     describeTrack(*makeStream().codecpar, track);
     writeHeader(track.sampleRate);
 }
 
-FragmentMuxer::~FragmentMuxer() = default;
-
 AVStream& FragmentMuxer::makeStream()
 {
     AVFormatContext* format = nullptr;
     requireFFmpeg(avformat_alloc_output_context2(&format, nullptr, "mp4", nullptr), makingFailed);
-    context_->format.reset(format);
+    format_.reset(format);
     auto* buffer = static_cast<unsigned char*>(requireAllocated(av_malloc(bufferBytes), makingFailed));
-    context_->output.reset(
+    stream_.reset(
         avio_alloc_context(buffer, bufferBytes, 1, this, nullptr, &FragmentMuxer::receive, nullptr));
-    if (!context_->output)
+    if (!stream_)
         av_free(buffer);
-    format->pb = requireAllocated(context_->output.get(), makingFailed);
+    format->pb = requireAllocated(stream_.get(), makingFailed);
     format->flags |= AVFMT_FLAG_CUSTOM_IO;
     format->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
-    context_->packet.reset(requireAllocated(av_packet_alloc(), makingFailed));
+    packet_.reset(requireAllocated(av_packet_alloc(), makingFailed));
     return *requireAllocated(avformat_new_stream(format, nullptr), makingFailed);
 }
 
 void FragmentMuxer::writeHeader(std::int32_t timescale)
 {
-    context_->format->streams[0]->time_base = {1, timescale};
+    format_->streams[0]->time_base = {1, timescale};
     AVDictionary* options = nullptr;
     // The caller ends fragments; times count from the track's start and need no edit list.
     av_dict_set(
         &options, "movflags", "frag_custom+empty_moov+default_base_moof+dash+skip_sidx+skip_trailer", 0);
     av_dict_set(&options, "use_editlist", "0", 0);
     av_dict_set_int(&options, "video_track_timescale", timescale, 0); // audio has its sample rate
-    const int result = avformat_write_header(context_->format.get(), &options);
+    const int result = avformat_write_header(format_.get(), &options);
     av_dict_free(&options);
     requireFFmpeg(result, "Could not write the MP4 header");
-    avio_flush(context_->output.get());
-    requireFFmpeg(context_->output->error, "Could not write the MP4 header");
+    avio_flush(stream_.get());
+    requireFFmpeg(stream_->error, "Could not write the MP4 header");
 }
 
 int FragmentMuxer::receive(void* opaque, std::uint8_t* data, int size)
@@ -126,7 +113,7 @@ int FragmentMuxer::receive(void* opaque, std::uint8_t* data, int size)
 
 void FragmentMuxer::addSample(std::span<const std::byte> data, const SampleFacts& facts)
 {
-    AVPacket& packet = *context_->packet;
+    AVPacket& packet = *packet_;
     av_packet_unref(&packet);
     // av_write_frame() only reads the data of a packet without a buffer of its own.
     packet.data = const_cast<std::uint8_t*>(reinterpret_cast<const std::uint8_t*>(data.data()));
@@ -135,7 +122,7 @@ void FragmentMuxer::addSample(std::span<const std::byte> data, const SampleFacts
     packet.dts = facts.decodeTime;
     packet.duration = facts.duration;
     packet.flags = facts.isKeyframe ? AV_PKT_FLAG_KEY : 0;
-    requireFFmpeg(av_write_frame(context_->format.get(), &packet), "Could not write to the MP4 fragment");
+    requireFFmpeg(av_write_frame(format_.get(), &packet), "Could not write to the MP4 fragment");
     pendingBytes_ += data.size();
 }
 
@@ -143,10 +130,10 @@ void FragmentMuxer::endFragment()
 {
     if (pendingBytes_ == 0)
         return;
-    requireFFmpeg(av_write_frame(context_->format.get(), nullptr), "Could not end the MP4 fragment");
-    avio_flush(context_->output.get());
+    requireFFmpeg(av_write_frame(format_.get(), nullptr), "Could not end the MP4 fragment");
+    avio_flush(stream_.get());
     // The muxer passes over what receive() reports.
-    requireFFmpeg(context_->output->error, "Could not write the MP4 fragment");
+    requireFFmpeg(stream_->error, "Could not write the MP4 fragment");
     pendingBytes_ = 0;
 }
 

@@ -2,14 +2,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <utility>
 #include <vector>
 
+#include "Backends/FFmpeg/FFmpegHandles.h"
 #include "Platform/VideoEncoder.h"
-
-struct AVStream;
 
 namespace glimto {
 
@@ -30,7 +28,6 @@ public:
     // `timescale` is ticks a second. The sample entry is any that MP4 has a code for.
     FragmentMuxer(const VideoSampleDescription& samples, std::int32_t timescale, std::int64_t averageBitRate);
     explicit FragmentMuxer(const AudioTrackDescription& track);
-    ~FragmentMuxer();
     FragmentMuxer(const FragmentMuxer&) = delete;
     FragmentMuxer& operator=(const FragmentMuxer&) = delete;
 
@@ -59,8 +56,9 @@ private:
     AVStream& makeStream();
     void writeHeader(std::int32_t timescale);
 
-    struct Context;
-    std::unique_ptr<Context> context_;
+    IOContextHandle stream_; // outlives the format, which writes to it
+    FormatContextHandle format_;
+    PacketHandle packet_;
     std::vector<std::byte> output_;
     std::size_t pendingBytes_ = 0;
 };

@@ -21,6 +21,7 @@ extern "C" {
 #include "Backends/FFmpeg/SampleReading.h"
 #include "Platform/AudioConverter.h"
 #include "Support/Errors.h"
+#include "Support/Owned.h"
 
 namespace glimto {
 
@@ -31,47 +32,37 @@ constexpr const char* resamplingFailed = "Could not resample";
 
 using Planes = std::array<std::uint8_t*, AudioFormat::mostChannels>;
 
-// For the given rates and number of channels.
-class Resampler {
-public:
-    // Null when libswresample refuses.
-    static std::unique_ptr<Resampler> make(int inputRate, int outputRate, int channelCount)
-    {
-        auto resampler = std::make_unique<Resampler>();
-        AVChannelLayout layout = {};
-        // The order of channels does not matter: none is mixed with another here.
-        layout.order = AV_CHANNEL_ORDER_UNSPEC;
-        layout.nb_channels = channelCount;
-        const int result = swr_alloc_set_opts2(&resampler->context_, &layout, AV_SAMPLE_FMT_FLTP, outputRate,
-            &layout, AV_SAMPLE_FMT_FLTP, inputRate, 0, nullptr);
-        requireFFmpeg(result, makingFailed);
-        return swr_init(resampler->context_) == 0 ? std::move(resampler) : nullptr;
-    }
+using ResamplerHandle = Owned<SwrContext, swr_free>;
 
-    Resampler() = default;
-    Resampler(const Resampler&) = delete;
-    Resampler& operator=(const Resampler&) = delete;
-    ~Resampler() { swr_free(&context_); }
+// For the given rates and number of channels. Null when libswresample refuses.
+ResamplerHandle makeResampler(int inputRate, int outputRate, int channelCount)
+{
+    AVChannelLayout layout = {};
+    // The order of channels does not matter: none is mixed with another here.
+    layout.order = AV_CHANNEL_ORDER_UNSPEC;
+    layout.nb_channels = channelCount;
+    SwrContext* context = nullptr;
+    requireFFmpeg(swr_alloc_set_opts2(&context, &layout, AV_SAMPLE_FMT_FLTP, outputRate, &layout,
+                      AV_SAMPLE_FMT_FLTP, inputRate, 0, nullptr),
+        makingFailed);
+    ResamplerHandle resampler(context);
+    return swr_init(context) == 0 ? std::move(resampler) : nullptr;
+}
 
-    // Takes `inputCount` frames, if any, and writes what there is from frame `first` of the planes on.
-    // Returns the number of frames written.
-    std::size_t resample(const Planes& input, std::size_t inputCount,
-        std::span<const std::span<float>> planes, std::size_t first)
-    {
-        Planes output = {};
-        for (std::size_t channel = 0; channel < planes.size(); ++channel)
-            output[channel] = reinterpret_cast<std::uint8_t*>(planes[channel].data() + first);
-        auto inputPlanes = std::array<const std::uint8_t*, AudioFormat::mostChannels>();
-        std::copy(input.begin(), input.end(), inputPlanes.begin());
-        const int written
-            = swr_convert(context_, output.data(), static_cast<int>(planes.front().size() - first),
-                inputPlanes.data(), static_cast<int>(inputCount));
-        return static_cast<std::size_t>(requireFFmpeg(written, resamplingFailed));
-    }
-
-private:
-    SwrContext* context_ = nullptr;
-};
+// Takes `inputCount` frames, if any, and writes what there is from frame `first` of the planes on. Returns
+// the number of frames written.
+std::size_t resample(SwrContext* resampler, const Planes& input, std::size_t inputCount,
+    std::span<const std::span<float>> planes, std::size_t first)
+{
+    Planes output = {};
+    for (std::size_t channel = 0; channel < planes.size(); ++channel)
+        output[channel] = reinterpret_cast<std::uint8_t*>(planes[channel].data() + first);
+    auto inputPlanes = std::array<const std::uint8_t*, AudioFormat::mostChannels>();
+    std::copy(input.begin(), input.end(), inputPlanes.begin());
+    const int written = swr_convert(resampler, output.data(), static_cast<int>(planes.front().size() - first),
+        inputPlanes.data(), static_cast<int>(inputCount));
+    return static_cast<std::size_t>(requireFFmpeg(written, resamplingFailed));
+}
 
 // Reads any format itself, and resamples with libswresample where the rates differ. The filter looks ahead:
 // until it has seen some 16 input frames more (more when the rate goes down), output waits; but what stands
@@ -87,9 +78,9 @@ public:
             && (output.layout == AudioLayout::planar || output.channelCount == 1);
         if (!input.isUsable() || !output.isUsable() || !isPlanarFloat)
             return nullptr;
-        std::unique_ptr<Resampler> resampler;
+        ResamplerHandle resampler;
         if (input.sampleRate != output.sampleRate) {
-            resampler = Resampler::make(input.sampleRate, output.sampleRate, output.channelCount);
+            resampler = makeResampler(input.sampleRate, output.sampleRate, output.channelCount);
             if (!resampler)
                 return nullptr;
         }
@@ -116,7 +107,7 @@ public:
 
 private:
     SwresampleAudioConverter(const AudioFormat& input, const AudioFormat& output, ChannelMapping mapping,
-        std::unique_ptr<Resampler> resampler)
+        ResamplerHandle resampler)
         : input_(input)
         , weights_(input.channelCount, output.channelCount, mapping)
         , resampler_(std::move(resampler))
@@ -171,7 +162,7 @@ private:
         std::size_t total = 0;
         std::size_t written = 0;
         do {
-            written = resampler_->resample(input, inputCount, planes, total);
+            written = resample(resampler_.get(), input, inputCount, planes, total);
             inputCount = 0;
             total += written;
         } while (written > 0 && total < planes.front().size());
@@ -180,7 +171,7 @@ private:
 
     AudioFormat input_;
     ChannelWeights weights_;
-    std::unique_ptr<Resampler> resampler_; // null when the rates are equal
+    ResamplerHandle resampler_; // null when the rates are equal
     std::vector<float> channel_; // one of the input
     std::vector<std::vector<float>> mapped_; // the output's channels at the input's rate
     std::size_t mappedFirst_ = 0; // frames before it have gone out

@@ -42,10 +42,7 @@ bool isWellFormedHeader(const std::string& name, const std::string& value)
 {
     constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
     const bool isToken = !name.empty() && std::all_of(name.begin(), name.end(), [&](char character) {
-        const bool isLetter
-            = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-        return isLetter || (character >= '0' && character <= '9')
-            || marks.find(character) != std::string_view::npos;
+        return isAlphanumeric(character) || marks.find(character) != std::string_view::npos;
     });
     return isToken && value.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos;
 }

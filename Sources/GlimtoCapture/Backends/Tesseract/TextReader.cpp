@@ -9,6 +9,7 @@
 #include <tesseract/resultiterator.h>
 
 #include "Support/Errors.h"
+#include "Support/Text.h"
 
 namespace glimto {
 
@@ -16,10 +17,8 @@ namespace {
 
 bool isLetterOrDigit(char character)
 {
-    const auto byte = static_cast<unsigned char>(character);
     // Beyond ASCII nearly all is letters: they count by their first byte.
-    return (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z')
-        || byte >= 0xc0;
+    return isAlphanumeric(character) || static_cast<unsigned char>(character) >= 0xc0;
 }
 
 // Icons and edges read as a few characters that Tesseract is not sure of. What is longer is text, though

@@ -5,7 +5,7 @@
 namespace glimto {
 
 // The atoms that the window list needs.
-struct X11AtomNames : X11AtomSet {
+struct X11WindowAtomNames : X11AtomSet {
     using X11AtomSet::X11AtomSet;
 
     // Properties of the root window.
@@ -44,6 +44,6 @@ struct X11AtomNames : X11AtomSet {
     X11Atom typeCombo{*this, "_NET_WM_WINDOW_TYPE_COMBO"};
     X11Atom typeDragAndDrop{*this, "_NET_WM_WINDOW_TYPE_DND"};
 };
-using X11Atoms = X11Interned<X11AtomNames>;
+using X11Atoms = X11Interned<X11WindowAtomNames>;
 
 } // namespace glimto
