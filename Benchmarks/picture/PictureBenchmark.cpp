@@ -92,7 +92,7 @@ double encodeOurs(const Job& job)
         .framesPerSecond = Scene::picturesPerSecond,
         .averageBitRate = job.bitsPerSecond,
         .maxKeyFrameInterval = static_cast<std::int64_t>(segmentSeconds) * Scene::picturesPerSecond,
-        .maxKeyFrameIntervalDuration = segmentSeconds};
+        .maxKeyFrameIntervalDuration = std::chrono::duration<double>(segmentSeconds)};
     const auto writer
         = FFmpegVideoAssetWriter::make(encoders, settings, MediaTime{segmentSeconds, 1}, delegate);
     if (!writer || !writer->startWriting())

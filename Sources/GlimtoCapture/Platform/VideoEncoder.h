@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -20,7 +21,7 @@ struct VideoEncodingSettings {
     int framesPerSecond = 0; // expected at most; time stamps decide
     std::int64_t averageBitRate = 0; // bits a second
     std::int64_t maxKeyFrameInterval = 0; // frames
-    double maxKeyFrameIntervalDuration = 0; // seconds
+    std::chrono::duration<double> maxKeyFrameIntervalDuration{0};
 };
 
 // What the files of a take say of how its pictures are encoded.

@@ -27,7 +27,7 @@ VideoEncodingSettings videoEncodingSettings(int width, int height, int framesPer
         .framesPerSecond = framesPerSecond,
         .averageBitRate = pixelRate >= pixelRateWithOwnBitRate ? pixelRate / 8 : lowestBitRate,
         .maxKeyFrameInterval = std::max<std::int64_t>(framesPerSecond * wholeSeconds, 1),
-        .maxKeyFrameIntervalDuration = segmentSeconds,
+        .maxKeyFrameIntervalDuration = std::chrono::duration<double>(segmentSeconds),
     };
 }
 

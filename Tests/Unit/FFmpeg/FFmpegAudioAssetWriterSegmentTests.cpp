@@ -56,7 +56,7 @@ TEST_F(FFmpegAudioAssetWriterSegmentTests, SegmentsCoverTheTimeOfTheVideosSegmen
         .framesPerSecond = 30,
         .averageBitRate = 100'000,
         .maxKeyFrameInterval = 30,
-        .maxKeyFrameIntervalDuration = 1};
+        .maxKeyFrameIntervalDuration = std::chrono::seconds(1)};
     const auto video = moduleAssetWriters().makeVideoWriter(settings, {600, 600}, pictures);
     ASSERT_TRUE(video && video->startWriting());
     const auto pixels = std::make_shared<std::vector<std::uint8_t>>(std::size_t{16 * 16 * 4}, 100);

@@ -29,7 +29,7 @@ protected:
             .framesPerSecond = framesPerSecond,
             .averageBitRate = 2'000'000,
             .maxKeyFrameInterval = 4000,
-            .maxKeyFrameIntervalDuration = segmentSeconds};
+            .maxKeyFrameIntervalDuration = std::chrono::duration<double>(segmentSeconds)};
         writer_ = moduleAssetWriters().makeVideoWriter(
             settings, MediaTime::fromSeconds(segmentSeconds, 600), collector_);
         ASSERT_TRUE(writer_);
@@ -303,7 +303,7 @@ TEST(FFmpegVideoAssetWriterSettingsTests, SizeThatH264CannotHoldIsRefused)
         .framesPerSecond = 30,
         .averageBitRate = 2'000'000,
         .maxKeyFrameInterval = 120,
-        .maxKeyFrameIntervalDuration = 4};
+        .maxKeyFrameIntervalDuration = std::chrono::seconds(4)};
     EXPECT_EQ(moduleAssetWriters().makeVideoWriter(settings, MediaTime{4, 1}, collector), nullptr);
 }
 

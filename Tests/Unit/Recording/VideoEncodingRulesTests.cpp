@@ -34,7 +34,7 @@ TEST(VideoEncodingRulesTests, KeyframesComeAtLeastOnceASegment)
 {
     const auto settings = videoEncodingSettings(640, 480, 30, 4);
     EXPECT_EQ(settings.maxKeyFrameInterval, 120);
-    EXPECT_EQ(settings.maxKeyFrameIntervalDuration, 4.0);
+    EXPECT_EQ(settings.maxKeyFrameIntervalDuration, std::chrono::seconds(4));
     EXPECT_EQ(videoEncodingSettings(640, 480, 30, 1.5).maxKeyFrameInterval, 60);
     EXPECT_EQ(videoEncodingSettings(640, 480, 30, 0.25).maxKeyFrameInterval, 30);
 }

@@ -50,13 +50,14 @@ private:
     }
 
     X264VideoEncoderFactory factory_;
-    std::unique_ptr<VideoEncoder> encoder_ = factory_.makeEncoder({.width = width,
-                                                                      .height = height,
-                                                                      .framesPerSecond = 30,
-                                                                      .averageBitRate = 2'000'000,
-                                                                      .maxKeyFrameInterval = 120,
-                                                                      .maxKeyFrameIntervalDuration = 4},
-        ticksPerSecond);
+    std::unique_ptr<VideoEncoder> encoder_
+        = factory_.makeEncoder({.width = width,
+                                   .height = height,
+                                   .framesPerSecond = 30,
+                                   .averageBitRate = 2'000'000,
+                                   .maxKeyFrameInterval = 120,
+                                   .maxKeyFrameIntervalDuration = std::chrono::seconds(4)},
+            ticksPerSecond);
     int frame_ = 0;
 };
 

@@ -132,12 +132,10 @@ bool showsTheSame(const ContentFilter& a, const ContentFilter& b)
     const auto* displayB = std::get_if<DisplayContentFilter>(&b.content);
     if (!displayA || !displayB)
         return false;
-    const auto isSameWindow
-        = [](const Window& one, const Window& other) { return one.windowID == other.windowID; };
     return displayA->display.displayID == displayB->display.displayID
         && displayA->excludedApplications == displayB->excludedApplications
-        && std::equal(displayA->exceptingWindows.begin(), displayA->exceptingWindows.end(),
-            displayB->exceptingWindows.begin(), displayB->exceptingWindows.end(), isSameWindow);
+        && std::ranges::equal(
+            displayA->exceptingWindows, displayB->exceptingWindows, {}, &Window::windowID, &Window::windowID);
 }
 
 // What is held ready for one picture.
