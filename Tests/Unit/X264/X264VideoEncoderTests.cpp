@@ -21,6 +21,17 @@ constexpr std::int64_t ticksAFrame = ticksPerSecond / 30;
 // Gives frames to an encoder, one each thirtieth of a second.
 class Recording {
 public:
+    explicit Recording(std::int64_t bitsPerSecond = 2'000'000)
+        : encoder_(factory_.makeEncoder({.width = width,
+                                            .height = height,
+                                            .framesPerSecond = 30,
+                                            .averageBitRate = bitsPerSecond,
+                                            .maxKeyFrameInterval = 120,
+                                            .maxKeyFrameIntervalDuration = std::chrono::seconds(4)},
+            ticksPerSecond))
+    {
+    }
+
     // Returns the times of the pictures that come out, in frames.
     template <typename Level> std::vector<int> show(Level level)
     {
@@ -50,14 +61,7 @@ private:
     }
 
     X264VideoEncoderFactory factory_;
-    std::unique_ptr<VideoEncoder> encoder_
-        = factory_.makeEncoder({.width = width,
-                                   .height = height,
-                                   .framesPerSecond = 30,
-                                   .averageBitRate = 2'000'000,
-                                   .maxKeyFrameInterval = 120,
-                                   .maxKeyFrameIntervalDuration = std::chrono::seconds(4)},
-            ticksPerSecond);
+    std::unique_ptr<VideoEncoder> encoder_;
     int frame_ = 0;
 };
 
@@ -101,6 +105,16 @@ TEST(X264VideoEncoderTests, ScrolledPicturesComeOutAtOnce)
     recording.show(scrolledBy(3));
     for (int frame = 2; frame < 20; ++frame)
         EXPECT_EQ(recording.show(scrolledBy(3 * frame)), Frames{frame});
+}
+
+// However coarse they have to be.
+TEST(X264VideoEncoderTests, LogThatNeedsMoreBitsThanThereAreComesOutAtOnce)
+{
+    Recording recording(400'000);
+    recording.show(scrolledBy(0));
+    recording.show(scrolledBy(40));
+    for (int frame = 2; frame < 40; ++frame)
+        EXPECT_EQ(recording.show(scrolledBy(40 * frame)), Frames{frame});
 }
 
 // Every other one is predicted from the next one as well.

@@ -41,8 +41,11 @@ constexpr int framesBeforeRefinement = 4;
 
 // Motion is taken for copied when so many of the blocks stand in the picture before, and for unknown when
 // there are fewer of them.
-constexpr double copiedAtLeast = 0.75;
+constexpr double copiedAtLeast = 2.0 / 3;
 constexpr int fewestMovedBlocks = 8;
+
+// While the quality suffers, every fourth picture is compared with the one before.
+constexpr int picturesBetweenLooks = 4;
 
 // Smaller changes are not worth a keyframe.
 constexpr double largeShare = 0.6;
@@ -96,10 +99,11 @@ public:
     std::vector<EncodedPicture> encode(const FramePicture& picture, std::span<const PixelRect> changedRects,
         std::int64_t time, PictureKind kind) override
     {
-        std::optional<I420Picture> before;
-        if (opening_) {
-            before.emplace(settings_.width, settings_.height);
-            before->show(picture_);
+        const bool looksBack = opening_ || (suffers() && sufferingPictures_++ % picturesBetweenLooks == 0);
+        if (looksBack) {
+            if (!before_)
+                before_.emplace(settings_.width, settings_.height);
+            before_->show(picture_);
         }
         picture_.update(picture.pixels(), changedRects);
         const int changed = picture_.changedMacroblockCount();
@@ -109,8 +113,9 @@ public:
         motionsInARow_ += isMotion ? 1 : 0;
         unchangedFrames_ = 0;
         std::vector<EncodedPicture> pictures;
-        if (before)
-            open(pictures, *before, motionAfter(*before));
+        uncopiedShare_ = looksBack ? motionAfter(*before_) : 0;
+        if (opening_)
+            open(pictures, *before_, uncopiedShare_);
         if (isOpening(kind, changed))
             opening_ = {.time = time, .kind = kind, .changedMacroblocks = changed};
         else
@@ -352,9 +357,13 @@ private:
             return plan.kind == PictureKind::keyframe && lastTime_ && movesLittle ? CodingTools::quick
                                                                                   : tools_;
         }
-        const bool suffers
-            = rate_.usualQuantizer() >= coarseInMotion && rate_.usualChangedShare() > smallShare;
-        return suffers ? CodingTools::thorough : tools_;
+        return suffers() && uncopiedShare_ > 0 ? CodingTools::thorough : tools_;
+    }
+
+    bool suffers() const
+    {
+        return tools_ == CodingTools::quick && X264PictureCoder::hasTimeToBeThorough(settings_)
+            && rate_.usualQuantizer() >= coarseInMotion && rate_.usualChangedShare() > smallShare;
     }
 
     // Another coder is in charge from now on; its first picture is a keyframe. What the old one still had
@@ -384,6 +393,9 @@ private:
     I420Picture picture_;
     const VideoSampleDescription sampleDescription_;
     RateController rate_;
+    std::optional<I420Picture> before_; // kept for its memory
+    double uncopiedShare_ = 0; // of the picture, what moves as no program copies it; 0 when nobody looked
+    int sufferingPictures_ = 0;
     std::optional<Opening> opening_; // the picture that was given last, not yet encoded
     std::optional<std::int64_t> lastTime_;
     int lastQuantizer_ = 0;
