@@ -36,7 +36,8 @@ public:
     // Encodes the next block, interleaved, which begins where the last one ended. What comes out belongs to
     // an earlier block: a block and the one after it must have been seen before it can be encoded. The very
     // first output has a negative time: it is what a decoder needs to have seen before time zero. Samples
-    // beyond full scale are clipped, what is no number is silent. Throws PlatformError.
+    // beyond full scale are clipped, what is no number is silent, and what is not silent gets noise 62 dB
+    // below its block's peak. Throws PlatformError.
     std::optional<EncodedSound> encode(std::span<const float> block);
 
 private:
