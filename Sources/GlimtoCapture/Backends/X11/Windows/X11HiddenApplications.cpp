@@ -9,13 +9,6 @@
 
 namespace glimto {
 
-namespace {
-
-// Window managers put their clients one to three levels below the frame.
-constexpr int deepestClient = 4;
-
-} // namespace
-
 X11HiddenApplications::X11HiddenApplications(X11Connection& connection, const DisplayContentFilter& filter)
     : connection_(connection)
     , atoms_(connection)
@@ -80,19 +73,10 @@ void X11HiddenApplications::note(xcb_window_t topLevel, Client client)
         held_.erase(topLevel);
 }
 
-// For each top-level the window inside that its application made: the one that the window manager has
-// marked, else the first with a class (a frame is mapped before its client is marked), else itself.
+// For each top-level the window inside that its application made, else itself.
 std::vector<X11HiddenApplications::Client> X11HiddenApplications::clients(
     std::span<const xcb_window_t> topLevels)
 {
-    struct Asked {
-        std::size_t index;
-        xcb_window_t window;
-        xcb_get_property_cookie_t state = {};
-        xcb_get_property_cookie_t windowClass = {};
-        xcb_query_tree_cookie_t tree = {};
-    };
-    std::vector<Client> result(topLevels.size());
     // A window that the window manager keeps for others to find it by.
     const auto manager = X11Property::read(connection_, connection_.root(), atoms_.supportingWindowManager)
                              .firstNumber()
@@ -100,40 +84,18 @@ std::vector<X11HiddenApplications::Client> X11HiddenApplications::clients(
     std::vector<xcb_get_property_cookie_t> types;
     for (const xcb_window_t topLevel : topLevels)
         types.push_back(X11Property::ask(connection_, topLevel, atoms_.windowType));
-    std::vector<Asked> level;
-    for (std::size_t index = 0; index < topLevels.size(); ++index)
-        level.push_back({.index = index, .window = topLevels[index]});
-    for (int depth = 0; depth <= deepestClient && !level.empty(); ++depth) {
-        for (auto& each : level) {
-            each.state = X11Property::ask(connection_, each.window, atoms_.managedState);
-            each.windowClass = X11Property::ask(connection_, each.window, XCB_ATOM_WM_CLASS);
-            each.tree = xcb_query_tree(connection_.xcb(), each.window);
-        }
-        std::vector<Asked> next;
-        for (const auto& each : level) {
-            const bool isClient
-                = X11Property::receive(connection_, each.state).firstNumber().value_or(0) != 0;
-            const bool hasClass = !X11Property::receive(connection_, each.windowClass).bytes().empty();
-            const auto tree = connection_.reply<xcb_query_tree_reply_t>(each.tree);
-            Client& client = result[each.index];
-            if (client.isSure)
-                continue;
-            if (isClient || (hasClass && client.window == XCB_WINDOW_NONE))
-                client = {.window = each.window, .isSure = isClient};
-            if (client.isSure || !tree)
-                continue;
-            for (const xcb_window_t child : x11WindowChildren(*tree))
-                next.push_back({.index = each.index, .window = child});
-        }
-        level = std::move(next);
-    }
+    const auto found = x11ClientsInside(connection_, atoms_, topLevels);
+    std::vector<Client> result;
     for (std::size_t index = 0; index < topLevels.size(); ++index) {
+        const xcb_window_t topLevel = topLevels[index];
         const bool hasType = X11Property::receive(connection_, types[index]).type() != XCB_ATOM_NONE;
-        if (result[index].window != XCB_WINDOW_NONE)
+        Client& client = result.emplace_back();
+        client.window = found[index].window;
+        client.isSure = found[index].isMarked;
+        if (client.window != XCB_WINDOW_NONE)
             continue;
-        result[index].window = topLevels[index];
-        result[index].isEmptyFrame
-            = !hasType && connection_.clientOf(topLevels[index]) == connection_.clientOf(manager);
+        client.window = topLevel;
+        client.isEmptyFrame = !hasType && connection_.clientOf(topLevel) == connection_.clientOf(manager);
     }
     return result;
 }

@@ -61,6 +61,7 @@ void X11TopLevels::update()
             continue;
         topLevel.visual = attributes->visual;
         topLevel.depth = geometry->depth;
+        topLevel.overridesRedirect = attributes->override_redirect != 0;
         topLevel.isMapped = attributes->map_state != XCB_MAP_STATE_UNMAPPED;
         topLevel.border = geometry->border_width;
         topLevel.outline

@@ -16,7 +16,8 @@ struct X11TopLevel {
     std::uint8_t depth = 0;
     xcb_visualid_t visual = 0;
     bool isMapped = false;
-    bool isKnown = false; // depth and visual were asked for
+    bool overridesRedirect = false; // passes by the window manager
+    bool isKnown = false; // what events do not tell was asked for
     bool hasPicture = true; // false for those that only take input, and the server's own
 };
 

@@ -6,6 +6,7 @@
 
 #include "Backends/X11/Connection/X11Property.h"
 #include "Backends/X11/Connection/X11Connection.h"
+#include "Backends/X11/Windows/X11TopLevels.h"
 #include "Platform/Geometry.h"
 
 namespace glimto {
@@ -15,7 +16,7 @@ namespace {
 // A client lies this deep below the root at most; window managers use one to three levels.
 constexpr int maximumDepth = 8;
 
-// How many windows the search for clients looks at when no window manager lists them.
+// About how many windows the search for clients looks at.
 constexpr std::size_t maximumSearched = 20'000;
 
 constexpr std::uint32_t withdrawnState = 0; // WM_STATE, ICCCM section 4.1.3.1
@@ -27,13 +28,15 @@ public:
     TreeReader(X11Connection& connection, const X11Atoms& atoms)
         : connection_(connection)
         , atoms_(atoms)
+        , topLevels_(connection)
     {
+        for (const auto& topLevel : topLevels_.bottomToTop())
+            order_.push_back(topLevel.window);
     }
 
     X11WindowTree read()
     {
         readRoot();
-        readTopLevels();
         X11WindowTree tree;
         tree.isManaged = isWindowManagerAlive();
         if (tree.isManaged)
@@ -41,37 +44,22 @@ public:
         else
             searchClients();
         addPopups();
-        std::vector<std::uint32_t> order;
-        for (const auto& topLevel : topLevels_)
-            order.push_back(topLevel.window);
-        tree.windows = frontmostFirst(order, found_);
+        tree.windows = frontmostFirst(order_, found_);
         if (tree.isManaged)
             tree.currentDesktop = currentDesktop_;
         return tree;
     }
 
 private:
-    struct TopLevel {
-        xcb_window_t window = XCB_WINDOW_NONE;
-        bool isMapped = false;
-        bool overridesRedirect = false;
-        bool isPicture = false; // has pixels, and some of them on the screen
-    };
-
     void readRoot()
     {
         const auto root = connection_.root();
-        const auto tree = xcb_query_tree(connection_.xcb(), root);
         const auto geometry = xcb_get_geometry(connection_.xcb(), root);
         const auto manager = X11Property::ask(connection_, root, atoms_.supportingWindowManager);
         const auto desktop = X11Property::ask(connection_, root, atoms_.currentDesktop);
         const auto stacking
             = X11Property::ask(connection_, root, atoms_.clientListStacking, maximumListBytes);
         const auto list = X11Property::ask(connection_, root, atoms_.clientList, maximumListBytes);
-        if (const auto reply = connection_.reply<xcb_query_tree_reply_t>(tree)) {
-            for (const auto window : x11WindowChildren(*reply))
-                topLevels_.push_back({.window = window});
-        }
         if (const auto reply = connection_.reply<xcb_get_geometry_reply_t>(geometry))
             screen_ = {0, 0, reply->width, reply->height};
         manager_ = X11Property::receive(connection_, manager).firstNumber();
@@ -82,36 +70,6 @@ private:
         const auto listed = (hasStacking ? stackingProperty : listProperty).numbers();
         listed_.assign(listed.begin(), listed.end());
         hasList_ = hasStacking || listProperty.type() == XCB_ATOM_WINDOW;
-    }
-
-    void readTopLevels()
-    {
-        struct Asked {
-            xcb_get_window_attributes_cookie_t attributes;
-            xcb_get_geometry_cookie_t geometry;
-        };
-        std::vector<Asked> asked;
-        for (const auto& topLevel : topLevels_) {
-            asked.push_back({xcb_get_window_attributes(connection_.xcb(), topLevel.window),
-                xcb_get_geometry(connection_.xcb(), topLevel.window)});
-        }
-        for (std::size_t index = 0; index < topLevels_.size(); ++index) {
-            auto& topLevel = topLevels_[index];
-            topLevelSet_.insert(topLevel.window);
-            const auto attributes
-                = connection_.reply<xcb_get_window_attributes_reply_t>(asked[index].attributes);
-            const auto geometry = connection_.reply<xcb_get_geometry_reply_t>(asked[index].geometry);
-            if (!attributes || !geometry)
-                continue;
-            topLevel.isMapped = attributes->map_state != XCB_MAP_STATE_UNMAPPED;
-            topLevel.overridesRedirect = attributes->override_redirect != 0;
-            const int border = 2 * geometry->border_width;
-            const PixelRect outline{
-                geometry->x, geometry->y, geometry->width + border, geometry->height + border};
-            // The server's own windows are the compositing overlay and the screen saver's.
-            topLevel.isPicture = attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT
-                && !intersection(outline, screen_).isEmpty() && connection_.clientOf(topLevel.window) != 0;
-        }
     }
 
     // A window manager that ended in disorder leaves its properties behind, but its check window is gone.
@@ -134,10 +92,11 @@ private:
         std::vector<Climb> climbs;
         for (const auto client : listed_)
             climbs.push_back({.client = client, .at = client});
+        const std::unordered_set<xcb_window_t> topLevels(order_.begin(), order_.end());
         for (int depth = 0; depth < maximumDepth; ++depth) {
             std::vector<std::pair<Climb*, xcb_query_tree_cookie_t>> asked;
             for (auto& climb : climbs) {
-                if (!climb.isGone && !topLevelSet_.contains(climb.at))
+                if (!climb.isGone && !topLevels.contains(climb.at))
                     asked.emplace_back(&climb, xcb_query_tree(connection_.xcb(), climb.at));
             }
             if (asked.empty())
@@ -155,57 +114,23 @@ private:
         }
     }
 
-    // Below every top-level the first window that a window manager has marked as its client, searched
-    // one level downwards at a time. A top-level without one is a window itself when it is mapped.
+    // What window managers have marked. A top-level without that is a window itself when it is mapped.
     void searchClients()
     {
-        std::unordered_map<xcb_window_t, xcb_window_t> clientOf;
-        std::vector<X11StackedWindow> level;
-        for (const auto& topLevel : topLevels_)
-            level.push_back({topLevel.window, topLevel.window});
-        std::size_t searched = 0;
-        for (int depth = 0; depth < maximumDepth && !level.empty() && searched < maximumSearched; ++depth) {
-            searched += level.size();
-            level = searchLevel(level, clientOf);
-        }
-        for (const auto& topLevel : topLevels_) {
-            const auto client = clientOf.find(topLevel.window);
-            if (client != clientOf.end())
-                found_.push_back({client->second, topLevel.window});
-            else if (topLevel.isMapped && topLevel.isPicture && !topLevel.overridesRedirect)
+        const auto clients = x11ClientsInside(connection_, atoms_, order_);
+        for (std::size_t index = 0; index < order_.size(); ++index) {
+            const X11TopLevel& topLevel = topLevels_.bottomToTop()[index];
+            if (clients[index].isMarked)
+                found_.push_back({clients[index].window, topLevel.window});
+            else if (isPicture(topLevel) && !topLevel.overridesRedirect)
                 found_.push_back({topLevel.window, topLevel.window});
         }
     }
 
-    // Notes the clients of `level` and returns the windows of the next one that are still in question.
-    std::vector<X11StackedWindow> searchLevel(
-        const std::vector<X11StackedWindow>& level, std::unordered_map<xcb_window_t, xcb_window_t>& clientOf)
+    // Whether some of its pixels are on the screen.
+    bool isPicture(const X11TopLevel& topLevel) const
     {
-        struct Asked {
-            xcb_get_property_cookie_t state;
-            xcb_query_tree_cookie_t tree;
-        };
-        std::vector<Asked> asked;
-        for (const auto& window : level) {
-            asked.push_back({X11Property::ask(connection_, window.window, atoms_.managedState),
-                xcb_query_tree(connection_.xcb(), window.window)});
-        }
-        std::vector<X11StackedWindow> next;
-        for (std::size_t index = 0; index < level.size(); ++index) {
-            const auto state = X11Property::receive(connection_, asked[index].state);
-            const auto tree = connection_.reply<xcb_query_tree_reply_t>(asked[index].tree);
-            if (state.firstNumber().value_or(withdrawnState) != withdrawnState) {
-                clientOf.emplace(level[index].topLevel, level[index].window);
-                continue;
-            }
-            if (!tree)
-                continue;
-            for (const auto child : x11WindowChildren(*tree))
-                next.push_back({child, level[index].topLevel});
-        }
-        std::erase_if(
-            next, [&](const X11StackedWindow& window) { return clientOf.contains(window.topLevel); });
-        return next;
+        return topLevel.isMapped && topLevel.hasPicture && !intersection(topLevel.outline, screen_).isEmpty();
     }
 
     // Windows that pass by the window manager, but not the frames that it puts around its clients. Some
@@ -222,9 +147,8 @@ private:
             xcb_get_property_cookie_t type;
         };
         std::vector<Popup> popups;
-        for (const auto& topLevel : topLevels_) {
-            if (!topLevel.overridesRedirect || !topLevel.isMapped || !topLevel.isPicture
-                || taken.contains(topLevel.window))
+        for (const auto& topLevel : topLevels_.bottomToTop()) {
+            if (!topLevel.overridesRedirect || !isPicture(topLevel) || taken.contains(topLevel.window))
                 continue;
             Popup& popup = popups.emplace_back(Popup{topLevel.window, belongsToManager(topLevel.window), {}});
             if (popup.isManagers)
@@ -243,9 +167,9 @@ private:
 
     X11Connection& connection_;
     const X11Atoms& atoms_;
+    X11TopLevels topLevels_;
+    std::vector<xcb_window_t> order_; // the top-levels, bottom to top
     PixelRect screen_;
-    std::vector<TopLevel> topLevels_; // bottom to top
-    std::unordered_set<xcb_window_t> topLevelSet_;
     std::optional<xcb_window_t> manager_;
     std::optional<std::uint32_t> currentDesktop_;
     std::vector<xcb_window_t> listed_; // bottom to top
@@ -258,6 +182,48 @@ private:
 X11WindowTree readX11WindowTree(X11Connection& connection, const X11Atoms& atoms)
 {
     return TreeReader(connection, atoms).read();
+}
+
+std::vector<X11Client> x11ClientsInside(
+    X11Connection& connection, const X11Atoms& atoms, std::span<const xcb_window_t> topLevels)
+{
+    struct Asked {
+        std::size_t topLevel;
+        xcb_window_t window;
+        xcb_get_property_cookie_t state = {};
+        xcb_get_property_cookie_t windowClass = {};
+        xcb_query_tree_cookie_t tree = {};
+    };
+    std::vector<X11Client> clients(topLevels.size());
+    std::vector<Asked> level;
+    for (std::size_t index = 0; index < topLevels.size(); ++index)
+        level.push_back({.topLevel = index, .window = topLevels[index]});
+    std::size_t searched = 0;
+    for (int depth = 0; depth < maximumDepth && !level.empty() && searched < maximumSearched; ++depth) {
+        searched += level.size();
+        for (auto& each : level) {
+            each.state = X11Property::ask(connection, each.window, atoms.managedState);
+            each.windowClass = X11Property::ask(connection, each.window, XCB_ATOM_WM_CLASS);
+            each.tree = xcb_query_tree(connection.xcb(), each.window);
+        }
+        std::vector<Asked> next;
+        for (const auto& each : level) {
+            const auto state = X11Property::receive(connection, each.state).firstNumber();
+            const bool hasClass = !X11Property::receive(connection, each.windowClass).bytes().empty();
+            const auto tree = connection.reply<xcb_query_tree_reply_t>(each.tree);
+            const bool isMarked = state.value_or(withdrawnState) != withdrawnState;
+            X11Client& client = clients[each.topLevel];
+            if (!client.isMarked && (isMarked || (hasClass && client.window == XCB_WINDOW_NONE)))
+                client = {.window = each.window, .isMarked = isMarked};
+            if (isMarked || !tree)
+                continue;
+            for (const xcb_window_t child : x11WindowChildren(*tree))
+                next.push_back({.topLevel = each.topLevel, .window = child});
+        }
+        std::erase_if(next, [&](const Asked& each) { return clients[each.topLevel].isMarked; });
+        level = std::move(next);
+    }
+    return clients;
 }
 
 std::vector<X11StackedWindow> frontmostFirst(

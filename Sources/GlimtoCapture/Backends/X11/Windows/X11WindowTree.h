@@ -36,6 +36,17 @@ struct X11WindowTree {
 // answer in time.
 X11WindowTree readX11WindowTree(X11Connection& connection, const X11Atoms& atoms);
 
+// A window that an application has made.
+struct X11Client {
+    xcb_window_t window = XCB_WINDOW_NONE;
+    bool isMarked = false; // by a window manager, as its client
+};
+
+// For each of `topLevels` the window that was marked in it, else the first with a class (a frame is mapped
+// before its client is marked), else none. One round trip for each level of the tree; throws as above.
+std::vector<X11Client> x11ClientsInside(
+    X11Connection& connection, const X11Atoms& atoms, std::span<const xcb_window_t> topLevels);
+
 // `windows`, each once, in the order in which they really lie on the screen, frontmost first.
 //
 // `topLevels` are the children of the root window, and `windows` come as somebody lists them, both
