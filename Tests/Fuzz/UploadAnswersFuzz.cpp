@@ -42,7 +42,7 @@ void checkKeys(const CreateRecordingResponse& response)
 
 void checkUploads(std::string_view body)
 {
-    for (const auto& upload : decodeUploadURLsResponse(body, "the answer")) {
+    for (const auto& upload : readJSON<UploadURLsResponse>(body, "the answer").uploads) {
         const UploadArtifact artifact{std::string("x"), upload.key, "x"};
         const auto request = RecordingUploadHTTP::uploadRequest(artifact, upload, "http://api");
         require(request.method == "PUT" && request.originHeaders.empty());
@@ -55,9 +55,9 @@ void checkUploads(std::string_view body)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     const std::string_view body(reinterpret_cast<const char*>(bytes), size);
-    attempt([&] { checkKeys(decodeCreateRecordingResponse(body, "the answer")); });
-    attempt([&] { decodeExistingRecordingResponse(body, "the answer"); });
-    attempt([&] { decodeRecordingCompleteResponse(body, "the answer"); });
+    attempt([&] { checkKeys(readJSON<CreateRecordingResponse>(body, "the answer")); });
+    attempt([&] { readJSON<ExistingRecordingResponse>(body, "the answer"); });
+    attempt([&] { readJSON<RecordingCompleteResponse>(body, "the answer"); });
     attempt([&] { checkUploads(body); });
     try {
         RecordingUploadHTTP::validateHTTPResponse(500, body, "/x");

@@ -203,13 +203,13 @@ std::vector<JSONFields> JSONFields::objects(const char* key) const
     return result;
 }
 
-std::vector<std::pair<std::string, std::string>> JSONFields::allTexts() const
+std::map<std::string, std::string> JSONFields::allTexts() const
 {
-    std::vector<std::pair<std::string, std::string>> result;
+    std::map<std::string, std::string> result;
     for (const auto& [key, value] : object_->items()) {
         if (!value.is_string())
             fail(key, "is no text");
-        result.emplace_back(key, value.get<std::string>());
+        result.emplace(key, value.get<std::string>());
     }
     return result;
 }

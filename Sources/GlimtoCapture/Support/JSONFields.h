@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -58,6 +59,10 @@ public:
     void read(const char* key, double& value) const { value = number(key); }
     void read(const char* key, std::uint64_t& value) const { value = unsignedInteger(key); }
     void read(const char* key, std::vector<std::string>& value) const { value = texts(key); }
+    void read(const char* key, std::map<std::string, std::string>& value) const
+    {
+        value = object(key).allTexts();
+    }
     template <std::signed_integral Integer> void read(const char* key, Integer& value) const
     {
         value = integer<Integer>(key);
@@ -80,7 +85,7 @@ public:
     void read(const char* key, Struct& value) const { readFields(object(key), value); }
 
     // Every field, each of which must be a text, by its key.
-    std::vector<std::pair<std::string, std::string>> allTexts() const;
+    std::map<std::string, std::string> allTexts() const;
 
 private:
     JSONFields(const nlohmann::json& object, std::string source, std::string path);

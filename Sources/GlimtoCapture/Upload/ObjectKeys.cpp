@@ -74,10 +74,11 @@ std::string objectKeyOf(std::string_view objectPrefix, std::string_view relative
 std::vector<std::string> plannedRelativeUploadKeys(const UploadInstructions& instructions)
 {
     std::set<std::string> keys;
-    for (const auto& key : instructions.plannedUploads.required)
-        keys.insert(relativeObjectKey(key, instructions.objectPrefix));
-    for (const auto& key : instructions.plannedUploads.optional)
-        keys.insert(relativeObjectKey(key, instructions.objectPrefix));
+    const auto& planned = instructions.plannedUploads;
+    for (const auto* uploads : {&planned.required, &planned.optional}) {
+        for (const auto& upload : *uploads)
+            keys.insert(relativeObjectKey(upload.key, instructions.objectPrefix));
+    }
     return {keys.begin(), keys.end()};
 }
 

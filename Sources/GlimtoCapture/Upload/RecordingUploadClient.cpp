@@ -1,6 +1,7 @@
 #include "Upload/RecordingUploadClient.h"
 
 #include "Support/Errors.h"
+#include "Support/JSONText.h"
 #include "Upload/UploadPass.h"
 
 namespace glimto {
@@ -19,21 +20,20 @@ CreateRecordingResponse RecordingUploadClient::prepareUpload(RecordingUploadRunS
 {
     job_.checkCancellation();
     const std::string recordingId = job_.read().recordingId;
-    const auto body
-        = http_.postJSON(http_.endpoint({"api", "recordings"}), encodeCreateRecordingRequest(recordingId));
-    auto response = decodeCreateRecordingResponse(body, "the answer to the creation of the recording");
+    const auto body = http_.postJSON(
+        http_.endpoint({"api", "recordings"}), encodeScreenCaptureJSON({{"recordingId", recordingId}}));
+    auto response = readJSON<CreateRecordingResponse>(body, "the answer to the creation of the recording");
     if (response.recording.recordingId != recordingId)
         throw CLIError("Upload API returned a different recording ID.");
     if (response.recording.prefix != response.uploadInstructions.objectPrefix)
         throw CLIError("API returned mismatched recording prefix and uploadInstructions.objectPrefix.");
-    state.setPreparedCreateResponse(response);
+    state.preparedCreateResponse = response;
     return response;
 }
 
 CreateRecordingResponse RecordingUploadClient::prepared(RecordingUploadRunState& state)
 {
-    auto response = state.preparedCreateResponse();
-    return response ? *std::move(response) : prepareUpload(state);
+    return state.preparedCreateResponse ? *state.preparedCreateResponse : prepareUpload(state);
 }
 
 std::size_t RecordingUploadClient::uploadInBackground(
@@ -45,8 +45,7 @@ std::size_t RecordingUploadClient::uploadInBackground(
     state.discoverTrackSegments(outputDirectory, "video", instructions.objectPrefix);
     state.discoverTrackSegments(outputDirectory, "audio", instructions.objectPrefix);
     const auto artifacts = artifactBuilder_.buildBackgroundUploadArtifacts(
-        outputDirectory, instructions, [&](const std::string& key) { return state.isUploaded(key); },
-        state.pendingSegmentObjectKeys());
+        outputDirectory, instructions, state.uploadedObjectKeys, state.pendingSegmentObjectKeys);
     return upload(artifacts, response.recording.recordingId, state);
 }
 
@@ -55,8 +54,8 @@ RecordingCompleteResponse RecordingUploadClient::finishUpload(
 {
     job_.checkCancellation();
     const auto response = prepared(state);
-    const auto artifacts = artifactBuilder_.buildUploadArtifacts(outputDirectory, response.recording,
-        response.uploadInstructions, [&](const std::string& key) { return state.isUploaded(key); });
+    const auto artifacts = artifactBuilder_.buildUploadArtifacts(
+        outputDirectory, response.recording, response.uploadInstructions, state.uploadedObjectKeys);
     upload(artifacts, response.recording.recordingId, state);
     return completeRemoteUpload(response.recording.recordingId);
 }
@@ -73,9 +72,10 @@ std::size_t RecordingUploadClient::upload(const std::vector<UploadArtifact>& art
 RecordingCompleteResponse RecordingUploadClient::completeRemoteUpload(const std::string& recordingId)
 {
     job_.checkCancellation();
-    const auto body = http_.postJSON(
-        http_.endpoint({"api", "recordings", recordingId, "recording-complete"}), encodeEmptyRequest());
-    auto response = decodeRecordingCompleteResponse(body, "the answer to the completion of the recording");
+    const auto body
+        = http_.postJSON(http_.endpoint({"api", "recordings", recordingId, "recording-complete"}), "{}");
+    auto response
+        = readJSON<RecordingCompleteResponse>(body, "the answer to the completion of the recording");
     if (response.recording.recordingId != recordingId)
         throw CLIError("Upload completion returned a different recording ID.");
     return response;
@@ -86,7 +86,7 @@ std::optional<RecordingCompleteResponse> RecordingUploadClient::readCompletedUpl
     job_.checkCancellation();
     const std::string recordingId = job_.read().recordingId;
     const auto body = http_.getJSON(http_.endpoint({"api", "recordings", recordingId}));
-    const auto recording = decodeExistingRecordingResponse(body, "the state of the recording");
+    const auto recording = readJSON<ExistingRecordingResponse>(body, "the state of the recording").recording;
     if (recording.recordingId != recordingId)
         throw CLIError("Recording status returned a different recording ID.");
     if (recording.state != "uploaded")

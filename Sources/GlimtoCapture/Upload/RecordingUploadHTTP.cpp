@@ -36,7 +36,7 @@ std::string lineOf(std::string_view text)
 std::string detailOf(std::string_view body)
 {
     try {
-        return lineOf(decodeAPIErrorMessage(body));
+        return lineOf(readJSON<APIErrorResponse>(body, "the error").error.message);
     } catch (const PlatformError&) {
         // Not the API's own error: perhaps one of a proxy before it.
     }
@@ -97,7 +97,7 @@ HTTPRequest RecordingUploadHTTP::uploadRequest(
     HTTPRequest request;
     request.method = upload.method;
     request.url = upload.url;
-    request.headers = upload.headers;
+    request.headers = {upload.headers.begin(), upload.headers.end()};
     if (request.headers.empty())
         request.headers = {{"Content-Type", upload.contentType}};
     if (const auto* bytes = std::get_if<std::string>(&artifact.body))

@@ -47,8 +47,6 @@ public:
     // Ends the background upload and makes the job `failed`. For a recording that came to nothing.
     void fail(const std::exception_ptr& error) noexcept;
 
-    const RecordingUploadRunState& state() const { return state_; }
-
 private:
     void startBackgroundUpload();
     void uploadInBackground();

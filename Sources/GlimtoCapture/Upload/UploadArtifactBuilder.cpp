@@ -29,14 +29,15 @@ constexpr std::size_t mostManifestBytes = 32 << 20; // days of segments
 class ArtifactList {
 public:
     ArtifactList(fs::path root, const UploadInstructions& instructions,
-        const UploadArtifactBuilder::UploadedKeys& isUploaded)
+        const std::set<std::string>& uploadedObjectKeys)
         : root_(std::move(root))
         , objectPrefix_(instructions.objectPrefix)
-        , isUploaded_(isUploaded)
+        , uploadedKeys_(uploadedObjectKeys)
     {
     }
 
-    bool isNeeded(const std::string& key) const { return !isUploaded_(key) && !keys_.contains(key); }
+    // Whether the object is listed, or uploaded already.
+    bool covers(const std::string& key) const { return keys_.contains(key) || uploadedKeys_.contains(key); }
 
     void add(UploadArtifact artifact)
     {
@@ -48,7 +49,7 @@ public:
     bool addFile(const std::string& relativeKey)
     {
         auto key = objectKeyOf(objectPrefix_, relativeKey);
-        if (!isNeeded(key))
+        if (covers(key))
             return true;
         FileBelow file = fileURL(root_, relativeKey);
         if (!isRegularFile(file))
@@ -56,8 +57,6 @@ public:
         add({std::move(file), std::move(key), relativeKey});
         return true;
     }
-
-    bool covers(const std::string& key) const { return keys_.contains(key) || isUploaded_(key); }
 
     void validate(const UploadInstructionsValidator& validator) const
     {
@@ -70,7 +69,7 @@ public:
 private:
     fs::path root_;
     const std::string& objectPrefix_;
-    const UploadArtifactBuilder::UploadedKeys& isUploaded_;
+    const std::set<std::string>& uploadedKeys_;
     std::vector<UploadArtifact> artifacts_;
     std::set<std::string> keys_;
 };
@@ -108,9 +107,9 @@ std::vector<std::string> manifestKeys(
 void requirePlannedKeys(const UploadInstructions& instructions, const ArtifactList& list)
 {
     std::set<std::string> missing;
-    for (const auto& key : instructions.plannedUploads.required) {
-        if (!list.covers(key))
-            missing.insert(key);
+    for (const auto& upload : instructions.plannedUploads.required) {
+        if (!list.covers(upload.key))
+            missing.insert(upload.key);
     }
     std::string names;
     for (const auto& key : missing)
@@ -145,13 +144,14 @@ UploadArtifactBuilder::UploadArtifactBuilder(const Service<TextPatternCompiler>&
 }
 
 std::vector<UploadArtifact> UploadArtifactBuilder::buildUploadArtifacts(const fs::path& outputDirectory,
-    const APIRecording& session, const UploadInstructions& instructions, const UploadedKeys& isUploaded) const
+    const APIRecording& session, const UploadInstructions& instructions,
+    const std::set<std::string>& uploadedObjectKeys) const
 {
-    ArtifactList list(outputDirectory, instructions, isUploaded);
+    ArtifactList list(outputDirectory, instructions, uploadedObjectKeys);
     const MediaManifest manifest
         = decodeMediaManifest(readFile({outputDirectory, "manifest.json"}, mostManifestBytes));
     auto rewritten = encodePrettyJSON(toJSON(rewritingObjectKeys(manifest, instructions.objectPrefix)));
-    if (list.isNeeded(session.manifestKey))
+    if (!list.covers(session.manifestKey))
         list.add({std::move(rewritten), session.manifestKey, "rewritten manifest.json"});
 
     const auto plannedKeys = plannedRelativeUploadKeys(instructions);
@@ -172,10 +172,11 @@ std::vector<UploadArtifact> UploadArtifactBuilder::buildUploadArtifacts(const fs
 }
 
 std::vector<UploadArtifact> UploadArtifactBuilder::buildBackgroundUploadArtifacts(
-    const fs::path& outputDirectory, const UploadInstructions& instructions, const UploadedKeys& isUploaded,
+    const fs::path& outputDirectory, const UploadInstructions& instructions,
+    const std::set<std::string>& uploadedObjectKeys,
     const std::vector<std::string>& discoveredSegmentObjectKeys) const
 {
-    ArtifactList list(outputDirectory, instructions, isUploaded);
+    ArtifactList list(outputDirectory, instructions, uploadedObjectKeys);
     for (const auto& key : plannedRelativeUploadKeys(instructions)) {
         if (isFinalWhenItExists(key, instructions))
             list.addFile(key);

@@ -7,13 +7,15 @@ namespace glimto {
 
 UploadInstructionsValidator::UploadInstructionsValidator(
     const UploadInstructions& instructions, TextPatternCompiler& patterns)
-    : plannedKeys_(instructions.plannedUploads.required.begin(), instructions.plannedUploads.required.end())
-    , objectPrefix_(instructions.objectPrefix)
-    , videoSegmentKeys_(patterns.compile(instructions.allowedVideoSegmentKeyPattern))
-    , audioSegmentKeys_(patterns.compile(instructions.allowedAudioSegmentKeyPattern))
+    : objectPrefix_(instructions.objectPrefix)
+    , videoSegmentKeys_(patterns.compile(instructions.allowedSegmentKeyPatterns.video.regex))
+    , audioSegmentKeys_(patterns.compile(instructions.allowedSegmentKeyPatterns.audio.regex))
 {
-    const auto& optional = instructions.plannedUploads.optional;
-    plannedKeys_.insert(optional.begin(), optional.end());
+    const auto& planned = instructions.plannedUploads;
+    for (const auto* uploads : {&planned.required, &planned.optional}) {
+        for (const auto& upload : *uploads)
+            plannedKeys_.insert(upload.key);
+    }
 }
 
 void UploadInstructionsValidator::validate(const std::string& key) const

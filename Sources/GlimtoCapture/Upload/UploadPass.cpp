@@ -9,6 +9,7 @@
 #include <variant>
 
 #include "Support/Errors.h"
+#include "Support/JSONText.h"
 #include "Support/Text.h"
 #include "Upload/TaskCancellationError.h"
 
@@ -81,10 +82,11 @@ void UploadPass::requestURLs()
         keys.push_back(artifacts_[index].key);
     urlsRequestedAt_ = services_.clock.now();
     const auto answer = http_.postJSON(http_.endpoint({"api", "recordings", recordingId_, "upload-urls"}),
-        encodeUploadURLsRequest(keys, urlsExpireIn),
+        encodeScreenCaptureJSON({{"expiresIn", urlsExpireIn.count()}, {"keys", keys}}),
         std::min(RecordingUploadHTTP::usualAnswerBytes + keys.size() * answerBytesOfKey, mostAnswerBytes));
     signedUploads_.clear();
-    for (auto& upload : decodeUploadURLsResponse(answer, "the answer with the upload URLs")) {
+    auto response = readJSON<UploadURLsResponse>(answer, "the answer with the upload URLs");
+    for (auto& upload : response.uploads) {
         std::string key = upload.key;
         if (!signedUploads_.emplace(key, std::move(upload)).second)
             throw CLIError("Duplicate values for key: '" + excerpt(key) + "'");

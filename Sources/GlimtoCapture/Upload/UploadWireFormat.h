@@ -1,17 +1,17 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
+#include <map>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
+#include "Support/JSONFields.h"
 #include "Support/JSONObject.h"
 
 namespace glimto {
 
-// What the recording-upload API answers. The JSON keys equal the field names.
+// What the recording-upload API answers. The JSON keys equal the field names. readJSON() reads an answer, and
+// throws PlatformError (domain "JSON") when it is something else.
 
 struct APIRecording {
     std::string manifestKey; // object key
@@ -22,32 +22,61 @@ struct APIRecording {
 };
 GLIMTO_JSON_OBJECT(APIRecording, manifestKey, organizationId, prefix, recordingId, state)
 
-struct PlannedUploads {
-    std::vector<std::string> optional; // object keys
-    std::vector<std::string> required;
+struct SegmentKeyPattern {
+    std::string regex; // of ICU
 };
+GLIMTO_JSON_OBJECT(SegmentKeyPattern, regex)
+
+struct AllowedSegmentKeyPatterns {
+    SegmentKeyPattern audio;
+    SegmentKeyPattern video;
+};
+GLIMTO_JSON_OBJECT(AllowedSegmentKeyPatterns, audio, video)
+
+struct PlannedUpload {
+    std::string key; // object key
+};
+GLIMTO_JSON_OBJECT(PlannedUpload, key)
+
+struct PlannedUploads {
+    std::vector<PlannedUpload> optional;
+    std::vector<PlannedUpload> required;
+};
+GLIMTO_JSON_OBJECT(PlannedUploads, optional, required)
 
 struct UploadInstructions {
-    std::string allowedAudioSegmentKeyPattern; // ICU regular expressions
-    std::string allowedVideoSegmentKeyPattern;
+    AllowedSegmentKeyPatterns allowedSegmentKeyPatterns;
     std::string manifestKey;
     std::string objectPrefix;
     PlannedUploads plannedUploads;
 };
+GLIMTO_JSON_OBJECT(UploadInstructions, allowedSegmentKeyPatterns, manifestKey, objectPrefix, plannedUploads)
 
 struct CreateRecordingResponse {
     APIRecording recording;
     UploadInstructions uploadInstructions;
 };
+GLIMTO_JSON_OBJECT(CreateRecordingResponse, recording, uploadInstructions)
+
+struct ExistingRecordingResponse {
+    APIRecording recording;
+};
+GLIMTO_JSON_OBJECT(ExistingRecordingResponse, recording)
 
 // Where and how one object is sent. `url` and `headers` hold secrets.
 struct SignedUpload {
     std::string contentType;
-    std::vector<std::pair<std::string, std::string>> headers;
+    std::map<std::string, std::string> headers;
     std::string key;
     std::string method;
     std::string url;
 };
+GLIMTO_JSON_OBJECT(SignedUpload, contentType, headers, key, method, url)
+
+struct UploadURLsResponse {
+    std::vector<SignedUpload> uploads;
+};
+GLIMTO_JSON_OBJECT(UploadURLsResponse, uploads)
 
 struct RecordingCompleteResponse {
     std::int64_t checkedObjectCount = 0;
@@ -55,18 +84,12 @@ struct RecordingCompleteResponse {
 };
 GLIMTO_JSON_OBJECT(RecordingCompleteResponse, checkedObjectCount, recording)
 
-// The bodies of requests. They throw CLIError when a text is not valid UTF-8.
-std::string encodeCreateRecordingRequest(const std::string& recordingId);
-std::string encodeUploadURLsRequest(const std::vector<std::string>& keys, std::chrono::seconds expiresIn);
-std::string encodeEmptyRequest();
-
-// The bodies of answers. They throw PlatformError (domain "JSON"); `source` names the answer there.
-CreateRecordingResponse decodeCreateRecordingResponse(std::string_view body, const std::string& source);
-APIRecording decodeExistingRecordingResponse(std::string_view body, const std::string& source);
-std::vector<SignedUpload> decodeUploadURLsResponse(std::string_view body, const std::string& source);
-RecordingCompleteResponse decodeRecordingCompleteResponse(std::string_view body, const std::string& source);
-
-// The message of an APIErrorResponse. Throws as above when the body is something else.
-std::string decodeAPIErrorMessage(std::string_view body);
+struct APIErrorResponse {
+    struct ErrorPayload {
+        std::string message;
+    } error;
+};
+GLIMTO_JSON_OBJECT(APIErrorResponse::ErrorPayload, message)
+GLIMTO_JSON_OBJECT(APIErrorResponse, error)
 
 } // namespace glimto

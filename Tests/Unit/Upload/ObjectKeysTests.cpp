@@ -98,8 +98,8 @@ TEST(ObjectKeysTests, PlannedKeysAreListedOnceInOrder)
 {
     UploadInstructions instructions;
     instructions.objectPrefix = "p";
-    instructions.plannedUploads.required = {"p/segments/b", "p/manifest.json"};
-    instructions.plannedUploads.optional = {"p/segments/a", "p/segments/b", "p/segments\\b"};
+    instructions.plannedUploads.required = {{"p/segments/b"}, {"p/manifest.json"}};
+    instructions.plannedUploads.optional = {{"p/segments/a"}, {"p/segments/b"}, {"p/segments\\b"}};
     EXPECT_EQ(plannedRelativeUploadKeys(instructions),
         std::vector<std::string>({"manifest.json", "segments/a", "segments/b"}));
 }
@@ -108,7 +108,7 @@ TEST(ObjectKeysTests, APlannedKeyOutsideOfThePrefixIsRefused)
 {
     UploadInstructions instructions;
     instructions.objectPrefix = "p";
-    instructions.plannedUploads.optional = {"px"};
+    instructions.plannedUploads.optional = {{"px"}};
     EXPECT_EQ(failureOf([&] { plannedRelativeUploadKeys(instructions); }),
         "Planned upload key is outside the assigned prefix: px");
 }

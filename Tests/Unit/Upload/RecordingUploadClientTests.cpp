@@ -46,7 +46,7 @@ TEST_F(RecordingUploadClientTests, TheRecordingIsMadeForTheJobsID)
     const auto response = client().prepareUpload(state);
     EXPECT_EQ(response.recording.recordingId, "rec");
     EXPECT_EQ(response.uploadInstructions.objectPrefix, "org/rec");
-    EXPECT_EQ(state.preparedCreateResponse()->recording.prefix, "org/rec");
+    EXPECT_EQ(state.preparedCreateResponse->recording.prefix, "org/rec");
     EXPECT_EQ(api.log(), std::vector<std::string>({create}));
     EXPECT_EQ(std::get<std::string>(transport.requests()[0].body), R"({"recordingId":"rec"})");
 }
@@ -56,7 +56,7 @@ TEST_F(RecordingUploadClientTests, AnotherRecordingsAnswerIsRefused)
     changeAnswer(create, [](auto& answer) { answer["recording"]["recordingId"] = "other"; });
     EXPECT_EQ(
         failureOf([&] { client().prepareUpload(state); }), "Upload API returned a different recording ID.");
-    EXPECT_FALSE(state.preparedCreateResponse());
+    EXPECT_FALSE(state.preparedCreateResponse);
 }
 
 TEST_F(RecordingUploadClientTests, PrefixesMustMatch)
@@ -64,7 +64,7 @@ TEST_F(RecordingUploadClientTests, PrefixesMustMatch)
     changeAnswer(create, [](auto& answer) { answer["recording"]["prefix"] = "org/other"; });
     EXPECT_EQ(failureOf([&] { client().prepareUpload(state); }),
         "API returned mismatched recording prefix and uploadInstructions.objectPrefix.");
-    EXPECT_FALSE(state.preparedCreateResponse());
+    EXPECT_FALSE(state.preparedCreateResponse);
 }
 
 TEST_F(RecordingUploadClientTests, AnAnswerWithoutAFieldIsToldByItsField)
@@ -159,8 +159,8 @@ TEST_F(RecordingUploadClientTests, AFailedObjectFailsThePassAndKeepsWhatWasSent)
     writeTestTake(take(), 2);
     answerWith("PUT org/rec/segments/playlist.m3u8", {403, "signature secret"});
     EXPECT_EQ(finishingFailure(), "HTTP 403 for upload org/rec/segments/playlist.m3u8: request failed");
-    EXPECT_TRUE(state.isUploaded("org/rec/manifest.json"));
-    EXPECT_FALSE(state.isUploaded("org/rec/segments/playlist.m3u8"));
+    EXPECT_TRUE(state.uploadedObjectKeys.contains("org/rec/manifest.json"));
+    EXPECT_FALSE(state.uploadedObjectKeys.contains("org/rec/segments/playlist.m3u8"));
     EXPECT_THAT(api.log(), testing::Not(testing::Contains(complete)));
     api.interrupt = nullptr;
     EXPECT_EQ(finishingFailure(), "no failure");
@@ -264,7 +264,7 @@ TEST_F(RecordingUploadClientTests, ABackgroundPassSendsWhatIsFinished)
     writeTestSegment(take(), "audio", 0);
     EXPECT_EQ(client().uploadInBackground(take(), state), 4U);
     EXPECT_EQ(object("segments/video/segment_001.m4s"), "video1");
-    EXPECT_TRUE(state.pendingSegmentObjectKeys().empty());
+    EXPECT_TRUE(state.pendingSegmentObjectKeys.empty());
     EXPECT_EQ(client().uploadInBackground(take(), state), 0U);
     writeTestSegment(take(), "video", 2);
     EXPECT_EQ(client().uploadInBackground(take(), state), 1U);

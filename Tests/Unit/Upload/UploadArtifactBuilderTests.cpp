@@ -19,8 +19,8 @@ protected:
         session.manifestKey = "org/rec/manifest.json";
         instructions.manifestKey = "org/rec/manifest.json";
         instructions.objectPrefix = "org/rec";
-        instructions.allowedVideoSegmentKeyPattern = "/video/segment_[0-9]+\\.m4s$";
-        instructions.allowedAudioSegmentKeyPattern = "/audio/segment_[0-9]+\\.m4s$";
+        instructions.allowedSegmentKeyPatterns.video.regex = "/video/segment_[0-9]+\\.m4s$";
+        instructions.allowedSegmentKeyPatterns.audio.regex = "/audio/segment_[0-9]+\\.m4s$";
         plan(instructions.plannedUploads.required,
             {"manifest.json", "segments/playlist.m3u8", "segments/video/init.mp4"});
         plan(instructions.plannedUploads.optional,
@@ -28,23 +28,21 @@ protected:
                 "segments/audio/playlist.m3u8"});
     }
 
-    static void plan(std::vector<std::string>& keys, const std::vector<std::string>& relativeKeys)
+    static void plan(std::vector<PlannedUpload>& uploads, const std::vector<std::string>& relativeKeys)
     {
         for (const auto& key : relativeKeys)
-            keys.push_back("org/rec/" + key);
+            uploads.push_back({"org/rec/" + key});
     }
 
     std::vector<UploadArtifact> finalPlan()
     {
-        return UploadArtifactBuilder(patterns).buildUploadArtifacts(
-            take(), session, instructions, [this](const std::string& key) { return uploaded.contains(key); });
+        return UploadArtifactBuilder(patterns).buildUploadArtifacts(take(), session, instructions, uploaded);
     }
 
     std::vector<UploadArtifact> backgroundPlan(const std::vector<std::string>& discovered = {})
     {
         return UploadArtifactBuilder(patterns).buildBackgroundUploadArtifacts(
-            take(), instructions, [this](const std::string& key) { return uploaded.contains(key); },
-            discovered);
+            take(), instructions, uploaded, discovered);
     }
 
     std::string finalFailure()
@@ -198,17 +196,17 @@ TEST_F(UploadArtifactBuilderTests, NothingIsSentThroughALink)
 TEST_F(UploadArtifactBuilderTests, SegmentsThatNoPatternAllowsAreRefused)
 {
     writeTestTake(take(), 1);
-    instructions.allowedVideoSegmentKeyPattern = "^nothing$";
+    instructions.allowedSegmentKeyPatterns.video.regex = "^nothing$";
     EXPECT_EQ(finalFailure(),
         "Upload artifact key is not allowed by the API contract: org/rec/segments/video/segment_000.m4s");
-    instructions.allowedAudioSegmentKeyPattern = "segment";
+    instructions.allowedSegmentKeyPatterns.audio.regex = "segment";
     EXPECT_EQ(finalFailure(), "no failure");
 }
 
 TEST_F(UploadArtifactBuilderTests, APatternThatDoesNotCompileFailsEveryPlan)
 {
     writeTestTake(take(), 1);
-    instructions.allowedAudioSegmentKeyPattern = "(";
+    instructions.allowedSegmentKeyPatterns.audio.regex = "(";
     EXPECT_EQ(finalFailure(), "The pattern is no regular expression.");
     EXPECT_EQ(failureOf([&] { backgroundPlan(); }), "The pattern is no regular expression.");
 }
@@ -216,7 +214,7 @@ TEST_F(UploadArtifactBuilderTests, APatternThatDoesNotCompileFailsEveryPlan)
 TEST_F(UploadArtifactBuilderTests, APatternWithoutEndFailsThePlan)
 {
     writeTestTake(take(), 1);
-    instructions.allowedVideoSegmentKeyPattern = "endless";
+    instructions.allowedSegmentKeyPatterns.video.regex = "endless";
     EXPECT_EQ(finalFailure(), "The search was given up.");
 }
 
@@ -240,16 +238,17 @@ TEST_F(UploadArtifactBuilderTests, AManifestKeyOutsideOfThePrefixIsRefused)
 TEST_F(UploadArtifactBuilderTests, PlannedKeysOutsideOfThePrefixAreRefused)
 {
     writeTestTake(take(), 1);
-    instructions.plannedUploads.optional.push_back("org/recx");
+    instructions.plannedUploads.optional.push_back({"org/recx"});
     EXPECT_EQ(finalFailure(), "Planned upload key is outside the assigned prefix: org/recx");
-    instructions.plannedUploads.optional.back() = "org/rec/../../etc/passwd";
+    instructions.plannedUploads.optional.back().key = "org/rec/../../etc/passwd";
     EXPECT_EQ(finalFailure(), "Local artifact key cannot contain relative path segments: ../../etc/passwd");
 }
 
 TEST_F(UploadArtifactBuilderTests, TheVariantPlaylistMustBePlanned)
 {
     writeTestTake(take(), 1, TakeSound::with);
-    std::erase(instructions.plannedUploads.optional, "org/rec/segments/video/playlist.m3u8");
+    std::erase_if(instructions.plannedUploads.optional,
+        [](const auto& upload) { return upload.key == "org/rec/segments/video/playlist.m3u8"; });
     EXPECT_EQ(finalFailure(),
         "Upload instructions do not allow planned local artifact: segments/video/playlist.m3u8");
 }
@@ -313,7 +312,7 @@ TEST_F(UploadArtifactBuilderTests, ABackgroundPlanChecksKeysAsWell)
         "Planned upload key is outside the assigned prefix: org/other/segments/video/segment_000.m4s");
     EXPECT_EQ(failureOf([&] { backgroundPlan({"org/rec/thumbnail.jpg"}); }),
         "Local artifact key must point inside segments/: thumbnail.jpg");
-    instructions.allowedVideoSegmentKeyPattern = "^nothing$";
+    instructions.allowedSegmentKeyPatterns.video.regex = "^nothing$";
     EXPECT_EQ(failureOf([&] { backgroundPlan({"org/rec/segments/video/segment_000.m4s"}); }),
         "Upload artifact key is not allowed by the API contract: org/rec/segments/video/segment_000.m4s");
 }
