@@ -69,7 +69,13 @@ struct Decoder {
     {
         AVFrame* frame = av_frame_alloc();
         while (avcodec_receive_frame(codec, frame) == 0) {
-            media.pictures.push_back({frame->pts, frame->key_frame != 0, frame->data[0][0]});
+            media.pictures.push_back({frame->pts, frame->key_frame != 0, frame->data[0][0], {}});
+            DecodedPicture& picture = media.pictures.back();
+            for (int y = 0; y < frame->height; ++y) {
+                const std::uint8_t* row
+                    = frame->data[0] + static_cast<std::ptrdiff_t>(y) * frame->linesize[0];
+                picture.luma.insert(picture.luma.end(), row, row + frame->width);
+            }
             media.width = frame->width;
             media.height = frame->height;
         }

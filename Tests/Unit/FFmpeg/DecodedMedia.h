@@ -11,6 +11,7 @@ struct DecodedPicture {
     std::int64_t time = 0; // ticks of the track
     bool isKeyframe = false;
     int firstLuma = 0; // of the top left pixel
+    std::vector<std::uint8_t> luma; // row by row
 };
 
 struct DecodedMedia {

@@ -279,6 +279,42 @@ TEST_F(FFmpegVideoAssetWriterTests, EveryFrameOfAHardSceneIsShownAtItsTimeWherev
     }
 }
 
+// From the third segment on its keyframes are not encoded anew, and what comes later is predicted from them.
+TEST_F(FFmpegVideoAssetWriterTests, PicturesAfterALongRestAreThoseAfterAShortOne)
+{
+    const auto picturesAfterRest = [this](int segmentsOfRest) {
+        collector_ = {};
+        nextSequenceNumber_ = 0;
+        makeWriter(320, 240, 4.0);
+        const auto append = [this](double seconds, int stripes, bool isChanged) {
+            VideoFrame next = frame(seconds, 0, isChanged);
+            auto* bytes = const_cast<std::uint8_t*>(next.picture->pixels().bytes);
+            for (std::size_t at = 0; at < std::size_t{320} * 4 * 240; ++at)
+                bytes[at] = static_cast<std::uint8_t>((at / 1280 / 8 + at / 4 % 320 / 8) % 2 * 180
+                    + (at / 1280 < static_cast<std::size_t>(stripes) * 16 ? at % 70 : at % 50));
+            ASSERT_TRUE(appendWhenReady(next));
+        };
+        append(0, 0, true);
+        for (double seconds = 0.5; seconds < segmentsOfRest * 4 + 1; seconds += 0.5)
+            append(seconds, 0, false);
+        for (int stripes = 1; stripes < 12; ++stripes)
+            append(segmentsOfRest * 4 + 1 + stripes * 0.1, stripes, true);
+        EXPECT_EQ(writer_->finishWriting(), AssetWriterStatus::completed);
+        std::vector<DecodedPicture> pictures = decodeMedia(collector_.playable(collector_.segments)).pictures;
+        pictures.erase(pictures.begin(), pictures.end() - 12);
+        return pictures;
+    };
+    const std::vector<DecodedPicture> expected = picturesAfterRest(1);
+    ASSERT_TRUE(expected.front().isKeyframe);
+    for (const int segmentsOfRest : {2, 3, 4, 8, 9}) {
+        const std::vector<DecodedPicture> pictures = picturesAfterRest(segmentsOfRest);
+        for (std::size_t index = 0; index < pictures.size(); ++index) {
+            EXPECT_EQ(pictures[index].isKeyframe, expected[index].isKeyframe);
+            EXPECT_TRUE(pictures[index].luma == expected[index].luma) << segmentsOfRest << ' ' << index;
+        }
+    }
+}
+
 TEST_F(FFmpegVideoAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
 {
     makeWriter(640, 480, 3600.0);

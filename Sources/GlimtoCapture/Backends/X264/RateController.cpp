@@ -34,6 +34,9 @@ constexpr int smallestRefinement = 3;
 constexpr double sceneShareOfReserve = 0.35;
 constexpr double smallestSceneReserveSeconds = 0.4;
 
+// With more than this left, a keyframe of a picture that stands still would be made finer later on.
+constexpr double standingShareOfReserve = 0.8;
+
 // Finer than this a picture is not made at once where all of it has to be encoded.
 constexpr double finestOfScene = 16;
 
@@ -188,6 +191,20 @@ int RateController::refinedQuantizer(int quantizer, double detail) const
     return finer + smallestRefinement <= quantizer ? finer : quantizer;
 }
 
+int RateController::standingQuantizer(int planned, int shown, double detail) const
+{
+    if (planned + smallestRefinement <= shown)
+        return planned;
+    const double affordable
+        = idealQuantizer(detail * detailCost_, std::max(reserve_, 0.0) * standingShareOfReserve);
+    return std::min(std::max(shown, clamped(affordable)), std::max(planned, shown));
+}
+
+bool RateController::affordsOnceMore(double seconds, std::int64_t bits) const
+{
+    return static_cast<double>(bits) <= reserveAfter(seconds) * standingShareOfReserve;
+}
+
 void RateController::pictureRefined(double seconds, std::int64_t bits)
 {
     earn(seconds);
@@ -205,9 +222,14 @@ void RateController::pictureEncoded(const Plan& plan, std::int64_t bits)
             blended(detailCost_, cost / plan.detail, 0.5), usualDetailCost / 3, usualDetailCost * 3);
 }
 
+double RateController::reserveAfter(double seconds) const
+{
+    return std::min(reserve_ + bitsPerSecond_ * std::max(seconds, 0.0), bitsPerSecond_ * reserveSeconds);
+}
+
 void RateController::earn(double seconds)
 {
-    reserve_ = std::min(reserve_ + bitsPerSecond_ * std::max(seconds, 0.0), bitsPerSecond_ * reserveSeconds);
+    reserve_ = reserveAfter(seconds);
 }
 
 void RateController::spend(std::int64_t bits)

@@ -52,7 +52,15 @@ public:
     // the same when it is fine enough.
     int refinedQuantizer(int quantizer, double detail) const;
 
-    // What a refinement took, which tells nothing of what pictures cost that change.
+    // For a keyframe that was planned with `planned`, of a picture that stands still and was shown with
+    // `shown` last: that one, so that nothing is seen of the keyframe, or one that can be afforded again and
+    // again.
+    int standingQuantizer(int planned, int shown, double detail) const;
+
+    // Whether a keyframe of so many bits can be given once more, so long after the picture before.
+    bool affordsOnceMore(double seconds, std::int64_t bits) const;
+
+    // What a refinement or a repetition took, which tells nothing of what pictures cost that change.
     void pictureRefined(double seconds, std::int64_t bits);
 
     // What became of a plan, in the order of the plans.
@@ -66,6 +74,7 @@ public:
     bool knowsScene() const;
 
 private:
+    double reserveAfter(double seconds) const;
     void earn(double seconds);
     void spend(std::int64_t bits);
     void expectOfFirst(const Plan& plan, double gain, double changedShare);

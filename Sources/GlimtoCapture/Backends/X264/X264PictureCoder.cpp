@@ -179,7 +179,21 @@ bool X264PictureCoder::readParameterSets()
     return parameterSets_.sequence.size() >= 4 && !parameterSets_.picture.empty();
 }
 
+// Where x264's next id has just been used, a keyframe that nobody gets to see takes it.
 std::vector<EncodedPicture> X264PictureCoder::encode(I420Picture& picture, const Coding& coding)
+{
+    if (coding.kind == PictureKind::keyframe) {
+        lastKeyframeID_ = 1 - lastKeyframeID_;
+        if (coding.keyframeIDBefore == lastKeyframeID_) {
+            lastKeyframeID_ = 1 - lastKeyframeID_;
+            give(picture, coding, this);
+        }
+    }
+    return give(picture, coding, nullptr);
+}
+
+// Pictures with a mark do not come out.
+std::vector<EncodedPicture> X264PictureCoder::give(I420Picture& picture, const Coding& coding, void* mark)
 {
     x264_picture_t input;
     x264_picture_init(&input);
@@ -187,6 +201,7 @@ std::vector<EncodedPicture> X264PictureCoder::encode(I420Picture& picture, const
         : coding.isBetween                              ? X264_TYPE_B
                                                         : X264_TYPE_P;
     input.i_pts = coding.time;
+    input.opaque = mark;
     input.i_qpplus1 = coding.quantizer + 1;
     input.img.i_csp = X264_CSP_I420;
     input.img.i_plane = 3;
@@ -240,7 +255,7 @@ std::vector<EncodedPicture> X264PictureCoder::run(x264_picture_t* input)
     const bool mayWait = input && tools_ == CodingTools::thorough;
     if (size < 0 || (size == 0 && !mayWait))
         throw PlatformError("x264", size, "The H.264 encoder failed.");
-    if (size == 0)
+    if (size == 0 || output.opaque)
         return {};
     EncodedPicture encoded;
     // x264 lays the units of one picture out one behind the other.

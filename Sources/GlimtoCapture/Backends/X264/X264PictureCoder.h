@@ -53,11 +53,15 @@ public:
         // never twice in a row. Where no next one comes, or a keyframe, it becomes one like the others.
         bool isBetween = false;
         int quantizer = 0;
+        std::optional<int> keyframeIDBefore; // of the picture given before, if that is a keyframe
     };
 
     // What comes out: access units as ISO/IEC 14496-15 stores them, NAL units behind 4-byte lengths. At most
     // one when a picture goes in. Throws PlatformError when x264 fails.
     std::vector<EncodedPicture> encode(I420Picture& picture, const Coding& coding);
+
+    // The idr_pic_id of the last keyframe given, 0 or 1; differs from `keyframeIDBefore`.
+    int lastKeyframeID() const { return lastKeyframeID_; }
 
     // What has not come out yet. No picture follows.
     std::vector<EncodedPicture> finish();
@@ -66,12 +70,14 @@ private:
     X264PictureCoder(x264_t* encoder, CodingTools tools);
     bool readParameterSets();
     void giveMarks(x264_picture_t& input, const std::vector<std::uint8_t>& unchanged, const Coding& coding);
+    std::vector<EncodedPicture> give(I420Picture& picture, const Coding& coding, void* mark);
     std::vector<EncodedPicture> run(x264_picture_t* input);
     std::int64_t decodeTimeOf(std::int64_t time);
 
     x264_t* encoder_;
     const CodingTools tools_;
     ParameterSets parameterSets_;
+    int lastKeyframeID_ = 1; // x264 begins with 0
     std::optional<std::int64_t> timeBetween_; // of the picture that waits for the next one
     std::int64_t lastDecodeTime_ = 0;
     std::vector<std::uint8_t> unchangedBefore_; // marks of that picture

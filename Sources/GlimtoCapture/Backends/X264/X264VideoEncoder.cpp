@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Backends/X264/I420Picture.h"
+#include "Backends/X264/KeptKeyframes.h"
 #include "Backends/X264/PictureDetail.h"
 #include "Backends/X264/PictureMotion.h"
 #include "Backends/X264/RateController.h"
@@ -78,6 +79,11 @@ std::vector<std::uint8_t> decoderConfiguration(
     return record;
 }
 
+std::int64_t bitsOf(const std::vector<std::byte>& data)
+{
+    return static_cast<std::int64_t>(data.size()) * 8;
+}
+
 class X264VideoEncoder final : public VideoEncoder {
 public:
     // Null when x264 refuses the settings.
@@ -128,7 +134,8 @@ public:
         std::vector<EncodedPicture> pictures;
         openAtRest(pictures);
         picture_.markAllUnchanged();
-        encodePicture(pictures, time, kind, 0);
+        if (kind != PictureKind::keyframe || !giveKeptKeyframe(pictures, time))
+            encodePicture(pictures, time, kind, 0);
         return pictures;
     }
 
@@ -265,6 +272,9 @@ private:
         std::vector<EncodedPicture>& pictures, std::int64_t time, PictureKind kind, int changedMacroblocks)
     {
         RateController::Plan planned = plan(time, kind, changedMacroblocks);
+        if (kind == PictureKind::keyframe && standingQuantizer_ > 0)
+            planned.quantizer
+                = rate_.standingQuantizer(planned.quantizer, standingQuantizer_, planned.detail);
         const CodingTools wanted = wantedTools(planned);
         if (wanted != tools_) {
             takeOver(pictures, wanted);
@@ -277,17 +287,48 @@ private:
         give(pictures, picture_, {.time = time, .plan = planned, .isBetween = isBetween(time, planned)});
     }
 
+    bool giveKeptKeyframe(std::vector<EncodedPicture>& pictures, std::int64_t time)
+    {
+        const auto* kept = kept_.next();
+        const double seconds = secondsSinceLast(time);
+        if (!kept || !rate_.affordsOnceMore(seconds, bitsOf(*kept)))
+            return false;
+        rate_.pictureRefined(seconds, bitsOf(*kept));
+        pictures.push_back({.data = *kept, .time = time, .decodeTime = time, .isKeyframe = true});
+        kept_.given();
+        lastTime_ = time;
+        return true;
+    }
+
     void give(std::vector<EncodedPicture>& pictures, I420Picture& picture, const Given& given)
     {
+        const bool standsStill = picture.changedMacroblockCount() == 0;
+        if (given.plan.kind == PictureKind::keyframe || given.isRefinement)
+            standingQuantizer_ = given.plan.quantizer;
+        else if (!standsStill)
+            standingQuantizer_ = 0;
         given_.push_back(given);
         lastTime_ = given.time;
         std::vector<EncodedPicture> made = coder_->encode(picture,
             {.time = given.time,
                 .kind = given.plan.kind,
                 .isBetween = given.isBetween,
-                .quantizer = quantizerOf(given)});
+                .quantizer = quantizerOf(given),
+                .keyframeIDBefore = kept_.lastID()});
         learn(made);
+        keep(given, made, standsStill);
         std::move(made.begin(), made.end(), std::back_inserter(pictures));
+    }
+
+    void keep(const Given& given, const std::vector<EncodedPicture>& made, bool standsStill)
+    {
+        if (given.plan.kind != PictureKind::keyframe)
+            return kept_.followedByPredicted();
+        const auto own = std::ranges::find(made, given.time, &EncodedPicture::time);
+        kept_.keep({.id = coder_->lastKeyframeID(),
+            .quantizer = given.plan.quantizer,
+            .data = own != made.end() ? own->data : std::vector<std::byte>{},
+            .standsStill = standsStill});
     }
 
     bool isBetween(std::int64_t time, const RateController::Plan& plan) const
@@ -311,7 +352,7 @@ private:
     void learn(const std::vector<EncodedPicture>& pictures)
     {
         for (const EncodedPicture& picture : pictures) {
-            const auto bits = static_cast<std::int64_t>(picture.data.size()) * 8;
+            const std::int64_t bits = bitsOf(picture.data);
             if (given_.front().time != picture.time) {
                 bitsAhead_ = bits; // the one in between comes next
                 continue;
@@ -376,6 +417,7 @@ private:
         if (!coder_)
             throw PlatformError("x264", 0, "The H.264 encoder could not be made.");
         tools_ = tools;
+        kept_.forget();
     }
 
     void finishCoder(std::vector<EncodedPicture>& pictures)
@@ -399,6 +441,8 @@ private:
     std::optional<Opening> opening_; // the picture that was given last, not yet encoded
     std::optional<std::int64_t> lastTime_;
     int lastQuantizer_ = 0;
+    int standingQuantizer_ = 0; // of the whole picture, 0 when some of it changed later
+    KeptKeyframes kept_;
     std::deque<Given> given_; // to the coder, and not back yet
     std::int64_t bitsAhead_ = 0; // of the picture after the one in between, until that one is back
     int unchangedFrames_ = 0; // since the picture last changed

@@ -12,6 +12,8 @@ namespace glimto {
 // of its own, when the quality suffers. The first picture of a scene waits for the next one, which tells
 // whether the scene moves, and how. While the thorough coder is in charge, every other picture is predicted
 // from both sides.
+//
+// Of a picture that stands still only the first two keyframes are encoded.
 class X264VideoEncoderFactory final : public VideoEncoderFactory {
 public:
     // Null when x264 refuses the settings.
