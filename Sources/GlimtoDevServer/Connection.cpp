@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
-#include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -34,23 +32,6 @@ int waitOnce(int socket, short events)
 {
     pollfd entry = {socket, events, 0};
     return ::poll(&entry, 1, sliceMilliseconds);
-}
-
-using NameOf = int (*)(int, sockaddr*, socklen_t*);
-
-void nameEnd(int socket, NameOf nameOf, std::string& address, int& port)
-{
-    sockaddr_storage end = {};
-    socklen_t length = sizeof(end);
-    char host[NI_MAXHOST] = {};
-    char service[NI_MAXSERV] = {};
-    if (nameOf(socket, reinterpret_cast<sockaddr*>(&end), &length) != 0
-        || ::getnameinfo(reinterpret_cast<sockaddr*>(&end), length, host, sizeof(host), service,
-               sizeof(service), NI_NUMERICHOST | NI_NUMERICSERV)
-            != 0)
-        return;
-    address = host;
-    port = std::atoi(service);
 }
 
 } // namespace
@@ -208,16 +189,6 @@ ssize_t Connection::write(const char* from, std::size_t size)
         countProgress(static_cast<std::size_t>(count));
     }
     return static_cast<ssize_t>(size);
-}
-
-void Connection::get_remote_ip_and_port(std::string& address, int& port) const
-{
-    nameEnd(socket_, ::getpeername, address, port);
-}
-
-void Connection::get_local_ip_and_port(std::string& address, int& port) const
-{
-    nameEnd(socket_, ::getsockname, address, port);
 }
 
 } // namespace glimto

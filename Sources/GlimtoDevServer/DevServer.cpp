@@ -11,20 +11,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <httplib.h>
-
-#include "BoundedServer.h"
-#include "ObjectStore.h"
-#include "RecordingAPI.h"
 #include "RecordingKeys.h"
-#include "RecordingPages.h"
-#include "RecordingRegistry.h"
-#include "RequestOrigin.h"
 #include "Support/Errors.h"
 #include "Support/FileDescriptor.h"
 #include "Support/Text.h"
-#include "TakeTool.h"
-#include "UploadURLSigner.h"
 #include "WebFiles.h"
 
 namespace glimto {
@@ -169,85 +159,65 @@ std::vector<std::string> servedNames(const DevServerOptions& options)
 
 } // namespace
 
-struct DevServer::Rooms {
-    Rooms(const DevServerOptions& serverOptions, LogLine logLine)
-        : options(serverOptions)
-        , log(std::move(logLine))
-        , recordings(options.directory / "recordings")
-        , objects(options.directory / "objects")
-        , signer(UploadURLSigner::randomSecret())
-        , api(recordings, objects, signer, [] { return std::chrono::system_clock::now(); })
-        , pages(recordings, objects)
-        , takeTool(options.takeTool, options.directory / "made")
-        , names(options.address, servedNames(options))
-    {
-        configure();
-        addAPI();
-        addObjects();
-        addPages();
-        addWhatIsMade();
-        addRefusals();
-    }
-
-    void configure();
-
-    using Answer = std::function<void(const httplib::Request& request, httplib::Response& response)>;
-    using JSONAnswer
-        = std::function<nlohmann::json(const httplib::Request& request, const std::string& body)>;
-
-    // Answer the requests of paths; what is thrown becomes the answer. A POST must have the access key.
-    void get(const char* pattern, const Answer& answer);
-    void post(const char* pattern, const JSONAnswer& answer);
-
-    void addAPI();
-    void addObjects();
-    void addPages();
-    void addWhatIsMade();
-    void addRefusals();
-    void requireAccessKey(const httplib::Request& request) const;
-    void requireHost(const httplib::Request& request) const;
-    std::string readJSON(const httplib::Request& request, const httplib::ContentReader& reader) const;
-    void receiveObject(const httplib::Request& request, const httplib::ContentReader& reader);
-    std::string origin(const httplib::Request& request) const;
-    void answerWebFile(httplib::Response& response, const std::string& name) const;
-    std::filesystem::path finishedTake(const std::string& recordingId) const;
-
-    const DevServerOptions options;
-    const LogLine log;
-    RecordingRegistry recordings;
-    ObjectStore objects;
-    const UploadURLSigner signer;
-    RecordingAPI api;
-    const RecordingPages pages;
-    TakeTool takeTool;
-    const ServedNames names;
-    BoundedServer server;
-};
-
-void DevServer::Rooms::configure()
+DevServer::DevServer(const DevServerOptions& options, LogLine log)
+    : options_(options)
+    , log_(std::move(log))
+    , recordings_(options.directory / "recordings")
+    , objects_(options.directory / "objects")
+    , signer_(UploadURLSigner::randomSecret())
+    , api_(recordings_, objects_, signer_, [] { return std::chrono::system_clock::now(); })
+    , takeTool_(options.takeTool, options.directory / "made")
+    , names_(options.address, servedNames(options))
 {
-    server.set_payload_max_length(mostObjectBytes);
-    server.set_keep_alive_max_count(1'000'000);
-    server.set_keep_alive_timeout(timeoutSeconds);
-    server.set_default_headers({{"X-Content-Type-Options", "nosniff"}, {"Referrer-Policy", "no-referrer"},
+    configure();
+    addAPI();
+    addObjects();
+    addPages();
+    addWhatIsMade();
+    addRefusals();
+}
+
+int DevServer::listen()
+{
+    const int port = server_.bind(options_.address, options_.port);
+    if (port <= 0)
+        throw CLIError("Could not listen on " + options_.address + ", port " + std::to_string(options_.port)
+            + ". Choose another one with --port.");
+    return port;
+}
+
+void DevServer::run()
+{
+    if (!server_.serve())
+        throw CLIError("No connection can be accepted any more.");
+}
+
+void DevServer::stop()
+{
+    takeTool_.end();
+    server_.end();
+}
+
+void DevServer::configure()
+{
+    server_.set_payload_max_length(mostObjectBytes);
+    server_.set_keep_alive_max_count(1'000'000);
+    server_.set_keep_alive_timeout(timeoutSeconds);
+    server_.set_default_headers({{"X-Content-Type-Options", "nosniff"}, {"Referrer-Policy", "no-referrer"},
         {"Content-Security-Policy",
             "default-src 'self'; media-src 'self' blob:; worker-src 'self' blob:; object-src 'none'; "
             "frame-ancestors 'none'; base-uri 'none'; form-action 'none'"},
         {"Cross-Origin-Resource-Policy", "same-origin"}});
     // A request with a body is refused later, when its body is read: the next one on the connection would
     // begin in it.
-    server.set_pre_routing_handler([this](const auto& request, auto& response) {
-        if (hasUncertainBody(request)) {
-            answerError(response, 400, "The length of the request's body is not certain.");
-            return httplib::Server::HandlerResponse::Handled;
-        }
-        if (request.method == "POST" || request.method == "PUT")
-            return httplib::Server::HandlerResponse::Unhandled;
-        if (request.method != "GET" && request.method != "HEAD") {
-            answerError(response, 405, "There is no such method here.");
-            return httplib::Server::HandlerResponse::Handled;
-        }
+    server_.set_pre_routing_handler([this](const auto& request, auto& response) {
         try {
+            if (hasUncertainBody(request))
+                throw APIError(400, "The length of the request's body is not certain.");
+            if (request.method == "POST" || request.method == "PUT")
+                return httplib::Server::HandlerResponse::Unhandled;
+            if (request.method != "GET" && request.method != "HEAD")
+                throw APIError(405, "There is no such method here.");
             requireHost(request);
             return httplib::Server::HandlerResponse::Unhandled;
         } catch (const APIError& error) {
@@ -255,30 +225,30 @@ void DevServer::Rooms::configure()
             return httplib::Server::HandlerResponse::Handled;
         }
     });
-    server.set_error_handler([](const auto&, auto& response) {
+    server_.set_error_handler([](const auto&, auto& response) {
         if (response.body.empty() && response.content_length_ == 0)
             answerError(response, response.status, "The request cannot be answered.");
     });
-    server.set_exception_handler([](const auto&, auto& response, const std::exception_ptr&) {
+    server_.set_exception_handler([](const auto&, auto& response, const std::exception_ptr&) {
         answerError(response, 500, "The request could not be answered.");
     });
-    server.set_logger([this](const auto& request, const auto& response) {
+    server_.set_logger([this](const auto& request, const auto& response) {
         // The query holds signatures.
-        log(singleLine(request.method + " " + request.path + " " + std::to_string(response.status)));
+        log_(singleLine(request.method + " " + request.path + " " + std::to_string(response.status)));
     });
 }
 
-void DevServer::Rooms::requireAccessKey(const httplib::Request& request) const
+void DevServer::requireAccessKey(const httplib::Request& request) const
 {
-    if (options.accessKey
-        && !equalInConstantTime(request.get_header_value(accessKeyHeader), *options.accessKey))
+    if (options_.accessKey
+        && !equalInConstantTime(request.get_header_value(accessKeyHeader), *options_.accessKey))
         throw APIError(401, "The access key is missing or wrong.");
 }
 
-void DevServer::Rooms::requireHost(const httplib::Request& request) const
+void DevServer::requireHost(const httplib::Request& request) const
 {
     const auto host = hostOf(request);
-    if (!names.includes(host))
+    if (!names_.includes(host))
         throw APIError(403, "This server does not answer under that name.");
     if (request.method == "GET" || request.method == "HEAD")
         return;
@@ -289,8 +259,7 @@ void DevServer::Rooms::requireHost(const httplib::Request& request) const
         throw APIError(403, "A page of another site may change nothing here.");
 }
 
-std::string DevServer::Rooms::readJSON(
-    const httplib::Request& request, const httplib::ContentReader& reader) const
+std::string DevServer::readJSON(const httplib::Request& request, const httplib::ContentReader& reader) const
 {
     std::string body;
     bool isTooLong = false;
@@ -307,21 +276,16 @@ std::string DevServer::Rooms::readJSON(
     return body;
 }
 
-std::string DevServer::Rooms::origin(const httplib::Request& request) const
+void DevServer::get(const char* pattern, const Answer& answer)
 {
-    return "http://" + hostOf(request);
-}
-
-void DevServer::Rooms::get(const char* pattern, const Answer& answer)
-{
-    server.Get(pattern, [answer](const auto& request, auto& response) {
+    server_.Get(pattern, [answer](const auto& request, auto& response) {
         answering(response, [&] { answer(request, response); });
     });
 }
 
-void DevServer::Rooms::post(const char* pattern, const JSONAnswer& answer)
+void DevServer::post(const char* pattern, const JSONAnswer& answer)
 {
-    server.Post(pattern, [this, answer](const auto& request, auto& response, const auto& reader) {
+    server_.Post(pattern, [this, answer](const auto& request, auto& response, const auto& reader) {
         answering(response, [&] {
             const auto body = readJSON(request, reader);
             requireAccessKey(request);
@@ -330,21 +294,21 @@ void DevServer::Rooms::post(const char* pattern, const JSONAnswer& answer)
     });
 }
 
-void DevServer::Rooms::addAPI()
+void DevServer::addAPI()
 {
-    post("/api/recordings", [this](const auto&, const auto& body) { return api.createRecording(body); });
+    post("/api/recordings", [this](const auto&, const auto& body) { return api_.createRecording(body); });
     get("/api/recordings/([^/]+)", [this](const auto& request, auto& response) {
         requireAccessKey(request);
-        answerJSON(response, api.readRecording(request.matches[1]));
+        answerJSON(response, api_.readRecording(request.matches[1]));
     });
     post("/api/recordings/([^/]+)/upload-urls", [this](const auto& request, const auto& body) {
-        return api.uploadURLs(request.matches[1], body, origin(request));
+        return api_.uploadURLs(request.matches[1], body, "http://" + hostOf(request));
     });
     post("/api/recordings/([^/]+)/recording-complete",
-        [this](const auto& request, const auto&) { return api.completeRecording(request.matches[1]); });
+        [this](const auto& request, const auto&) { return api_.completeRecording(request.matches[1]); });
 }
 
-void DevServer::Rooms::receiveObject(const httplib::Request& request, const httplib::ContentReader& reader)
+void DevServer::receiveObject(const httplib::Request& request, const httplib::ContentReader& reader)
 {
     const std::string key = request.matches[1];
     std::unique_ptr<AtomicFile> file;
@@ -360,9 +324,9 @@ void DevServer::Rooms::receiveObject(const httplib::Request& request, const http
     };
     attempt([&] {
         requireHost(request);
-        api.requireUploadAllowed(
+        api_.requireUploadAllowed(
             request.method, key, parameter(request, "expires"), parameter(request, "signature"));
-        file = objects.beginObject(key);
+        file = objects_.beginObject(key);
     });
     // A body that nobody wants is read all the same: the connection goes on behind it.
     readBody(reader, [&](const char* data, std::size_t size) {
@@ -374,9 +338,9 @@ void DevServer::Rooms::receiveObject(const httplib::Request& request, const http
     file->commit();
 }
 
-void DevServer::Rooms::addObjects()
+void DevServer::addObjects()
 {
-    server.Put("/objects/(.+)", [this](const auto& request, auto& response, const auto& reader) {
+    server_.Put("/objects/(.+)", [this](const auto& request, auto& response, const auto& reader) {
         answering(response, [&] {
             receiveObject(request, reader);
             response.status = 200;
@@ -384,7 +348,7 @@ void DevServer::Rooms::addObjects()
     });
 }
 
-void DevServer::Rooms::answerWebFile(httplib::Response& response, const std::string& name) const
+void DevServer::answerWebFile(httplib::Response& response, const std::string& name) const
 {
     const auto content = webFile(name);
     if (content.empty()) {
@@ -398,39 +362,39 @@ void DevServer::Rooms::answerWebFile(httplib::Response& response, const std::str
     response.set_content(std::string(content), type);
 }
 
-void DevServer::Rooms::addPages()
+void DevServer::addPages()
 {
-    server.Get("/", [](const auto&, auto& response) { response.set_redirect("/recordings"); });
-    server.Get("/recordings", [this](const auto&, auto& response) { answerWebFile(response, "list.html"); });
-    get("/recordings.json", [this](const auto&, auto& response) { answerJSON(response, pages.list()); });
+    server_.Get("/", [](const auto&, auto& response) { response.set_redirect("/recordings"); });
+    server_.Get("/recordings", [this](const auto&, auto& response) { answerWebFile(response, "list.html"); });
+    get("/recordings.json",
+        [this](const auto&, auto& response) { answerJSON(response, api_.listRecordings()); });
     get("/web/hls.min.js", [this](const auto& request, auto& response) {
-        if (!options.webDirectory)
+        if (!options_.webDirectory)
             throw APIError(404, "This server has no HLS player of its own.");
-        answerFile(request, response, *options.webDirectory / "hls.min.js", "text/javascript; charset=utf-8");
+        answerFile(
+            request, response, *options_.webDirectory / "hls.min.js", "text/javascript; charset=utf-8");
     });
-    server.Get("/web/([a-z.]+)",
+    server_.Get("/web/([a-z.]+)",
         [this](const auto& request, auto& response) { answerWebFile(response, request.matches[1]); });
-    server.Get("/recordings/([^/]+)", [this](const auto& request, auto& response) {
+    server_.Get("/recordings/([^/]+)", [this](const auto& request, auto& response) {
         const std::string id = request.matches[1];
-        if (!recordings.find(id)) {
+        if (!recordings_.find(id)) {
             answerWebFile(response, "missing.html");
             response.status = 404;
             return;
         }
         response.set_header("Cache-Control", "no-cache");
-        response.set_content(pageForRecording(std::string(webFile("player.html")), id), htmlType);
+        response.set_content(replacingAll(std::string(webFile("player.html")), "{{id}}", id), htmlType);
     });
     get("/recordings/([^/]+)/details.json", [this](const auto& request, auto& response) {
-        auto details = pages.details(request.matches[1]);
-        if (details.is_null())
-            throw APIError(404, "There is no such recording.");
-        details["canExport"] = details["isPlayable"] == true && takeTool.isAvailable();
+        auto details = api_.recordingDetails(request.matches[1]);
+        details["canExport"] = details["isPlayable"] == true && takeTool_.isAvailable();
         answerJSON(response, details);
     });
     get("/recordings/([^/]+)/files/(.+)", [this](const auto& request, auto& response) {
         const std::string id = request.matches[1];
         const auto key = objectPrefix(id) + "/" + std::string(request.matches[2]);
-        const auto file = isRecordingId(id) ? objects.file(key) : std::nullopt;
+        const auto file = isRecordingId(id) ? objects_.file(key) : std::nullopt;
         if (!file)
             throw APIError(404, "There is no such object.");
         response.set_header("Cache-Control", "no-cache");
@@ -439,32 +403,32 @@ void DevServer::Rooms::addPages()
 }
 
 // What was uploaded for a recording, all of it.
-std::filesystem::path DevServer::Rooms::finishedTake(const std::string& recordingId) const
+std::filesystem::path DevServer::finishedTake(const std::string& recordingId) const
 {
-    const auto recording = recordings.find(recordingId);
+    const auto recording = recordings_.find(recordingId);
     if (!recording)
         throw APIError(404, "There is no such recording.");
     if (recording->state != RecordingState::uploaded)
         throw APIError(409, "The upload is not complete yet.");
-    return objects.directory(objectPrefix(recordingId));
+    return objects_.directory(objectPrefix(recordingId));
 }
 
-void DevServer::Rooms::addWhatIsMade()
+void DevServer::addWhatIsMade()
 {
     get("/recordings/([^/]+)/take.mp4", [this](const auto& request, auto& response) {
         const std::string id = request.matches[1];
-        const auto file = takeTool.mp4(id, finishedTake(id));
+        const auto file = takeTool_.mp4(id, finishedTake(id));
         response.set_header("Content-Disposition", "attachment; filename=\"" + id + ".mp4\"");
         answerFile(request, response, file, "video/mp4");
     });
     get("/recordings/([^/]+)/zooms.json", [this](const auto& request, auto& response) {
         const std::string id = request.matches[1];
-        answerFile(request, response, takeTool.zoomPlan(id, finishedTake(id)), jsonType);
+        answerFile(request, response, takeTool_.zoomPlan(id, finishedTake(id)), jsonType);
     });
 }
 
 // The body of a request that nobody answers would be kept in memory, however long it is.
-void DevServer::Rooms::addRefusals()
+void DevServer::addRefusals()
 {
     const auto refuse = [](const auto&, auto& response, const auto& reader) {
         answering(response, [&] {
@@ -472,37 +436,8 @@ void DevServer::Rooms::addRefusals()
             throw APIError(404, "There is nothing here that takes a body.");
         });
     };
-    server.Post(".*", refuse);
-    server.Put(".*", refuse);
-}
-
-DevServer::DevServer(const DevServerOptions& options, LogLine log)
-    : rooms_(std::make_unique<Rooms>(options, std::move(log)))
-{
-}
-
-DevServer::~DevServer() = default;
-
-int DevServer::listen()
-{
-    const auto& options = rooms_->options;
-    const int port = rooms_->server.bind(options.address, options.port);
-    if (port <= 0)
-        throw CLIError("Could not listen on " + options.address + ", port " + std::to_string(options.port)
-            + ". Choose another one with --port.");
-    return port;
-}
-
-void DevServer::run()
-{
-    if (!rooms_->server.serve())
-        throw CLIError("No connection can be accepted any more.");
-}
-
-void DevServer::stop()
-{
-    rooms_->takeTool.end();
-    rooms_->server.end();
+    server_.Post(".*", refuse);
+    server_.Put(".*", refuse);
 }
 
 } // namespace glimto

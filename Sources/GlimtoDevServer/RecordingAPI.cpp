@@ -1,27 +1,25 @@
 #include "RecordingAPI.h"
 
 #include <algorithm>
-#include <array>
 #include <random>
+#include <regex>
 #include <set>
 #include <utility>
 
 #include "RecordingKeys.h"
-
 #include "Support/JSONFields.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr int segmentDigits = 3;
 constexpr std::size_t mostValuesPerRequest = 4 * RecordingAPI::mostKeysPerRequest;
 
 nlohmann::json recordingJSON(const Recording& recording)
 {
     const auto prefix = objectPrefix(recording.recordingId);
     return {{"recordingId", recording.recordingId}, {"organizationId", devOrganizationId}, {"prefix", prefix},
-        {"manifestKey", prefix + "/manifest.json"}, {"state", recordingStateName(recording.state)}};
+        {"manifestKey", prefix + "/manifest.json"}, {"state", recording.state}};
 }
 
 std::string escapedForPattern(const std::string& text)
@@ -79,27 +77,34 @@ std::string generatedRecordingId()
 
 bool isSegmentKey(const std::string& relativeKey)
 {
-    for (const std::string start : {"segments/video/segment_", "segments/audio/segment_"}) {
-        static constexpr std::string_view ending = ".m4s";
-        if (!relativeKey.starts_with(start) || !relativeKey.ends_with(ending))
-            continue;
-        if (relativeKey.size() < start.size() + segmentDigits + ending.size())
-            continue;
-        const auto digits
-            = relativeKey.substr(start.size(), relativeKey.size() - start.size() - ending.size());
-        if (std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
-            return true;
-    }
-    return false;
+    static const std::regex pattern("segments/(video|audio)/segment_[0-9]{3,}\\.m4s");
+    return std::regex_match(relativeKey, pattern);
 }
 
 // The manifest's text values at `keys`, where they are.
 void collectKeys(const nlohmann::json& json, std::vector<std::string>& found)
 {
     for (const char* name : {"initSegmentKey", "playlistKey", "key"}) {
-        if (json.is_object() && json.contains(name) && json.at(name).is_string())
+        if (json.contains(name) && json.at(name).is_string())
             found.push_back(json.at(name).get<std::string>());
     }
+}
+
+void copyIf(bool (nlohmann::json::*is)() const noexcept, const char* name, const nlohmann::json& from,
+    nlohmann::json& to)
+{
+    if (from.contains(name) && (from.at(name).*is)())
+        to[name] = from.at(name);
+}
+
+// What the manifest tells of the picture and the length.
+void addFacts(const nlohmann::json& manifest, nlohmann::json& details)
+{
+    copyIf(&nlohmann::json::is_number, "totalDuration", manifest, details);
+    const auto video = manifest.contains("video") ? manifest.at("video") : nlohmann::json();
+    for (const char* name : {"width", "height", "framesPerSecond"})
+        copyIf(&nlohmann::json::is_number_integer, name, video, details);
+    copyIf(&nlohmann::json::is_boolean, "hasAudio", video, details);
 }
 
 } // namespace
@@ -242,6 +247,38 @@ nlohmann::json RecordingAPI::completeRecording(const std::string& recordingId)
     const auto count = checkObjects(recordingId);
     const auto recording = recordings_.setState(recordingId, RecordingState::uploaded);
     return {{"recording", recordingJSON(recording)}, {"checkedObjectCount", count}};
+}
+
+nlohmann::json RecordingAPI::describe(const Recording& recording) const
+{
+    const auto prefix = objectPrefix(recording.recordingId);
+    const auto objects = objects_.objects(prefix);
+    std::uint64_t bytes = 0;
+    std::size_t segments = 0;
+    for (const auto& object : objects) {
+        bytes += object.bytes;
+        segments += object.key.ends_with(".m4s") ? 1 : 0;
+    }
+    nlohmann::json details = {{"recordingId", recording.recordingId}, {"createdAt", recording.createdAt},
+        {"state", recording.state}, {"objectCount", objects.size()}, {"segmentCount", segments},
+        {"bytes", bytes}, {"hasThumbnail", objects_.file(prefix + "/thumbnail.jpg").has_value()},
+        {"hasEvents", objects_.file(prefix + "/events.json").has_value()},
+        {"isPlayable", recording.state == RecordingState::uploaded}};
+    addFacts(objects_.json(prefix + "/manifest.json"), details);
+    return details;
+}
+
+nlohmann::json RecordingAPI::listRecordings() const
+{
+    auto described = nlohmann::json::array();
+    for (const auto& recording : recordings_.all())
+        described.push_back(describe(recording));
+    return {{"recordings", described}};
+}
+
+nlohmann::json RecordingAPI::recordingDetails(const std::string& recordingId) const
+{
+    return describe(requireRecording(recordingId));
 }
 
 void RecordingAPI::requireUploadAllowed(const std::string& method, const std::string& key,

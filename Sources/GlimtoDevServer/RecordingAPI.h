@@ -28,8 +28,8 @@ private:
     int status_;
 };
 
-// What the server says to API requests, apart from HTTP. All operations throw APIError, and PlatformError
-// when the disk fails. Any thread may call.
+// What the server says to API requests and to its own pages, apart from HTTP. All operations throw APIError,
+// and PlatformError when the disk fails. Any thread may call.
 class RecordingAPI {
 public:
     using Clock = std::function<std::chrono::system_clock::time_point()>;
@@ -55,12 +55,17 @@ public:
     // marks the recording as uploaded.
     nlohmann::json completeRecording(const std::string& recordingId);
 
+    // For the scripts of the pages: {"recordings":[...]}, newest first, and one of them.
+    nlohmann::json listRecordings() const;
+    nlohmann::json recordingDetails(const std::string& recordingId) const;
+
     // Refuses an upload that is not signed for exactly this. `key` is the object's.
     void requireUploadAllowed(const std::string& method, const std::string& key,
         const std::optional<std::string>& expires, const std::optional<std::string>& signature) const;
 
 private:
     Recording requireRecording(const std::string& recordingId) const;
+    nlohmann::json describe(const Recording& recording) const;
     std::size_t checkObjects(const std::string& recordingId) const;
 
     RecordingRegistry& recordings_;

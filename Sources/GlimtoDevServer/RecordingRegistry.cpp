@@ -1,9 +1,6 @@
 #include "RecordingRegistry.h"
 
 #include <algorithm>
-#include <array>
-#include <fstream>
-#include <iterator>
 #include <utility>
 
 #include "RecordingKeys.h"
@@ -12,23 +9,16 @@
 #include "Support/JSONFields.h"
 #include "Support/JSONText.h"
 #include "Support/Paths.h"
+#include "Support/RegularFile.h"
 #include "Support/TimeStamps.h"
 
 namespace glimto {
 
 namespace {
 
-constexpr std::size_t mostValues = 100;
-
-// In the order of the enumerators.
-constexpr std::array<const char*, 3> stateNames = {"created", "uploading", "uploaded"};
+constexpr std::size_t mostBytes = 64 << 10;
 
 } // namespace
-
-std::string recordingStateName(RecordingState state)
-{
-    return stateNames.at(static_cast<std::size_t>(state));
-}
 
 RecordingRegistry::RecordingRegistry(std::filesystem::path directory)
     : directory_(std::move(directory))
@@ -43,35 +33,20 @@ std::filesystem::path RecordingRegistry::file(const std::string& recordingId) co
 
 std::optional<Recording> RecordingRegistry::read(const std::filesystem::path& path) const
 {
-    std::ifstream stream(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    const auto json = parseBoundedJSON(text, mostValues);
-    if (!json.is_object())
-        return std::nullopt;
     try {
-        const auto state
-            = std::find(stateNames.begin(), stateNames.end(), json.at("state").get<std::string>());
-        if (state == stateNames.end())
-            return std::nullopt;
-        Recording recording = {.recordingId = json.at("recordingId").get<std::string>(),
-            .state = static_cast<RecordingState>(state - stateNames.begin()),
-            .createdAt = json.at("createdAt").get<std::string>(),
-            .createdAtUnixMs = json.at("createdAtUnixMs").get<std::uint64_t>()};
+        auto recording = readJSON<Recording>(readFile(FileBelow::of(path), mostBytes), path.filename());
         // The name of the file decides; another id inside would serve another recording's pages.
-        if (!isRecordingId(recording.recordingId) || file(recording.recordingId) != path)
-            return std::nullopt;
-        return recording;
-    } catch (const nlohmann::json::exception&) {
-        return std::nullopt;
+        if (isRecordingId(recording.recordingId) && file(recording.recordingId) == path)
+            return recording;
+    } catch (const PlatformError&) {
+        // Nothing there, or nothing that can be read.
     }
+    return std::nullopt;
 }
 
 void RecordingRegistry::write(const Recording& recording) const
 {
-    const nlohmann::json json
-        = {{"recordingId", recording.recordingId}, {"state", recordingStateName(recording.state)},
-            {"createdAt", recording.createdAt}, {"createdAtUnixMs", recording.createdAtUnixMs}};
-    writeFileAtomically(file(recording.recordingId), encodePrettyJSON(json) + "\n");
+    writeFileAtomically(file(recording.recordingId), encodePrettyJSON(toJSON(recording)) + "\n");
 }
 
 Recording RecordingRegistry::open(const std::string& recordingId, std::chrono::system_clock::time_point now)

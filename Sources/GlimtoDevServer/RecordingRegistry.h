@@ -8,9 +8,16 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
+#include "Support/JSONObject.h"
+
 namespace glimto {
 
 enum class RecordingState { created, uploading, uploaded };
+NLOHMANN_JSON_SERIALIZE_ENUM(RecordingState,
+    {{RecordingState::created, "created"}, {RecordingState::uploading, "uploading"},
+        {RecordingState::uploaded, "uploaded"}})
 
 struct Recording {
     std::string recordingId;
@@ -18,8 +25,7 @@ struct Recording {
     std::string createdAt; // ISO 8601, UTC
     std::uint64_t createdAtUnixMs = 0;
 };
-
-std::string recordingStateName(RecordingState state);
+GLIMTO_JSON_OBJECT(Recording, recordingId, state, createdAt, createdAtUnixMs)
 
 // The recordings that this server knows, each in a JSON file of its own, so that they outlive the server.
 // Any thread may call; operations throw PlatformError when the disk fails.

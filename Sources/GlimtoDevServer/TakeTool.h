@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 

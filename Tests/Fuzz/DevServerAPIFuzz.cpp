@@ -7,7 +7,6 @@
 #include "FuzzInput.h"
 #include "RecordingAPI.h"
 #include "RecordingKeys.h"
-#include "RecordingPages.h"
 #include "RequestOrigin.h"
 #include "Fakes/TemporaryDirectory.h"
 
@@ -22,7 +21,6 @@ struct Server {
     UploadURLSigner signer{"secret"};
     RecordingAPI api{recordings, objects, signer,
         [] { return std::chrono::system_clock::time_point(std::chrono::seconds(1'700'000'000)); }};
-    RecordingPages pages{recordings, objects};
 
     Server()
     {
@@ -80,7 +78,7 @@ void request(Server& server, std::uint8_t which, const std::string& body)
         break;
     case 2:
         server.put("manifest.json", body);
-        server.pages.details("rec");
+        server.api.recordingDetails("rec");
         server.api.completeRecording("rec");
         break;
     case 3:

@@ -67,6 +67,16 @@ public:
     {
         value = integer<Integer>(key);
     }
+    // By its names in JSON, which NLOHMANN_JSON_SERIALIZE_ENUM tells.
+    template <typename Enumeration>
+    requires std::is_enum_v<Enumeration>
+    void read(const char* key, Enumeration& value) const
+    {
+        const nlohmann::json name = text(key);
+        value = name.get<Enumeration>();
+        if (nlohmann::json(value) != name)
+            fail(key, "is unknown");
+    }
     template <typename Value> void read(const char* key, std::optional<Value>& value) const
     {
         if (!has(key))

@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "RecordingPages.h"
 #include "Support/AtomicFile.h"
 #include "Fakes/TemporaryDirectory.h"
 
@@ -196,7 +195,7 @@ TEST_F(RecordingAPITests, AManifestThatIsFarTooLongIsNotRead)
     put("manifest.json", manifest + std::string(64 << 20, ' '));
     EXPECT_TRUE(objects.json(prefix + "manifest.json").is_discarded());
     EXPECT_EQ(refusal([&] { api.completeRecording("rec"); }), "409 The manifest cannot be read.");
-    EXPECT_FALSE(RecordingPages(recordings, objects).details("rec").contains("width"));
+    EXPECT_FALSE(api.recordingDetails("rec").contains("width"));
 }
 
 TEST_F(RecordingAPITests, AnUploadedRecordingStaysUploadedWhenItIsSentAgain)
@@ -210,13 +209,12 @@ TEST_F(RecordingAPITests, AnUploadedRecordingStaysUploadedWhenItIsSentAgain)
 
 TEST_F(RecordingAPITests, PagesTellWhatIsThere)
 {
-    const RecordingPages pages(recordings, objects);
-    EXPECT_TRUE(pages.details("rec").is_null());
+    EXPECT_EQ(refusal([&] { api.recordingDetails("rec"); }), "404 There is no such recording.");
     api.createRecording(R"({"recordingId":"rec"})");
-    EXPECT_EQ(pages.details("rec")["objectCount"], 0);
+    EXPECT_EQ(api.recordingDetails("rec")["objectCount"], 0);
     putWholeRecording();
     api.completeRecording("rec");
-    const auto details = pages.list()["recordings"][0];
+    const auto details = api.listRecordings()["recordings"][0];
     EXPECT_EQ(details["segmentCount"], 1);
     EXPECT_EQ(details["totalDuration"], 2.5);
     EXPECT_EQ(details["width"], 640);
