@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "Support/JSONObject.h"
+
 namespace glimto {
 
 // What a take's directory remembers of its upload: the content of "upload-job.json". The JSON keys equal
@@ -28,8 +30,17 @@ struct RecordingUploadJob {
 
     friend bool operator==(const RecordingUploadJob&, const RecordingUploadJob&) = default;
 };
+NLOHMANN_JSON_SERIALIZE_ENUM(RecordingUploadJob::Mode,
+    {{RecordingUploadJob::Mode::local, "local"}, {RecordingUploadJob::Mode::upload, "upload"}})
+NLOHMANN_JSON_SERIALIZE_ENUM(RecordingUploadJob::State,
+    {{RecordingUploadJob::State::prepared, "prepared"}, {RecordingUploadJob::State::recording, "recording"},
+        {RecordingUploadJob::State::ready, "ready"}, {RecordingUploadJob::State::uploading, "uploading"},
+        {RecordingUploadJob::State::completed, "completed"},
+        {RecordingUploadJob::State::canceled, "canceled"}, {RecordingUploadJob::State::failed, "failed"}})
+GLIMTO_JSON_OBJECT(RecordingUploadJob, version, recordingId, mode, apiBaseUrl, credentialSha256, state,
+    uploadAttempts, createdAtUnixMs, lastError)
 
-// Throws CLIError when a text is not valid UTF-8.
+// Throws CLIError when the recording's id is not valid UTF-8.
 std::string encodeRecordingUploadJob(const RecordingUploadJob& job);
 
 // Throws PlatformError (domain "JSON"). A job of another version is not read further than its version.

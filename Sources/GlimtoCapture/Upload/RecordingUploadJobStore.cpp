@@ -186,9 +186,7 @@ void RecordingUploadJobStore::setState(
 {
     RecordingUploadJob job = read();
     job.state = isCanceled() ? RecordingUploadJob::State::canceled : state;
-    job.lastError.reset();
-    if (error)
-        job.lastError = validUTF8(*error);
+    job.lastError = error;
     write(job);
 }
 
