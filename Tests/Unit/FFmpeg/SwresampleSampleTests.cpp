@@ -1,4 +1,4 @@
-#include "Backends/FFmpeg/SampleReading.h"
+#include "Backends/FFmpeg/SwresampleAudioConverterFactory.h"
 
 #include <cstring>
 #include <limits>
@@ -15,14 +15,20 @@ using testing::ElementsAre;
 
 std::vector<float> channelOf(const AudioBuffer& buffer, int channel)
 {
-    std::vector<float> samples(buffer.frameCount);
-    readChannel(buffer, channel, samples);
-    return samples;
+    const int count = buffer.format.channelCount;
+    const auto converter = SwresampleAudioConverterFactory().makeConverter(buffer.format,
+        {buffer.format.sampleRate, count, AudioSampleType::float32, AudioLayout::planar},
+        ChannelMapping::firstChannels);
+    std::vector<std::vector<float>> channels(
+        static_cast<std::size_t>(count), std::vector<float>(buffer.frameCount));
+    const std::vector<std::span<float>> planes(channels.begin(), channels.end());
+    EXPECT_EQ(converter->convert(buffer, planes), buffer.frameCount);
+    return channels[static_cast<std::size_t>(channel)];
 }
 
-class SampleReadingTests : public testing::TestWithParam<std::tuple<AudioSampleType, AudioLayout>> { };
+class SwresampleSampleTests : public testing::TestWithParam<std::tuple<AudioSampleType, AudioLayout>> { };
 
-TEST_P(SampleReadingTests, ChannelsComeApartWithTheirExactValues)
+TEST_P(SwresampleSampleTests, ChannelsComeApartWithTheirExactValues)
 {
     const auto [type, layout] = GetParam();
     const AudioSamples samples({48000, 3, type, layout},
@@ -32,7 +38,7 @@ TEST_P(SampleReadingTests, ChannelsComeApartWithTheirExactValues)
     EXPECT_THAT(channelOf(samples.buffer(), 2), ElementsAre(0x1p-15F, -0x1p-15F, 0.125F, 0.375F));
 }
 
-TEST_P(SampleReadingTests, SamplesMayStandAnywhereInMemory)
+TEST_P(SwresampleSampleTests, SamplesMayStandAnywhereInMemory)
 {
     const auto [type, layout] = GetParam();
     const AudioSamples samples({48000, 2, type, layout}, {{0.5F, -0.5F}, {0.25F, -0.25F}});
@@ -43,7 +49,7 @@ TEST_P(SampleReadingTests, SamplesMayStandAnywhereInMemory)
     EXPECT_THAT(channelOf(buffer, 1), ElementsAre(0.25F, -0.25F));
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, SampleReadingTests,
+INSTANTIATE_TEST_SUITE_P(Formats, SwresampleSampleTests,
     testing::Combine(testing::Values(AudioSampleType::integer16, AudioSampleType::integer24,
                          AudioSampleType::integer32, AudioSampleType::float32),
         testing::Values(AudioLayout::interleaved, AudioLayout::planar)));
@@ -54,7 +60,7 @@ template <typename Sample> float oneSample(AudioSampleType type, Sample sample)
     return channelOf({mono, 1, {}, std::as_bytes(std::span(&sample, 1)), true}, 0).front();
 }
 
-TEST(SampleReadingRangeTests, FullScaleIntegersReachMinusOneAndStayBelowOne)
+TEST(SwresampleSampleRangeTests, FullScaleIntegersReachMinusOneAndStayBelowOne)
 {
     EXPECT_EQ(oneSample(AudioSampleType::integer16, std::numeric_limits<std::int16_t>::min()), -1);
     EXPECT_EQ(oneSample(AudioSampleType::integer16, std::numeric_limits<std::int16_t>::max()), 1 - 0x1p-15F);
@@ -62,7 +68,7 @@ TEST(SampleReadingRangeTests, FullScaleIntegersReachMinusOneAndStayBelowOne)
     EXPECT_EQ(oneSample(AudioSampleType::integer32, std::numeric_limits<std::int32_t>::max()), 1 - 0x1p-24F);
 }
 
-TEST(SampleReadingRangeTests, TwentyFourBitsAreExact)
+TEST(SwresampleSampleRangeTests, TwentyFourBitsAreExact)
 {
     using Bytes = std::array<std::uint8_t, 3>;
     EXPECT_EQ(oneSample(AudioSampleType::integer24, Bytes{0x00, 0x00, 0x80}), -1);
@@ -71,7 +77,7 @@ TEST(SampleReadingRangeTests, TwentyFourBitsAreExact)
     EXPECT_EQ(oneSample(AudioSampleType::integer24, Bytes{0x01, 0x02, 0x03}), 0x030201 * 0x1p-23F);
 }
 
-TEST(SampleReadingRangeTests, FloatsBeyondFullScaleAreKept)
+TEST(SwresampleSampleRangeTests, FloatsBeyondFullScaleAreKept)
 {
     EXPECT_EQ(oneSample(AudioSampleType::float32, 2.5F), 2.5F);
 }

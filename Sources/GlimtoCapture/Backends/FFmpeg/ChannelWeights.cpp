@@ -52,42 +52,16 @@ char placeOf(int input, int inputCount)
 
 } // namespace
 
-ChannelWeights::ChannelWeights(int inputCount, int outputCount, ChannelMapping mapping)
-    : inputCount_(inputCount)
-    , outputCount_(outputCount)
-    , weights_(static_cast<std::size_t>(inputCount) * static_cast<std::size_t>(outputCount))
+float channelWeight(int input, int inputCount, int output, int outputCount, ChannelMapping mapping)
 {
-    if (inputCount == 1) {
-        std::fill(weights_.begin(), weights_.end(), 1.0F);
-    } else if (mapping == ChannelMapping::downmix && outputCount < std::min(inputCount, 3)) {
-        mixDown();
-    } else {
-        for (int channel = 0; channel < std::min(inputCount, outputCount); ++channel)
-            set(channel, channel, 1);
-    }
-}
-
-float ChannelWeights::weight(int input, int output) const
-{
-    return weights_[static_cast<std::size_t>(input * outputCount_ + output)];
-}
-
-void ChannelWeights::set(int input, int output, float weight)
-{
-    weights_[static_cast<std::size_t>(input * outputCount_ + output)] = weight;
-}
-
-void ChannelWeights::mixDown()
-{
-    for (int input = 0; input < inputCount_; ++input) {
-        const StereoWeights weights = weightsOf(placeOf(input, inputCount_));
-        if (outputCount_ == 1) {
-            set(input, 0, (weights.left + weights.right) / 2);
-        } else {
-            set(input, 0, weights.left);
-            set(input, 1, weights.right);
-        }
-    }
+    if (inputCount == 1)
+        return 1;
+    if (mapping == ChannelMapping::firstChannels || outputCount >= std::min(inputCount, 3))
+        return input == output ? 1 : 0;
+    const StereoWeights weights = weightsOf(placeOf(input, inputCount));
+    if (outputCount == 1)
+        return (weights.left + weights.right) / 2;
+    return output == 0 ? weights.left : weights.right;
 }
 
 } // namespace glimto

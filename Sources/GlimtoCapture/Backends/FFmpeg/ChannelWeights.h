@@ -1,13 +1,10 @@
 #pragma once
 
-#include <cstddef>
-#include <vector>
-
 #include "Platform/AudioConverter.h"
 
 namespace glimto {
 
-// How much of each input channel goes to each output channel.
+// How much of an input channel goes to an output channel; both count from 0.
 //
 // A single input channel goes whole to all outputs. Otherwise output n is input n, and an output beyond
 // the inputs is silent, unless more inputs are to be mixed down to one or two outputs. Then they are taken to
@@ -26,19 +23,6 @@ namespace glimto {
 // left and right by turns, 3 dB lower. The sum is not scaled down: what lies on left and right alone keeps
 // its level, and loud sound everywhere may go beyond full scale. A single output is the mean of left and
 // right.
-class ChannelWeights {
-public:
-    ChannelWeights(int inputCount, int outputCount, ChannelMapping mapping);
-
-    float weight(int input, int output) const;
-
-private:
-    void set(int input, int output, float weight);
-    void mixDown();
-
-    int inputCount_;
-    int outputCount_;
-    std::vector<float> weights_; // an input's for all outputs, then the next input's
-};
+float channelWeight(int input, int inputCount, int output, int outputCount, ChannelMapping mapping);
 
 } // namespace glimto

@@ -1,11 +1,12 @@
 #include "Backends/FFmpeg/SwresampleAudioConverterFactory.h"
 
-#include <algorithm>
 #include <array>
+#include <bit>
 #include <cassert>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <utility>
@@ -18,7 +19,6 @@ extern "C" {
 
 #include "Backends/FFmpeg/ChannelWeights.h"
 #include "Backends/FFmpeg/FFmpegErrors.h"
-#include "Backends/FFmpeg/SampleReading.h"
 #include "Platform/AudioConverter.h"
 #include "Support/Errors.h"
 #include "Support/Owned.h"
@@ -30,152 +30,135 @@ namespace {
 constexpr const char* makingFailed = "Could not make the resampler";
 constexpr const char* resamplingFailed = "Could not resample";
 
-using Planes = std::array<std::uint8_t*, AudioFormat::mostChannels>;
+template <typename Byte> using Planes = std::array<Byte*, AudioFormat::mostChannels>;
 
 using ResamplerHandle = Owned<SwrContext, swr_free>;
 
-// For the given rates and number of channels. Null when libswresample refuses.
-ResamplerHandle makeResampler(int inputRate, int outputRate, int channelCount)
+AVSampleFormat sampleFormat(const AudioFormat& format)
+{
+    const bool isPlanar = format.layout == AudioLayout::planar;
+    switch (format.sampleType) {
+    case AudioSampleType::integer16:
+        return isPlanar ? AV_SAMPLE_FMT_S16P : AV_SAMPLE_FMT_S16;
+    case AudioSampleType::integer24:
+    case AudioSampleType::integer32:
+        return isPlanar ? AV_SAMPLE_FMT_S32P : AV_SAMPLE_FMT_S32;
+    case AudioSampleType::float32:
+        break;
+    }
+    return isPlanar ? AV_SAMPLE_FMT_FLTP : AV_SAMPLE_FMT_FLT;
+}
+
+AVChannelLayout channelLayout(int channelCount)
 {
     AVChannelLayout layout = {};
-    // The order of channels does not matter: none is mixed with another here.
-    layout.order = AV_CHANNEL_ORDER_UNSPEC;
+    layout.order = AV_CHANNEL_ORDER_UNSPEC; // the weights say which is mixed with which
     layout.nb_channels = channelCount;
+    return layout;
+}
+
+// Null when libswresample refuses.
+ResamplerHandle makeResampler(const AudioFormat& input, const AudioFormat& output, ChannelMapping mapping)
+{
+    AVChannelLayout inputLayout = channelLayout(input.channelCount);
+    AVChannelLayout outputLayout = channelLayout(output.channelCount);
     SwrContext* context = nullptr;
-    requireFFmpeg(swr_alloc_set_opts2(&context, &layout, AV_SAMPLE_FMT_FLTP, outputRate, &layout,
-                      AV_SAMPLE_FMT_FLTP, inputRate, 0, nullptr),
+    requireFFmpeg(swr_alloc_set_opts2(&context, &outputLayout, AV_SAMPLE_FMT_FLTP, output.sampleRate,
+                      &inputLayout, sampleFormat(input), input.sampleRate, 0, nullptr),
         makingFailed);
     ResamplerHandle resampler(context);
+    if (input.channelCount != output.channelCount) {
+        std::vector<double> matrix;
+        for (int to = 0; to < output.channelCount; ++to) {
+            for (int from = 0; from < input.channelCount; ++from)
+                matrix.push_back(channelWeight(from, input.channelCount, to, output.channelCount, mapping));
+        }
+        requireFFmpeg(swr_set_matrix(context, matrix.data(), input.channelCount), makingFailed);
+    }
     return swr_init(context) == 0 ? std::move(resampler) : nullptr;
 }
 
-// Takes `inputCount` frames, if any, and writes what there is from frame `first` of the planes on. Returns
-// the number of frames written.
-std::size_t resample(SwrContext* resampler, const Planes& input, std::size_t inputCount,
-    std::span<const std::span<float>> planes, std::size_t first)
+// An integer of 24 or 32 bits with so many that a float holds it exactly: rounded up, the largest would
+// become 1.
+std::int32_t exactInteger(const std::byte* bytes, std::size_t size)
 {
-    Planes output = {};
-    for (std::size_t channel = 0; channel < planes.size(); ++channel)
-        output[channel] = reinterpret_cast<std::uint8_t*>(planes[channel].data() + first);
-    auto inputPlanes = std::array<const std::uint8_t*, AudioFormat::mostChannels>();
-    std::copy(input.begin(), input.end(), inputPlanes.begin());
-    const int written = swr_convert(resampler, output.data(), static_cast<int>(planes.front().size() - first),
-        inputPlanes.data(), static_cast<int>(inputCount));
-    return static_cast<std::size_t>(requireFFmpeg(written, resamplingFailed));
+    constexpr std::uint32_t mask = ~std::uint32_t{0x7F};
+    std::uint32_t value = 0;
+    // In the upper bytes of a larger integer the sign is in its place.
+    const std::size_t lowest = std::endian::native == std::endian::little ? sizeof(value) - size : 0;
+    std::memcpy(reinterpret_cast<std::byte*>(&value) + lowest, bytes, size);
+    return static_cast<std::int32_t>(value & mask);
 }
 
-// Reads any format itself, and resamples with libswresample where the rates differ. The filter looks ahead:
-// until it has seen some 16 input frames more (more when the rate goes down), output waits; but what stands
-// at input frame n comes out at output frame n times the ratio of the rates. Allocates only for a buffer
-// that is larger than all before it.
+// When the rate changes the filter looks ahead: until it has seen some 16 input frames more (more when the
+// rate goes down), output waits; but what stands at input frame n comes out at output frame n times the ratio
+// of the rates. Allocates only for a buffer that is larger than all before it.
 class SwresampleAudioConverter final : public AudioConverter {
 public:
-    // Null when it cannot be converted. Throws PlatformError when there is no memory.
-    static std::unique_ptr<SwresampleAudioConverter> make(
-        const AudioFormat& input, const AudioFormat& output, ChannelMapping mapping)
+    SwresampleAudioConverter(const AudioFormat& input, const AudioFormat& output, ResamplerHandle resampler)
+        : input_(input)
+        , outputChannelCount_(static_cast<std::size_t>(output.channelCount))
+        , resampler_(std::move(resampler))
     {
-        const bool isPlanarFloat = output.sampleType == AudioSampleType::float32
-            && (output.layout == AudioLayout::planar || output.channelCount == 1);
-        if (!input.isUsable() || !output.isUsable() || !isPlanarFloat)
-            return nullptr;
-        ResamplerHandle resampler;
-        if (input.sampleRate != output.sampleRate) {
-            resampler = makeResampler(input.sampleRate, output.sampleRate, output.channelCount);
-            if (!resampler)
-                return nullptr;
-        }
-        return std::unique_ptr<SwresampleAudioConverter>(
-            new SwresampleAudioConverter(input, output, mapping, std::move(resampler)));
     }
-
-    ~SwresampleAudioConverter() override = default;
 
     std::size_t convert(const AudioBuffer& input, std::span<const std::span<float>> planes) override
     {
         if (input.format != input_ || input.dataStatus() != AudioDataStatus::whole)
             throw PlatformError(
                 "FFmpeg", AVERROR(EINVAL), "The sound has another format than the converter.");
-        mapChannels(input);
-        return convertRemaining(planes);
+        const std::byte* bytes = input.bytes.data();
+        std::size_t sampleSize = input_.bytesPerSample();
+        if (sampleSize > 2 && input_.sampleType != AudioSampleType::float32) {
+            widen(bytes, sampleSize, input.frameCount * static_cast<std::size_t>(input_.channelCount));
+            bytes = reinterpret_cast<const std::byte*>(widened_.data());
+            sampleSize = sizeof(std::int32_t);
+        }
+        Planes<const std::uint8_t> from = {};
+        for (std::size_t channel = 0; channel < static_cast<std::size_t>(input_.channelCount); ++channel)
+            from[channel]
+                = reinterpret_cast<const std::uint8_t*>(bytes + channel * input.frameCount * sampleSize);
+        return resample(from, input.frameCount, planes);
     }
 
     std::size_t convertRemaining(std::span<const std::span<float>> planes) override
     {
-        assert(planes.size() == mapped_.size());
-        return resampler_ ? resampleWaiting(planes) : copyWaiting(planes);
+        return resample({}, 0, planes);
     }
 
 private:
-    SwresampleAudioConverter(const AudioFormat& input, const AudioFormat& output, ChannelMapping mapping,
-        ResamplerHandle resampler)
-        : input_(input)
-        , weights_(input.channelCount, output.channelCount, mapping)
-        , resampler_(std::move(resampler))
-        , mapped_(static_cast<std::size_t>(output.channelCount))
+    void widen(const std::byte* bytes, std::size_t sampleSize, std::size_t count)
     {
+        if (widened_.size() < count)
+            widened_.resize(count);
+        for (std::size_t index = 0; index < count; ++index, bytes += sampleSize)
+            widened_[index] = exactInteger(bytes, sampleSize);
     }
 
-    // Moves on what waits, so that the oldest of it stands at the start of `mapped_`, and adds the input.
-    void mapChannels(const AudioBuffer& input)
+    // The library takes all of the input, and keeps what there is no room for.
+    std::size_t resample(
+        Planes<const std::uint8_t> input, std::size_t inputCount, std::span<const std::span<float>> planes)
     {
-        const std::size_t waiting = mappedEnd_ - mappedFirst_;
-        if (channel_.size() < input.frameCount)
-            channel_.resize(input.frameCount);
-        for (auto& samples : mapped_) {
-            const auto begin = samples.begin();
-            std::copy(begin + static_cast<std::ptrdiff_t>(mappedFirst_),
-                begin + static_cast<std::ptrdiff_t>(mappedEnd_), begin);
-            if (samples.size() < waiting + input.frameCount)
-                samples.resize(waiting + input.frameCount);
-            std::fill_n(samples.begin() + static_cast<std::ptrdiff_t>(waiting), input.frameCount, 0.0F);
-        }
-        mappedFirst_ = 0;
-        mappedEnd_ = waiting + input.frameCount;
-        for (int channel = 0; channel < input_.channelCount; ++channel) {
-            readChannel(input, channel, channel_);
-            for (std::size_t output = 0; output < mapped_.size(); ++output) {
-                const float weight = weights_.weight(channel, static_cast<int>(output));
-                float* sum = mapped_[output].data() + waiting;
-                for (std::size_t frame = 0; weight != 0 && frame < input.frameCount; ++frame)
-                    sum[frame] += weight * channel_[frame];
-            }
-        }
-    }
-
-    std::size_t copyWaiting(std::span<const std::span<float>> planes)
-    {
-        const std::size_t count = std::min(mappedEnd_ - mappedFirst_, planes.front().size());
-        for (std::size_t channel = 0; channel < mapped_.size(); ++channel)
-            std::copy_n(mapped_[channel].begin() + static_cast<std::ptrdiff_t>(mappedFirst_), count,
-                planes[channel].begin());
-        mappedFirst_ += count;
-        return count;
-    }
-
-    // The resampler takes all that waits, and keeps what it has no room for.
-    std::size_t resampleWaiting(std::span<const std::span<float>> planes)
-    {
-        Planes input = {};
-        for (std::size_t channel = 0; channel < mapped_.size(); ++channel)
-            input[channel] = reinterpret_cast<std::uint8_t*>(mapped_[channel].data());
-        std::size_t inputCount = std::exchange(mappedEnd_, 0);
+        assert(planes.size() == outputChannelCount_);
         std::size_t total = 0;
         std::size_t written = 0;
         do {
-            written = resample(resampler_.get(), input, inputCount, planes, total);
-            inputCount = 0;
+            Planes<std::uint8_t> output = {};
+            for (std::size_t channel = 0; channel < planes.size(); ++channel)
+                output[channel] = reinterpret_cast<std::uint8_t*>(planes[channel].data() + total);
+            written = static_cast<std::size_t>(requireFFmpeg(
+                swr_convert(resampler_.get(), output.data(), static_cast<int>(planes.front().size() - total),
+                    input.data(), static_cast<int>(std::exchange(inputCount, 0))),
+                resamplingFailed));
             total += written;
         } while (written > 0 && total < planes.front().size());
         return total;
     }
 
-    AudioFormat input_;
-    ChannelWeights weights_;
-    ResamplerHandle resampler_; // null when the rates are equal
-    std::vector<float> channel_; // one of the input
-    std::vector<std::vector<float>> mapped_; // the output's channels at the input's rate
-    std::size_t mappedFirst_ = 0; // frames before it have gone out
-    std::size_t mappedEnd_ = 0;
+    const AudioFormat input_;
+    const std::size_t outputChannelCount_;
+    const ResamplerHandle resampler_;
+    std::vector<std::int32_t> widened_; // what the library does not read as it comes
 };
 
 } // namespace
@@ -183,7 +166,14 @@ private:
 std::unique_ptr<AudioConverter> SwresampleAudioConverterFactory::makeConverter(
     const AudioFormat& input, const AudioFormat& output, ChannelMapping mapping)
 {
-    return SwresampleAudioConverter::make(input, output, mapping);
+    const bool isPlanarFloat = output.sampleType == AudioSampleType::float32
+        && (output.layout == AudioLayout::planar || output.channelCount == 1);
+    if (!input.isUsable() || !output.isUsable() || !isPlanarFloat)
+        return nullptr;
+    auto resampler = makeResampler(input, output, mapping);
+    if (!resampler)
+        return nullptr;
+    return std::make_unique<SwresampleAudioConverter>(input, output, std::move(resampler));
 }
 
 } // namespace glimto
