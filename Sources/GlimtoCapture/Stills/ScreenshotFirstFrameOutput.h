@@ -1,13 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <exception>
 #include <memory>
-#include <optional>
-#include <variant>
 
 #include "Platform/CaptureStream.h"
-#include "Support/Guarded.h"
+#include "Support/FirstOutcome.h"
 
 namespace glimto {
 
@@ -17,7 +16,7 @@ struct ScreenshotFrame {
 };
 
 // How a stream that was started for one frame came out.
-using ScreenshotFirstFrameCompletion = std::variant<ScreenshotFrame, std::exception_ptr>;
+using ScreenshotFirstFrameCompletion = FirstOutcome<ScreenshotFrame>;
 
 // Receives what a capture stream delivers and keeps its first usable frame, or the error that came before
 // it. The stream's handlers and the one who waits own it together; any thread.
@@ -38,14 +37,8 @@ public:
     ScreenshotFrame waitForFirstFrame(std::chrono::nanoseconds timeout);
 
 private:
-    struct State {
-        std::optional<ScreenshotFirstFrameCompletion> completion; // that nobody has taken yet
-        bool isOver = false;
-    };
-
-    void complete(ScreenshotFirstFrameCompletion completion);
-
-    Guarded<State> state_;
+    ScreenshotFirstFrameCompletion completion_;
+    std::atomic<bool> isTaken_ = false; // or was waited for in vain
 };
 
 } // namespace glimto
