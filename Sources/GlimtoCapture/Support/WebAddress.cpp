@@ -53,13 +53,6 @@ bool isHostAndPort(std::string_view text)
         && isPortSuffix(text.substr(hostEnd));
 }
 
-// Whether the byte may stand in a path segment as it is (pchar of RFC 3986).
-bool isPathSegmentCharacter(char character)
-{
-    constexpr std::string_view others = "-._~!$&'()*+,;=:@";
-    return isAlphanumeric(character) || others.find(character) != std::string_view::npos;
-}
-
 std::string percentDecoded(std::string_view text)
 {
     std::string result;
@@ -96,13 +89,12 @@ bool isWebAddress(std::string_view text)
     return isHostAndPort(userEnd == std::string_view::npos ? authority : authority.substr(userEnd + 1));
 }
 
-std::string percentEncodedPathSegment(std::string_view text)
+std::string percentEncoded(std::string_view text, std::string_view plain)
 {
     constexpr std::string_view digits = "0123456789ABCDEF";
-    const bool isDots = text == "." || text == ".."; // which would be taken for steps in the path
     std::string result;
     for (const char character : text) {
-        if (!isDots && isPathSegmentCharacter(character)) {
+        if (isAlphanumeric(character) || plain.find(character) != std::string_view::npos) {
             result += character;
         } else {
             const auto byte = static_cast<unsigned char>(character);
@@ -112,6 +104,12 @@ std::string percentEncodedPathSegment(std::string_view text)
         }
     }
     return result;
+}
+
+std::string percentEncodedPathSegment(std::string_view text)
+{
+    const bool isDots = text == "." || text == ".."; // which would be taken for steps in the path
+    return percentEncoded(text, isDots ? "" : "-._~!$&'()*+,;=:@"); // pchar of the RFC
 }
 
 std::string appendingPathSegments(std::string_view address, std::initializer_list<std::string_view> segments)

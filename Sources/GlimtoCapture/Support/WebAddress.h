@@ -12,6 +12,10 @@ namespace glimto {
 // Whether `text` is a URL (RFC 3986) with the scheme "http" or "https", in lower case, and a host.
 bool isWebAddress(std::string_view text);
 
+// `text` with every byte percent-encoded (RFC 3986 section 2.1) that is no ASCII letter or digit and not one
+// of `plain`.
+std::string percentEncoded(std::string_view text, std::string_view plain);
+
 // `text` as one path segment of a URL (RFC 3986 section 3.3): "a b/c" gives "a%20b%2Fc".
 std::string percentEncodedPathSegment(std::string_view text);
 
