@@ -37,17 +37,11 @@ ScreenCaptureWindowListPayload emptyPayload(
     ScreenCaptureWindowListPayload payload;
     payload.generatedAt = iso8601Timestamp(now);
     if (includeEnumeration)
-        payload.enumeration.emplace(contentQuery(scope));
+        payload.enumeration = contentQuery(scope);
     return payload;
 }
 
 } // namespace
-
-ScreenCaptureEnumerationJSON::ScreenCaptureEnumerationJSON(const ContentQuery& query)
-    : excludingDesktopWindows(query.excludingDesktopWindows)
-    , onScreenWindowsOnly(query.onScreenWindowsOnly)
-{
-}
 
 ScreenCaptureFrameJSON::ScreenCaptureFrameJSON(const Rect& rect)
     : x(finiteOrZero(rect.x))
@@ -67,8 +61,8 @@ ScreenCaptureDisplayJSON::ScreenCaptureDisplayJSON(const Display& display)
 }
 
 ScreenCaptureOwningApplicationJSON::ScreenCaptureOwningApplicationJSON(const Application& application)
-    : name(validUTF8(application.applicationName))
-    , bundleID(validUTF8(application.bundleIdentifier))
+    : name(application.applicationName)
+    , bundleID(application.bundleIdentifier)
     , pid(application.processID)
 {
 }
@@ -78,8 +72,6 @@ ScreenCaptureWindowJSON::ScreenCaptureWindowJSON(const Window& window)
     , frame(window.frame)
     , title(trimmedNonEmpty(window.title))
 {
-    if (title)
-        title = validUTF8(*title);
     if (window.owningApplication)
         owningApplication.emplace(*window.owningApplication);
 }
@@ -88,9 +80,9 @@ ScreenCaptureErrorJSON::ScreenCaptureErrorJSON(std::string errorCode, const std:
     : code(std::move(errorCode))
 {
     const ErrorFacts facts = errorFacts(error);
-    message = validUTF8(facts.message);
-    type = validUTF8(facts.type);
-    domain = validUTF8(facts.domain);
+    message = facts.message;
+    type = facts.type;
+    domain = facts.domain;
     nsCode = facts.code;
 }
 

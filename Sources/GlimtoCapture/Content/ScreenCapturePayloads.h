@@ -15,18 +15,13 @@
 
 namespace glimto {
 
-// What other programs read of displays and windows. The JSON keys equal the field names, absent fields
+// What other programs read of displays and windows. In JSON the keys equal the field names, absent fields
 // are left out, and all strings are valid UTF-8. Coordinates are global display points.
 
 inline constexpr const char* screenCaptureCoordinateSpace = "screenCaptureKitGlobalDisplayPoints";
 
 // How the content was fetched.
-struct ScreenCaptureEnumerationJSON {
-    bool excludingDesktopWindows = false;
-    bool onScreenWindowsOnly = false;
-
-    explicit ScreenCaptureEnumerationJSON(const ContentQuery& query);
-};
+using ScreenCaptureEnumerationJSON = ContentQuery;
 
 struct ScreenCaptureFrameJSON {
     double x = 0; // points; 0 when the system told no finite number
