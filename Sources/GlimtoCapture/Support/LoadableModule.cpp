@@ -54,7 +54,8 @@ void* openModule(const std::string& fileName, const std::vector<std::filesystem:
                 throwUnavailable(purpose, "other users may write to " + place.string() + ".");
         }
         requireSpareDescriptors(purpose);
-        if (void* module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
+        // Our modules are linked to be bound at once; a hundred libraries of others need not be.
+        if (void* module = ::dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL))
             return module;
         throwUnavailable(purpose, lastLoaderError());
     }

@@ -138,6 +138,8 @@ private:
         if (!std::exchange(hasBegun_, true))
             grid_.begin(now);
         nextRequest_ = grid_.pointAfter(now);
+        if (source_.changedRects().empty())
+            return;
         // Compositors tell when the picture was shown; one with another clock is not believed.
         const bool isPlausible = source_.time() <= now && source_.time() > now - oldestTime;
         delay_ = isPlausible ? now - source_.time() : HostClock::duration(0);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "Backends/Streams/ChangedRows.h"
 #include "Backends/Wayland/WaylandErrors.h"
 #include "Backends/Wayland/WaylandImageCopy.h"
 #include "Backends/Wayland/WaylandPicture.h"
@@ -278,23 +279,28 @@ void WaylandFrameSource::take(const WaylandCopy& copy, WaylandBuffer& buffer)
     const PixelBuffer copied = pictureIn(buffer);
     const auto part = change.unchangedPart(copied.width, copied.height);
     const PixelRect whole = {0, 0, wanted_.width, wanted_.height};
-    const bool isFirst = picture_ == nullptr;
     const bool hasNewPlace = std::exchange(part_, part) != part;
-    picture_ = std::make_shared<const MemoryPicture>(
-        part ? lease(buffer, *part) : changedWaylandPicture(copied, change));
+    const auto before = std::exchange(picture_,
+        std::make_shared<const MemoryPicture>(
+            part ? lease(buffer, *part) : changedWaylandPicture(copied, change)));
     time_ = copy.time();
-    changedRects_ = {whole};
-    // Compositors do not agree on where the damage of a part is counted from: all of it is taken as
-    // changed.
-    if (isFirst || hasNewPlace || !part || copiesPart_ || !copy.damage())
-        return;
     changedRects_.clear();
-    for (const PixelRect& rect : *copy.damage()) {
-        const PixelRect changed
-            = intersection({rect.x - part->x, rect.y - part->y, rect.width, rect.height}, whole);
-        if (!changed.isEmpty())
+    const auto addChanged = [&](const PixelRect& rect) {
+        if (const PixelRect changed = intersection(rect, whole); !changed.isEmpty())
             changedRects_.push_back(changed);
+    };
+    if (!before || hasNewPlace)
+        return addChanged(whole);
+    // Compositors do not agree on where the damage of a part is counted from.
+    if (part && !copiesPart_ && copy.damage()) {
+        for (const PixelRect& rect : *copy.damage())
+            addChanged({rect.x - part->x, rect.y - part->y, rect.width, rect.height});
+        if (changedRects_ != std::vector{whole})
+            return;
     }
+    // wlroots takes all as changed when somebody begins to look, and some programs draw all for nothing.
+    changedRects_.clear();
+    addChanged(changedRows(before->pixels(), picture_->pixels()));
 }
 
 // What changed since the last copy is old in all other buffers.

@@ -43,7 +43,7 @@ public:
     enum class Result { nothing, picture, failed };
     Result receive();
 
-    // The last picture; null before the first.
+    // The last picture; null before the first. No rectangle: it is the same as the one before.
     const std::shared_ptr<const FramePicture>& picture() const { return picture_; }
     const std::vector<PixelRect>& changedRects() const { return changedRects_; }
     HostTime time() const { return time_; } // by the compositor
