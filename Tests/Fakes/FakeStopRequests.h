@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -14,10 +16,14 @@ public:
     void acknowledge() override { request.reset(); }
     void passOn() override { wasPassedOn = true; }
     std::optional<std::string> pendingRequest() override { return request; }
+    void watch(const std::filesystem::path& file) override { watched = file; }
+    void wait(std::chrono::nanoseconds) override { ++waits; }
 
     bool isListening = false;
     bool wasPassedOn = false; // the process would have ended, if the request was a signal
     std::optional<std::string> request;
+    std::optional<std::filesystem::path> watched;
+    int waits = 0;
 };
 
 } // namespace glimto

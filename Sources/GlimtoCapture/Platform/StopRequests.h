@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -25,6 +27,12 @@ public:
     // The line that tells of the first wish, such as "Interrupt received; finishing recording"; absent
     // while there is none. Cheap: called at every round of the wait loop.
     virtual std::optional<std::string> pendingRequest() = 0;
+
+    // wait() may end early when this file appears.
+    virtual void watch(const std::filesystem::path& file) = 0;
+
+    // Returns as soon as there may be a request, or another reason to look, and after `longest` at the latest.
+    virtual void wait(std::chrono::nanoseconds longest) = 0;
 };
 
 } // namespace glimto

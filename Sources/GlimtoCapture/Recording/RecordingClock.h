@@ -1,7 +1,8 @@
 #pragma once
 
 #include <chrono>
-#include <thread>
+
+#include "Platform/StopRequests.h"
 
 namespace glimto {
 
@@ -14,14 +15,28 @@ public:
 
     // Time since a fixed moment; never runs backwards.
     virtual Seconds now() = 0;
+
+    // Or shorter, when there may be a reason to end the recording.
     virtual void sleepFor(Seconds duration) = 0;
 };
 
 // The monotonic clock of the system.
 class SystemRecordingClock final : public RecordingClock {
 public:
+    // The requests outlive it.
+    explicit SystemRecordingClock(StopRequests& stopRequests)
+        : stopRequests_(stopRequests)
+    {
+    }
+
     Seconds now() override { return std::chrono::steady_clock::now().time_since_epoch(); }
-    void sleepFor(Seconds duration) override { std::this_thread::sleep_for(duration); }
+    void sleepFor(Seconds duration) override
+    {
+        stopRequests_.wait(std::chrono::ceil<std::chrono::nanoseconds>(duration));
+    }
+
+private:
+    StopRequests& stopRequests_;
 };
 
 } // namespace glimto

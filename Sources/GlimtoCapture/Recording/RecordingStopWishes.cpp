@@ -12,6 +12,8 @@ RecordingStopWishes::RecordingStopWishes(const RecordOptions& options, StopReque
     , clock_(clock)
     , progress_(progress)
 {
+    if (options.stopFileURL)
+        stopRequests.watch(*options.stopFileURL);
     if (options.maxDurationSeconds)
         maximum_ = clock.now() + RecordingClock::Seconds(*options.maxDurationSeconds);
 }

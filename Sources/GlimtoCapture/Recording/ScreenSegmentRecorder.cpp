@@ -84,6 +84,7 @@ ScreenSegmentRecorder::ScreenSegmentRecorder(PlatformServices& services, Outputs
     RecordingClock& clock, const RecordingStopLimits& limits, const CaptureStartLimits& startLimits)
     : services_(services)
     , outputs_(outputs)
+    , systemClock_(services.stopRequests)
     , clock_(clock)
     , limits_(limits)
     , startLimits_(startLimits)

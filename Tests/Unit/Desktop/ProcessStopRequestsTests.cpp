@@ -1,7 +1,10 @@
 #include "Backends/Desktop/ProcessStopRequests.h"
 
 #include <array>
+#include <chrono>
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -9,6 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Fakes/TemporaryDirectory.h"
 #include "Support/FileDescriptor.h"
 
 namespace glimto {
@@ -190,6 +194,53 @@ TEST(ProcessStopRequestsTests, TheParentsEndIsNoWishWhenOurOutputIsNoPipe)
 {
     const FileDescriptor file(::fileno(std::tmpfile()));
     EXPECT_EQ(reportAfterTheParentEnded(file.get()), "none; none");
+}
+
+// What is waited for comes while it is waited for, or before; an hour is longer than this test may take.
+TEST(ProcessStopRequestsTests, ASignalEndsTheWait)
+{
+    ProcessStopRequests requests;
+    requests.beginListening();
+    std::thread sender([process = ::getpid()] { ::kill(process, SIGTERM); });
+    requests.wait(std::chrono::hours(1));
+    sender.join();
+    EXPECT_EQ(requests.pendingRequest(), "Termination signal received; finishing recording");
+}
+
+TEST(ProcessStopRequestsTests, AFileThatAppearsEndsTheWait)
+{
+    const TemporaryDirectory directory;
+    const auto file = directory.path() / "stop";
+    const auto other = directory.path() / "other";
+    for (const bool isMoved : {false, true}) {
+        std::filesystem::remove(file);
+        std::ofstream(other) << "x";
+        ProcessStopRequests requests;
+        requests.watch(file);
+        std::thread maker([&] {
+            if (isMoved)
+                std::filesystem::rename(other, file);
+            else
+                std::ofstream(file) << "x";
+        });
+        while (!std::filesystem::exists(file))
+            requests.wait(std::chrono::hours(1));
+        maker.join();
+    }
+}
+
+// The directory may be a busy one.
+TEST(ProcessStopRequestsTests, OtherFilesAndNoDirectoryDoNotEndTheWait)
+{
+    const TemporaryDirectory directory;
+    for (const char* place : {"stop", "nowhere/stop"}) {
+        ProcessStopRequests requests;
+        requests.watch(directory.path() / place);
+        std::ofstream(directory.path() / "other") << "x";
+        const auto began = std::chrono::steady_clock::now();
+        requests.wait(std::chrono::milliseconds(30));
+        EXPECT_GE(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(30));
+    }
 }
 
 } // namespace

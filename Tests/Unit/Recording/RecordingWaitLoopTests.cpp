@@ -255,5 +255,20 @@ TEST_F(RecordingWaitLoopTests, TheMaximumDurationComesBeforeTheEndOfTheDuration)
     EXPECT_EQ(told().front(), "Maximum recording duration reached; finishing recording");
 }
 
+TEST_F(RecordingWaitLoopTests, TheStopFileIsWatched)
+{
+    recordUntilStopped();
+    createStopFile();
+    wait();
+    EXPECT_EQ(stopRequests.watched, stopFile);
+}
+
+TEST_F(RecordingWaitLoopTests, TheSystemsClockSleepsUntilSomebodyMayAskForTheEnd)
+{
+    SystemRecordingClock systemClock(stopRequests);
+    systemClock.sleepFor(std::chrono::hours(1));
+    EXPECT_EQ(stopRequests.waits, 1);
+}
+
 } // namespace
 } // namespace glimto

@@ -20,6 +20,7 @@ constexpr std::int64_t secondInterruptDelay = 1'000'000'000; // nanoseconds
 // By hand: a signal handler has nothing but the process. What it notes cannot belong to an object.
 std::atomic<int> firstSignal{0};
 std::atomic<std::int64_t> firstInterruptTime{0}; // nanoseconds, 0 when there was none
+std::atomic<int> waitDescriptor{-1}; // of who listens
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<std::int64_t>::is_always_lock_free);
 
 std::array<struct sigaction, stopSignals.size()> previousActions; // by hand: the process's, as signals are
@@ -37,6 +38,7 @@ void noteSignal(int signal) noexcept
     const int savedError = errno;
     int none = 0;
     firstSignal.compare_exchange_strong(none, signal);
+    InterruptibleWait::interrupt(waitDescriptor);
     if (signal == SIGINT) {
         const std::int64_t now = monotonicNanoseconds();
         std::int64_t first = 0;
@@ -84,6 +86,7 @@ void ProcessStopRequests::endListening()
     isListening_ = false;
     for (std::size_t index = 0; index < stopSignals.size(); ++index)
         ::sigaction(stopSignals[index], &previousActions[index], nullptr);
+    waitDescriptor = -1;
 }
 
 void ProcessStopRequests::beginListening()
@@ -94,6 +97,7 @@ void ProcessStopRequests::beginListening()
     watchesParent_ = isReadBySomebody(STDOUT_FILENO);
     firstSignal = 0;
     firstInterruptTime = 0;
+    waitDescriptor = wait_.descriptor();
     for (std::size_t index = 0; index < stopSignals.size(); ++index) {
         const int signal = stopSignals[index];
         ::sigaction(signal, nullptr, &previousActions[index]);

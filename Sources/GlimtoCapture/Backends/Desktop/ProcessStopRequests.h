@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include "Backends/Desktop/InterruptibleWait.h"
 #include "Platform/StopRequests.h"
 
 namespace glimto {
@@ -29,10 +30,13 @@ public:
     void acknowledge() override;
     void passOn() override;
     std::optional<std::string> pendingRequest() override;
+    void watch(const std::filesystem::path& file) override { wait_.watch(file); }
+    void wait(std::chrono::nanoseconds longest) override { wait_.waitFor(longest); }
 
 private:
     void endListening();
 
+    InterruptibleWait wait_;
     pid_t parent_;
     bool isListening_ = false;
     bool watchesParent_ = false;
