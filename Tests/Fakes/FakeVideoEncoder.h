@@ -15,7 +15,7 @@ namespace glimto {
 struct FakeVideoEncoderState {
     struct Call {
         std::string what; // "encode", "repeat" or "refine"
-        std::int64_t time = 0;
+        VideoTime time{0};
         PictureKind kind = PictureKind::predicted;
 
         friend bool operator==(const Call&, const Call&) = default;
@@ -44,18 +44,18 @@ public:
     const VideoSampleDescription& sampleDescription() const override { return description_; }
 
     std::vector<EncodedPicture> encode(const FramePicture& picture,
-        std::span<const PixelRect> /*changedRects*/, std::int64_t time, PictureKind kind) override
+        std::span<const PixelRect> /*changedRects*/, VideoTime time, PictureKind kind) override
     {
         state_->pictures.push_back(&picture);
         return made("encode", time, kind);
     }
 
-    std::vector<EncodedPicture> repeat(std::int64_t time, PictureKind kind) override
+    std::vector<EncodedPicture> repeat(VideoTime time, PictureKind kind) override
     {
         return made("repeat", time, kind);
     }
 
-    std::optional<std::vector<EncodedPicture>> refine(std::int64_t time) override
+    std::optional<std::vector<EncodedPicture>> refine(VideoTime time) override
     {
         if (state_->refinements == 0)
             return std::nullopt;
@@ -66,7 +66,7 @@ public:
     std::vector<EncodedPicture> finish() override { return std::exchange(waiting_, {}); }
 
 private:
-    std::vector<EncodedPicture> made(const char* what, std::int64_t time, PictureKind kind)
+    std::vector<EncodedPicture> made(const char* what, VideoTime time, PictureKind kind)
     {
         const std::string text = "picture " + std::to_string(state_->calls.size()) + ";";
         state_->calls.push_back({what, time, kind});
@@ -100,14 +100,13 @@ private:
     const VideoCodec codec_ = {.name = "another", .playlistCodec = "mp4v.20.9"};
     const VideoSampleDescription description_;
     std::vector<EncodedPicture> waiting_;
-    std::int64_t lastDecodeTime_ = 0;
+    VideoTime lastDecodeTime_{0};
     const std::shared_ptr<FakeVideoEncoderState> state_; // shared with the test
 };
 
 class FakeVideoEncoderFactory final : public VideoEncoderFactory {
 public:
-    std::unique_ptr<VideoEncoder> makeEncoder(
-        const VideoEncodingSettings& settings, std::int32_t /*timescale*/) override
+    std::unique_ptr<VideoEncoder> makeEncoder(const VideoEncodingSettings& settings) override
     {
         if (state->refusesSettings)
             return nullptr;

@@ -5,14 +5,31 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <ratio>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "Platform/Geometry.h"
 #include "Platform/FramePicture.h"
+#include "Platform/MediaTime.h"
 
 namespace glimto {
+
+// Times on a video track, from its start: 90,000 ticks a second, of which each usual frame rate has whole
+// ones.
+using VideoTime = std::chrono::duration<std::int64_t, std::ratio<1, 90'000>>;
+
+// Rounded half away from zero. Must be valid.
+inline VideoTime videoTime(const MediaTime& time)
+{
+    return VideoTime(time.converted(VideoTime::period::den).value);
+}
+
+inline MediaTime mediaTime(VideoTime time)
+{
+    return {time.count(), VideoTime::period::den};
+}
 
 // What a take's pictures are encoded with, settled before the first one.
 struct VideoEncodingSettings {
@@ -45,8 +62,8 @@ enum class PictureKind { keyframe, predicted };
 // One encoded picture as a sample of the container.
 struct EncodedPicture {
     std::vector<std::byte> data;
-    std::int64_t time = 0; // when it is shown, ticks
-    std::int64_t decodeTime = 0; // not later than `time`; of a keyframe the same
+    VideoTime time{0}; // when it is shown
+    VideoTime decodeTime{0}; // not later than `time`; of a keyframe the same
     bool isKeyframe = false;
 };
 
@@ -56,9 +73,8 @@ struct EncodedPicture {
 // later, and some before others that are shown earlier. None is lost, and each keeps its time. All pictures
 // given before a keyframe come out before it.
 //
-// It keeps the picture that it was given last. Used by one thread at a time. `time` is in ticks of the
-// timescale that the encoder was made with, and rises. A keyframe needs nothing before it, and nothing after
-// it needs what was before. What fails throws PlatformError.
+// It keeps the picture that it was given last. Used by one thread at a time. `time` rises. A keyframe needs
+// nothing before it, and nothing after it needs what was before. What fails throws PlatformError.
 class VideoEncoder {
 public:
     virtual ~VideoEncoder() = default;
@@ -68,15 +84,15 @@ public:
 
     // Encodes a picture of the settings' size that differs from the one before in `changedRects` at most.
     virtual std::vector<EncodedPicture> encode(const FramePicture& picture,
-        std::span<const PixelRect> changedRects, std::int64_t time, PictureKind kind)
+        std::span<const PixelRect> changedRects, VideoTime time, PictureKind kind)
         = 0;
 
     // Encodes the picture that was given last once more.
-    virtual std::vector<EncodedPicture> repeat(std::int64_t time, PictureKind kind) = 0;
+    virtual std::vector<EncodedPicture> repeat(VideoTime time, PictureKind kind) = 0;
 
     // The same, finer than before or to let out what is due, for a picture that stands still. Absent when it
     // is not encoded once more, as it is fine enough.
-    virtual std::optional<std::vector<EncodedPicture>> refine(std::int64_t time) = 0;
+    virtual std::optional<std::vector<EncodedPicture>> refine(VideoTime time) = 0;
 
     // What has not come out yet. No picture follows.
     virtual std::vector<EncodedPicture> finish() = 0;
@@ -86,10 +102,8 @@ class VideoEncoderFactory {
 public:
     virtual ~VideoEncoderFactory() = default;
 
-    // Null when the encoder refuses the settings. `timescale` is ticks a second. Throws PlatformError.
-    virtual std::unique_ptr<VideoEncoder> makeEncoder(
-        const VideoEncodingSettings& settings, std::int32_t timescale)
-        = 0;
+    // Null when the encoder refuses the settings. Throws PlatformError.
+    virtual std::unique_ptr<VideoEncoder> makeEncoder(const VideoEncodingSettings& settings) = 0;
 };
 
 } // namespace glimto

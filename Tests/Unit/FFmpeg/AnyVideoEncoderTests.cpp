@@ -16,7 +16,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using Call = FakeVideoEncoderState::Call;
 
-constexpr std::int64_t ticksPerSecond = 90'000;
+constexpr VideoTime second = std::chrono::seconds(1);
 
 std::string text(const std::vector<std::byte>& bytes)
 {
@@ -74,14 +74,13 @@ TEST_F(AnyVideoEncoderTests, PicturesAreCutIntoSegmentsAtTheEncodersKeyframes)
     EXPECT_EQ(writer->finishWriting(), AssetWriterStatus::completed);
 
     EXPECT_THAT(encoders.state->calls,
-        ElementsAre(Call{"encode", 0, PictureKind::keyframe},
-            Call{"encode", ticksPerSecond / 2, PictureKind::predicted},
-            Call{"encode", ticksPerSecond, PictureKind::keyframe},
-            Call{"encode", ticksPerSecond * 3 / 2, PictureKind::predicted}));
+        ElementsAre(Call{"encode", VideoTime(0), PictureKind::keyframe},
+            Call{"encode", second / 2, PictureKind::predicted}, Call{"encode", second, PictureKind::keyframe},
+            Call{"encode", second * 3 / 2, PictureKind::predicted}));
     ASSERT_EQ(collector.segments.size(), 2U);
     EXPECT_THAT(text(collector.segments[0].data), HasSubstr("picture 0;picture 1;"));
     EXPECT_THAT(text(collector.segments[1].data), HasSubstr("picture 2;picture 3;"));
-    EXPECT_EQ(collector.segments[0].report.duration, (MediaTime{ticksPerSecond, ticksPerSecond}));
+    EXPECT_EQ(collector.segments[0].report.duration, mediaTime(second));
 }
 
 TEST_F(AnyVideoEncoderTests, APictureInGraphicsMemoryIsHandedOnAsItIs)
@@ -108,10 +107,10 @@ TEST_F(AnyVideoEncoderTests, StillPictureIsRefinedAsLongAsTheEncoderCanAndRepeat
     EXPECT_EQ(writer->finishWriting(), AssetWriterStatus::completed);
 
     EXPECT_THAT(encoders.state->calls,
-        ElementsAre(Call{"encode", 0, PictureKind::keyframe},
-            Call{"refine", ticksPerSecond * 3 / 10, PictureKind::predicted},
-            Call{"repeat", ticksPerSecond, PictureKind::keyframe},
-            Call{"repeat", ticksPerSecond * 14 / 10, PictureKind::predicted}));
+        ElementsAre(Call{"encode", VideoTime(0), PictureKind::keyframe},
+            Call{"refine", second * 3 / 10, PictureKind::predicted},
+            Call{"repeat", second, PictureKind::keyframe},
+            Call{"repeat", second * 14 / 10, PictureKind::predicted}));
 }
 
 // Shown 0, 1, 2 and so on, decoded 0, 2, 1, 4, 3.
@@ -123,18 +122,16 @@ TEST_F(AnyVideoEncoderTests, PicturesThatComeOutLateAndInAnotherOrderAreCutAndTi
         append(100 * index, true);
     EXPECT_EQ(writer->finishWriting(), AssetWriterStatus::completed);
 
-    EXPECT_EQ(encoders.state->calls[10], (Call{"encode", ticksPerSecond, PictureKind::keyframe}));
+    EXPECT_EQ(encoders.state->calls[10], (Call{"encode", second, PictureKind::keyframe}));
     ASSERT_EQ(collector.segments.size(), 2U);
     EXPECT_THAT(
         text(collector.segments[0].data), HasSubstr("picture 0;picture 2;picture 1;picture 4;picture 3;"));
     EXPECT_THAT(text(collector.segments[0].data), HasSubstr("picture 9;"));
     EXPECT_THAT(text(collector.segments[1].data), HasSubstr("picture 10;picture 12;picture 11;"));
-    EXPECT_EQ(collector.segments[0].report.duration, (MediaTime{ticksPerSecond, ticksPerSecond}));
-    EXPECT_EQ(
-        collector.segments[1].report.earliestPresentationTime, (MediaTime{ticksPerSecond, ticksPerSecond}));
+    EXPECT_EQ(collector.segments[0].report.duration, mediaTime(second));
+    EXPECT_EQ(collector.segments[1].report.earliestPresentationTime, mediaTime(second));
     // The last frame lasts a thirtieth of a second.
-    EXPECT_EQ(collector.segments[1].report.duration,
-        (MediaTime{ticksPerSecond * 4 / 10 + ticksPerSecond / 30, ticksPerSecond}));
+    EXPECT_EQ(collector.segments[1].report.duration, mediaTime(second * 4 / 10 + second / 30));
 }
 
 TEST_F(AnyVideoEncoderTests, WhatTheEncoderStillHasComesOutAtTheEnd)
@@ -149,10 +146,8 @@ TEST_F(AnyVideoEncoderTests, WhatTheEncoderStillHasComesOutAtTheEnd)
 
     ASSERT_EQ(collector.segments.size(), 1U);
     EXPECT_THAT(text(collector.segments[0].data), HasSubstr("picture 0;picture 2;picture 1;"));
-    EXPECT_EQ(
-        encoders.state->calls.back(), (Call{"repeat", ticksPerSecond * 3 / 10, PictureKind::predicted}));
-    EXPECT_EQ(collector.segments[0].report.duration,
-        (MediaTime{ticksPerSecond * 3 / 10 + ticksPerSecond / 30, ticksPerSecond}));
+    EXPECT_EQ(encoders.state->calls.back(), (Call{"repeat", second * 3 / 10, PictureKind::predicted}));
+    EXPECT_EQ(collector.segments[0].report.duration, mediaTime(second * 3 / 10 + second / 30));
 }
 
 TEST_F(AnyVideoEncoderTests, SettingsThatTheEncoderRefusesGiveNoWriter)

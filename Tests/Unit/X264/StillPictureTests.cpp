@@ -16,8 +16,7 @@ namespace {
 
 constexpr int width = 320;
 constexpr int height = 240;
-constexpr std::int32_t ticksPerSecond = 90'000;
-constexpr std::int64_t ticksAFrame = ticksPerSecond / 30;
+constexpr VideoTime frameDuration = VideoTime(std::chrono::seconds(1)) / 30;
 constexpr int framesASegment = 120;
 
 // The bits of a NAL unit from its second byte on (ITU-T H.264 sections 7.2 and 9.1), as far as none of them
@@ -71,12 +70,11 @@ class Recording {
 public:
     explicit Recording(std::int64_t bitsPerSecond = 2'000'000)
         : encoder_(factory_.makeEncoder({.width = width,
-                                            .height = height,
-                                            .framesPerSecond = 30,
-                                            .averageBitRate = bitsPerSecond,
-                                            .maxKeyFrameInterval = framesASegment,
-                                            .maxKeyFrameIntervalDuration = std::chrono::seconds(4)},
-            ticksPerSecond))
+            .height = height,
+            .framesPerSecond = 30,
+            .averageBitRate = bitsPerSecond,
+            .maxKeyFrameInterval = framesASegment,
+            .maxKeyFrameIntervalDuration = std::chrono::seconds(4)}))
         , frameNumberBits_(frameNumberBits(encoder_->sampleDescription().decoderConfiguration))
     {
     }
@@ -157,7 +155,7 @@ public:
     }
 
 private:
-    std::int64_t time() const { return ticksAFrame * frame_; }
+    VideoTime time() const { return frameDuration * frame_; }
 
     PictureKind kind() const
     {
@@ -185,7 +183,7 @@ TEST(StillPictureTests, KeyframesAreTheSameTwoByTurns)
     const auto keyframes = recording.keyframes();
     ASSERT_EQ(keyframes.size(), 9U);
     for (std::size_t index = 4; index < keyframes.size(); ++index) {
-        EXPECT_EQ(keyframes[index].time, static_cast<std::int64_t>(index) * 4 * ticksPerSecond);
+        EXPECT_EQ(keyframes[index].time, index * std::chrono::seconds(4));
         EXPECT_EQ(keyframes[index].data, keyframes[index - 2].data) << index;
         EXPECT_NE(keyframes[index].data, keyframes[index - 1].data) << index;
     }

@@ -15,20 +15,18 @@ namespace {
 
 constexpr int width = 320;
 constexpr int height = 240;
-constexpr std::int32_t ticksPerSecond = 90'000;
-constexpr std::int64_t ticksAFrame = ticksPerSecond / 30;
+constexpr VideoTime frameDuration = VideoTime(std::chrono::seconds(1)) / 30;
 
 // Gives frames to an encoder, one each thirtieth of a second.
 class Recording {
 public:
     explicit Recording(std::int64_t bitsPerSecond = 2'000'000)
         : encoder_(factory_.makeEncoder({.width = width,
-                                            .height = height,
-                                            .framesPerSecond = 30,
-                                            .averageBitRate = bitsPerSecond,
-                                            .maxKeyFrameInterval = 120,
-                                            .maxKeyFrameIntervalDuration = std::chrono::seconds(4)},
-            ticksPerSecond))
+            .height = height,
+            .framesPerSecond = 30,
+            .averageBitRate = bitsPerSecond,
+            .maxKeyFrameInterval = 120,
+            .maxKeyFrameIntervalDuration = std::chrono::seconds(4)}))
     {
     }
 
@@ -50,13 +48,13 @@ public:
     std::vector<int> finish() { return framesOf(encoder_->finish()); }
 
 private:
-    std::int64_t nextTime() { return ticksAFrame * frame_++; }
+    VideoTime nextTime() { return frameDuration * frame_++; }
 
     static std::vector<int> framesOf(const std::vector<EncodedPicture>& pictures)
     {
         std::vector<int> frames;
         for (const EncodedPicture& picture : pictures)
-            frames.push_back(static_cast<int>(picture.time / ticksAFrame));
+            frames.push_back(static_cast<int>(picture.time / frameDuration));
         return frames;
     }
 

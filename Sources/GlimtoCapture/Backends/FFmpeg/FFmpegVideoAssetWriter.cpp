@@ -8,21 +8,20 @@ namespace glimto {
 
 namespace {
 
-constexpr std::int32_t timescale = 90'000;
 constexpr int mostFramesHeld = 2;
 
 // A longer segment is written in several fragments, so that memory stays flat.
 constexpr std::size_t largestFragmentBytes = std::size_t{4} * 1024 * 1024;
 
 // The last frame's own duration, at most.
-constexpr std::int64_t longestLastFrameTicks = timescale / 30;
+constexpr VideoTime longestLastFrame = VideoTime(std::chrono::seconds(1)) / 30;
 
 } // namespace
 
 std::unique_ptr<FFmpegVideoAssetWriter> FFmpegVideoAssetWriter::make(VideoEncoderFactory& encoders,
     const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate)
 {
-    auto encoder = encoders.makeEncoder(settings, timescale);
+    auto encoder = encoders.makeEncoder(settings);
     if (!encoder)
         return nullptr;
     return std::unique_ptr<FFmpegVideoAssetWriter>(
@@ -33,10 +32,10 @@ FFmpegVideoAssetWriter::FFmpegVideoAssetWriter(const VideoEncodingSettings& sett
     MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate, std::unique_ptr<VideoEncoder> encoder)
     : settings_(settings)
     , codec_(encoder->codec())
-    , frameTicks_(timescale / std::max(settings.framesPerSecond, 1))
+    , frameDuration_(VideoTime(std::chrono::seconds(1)) / std::max(settings.framesPerSecond, 1))
     , encoder_(std::move(encoder))
-    , muxer_(encoder_->sampleDescription(), timescale, settings.averageBitRate)
-    , boundaries_(preferredSegmentInterval.converted(timescale).value, frameTicks_)
+    , muxer_(encoder_->sampleDescription(), VideoTime::period::den, settings.averageBitRate)
+    , boundaries_(videoTime(preferredSegmentInterval), frameDuration_)
     , task_("glimto.capture.encoder", muxer_, delegate)
 {
 }
@@ -50,7 +49,7 @@ bool FFmpegVideoAssetWriter::append(const VideoFrame& frame)
 {
     if (!frame.picture || !frame.presentationTime.isValid() || !isReadyForMoreMediaData())
         return false;
-    const std::int64_t time = frame.presentationTime.converted(timescale).value;
+    const VideoTime time = videoTime(frame.presentationTime);
     if (time <= lastAppendedTime_)
         return false;
     if (frame.picture->width() != settings_.width || frame.picture->height() != settings_.height)
@@ -63,7 +62,7 @@ bool FFmpegVideoAssetWriter::append(const VideoFrame& frame)
 
 void FFmpegVideoAssetWriter::encodeFrame(const VideoFrame& frame)
 {
-    const std::int64_t time = frame.presentationTime.converted(timescale).value;
+    const VideoTime time = videoTime(frame.presentationTime);
     repeatOnBoundariesBefore(time);
     const bool followsLast = lastSequenceNumber_ && *lastSequenceNumber_ + 1 == frame.sequenceNumber;
     lastSequenceNumber_ = frame.sequenceNumber;
@@ -80,15 +79,15 @@ void FFmpegVideoAssetWriter::encodeFrame(const VideoFrame& frame)
 }
 
 // A picture that stands still is not seen again at a segment's start, but the segment needs it there.
-void FFmpegVideoAssetWriter::repeatOnBoundariesBefore(std::int64_t time)
+void FFmpegVideoAssetWriter::repeatOnBoundariesBefore(VideoTime time)
 {
     while (lastGivenTime_ && !task_.isCancelled() && boundaries_.needsRepeatBefore(time)) {
-        const std::int64_t boundary = boundaries_.boundary();
+        const VideoTime boundary = boundaries_.boundary();
         take(encoder_->repeat(boundary, begin(boundary)));
     }
 }
 
-void FFmpegVideoAssetWriter::refine(std::int64_t time)
+void FFmpegVideoAssetWriter::refine(VideoTime time)
 {
     if (auto finer = encoder_->refine(time)) {
         lastGivenTime_ = time;
@@ -97,7 +96,7 @@ void FFmpegVideoAssetWriter::refine(std::int64_t time)
 }
 
 // A picture of that time is about to be given to the encoder.
-PictureKind FFmpegVideoAssetWriter::begin(std::int64_t time)
+PictureKind FFmpegVideoAssetWriter::begin(VideoTime time)
 {
     lastGivenTime_ = time;
     if (!boundaries_.startsSegment(time))
@@ -126,21 +125,21 @@ void FFmpegVideoAssetWriter::take(EncodedPicture picture)
     held_ = std::move(picture);
 }
 
-void FFmpegVideoAssetWriter::writeHeldPicture(std::int64_t endTime)
+void FFmpegVideoAssetWriter::writeHeldPicture(VideoTime endTime)
 {
     muxer_.addSample(held_->data,
-        {.decodeTime = held_->decodeTime,
-            .duration = endTime - held_->decodeTime,
-            .time = held_->time,
+        {.decodeTime = held_->decodeTime.count(),
+            .duration = (endTime - held_->decodeTime).count(),
+            .time = held_->time.count(),
             .isKeyframe = held_->isKeyframe});
     if (muxer_.pendingBytes() >= largestFragmentBytes)
         task_.deliverFragment();
 }
 
-void FFmpegVideoAssetWriter::endSegment(std::int64_t endTime)
+void FFmpegVideoAssetWriter::endSegment(VideoTime endTime)
 {
-    task_.deliverSegment({.duration = MediaTime{endTime - segmentStart_, timescale},
-        .earliestPresentationTime = MediaTime{segmentStart_, timescale}});
+    task_.deliverSegment({.duration = mediaTime(endTime - segmentStart_),
+        .earliestPresentationTime = mediaTime(segmentStart_)});
 }
 
 void FFmpegVideoAssetWriter::finishTrack()
@@ -149,10 +148,10 @@ void FFmpegVideoAssetWriter::finishTrack()
         return;
     // Many readers take a track to end with its last frame's time, so a picture that stood still until
     // the end is there once more.
-    if (lastTime_ - *lastGivenTime_ >= frameTicks_)
+    if (lastTime_ - *lastGivenTime_ >= frameDuration_)
         take(encoder_->repeat(lastTime_, PictureKind::predicted));
     take(encoder_->finish());
-    const std::int64_t endTime = lastTime_ + std::min(frameTicks_, longestLastFrameTicks);
+    const VideoTime endTime = lastTime_ + std::min(frameDuration_, longestLastFrame);
     writeHeldPicture(endTime);
     endSegment(endTime);
     held_.reset();

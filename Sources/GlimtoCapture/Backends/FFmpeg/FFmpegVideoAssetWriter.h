@@ -32,7 +32,10 @@ public:
     bool startWriting() override { return task_.start(); }
     bool isReadyForMoreMediaData() const override;
     bool append(const VideoFrame& frame) override;
-    AssetWriterStatus finishWriting() override { return task_.finish([this] { finishTrack(); }); }
+    AssetWriterStatus finishWriting() override
+    {
+        return task_.finish([this] { finishTrack(); });
+    }
     void cancelWriting() override { task_.cancel(); }
     AssetWriterStatus status() const override { return task_.status(); }
     std::string error() const override { return task_.error(); }
@@ -42,30 +45,30 @@ private:
         AssetWriterDelegate& delegate, std::unique_ptr<VideoEncoder> encoder);
 
     void encodeFrame(const VideoFrame& frame);
-    void repeatOnBoundariesBefore(std::int64_t time);
-    void refine(std::int64_t time);
-    PictureKind begin(std::int64_t time);
+    void repeatOnBoundariesBefore(VideoTime time);
+    void refine(VideoTime time);
+    PictureKind begin(VideoTime time);
     void take(std::vector<EncodedPicture> pictures);
     void take(EncodedPicture picture);
-    void writeHeldPicture(std::int64_t endTime);
-    void endSegment(std::int64_t endTime);
+    void writeHeldPicture(VideoTime endTime);
+    void endSegment(VideoTime endTime);
     void finishTrack();
 
     const VideoEncodingSettings settings_;
     const VideoCodec codec_;
-    const std::int64_t frameTicks_;
+    const VideoTime frameDuration_;
     std::atomic<int> framesHeld_ = 0;
-    std::int64_t lastAppendedTime_ = -1; // used by the appending thread only
+    VideoTime lastAppendedTime_{-1}; // used by the appending thread only
 
     // What follows is used on the encoder's queue only.
     std::unique_ptr<VideoEncoder> encoder_;
     FragmentMuxer muxer_;
     SegmentBoundaries boundaries_;
     std::optional<EncodedPicture> held_; // written once the time of the next one tells its duration
-    std::int64_t segmentStart_ = 0;
-    std::deque<std::int64_t> nextSegmentStarts_; // of keyframes that the encoder has not given back yet
-    std::optional<std::int64_t> lastGivenTime_; // of the encoder's last picture
-    std::int64_t lastTime_ = 0; // of the last frame, whether it changed anything or not
+    VideoTime segmentStart_{0};
+    std::deque<VideoTime> nextSegmentStarts_; // of keyframes that the encoder has not given back yet
+    std::optional<VideoTime> lastGivenTime_; // of the encoder's last picture
+    VideoTime lastTime_{0}; // of the last frame, whether it changed anything or not
     std::optional<std::uint64_t> lastSequenceNumber_;
 
     EncodingTask task_; // last: what its steps use outlives it

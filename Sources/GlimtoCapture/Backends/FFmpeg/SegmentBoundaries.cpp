@@ -4,23 +4,23 @@
 
 namespace glimto {
 
-SegmentBoundaries::SegmentBoundaries(std::int64_t intervalTicks, std::int64_t frameTicks)
-    : intervalTicks_(std::max(intervalTicks, std::int64_t{1}))
-    , frameTicks_(std::max(frameTicks, std::int64_t{1}))
+SegmentBoundaries::SegmentBoundaries(VideoTime interval, VideoTime frameDuration)
+    : interval_(std::max(interval, VideoTime(1)))
+    , frameDuration_(std::max(frameDuration, VideoTime(1)))
 {
 }
 
-bool SegmentBoundaries::startsSegment(std::int64_t time) const
+bool SegmentBoundaries::startsSegment(VideoTime time) const
 {
     // Half a frame early counts as on time: frames are stamped when they were taken, some ten
     // microseconds around the even grid.
-    return time >= next_ - frameTicks_ / 2;
+    return time >= next_ - frameDuration_ / 2;
 }
 
-void SegmentBoundaries::startSegment(std::int64_t time)
+void SegmentBoundaries::startSegment(VideoTime time)
 {
-    const std::int64_t earliest = time + frameTicks_ - frameTicks_ / 4;
-    next_ = (earliest + intervalTicks_ - 1) / intervalTicks_ * intervalTicks_;
+    const VideoTime earliest = time + frameDuration_ - frameDuration_ / 4;
+    next_ = (earliest + interval_ - VideoTime(1)) / interval_ * interval_;
 }
 
 } // namespace glimto

@@ -99,8 +99,7 @@ void chooseColor(x264_param_t& parameters)
     parameters.vui.i_colmatrix = 6;
 }
 
-x264_param_t encoderParameters(
-    const VideoEncodingSettings& settings, std::int32_t timescale, CodingTools tools)
+x264_param_t encoderParameters(const VideoEncodingSettings& settings, CodingTools tools)
 {
     x264_param_t parameters;
     x264_param_default_preset(&parameters, "superfast", nullptr);
@@ -114,7 +113,7 @@ x264_param_t encoderParameters(
     parameters.i_fps_den = 1;
     parameters.b_vfr_input = 0; // else each picture waits for the next
     parameters.i_timebase_num = 1;
-    parameters.i_timebase_den = static_cast<std::uint32_t>(timescale);
+    parameters.i_timebase_den = VideoTime::period::den;
     parameters.i_keyint_max = static_cast<int>(
         std::clamp<std::int64_t>(settings.maxKeyFrameInterval, 1, X264_KEYINT_MAX_INFINITE));
     parameters.i_keyint_min = 1;
@@ -130,11 +129,11 @@ x264_param_t encoderParameters(
 } // namespace
 
 std::unique_ptr<X264PictureCoder> X264PictureCoder::make(
-    const VideoEncodingSettings& settings, std::int32_t timescale, CodingTools tools)
+    const VideoEncodingSettings& settings, CodingTools tools)
 {
     if (settings.width > largestSide || settings.height > largestSide)
         return nullptr;
-    x264_param_t parameters = encoderParameters(settings, timescale, tools);
+    x264_param_t parameters = encoderParameters(settings, tools);
     x264_t* opened = x264_encoder_open(&parameters);
     if (!opened)
         return nullptr;
@@ -200,7 +199,7 @@ std::vector<EncodedPicture> X264PictureCoder::give(I420Picture& picture, const C
     input.i_type = coding.kind == PictureKind::keyframe ? X264_TYPE_IDR
         : coding.isBetween                              ? X264_TYPE_B
                                                         : X264_TYPE_P;
-    input.i_pts = coding.time;
+    input.i_pts = coding.time.count();
     input.opaque = mark;
     input.i_qpplus1 = coding.quantizer + 1;
     input.img.i_csp = X264_CSP_I420;
@@ -261,8 +260,8 @@ std::vector<EncodedPicture> X264PictureCoder::run(x264_picture_t* input)
     // x264 lays the units of one picture out one behind the other.
     const auto bytes = std::as_bytes(std::span(units[0].p_payload, static_cast<std::size_t>(size)));
     encoded.data.assign(bytes.begin(), bytes.end());
-    encoded.time = output.i_pts;
-    encoded.decodeTime = lastDecodeTime_ = decodeTimeOf(output.i_pts);
+    encoded.time = VideoTime(output.i_pts);
+    encoded.decodeTime = lastDecodeTime_ = decodeTimeOf(encoded.time);
     encoded.isKeyframe = output.b_keyframe != 0;
     return {std::move(encoded)};
 }
@@ -270,7 +269,7 @@ std::vector<EncodedPicture> X264PictureCoder::run(x264_picture_t* input)
 // Pictures are decoded when they are shown, but what is shown after one in between is needed for it: half way
 // between the picture decoded before and the one in between, which is never too late and leaves no time that
 // is negative.
-std::int64_t X264PictureCoder::decodeTimeOf(std::int64_t time)
+VideoTime X264PictureCoder::decodeTimeOf(VideoTime time)
 {
     if (!timeBetween_ || time < *timeBetween_)
         return time;

@@ -28,8 +28,7 @@ enum class CodingTools { quick, thorough };
 class X264PictureCoder {
 public:
     // Pictures have the padded size of I420Picture. Null when x264 refuses the settings.
-    static std::unique_ptr<X264PictureCoder> make(
-        const VideoEncodingSettings& settings, std::int32_t timescale, CodingTools tools);
+    static std::unique_ptr<X264PictureCoder> make(const VideoEncodingSettings& settings, CodingTools tools);
     ~X264PictureCoder();
 
     // Whether this machine encodes such pictures as fast as they come, whatever they show. If not, quick
@@ -47,7 +46,7 @@ public:
     const ParameterSets& parameterSets() const { return parameterSets_; }
 
     struct Coding {
-        std::int64_t time = 0; // rises, by 2 at least where a picture is in between
+        VideoTime time{0}; // rises, by 2 ticks at least where a picture is in between
         PictureKind kind = PictureKind::predicted;
         // Predicted from the next picture too, and nothing is predicted from it; with thorough tools only,
         // never twice in a row. Where no next one comes, or a keyframe, it becomes one like the others.
@@ -72,14 +71,14 @@ private:
     void giveMarks(x264_picture_t& input, const std::vector<std::uint8_t>& unchanged, const Coding& coding);
     std::vector<EncodedPicture> give(I420Picture& picture, const Coding& coding, void* mark);
     std::vector<EncodedPicture> run(x264_picture_t* input);
-    std::int64_t decodeTimeOf(std::int64_t time);
+    VideoTime decodeTimeOf(VideoTime time);
 
     x264_t* encoder_;
     const CodingTools tools_;
     ParameterSets parameterSets_;
     int lastKeyframeID_ = 1; // x264 begins with 0
-    std::optional<std::int64_t> timeBetween_; // of the picture that waits for the next one
-    std::int64_t lastDecodeTime_ = 0;
+    std::optional<VideoTime> timeBetween_; // of the picture that waits for the next one
+    VideoTime lastDecodeTime_{0};
     std::vector<std::uint8_t> unchangedBefore_; // marks of that picture
 };
 

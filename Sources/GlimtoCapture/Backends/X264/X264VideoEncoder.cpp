@@ -87,23 +87,22 @@ std::int64_t bitsOf(const std::vector<std::byte>& data)
 class X264VideoEncoder final : public VideoEncoder {
 public:
     // Null when x264 refuses the settings.
-    static std::unique_ptr<X264VideoEncoder> make(
-        const VideoEncodingSettings& settings, std::int32_t timescale)
+    static std::unique_ptr<X264VideoEncoder> make(const VideoEncodingSettings& settings)
     {
-        auto coder = X264PictureCoder::make(settings, timescale, CodingTools::quick);
-        const auto thorough = X264PictureCoder::make(settings, timescale, CodingTools::thorough);
+        auto coder = X264PictureCoder::make(settings, CodingTools::quick);
+        const auto thorough = X264PictureCoder::make(settings, CodingTools::thorough);
         if (!coder || !thorough)
             return nullptr;
         auto configuration = decoderConfiguration(coder->parameterSets(), thorough->parameterSets());
         return std::unique_ptr<X264VideoEncoder>(
-            new X264VideoEncoder(settings, timescale, std::move(coder), std::move(configuration)));
+            new X264VideoEncoder(settings, std::move(coder), std::move(configuration)));
     }
 
     const VideoCodec& codec() const override { return codec_; }
     const VideoSampleDescription& sampleDescription() const override { return sampleDescription_; }
 
     std::vector<EncodedPicture> encode(const FramePicture& picture, std::span<const PixelRect> changedRects,
-        std::int64_t time, PictureKind kind) override
+        VideoTime time, PictureKind kind) override
     {
         const bool looksBack = opening_ || (suffers() && sufferingPictures_++ % picturesBetweenLooks == 0);
         if (looksBack) {
@@ -129,7 +128,7 @@ public:
         return pictures;
     }
 
-    std::vector<EncodedPicture> repeat(std::int64_t time, PictureKind kind) override
+    std::vector<EncodedPicture> repeat(VideoTime time, PictureKind kind) override
     {
         std::vector<EncodedPicture> pictures;
         openAtRest(pictures);
@@ -139,7 +138,7 @@ public:
         return pictures;
     }
 
-    std::optional<std::vector<EncodedPicture>> refine(std::int64_t time) override
+    std::optional<std::vector<EncodedPicture>> refine(VideoTime time) override
     {
         ++unchangedFrames_;
         std::vector<EncodedPicture> pictures;
@@ -165,13 +164,12 @@ public:
     }
 
 private:
-    X264VideoEncoder(const VideoEncodingSettings& settings, std::int32_t timescale,
-        std::unique_ptr<X264PictureCoder> coder, std::vector<std::uint8_t> decoderConfiguration)
+    X264VideoEncoder(const VideoEncodingSettings& settings, std::unique_ptr<X264PictureCoder> coder,
+        std::vector<std::uint8_t> decoderConfiguration)
         // The playlist's text is a fixed contract: High profile at level 4.0, also where x264 chose another
         // level.
         : codec_{.name = "h264", .playlistCodec = "avc1.640028"}
         , settings_(settings)
-        , timescale_(timescale)
         , coder_(std::move(coder))
         , picture_(settings.width, settings.height)
         , sampleDescription_{.format = "avc1",
@@ -183,7 +181,7 @@ private:
     }
 
     struct Given {
-        std::int64_t time = 0;
+        VideoTime time{0};
         double seconds = 0; // since the picture before
         RateController::Plan plan;
         bool isBetween = false;
@@ -192,7 +190,7 @@ private:
 
     // A picture that may begin a moving scene; how it is encoded depends on the next one.
     struct Opening {
-        std::int64_t time = 0;
+        VideoTime time{0};
         PictureKind kind = PictureKind::predicted;
         int changedMacroblocks = 0;
     };
@@ -252,7 +250,7 @@ private:
         give(pictures, picture, {.time = opening.time, .plan = planned});
     }
 
-    void refine(std::vector<EncodedPicture>& pictures, std::int64_t time, bool isDue)
+    void refine(std::vector<EncodedPicture>& pictures, VideoTime time, bool isDue)
     {
         const int finer = !isAtRest() || lastQuantizer_ <= RateController::finestQuantizer
             ? lastQuantizer_
@@ -269,7 +267,7 @@ private:
     }
 
     void encodePicture(
-        std::vector<EncodedPicture>& pictures, std::int64_t time, PictureKind kind, int changedMacroblocks)
+        std::vector<EncodedPicture>& pictures, VideoTime time, PictureKind kind, int changedMacroblocks)
     {
         RateController::Plan planned = plan(time, kind, changedMacroblocks);
         if (kind == PictureKind::keyframe && standingQuantizer_ > 0)
@@ -287,7 +285,7 @@ private:
         give(pictures, picture_, {.time = time, .plan = planned, .isBetween = isBetween(time, planned)});
     }
 
-    bool giveKeptKeyframe(std::vector<EncodedPicture>& pictures, std::int64_t time)
+    bool giveKeptKeyframe(std::vector<EncodedPicture>& pictures, VideoTime time)
     {
         const auto* kept = kept_.next();
         const double seconds = secondsSinceLast(time);
@@ -331,12 +329,12 @@ private:
             .standsStill = standsStill});
     }
 
-    bool isBetween(std::int64_t time, const RateController::Plan& plan) const
+    bool isBetween(VideoTime time, const RateController::Plan& plan) const
     {
-        constexpr std::int64_t leastTicks = 2; // one for each of the two that are decoded until then
+        constexpr VideoTime leastTime{2}; // one for each of the two that are decoded until then
         return tools_ == CodingTools::thorough && plan.kind == PictureKind::predicted && !plan.isNewScene
             && rate_.knowsScene() && !given_.empty() && !given_.back().isBetween
-            && time - *lastTime_ >= leastTicks;
+            && time - *lastTime_ >= leastTime;
     }
 
     // Rate control knows of the average only.
@@ -375,12 +373,12 @@ private:
             rate_.pictureEncoded(given.plan, bits);
     }
 
-    double secondsSinceLast(std::int64_t time) const
+    double secondsSinceLast(VideoTime time) const
     {
-        return lastTime_ ? static_cast<double>(time - *lastTime_) / timescale_ : 0;
+        return lastTime_ ? std::chrono::duration<double>(time - *lastTime_).count() : 0;
     }
 
-    RateController::Plan plan(std::int64_t time, PictureKind kind, int changedMacroblocks)
+    RateController::Plan plan(VideoTime time, PictureKind kind, int changedMacroblocks)
     {
         return rate_.plan({.kind = kind,
             .changedMacroblocks = changedMacroblocks,
@@ -413,7 +411,7 @@ private:
     {
         finishCoder(pictures);
         coder_.reset(); // first: two of them would need twice the memory
-        coder_ = X264PictureCoder::make(settings_, timescale_, tools);
+        coder_ = X264PictureCoder::make(settings_, tools);
         if (!coder_)
             throw PlatformError("x264", 0, "The H.264 encoder could not be made.");
         tools_ = tools;
@@ -429,7 +427,6 @@ private:
 
     const VideoCodec codec_;
     const VideoEncodingSettings settings_;
-    const std::int32_t timescale_;
     std::unique_ptr<X264PictureCoder> coder_;
     CodingTools tools_ = CodingTools::quick;
     I420Picture picture_;
@@ -439,7 +436,7 @@ private:
     double uncopiedShare_ = 0; // of the picture, what moves as no program copies it; 0 when nobody looked
     int sufferingPictures_ = 0;
     std::optional<Opening> opening_; // the picture that was given last, not yet encoded
-    std::optional<std::int64_t> lastTime_;
+    std::optional<VideoTime> lastTime_;
     int lastQuantizer_ = 0;
     int standingQuantizer_ = 0; // of the whole picture, 0 when some of it changed later
     KeptKeyframes kept_;
@@ -451,10 +448,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<VideoEncoder> X264VideoEncoderFactory::makeEncoder(
-    const VideoEncodingSettings& settings, std::int32_t timescale)
+std::unique_ptr<VideoEncoder> X264VideoEncoderFactory::makeEncoder(const VideoEncodingSettings& settings)
 {
-    return X264VideoEncoder::make(settings, timescale);
+    return X264VideoEncoder::make(settings);
 }
 
 } // namespace glimto

@@ -17,8 +17,7 @@ namespace glimto {
 class X264VideoEncoderFactory final : public VideoEncoderFactory {
 public:
     // Null when x264 refuses the settings.
-    std::unique_ptr<VideoEncoder> makeEncoder(
-        const VideoEncodingSettings& settings, std::int32_t timescale) override;
+    std::unique_ptr<VideoEncoder> makeEncoder(const VideoEncodingSettings& settings) override;
 };
 
 } // namespace glimto
