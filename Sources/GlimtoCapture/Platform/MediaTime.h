@@ -1,10 +1,14 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 
 #include "Support/HostClock.h"
 
 namespace glimto {
+
+// A duration as users and documents have it.
+using Seconds = std::chrono::duration<double>;
 
 // A time or duration as an exact fraction: `value` over `timescale` seconds. Invalid when the
 // timescale is not positive. Times of live media are on the host clock (monotonic).

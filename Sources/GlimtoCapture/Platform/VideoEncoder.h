@@ -38,7 +38,7 @@ struct VideoEncodingSettings {
     int framesPerSecond = 0; // expected at most; time stamps decide
     std::int64_t averageBitRate = 0; // bits a second
     std::int64_t maxKeyFrameInterval = 0; // frames
-    std::chrono::duration<double> maxKeyFrameIntervalDuration{0};
+    Seconds maxKeyFrameIntervalDuration{0};
 };
 
 // What the files of a take say of how its pictures are encoded.

@@ -4,13 +4,13 @@
 
 #include "Platform/StopRequests.h"
 
+#include "Platform/MediaTime.h"
+
 namespace glimto {
 
 // What a waiting recording needs to know of time, so that tests need not wait.
 class RecordingClock {
 public:
-    using Seconds = std::chrono::duration<double>;
-
     virtual ~RecordingClock() = default;
 
     // Time since a fixed moment; never runs backwards.

@@ -39,11 +39,11 @@ void RecordingProgress::stopSeen(std::string_view text)
     emitter_.emit(event("stop_seen"));
 }
 
-void RecordingProgress::maximumDurationReached(double limitSeconds)
+void RecordingProgress::maximumDurationReached(Seconds limit)
 {
     line("Maximum recording duration reached; finishing recording");
     auto reached = event("max_duration_reached");
-    reached.limitSeconds = std::llround(limitSeconds);
+    reached.limitSeconds = std::llround(limit.count());
     emitter_.emit(std::move(reached));
 }
 

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "Lifecycle/GlimtoCaptureEventEmitter.h"
+#include "Platform/MediaTime.h"
 #include "Support/LineOutput.h"
 
 namespace glimto {
@@ -29,7 +30,7 @@ public:
     void stopSeen(std::string_view line);
 
     // A line of its own and the event "max_duration_reached" with the limit in whole seconds.
-    void maximumDurationReached(double limitSeconds);
+    void maximumDurationReached(Seconds limit);
 
     // Event "stopping_capture", only the first time.
     void emitStoppingCaptureIfNeeded();

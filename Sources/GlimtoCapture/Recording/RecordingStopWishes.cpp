@@ -15,7 +15,7 @@ RecordingStopWishes::RecordingStopWishes(const RecordOptions& options, StopReque
     if (options.stopFileURL)
         stopRequests.watch(*options.stopFileURL);
     if (options.maxDurationSeconds)
-        maximum_ = clock.now() + RecordingClock::Seconds(*options.maxDurationSeconds);
+        maximum_ = clock.now() + Seconds(*options.maxDurationSeconds);
 }
 
 bool RecordingStopWishes::announceFirst()
@@ -30,7 +30,7 @@ bool RecordingStopWishes::announceFirst()
         return true;
     }
     if (maximum_ && clock_.now() >= *maximum_) {
-        progress_.maximumDurationReached(*options_.maxDurationSeconds);
+        progress_.maximumDurationReached(Seconds(*options_.maxDurationSeconds));
         return true;
     }
     return false;

@@ -26,7 +26,7 @@ private:
     StopRequests& stopRequests_;
     RecordingClock& clock_;
     RecordingProgress& progress_;
-    std::optional<RecordingClock::Seconds> maximum_;
+    std::optional<Seconds> maximum_;
 };
 
 } // namespace glimto

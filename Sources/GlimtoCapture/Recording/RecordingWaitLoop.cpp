@@ -9,8 +9,6 @@ namespace glimto {
 
 namespace {
 
-using Seconds = RecordingClock::Seconds;
-
 constexpr Seconds roundInterval(0.2);
 
 void throwFailure(const RecordingWatch& watch)

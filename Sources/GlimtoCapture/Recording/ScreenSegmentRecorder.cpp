@@ -190,7 +190,7 @@ void ScreenSegmentRecorder::makeWriter(
     const SegmentedMP4Writer::Settings settings = {.width = take.facts.width,
         .height = take.facts.height,
         .framesPerSecond = options.framesPerSecond,
-        .segmentSeconds = options.segmentSeconds,
+        .segmentSeconds = Seconds(options.segmentSeconds),
         .includeAudio = options.includesAudio(),
         .audioSampleRate = recordingAudioSampleRate,
         .audioChannelCount = recordingAudioChannelCount,

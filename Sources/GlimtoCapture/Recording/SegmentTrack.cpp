@@ -29,7 +29,7 @@ struct SegmentTrack::Files {
 
     std::filesystem::path root;
     std::string keyPrefix; // "segments/video/"
-    double segmentSeconds = 0;
+    Seconds segmentDuration{0};
     std::shared_ptr<RecordingFigures> figures;
     Guarded<Outcome> outcome;
 
@@ -83,8 +83,8 @@ struct SegmentTrack::Files {
     void finishSegment(const SegmentReport& report)
     {
         const auto file = std::move(unfinished);
-        const double duration
-            = report.duration && report.duration->isValid() ? report.duration->seconds() : segmentSeconds;
+        const double duration = report.duration && report.duration->isValid() ? report.duration->seconds()
+                                                                              : segmentDuration.count();
         if (!file || !(duration > 0))
             return;
         const int index = nextIndex++;
@@ -101,14 +101,14 @@ struct SegmentTrack::Files {
     }
 };
 
-SegmentTrack::SegmentTrack(const std::filesystem::path& root, const std::string& track, double segmentSeconds,
-    SegmentFileQueue& files, std::shared_ptr<RecordingFigures> figures)
+SegmentTrack::SegmentTrack(const std::filesystem::path& root, const std::string& track,
+    Seconds segmentDuration, SegmentFileQueue& files, std::shared_ptr<RecordingFigures> figures)
     : queue_(files)
     , files_(std::make_shared<Files>())
 {
     files_->root = root;
     files_->keyPrefix = "segments/" + track + "/";
-    files_->segmentSeconds = segmentSeconds;
+    files_->segmentDuration = segmentDuration;
     files_->figures = std::move(figures);
 }
 

@@ -25,8 +25,8 @@ namespace glimto {
 class SegmentTrack final : public AssetWriterDelegate {
 public:
     // `track` is "video" or "audio". A segment whose writer tells no duration counts as
-    // `segmentSeconds` long. `files` must outlive this object. `figures` counts the bytes of segments.
-    SegmentTrack(const std::filesystem::path& root, const std::string& track, double segmentSeconds,
+    // `segmentDuration` long. `files` must outlive this object. `figures` counts the bytes of segments.
+    SegmentTrack(const std::filesystem::path& root, const std::string& track, Seconds segmentDuration,
         SegmentFileQueue& files,
         std::shared_ptr<RecordingFigures> figures = std::make_shared<RecordingFigures>());
     ~SegmentTrack() override;

@@ -32,7 +32,7 @@ public:
         int width = 0; // pixels
         int height = 0;
         int framesPerSecond = 0;
-        double segmentSeconds = 0; // preferred segment length, greater than 0
+        Seconds segmentSeconds{0}; // preferred segment length, greater than 0
         bool includeAudio = false;
         int audioSampleRate = 0; // Hz
         int audioChannelCount = 0;

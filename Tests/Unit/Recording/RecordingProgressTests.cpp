@@ -61,7 +61,7 @@ TEST_F(RecordingProgressTests, AStopIsALineAndAnEvent)
 
 TEST_F(RecordingProgressTests, TheMaximumDurationIsToldInWholeSeconds)
 {
-    progress.maximumDurationReached(2.5);
+    progress.maximumDurationReached(Seconds(2.5));
 
     EXPECT_EQ(told(),
         (Lines{"Maximum recording duration reached; finishing recording",
@@ -70,7 +70,7 @@ TEST_F(RecordingProgressTests, TheMaximumDurationIsToldInWholeSeconds)
 
 TEST_F(RecordingProgressTests, AMaximumDurationBelowHalfASecondIsZero)
 {
-    progress.maximumDurationReached(0.4);
+    progress.maximumDurationReached(Seconds(0.4));
 
     EXPECT_EQ(told().back(), R"({"kind":"max_duration_reached","limitSeconds":0,"recordingId":"rec_1"})");
 }

@@ -29,7 +29,7 @@ protected:
     // Runs `action` in the sleep that brings the waiting to `seconds`.
     void after(double seconds, std::function<void()> action)
     {
-        const auto moment = clock.time + RecordingClock::Seconds(seconds - 1e-6);
+        const auto moment = clock.time + Seconds(seconds - 1e-6);
         clock.onSleep = [this, moment, action = std::move(action)] {
             if (clock.time >= moment)
                 action();

@@ -28,7 +28,7 @@ protected:
 
     TakeDirectory take;
     SegmentFileQueue queue;
-    SegmentTrack track{take.path(), "video", 4.0, queue};
+    SegmentTrack track{take.path(), "video", Seconds(4), queue};
 };
 
 TEST_F(SegmentTrackTests, WritesTheInitializationSegment)
@@ -126,7 +126,7 @@ TEST_F(SegmentTrackTests, AnUntoldDurationIsThePreferredOne)
 
 TEST_F(SegmentTrackTests, AnUntoldDurationWithoutPreferredLengthSkipsTheSegment)
 {
-    SegmentTrack other(take.path(), "video", 0.0, queue);
+    SegmentTrack other(take.path(), "video", Seconds(0), queue);
     other.didOutputSegmentData(bytes("x"));
     other.didFinishSegment({});
     queue.drain();

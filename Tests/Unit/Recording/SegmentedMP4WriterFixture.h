@@ -22,7 +22,7 @@ class SegmentedMP4WriterFixture : public ::testing::Test {
 protected:
     static SegmentedMP4Writer::Settings videoSettings()
     {
-        return {.width = 64, .height = 48, .framesPerSecond = 30, .segmentSeconds = 4.0};
+        return {.width = 64, .height = 48, .framesPerSecond = 30, .segmentSeconds = Seconds(4)};
     }
 
     explicit SegmentedMP4WriterFixture(const SegmentedMP4Writer::Settings& settings)
