@@ -52,6 +52,7 @@ def main():
     parser.add_argument("--build", default="build")
     parser.add_argument("--folder", help="where the pictures are kept; a temporary folder when left out")
     parser.add_argument("--count", type=int, default=3)
+    parser.add_argument("--seed", default="", help="draws other pages than without it")
     parser.add_argument("--only", choices=["tuned", "kept-out"])
     parser.add_argument("--families", help="only these, separated by commas")
     parser.add_argument("--verbose", action="store_true", help="one line a picture on standard error")
@@ -61,7 +62,7 @@ def main():
     with tempfile.TemporaryDirectory() as temporary:
         folder = pathlib.Path(options.folder or temporary)
         folder.mkdir(parents=True, exist_ok=True)
-        wanted = [page for page in pages.pages(options.count)
+        wanted = [page for page in pages.pages(options.count, options.seed)
                   if (not options.only or (options.only == "tuned") == (page.kept_out == ""))
                   and (not options.families or page.family in options.families.split(","))]
         groups, worse = {}, []

@@ -5,14 +5,19 @@ in reading order. Fonts and families in the lists of what is kept out were not l
 """
 import html
 import math
+import os
 import pathlib
 import sys
 from dataclasses import dataclass
 
 from words import ACTIONS, FILES, NAMES, OPTIONS, THINGS, Words
 
+ENVIRONMENT = dict(os.environ)  # with all fonts; the tests' support, imported next, keeps only its own
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "Tests" / "EndToEnd"))
 from support.browser import Browser  # noqa: E402
+
+os.environ.clear()
+os.environ.update(ENVIRONMENT)
 
 TUNED_FONTS = {"sans": ["DejaVu Sans", "Liberation Sans", "Roboto", "Nimbus Sans"],
                "serif": ["DejaVu Serif", "Liberation Serif"],
@@ -268,14 +273,14 @@ class Page:
     scale: float
 
 
-def pages(count):
+def pages(count, seed=""):
     """`count` pages of each family in tuned fonts and as many in those that were kept out."""
     for family in TUNED_FAMILIES + KEPT_OUT_FAMILIES:
         for fonts, kept_out in ((TUNED_FONTS, ""), (KEPT_OUT_FONTS, "fonts")):
             if family in KEPT_OUT_FAMILIES:
                 kept_out = "family"
             for index in range(count):
-                name = f"{family.__name__}-{'tuned' if fonts is TUNED_FONTS else 'kept'}-{index}"
+                name = f"{family.__name__}-{'tuned' if fonts is TUNED_FONTS else 'kept'}-{seed}{index}"
                 words = Words(name)
                 markup, text = family(words, look(words, fonts))
                 yield Page(family.__name__, kept_out, name, markup, text, words.pick(SCALES))

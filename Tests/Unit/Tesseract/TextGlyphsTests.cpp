@@ -100,6 +100,21 @@ TEST_F(TextGlyphsTests, SquareLetterInAWordIsKept)
     EXPECT_THAT(takeGlyphs(paper.get()).bounds, SizeIs(7));
 }
 
+TEST_F(TextGlyphsTests, LargeBoldLettersAreNoFrames)
+{
+    for (int letter = 0; letter < 30; ++letter)
+        letters(20 + 9 * letter, 20, 1);
+    for (int letter = 0; letter < 4; ++letter) {
+        const int x = 20 + 22 * letter;
+        ink(x, 60, 16, 4);
+        ink(x, 76, 16, 4);
+        ink(x, 60, 5, 20);
+        ink(x + 11, 64, 5, 3);
+        ink(x + 11, 72, 5, 4);
+    }
+    EXPECT_THAT(takeGlyphs(paper.get()).bounds, SizeIs(34));
+}
+
 TEST_F(TextGlyphsTests, BoxDrawingAroundATableIsTakenOut)
 {
     frame(10, 10, 200, 60);

@@ -32,25 +32,26 @@ TEST(TextPanelsTests, WindowOverItsDesktopComesAfterIt)
 }
 
 // A page of one colour, and surfaces on it.
-struct Screen {
-    Screen() { zones.zoneOfPixel.assign(picture.values.size(), 0); }
+class Screen {
+public:
+    Screen() { surface({0, 0, 600, 400}, 250); }
 
-    void surface(const PixelRect& bounds, std::uint8_t gray)
+    void surface(const PixelRect& bounds, int gray)
     {
         for (int y = bounds.y; y < bounds.y + bounds.height; ++y) {
             for (int x = bounds.x; x < bounds.x + bounds.width; ++x)
-                zones.zoneOfPixel[picture.place(x, y)] = static_cast<std::int32_t>(zones.zones.size());
+                pixSetPixel(zones_.background.get(), x, y, static_cast<l_uint32>(gray));
         }
-        zones.zones.push_back({bounds, std::int64_t{bounds.width} * bounds.height, gray});
+        zones_.zones.push_back({bounds, gray});
     }
 
     std::vector<std::vector<PixelRect>> panels(const std::vector<PixelRect>& words) const
     {
-        return wordsByPanel(picture, zones, words, 10);
+        return wordsByPanel(zones_, words, 10);
     }
 
-    GrayPicture picture{600, 400};
-    FlatZones zones{{{{0, 0, 600, 400}, 240'000, 250}}, {}, {}};
+private:
+    FlatZones zones_{{}, owned(pixCreate(600, 400, 8))};
 };
 
 constexpr PixelRect onPage{20, 120, 40, 10};

@@ -1,8 +1,9 @@
 #include "Backends/Tesseract/FlatZones.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
-#include <limits>
 #include <utility>
 
 #include "Backends/Tesseract/DisjointSets.h"
@@ -15,54 +16,63 @@ constexpr int flatStep = 2; // gray values from one pixel to the next
 // Title bars are often shaded: long rows may differ by more from one to the next.
 constexpr int shadedStep = 5;
 constexpr int longRow = 24; // pixels
-constexpr std::int64_t largeArea = 4096; // pixels
+constexpr int largeArea = 4096; // pixels
 constexpr int largeSide = 16;
-constexpr std::int64_t smallestArea = 150;
+constexpr int smallestArea = 150;
 constexpr int smallestSide = 10;
-constexpr std::int32_t noZone = -1;
+constexpr int widestStroke = 4;
+constexpr std::int32_t noCandidate = -1;
 
-bool differByAtMost(int step, std::uint8_t a, std::uint8_t b)
+std::vector<std::uint8_t> rowAt(Pix* picture, int y)
 {
-    return std::abs(a - b) <= step;
+    std::vector<std::uint8_t> row(static_cast<std::size_t>(pixGetWidth(picture)));
+    l_uint32* data = pixGetData(picture) + std::ptrdiff_t{y} * pixGetWpl(picture);
+    for (std::size_t x = 0; x < row.size(); ++x)
+        row[x] = GET_DATA_BYTE(data, x);
+    return row;
 }
 
-// Which pixels of the row at `y` stand in a flat run that is long.
-void markLongRuns(const GrayPicture& picture, int y, std::vector<char>& marks)
+// Which pixels of a row stand in a flat run that is long.
+std::vector<char> longRuns(const std::vector<std::uint8_t>& row)
 {
-    const std::uint8_t* row = picture.values.data() + picture.place(0, y);
-    int begin = 0;
-    for (int x = 1; x <= picture.width; ++x) {
-        if (x < picture.width && differByAtMost(flatStep, row[x], row[x - 1]))
+    std::vector<char> marks(row.size());
+    std::size_t begin = 0;
+    for (std::size_t x = 1; x <= row.size(); ++x) {
+        if (x < row.size() && std::abs(row[x] - row[x - 1]) <= flatStep)
             continue;
-        std::fill(marks.begin() + begin, marks.begin() + x, static_cast<char>(x - begin >= longRow));
+        std::fill(marks.begin() + static_cast<std::ptrdiff_t>(begin),
+            marks.begin() + static_cast<std::ptrdiff_t>(x), static_cast<char>(x - begin >= longRow));
         begin = x;
     }
+    return marks;
 }
 
 // Every pixel's area by the place of the area's first pixel.
-std::vector<std::int32_t> flatAreas(const GrayPicture& picture)
+std::vector<std::int32_t> flatAreas(Pix* picture)
 {
-    DisjointSets areas(picture.values.size());
+    const auto width = static_cast<std::size_t>(pixGetWidth(picture));
+    DisjointSets areas(width * static_cast<std::size_t>(pixGetHeight(picture)));
     // The root of both is the one that comes first.
     const auto join = [&areas](std::size_t one, std::size_t other) {
         const auto [first, second] = std::minmax({areas.root(one), areas.root(other)});
         areas.join(first, second);
     };
-    std::vector<char> isLong(static_cast<std::size_t>(picture.width));
-    std::vector<char> isLongAbove(isLong.size());
-    for (int y = 0; y < picture.height; ++y) {
-        std::swap(isLong, isLongAbove);
-        markLongRuns(picture, y, isLong);
-        for (int x = 0; x < picture.width; ++x) {
-            const std::size_t place = picture.place(x, y);
-            const auto column = static_cast<std::size_t>(x);
-            const std::uint8_t value = picture.values[place];
-            if (x > 0 && differByAtMost(flatStep, value, picture.values[place - 1]))
+    std::vector<std::uint8_t> above;
+    std::vector<char> isLongAbove;
+    for (int y = 0; y < pixGetHeight(picture); ++y) {
+        std::vector<std::uint8_t> row = rowAt(picture, y);
+        std::vector<char> isLong = longRuns(row);
+        for (std::size_t x = 0; x < width; ++x) {
+            const std::size_t place = static_cast<std::size_t>(y) * width + x;
+            if (x > 0 && std::abs(row[x] - row[x - 1]) <= flatStep)
                 join(place, place - 1);
-            const int step = isLong[column] != 0 && isLongAbove[column] != 0 ? shadedStep : flatStep;
-            if (y > 0 && differByAtMost(step, value, picture.values[picture.place(x, y - 1)]))
-                join(place, picture.place(x, y - 1));
+            if (y > 0
+                && std::abs(row[x] - above[x])
+                    <= (isLong[x] != 0 && isLongAbove[x] != 0 ? shadedStep : flatStep))
+                join(place, place - width);
         }
+        above = std::move(row);
+        isLongAbove = std::move(isLong);
     }
     // A root comes before all of its pixels, so one pass in order makes every parent a root.
     std::vector<std::int32_t> parents = std::move(areas.parents());
@@ -72,32 +82,28 @@ std::vector<std::int32_t> flatAreas(const GrayPicture& picture)
 }
 
 struct Candidate {
-    int left = std::numeric_limits<int>::max();
-    int top = std::numeric_limits<int>::max();
-    int right = -1; // last pixel
-    int bottom = -1;
+    PixelRect bounds;
     std::int64_t area = 0;
-    std::uint8_t gray = 0;
     std::int64_t onEdge = 0; // pixels on the edge of the bounds
-
-    int width() const { return right - left + 1; }
-    int height() const { return bottom - top + 1; }
+    int gray = 0;
 };
 
 bool isSurface(const Candidate& candidate)
 {
-    const int side = std::min(candidate.width(), candidate.height());
-    if (candidate.area >= largeArea && side >= largeSide)
+    const auto [shorter, longer] = std::minmax(candidate.bounds.width, candidate.bounds.height);
+    if (candidate.area >= largeArea && shorter >= largeSide)
         return true;
-    const std::int64_t edge = 2 * (std::int64_t{candidate.width()} + candidate.height()) - 4;
-    const std::int64_t whole = std::int64_t{candidate.width()} * candidate.height();
-    return candidate.area >= smallestArea && side >= smallestSide && candidate.onEdge * 10 >= edge * 8
-        && candidate.area < whole;
+    const std::int64_t edge = 2 * (std::int64_t{shorter} + longer) - 4;
+    const std::int64_t whole = std::int64_t{shorter} * longer;
+    // Letters of selected words reach to the edges of their band.
+    const bool isBand = longer >= 3 * shorter && 2 * candidate.area >= whole;
+    return candidate.area >= smallestArea && shorter >= smallestSide
+        && candidate.onEdge * 10 >= edge * (isBand ? 5 : 8) && candidate.area < whole;
 }
 
 // What is large enough to be looked at, in the order of its first pixels; `areas` holds its index after
-// that, and noZone for all else.
-std::vector<Candidate> candidatesOf(const GrayPicture& picture, std::vector<std::int32_t>& areas)
+// that, and noCandidate for all else.
+std::vector<Candidate> candidatesOf(Pix* picture, std::vector<std::int32_t>& areas)
 {
     std::vector<std::int32_t> sizes(areas.size());
     for (const auto root : areas)
@@ -105,103 +111,72 @@ std::vector<Candidate> candidatesOf(const GrayPicture& picture, std::vector<std:
 
     std::vector<Candidate> candidates;
     std::vector<std::int32_t>& indexes = sizes; // the same memory: a root's size becomes its index
-    for (std::size_t place = 0; place < areas.size(); ++place) {
-        const auto root = static_cast<std::size_t>(areas[place]);
-        if (root == place) {
-            const std::int32_t size = sizes[place];
-            indexes[place] = noZone;
-            if (size >= smallestArea) {
-                indexes[place] = static_cast<std::int32_t>(candidates.size());
-                candidates.push_back({.area = size, .gray = picture.values[place]});
+    std::size_t place = 0;
+    for (int y = 0; y < pixGetHeight(picture); ++y) {
+        for (int x = 0; x < pixGetWidth(picture); ++x, ++place) {
+            const auto root = static_cast<std::size_t>(areas[place]);
+            if (root == place && sizes[place] >= smallestArea) {
+                candidates.push_back({{x, y, 1, 1}, sizes[place], 0, valueAt(picture, x, y)});
+                indexes[place] = static_cast<std::int32_t>(candidates.size()) - 1;
+            } else if (root == place) {
+                indexes[place] = noCandidate;
+            }
+            areas[place] = indexes[root];
+            if (areas[place] != noCandidate) {
+                PixelRect& bounds = candidates[static_cast<std::size_t>(areas[place])].bounds;
+                bounds = boundingRect(bounds, {x, y, 1, 1});
             }
         }
-        areas[place] = indexes[root];
-        if (areas[place] == noZone)
-            continue;
-        Candidate& candidate = candidates[static_cast<std::size_t>(areas[place])];
-        const int x = static_cast<int>(place % static_cast<std::size_t>(picture.width));
-        const int y = static_cast<int>(place / static_cast<std::size_t>(picture.width));
-        candidate.left = std::min(candidate.left, x);
-        candidate.right = std::max(candidate.right, x);
-        candidate.top = std::min(candidate.top, y);
-        candidate.bottom = std::max(candidate.bottom, y);
     }
-    for (std::size_t place = 0; place < areas.size(); ++place) {
-        if (areas[place] == noZone)
-            continue;
-        Candidate& candidate = candidates[static_cast<std::size_t>(areas[place])];
-        const int x = static_cast<int>(place % static_cast<std::size_t>(picture.width));
-        const int y = static_cast<int>(place / static_cast<std::size_t>(picture.width));
-        if (x == candidate.left || x == candidate.right || y == candidate.top || y == candidate.bottom)
-            ++candidate.onEdge;
+    place = 0;
+    for (int y = 0; y < pixGetHeight(picture); ++y) {
+        for (int x = 0; x < pixGetWidth(picture); ++x, ++place) {
+            if (areas[place] == noCandidate)
+                continue;
+            Candidate& candidate = candidates[static_cast<std::size_t>(areas[place])];
+            const PixelRect& bounds = candidate.bounds;
+            candidate.onEdge += x == bounds.x || x + 1 == bounds.x + bounds.width || y == bounds.y
+                || y + 1 == bounds.y + bounds.height;
+        }
     }
     return candidates;
 }
 
-// Gives every pixel that lies on no surface the nearest one's index and gray value, in city blocks.
-void spread(const GrayPicture& picture, FlatZones& zones)
-{
-    constexpr int far = std::numeric_limits<std::uint16_t>::max();
-    std::vector<std::uint16_t> distances(zones.zoneOfPixel.size());
-    for (std::size_t place = 0; place < distances.size(); ++place)
-        distances[place] = zones.zoneOfPixel[place] == noZone ? far : 0;
-
-    const auto reach = [&](std::size_t place, std::size_t from) {
-        const int distance = std::min(distances[from] + 1, far);
-        if (distance >= distances[place])
-            return;
-        distances[place] = static_cast<std::uint16_t>(distance);
-        zones.zoneOfPixel[place] = zones.zoneOfPixel[from];
-        zones.background[place] = zones.background[from];
-    };
-    for (int y = 0; y < picture.height; ++y) {
-        for (int x = 0; x < picture.width; ++x) {
-            const std::size_t place = picture.place(x, y);
-            if (x > 0)
-                reach(place, place - 1);
-            if (y > 0)
-                reach(place, picture.place(x, y - 1));
-        }
-    }
-    for (int y = picture.height - 1; y >= 0; --y) {
-        for (int x = picture.width - 1; x >= 0; --x) {
-            const std::size_t place = picture.place(x, y);
-            if (x + 1 < picture.width)
-                reach(place, place + 1);
-            if (y + 1 < picture.height)
-                reach(place, picture.place(x, y + 1));
-        }
-    }
-}
-
 } // namespace
 
-std::optional<FlatZones> findFlatZones(const GrayPicture& picture)
+std::optional<FlatZones> findFlatZones(Pix* picture)
 {
     FlatZones found;
-    found.zoneOfPixel = flatAreas(picture);
-    const std::vector<Candidate> candidates = candidatesOf(picture, found.zoneOfPixel);
-
-    std::vector<std::int32_t> zoneOfCandidate(candidates.size(), noZone);
-    std::int64_t flatPixels = 0;
-    for (std::size_t index = 0; index < candidates.size(); ++index) {
-        const Candidate& candidate = candidates[index];
+    std::vector<std::int32_t> areas = flatAreas(picture);
+    const std::vector<Candidate> candidates = candidatesOf(picture, areas);
+    std::int64_t flat = 0;
+    for (const auto& candidate : candidates) {
         if (!isSurface(candidate))
             continue;
-        zoneOfCandidate[index] = static_cast<std::int32_t>(found.zones.size());
-        found.zones.push_back({{candidate.left, candidate.top, candidate.width(), candidate.height()},
-            candidate.area, candidate.gray});
-        flatPixels += candidate.area;
+        found.zones.push_back({candidate.bounds, candidate.gray});
+        flat += candidate.area;
     }
-    if (flatPixels * 5 < static_cast<std::int64_t>(picture.values.size()))
+    if (flat * 5 < static_cast<std::int64_t>(areas.size()))
         return std::nullopt;
 
-    for (auto& zone : found.zoneOfPixel) {
-        if (zone != noZone)
-            zone = zoneOfCandidate[static_cast<std::size_t>(zone)];
+    const PixHandle surfaces = owned(pixCreate(pixGetWidth(picture), pixGetHeight(picture), 1));
+    const std::int32_t* area = areas.data();
+    for (int y = 0; y < pixGetHeight(picture); ++y) {
+        l_uint32* row = pixGetData(surfaces.get()) + std::ptrdiff_t{y} * pixGetWpl(surfaces.get());
+        for (int x = 0; x < pixGetWidth(picture); ++x, ++area) {
+            if (*area != noCandidate && isSurface(candidates[static_cast<std::size_t>(*area)]))
+                SET_DATA_BIT(row, x);
+        }
     }
-    found.background = picture.values;
-    spread(picture, found);
+    // Strokes of a letter that have the colour of the surface next to theirs and touch it are none of it.
+    pixOpenBrick(surfaces.get(), surfaces.get(), widestStroke + 1, 1);
+
+    // The nearest surface is spread to what is zero.
+    const PixHandle seeds = owned(pixCopy(nullptr, picture));
+    pixSetMasked(seeds.get(), owned(pixThresholdToBinary(picture, 1)).get(), 1);
+    pixInvert(surfaces.get(), surfaces.get());
+    pixSetMasked(seeds.get(), surfaces.get(), 0);
+    found.background = owned(pixSeedspread(seeds.get(), 4));
     return found;
 }
 

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <vector>
 
-#include "Backends/Tesseract/GrayPicture.h"
+#include "Backends/Tesseract/Leptonica.h"
 #include "Platform/Geometry.h"
 
 namespace glimto {
@@ -12,21 +11,19 @@ namespace glimto {
 // A surface that text may stand on: a window, a list, a button.
 struct FlatZone {
     PixelRect bounds;
-    std::int64_t area = 0; // pixels of the surface itself, without what stands on it
-    std::uint8_t gray = 0; // of its first pixel
+    int gray = 0; // of its first pixel
 };
 
-// The surfaces of a picture of a screen, and which of them each pixel lies on.
+// The surfaces of a picture of a screen.
 //
 // A surface is what hardly changes from pixel to pixel, and is either large or a rectangle with something on
 // it; so the strokes of large letters are none.
 struct FlatZones {
     std::vector<FlatZone> zones;
-    std::vector<std::int32_t> zoneOfPixel; // index into `zones` of the nearest surface
-    std::vector<std::uint8_t> background; // gray value of the nearest surface at each pixel
+    PixHandle background; // 8 bits a pixel, the gray value of the nearest surface
 };
 
-// Absent when less than a fifth of the picture is flat: a photograph, a scanned page.
-std::optional<FlatZones> findFlatZones(const GrayPicture& picture);
+// `picture` has 8 bits a pixel. Absent when less than a fifth of it is flat: a photograph, a scanned page.
+std::optional<FlatZones> findFlatZones(Pix* picture);
 
 } // namespace glimto

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <cstdint>
 #include <new>
+#include <vector>
 
 #include <leptonica/allheaders.h>
 
+#include "Platform/Geometry.h"
 #include "Support/Owned.h"
 
 namespace glimto {
@@ -20,5 +23,30 @@ inline PixHandle owned(Pix* picture)
         throw std::bad_alloc();
     return PixHandle(picture);
 }
+
+inline int valueAt(Pix* picture, int x, int y)
+{
+    l_uint32 value = 0;
+    pixGetPixel(picture, x, y, &value);
+    return static_cast<int>(value);
+}
+
+// How many pixels of `area` are set in `shape`, 1 bit a pixel.
+int inkIn(Pix* shape, const PixelRect& area);
+
+// What is set in a picture of 1 bit a pixel, by its connected parts.
+class InkParts {
+public:
+    // `connectivity` is 4 or 8.
+    InkParts(Pix* ink, int connectivity);
+
+    // As large as its bounds.
+    PixHandle shape(std::size_t index) const;
+
+    std::vector<PixelRect> bounds;
+
+private:
+    PixaHandle shapes_;
+};
 
 } // namespace glimto

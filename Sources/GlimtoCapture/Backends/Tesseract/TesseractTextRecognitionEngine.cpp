@@ -15,7 +15,6 @@
 #include <utility>
 #include <vector>
 
-#include "Backends/Tesseract/GrayPicture.h"
 #include "Backends/Tesseract/TextLanguages.h"
 #include "Backends/Tesseract/TextPictures.h"
 #include "Backends/Tesseract/TextReader.h"
@@ -158,7 +157,7 @@ public:
     }
 
     // Lines in reading order. Throws PlatformError when a language cannot be loaded.
-    std::vector<RecognizedLine> read(const GrayPicture& picture)
+    std::vector<RecognizedLine> read(Pix* picture)
     {
         counts_ = {};
         auto screen = textScreen(picture);
@@ -296,7 +295,7 @@ std::vector<TextObservation> TesseractTextRecognitionEngine::recognizeText(const
     const auto pixels = readPicture(image, codec_);
     ScreenTextReader reader(installedLanguages());
     std::vector<TextObservation> observations;
-    for (auto& line : reader.read(grayPicture(*pixels, mostPixels)))
+    for (auto& line : reader.read(grayPicture(*pixels, mostPixels).get()))
         observations.push_back({std::move(line.text)});
     if (std::getenv(debugVariable))
         describe(reader.counts());

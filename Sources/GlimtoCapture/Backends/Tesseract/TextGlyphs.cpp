@@ -18,21 +18,6 @@ constexpr int ruleLength = 7;
 constexpr int uprightRuleLength = 4;
 constexpr int pictureHeight = 7;
 
-PixelRect boundsOf(Boxa* boxes, int index)
-{
-    PixelRect bounds;
-    boxaGetBoxGeometry(boxes, index, &bounds.x, &bounds.y, &bounds.width, &bounds.height);
-    return bounds;
-}
-
-std::vector<PixelRect> boundsOf(Boxa* boxes)
-{
-    std::vector<PixelRect> bounds;
-    for (int index = 0; boxes && index < boxaGetCount(boxes); ++index)
-        bounds.push_back(boundsOf(boxes, index));
-    return bounds;
-}
-
 // The middle height of what has the shape of a letter; 0 when there is nothing.
 int middleHeight(const std::vector<PixelRect>& parts)
 {
@@ -57,9 +42,9 @@ std::vector<PixelRect> takeRules(Pix* pixels, Pix* ink, int length, int thickest
     const bool isUpright = direction == Direction::upright;
     const PixHandle runs
         = owned(isUpright ? pixOpenBrick(nullptr, ink, 1, length) : pixOpenBrick(nullptr, ink, length, 1));
-    const BoxaHandle boxes(pixConnCompBB(runs.get(), 8));
     std::vector<PixelRect> rules;
-    for (const auto& rule : boundsOf(boxes.get())) {
+    const InkParts found(runs.get(), 8);
+    for (const auto& rule : found.bounds) {
         if ((isUpright ? rule.width : rule.height) > thickest)
             continue;
         rules.push_back(rule);
@@ -78,7 +63,8 @@ bool contains(const PixelRect& outer, const PixelRect& inner)
 // Whether there is other ink close by at the left or the right, as in a word.
 bool hasNeighbour(const PixelRect& part, const std::vector<PixelRect>& parts, int letterHeight)
 {
-    const PixelRect around{part.x - letterHeight / 2, part.y, part.width + letterHeight / 2 * 2, part.height};
+    const int reach = std::max(letterHeight, part.height) / 2;
+    const PixelRect around{part.x - reach, part.y, part.width + 2 * reach, part.height};
     return std::any_of(parts.begin(), parts.end(), [&](const PixelRect& other) {
         return intersection(part, other).isEmpty() && !intersection(around, other).isEmpty();
     });
@@ -114,24 +100,16 @@ bool isStroke(const PixelRect& part, const std::vector<PixelRect>& parts, const 
     }) >= 3;
 }
 
-int inkIn(Pix* shape, const PixelRect& area)
-{
-    const BoxHandle box(boxCreate(area.x, area.y, area.width, area.height));
-    l_int32 count = 0;
-    pixCountPixelsInRect(shape, box.get(), &count, nullptr);
-    return count;
-}
-
 // Whether ink runs along all four sides, but for `corner` pixels at their ends.
 bool hasFourSides(const PixelRect& part, Pix* shape, int corner)
 {
-    constexpr int edge = 2; // pixels
-    const int along = part.width - 2 * corner;
-    const int down = part.height - 2 * corner;
-    return inkIn(shape, {0, 0, part.width, edge}) >= along
-        && inkIn(shape, {0, part.height - edge, part.width, edge}) >= along
-        && inkIn(shape, {0, 0, edge, part.height}) >= down
-        && inkIn(shape, {part.width - edge, 0, edge, part.height}) >= down;
+    const auto row = [&](int y) { return inkIn(shape, {corner, y, part.width - 2 * corner, 1}); };
+    const auto column = [&](int x) { return inkIn(shape, {x, corner, 1, part.height - 2 * corner}); };
+    const auto hasSide = [](int outer, int inner, int length) { return std::max(outer, inner) >= length; };
+    return hasSide(row(0), row(1), part.width - 2 * corner)
+        && hasSide(row(part.height - 1), row(part.height - 2), part.width - 2 * corner)
+        && hasSide(column(0), column(1), part.height - 2 * corner)
+        && hasSide(column(part.width - 1), column(part.width - 2), part.height - 2 * corner);
 }
 
 bool holdsLetters(const PixelRect& part, const std::vector<PixelRect>& parts, int letterHeight)
@@ -158,28 +136,6 @@ bool isGraphic(const PixelRect& part, const std::vector<PixelRect>& parts, int l
         || (2 * part.height > 3 * letterHeight && holdsLetters(part, parts, letterHeight));
 }
 
-// Ink by its connected parts.
-class InkParts {
-public:
-    explicit InkParts(Pix* ink)
-    {
-        Pixa* shapes = nullptr;
-        const BoxaHandle boxes(pixConnComp(ink, &shapes, 8));
-        shapes_.reset(shapes);
-        bounds = boundsOf(boxes.get());
-    }
-
-    PixHandle shape(std::size_t index) const
-    {
-        return owned(pixaGetPix(shapes_.get(), static_cast<l_int32>(index), L_CLONE));
-    }
-
-    std::vector<PixelRect> bounds;
-
-private:
-    PixaHandle shapes_;
-};
-
 // Takes away what is drawn around buttons, fields and pictures, and check boxes. Returns their number.
 std::size_t takeFrames(Pix* pixels, Pix* ink, const InkParts& parts, int letterHeight)
 {
@@ -205,7 +161,7 @@ TextGlyphs takeGlyphs(Pix* pixels)
     const PixHandle ink = owned(pixThresholdToBinary(pixels, inkBelow));
     int height = 0;
     {
-        const InkParts parts(ink.get());
+        const InkParts parts(ink.get(), 8);
         height = middleHeight(parts.bounds);
         if (height == 0)
             return glyphs;
@@ -219,7 +175,7 @@ TextGlyphs takeGlyphs(Pix* pixels)
     rules.insert(rules.end(), glyphs.rules.begin(), glyphs.rules.end());
     glyphs.graphics += rules.size();
 
-    const InkParts parts(ink.get());
+    const InkParts parts(ink.get(), 8);
     glyphs.letterHeight = middleHeight(parts.bounds);
     for (std::size_t index = 0; index < parts.bounds.size(); ++index) {
         const PixelRect& part = parts.bounds[index];

@@ -42,9 +42,10 @@ std::int64_t areaOf(const Panel& panel)
 }
 
 // The panels, the smallest first; the last one is the whole picture.
-std::vector<Panel> panelsOf(const GrayPicture& picture, const FlatZones& zones)
+std::vector<Panel> panelsOf(const FlatZones& zones)
 {
-    std::vector<Panel> panels = {{{0, 0, picture.width, picture.height}, -1, {}}};
+    std::vector<Panel> panels
+        = {{{0, 0, pixGetWidth(zones.background.get()), pixGetHeight(zones.background.get())}, -1, {}}};
     for (const auto& zone : zones.zones) {
         if (isPanel(zone))
             panels.push_back({zone.bounds, zone.gray, {}});
@@ -55,24 +56,30 @@ std::vector<Panel> panelsOf(const GrayPicture& picture, const FlatZones& zones)
     return panels;
 }
 
-// The panel that a word stands on: that of its surface, or the smallest one around it.
-Panel& panelOf(const PixelRect& word, const FlatZone& surface, std::vector<Panel>& panels)
+bool haveSameGray(int one, int other)
 {
-    const bool stands = isPanel(surface);
-    return *std::find_if(panels.begin(), std::prev(panels.end()), [&](const Panel& panel) {
-        return stands ? panel.bounds == surface.bounds : isInside(word, panel.bounds);
-    });
+    constexpr int same = 2; // gray values
+    return std::abs(one - other) <= same;
+}
+
+// The panel that a word stands on: the smallest one around it, if possible of the gray behind the word.
+Panel& panelOf(const PixelRect& word, Pix* background, std::vector<Panel>& panels)
+{
+    const int gray = valueAt(background, word.x + word.width / 2, word.y + word.height / 2);
+    const auto found = std::ranges::find_if(panels,
+        [&](const Panel& panel) { return haveSameGray(panel.gray, gray) && isInside(word, panel.bounds); });
+    return found != panels.end()
+        ? *found
+        : *std::ranges::find_if(panels, [&](const Panel& panel) { return isInside(word, panel.bounds); });
 }
 
 // Joins panels of one colour that only a line parts, as the cells of a table.
 void joinCells(std::vector<Panel>& panels)
 {
-    constexpr int sameGray = 2; // gray values
     for (auto panel = panels.begin(); panel != panels.end(); ++panel) {
         const PixelRect around = grown(panel->bounds, edgeOverlap);
         const auto other = std::find_if(std::next(panel), panels.end(), [&](const Panel& candidate) {
-            return panel->gray >= 0 && candidate.gray >= 0
-                && std::abs(panel->gray - candidate.gray) <= sameGray
+            return panel->gray >= 0 && candidate.gray >= 0 && haveSameGray(panel->gray, candidate.gray)
                 && !intersection(around, candidate.bounds).isEmpty();
         });
         if (other == panels.end())
@@ -165,14 +172,11 @@ std::vector<std::size_t> readingOrder(const std::vector<PixelRect>& bounds)
 }
 
 std::vector<std::vector<PixelRect>> wordsByPanel(
-    const GrayPicture& picture, const FlatZones& zones, const std::vector<PixelRect>& words, int letterHeight)
+    const FlatZones& zones, const std::vector<PixelRect>& words, int letterHeight)
 {
-    std::vector<Panel> panels = panelsOf(picture, zones);
-    for (const auto& word : words) {
-        const auto surface = static_cast<std::size_t>(
-            zones.zoneOfPixel[picture.place(word.x + word.width / 2, word.y + word.height / 2)]);
-        panelOf(word, zones.zones[surface], panels).words.push_back(word);
-    }
+    std::vector<Panel> panels = panelsOf(zones);
+    for (const auto& word : words)
+        panelOf(word, zones.background.get(), panels).words.push_back(word);
     std::erase_if(panels, [](const Panel& panel) { return panel.words.empty(); });
     joinCells(panels);
     joinNested(panels, letterHeight);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <vector>
 
 #include "Backends/Tesseract/FlatZones.h"
@@ -12,8 +12,8 @@ namespace glimto {
 //
 // Every surface that is large enough for a panel is one, unless it stands on another one that has no words
 // beside it; buttons, marked words and the like belong to the panel that they stand on.
-std::vector<std::vector<PixelRect>> wordsByPanel(const GrayPicture& picture, const FlatZones& zones,
-    const std::vector<PixelRect>& words, int letterHeight);
+std::vector<std::vector<PixelRect>> wordsByPanel(
+    const FlatZones& zones, const std::vector<PixelRect>& words, int letterHeight);
 
 // The order in which panels with these bounds are read.
 std::vector<std::size_t> readingOrder(const std::vector<PixelRect>& bounds);

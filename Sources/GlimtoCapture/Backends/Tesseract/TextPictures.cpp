@@ -1,9 +1,9 @@
 #include "Backends/Tesseract/TextPictures.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <cstddef>
+#include <cstdint>
 #include <iterator>
-#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -16,83 +16,57 @@ namespace glimto {
 
 namespace {
 
-constexpr std::uint8_t white = 255;
-// Contrast is measured in tiles with their neighbours; below this it is noise and is not made stronger.
-constexpr int contrastTile = 32; // pixels
-constexpr int leastContrast = 40; // gray values
-constexpr std::uint8_t inkBelow = 128;
+constexpr int white = 255;
 
-// The strongest contrast in and around each tile.
-std::vector<int> tileContrasts(const GrayPicture& contrast, int columns, int rows)
+// BT.601 in 256ths.
+l_uint8 luma(const std::uint8_t* pixel)
 {
-    std::vector<int> strongest(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
-    const auto tile = [columns](int column, int row) {
-        return static_cast<std::size_t>(row) * static_cast<std::size_t>(columns)
-            + static_cast<std::size_t>(column);
-    };
-    for (int y = 0; y < contrast.height; ++y) {
-        for (int x = 0; x < contrast.width; ++x) {
-            int& value = strongest[tile(x / contrastTile, y / contrastTile)];
-            value = std::max<int>(value, contrast.values[contrast.place(x, y)]);
-        }
-    }
-    std::vector<int> around(strongest.size());
-    for (int row = 0; row < rows; ++row) {
-        for (int column = 0; column < columns; ++column) {
-            int value = leastContrast;
-            for (int r = std::max(0, row - 1); r <= std::min(rows - 1, row + 1); ++r) {
-                for (int c = std::max(0, column - 1); c <= std::min(columns - 1, column + 1); ++c)
-                    value = std::max(value, strongest[tile(c, r)]);
-            }
-            around[tile(column, row)] = value;
-        }
-    }
-    return around;
+    return static_cast<l_uint8>((29 * pixel[0] + 150 * pixel[1] + 77 * pixel[2]) >> 8);
 }
 
-// Black where the picture differs most from its surfaces, white where it does not.
-GrayPicture blackOnWhite(const GrayPicture& picture, const std::vector<std::uint8_t>& background)
+// What differs from white by more than noise does.
+PixHandle inkOf(Pix* contrast)
 {
-    GrayPicture result(picture.width, picture.height);
-    for (std::size_t place = 0; place < result.values.size(); ++place)
-        result.values[place] = static_cast<std::uint8_t>(std::abs(picture.values[place] - background[place]));
+    constexpr int faintest = 16; // gray values
+    const PixHandle ink = owned(pixThresholdToBinary(contrast, faintest));
+    return owned(pixInvert(nullptr, ink.get()));
+}
 
-    const int columns = (picture.width + contrastTile - 1) / contrastTile;
-    const int rows = (picture.height + contrastTile - 1) / contrastTile;
-    const std::vector<int> contrasts = tileContrasts(result, columns, rows);
-    for (int y = 0; y < picture.height; ++y) {
-        for (int x = 0; x < picture.width; ++x) {
-            std::uint8_t& value = result.values[result.place(x, y)];
-            const int strongest
-                = contrasts[static_cast<std::size_t>(y / contrastTile) * static_cast<std::size_t>(columns)
-                    + static_cast<std::size_t>(x / contrastTile)];
-            value = static_cast<std::uint8_t>(white - value * white / strongest);
-        }
-    }
+// How much the picture differs from its surfaces. Where two of them meet, all between their grays is the
+// smooth edge of one of them, unless it hangs together with what stands on it, as letters that touch it.
+PixHandle contrastWith(Pix* background, Pix* picture)
+{
+    constexpr int edge = 3; // pixels
+    const PixHandle darkest = owned(pixErodeGray(background, edge, edge));
+    const PixHandle lightest = owned(pixDilateGray(background, edge, edge));
+    PixHandle result = owned(pixSubtractGray(nullptr, picture, lightest.get()));
+    pixAddGray(result.get(), result.get(), owned(pixSubtractGray(nullptr, darkest.get(), picture)).get());
+
+    const PixHandle withEdges = owned(pixAbsDifference(picture, background));
+    const PixHandle letters
+        = owned(pixSeedfillBinary(nullptr, inkOf(result.get()).get(), inkOf(withEdges.get()).get(), 8));
+    pixCombineMasked(result.get(), withEdges.get(), letters.get());
     return result;
 }
 
-// The picture, turned light when it is dark on the whole.
-GrayPicture lightOnTheWhole(GrayPicture picture)
+// Black where the picture differs most from its surfaces, white where it does not.
+PixHandle blackOnWhite(Pix* picture, Pix* background)
 {
-    const std::uint64_t sum = std::accumulate(picture.values.begin(), picture.values.end(), std::uint64_t{0});
-    if (sum / picture.values.size() < inkBelow) {
-        for (auto& value : picture.values)
-            value = static_cast<std::uint8_t>(white - value);
+    PixHandle result = contrastWith(background, picture);
+    // Below the least contrast it is noise and is not made stronger.
+    constexpr int around = 81; // pixels
+    constexpr int leastContrast = 40; // gray values
+    const PixHandle strongest = owned(pixDilateGray(result.get(), around, around));
+    for (int y = 0; y < pixGetHeight(picture); ++y) {
+        l_uint32* row = pixGetData(result.get()) + std::ptrdiff_t{y} * pixGetWpl(result.get());
+        const l_uint32* most = pixGetData(strongest.get()) + std::ptrdiff_t{y} * pixGetWpl(strongest.get());
+        for (int x = 0; x < pixGetWidth(picture); ++x) {
+            const int contrast = std::max<int>(leastContrast, GET_DATA_BYTE(most, x));
+            const int value = GET_DATA_BYTE(row, x);
+            SET_DATA_BYTE(row, x, static_cast<l_uint8>(white - value * white / contrast));
+        }
     }
-    return picture;
-}
-
-PixHandle pixelsOf(const GrayPicture& picture)
-{
-    PixHandle pixels = owned(pixCreate(picture.width, picture.height, 8));
-    const int wordsPerRow = pixGetWpl(pixels.get());
-    l_uint32* row = pixGetData(pixels.get());
-    for (int y = 0; y < picture.height; ++y, row += wordsPerRow) {
-        for (int x = 0; x < picture.width; ++x)
-            SET_DATA_BYTE(row, x, picture.values[picture.place(x, y)]);
-    }
-    return pixels;
+    return result;
 }
 
 // A part of the picture, its darkest ink made black.
@@ -110,25 +84,45 @@ PixHandle strongest(Pix* pixels, const PixelRect& area)
 
 } // namespace
 
-std::optional<TextScreen> textScreen(const GrayPicture& picture)
+PixHandle grayPicture(const PixelBuffer& pixels, std::size_t mostPixels)
+{
+    PixHandle gray = owned(pixCreate(pixels.width, pixels.height, 8));
+    for (int y = 0; y < pixels.height; ++y) {
+        const std::uint8_t* pixel = pixels.bytes + static_cast<std::size_t>(y) * pixels.bytesPerRow;
+        l_uint32* row = pixGetData(gray.get()) + std::ptrdiff_t{y} * pixGetWpl(gray.get());
+        for (int x = 0; x < pixels.width; ++x, pixel += 4)
+            SET_DATA_BYTE(row, x, luma(pixel));
+    }
+    const auto count = [&] { return std::int64_t{pixGetWidth(gray.get())} * pixGetHeight(gray.get()); };
+    while (count() > static_cast<std::int64_t>(mostPixels) && pixGetWidth(gray.get()) > 1
+        && pixGetHeight(gray.get()) > 1)
+        gray = owned(pixScaleAreaMap2(gray.get()));
+    return gray;
+}
+
+std::optional<TextScreen> textScreen(Pix* picture)
 {
     const auto zones = findFlatZones(picture);
     if (!zones)
         return std::nullopt;
-    TextScreen screen{pixelsOf(blackOnWhite(picture, zones->background)), {}, 0};
+    PixHandle everything = blackOnWhite(picture, zones->background.get());
+    TextScreen screen{owned(pixCopy(nullptr, everything.get())), std::move(everything), {}, 0};
     const TextGlyphs glyphs = takeGlyphs(screen.pixels.get());
     screen.graphics = glyphs.graphics;
     const auto words = findWords(glyphs.bounds, glyphs.letterHeight);
-    for (const auto& panel : wordsByPanel(picture, *zones, words, glyphs.letterHeight)) {
+    for (const auto& panel : wordsByPanel(*zones, words, glyphs.letterHeight)) {
         auto rows = rowsInReadingOrder(panel, glyphs.rules, glyphs.letterHeight);
         std::move(rows.begin(), rows.end(), std::back_inserter(screen.rows));
     }
     return screen;
 }
 
-PixHandle plainPicture(const GrayPicture& picture)
+PixHandle plainPicture(Pix* picture)
 {
-    return pixelsOf(lightOnTheWhole(picture));
+    constexpr float middle = 128;
+    l_float32 mean = 0;
+    pixGetAverageMasked(picture, nullptr, 0, 0, 1, L_MEAN_ABSVAL, &mean);
+    return owned(mean < middle ? pixInvert(nullptr, picture) : pixCopy(nullptr, picture));
 }
 
 PixHandle rowPicture(Pix* pixels, const TextRow& row)
