@@ -130,8 +130,9 @@ class SignalTests(StoppingCase):
         self.start_painter().open("320x240+0+0", override=True).run_clock(20)
         recording = self.start_recording("-d", LONG, "--segment-duration", "0.3")
         wait_until(lambda: "segment_002.m4s" in self.segments(), "the third segment")
-        self.server.process.send_signal(signal.SIGSTOP)  # the end of the capture waits for the server
+        self.server.process.send_signal(signal.SIGSTOP)
         self.addCleanup(self.server.process.send_signal, signal.SIGCONT)
+        time.sleep(0.1)  # so old is the last picture that the end of the capture waits for another one
         recording.process.send_signal(signal.SIGINT)
         recording.wait_for("Glimto stop: stopping capture stream")
         time.sleep(1.1)

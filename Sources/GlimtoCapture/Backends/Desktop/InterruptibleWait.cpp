@@ -11,9 +11,11 @@
 
 namespace glimto {
 
-InterruptibleWait::InterruptibleWait()
-    : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+int InterruptibleWait::begin()
 {
+    if (!event_)
+        event_ = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    return event_.get();
 }
 
 void InterruptibleWait::interrupt(int descriptor) noexcept

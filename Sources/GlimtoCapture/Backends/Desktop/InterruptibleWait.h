@@ -12,10 +12,8 @@ namespace glimto {
 // descriptors left for that, it lasts as long as it may.
 class InterruptibleWait {
 public:
-    InterruptibleWait();
-
-    // Where interrupt() writes to; -1 when there is none. Stays the same.
-    int descriptor() const { return event_.get(); }
+    // From here on it can be interrupted. Returns where interrupt() writes to, -1 when there is none.
+    int begin();
 
     // Ends the wait that runs, or else the next one. May be called in a signal handler.
     static void interrupt(int descriptor) noexcept;

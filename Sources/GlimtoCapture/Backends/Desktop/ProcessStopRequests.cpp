@@ -79,14 +79,16 @@ ProcessStopRequests::ProcessStopRequests()
 {
 }
 
+ProcessStopRequests::~ProcessStopRequests()
+{
+    waitDescriptor = -1;
+}
+
 void ProcessStopRequests::endListening()
 {
-    if (!isListening_)
-        return;
     isListening_ = false;
     for (std::size_t index = 0; index < stopSignals.size(); ++index)
         ::sigaction(stopSignals[index], &previousActions[index], nullptr);
-    waitDescriptor = -1;
 }
 
 void ProcessStopRequests::beginListening()
@@ -97,11 +99,14 @@ void ProcessStopRequests::beginListening()
     watchesParent_ = isReadBySomebody(STDOUT_FILENO);
     firstSignal = 0;
     firstInterruptTime = 0;
-    waitDescriptor = wait_.descriptor();
+    waitDescriptor = wait_.begin();
     for (std::size_t index = 0; index < stopSignals.size(); ++index) {
         const int signal = stopSignals[index];
-        ::sigaction(signal, nullptr, &previousActions[index]);
-        if (previousActions[index].sa_handler == SIG_IGN)
+        struct sigaction before = {};
+        ::sigaction(signal, nullptr, &before);
+        if (before.sa_handler != noteSignal)
+            previousActions[index] = before;
+        if (before.sa_handler == SIG_IGN)
             continue;
         struct sigaction action = {};
         action.sa_handler = noteSignal;

@@ -15,14 +15,15 @@ namespace glimto {
 //
 // From beginListening() on the first wish is kept and further signals do nothing, except that a second
 // SIGINT more than a second after the first one ends the process by that signal. A signal stays ignored for a
-// process that was started so (SIGHUP by nohup, SIGINT by a shell for what it runs in the background). The
-// destructor gives the signals back what they did before. Signals belong to the process, so only one object
-// listens at a time; its operations are called from one thread.
+// process that was started so (SIGHUP by nohup, SIGINT by a shell for what it runs in the background). After
+// the destructor it is the same: what the process was to do is done, and a signal while it ends must not make
+// it look otherwise. Signals belong to the process, so only one object listens at a time; its operations are
+// called from one thread.
 class ProcessStopRequests final : public StopRequests {
 public:
     // Make it at the start of the program: a change of parent is one after this.
     ProcessStopRequests();
-    ~ProcessStopRequests() override { endListening(); }
+    ~ProcessStopRequests() override;
     ProcessStopRequests(const ProcessStopRequests&) = delete;
     ProcessStopRequests& operator=(const ProcessStopRequests&) = delete;
 
