@@ -8,9 +8,9 @@ namespace glimto {
 namespace {
 
 // How much less a changed macroblock costs than one of a keyframe, where most of what changes is copied, and
-// where everything moves: measured on zooms (12), films (5 to 15) and fractals (1).
+// where everything moves: measured on zooms (12), films (5 to 15), games (2) and fractals (1).
 constexpr double predictionGain = 8;
-constexpr double predictionGainInMotion = 5;
+constexpr double predictionGainInMotion = 4;
 constexpr double newSceneFactor = 5; // times the usual share: what moves is a new scene once, not twice
 constexpr double firstChangedShare = 0.2;
 constexpr double newSceneGain = 1.6; // what is left of that when something else is shown
@@ -24,7 +24,7 @@ constexpr double deepestDebtSeconds = 2; // a deeper one would punish a scene fo
 
 // A debt is paid back over seconds, not at once: a scene that opens with an expensive picture would be
 // unreadable for as long as it lasts.
-constexpr double repaymentPerSecond = 0.7;
+constexpr double repaymentPerSecond = 0.5;
 constexpr double smallestFill = 0.2;
 constexpr double largestFill = 4;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <new>
 #include <span>
 #include <thread>
@@ -39,10 +40,12 @@ int threadCount(const VideoEncodingSettings& settings)
     return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 4);
 }
 
-// With a constant quantizer x264 takes the one given with each picture, but only between those of its own
-// keyframes and B-frames: their distance from the middle has to span the whole range.
+// With a constant quantizer for the whole of a picture x264 takes the one given with each picture, but only
+// between those of its own keyframes and B-frames: their distance from the middle has to span the whole
+// range.
 void takeQuantizersFromCaller(x264_param_t& parameters)
 {
+    parameters.rc.i_aq_mode = X264_AQ_NONE;
     constexpr int middle = (RateController::finestQuantizer + RateController::coarsestQuantizer) / 2;
     constexpr double stepsPerDoubling = 6;
     parameters.rc.i_rc_method = X264_RC_CQP;
@@ -53,14 +56,20 @@ void takeQuantizersFromCaller(x264_param_t& parameters)
         = static_cast<float>(std::exp2((RateController::coarsestQuantizer - middle) / stepsPerDoubling));
 }
 
+// Where the quantizer differs within a picture x264 takes the caller's as it is; flat parts become finer than
+// that, busy ones coarser. It has to look at each picture once more for that.
+void spreadQuantizers(x264_param_t& parameters)
+{
+    parameters.rc.i_rc_method = X264_RC_CRF;
+    parameters.rc.i_aq_mode = X264_AQ_VARIANCE;
+    parameters.rc.f_aq_strength = 0.8F; // stronger ones take too much from edges and grain
+}
+
 // The superfast preset without what costs more than it brings on a screen: measured in Benchmarks/record.
 void chooseAnalysis(x264_param_t& parameters)
 {
-    takeQuantizersFromCaller(parameters);
-    parameters.rc.i_aq_mode = X264_AQ_NONE;
     parameters.rc.b_mb_tree = 0;
     parameters.rc.i_lookahead = 0;
-    parameters.analyse.inter = 0;
     parameters.analyse.i_weighted_pred = X264_WEIGHTP_NONE;
     parameters.analyse.b_transform_8x8 = 1; // what makes it High profile
     parameters.analyse.b_mb_info = 1;
@@ -75,7 +84,9 @@ void chooseTools(x264_param_t& parameters, CodingTools tools, const VideoEncodin
 {
     parameters.i_sps_id = static_cast<int>(tools);
     if (tools == CodingTools::quick) {
+        takeQuantizersFromCaller(parameters);
         parameters.b_cabac = 0;
+        parameters.analyse.inter = 0;
         parameters.analyse.i_subpel_refine = 0;
         if (!X264PictureCoder::hasTimeToBeThorough(settings))
             return;
@@ -83,10 +94,12 @@ void chooseTools(x264_param_t& parameters, CodingTools tools, const VideoEncodin
         parameters.analyse.i_me_method = X264_ME_UMH;
         parameters.analyse.i_me_range = 24;
     } else {
+        spreadQuantizers(parameters);
         parameters.b_cabac = 1;
+        parameters.analyse.inter = X264_ANALYSE_I8x8 | X264_ANALYSE_I4x4;
         parameters.analyse.i_subpel_refine = 1;
         parameters.analyse.i_me_method = X264_ME_DIA; // wider searches bring nothing here
-        parameters.i_bframe = 1;
+        parameters.i_bframe = X264PictureCoder::mostInBetween;
     }
 }
 
@@ -209,9 +222,9 @@ std::vector<EncodedPicture> X264PictureCoder::give(I420Picture& picture, const C
         input.img.i_stride[index] = picture.stride(index);
     }
     giveMarks(input, picture.unchangedMacroblocks(), coding);
-    std::vector<EncodedPicture> pictures = run(&input);
-    timeBetween_ = coding.isBetween ? std::optional(coding.time) : std::nullopt;
-    return pictures;
+    if (coding.isBetween)
+        timesInBetween_.push_back(coding.time);
+    return run(&input);
 }
 
 std::vector<EncodedPicture> X264PictureCoder::finish()
@@ -224,21 +237,19 @@ std::vector<EncodedPicture> X264PictureCoder::finish()
     return pictures;
 }
 
-// A picture is predicted from the one before that is not in between, so its marks count for both of them.
+// A picture is predicted from the last one that is not in between, so its marks count for all since then.
 void X264PictureCoder::giveMarks(
     x264_picture_t& input, const std::vector<std::uint8_t>& unchanged, const Coding& coding)
 {
     static_assert(X264_MBINFO_CONSTANT == 1, "the picture marks unchanged macroblocks with this value");
-    if (coding.isBetween) {
-        unchangedBefore_ = unchanged;
+    unchangedBefore_.resize(unchanged.size(), 1);
+    std::ranges::transform(unchangedBefore_, unchanged, unchangedBefore_.begin(), std::bit_and());
+    if (coding.isBetween)
         return;
-    }
     auto* marks = static_cast<std::uint8_t*>(std::malloc(unchanged.size()));
     if (!marks)
         throw std::bad_alloc();
-    std::copy(unchanged.begin(), unchanged.end(), marks);
-    for (std::size_t index = 0; index < unchangedBefore_.size(); ++index)
-        marks[index] &= unchangedBefore_[index];
+    std::ranges::copy(unchangedBefore_, marks);
     unchangedBefore_.clear();
     input.prop.mb_info = marks; // looked at later, and freed by x264
     input.prop.mb_info_free = std::free;
@@ -266,17 +277,18 @@ std::vector<EncodedPicture> X264PictureCoder::run(x264_picture_t* input)
     return {std::move(encoded)};
 }
 
-// Pictures are decoded when they are shown, but what is shown after one in between is needed for it: half way
-// between the picture decoded before and the one in between, which is never too late and leaves no time that
-// is negative.
+// Pictures are decoded when they are shown, but what is shown after those in between is needed for them: half
+// way between the picture decoded before and the first one in between, which is never too late and leaves no
+// time that is negative.
 VideoTime X264PictureCoder::decodeTimeOf(VideoTime time)
 {
-    if (!timeBetween_ || time < *timeBetween_)
-        return time;
-    if (time > *timeBetween_)
-        return lastDecodeTime_ + (*timeBetween_ - lastDecodeTime_) / 2;
-    timeBetween_.reset();
-    return time;
+    const auto own = std::ranges::find(timesInBetween_, time);
+    const bool isAhead = !timesInBetween_.empty() && time > timesInBetween_.front();
+    const VideoTime decodeTime
+        = isAhead ? lastDecodeTime_ + (timesInBetween_.front() - lastDecodeTime_) / 2 : time;
+    if (own != timesInBetween_.end())
+        timesInBetween_.erase(own);
+    return decodeTime;
 }
 
 } // namespace glimto

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -14,14 +15,14 @@ struct x264_t;
 namespace glimto {
 
 // Quick tools find motion by whole pixels, which is all that windows and pages have; what zooms, turns and
-// films need is found by thorough ones, at half as much time again. Thorough ones also predict a picture from
-// the one after it, which therefore has to be known first.
+// films need is found by thorough ones, at half as much time again. Thorough ones also predict pictures from
+// one after them, which therefore has to be known first, and make flat parts finer than busy ones.
 enum class CodingTools { quick, thorough };
 
 // H.264 High profile by x264. The caller chooses the quantizers and which pictures are predicted from both
 // sides.
 //
-// With quick tools each picture comes out at once, with thorough ones a picture later.
+// With quick tools each picture comes out at once, with thorough ones `mostInBetween` pictures later.
 //
 // x264 is used directly because it alone takes hints about macroblocks that did not change, which saves a
 // quarter of the time on a desktop where little moves.
@@ -45,11 +46,13 @@ public:
     };
     const ParameterSets& parameterSets() const { return parameterSets_; }
 
+    static constexpr int mostInBetween = 2; // more in a row lose where something turns or comes nearer
+
     struct Coding {
         VideoTime time{0}; // rises, by 2 ticks at least where a picture is in between
         PictureKind kind = PictureKind::predicted;
-        // Predicted from the next picture too, and nothing is predicted from it; with thorough tools only,
-        // never twice in a row. Where no next one comes, or a keyframe, it becomes one like the others.
+        // Predicted from the next picture that is not in between too, and nothing is predicted from it; with
+        // thorough tools only. Where no such one comes, or a keyframe, it becomes one like the others.
         bool isBetween = false;
         int quantizer = 0;
         std::optional<int> keyframeIDBefore; // of the picture given before, if that is a keyframe
@@ -77,9 +80,9 @@ private:
     const CodingTools tools_;
     ParameterSets parameterSets_;
     int lastKeyframeID_ = 1; // x264 begins with 0
-    std::optional<VideoTime> timeBetween_; // of the picture that waits for the next one
+    std::deque<VideoTime> timesInBetween_; // of the pictures in between that are not out
     VideoTime lastDecodeTime_{0};
-    std::vector<std::uint8_t> unchangedBefore_; // marks of that picture
+    std::vector<std::uint8_t> unchangedBefore_; // marks of pictures in between that wait for the next one
 };
 
 } // namespace glimto

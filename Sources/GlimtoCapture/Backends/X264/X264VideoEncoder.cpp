@@ -29,10 +29,10 @@ constexpr int coarseInMotion = 22;
 constexpr int coarseBeginning = 27;
 
 // A picture in between may be coarser than those that others are predicted from.
-constexpr int coarserInBetween = 2;
+constexpr int coarserInBetween = 3;
 constexpr int finerBesides = 1;
 
-// With thorough tools a picture waits for the next one. Where none comes because nothing changes, it is let
+// With thorough tools a picture waits for the next ones. Where none comes because nothing changes, it is let
 // out after so many frames: a film shows every fourth or fifth picture twice, which is no rest.
 constexpr int framesOfRest = 2;
 
@@ -109,6 +109,8 @@ public:
             if (!before_)
                 before_.emplace(settings_.width, settings_.height);
             before_->show(picture_);
+        } else if (tools_ == CodingTools::thorough) {
+            before_.reset();
         }
         picture_.update(picture.pixels(), changedRects);
         const int changed = picture_.changedMacroblockCount();
@@ -144,7 +146,7 @@ public:
         std::vector<EncodedPicture> pictures;
         const bool opens = opening_.has_value();
         openAtRest(pictures);
-        const bool isWaiting = !given_.empty() && !given_.back().isRefinement;
+        const bool isWaiting = !std::ranges::all_of(given_, &Given::isRefinement);
         const bool isDue = opens
             || (isWaiting
                 && (unchangedFrames_ >= framesOfRest || given_.back().plan.kind == PictureKind::keyframe));
@@ -306,6 +308,7 @@ private:
         else if (!standsStill)
             standingQuantizer_ = 0;
         given_.push_back(given);
+        inBetween_ = given.isBetween ? inBetween_ + 1 : 0;
         lastTime_ = given.time;
         std::vector<EncodedPicture> made = coder_->encode(picture,
             {.time = given.time,
@@ -333,7 +336,7 @@ private:
     {
         constexpr VideoTime leastTime{2}; // one for each of the two that are decoded until then
         return tools_ == CodingTools::thorough && plan.kind == PictureKind::predicted && !plan.isNewScene
-            && rate_.knowsScene() && !given_.empty() && !given_.back().isBetween
+            && rate_.knowsScene() && !given_.empty() && inBetween_ < X264PictureCoder::mostInBetween
             && time - *lastTime_ >= leastTime;
     }
 
@@ -350,18 +353,17 @@ private:
     void learn(const std::vector<EncodedPicture>& pictures)
     {
         for (const EncodedPicture& picture : pictures) {
-            const std::int64_t bits = bitsOf(picture.data);
-            if (given_.front().time != picture.time) {
-                bitsAhead_ = bits; // the one in between comes next
+            bitsOfGroup_ += bitsOf(picture.data);
+            endOfGroup_ = std::max(endOfGroup_, picture.time);
+            ++picturesOfGroup_;
+            if (given_[picturesOfGroup_ - 1].time < endOfGroup_)
                 continue;
-            }
-            // One of the two is cheap because the other one is not.
-            const int count = bitsAhead_ > 0 ? 2 : 1;
-            for (int index = 0; index < count; ++index) {
-                learn(given_.front(), (bits + bitsAhead_) / count);
+            // Those in between are cheap because the one after them is not.
+            const std::int64_t bits = bitsOfGroup_ / static_cast<std::int64_t>(picturesOfGroup_);
+            for (bitsOfGroup_ = 0; picturesOfGroup_ > 0; --picturesOfGroup_) {
+                learn(given_.front(), bits);
                 given_.pop_front();
             }
-            bitsAhead_ = 0;
         }
     }
 
@@ -432,7 +434,7 @@ private:
     I420Picture picture_;
     const VideoSampleDescription sampleDescription_;
     RateController rate_;
-    std::optional<I420Picture> before_; // kept for its memory
+    std::optional<I420Picture> before_; // the memory is kept for the next look
     double uncopiedShare_ = 0; // of the picture, what moves as no program copies it; 0 when nobody looked
     int sufferingPictures_ = 0;
     std::optional<Opening> opening_; // the picture that was given last, not yet encoded
@@ -441,7 +443,12 @@ private:
     int standingQuantizer_ = 0; // of the whole picture, 0 when some of it changed later
     KeptKeyframes kept_;
     std::deque<Given> given_; // to the coder, and not back yet
-    std::int64_t bitsAhead_ = 0; // of the picture after the one in between, until that one is back
+    int inBetween_ = 0; // pictures in a row, the last one given
+    // Of a picture that came out before those in between that are shown before it, and of these, until all
+    // are there.
+    std::size_t picturesOfGroup_ = 0;
+    std::int64_t bitsOfGroup_ = 0;
+    VideoTime endOfGroup_{0};
     int unchangedFrames_ = 0; // since the picture last changed
     int motionsInARow_ = 0; // since it last stood still for some frames
 };
