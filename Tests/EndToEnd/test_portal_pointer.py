@@ -32,6 +32,7 @@ class PortalPointerTests(PointerCase):
             portal.tell("pointer", x, y)
             time.sleep(0.05)  # moves are thinned out to what the eye can follow
         after = time.monotonic()
+        time.sleep(0.3)  # the last of them is on its way
         stop.touch()
         self.output = recording.finish()
         self.assertEqual(self.output.status, 0, self.output.errors)

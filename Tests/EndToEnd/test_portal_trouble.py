@@ -4,6 +4,7 @@ import json
 import os
 import signal
 import stat
+import time
 import unittest
 
 from support.portal import PortalCase
@@ -188,6 +189,7 @@ class PortalTroubleTests(PortalCase):
         portal.tell("vanish")
         portal.tell("paint", 0, 0, 320, 240, "00ff00")
         portal.send()
+        time.sleep(1)  # until it has arrived, and is no longer too soon after the one before
         os.kill(recording.pid, signal.SIGTERM)
         self.assertEqual(recording.finish().status, 0)
         self.assert_shows(self.frames()[-1], "00ff00", 160, 120)

@@ -58,6 +58,7 @@ class WaylandCase(EndToEndCase):
         return recording
 
     def stop(self, recording):
+        time.sleep(0.3)  # what was shown last is on its way
         (self.directory / "stop").touch()
         output = recording.finish()
         self.assertEqual(output.status, 0, output.errors)

@@ -2,6 +2,7 @@
 
 import json
 import signal
+import time
 import unittest
 
 from support import pictures
@@ -59,6 +60,7 @@ class ImageCopyCase(EndToEndCase):
         self.wait_for_capture(name, before)
 
     def stop(self, recording):
+        time.sleep(0.3)  # what was shown last is on its way
         (self.directory / "stop").touch()
         output = recording.finish()
         self.assertEqual(output.status, 0, output.errors)
