@@ -6,7 +6,7 @@
 #
 # The folders are build and build/benchmarks without a word about them. --quick: one run of each, short. --only: some of
 # picture-720p, picture-1080p, picture-curve, record, screenshot, upload, text. What fails is told at the end; the
-# others run all the same.
+# others run all the same. Benchmarks/plot.py makes the plots of Documentation/performance.md out of the JSON.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -51,7 +51,7 @@ section picture-720p Benchmarks/picture/benchmark_picture.py --build "$build" --
 section picture-1080p Benchmarks/picture/benchmark_picture.py --build "$build" --runs "$runs" \
     --pictures "$pictures" --size 1920x1080 --json "$results/picture-1080p.json"
 section picture-curve Benchmarks/picture/benchmark_picture.py --build "$build" --curve \
-    --pictures "$pictures" --json "$results/picture-curve.json"
+    --scenes zoom,pan,film,game,mixed,page --pictures "$pictures" --json "$results/picture-curve.json"
 section record Benchmarks/record/benchmark_record.py --build "$build" --runs "$runs" --seconds "$seconds" \
     --json "$results/record.json"
 section screenshot Benchmarks/screenshot/benchmark_screenshot.py --build "$build" --runs $((runs * 5))

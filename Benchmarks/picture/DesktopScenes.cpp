@@ -1,7 +1,9 @@
 #include "picture/DesktopScenes.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace glimto {
 
@@ -175,6 +177,79 @@ std::vector<PixelRect> DragScene::draw(int number, Canvas& screen)
         = number == 0 ? std::vector{screen.bounds()} : std::vector{last_, place};
     last_ = place;
     return changed;
+}
+
+MapScene::MapScene(int width, int height)
+    : map_(width * 2, height * 2, 0xF2EFE9)
+{
+    constexpr std::array<std::uint32_t, 3> areas = {0xC8E6C0, 0xE4DFD6, 0xAAD3DF};
+    constexpr std::array<std::uint32_t, 4> roads = {0xF9B29C, 0xFFFFFF, 0x999999, 0x999999};
+    Dice dice(31);
+    const auto place = [&] { return std::pair(dice.below(map_.width), dice.below(map_.height)); };
+    for (std::size_t area = 0; area < 60; ++area) {
+        const auto [x, y] = place();
+        fill(map_, {x, y, 40 + dice.below(200), 40 + dice.below(160)}, areas.at(area % areas.size()));
+    }
+    for (std::size_t road = 0; road < 160; ++road) {
+        const auto [left, top] = place();
+        double x = left;
+        double y = top;
+        double angle = dice.fraction() * 6.28;
+        const int thickness = road % 4 == 2 ? 1 : 3;
+        for (int length = 100 + dice.below(700); length > 0; --length) {
+            angle += (dice.fraction() - 0.5) * 0.05;
+            x += std::cos(angle);
+            y += std::sin(angle);
+            fill(map_, {static_cast<int>(x), static_cast<int>(y), thickness, thickness},
+                roads.at(road % roads.size()));
+        }
+    }
+    for (int name = 0; name < 220; ++name) {
+        const auto [x, y] = place();
+        drawText(map_, x, y, someWords(dice, 6 + dice.below(10)),
+            {.size = 10.0 + dice.below(7), .color = 0x404050});
+    }
+}
+
+std::vector<PixelRect> MapScene::draw(int number, Canvas& screen)
+{
+    constexpr int picturesOfADrag = 50;
+    constexpr double picturesInMotion = 36;
+    constexpr std::array<std::array<double, 2>, 5> way
+        = {{{0, 0}, {260, 90}, {60, 240}, {380, 200}, {120, 60}}};
+    const auto drag = static_cast<std::size_t>(number / picturesOfADrag);
+    const double left = 1 - std::min(1.0, number % picturesOfADrag / picturesInMotion);
+    const double part = 1 - left * left * left;
+    const auto& from = way.at(drag % way.size());
+    const auto& to = way.at((drag + 1) % way.size());
+    const PixelRect view = {static_cast<int>(std::lround(from[0] + (to[0] - from[0]) * part)),
+        static_cast<int>(std::lround(from[1] + (to[1] - from[1]) * part)), screen.width, screen.height};
+    if (number > 0 && view == last_)
+        return {};
+    last_ = view;
+    copy(screen, screen.bounds(), map_, view.x, view.y);
+    return {screen.bounds()};
+}
+
+CodeScene::CodeScene(int width, int height)
+    : code_(width * 5 / 6, height + 4200)
+{
+    drawCode(code_, code_.bounds(), 71);
+}
+
+std::vector<PixelRect> CodeScene::draw(int number, Canvas& screen)
+{
+    constexpr int notch = 3 * lineHeight;
+    const int offset = std::min(
+        notch * (number / 6) + notch * std::min(number % 6 + 1, 4) / 4, code_.height - screen.height);
+    if (number == 0)
+        fill(screen, screen.bounds(), 0x252526);
+    else if (number % 60 >= 40 || offset == lastOffset_)
+        return {};
+    lastOffset_ = offset;
+    const PixelRect view = {screen.width / 6, 40, screen.width * 5 / 6, screen.height - 64};
+    copy(screen, view, code_, 0, offset);
+    return {number == 0 ? screen.bounds() : view};
 }
 
 } // namespace glimto

@@ -51,4 +51,26 @@ private:
     PixelRect last_;
 };
 
+// A map dragged about with the mouse, which it comes after more and more slowly.
+class MapScene final : public Scene {
+public:
+    MapScene(int width, int height);
+    std::vector<PixelRect> draw(int number, Canvas& screen) override;
+
+private:
+    Canvas map_;
+    PixelRect last_;
+};
+
+// Source code scrolled by a wheel, three lines a notch, smoothly.
+class CodeScene final : public Scene {
+public:
+    CodeScene(int width, int height);
+    std::vector<PixelRect> draw(int number, Canvas& screen) override;
+
+private:
+    Canvas code_;
+    int lastOffset_ = -1;
+};
+
 } // namespace glimto

@@ -5,6 +5,7 @@
 
 #include "picture/DesktopScenes.h"
 #include "picture/FilmScenes.h"
+#include "picture/MotionScenes.h"
 
 namespace glimto {
 
@@ -20,15 +21,21 @@ template <typename Type> Maker maker()
 const std::map<std::string, Maker>& makers()
 {
     static const std::map<std::string, Maker> all = {
+        {"call", maker<CallScene>()},
+        {"code", maker<CodeScene>()},
         {"cuts", maker<CutsScene>()},
         {"drag", maker<DragScene>()},
+        {"fade", maker<FadeScene>()},
         {"film", maker<FilmScene>()},
         {"fractal", maker<FractalScene>()},
+        {"game", maker<GameScene>()},
         {"log", maker<LogScene>()},
+        {"map", maker<MapScene>()},
         {"mixed", maker<MixedScene>()},
         {"page", maker<PageScene>()},
         {"pan", maker<PanScene>()},
         {"soft-zoom", maker<SoftZoomScene>()},
+        {"turn", maker<TurnScene>()},
         {"typing", maker<TypingScene>()},
         {"zoom", maker<ZoomScene>()},
     };

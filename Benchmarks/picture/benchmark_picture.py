@@ -16,8 +16,8 @@ from pathlib import Path
 
 CLOSE_ENOUGH = 0.04
 MOST_TRIES = 4
-HEAD = """| scene | kbit/s, ours : peer | SSIM | worst picture | PSNR, dB | worst picture | edges, dB | CPU s a minute | ratio |
-|---|---|---|---|---|---|---|---|---|"""
+HEAD = """| scene | kbit/s, ours : peer | SSIM | worst picture | PSNR, dB | worst picture | edges, dB | CPU s a minute | spread | ratio |
+|---|---|---|---|---|---|---|---|---|---|"""
 
 
 class Bench:
@@ -77,7 +77,7 @@ def table_row(pair):
 
     return (f"| {ours['scene']} | {ours['bitsPerSecond'] / 1000:.0f} : {peer['bitsPerSecond'] / 1000:.0f} "
             f"| {both('ssim', 4)} | {both('worstSSIM', 3)} | {both('psnr', 1)} | {both('worstPSNR', 1)} "
-            f"| {both('edgePSNR', 1)} | {both('cpuSecondsAMinute', 1)} "
+            f"| {both('edgePSNR', 1)} | {both('cpuSecondsAMinute', 1)} | {both('cpuSpread', 1)} "
             f"| {ours['cpuSecondsAMinute'] / peer['cpuSecondsAMinute']:.2f} |")
 
 

@@ -131,8 +131,13 @@ def run_content(name, arguments, build, server, environment, folder):
                 result = measure(command, environment, server)
                 result["megabytes"] = size_of(folder / recorder) / 1e6
                 results[recorder].append(result)
-    return {recorder: {key: statistics.median(run[key] for run in runs) for key in runs[0]}
+    return {recorder: {key: statistics.median(run[key] for run in runs) for key in runs[0]} | {"cpuSpread": spread(runs)}
             for recorder, runs in results.items()}
+
+
+def spread(runs):
+    """Between the cheapest and the dearest of the runs, CPU seconds."""
+    return max(run["cpu"] for run in runs) - min(run["cpu"] for run in runs)
 
 
 def main():
@@ -145,14 +150,15 @@ def main():
     arguments = parser.parse_args()
     build = pathlib.Path(arguments.build).resolve()
     figures = {}
-    print(f"{'content':8} {'CPU s/min':>20} {'ratio':>7} {'goal':>6} {'server s/min':>16} {'ratio':>7} {'peak MB':>12} {'MB':>14}")
+    print(f"{'content':8} {'CPU s/min':>20} {'spread':>13} {'ratio':>7} {'goal':>6} {'server s/min':>16} {'ratio':>7} {'peak MB':>12} {'MB':>14}")
     with tempfile.TemporaryDirectory() as folder, x_server() as (server, environment):
         for name in arguments.contents.split(","):
             figures[name] = medians = run_content(name, arguments, build, server, environment, pathlib.Path(folder))
             ours, peer = medians["ours"], medians["ffmpeg"]
             minute = 60 / arguments.seconds
             server_ratio = ours["server"] / peer["server"] if peer["server"] > 0 else float("nan")
-            print(f"{name:8} {ours['cpu'] * minute:9.2f} :{peer['cpu'] * minute:9.2f} {ours['cpu'] / peer['cpu']:7.3f}"
+            print(f"{name:8} {ours['cpu'] * minute:9.2f} :{peer['cpu'] * minute:9.2f}"
+                  f" {ours['cpuSpread'] * minute:5.2f} :{peer['cpuSpread'] * minute:6.2f} {ours['cpu'] / peer['cpu']:7.3f}"
                   f" {GOALS[name]:6.2f} {ours['server'] * minute:7.2f} :{peer['server'] * minute:7.2f} {server_ratio:7.2f}"
                   f" {ours['peakMegabytes']:5.0f} :{peer['peakMegabytes']:5.0f} {ours['megabytes']:6.2f} :{peer['megabytes']:6.2f}",
                   flush=True)

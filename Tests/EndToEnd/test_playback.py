@@ -15,6 +15,10 @@ from support.processes import Child, wait_until
 CHROMIUM = ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
             "--disable-background-networking", "--disable-component-update", "--disable-sync", "--mute-audio",
             "--autoplay-policy=no-user-gesture-required", "--disable-dev-shm-usage", "--remote-debugging-port=0"]
+# Columns of known colours, of which a wrong matrix or range turns some into others.
+COLUMNS = ["000000", "ffffff", "808080", "e01010", "10c020", "2030e0", "e0d020", "c020c0"]
+COLUMN_WIDTH = 40
+COLOUR_ERROR = 6  # what is lost to 8 bits of luma and chroma and to the encoder
 PAGE = """<!DOCTYPE html><meta charset="utf-8"><video id="player" muted></video><script>
 const player = document.getElementById("player");
 const report = facts => fetch("/report", {method: "POST", body: JSON.stringify(facts)});
@@ -35,9 +39,17 @@ async function play() {
     }
     source.endOfStream();
     player.onerror = () => fail(player.error.message);
+    const canvas = document.createElement("canvas");
+    [canvas.width, canvas.height] = [320, 240];
+    const drawing = canvas.getContext("2d");
+    const pixel = x => [...drawing.getImageData(x, 60, 1, 1).data].slice(0, 3);
+    const pixels = () => {
+        drawing.drawImage(player, 0, 0);
+        return [...Array(8).keys()].map(column => pixel(column * 40 + 20));
+    };
     player.onended = () => report({duration: player.duration, currentTime: player.currentTime,
         width: player.videoWidth, height: player.videoHeight, ranges: player.buffered.length,
-        frames: player.getVideoPlaybackQuality().totalVideoFrames});
+        frames: player.getVideoPlaybackQuality().totalVideoFrames, pixels: pixels()});
     await player.play();
 }
 play().catch(fail);
@@ -84,16 +96,30 @@ class TakeServer:
 class PlaybackTests(EndToEndCase):
     def record_clock(self):
         self.start_screen("320x240")
-        self.start_painter().open("320x240+0+0", override=True).run_clock(40)
+        painter = self.start_painter()
+        for number, colour in enumerate(COLUMNS):
+            painter.open(f"{COLUMN_WIDTH}x120+{number * COLUMN_WIDTH}+0", colour, override=True)
+        painter.open("320x120+0+120", override=True).run_clock(40)
         self.record("-d", "2", "--segment-duration", "0.5")
+
+    def assert_shows_columns(self, pixels):
+        for wanted, seen in zip(COLUMNS, pixels, strict=True):
+            for meant, channel in zip(bytes.fromhex(wanted), seen, strict=True):
+                self.assertLessEqual(abs(channel - meant), COLOUR_ERROR, f"{wanted} came out as {bytes(seen).hex()}")
+
+    def columns_of(self, frame):
+        return [frame.pixel(column * COLUMN_WIDTH + COLUMN_WIDTH // 2, 60) for column in range(len(COLUMNS))]
 
     def test_ffprobe_reads_the_playlist_to_its_end(self):
         self.record_clock()
         playlist = self.take / "segments/playlist.m3u8"
         found = media.probe(playlist, "-show_format", "-show_streams", "-count_frames")
         self.assertEqual([stream["codec_name"] for stream in found["streams"]], ["h264"])
+        colours = {name: found["streams"][0][f"color_{name}"] for name in ("range", "space", "transfer", "primaries")}
+        self.assertEqual(colours, {"range": "tv", "space": "smpte170m", "transfer": "bt709", "primaries": "bt709"})
         self.assertAlmostEqual(float(found["format"]["duration"]), self.manifest()["totalDuration"], delta=0.05)
         self.assertEqual(int(found["streams"][0]["nb_read_frames"]), len(media.frame_times(self.joined())))
+        self.assert_shows_columns(self.columns_of(self.frames()[-1]))
 
     def test_one_file_of_the_playlist_can_be_sought_in(self):
         self.record_clock()
@@ -125,6 +151,11 @@ class PlaybackTests(EndToEndCase):
                     env=environment, capture_output=True, text=True, timeout=60, stdin=subprocess.DEVNULL)
                 self.assertEqual(done.returncode, 0, done.stderr)
                 self.assertNotIn("ERROR", done.stdout + done.stderr)
+        decoded = self.directory / "decoded.rgb"
+        media.run_tool("env", f"GST_REGISTRY={environment['GST_REGISTRY']}", "gst-launch-1.0", "-q", "uridecodebin",
+                       "uri=" + self.joined().as_uri(), "!", "videoconvert", "!", "video/x-raw,format=RGB", "!",
+                       "filesink", f"location={decoded}")
+        self.assert_shows_columns(self.columns_of(media.Frame(320, 240, decoded.read_bytes()[-320 * 240 * 3:])))
 
     def test_web_browser_plays_initialization_and_media_segments(self):
         self.record_clock()
@@ -141,6 +172,7 @@ class PlaybackTests(EndToEndCase):
         self.assertAlmostEqual(report["duration"], manifest["totalDuration"], delta=0.05)
         self.assertAlmostEqual(report["currentTime"], report["duration"], delta=0.1)
         self.assertGreater(report["frames"], 10)
+        self.assert_shows_columns(report["pixels"])
 
     def media_type(self):
         """The MIME type with the profile and level of the stream."""

@@ -105,10 +105,11 @@ void chooseTools(x264_param_t& parameters, CodingTools tools, const VideoEncodin
 
 void chooseColor(x264_param_t& parameters)
 {
-    // sRGB pixels through the BT.601 matrix, limited range (ITU-T H.264 Annex E).
+    // Pixels through the BT.601 matrix, limited range (ITU-T H.264 Annex E). They are sRGB, but where a track
+    // says so, mpv converts them to a display of another gamma, and its shadows become too bright.
     parameters.vui.b_fullrange = 0;
     parameters.vui.i_colorprim = 1;
-    parameters.vui.i_transfer = 13;
+    parameters.vui.i_transfer = 1;
     parameters.vui.i_colmatrix = 6;
 }
 
