@@ -13,12 +13,6 @@
 namespace glimto {
 
 InputEventRecorder::InputEventRecorder(std::filesystem::path outputURL, const CaptureGeometry& geometry,
-    std::chrono::nanoseconds flushInterval, EventTapFactory& factory, LineOutput& standardError)
-    : InputEventRecorder(std::move(outputURL), geometry, flushInterval, factory, standardError, Limits())
-{
-}
-
-InputEventRecorder::InputEventRecorder(std::filesystem::path outputURL, const CaptureGeometry& geometry,
     std::chrono::nanoseconds flushInterval, EventTapFactory& factory, LineOutput& standardError,
     const Limits& limits)
     : outputURL_(std::move(outputURL))

@@ -15,6 +15,12 @@
 
 namespace glimto {
 
+// How long a tap may take to be installed, and to end.
+struct InputEventTapLimits {
+    std::chrono::nanoseconds start = std::chrono::seconds(2);
+    std::chrono::nanoseconds stop = std::chrono::seconds(2);
+};
+
 // Records what the pointer does while the screen is captured, and writes it as events.json: clicks, moves
 // and scrolls by the time of the first video frame and by their place in the picture.
 //
@@ -23,19 +29,14 @@ namespace glimto {
 // timeline are also kept in a PartialEventsFile, which goes when events.json is there.
 class InputEventRecorder {
 public:
-    struct Limits {
-        std::chrono::nanoseconds start = std::chrono::seconds(2);
-        std::chrono::nanoseconds stop = std::chrono::seconds(2);
-    };
+    using Limits = InputEventTapLimits;
 
     // `geometry` is where the source lies when the recording begins; places are told against that, also
     // when a window moves later. Every `flushInterval` the tap is looked after. The factory and
     // `standardError` outlive the process's last command.
     InputEventRecorder(std::filesystem::path outputURL, const CaptureGeometry& geometry,
-        std::chrono::nanoseconds flushInterval, EventTapFactory& factory, LineOutput& standardError);
-    InputEventRecorder(std::filesystem::path outputURL, const CaptureGeometry& geometry,
         std::chrono::nanoseconds flushInterval, EventTapFactory& factory, LineOutput& standardError,
-        const Limits& limits);
+        const Limits& limits = {});
 
     // Ends the tap; writes nothing, and removes the partial file unless events.json could not be written.
     ~InputEventRecorder();

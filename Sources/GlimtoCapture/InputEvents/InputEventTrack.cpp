@@ -57,40 +57,28 @@ InputEventTrack::InputEventTrack(const CaptureGeometry& geometry)
 {
 }
 
-std::optional<InputEventTrack::PendingEvent> InputEventTrack::classified(const InputEvent& event)
-{
-    const auto found = eventClass(event.type);
-    if (!found)
-        return std::nullopt;
-    const bool scrolls = found->kind == InputEventKind::scroll;
-    return PendingEvent{.hostNs = event.time.time_since_epoch().count(),
-        .globalLocation = event.globalLocation,
-        .dx = scrolls ? event.scrollDeltaX : 0,
-        .dy = scrolls ? event.scrollDeltaY : 0,
-        .kind = found->kind,
-        .button = found->button};
-}
-
-void InputEventTrack::record(const PendingEvent& event, State& state) const
+void InputEventTrack::record(const InputEvent& event, State& state) const
 {
     const std::int64_t anchor = state.anchor->firstVideoSampleHostTimeNs;
-    if (event.hostNs < anchor)
+    const std::int64_t time = event.time.time_since_epoch().count();
+    const auto found = eventClass(event.type);
+    if (!found || time < anchor)
         return;
     const Rect& frame = geometry_.globalFrame;
     const Point place = event.globalLocation;
-    state.recorded.push_back({.t = millisecondsBetween(anchor, event.hostNs),
+    const bool scrolls = found->kind == InputEventKind::scroll;
+    state.recorded.push_back({.t = millisecondsBetween(anchor, time),
         .x = frame.isEmpty() ? 0 : normalized(place.x, frame.minX(), frame.width),
         .y = frame.isEmpty() ? 0 : normalized(place.y, frame.minY(), frame.height),
-        .dx = event.dx,
-        .dy = event.dy,
-        .k = event.kind,
-        .button = event.button});
+        .dx = scrolls ? event.scrollDeltaX : 0,
+        .dy = scrolls ? event.scrollDeltaY : 0,
+        .k = found->kind,
+        .button = found->button});
 }
 
 void InputEventTrack::append(const InputEvent& event)
 {
-    const auto pending = classified(event);
-    if (!pending)
+    if (!eventClass(event.type))
         return;
     state_.with([&](State& state) {
         if (state.finished)
@@ -98,9 +86,9 @@ void InputEventTrack::append(const InputEvent& event)
         if (state.recorded.size() + state.pending.size() >= mostEvents)
             ++state.droppedCount;
         else if (state.anchor)
-            record(*pending, state);
+            record(event, state);
         else
-            state.pending.push_back(*pending);
+            state.pending.push_back(event);
     });
 }
 

@@ -47,28 +47,17 @@ public:
     static constexpr std::size_t mostEvents = 1 << 20; // about 56 MiB
 
 private:
-    // An event that waits for the anchor.
-    struct PendingEvent {
-        std::int64_t hostNs = 0;
-        Point globalLocation;
-        double dx = 0;
-        double dy = 0;
-        InputEventKind kind = InputEventKind::move;
-        std::optional<std::uint8_t> button = std::nullopt;
-    };
-
     // Deques grow without moving what they hold, and shrink while they are emptied.
     struct State {
         std::optional<EventsClock> anchor;
-        std::deque<PendingEvent> pending;
+        std::deque<InputEvent> pending; // for the anchor
         std::deque<RecordedEvent> recorded;
         std::size_t givenCount = 0; // of recorded, by nextEvents()
         std::size_t droppedCount = 0;
         bool finished = false;
     };
 
-    static std::optional<PendingEvent> classified(const InputEvent& event);
-    void record(const PendingEvent& event, State& state) const;
+    void record(const InputEvent& event, State& state) const;
     EventsDocument emptyDocument() const;
 
     const CaptureGeometry geometry_;

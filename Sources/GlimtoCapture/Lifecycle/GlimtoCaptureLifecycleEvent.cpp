@@ -11,17 +11,6 @@ namespace {
 
 constexpr std::size_t longestMessage = 2000;
 
-nlohmann::json toJSON(const GlimtoCaptureEventError& error)
-{
-    return {
-        {"code", error.code},
-        {"message", error.message},
-        {"type", error.type},
-        {"domain", error.domain},
-        {"nsCode", error.nsCode},
-    };
-}
-
 template <typename Value>
 void setWhenPresent(nlohmann::json& object, const char* key, const std::optional<Value>& value)
 {
@@ -50,10 +39,8 @@ nlohmann::json toJSON(const GlimtoCaptureLifecycleEvent& event)
     };
     setWhenPresent(object, "recordingId", event.recordingId);
     setWhenPresent(object, "pageUrl", event.pageUrl);
-    if (event.permission)
-        object["permission"] = toJSON(*event.permission);
-    if (event.error)
-        object["error"] = toJSON(*event.error);
+    setMember(object, "permission", event.permission);
+    setMember(object, "error", event.error);
     setWhenPresent(object, "stage", event.stage);
     setWhenPresent(object, "state", event.state);
     setWhenPresent(object, "checkedObjectCount", event.checkedObjectCount);

@@ -8,6 +8,7 @@
 
 #include "Lifecycle/ScreenCapturePermissionJSON.h"
 #include "Support/Errors.h"
+#include "Support/JSONObject.h"
 
 namespace glimto {
 
@@ -22,6 +23,7 @@ struct GlimtoCaptureEventError {
     std::string domain;
     std::int64_t nsCode = 0; // the error's number within its domain
 };
+GLIMTO_JSON_OBJECT(GlimtoCaptureEventError, code, message, type, domain, nsCode)
 
 // Something that happened in the life of a recording or screenshot. What is absent is left out of
 // the JSON.

@@ -1,14 +1,16 @@
 #include "Recording/ThumbnailWriter.h"
 
+#include <atomic>
 #include <chrono>
 #include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
+#include <variant>
 
 #include "Support/AtomicFile.h"
 #include "Support/Errors.h"
-#include "Support/Guarded.h"
+#include "Support/FirstOutcome.h"
 #include "Support/UUID.h"
 
 namespace glimto {
@@ -51,21 +53,8 @@ struct ThumbnailWriter::State {
     ImageCodec& codec;
     LineOutput& standardError;
 
-    struct Progress {
-        bool didScheduleWrite = false;
-        bool isWriting = false;
-    };
-    Guarded<Progress> progress{};
-
-    bool claimFirstFrame()
-    {
-        return progress.with([](Progress& now) {
-            if (std::exchange(now.didScheduleWrite, true))
-                return false;
-            now.isWriting = true;
-            return true;
-        });
-    }
+    std::atomic<bool> didScheduleWrite = false;
+    FirstOutcome<std::monostate> end = {}; // of the write, however it went
 
     void write(const FramePicture& picture)
     {
@@ -76,13 +65,6 @@ struct ThumbnailWriter::State {
                 "warning: thumbnail generation failed: " + errorFacts(std::current_exception()).message);
         }
     }
-
-    void noteEnd()
-    {
-        progress.change([](Progress& now) { now.isWriting = false; });
-    }
-
-    static bool isIdle(const Progress& now) { return !now.isWriting; }
 };
 
 ThumbnailWriter::ThumbnailWriter(
@@ -94,25 +76,26 @@ ThumbnailWriter::ThumbnailWriter(
 
 ThumbnailWriter::~ThumbnailWriter()
 {
-    if (!state_->progress.waitFor(hangingWriteLimit, State::isIdle))
+    if (state_->didScheduleWrite && !state_->end.waitFor(hangingWriteLimit))
         queue_.abandon();
 }
 
 void ThumbnailWriter::captureFirstFrame(const VideoFrame& frame)
 {
-    if (!frame.picture || !state_->claimFirstFrame())
+    if (!frame.picture || state_->didScheduleWrite.exchange(true))
         return;
     queue_.post([state = state_, picture = frame.picture]() mutable {
         state->write(*picture);
         picture = nullptr;
-        state->noteEnd();
+        state->end.settle(std::monostate());
     });
 }
 
 void ThumbnailWriter::waitUntilWritten()
 {
     // Ended by the write; one that hangs is let go of together with the stage that waits here.
-    state_->progress.waitUntil(State::isIdle, [](State::Progress&) {});
+    if (state_->didScheduleWrite)
+        state_->end.firstResult();
 }
 
 } // namespace glimto

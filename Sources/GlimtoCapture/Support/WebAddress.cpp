@@ -64,29 +64,32 @@ std::string percentDecoded(std::string_view text)
     return result;
 }
 
+struct AddressParts {
+    std::string_view hostAndPort;
+    std::string_view path;
+};
+
 // Nothing when there is no scheme.
-std::string_view withoutScheme(std::string_view address)
+AddressParts partsOf(std::string_view address)
 {
     const std::size_t schemeEnd = address.find("://");
-    return schemeEnd == std::string_view::npos ? std::string_view() : address.substr(schemeEnd + 3);
+    if (schemeEnd == std::string_view::npos)
+        return {};
+    const std::string_view rest = address.substr(schemeEnd + 3);
+    const std::size_t authorityEnd = std::min(rest.find_first_of("/?#"), rest.size());
+    const std::size_t pathEnd = std::min(rest.find_first_of("?#"), rest.size());
+    const std::string_view authority = rest.substr(0, authorityEnd);
+    const std::size_t userEnd = authority.rfind('@');
+    return {.hostAndPort = userEnd == std::string_view::npos ? authority : authority.substr(userEnd + 1),
+        .path = rest.substr(authorityEnd, pathEnd - authorityEnd)};
 }
 
 } // namespace
 
 bool isWebAddress(std::string_view text)
 {
-    if (!hasOnlyURLCharacters(text))
-        return false;
-    std::string_view rest = text;
-    if (rest.starts_with("http://"))
-        rest.remove_prefix(7);
-    else if (rest.starts_with("https://"))
-        rest.remove_prefix(8);
-    else
-        return false;
-    const std::string_view authority = rest.substr(0, std::min(rest.find_first_of("/?#"), rest.size()));
-    const std::size_t userEnd = authority.rfind('@');
-    return isHostAndPort(userEnd == std::string_view::npos ? authority : authority.substr(userEnd + 1));
+    return hasOnlyURLCharacters(text) && (text.starts_with("http://") || text.starts_with("https://"))
+        && isHostAndPort(partsOf(text).hostAndPort);
 }
 
 std::string percentEncoded(std::string_view text, std::string_view plain)
@@ -127,12 +130,9 @@ std::string appendingPathSegments(std::string_view address, std::initializer_lis
 
 std::string hostOfWebAddress(std::string_view address)
 {
-    std::string_view rest = withoutScheme(address);
-    rest = rest.substr(0, std::min(rest.find_first_of("/?#"), rest.size()));
-    if (const std::size_t userEnd = rest.rfind('@'); userEnd != std::string_view::npos)
-        rest.remove_prefix(userEnd + 1);
-    const std::size_t addressEnd = rest.starts_with('[') ? std::min(rest.find(']'), rest.size()) : 0;
-    return lowercased(rest.substr(0, std::min(rest.find(':', addressEnd), rest.size())));
+    const std::string_view host = partsOf(address).hostAndPort;
+    const std::size_t addressEnd = host.starts_with('[') ? std::min(host.find(']'), host.size()) : 0;
+    return lowercased(host.substr(0, std::min(host.find(':', addressEnd), host.size())));
 }
 
 bool isThisMachine(std::string_view host)
@@ -146,10 +146,7 @@ bool isThisMachine(std::string_view host)
 
 std::string pathOfWebAddress(std::string_view address)
 {
-    const std::string_view rest = withoutScheme(address);
-    const std::size_t pathEnd = std::min(rest.find_first_of("?#"), rest.size());
-    const std::size_t pathBegin = std::min(rest.find('/'), pathEnd);
-    return percentDecoded(rest.substr(pathBegin, pathEnd - pathBegin));
+    return percentDecoded(partsOf(address).path);
 }
 
 } // namespace glimto

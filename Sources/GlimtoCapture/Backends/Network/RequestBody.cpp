@@ -21,7 +21,6 @@ namespace {
 
 RequestBody::RequestBody(const std::variant<std::monostate, std::string, FileBelow>& source)
 {
-    isPresent_ = !std::holds_alternative<std::monostate>(source);
     if (const auto* bytes = std::get_if<std::string>(&source)) {
         bytes_ = bytes;
         size_ = static_cast<std::int64_t>(bytes->size());

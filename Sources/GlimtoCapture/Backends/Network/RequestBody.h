@@ -19,7 +19,6 @@ public:
     // cannot be opened or is no regular file.
     explicit RequestBody(const std::variant<std::monostate, std::string, FileBelow>& source);
 
-    bool isPresent() const { return isPresent_; }
     std::int64_t size() const { return size_; }
 
     // Reads the next bytes; 0 at the end. Throws PlatformError when the file cannot be read or has become
@@ -30,7 +29,6 @@ public:
     bool seek(std::int64_t offset);
 
 private:
-    bool isPresent_ = false;
     const std::string* bytes_ = nullptr;
     FileDescriptor file_;
     std::filesystem::path path_;
