@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <span>
 #include <utility>
@@ -80,14 +79,17 @@ ResamplerHandle makeResampler(const AudioFormat& input, const AudioFormat& outpu
 
 // An integer of 24 or 32 bits with so many that a float holds it exactly: rounded up, the largest would
 // become 1.
-std::int32_t exactInteger(const std::byte* bytes, std::size_t size)
+template <std::size_t size> std::int32_t exactInteger(const std::byte* bytes)
 {
-    constexpr std::uint32_t mask = ~std::uint32_t{0x7F};
+    constexpr bool isLittle = std::endian::native == std::endian::little;
+    constexpr std::uint32_t exact = ~std::uint32_t{0x7F};
     std::uint32_t value = 0;
     // In the upper bytes of a larger integer the sign is in its place.
-    const std::size_t lowest = std::endian::native == std::endian::little ? sizeof(value) - size : 0;
-    std::memcpy(reinterpret_cast<std::byte*>(&value) + lowest, bytes, size);
-    return static_cast<std::int32_t>(value & mask);
+    for (std::size_t index = 0; index < size; ++index) {
+        const std::byte byte = bytes[isLittle ? index : size - 1 - index];
+        value |= std::to_integer<std::uint32_t>(byte) << 8 * (sizeof(value) - size + index);
+    }
+    return static_cast<std::int32_t>(value & exact);
 }
 
 // When the rate changes the filter looks ahead: until it has seen some 16 input frames more (more when the
@@ -110,7 +112,8 @@ public:
         const std::byte* bytes = input.bytes.data();
         std::size_t sampleSize = input_.bytesPerSample();
         if (sampleSize > 2 && input_.sampleType != AudioSampleType::float32) {
-            widen(bytes, sampleSize, input.frameCount * static_cast<std::size_t>(input_.channelCount));
+            const std::size_t count = input.frameCount * static_cast<std::size_t>(input_.channelCount);
+            sampleSize == 3 ? widen<3>(bytes, count) : widen<4>(bytes, count);
             bytes = reinterpret_cast<const std::byte*>(widened_.data());
             sampleSize = sizeof(std::int32_t);
         }
@@ -127,12 +130,12 @@ public:
     }
 
 private:
-    void widen(const std::byte* bytes, std::size_t sampleSize, std::size_t count)
+    template <std::size_t sampleSize> void widen(const std::byte* bytes, std::size_t count)
     {
         if (widened_.size() < count)
             widened_.resize(count);
         for (std::size_t index = 0; index < count; ++index, bytes += sampleSize)
-            widened_[index] = exactInteger(bytes, sampleSize);
+            widened_[index] = exactInteger<sampleSize>(bytes);
     }
 
     // The library takes all of the input, and keeps what there is no room for.
