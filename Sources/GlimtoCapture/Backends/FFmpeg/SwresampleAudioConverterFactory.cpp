@@ -2,7 +2,6 @@
 
 #include <array>
 #include <bit>
-#include <cassert>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -97,9 +96,8 @@ template <std::size_t size> std::int32_t exactInteger(const std::byte* bytes)
 // of the rates. Allocates only for a buffer that is larger than all before it.
 class SwresampleAudioConverter final : public AudioConverter {
 public:
-    SwresampleAudioConverter(const AudioFormat& input, const AudioFormat& output, ResamplerHandle resampler)
+    SwresampleAudioConverter(const AudioFormat& input, ResamplerHandle resampler)
         : input_(input)
-        , outputChannelCount_(static_cast<std::size_t>(output.channelCount))
         , resampler_(std::move(resampler))
     {
     }
@@ -142,7 +140,6 @@ private:
     std::size_t resample(
         Planes<const std::uint8_t> input, std::size_t inputCount, std::span<const std::span<float>> planes)
     {
-        assert(planes.size() == outputChannelCount_);
         std::size_t total = 0;
         std::size_t written = 0;
         do {
@@ -159,7 +156,6 @@ private:
     }
 
     const AudioFormat input_;
-    const std::size_t outputChannelCount_;
     const ResamplerHandle resampler_;
     std::vector<std::int32_t> widened_; // what the library does not read as it comes
 };
@@ -176,7 +172,7 @@ std::unique_ptr<AudioConverter> SwresampleAudioConverterFactory::makeConverter(
     auto resampler = makeResampler(input, output, mapping);
     if (!resampler)
         return nullptr;
-    return std::make_unique<SwresampleAudioConverter>(input, output, std::move(resampler));
+    return std::make_unique<SwresampleAudioConverter>(input, std::move(resampler));
 }
 
 } // namespace glimto
