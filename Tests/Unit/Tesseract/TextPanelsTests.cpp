@@ -73,6 +73,18 @@ TEST(TextPanelsTests, WindowOverAPageIsReadByItself)
         ElementsAre(UnorderedElementsAre(onPage, beside), ElementsAre(onSurface)));
 }
 
+TEST(TextPanelsTests, SelectionOverSeveralLinesBelongsToThem)
+{
+    Screen screen;
+    screen.surface({200, 115, 250, 40}, 100);
+    const PixelRect before{150, 120, 45, 10};
+    const PixelRect selected{203, 120, 240, 10};
+    const PixelRect below{203, 140, 240, 10};
+    const PixelRect after{455, 140, 40, 10};
+    EXPECT_THAT(screen.panels({before, selected, below, after}),
+        ElementsAre(UnorderedElementsAre(before, selected, below, after)));
+}
+
 TEST(TextPanelsTests, StripeWithoutTextBesideItBelongsToThePage)
 {
     Screen screen;

@@ -91,28 +91,38 @@ void joinCells(std::vector<Panel>& panels)
     std::erase_if(panels, [](const Panel& panel) { return panel.words.empty(); });
 }
 
-// Whether the words of `inner`, which stands on `outer`, are to be read together with those beside it.
-bool belongsTo(const Panel& inner, const Panel& outer, int letterHeight)
+// Whether `inner` is a part of lines of `outer`: so low that it holds a line alone, or with lines that go on
+// beside it, as selected text has.
+bool isInLine(const Panel& inner, const Panel& outer, int letterHeight)
 {
-    if (!isInside(inner.bounds, outer.bounds))
-        return false;
     if (2 * inner.bounds.height < 7 * letterHeight)
         return true;
-    // What touches it is part of its edge.
-    return std::none_of(outer.words.begin(), outer.words.end(), [&](const PixelRect& word) {
+    const auto goesOn = [&](const PixelRect& word) {
+        const PixelRect around{
+            word.x - letterHeight, word.y + word.height / 2, word.width + 2 * letterHeight, 1};
+        return std::ranges::any_of(
+            outer.words, [&](const PixelRect& other) { return !intersection(around, other).isEmpty(); });
+    };
+    return 4 * letterHeight * std::ranges::count_if(inner.words, goesOn) >= inner.bounds.height;
+}
+
+// Whether no words stand beside `inner`, which stands on `outer`. What touches it is part of its edge.
+bool isAlone(const Panel& inner, const Panel& outer)
+{
+    return std::ranges::none_of(outer.words, [&](const PixelRect& word) {
         return word.y + word.height > inner.bounds.y && word.y < inner.bounds.y + inner.bounds.height
             && intersection(word, grown(inner.bounds, edgeOverlap)).isEmpty();
     });
 }
 
 // Joins panels with those that they stand on, the smallest first.
-void joinNested(std::vector<Panel>& panels, int letterHeight)
+template <typename Belongs> void joinNested(std::vector<Panel>& panels, Belongs belongs)
 {
     std::ranges::stable_sort(panels, {}, areaOf);
     for (auto inner = panels.begin(); inner != panels.end(); ++inner) {
         const auto outer = std::find_if(std::next(inner), panels.end(),
             [&](const Panel& candidate) { return isInside(inner->bounds, candidate.bounds); });
-        if (outer == panels.end() || !belongsTo(*inner, *outer, letterHeight))
+        if (outer == panels.end() || !belongs(*inner, *outer))
             continue;
         outer->words.insert(outer->words.end(), inner->words.begin(), inner->words.end());
         inner->words.clear();
@@ -178,8 +188,10 @@ std::vector<std::vector<PixelRect>> wordsByPanel(
     for (const auto& word : words)
         panelOf(word, zones.background.get(), panels).words.push_back(word);
     std::erase_if(panels, [](const Panel& panel) { return panel.words.empty(); });
+    joinNested(
+        panels, [&](const Panel& inner, const Panel& outer) { return isInLine(inner, outer, letterHeight); });
     joinCells(panels);
-    joinNested(panels, letterHeight);
+    joinNested(panels, isAlone);
 
     std::vector<PixelRect> bounds;
     for (const auto& panel : panels)
