@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "Platform/CaptureErrors.h"
+#include "Platform/ErrorDomains.h"
 
 namespace glimto {
 
@@ -10,7 +11,7 @@ namespace {
 
 PlatformError unavailable(const std::string& reason)
 {
-    return {windowSystemErrorDomain, noWindowSystemErrorCode, reason};
+    return {errorDomain::windowSystem, noWindowSystemErrorCode, reason};
 }
 
 class RefusedOpening final : public CaptureOpening {

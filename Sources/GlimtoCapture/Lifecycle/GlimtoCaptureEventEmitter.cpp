@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "Platform/ErrorDomains.h"
 #include "Support/JSONText.h"
 #include "Support/Text.h"
 #include "Support/TimeStamps.h"
@@ -68,7 +69,7 @@ std::string GlimtoCaptureEventEmitter::errorCode(const ErrorFacts& error,
 {
     const bool isNotPermitted = permission && !permission->preflightGranted;
     const bool wasDeclined
-        = error.domain == captureStreamErrorDomain && error.code == captureDeclinedErrorCode;
+        = error.domain == errorDomain::captureStream && error.code == captureDeclinedErrorCode;
     return isNotPermitted || wasDeclined ? "screen_permission_denied" : std::string(fallback);
 }
 

@@ -12,6 +12,7 @@ extern "C" {
 }
 
 #include "Backends/FFmpeg/FFmpegErrors.h"
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -38,7 +39,7 @@ std::unique_ptr<AACEncoder> AACEncoder::make(const AudioEncodingSettings& settin
 {
     const AVCodec* codec = avcodec_find_encoder_by_name("aac");
     if (!codec)
-        throw PlatformError("FFmpeg", AVERROR_ENCODER_NOT_FOUND, "FFmpeg has no AAC encoder.");
+        throw PlatformError(errorDomain::ffmpeg, AVERROR_ENCODER_NOT_FOUND, "FFmpeg has no AAC encoder.");
     if (settings.sampleRate < 1 || settings.channelCount < 1 || settings.averageBitRate < 1)
         return nullptr;
     std::unique_ptr<AACEncoder> encoder(new AACEncoder);

@@ -7,6 +7,7 @@ extern "C" {
 #include <libavutil/error.h>
 }
 
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -17,7 +18,7 @@ namespace {
 {
     std::array<char, AV_ERROR_MAX_STRING_SIZE> text = {};
     av_strerror(number, text.data(), text.size());
-    throw PlatformError("FFmpeg", number, std::string(what) + ": " + text.data());
+    throw PlatformError(errorDomain::ffmpeg, number, std::string(what) + ": " + text.data());
 }
 
 } // namespace

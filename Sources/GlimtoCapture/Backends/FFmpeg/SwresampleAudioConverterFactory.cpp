@@ -18,6 +18,7 @@ extern "C" {
 #include "Backends/FFmpeg/ChannelWeights.h"
 #include "Backends/FFmpeg/FFmpegErrors.h"
 #include "Platform/AudioConverter.h"
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 #include "Support/Owned.h"
 
@@ -106,7 +107,7 @@ public:
     {
         if (input.format != input_ || input.dataStatus() != AudioDataStatus::whole)
             throw PlatformError(
-                "FFmpeg", AVERROR(EINVAL), "The sound has another format than the converter.");
+                errorDomain::ffmpeg, AVERROR(EINVAL), "The sound has another format than the converter.");
         const std::byte* bytes = input.bytes.data();
         std::size_t sampleSize = input_.bytesPerSample();
         if (sampleSize > 2 && input_.sampleType != AudioSampleType::float32) {

@@ -14,6 +14,7 @@
 #include <spng.h>
 
 #include "Backends/Images/PNGFilter.h"
+#include "Platform/ErrorDomains.h"
 #include "Platform/PNGCodec.h"
 #include "Platform/PixelBuffer.h"
 #include "Support/Errors.h"
@@ -186,7 +187,7 @@ Compressed compressed(const PNGRows& rows)
     result.size
         = libdeflate_zlib_compress(compressor.get(), rows.bytes.get(), rows.size, result.bytes.get(), bound);
     if (result.size == 0)
-        throw PlatformError("PNG", -1, "The PNG encoder failed.");
+        throw PlatformError(errorDomain::png, -1, "The PNG encoder failed.");
     return result;
 }
 
@@ -207,12 +208,12 @@ std::vector<std::byte> fileOf(const PixelBuffer& pixels, Bytes data)
 std::vector<std::byte> DeflatePNGCodec::encode(const PixelBuffer& pixels)
 {
     if (pixels.width < 1 || pixels.height < 1)
-        throw PlatformError("PNG", -1, "An empty picture cannot be a PNG.");
+        throw PlatformError(errorDomain::png, -1, "An empty picture cannot be a PNG.");
     try {
         const Compressed data = compressed(filteredRows(inFormat(pixels, PixelFormat::xrgb8888)));
         return fileOf(pixels, {data.bytes.get(), data.size});
     } catch (const std::bad_alloc&) {
-        throw PlatformError("PNG", -1, "There is not enough memory to encode the picture.");
+        throw PlatformError(errorDomain::png, -1, "There is not enough memory to encode the picture.");
     }
 }
 

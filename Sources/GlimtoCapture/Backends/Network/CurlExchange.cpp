@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 #include "Support/Text.h"
 #include "Support/WebAddress.h"
@@ -16,7 +17,6 @@ namespace glimto {
 
 namespace {
 
-constexpr const char* domain = "HTTP";
 constexpr int mostRedirects = 16;
 constexpr std::size_t mostHeaderBytes = 256 << 10;
 constexpr long uploadBufferBytes = 256 << 10;
@@ -100,7 +100,8 @@ CurlExchange::CurlExchange(
 void CurlExchange::prepareHop()
 {
     if (!firstOrigin_)
-        throw PlatformError(domain, CURLE_URL_MALFORMAT, "The address of a request is no http or https URL.");
+        throw PlatformError(
+            errorDomain::http, CURLE_URL_MALFORMAT, "The address of a request is no http or https URL.");
     if (!easy_) {
         body_ = RequestBody(request_.body);
         easy_.reset(curl_easy_init());
@@ -188,7 +189,8 @@ void CurlExchange::setUpHeaders()
     headers_.reset();
     for (const auto& [name, value] : headers) {
         if (!isWellFormedHeader(name, value))
-            throw PlatformError(domain, CURLE_BAD_FUNCTION_ARGUMENT, "A header of a request is malformed.");
+            throw PlatformError(
+                errorDomain::http, CURLE_BAD_FUNCTION_ARGUMENT, "A header of a request is malformed.");
         const bool belongsToBody = lowercased(name) == "content-type";
         const bool isLeftOut = isSetByHTTP(name) || (!isAtFirstOrigin && isCredential(name))
             || (belongsToBody && method_ == "GET" && request_.method != "GET");
@@ -228,14 +230,14 @@ void CurlExchange::follow(int status, const std::string& address)
     const auto here = WebOrigin::of(address_);
     const auto there = WebOrigin::of(address);
     if (++redirects_ > mostRedirects)
-        throw PlatformError(
-            domain, CURLE_TOO_MANY_REDIRECTS, "Too many redirects from " + firstOrigin_->text() + ".");
+        throw PlatformError(errorDomain::http, CURLE_TOO_MANY_REDIRECTS,
+            "Too many redirects from " + firstOrigin_->text() + ".");
     if (!there)
-        throw PlatformError(domain, CURLE_UNSUPPORTED_PROTOCOL,
+        throw PlatformError(errorDomain::http, CURLE_UNSUPPORTED_PROTOCOL,
             "A redirect of " + here->text() + " leads to no http or https URL.");
     // What was to be sent encrypted is not sent in the clear.
     if (here->scheme == "https" && there->scheme == "http")
-        throw PlatformError(domain, CURLE_UNSUPPORTED_PROTOCOL,
+        throw PlatformError(errorDomain::http, CURLE_UNSUPPORTED_PROTOCOL,
             "A redirect of " + here->text() + " leads away from encryption.");
     // What clients do (RFC 9110 section 15.4): 307 and 308 repeat the request as it was.
     const bool becomesGet
@@ -253,7 +255,7 @@ void CurlExchange::throwFailure(CURLcode result) const
     const std::string_view text = errorText_.data();
     const std::string reason
         = hasTellingText(result) && !text.empty() ? std::string(text) : curl_easy_strerror(result);
-    throw PlatformError(domain, result,
+    throw PlatformError(errorDomain::http, result,
         "The request to " + (origin ? origin->text() : std::string("a server")) + " failed: " + reason + ".");
 }
 
@@ -279,7 +281,7 @@ std::exception_ptr CurlExchange::timeoutError(Time now) const
     else
         return nullptr;
     const auto origin = WebOrigin::of(address_);
-    return std::make_exception_ptr(PlatformError(domain, CURLE_OPERATION_TIMEDOUT,
+    return std::make_exception_ptr(PlatformError(errorDomain::http, CURLE_OPERATION_TIMEDOUT,
         "The request to " + (origin ? origin->text() : std::string("a server")) + " timed out: " + reason
             + "."));
 }
@@ -287,7 +289,7 @@ std::exception_ptr CurlExchange::timeoutError(Time now) const
 std::exception_ptr CurlExchange::cancelledError()
 {
     return std::make_exception_ptr(
-        PlatformError(domain, CURLE_ABORTED_BY_CALLBACK, "The request was canceled."));
+        PlatformError(errorDomain::http, CURLE_ABORTED_BY_CALLBACK, "The request was canceled."));
 }
 
 std::size_t CurlExchange::didReceiveHeader(char*, std::size_t size, std::size_t count, void* exchange)
@@ -298,7 +300,7 @@ std::size_t CurlExchange::didReceiveHeader(char*, std::size_t size, std::size_t 
     if (self.headerBytes_ <= mostHeaderBytes)
         return size * count;
     self.failure_ = std::make_exception_ptr(
-        PlatformError(domain, CURLE_FILESIZE_EXCEEDED, "The headers of an answer are too long."));
+        PlatformError(errorDomain::http, CURLE_FILESIZE_EXCEEDED, "The headers of an answer are too long."));
     return 0;
 }
 
@@ -311,7 +313,7 @@ std::size_t CurlExchange::didReceiveBody(char* data, std::size_t size, std::size
         self.response_.body.append(data, length);
         return length;
     }
-    self.failure_ = std::make_exception_ptr(PlatformError(domain, CURLE_FILESIZE_EXCEEDED,
+    self.failure_ = std::make_exception_ptr(PlatformError(errorDomain::http, CURLE_FILESIZE_EXCEEDED,
         "The answer is longer than " + std::to_string(self.request_.mostResponseBytes) + " bytes."));
     return 0;
 }

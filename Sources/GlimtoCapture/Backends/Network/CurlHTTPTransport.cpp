@@ -9,6 +9,7 @@
 #include <curl/curl.h>
 
 #include "Backends/Network/CurlExchange.h"
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 #include "Support/Guarded.h"
 
@@ -30,7 +31,7 @@ public:
         : multi_(curl_multi_init())
     {
         if (!multi_)
-            throw PlatformError("HTTP", CURLE_OUT_OF_MEMORY, "libcurl could not be initialized.");
+            throw PlatformError(errorDomain::http, CURLE_OUT_OF_MEMORY, "libcurl could not be initialized.");
         curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, mostKeptConnections);
     }
 
@@ -83,7 +84,7 @@ private:
             (*at)->prepareHop();
             const CURLMcode code = curl_multi_add_handle(multi_.get(), (*at)->easy());
             if (code != CURLM_OK)
-                throw PlatformError("HTTP", code, curl_multi_strerror(code));
+                throw PlatformError(errorDomain::http, code, curl_multi_strerror(code));
         } catch (...) {
             end(at, std::current_exception());
         }

@@ -6,6 +6,7 @@
 #include <unicode/uregex.h>
 #include <unicode/ustring.h>
 
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 #include "Support/Guarded.h"
 #include "Support/Owned.h"
@@ -23,7 +24,7 @@ using RegularExpressionHandle = Owned<URegularExpression, uregex_close>;
 
 [[noreturn]] void throwICUError(const std::string& what, UErrorCode status, const std::string& where = "")
 {
-    throw PlatformError("ICU", status, what + ": " + u_errorName(status) + where + ".");
+    throw PlatformError(errorDomain::icu, status, what + ": " + u_errorName(status) + where + ".");
 }
 
 std::u16string utf16From(std::string_view text)

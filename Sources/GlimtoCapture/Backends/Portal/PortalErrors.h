@@ -3,11 +3,10 @@
 #include <cstdint>
 #include <string>
 
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 
 namespace glimto {
-
-inline constexpr const char* portalErrorDomain = "Portal";
 
 // Their numbers are told to driving programs.
 enum class PortalFailure : std::int64_t {
@@ -23,7 +22,7 @@ enum class PortalFailure : std::int64_t {
 
 inline PlatformError portalError(PortalFailure failure, const std::string& message)
 {
-    return {portalErrorDomain, static_cast<std::int64_t>(failure), message};
+    return {errorDomain::portal, static_cast<std::int64_t>(failure), message};
 }
 
 } // namespace glimto

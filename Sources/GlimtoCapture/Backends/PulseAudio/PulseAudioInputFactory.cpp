@@ -5,6 +5,7 @@
 #include "Backends/PulseAudio/PulseAudioInput.h"
 #include "Backends/PulseAudio/PulseConnection.h"
 #include "Backends/PulseAudio/PulseDevices.h"
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -43,7 +44,8 @@ std::optional<AudioInputDevice> PulseAudioInputFactory::microphone(const std::st
 std::unique_ptr<AudioInput> PulseAudioInputFactory::makeMicrophoneInput(const AudioInputDevice& device)
 {
     if (!microphone(device.id))
-        throw PlatformError("PulseAudio", PA_ERR_NOENTITY, "The microphone " + device.name + " has gone.");
+        throw PlatformError(
+            errorDomain::pulseAudio, PA_ERR_NOENTITY, "The microphone " + device.name + " has gone.");
     return makePulseMicrophoneInput(device.id);
 }
 
@@ -52,7 +54,7 @@ std::unique_ptr<AudioInput> PulseAudioInputFactory::makeSystemAudioInput(const S
     PulseMainloop loop;
     PulseConnection connection(loop);
     if (!defaultPulseSink(connection))
-        throw PlatformError("PulseAudio", PA_ERR_NOENTITY,
+        throw PlatformError(errorDomain::pulseAudio, PA_ERR_NOENTITY,
             "The sound server has no output whose sound could be recorded. Connect one, or choose one as the "
             "default.");
     return makePulseSystemAudioInput();

@@ -1,5 +1,7 @@
 #include "Backends/PulseAudio/PulseConnection.h"
 
+#include "Platform/ErrorDomains.h"
+
 #include <algorithm>
 #include <limits>
 
@@ -52,7 +54,8 @@ PulseMainloop::PulseMainloop()
     : loop_(pa_mainloop_new())
 {
     if (!loop_)
-        throw PlatformError("PulseAudio", PA_ERR_INTERNAL, "The sound library could not be prepared.");
+        throw PlatformError(
+            errorDomain::pulseAudio, PA_ERR_INTERNAL, "The sound library could not be prepared.");
 }
 
 void PulseMainloop::iterate(HostTime deadline)
@@ -93,7 +96,8 @@ PulseConnection::PulseConnection(PulseMainloop& loop)
     context_.reset(
         pa_context_new_with_proplist(pa_mainloop_get_api(loop.get()), "Glimto Capture", properties.get()));
     if (!context_)
-        throw PlatformError("PulseAudio", PA_ERR_INTERNAL, "The sound library could not be prepared.");
+        throw PlatformError(
+            errorDomain::pulseAudio, PA_ERR_INTERNAL, "The sound library could not be prepared.");
     if (pa_context_connect(context_.get(), nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)
         throw noServer(pa_context_errno(context_.get()));
     waitUntilReady();
@@ -123,7 +127,8 @@ void PulseConnection::finish(pa_operation* operation, const std::string& what)
     const PulseOperationHandle handle(operation);
     const auto isOver = [&] { return pa_operation_get_state(operation) != PA_OPERATION_RUNNING; };
     if (!loop_.wait(isOver, HostClock::now() + answerTimeout))
-        throw PlatformError("PulseAudio", PA_ERR_TIMEOUT, what + ": " + pa_strerror(PA_ERR_TIMEOUT));
+        throw PlatformError(
+            errorDomain::pulseAudio, PA_ERR_TIMEOUT, what + ": " + pa_strerror(PA_ERR_TIMEOUT));
     if (pa_operation_get_state(operation) == PA_OPERATION_CANCELLED)
         throw error(what);
 }

@@ -18,6 +18,7 @@
 #include "Backends/Tesseract/TextLanguages.h"
 #include "Backends/Tesseract/TextPictures.h"
 #include "Backends/Tesseract/TextReader.h"
+#include "Platform/ErrorDomains.h"
 #include "Platform/PNGCodec.h"
 #include "Support/Errors.h"
 #include "Support/RegularFile.h"
@@ -32,7 +33,7 @@ constexpr std::uintmax_t largestFile = 1'000'000'000; // bytes
 
 [[noreturn]] void throwUnreadable(const std::string& message)
 {
-    throw PlatformError("PNG", 0, message);
+    throw PlatformError(errorDomain::png, 0, message);
 }
 
 std::vector<std::byte> readWholeFile(const std::filesystem::path& path)
@@ -277,7 +278,7 @@ std::vector<std::string> installedLanguages()
     const auto folder = languageFolder();
     auto languages = languagesIn(folder);
     if (languages.empty())
-        throw PlatformError("tesseract", 0,
+        throw PlatformError(errorDomain::tesseract, 0,
             "No language is installed for text recognition: there is no language data in " + folder.string()
                 + ". Install Tesseract's data for English (tesseract-ocr-eng), or set TESSDATA_PREFIX.");
     return languages;

@@ -8,6 +8,7 @@
 #include <tesseract/baseapi.h>
 #include <tesseract/resultiterator.h>
 
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 #include "Support/Text.h"
 
@@ -48,7 +49,8 @@ TextReader::TextReader(const std::string& language)
     setMsgSeverity(L_SEVERITY_NONE);
     api_->SetVariable("debug_file", "/dev/null");
     if (api_->Init(nullptr, language.c_str(), tesseract::OEM_LSTM_ONLY) != 0)
-        throw PlatformError("tesseract", 0, "The language data of " + language + " could not be loaded.");
+        throw PlatformError(
+            errorDomain::tesseract, 0, "The language data of " + language + " could not be loaded.");
 }
 
 TextReader::~TextReader() = default;

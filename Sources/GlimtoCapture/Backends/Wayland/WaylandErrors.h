@@ -3,11 +3,10 @@
 #include <cstdint>
 #include <string>
 
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 
 namespace glimto {
-
-inline constexpr const char* waylandErrorDomain = "Wayland";
 
 // Numbers of PlatformErrors of this backend in the domain "Wayland".
 enum class WaylandFailure : std::int64_t {
@@ -25,7 +24,7 @@ enum class WaylandFailure : std::int64_t {
 
 inline PlatformError waylandError(WaylandFailure failure, const std::string& message)
 {
-    return {waylandErrorDomain, static_cast<std::int64_t>(failure), message};
+    return {errorDomain::wayland, static_cast<std::int64_t>(failure), message};
 }
 
 } // namespace glimto

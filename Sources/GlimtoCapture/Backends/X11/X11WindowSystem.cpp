@@ -17,6 +17,7 @@
 #include "Backends/X11/Pictures/X11StillCapture.h"
 #include "Backends/X11/Pointer/X11EventTap.h"
 #include "Backends/X11/Windows/X11ShareableContentProvider.h"
+#include "Platform/ErrorDomains.h"
 #include "Platform/ScreenAccess.h"
 
 namespace glimto {
@@ -56,7 +57,7 @@ public:
                 return ScreenCaptureAccess::denied("The X server does not let this program read the screen.");
             return {};
         } catch (const PlatformError& error) {
-            if (error.domain() == x11ErrorDomain)
+            if (error.domain() == errorDomain::x11)
                 return ScreenCaptureAccess::denied(error.what());
         } catch (const std::exception&) {
             // No memory, as below.

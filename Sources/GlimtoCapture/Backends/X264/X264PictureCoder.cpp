@@ -12,6 +12,7 @@
 #include <x264.h>
 
 #include "Backends/X264/RateController.h"
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -265,7 +266,7 @@ std::vector<EncodedPicture> X264PictureCoder::run(x264_picture_t* input)
     const int size = x264_encoder_encode(encoder_, &units, &unitCount, input, &output);
     const bool mayWait = input && tools_ == CodingTools::thorough;
     if (size < 0 || (size == 0 && !mayWait))
-        throw PlatformError("x264", size, "The H.264 encoder failed.");
+        throw PlatformError(errorDomain::x264, size, "The H.264 encoder failed.");
     if (size == 0 || output.opaque)
         return {};
     EncodedPicture encoded;

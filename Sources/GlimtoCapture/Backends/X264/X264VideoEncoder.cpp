@@ -15,6 +15,7 @@
 #include "Backends/X264/PictureMotion.h"
 #include "Backends/X264/RateController.h"
 #include "Backends/X264/X264PictureCoder.h"
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -415,7 +416,7 @@ private:
         coder_.reset(); // first: two of them would need twice the memory
         coder_ = X264PictureCoder::make(settings_, tools);
         if (!coder_)
-            throw PlatformError("x264", 0, "The H.264 encoder could not be made.");
+            throw PlatformError(errorDomain::x264, 0, "The H.264 encoder could not be made.");
         tools_ = tools;
         kept_.forget();
     }

@@ -16,6 +16,7 @@
 #include "Backends/Streams/WakeUp.h"
 #include "Platform/CaptureErrors.h"
 #include "Platform/CaptureOpening.h"
+#include "Platform/ErrorDomains.h"
 #include "Platform/WindowSystem.h"
 #include "Support/ModuleTable.h"
 
@@ -104,13 +105,13 @@ std::uint32_t framesPerSecond(const MediaTime& interval)
 
 bool wasDeclined(const PlatformError& error)
 {
-    return error.domain() == captureStreamErrorDomain && error.code() == captureDeclinedErrorCode;
+    return error.domain() == errorDomain::captureStream && error.code() == captureDeclinedErrorCode;
 }
 
 bool isRefusal(const PlatformError& error)
 {
     return wasDeclined(error)
-        || (error.domain() == portalErrorDomain
+        || (error.domain() == errorDomain::portal
             && error.code() == static_cast<std::int64_t>(PortalFailure::badAnswer));
 }
 

@@ -9,6 +9,7 @@
 #include <poll.h>
 #include <xcb/xcbext.h>
 
+#include "Platform/ErrorDomains.h"
 #include "Support/EnvironmentVariable.h"
 #include "Support/SerialQueue.h"
 
@@ -60,7 +61,7 @@ Opened connectInTime(const std::string& display)
 
 PlatformError x11Error(X11Failure failure, const std::string& message)
 {
-    return {x11ErrorDomain, static_cast<std::int64_t>(failure), message};
+    return {errorDomain::x11, static_cast<std::int64_t>(failure), message};
 }
 
 std::unique_ptr<X11Connection> X11Connection::open()

@@ -12,6 +12,7 @@
 
 #include <xcb/xcb.h>
 
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 #include "Support/Owned.h"
 #include "Support/HostClock.h"
@@ -20,8 +21,6 @@ namespace glimto {
 
 // A reply, event or error that xcb allocated.
 template <typename Value> using XCBHandle = Owned<Value, std::free>;
-
-inline constexpr const char* x11ErrorDomain = "X11";
 
 // Numbers of PlatformErrors of this backend in the domain "X11". Errors of the server itself carry
 // its own error codes (1 to 255).

@@ -1,5 +1,7 @@
 #include "Backends/X11/Pointer/X11PointerListener.h"
 
+#include "Platform/ErrorDomains.h"
+
 #include <algorithm>
 #include <array>
 
@@ -94,7 +96,7 @@ void X11PointerListener::selectEvents()
     xcb_change_window_attributes(connection_->xcb(), connection_->root(), XCB_CW_EVENT_MASK, &structure);
     if (const auto error = connection_->check(input))
         throw PlatformError(
-            x11ErrorDomain, error->error_code, "The X server does not give its input events.");
+            errorDomain::x11, error->error_code, "The X server does not give its input events.");
 }
 
 void X11PointerListener::receive()
