@@ -22,7 +22,7 @@ public:
         constexpr double detailCost = 1.25;
         const double detail = controller.needsDetail(kind, changed) ? cost * macroblocks / detailCost : 0;
         const auto plan = controller.plan(
-            {.kind = kind, .changedMacroblocks = changed, .seconds = seconds, .detail = detail});
+            {.kind = kind, .changedMacroblocks = changed, .sinceLast = Seconds(seconds), .detail = detail});
         lastQuantizer = plan.quantizer;
         const double bits = cost * changed / std::exp2(lastQuantizer / 6.0);
         controller.pictureEncoded(plan, std::llround(bits));
@@ -74,7 +74,7 @@ TEST(RateControllerTests, PicturesAfterTheFirstAreAffordableBeforeItsCostIsKnown
     const auto first = controller.plan(
         {.kind = PictureKind::keyframe, .changedMacroblocks = macroblocks, .detail = detail});
     const auto second = controller.plan(
-        {.changedMacroblocks = macroblocks, .seconds = 1.0 / framesPerSecond, .detail = detail});
+        {.changedMacroblocks = macroblocks, .sinceLast = Seconds(1.0 / framesPerSecond), .detail = detail});
     EXPECT_FALSE(second.isNewScene);
     EXPECT_GT(second.quantizer, first.quantizer);
 }
@@ -138,7 +138,7 @@ TEST(RateControllerTests, FirstPictureOfAMovingSceneIsLittleFinerThanTheOthers)
         .detail = detail,
         .motionShare = 1});
     const auto second
-        = controller.plan({.changedMacroblocks = macroblocks, .seconds = 1.0 / framesPerSecond});
+        = controller.plan({.changedMacroblocks = macroblocks, .sinceLast = Seconds(1.0 / framesPerSecond)});
     EXPECT_FALSE(second.isNewScene);
     EXPECT_LT(first.quantizer, second.quantizer);
     EXPECT_LE(second.quantizer - first.quantizer, 6);
@@ -159,8 +159,8 @@ TEST(RateControllerTests, MovingSceneThatCannotBePredictedIsPaidForByTwoPictures
     controller.pictureEncoded(first, bitsOf(first));
     std::int64_t bits = 0;
     for (int frame = 1; frame <= 3; ++frame) {
-        const auto plan
-            = controller.plan({.changedMacroblocks = macroblocks, .seconds = 1.0 / framesPerSecond});
+        const auto plan = controller.plan(
+            {.changedMacroblocks = macroblocks, .sinceLast = Seconds(1.0 / framesPerSecond)});
         bits = bitsOf(plan);
         controller.pictureEncoded(plan, bits);
     }

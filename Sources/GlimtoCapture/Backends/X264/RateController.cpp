@@ -94,7 +94,7 @@ bool RateController::needsDetail(PictureKind kind, int changedMacroblocks) const
 
 RateController::Plan RateController::plan(const Picture& picture)
 {
-    earn(picture.seconds);
+    earn(picture.sinceLast);
     Plan plan = {.kind = picture.kind,
         .changedShare = std::clamp(picture.changedMacroblocks / macroblockCount_, 1 / macroblockCount_, 1.0),
         .detail = picture.detail};
@@ -200,14 +200,14 @@ int RateController::standingQuantizer(int planned, int shown, double detail) con
     return std::min(std::max(shown, clamped(affordable)), std::max(planned, shown));
 }
 
-bool RateController::affordsOnceMore(double seconds, std::int64_t bits) const
+bool RateController::affordsOnceMore(Seconds sinceLast, std::int64_t bits) const
 {
-    return static_cast<double>(bits) <= reserveAfter(seconds) * standingShareOfReserve;
+    return static_cast<double>(bits) <= reserveAfter(sinceLast) * standingShareOfReserve;
 }
 
-void RateController::pictureRefined(double seconds, std::int64_t bits)
+void RateController::pictureRefined(Seconds sinceLast, std::int64_t bits)
 {
-    earn(seconds);
+    earn(sinceLast);
     spend(bits);
 }
 
@@ -222,14 +222,15 @@ void RateController::pictureEncoded(const Plan& plan, std::int64_t bits)
             blended(detailCost_, cost / plan.detail, 0.5), usualDetailCost / 3, usualDetailCost * 3);
 }
 
-double RateController::reserveAfter(double seconds) const
+double RateController::reserveAfter(Seconds sinceLast) const
 {
-    return std::min(reserve_ + bitsPerSecond_ * std::max(seconds, 0.0), bitsPerSecond_ * reserveSeconds);
+    return std::min(
+        reserve_ + bitsPerSecond_ * std::max(sinceLast.count(), 0.0), bitsPerSecond_ * reserveSeconds);
 }
 
-void RateController::earn(double seconds)
+void RateController::earn(Seconds sinceLast)
 {
-    reserve_ = reserveAfter(seconds);
+    reserve_ = reserveAfter(sinceLast);
 }
 
 void RateController::spend(std::int64_t bits)

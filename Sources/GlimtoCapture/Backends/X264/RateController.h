@@ -27,7 +27,7 @@ public:
     struct Picture {
         PictureKind kind = PictureKind::predicted;
         int changedMacroblocks = 0;
-        double seconds = 0; // since the picture before
+        Seconds sinceLast{0}; // since the picture before
         double detail = 0; // as PictureDetail tells it, of the whole picture; 0
                            // when nobody looked
         double motionShare = 0; // of the picture, how much will move from now on; 0 when unknown
@@ -58,10 +58,10 @@ public:
     int standingQuantizer(int planned, int shown, double detail) const;
 
     // Whether a keyframe of so many bits can be given once more, so long after the picture before.
-    bool affordsOnceMore(double seconds, std::int64_t bits) const;
+    bool affordsOnceMore(Seconds sinceLast, std::int64_t bits) const;
 
     // What a refinement or a repetition took, which tells nothing of what pictures cost that change.
-    void pictureRefined(double seconds, std::int64_t bits);
+    void pictureRefined(Seconds sinceLast, std::int64_t bits);
 
     // What became of a plan, in the order of the plans.
     void pictureEncoded(const Plan& plan, std::int64_t bits);
@@ -74,8 +74,8 @@ public:
     bool knowsScene() const;
 
 private:
-    double reserveAfter(double seconds) const;
-    void earn(double seconds);
+    double reserveAfter(Seconds sinceLast) const;
+    void earn(Seconds sinceLast);
     void spend(std::int64_t bits);
     void expectOfFirst(const Plan& plan, double gain, double changedShare);
     int beginMotion(const Plan& plan, double share);

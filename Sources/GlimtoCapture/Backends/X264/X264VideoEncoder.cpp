@@ -185,7 +185,7 @@ private:
 
     struct Given {
         VideoTime time{0};
-        double seconds = 0; // since the picture before
+        Seconds sinceLast{0}; // since the picture before
         RateController::Plan plan;
         bool isBetween = false;
         bool isRefinement = false;
@@ -237,7 +237,7 @@ private:
         opening_.reset();
         RateController::Picture facts = {.kind = opening.kind,
             .changedMacroblocks = opening.changedMacroblocks,
-            .seconds = secondsSinceLast(opening.time),
+            .sinceLast = sinceLast(opening.time),
             .detail = detailOf(picture),
             .motionShare = motionShare};
         if (motionShare > 0) {
@@ -264,7 +264,7 @@ private:
         lastQuantizer_ = std::min(finer, lastQuantizer_);
         give(pictures, picture_,
             {.time = time,
-                .seconds = secondsSinceLast(time),
+                .sinceLast = sinceLast(time),
                 .plan = {.quantizer = lastQuantizer_},
                 .isRefinement = true});
     }
@@ -291,10 +291,10 @@ private:
     bool giveKeptKeyframe(std::vector<EncodedPicture>& pictures, VideoTime time)
     {
         const auto* kept = kept_.next();
-        const double seconds = secondsSinceLast(time);
-        if (!kept || !rate_.affordsOnceMore(seconds, bitsOf(*kept)))
+        const Seconds rested = sinceLast(time);
+        if (!kept || !rate_.affordsOnceMore(rested, bitsOf(*kept)))
             return false;
-        rate_.pictureRefined(seconds, bitsOf(*kept));
+        rate_.pictureRefined(rested, bitsOf(*kept));
         pictures.push_back({.data = *kept, .time = time, .decodeTime = time, .isKeyframe = true});
         kept_.given();
         lastTime_ = time;
@@ -371,21 +371,18 @@ private:
     void learn(const Given& given, std::int64_t bits)
     {
         if (given.isRefinement)
-            rate_.pictureRefined(given.seconds, bits);
+            rate_.pictureRefined(given.sinceLast, bits);
         else
             rate_.pictureEncoded(given.plan, bits);
     }
 
-    double secondsSinceLast(VideoTime time) const
-    {
-        return lastTime_ ? std::chrono::duration<double>(time - *lastTime_).count() : 0;
-    }
+    Seconds sinceLast(VideoTime time) const { return lastTime_ ? time - *lastTime_ : Seconds(0); }
 
     RateController::Plan plan(VideoTime time, PictureKind kind, int changedMacroblocks)
     {
         return rate_.plan({.kind = kind,
             .changedMacroblocks = changedMacroblocks,
-            .seconds = secondsSinceLast(time),
+            .sinceLast = sinceLast(time),
             .detail = rate_.needsDetail(kind, changedMacroblocks) ? detailOf(picture_) : 0});
     }
 
