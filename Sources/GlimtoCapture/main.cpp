@@ -86,6 +86,7 @@ int main(int argumentCount, char** argumentValues)
     if (const auto status = runWindowSystemService(argumentCount, argumentValues, directories))
         return *status;
     openStandardStreams();
+    giveLargeMemoryBack();
     // A reader that goes away must not end a recording.
     std::signal(SIGPIPE, SIG_IGN);
     // A file that grows past the user's limit is an error of its writing, like a full disk.

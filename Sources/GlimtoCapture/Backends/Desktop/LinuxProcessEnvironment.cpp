@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <system_error>
 
+#include <malloc.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -69,6 +70,14 @@ std::optional<std::string> LinuxProcessEnvironment::variable(const std::string& 
     if (!value)
         return std::nullopt;
     return value;
+}
+
+void giveLargeMemoryBack()
+{
+#ifdef M_MMAP_THRESHOLD // other C libraries have no such setting, and no need of it
+    constexpr int largeBytes = 1 << 20;
+    ::mallopt(M_MMAP_THRESHOLD, largeBytes);
+#endif
 }
 
 } // namespace glimto

@@ -15,4 +15,8 @@ public:
     std::optional<std::string> variable(const std::string& name) const override;
 };
 
+// From now on what is large goes back to the system when it is freed, as the pictures of an encoder that
+// another one takes over from; glibc would keep some of it.
+void giveLargeMemoryBack();
+
 } // namespace glimto
