@@ -47,6 +47,31 @@ def row(name, group):
             f"| {group.ours.seconds:.2f} | {group.peer.seconds:.2f} | {group.ours.seconds / group.peer.seconds:.2f} |")
 
 
+def report(wanted, kind, name_of, folder, tool, verbose):
+    """Reads what is wanted and prints a table by what `name_of` says; whether a picture is far worse than the peer's."""
+    groups, worse = {}, []
+    for page in wanted:
+        ours, peer = measure(page, folder, tool)
+        group = groups.setdefault(name_of(page), Group())
+        group.ours += ours
+        group.peer += peer
+        if ours.errors > WORST_RATIO * peer.errors + WORST_MORE:
+            worse.append(f"{page.name} {ours.errors}:{peer.errors}")
+        if verbose:
+            print(f"  {page.name}: errors {ours.errors} : {peer.errors} of {ours.characters}, "
+                  f"CPU {ours.seconds:.2f} : {peer.seconds:.2f} s", file=sys.stderr, flush=True)
+
+    print(f"| {kind} | errors %, ours | peer | ratio | CPU s, ours | peer | ratio |\n|---|---|---|---|---|---|---|")
+    total = Group()
+    for name, group in groups.items():
+        print(row(name, group))
+        total.ours += group.ours
+        total.peer += group.peer
+    print(row("all", total))
+    print("pictures far worse than the peer's: " + (", ".join(worse) or "none"))
+    return bool(worse)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--build", default="build")
@@ -65,28 +90,9 @@ def main():
         wanted = [page for page in pages.pages(options.count, options.seed)
                   if (not options.only or (options.only == "tuned") == (page.kept_out == ""))
                   and (not options.families or page.family in options.families.split(","))]
-        groups, worse = {}, []
-        for page in pages.draw(folder, wanted):
-            ours, peer = measure(page, folder, tool)
-            name = page.family + (f" ({page.kept_out} kept out)" if page.kept_out else "")
-            group = groups.setdefault(name, Group())
-            group.ours += ours
-            group.peer += peer
-            if ours.errors > WORST_RATIO * peer.errors + WORST_MORE:
-                worse.append(f"{page.name} {ours.errors}:{peer.errors}")
-            if options.verbose:
-                print(f"  {page.name}: errors {ours.errors} : {peer.errors} of {ours.characters}, "
-                      f"CPU {ours.seconds:.2f} : {peer.seconds:.2f} s", file=sys.stderr, flush=True)
-
-    print("| family | errors %, ours | peer | ratio | CPU s, ours | peer | ratio |\n|---|---|---|---|---|---|---|")
-    total = Group()
-    for name, group in groups.items():
-        print(row(name, group))
-        total.ours += group.ours
-        total.peer += group.peer
-    print(row("all", total))
-    print("pictures far worse than the peer's: " + (", ".join(worse) or "none"))
-    return 1 if worse else 0
+        return report(pages.draw(folder, wanted), "family",
+                      lambda page: page.family + (f" ({page.kept_out} kept out)" if page.kept_out else ""),
+                      folder, tool, options.verbose)
 
 
 if __name__ == "__main__":

@@ -16,8 +16,7 @@ import tempfile
 import time
 from dataclasses import dataclass
 
-from benchmark_families import WORST_MORE, WORST_RATIO, measure, row
-from benchmark_text import Group
+from benchmark_families import report
 from words import ACTIONS, FILES, NAMES, OPTIONS, THINGS, Words
 
 DEADLINE = 30  # seconds for a window to be drawn
@@ -208,27 +207,7 @@ def main():
                 if not path.exists():
                     screen.show(window, path)
                     path.with_suffix(".txt").write_text(window.text)
-        groups, worse = {}, []
-        for window in windows:
-            ours, peer = measure(window, folder, tool)
-            group = groups.setdefault(window.program, Group())
-            group.ours += ours
-            group.peer += peer
-            if ours.errors > WORST_RATIO * peer.errors + WORST_MORE:
-                worse.append(f"{window.name} {ours.errors}:{peer.errors}")
-            if options.verbose:
-                print(f"  {window.name}: errors {ours.errors} : {peer.errors} of {ours.characters}, "
-                      f"CPU {ours.seconds:.2f} : {peer.seconds:.2f} s", file=sys.stderr, flush=True)
-
-    print("| program | errors %, ours | peer | ratio | CPU s, ours | peer | ratio |\n|---|---|---|---|---|---|---|")
-    total = Group()
-    for name, group in groups.items():
-        print(row(name, group))
-        total.ours += group.ours
-        total.peer += group.peer
-    print(row("all", total))
-    print(f"{len(windows)} pictures; far worse than the peer's: " + (", ".join(worse) or "none"))
-    return 1 if worse else 0
+        return report(windows, "program", lambda window: window.program, folder, tool, options.verbose)
 
 
 if __name__ == "__main__":

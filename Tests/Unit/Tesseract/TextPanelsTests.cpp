@@ -73,6 +73,16 @@ TEST(TextPanelsTests, WindowOverAPageIsReadByItself)
         ElementsAre(UnorderedElementsAre(onPage, beside), ElementsAre(onSurface)));
 }
 
+TEST(TextPanelsTests, ListBesideAPageWhoseEdgeTheListsColourGoesAroundComesFirst)
+{
+    Screen screen;
+    screen.surface({200, 0, 390, 390}, 200);
+    const PixelRect listed{20, 20, 40, 10};
+    const PixelRect below{20, 60, 40, 10};
+    EXPECT_THAT(screen.panels({onSurface, listed, below}),
+        ElementsAre(UnorderedElementsAre(listed, below), ElementsAre(onSurface)));
+}
+
 TEST(TextPanelsTests, SelectionOverSeveralLinesBelongsToThem)
 {
     Screen screen;
@@ -99,7 +109,7 @@ TEST(TextPanelsTests, CellsOfOneColourAreOnePanel)
     screen.surface({10, 80, 200, 100}, 200);
     screen.surface({212, 80, 200, 100}, 200);
     EXPECT_THAT(screen.panels({onPage, onSurface, beside}),
-        ElementsAre(ElementsAre(beside), UnorderedElementsAre(onPage, onSurface)));
+        ElementsAre(UnorderedElementsAre(onPage, onSurface), ElementsAre(beside)));
 }
 
 } // namespace

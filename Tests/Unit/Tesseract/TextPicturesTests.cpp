@@ -29,7 +29,7 @@ protected:
     int readValueAt(int x, int y) const
     {
         const auto screen = textScreen(page.get());
-        return screen ? valueAt(screen->everything.get(), x, y) : -1;
+        return screen ? valueAt(screen->pixels.get(), x, y) : -1;
     }
 
     PixHandle page = owned(pixCreate(300, 100, 8));

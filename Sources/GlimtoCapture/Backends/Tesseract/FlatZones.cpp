@@ -115,11 +115,11 @@ std::vector<Candidate> candidatesOf(Pix* picture, std::vector<std::int32_t>& are
     for (int y = 0; y < pixGetHeight(picture); ++y) {
         for (int x = 0; x < pixGetWidth(picture); ++x, ++place) {
             const auto root = static_cast<std::size_t>(areas[place]);
-            if (root == place && sizes[place] >= smallestArea) {
-                candidates.push_back({{x, y, 1, 1}, sizes[place], 0, valueAt(picture, x, y)});
-                indexes[place] = static_cast<std::int32_t>(candidates.size()) - 1;
-            } else if (root == place) {
-                indexes[place] = noCandidate;
+            if (root == place) {
+                const bool isLarge = sizes[place] >= smallestArea;
+                if (isLarge)
+                    candidates.push_back({{x, y, 1, 1}, sizes[place], 0, valueAt(picture, x, y)});
+                indexes[place] = isLarge ? static_cast<std::int32_t>(candidates.size()) - 1 : noCandidate;
             }
             areas[place] = indexes[root];
             if (areas[place] != noCandidate) {

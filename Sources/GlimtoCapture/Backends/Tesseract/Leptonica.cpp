@@ -16,8 +16,7 @@ InkParts::InkParts(Pix* ink, int connectivity)
     const BoxaHandle boxes(pixConnComp(ink, &shapes, connectivity));
     shapes_.reset(shapes);
     bounds.resize(boxes ? static_cast<std::size_t>(boxaGetCount(boxes.get())) : 0);
-    l_int32 index = 0;
-    for (auto& part : bounds)
+    for (l_int32 index = 0; auto& part : bounds)
         boxaGetBoxGeometry(boxes.get(), index++, &part.x, &part.y, &part.width, &part.height);
 }
 

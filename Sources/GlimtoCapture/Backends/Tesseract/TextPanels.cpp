@@ -192,10 +192,14 @@ std::vector<std::vector<PixelRect>> wordsByPanel(
         panels, [&](const Panel& inner, const Panel& outer) { return isInLine(inner, outer, letterHeight); });
     joinCells(panels);
     joinNested(panels, isAlone);
+    std::ranges::reverse(panels); // what stands on another one is read after it
 
     std::vector<PixelRect> bounds;
-    for (const auto& panel : panels)
-        bounds.push_back(panel.bounds);
+    for (const auto& panel : panels) {
+        bounds.emplace_back();
+        for (const auto& word : panel.words)
+            bounds.back() = boundingRect(bounds.back(), word);
+    }
     std::vector<std::vector<PixelRect>> ordered;
     for (const std::size_t index : readingOrder(bounds))
         ordered.push_back(std::move(panels[index].words));

@@ -28,8 +28,7 @@ l_uint8 luma(const std::uint8_t* pixel)
 PixHandle inkOf(Pix* contrast)
 {
     constexpr int faintest = 16; // gray values
-    const PixHandle ink = owned(pixThresholdToBinary(contrast, faintest));
-    return owned(pixInvert(nullptr, ink.get()));
+    return owned(pixInvert(nullptr, owned(pixThresholdToBinary(contrast, faintest)).get()));
 }
 
 // How much the picture differs from its surfaces. Where two of them meet, all between their grays is the
@@ -94,8 +93,7 @@ PixHandle grayPicture(const PixelBuffer& pixels, std::size_t mostPixels)
             SET_DATA_BYTE(row, x, luma(pixel));
     }
     const auto count = [&] { return std::int64_t{pixGetWidth(gray.get())} * pixGetHeight(gray.get()); };
-    while (count() > static_cast<std::int64_t>(mostPixels) && pixGetWidth(gray.get()) > 1
-        && pixGetHeight(gray.get()) > 1)
+    while (count() > static_cast<std::int64_t>(mostPixels))
         gray = owned(pixScaleAreaMap2(gray.get()));
     return gray;
 }
@@ -105,8 +103,7 @@ std::optional<TextScreen> textScreen(Pix* picture)
     const auto zones = findFlatZones(picture);
     if (!zones)
         return std::nullopt;
-    PixHandle everything = blackOnWhite(picture, zones->background.get());
-    TextScreen screen{owned(pixCopy(nullptr, everything.get())), std::move(everything), {}, 0};
+    TextScreen screen{blackOnWhite(picture, zones->background.get()), {}, 0};
     const TextGlyphs glyphs = takeGlyphs(screen.pixels.get());
     screen.graphics = glyphs.graphics;
     const auto words = findWords(glyphs.bounds, glyphs.letterHeight);
@@ -119,10 +116,9 @@ std::optional<TextScreen> textScreen(Pix* picture)
 
 PixHandle plainPicture(Pix* picture)
 {
-    constexpr float middle = 128;
     l_float32 mean = 0;
     pixGetAverageMasked(picture, nullptr, 0, 0, 1, L_MEAN_ABSVAL, &mean);
-    return owned(mean < middle ? pixInvert(nullptr, picture) : pixCopy(nullptr, picture));
+    return owned(mean < white / 2 ? pixInvert(nullptr, picture) : pixCopy(nullptr, picture));
 }
 
 PixHandle rowPicture(Pix* pixels, const TextRow& row)

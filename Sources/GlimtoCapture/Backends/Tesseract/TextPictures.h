@@ -17,7 +17,6 @@ PixHandle grayPicture(const PixelBuffer& pixels, std::size_t mostPixels);
 
 struct TextScreen {
     PixHandle pixels; // black on white, what looks like no letters painted over
-    PixHandle everything; // black on white
     std::vector<TextRow> rows; // in reading order
     std::size_t graphics = 0; // what was taken out: frames, rules, icons
 };
