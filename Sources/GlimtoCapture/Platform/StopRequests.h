@@ -31,7 +31,8 @@ public:
     // wait() may end early when this file appears.
     virtual void watch(const std::filesystem::path& file) = 0;
 
-    // Returns as soon as there may be a request, or another reason to look, and after `longest` at the latest.
+    // Returns as soon as there may be a request, or another reason to look, and after `longest` at the
+    // latest.
     virtual void wait(std::chrono::nanoseconds longest) = 0;
 };
 

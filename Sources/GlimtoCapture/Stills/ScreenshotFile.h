@@ -15,8 +15,8 @@ public:
     // `standardError` gets a warning with the cause where an error does not tell it.
     ScreenshotFile(PNGCodec& codec, LineOutput& standardError);
 
-    // Replaces the file or link at `path`, unless that is or leads to a device, a pipe, a socket or an open file
-    // of a process, and makes the directories that lead there.
+    // Replaces the file or link at `path`, unless that is or leads to a device, a pipe, a socket or an open
+    // file of a process, and makes the directories that lead there.
     //
     // Throws PlatformError: "Screenshot output path is a directory: <path>", "Could not create PNG
     // destination at <path>" when no file can be made there, "Could not finalize PNG at <path>" when it

@@ -135,7 +135,8 @@ TEST_F(DriverTests, ARecordingIsAnnouncedAndEndsWell)
 TEST_F(DriverTests, SignalsAreHeardFromTheFirstLineOn)
 {
     std::optional<bool> wasListening;
-    standardOutput.onLine = [&](std::string_view) { wasListening = wasListening.value_or(stopRequests.isListening); };
+    standardOutput.onLine
+        = [&](std::string_view) { wasListening = wasListening.value_or(stopRequests.isListening); };
     EXPECT_EQ(record(), 0) << standardError.text();
     EXPECT_EQ(wasListening, true);
 }

@@ -53,8 +53,7 @@ TEST(HintsTests, AnOptionThatIsNearlyRightIsNamed)
 
 TEST(HintsTests, AStrayWordIsTakenForAPath)
 {
-    EXPECT_EQ(optionHints("record", "demo"),
-        Lines{"a path needs its option: glimto-capture record -o demo"});
+    EXPECT_EQ(optionHints("record", "demo"), Lines{"a path needs its option: glimto-capture record -o demo"});
     EXPECT_EQ(optionHints("screenshot", "my shot.png"),
         Lines{"a path needs its option: glimto-capture screenshot -o 'my shot.png'"});
     EXPECT_EQ(optionHints("recognize-text", "it's"),

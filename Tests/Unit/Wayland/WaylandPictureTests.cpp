@@ -66,15 +66,16 @@ TEST(WaylandPictureTests, RowsFromBottomToTopAreTurnedOver)
 
 TEST(WaylandPictureTests, APartIsCutOutOfTheUprightPicture)
 {
-    EXPECT_EQ(letters(changedWaylandPicture(picture("abc def"),
-                  {.transform = 2, .isUpsideDown = false, .crop = PixelRect{1, 0, 2, 1}, .width = 2, .height = 1})),
+    EXPECT_EQ(
+        letters(changedWaylandPicture(picture("abc def"),
+            {.transform = 2, .isUpsideDown = false, .crop = PixelRect{1, 0, 2, 1}, .width = 2, .height = 1})),
         "ed");
 }
 
 TEST(WaylandPictureTests, APictureOfAnotherShapeIsFittedOntoBlack)
 {
-    const auto result = changedWaylandPicture(
-        picture("aa aa"), {.transform = 0, .isUpsideDown = false, .crop = std::nullopt, .width = 4, .height = 2});
+    const auto result = changedWaylandPicture(picture("aa aa"),
+        {.transform = 0, .isUpsideDown = false, .crop = std::nullopt, .width = 4, .height = 2});
     EXPECT_EQ(letters(result), std::string("\0aa\0 \0aa\0", 9));
 }
 

@@ -39,9 +39,15 @@ public:
     AssetWriterStatus finish(const std::function<void()>& lastStep);
 
     void cancel();
-    AssetWriterStatus status() const { return state_.with([](const State& state) { return state.status; }); }
+    AssetWriterStatus status() const
+    {
+        return state_.with([](const State& state) { return state.status; });
+    }
     bool isWriting() const { return status() == AssetWriterStatus::writing; }
-    std::string error() const { return state_.with([](const State& state) { return state.error; }); }
+    std::string error() const
+    {
+        return state_.with([](const State& state) { return state.error; });
+    }
 
     // A long step asks this every now and then.
     bool isCancelled() const { return isCancelled_; }

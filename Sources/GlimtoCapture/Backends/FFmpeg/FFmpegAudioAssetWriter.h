@@ -35,7 +35,10 @@ public:
     bool append(const AudioBuffer& buffer) override;
     void fillWithSilence(MediaTime end) override;
     void endSession(MediaTime end) override;
-    AssetWriterStatus finishWriting() override { return task_.finish([this] { finishTrack(); }); }
+    AssetWriterStatus finishWriting() override
+    {
+        return task_.finish([this] { finishTrack(); });
+    }
     void cancelWriting() override { task_.cancel(); }
     AssetWriterStatus status() const override { return task_.status(); }
     std::string error() const override { return task_.error(); }
