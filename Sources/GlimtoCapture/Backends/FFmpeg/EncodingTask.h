@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "Backends/FFmpeg/FragmentMuxer.h"
+#include "Backends/MP4/FragmentMuxer.h"
 #include "Platform/AssetWriter.h"
 #include "Support/Guarded.h"
 #include "Support/SerialQueue.h"

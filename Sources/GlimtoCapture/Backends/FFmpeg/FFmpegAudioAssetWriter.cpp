@@ -46,7 +46,6 @@ FFmpegAudioAssetWriter::FFmpegAudioAssetWriter(const AudioEncodingSettings& sett
     , encoder_(std::move(encoder))
     , muxer_(AudioTrackDescription{.sampleRate = settings.sampleRate,
           .channelCount = settings.channelCount,
-          .framesPerSample = static_cast<int>(framesPerBlock),
           .decoderConfiguration = encoder_->decoderConfiguration(),
           .averageBitRate = settings.averageBitRate})
     , cuts_(preferredSegmentInterval, settings.sampleRate, framesPerBlock)

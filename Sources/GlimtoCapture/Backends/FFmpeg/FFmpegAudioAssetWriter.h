@@ -11,7 +11,7 @@
 
 #include "Backends/FFmpeg/AACEncoder.h"
 #include "Backends/FFmpeg/EncodingTask.h"
-#include "Backends/FFmpeg/FragmentMuxer.h"
+#include "Backends/MP4/FragmentMuxer.h"
 #include "Backends/FFmpeg/SoundQueue.h"
 #include "Backends/FFmpeg/SoundSegmentCuts.h"
 #include "Platform/AssetWriter.h"

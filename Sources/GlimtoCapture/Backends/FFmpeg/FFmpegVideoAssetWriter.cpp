@@ -34,7 +34,9 @@ FFmpegVideoAssetWriter::FFmpegVideoAssetWriter(const VideoEncodingSettings& sett
     , codec_(encoder->codec())
     , frameDuration_(VideoTime(std::chrono::seconds(1)) / std::max(settings.framesPerSecond, 1))
     , encoder_(std::move(encoder))
-    , muxer_(encoder_->sampleDescription(), VideoTime::period::den, settings.averageBitRate)
+    , muxer_(VideoTrackDescription{.samples = encoder_->sampleDescription(),
+          .timescale = VideoTime::period::den,
+          .averageBitRate = settings.averageBitRate})
     , boundaries_(videoTime(preferredSegmentInterval), frameDuration_)
     , task_("glimto.capture.encoder", muxer_, delegate)
 {

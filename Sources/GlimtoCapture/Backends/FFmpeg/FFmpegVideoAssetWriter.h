@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Backends/FFmpeg/EncodingTask.h"
-#include "Backends/FFmpeg/FragmentMuxer.h"
+#include "Backends/MP4/FragmentMuxer.h"
 #include "Backends/FFmpeg/SegmentBoundaries.h"
 #include "Platform/AssetWriter.h"
 

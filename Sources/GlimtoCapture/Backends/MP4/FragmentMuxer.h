@@ -6,28 +6,16 @@
 #include <utility>
 #include <vector>
 
-#include "Backends/FFmpeg/FFmpegHandles.h"
-#include "Platform/VideoEncoder.h"
+#include "Backends/MP4/MovieFragment.h"
+#include "Backends/MP4/TrackDescription.h"
 
 namespace glimto {
 
-// AAC. The timescale is the sample rate.
-struct AudioTrackDescription {
-    std::int32_t sampleRate = 0; // Hz
-    int channelCount = 0;
-    int framesPerSample = 0; // of a sample in the container's sense, which is one block of the encoder
-    std::span<const std::uint8_t> decoderConfiguration; // AudioSpecificConfig
-    std::int64_t averageBitRate = 0;
-};
-
-// One track of fragmented MP4 (ISO/IEC 14496-12) in memory, by libavformat. Throws PlatformError
-// with FFmpeg's error numbers.
+// One track of fragmented MP4 (ISO/IEC 14496-12) in memory. Throws PlatformError for what MP4 cannot hold.
 class FragmentMuxer {
 public:
     // The initialization segment lies ready in takeOutput() afterwards.
-    // `timescale` is ticks a second. The sample entry is any that MP4 has a code for.
-    FragmentMuxer(const VideoSampleDescription& samples, std::int32_t timescale, std::int64_t averageBitRate);
-    explicit FragmentMuxer(const AudioTrackDescription& track);
+    explicit FragmentMuxer(const TrackDescription& track);
     FragmentMuxer(const FragmentMuxer&) = delete;
     FragmentMuxer& operator=(const FragmentMuxer&) = delete;
 
@@ -49,18 +37,16 @@ public:
     std::vector<std::byte> takeOutput() { return std::exchange(output_, {}); }
 
     // Payload bytes in the fragment that is not ended yet.
-    std::size_t pendingBytes() const { return pendingBytes_; }
+    std::size_t pendingBytes() const { return payload_.size(); }
 
 private:
-    static int receive(void* opaque, std::uint8_t* data, int size);
-    AVStream& makeStream();
-    void writeHeader(std::int32_t timescale);
-
-    IOContextHandle stream_; // outlives the format, which writes to it
-    FormatContextHandle format_;
-    PacketHandle packet_;
     std::vector<std::byte> output_;
-    std::size_t pendingBytes_ = 0;
+    std::uint32_t fragmentCount_ = 0;
+
+    // The current fragment.
+    std::int64_t decodeTime_ = 0; // of its first sample
+    std::vector<FragmentSample> samples_;
+    std::vector<std::byte> payload_;
 };
 
 } // namespace glimto
