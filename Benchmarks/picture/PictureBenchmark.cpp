@@ -26,7 +26,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Backends/FFmpeg/FFmpegVideoAssetWriter.h"
+#include "Backends/MP4/MP4VideoAssetWriter.h"
 #include "Backends/X264/X264VideoEncoder.h"
 #include "picture/Luma.h"
 #include "picture/Scenes.h"
@@ -93,8 +93,7 @@ double encodeOurs(const Job& job)
         .averageBitRate = job.bitsPerSecond,
         .maxKeyFrameInterval = static_cast<std::int64_t>(segmentSeconds) * Scene::picturesPerSecond,
         .maxKeyFrameIntervalDuration = std::chrono::duration<double>(segmentSeconds)};
-    const auto writer
-        = FFmpegVideoAssetWriter::make(encoders, settings, MediaTime{segmentSeconds, 1}, delegate);
+    const auto writer = MP4VideoAssetWriter::make(encoders, settings, MediaTime{segmentSeconds, 1}, delegate);
     if (!writer || !writer->startWriting())
         throw std::runtime_error("the writer cannot start");
     for (int number = 0; number < job.pictureCount; ++number) {

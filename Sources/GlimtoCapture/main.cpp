@@ -50,7 +50,8 @@ int runCommandLine(const std::vector<std::string>& arguments)
     TerminalLineOutput standardOutput(plainOutput, statusLine);
     TerminalLineOutput standardError(plainError, statusLine);
     const auto windowSystem = chooseWindowSystem(process, moduleDirectories(process), standardError);
-    LoadableModule media("glimto-capture-ffmpeg.so", moduleDirectories(process), "The media encoder");
+    LoadableModule video("glimto-capture-video.so", moduleDirectories(process), "The media encoder");
+    LoadableModule soundCoding("glimto-capture-ffmpeg.so", moduleDirectories(process), "The sound encoder");
     LoadableModule sound("glimto-capture-sound.so", moduleDirectories(process), "Sound recording");
     LoadableModule fonts("glimto-capture-stills.so", moduleDirectories(process), "Text drawing");
     LoadableModule text("glimto-capture-text.so", moduleDirectories(process), "Text recognition");
@@ -60,8 +61,9 @@ int runCommandLine(const std::vector<std::string>& arguments)
     DesktopWorkspace workspace;
     PlatformServices services = {.process = process,
         .windowSystem = *windowSystem,
-        .assetWriters = Service<AssetWriterFactory>(media),
-        .audioConverters = Service<AudioConverterFactory>(media),
+        .videoWriters = Service<VideoAssetWriterFactory>(video),
+        .audioWriters = Service<AudioAssetWriterFactory>(soundCoding),
+        .audioConverters = Service<AudioConverterFactory>(soundCoding),
         .audioInputs = Service<AudioInputFactory>(sound),
         .images = images,
         .pngCodec = pngCodec,
@@ -72,9 +74,9 @@ int runCommandLine(const std::vector<std::string>& arguments)
         .http = Service<HTTPTransport>(network),
         .textPatterns = Service<TextPatternCompiler>(network)};
 
-    // The encoder takes as long to load as the screen takes to be looked at: side by side.
+    // The encoder is loaded while the screen is being looked at.
     if (!arguments.empty() && arguments.front() == "record")
-        media.beginLoading();
+        video.beginLoading();
     return Driver(services, {standardOutput, standardError}, std::move(progress), statusLine).run(arguments);
 }
 

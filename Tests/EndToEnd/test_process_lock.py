@@ -29,7 +29,7 @@ class ProcessLockTests(EndToEndCase):
     def copy_of_the_program(self):
         folder = self.directory / "copy"
         folder.mkdir()
-        for name in ("glimto-capture", "glimto-capture-ffmpeg.so"):
+        for name in ("glimto-capture", "glimto-capture-video.so"):
             shutil.copy2(BINARY.parent / name, folder / name)
         return folder / "glimto-capture"
 

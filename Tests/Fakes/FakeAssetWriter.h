@@ -166,7 +166,7 @@ public:
     void endSession(MediaTime end) override { state_->sessionEnd = end; }
 };
 
-class FakeAssetWriterFactory final : public AssetWriterFactory {
+class FakeAssetWriterFactory final : public VideoAssetWriterFactory, public AudioAssetWriterFactory {
 public:
     std::unique_ptr<VideoAssetWriter> makeVideoWriter(const VideoEncodingSettings& settings,
         MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate) override

@@ -29,7 +29,8 @@ struct FakePlatform {
     {
         return {.process = process,
             .windowSystem = windowSystem,
-            .assetWriters = assetWriters,
+            .videoWriters = assetWriters,
+            .audioWriters = assetWriters,
             .audioConverters = audioConverters,
             .audioInputs = audioInputs,
             .images = imageCodec,

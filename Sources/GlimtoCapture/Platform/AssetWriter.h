@@ -106,15 +106,20 @@ public:
     virtual void endSession(MediaTime end) = 0;
 };
 
-class AssetWriterFactory {
+class VideoAssetWriterFactory {
 public:
-    virtual ~AssetWriterFactory() = default;
+    virtual ~VideoAssetWriterFactory() = default;
 
     // A writer for video with the given preferred segment interval (greater than 0). Null when the
     // encoder refuses these settings. Throws PlatformError when there is no encoder at all.
     virtual std::unique_ptr<VideoAssetWriter> makeVideoWriter(const VideoEncodingSettings& settings,
         MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate)
         = 0;
+};
+
+class AudioAssetWriterFactory {
+public:
+    virtual ~AudioAssetWriterFactory() = default;
 
     // The same for audio.
     virtual std::unique_ptr<AudioAssetWriter> makeAudioWriter(const AudioEncodingSettings& settings,

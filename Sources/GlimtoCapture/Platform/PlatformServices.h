@@ -22,7 +22,8 @@ namespace glimto {
 struct PlatformServices {
     ProcessEnvironment& process;
     WindowSystem& windowSystem;
-    Service<AssetWriterFactory> assetWriters;
+    Service<VideoAssetWriterFactory> videoWriters;
+    Service<AudioAssetWriterFactory> audioWriters;
     Service<AudioConverterFactory> audioConverters;
     Service<AudioInputFactory> audioInputs;
     ImageCodec& images;

@@ -21,6 +21,13 @@ public:
     {
     }
 
+    // Opens the module on another thread, so that it is there when it is needed.
+    void beginLoading() const
+    {
+        if (module_)
+            module_->beginLoading();
+    }
+
     // Both throw PlatformError when the module cannot be opened.
     Interface& get() const { return ready_ ? *ready_ : module_->service<Interface>(dependency_); }
     operator Interface&() const { return get(); }

@@ -127,6 +127,9 @@ void ScreenSegmentRecorder::prepare(const RecordOptions& options, RecordingTake&
     RecordingProgress& progress, CaptureStart& captureStart)
 {
     WindowSystem& system = services_.windowSystem;
+    // Takes as long to load as the screen takes to be looked at: side by side.
+    if (options.includesAudio())
+        services_.audioWriters.beginLoading();
     requirePermission("shareable_content", progress);
     auto content = ScreenCaptureShareableContent(system.content()).recordingSources();
     addWindowToBePicked(options, system.capabilities(), content);
@@ -196,7 +199,7 @@ void ScreenSegmentRecorder::makeWriter(
         .audioChannelCount = recordingAudioChannelCount,
         .figures = figures_};
     take.writer = std::make_shared<SegmentedMP4Writer>(
-        take.plan, settings, services_.assetWriters, outputs_.standardError);
+        take.plan, settings, services_.videoWriters, services_.audioWriters, outputs_.standardError);
     if (!options.includesAudio())
         return;
     take.audioMixer = std::make_shared<AudioMixer>(

@@ -21,14 +21,14 @@ std::chrono::nanoseconds duration(const AudioBuffer& buffer)
     return duration(MediaTime{static_cast<std::int64_t>(buffer.frameCount), buffer.format.sampleRate});
 }
 
-std::unique_ptr<AudioAssetWriter> makeAudioWriter(
-    const SegmentedMP4Writer::Settings& settings, AssetWriterFactory& factory, AssetWriterDelegate& delegate)
+std::unique_ptr<AudioAssetWriter> makeAudioWriter(const SegmentedMP4Writer::Settings& settings,
+    const Service<AudioAssetWriterFactory>& factory, AssetWriterDelegate& delegate)
 {
     if (!settings.includeAudio)
         return nullptr;
-    auto writer = factory.makeAudioWriter({.sampleRate = settings.audioSampleRate,
-                                              .channelCount = settings.audioChannelCount,
-                                              .averageBitRate = audioBitRate},
+    auto writer = factory.get().makeAudioWriter({.sampleRate = settings.audioSampleRate,
+                                                    .channelCount = settings.audioChannelCount,
+                                                    .averageBitRate = audioBitRate},
         preferredSegmentInterval(settings.segmentSeconds), delegate);
     if (!writer)
         throw CLIError("AVAssetWriter refused the AAC audio input.");
@@ -46,20 +46,21 @@ MediaTime endOf(const std::vector<CapturedSegment>& segments)
 
 } // namespace
 
-SegmentedMP4Writer::SegmentedMP4Writer(
-    const OutputPlan& plan, const Settings& settings, AssetWriterFactory& factory, LineOutput& standardError)
+SegmentedMP4Writer::SegmentedMP4Writer(const OutputPlan& plan, const Settings& settings,
+    VideoAssetWriterFactory& videoWriters, const Service<AudioAssetWriterFactory>& audioWriters,
+    LineOutput& standardError)
     : standardError_(standardError)
     , figures_(settings.figures)
     , videoTrack_(plan.root, "video", settings.segmentSeconds, files_, figures_)
     , audioTrack_(plan.root, "audio", settings.segmentSeconds, files_, figures_)
-    , videoWriter_(factory.makeVideoWriter(videoEncodingSettings(settings.width, settings.height,
-                                               settings.framesPerSecond, settings.segmentSeconds),
+    , videoWriter_(videoWriters.makeVideoWriter(videoEncodingSettings(settings.width, settings.height,
+                                                    settings.framesPerSecond, settings.segmentSeconds),
           preferredSegmentInterval(settings.segmentSeconds), videoTrack_))
     , writerQueue_("glimto.capture.segmented-writer", SerialQueue::Thread::none)
 {
     if (!videoWriter_)
         throw CLIError("AVAssetWriter refused the H.264 video input.");
-    audioWriter_ = makeAudioWriter(settings, factory, audioTrack_);
+    audioWriter_ = makeAudioWriter(settings, audioWriters, audioTrack_);
 }
 
 SegmentedMP4Writer::~SegmentedMP4Writer()

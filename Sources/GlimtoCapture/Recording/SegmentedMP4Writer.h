@@ -10,6 +10,7 @@
 #include "Artifacts/CapturedSegment.h"
 #include "Artifacts/OutputPlan.h"
 #include "Platform/AssetWriter.h"
+#include "Platform/Service.h"
 #include "Progress/RecordingFigures.h"
 #include "Recording/SegmentFileQueue.h"
 #include "Recording/SegmentTrack.h"
@@ -49,9 +50,10 @@ public:
         = "No screen frames were captured. Check Screen Recording permission and try moving the cursor "
           "during the capture.";
 
-    // Throws CLIError when the encoder refuses the settings, and what the factory throws. The factory
-    // and `standardError` outlive the writer.
-    SegmentedMP4Writer(const OutputPlan& plan, const Settings& settings, AssetWriterFactory& factory,
+    // Throws CLIError when an encoder refuses the settings, and what the factories throw; that for audio is
+    // asked for only with an audio track. The factory for video and `standardError` outlive the writer.
+    SegmentedMP4Writer(const OutputPlan& plan, const Settings& settings,
+        VideoAssetWriterFactory& videoWriters, const Service<AudioAssetWriterFactory>& audioWriters,
         LineOutput& standardError);
     ~SegmentedMP4Writer();
 

@@ -5,7 +5,7 @@
 #include <map>
 #include <string>
 
-#include "Backends/FFmpeg/FFmpegHandles.h"
+#include "GlimtoTake/Media/TakeMediaHandles.h"
 
 struct AVCodecParameters;
 struct AVPacket;

@@ -13,9 +13,17 @@ extern "C" {
 
 namespace glimto {
 
+inline void freeWithBuffer(AVIOContext* stream) noexcept
+{
+    av_freep(&stream->buffer);
+    avio_context_free(&stream);
+}
+
 using CodecParametersHandle = Owned<AVCodecParameters, avcodec_parameters_free>;
 using FilterGraphHandle = Owned<AVFilterGraph, avfilter_graph_free>;
+using FormatContextHandle = Owned<AVFormatContext, avformat_free_context>; // not what it writes to
 using InputFormatHandle = Owned<AVFormatContext, avformat_close_input>; // but not a stream of the caller's
+using IOContextHandle = Owned<AVIOContext, freeWithBuffer>;
 using ScalerHandle = Owned<SwsContext, sws_freeContext>;
 
 // Empty ones. Throw PlatformError when there is no memory.

@@ -14,7 +14,7 @@
 
 #include "Backends/FFmpeg/FFmpegAudioAssetWriter.h"
 #include "Unit/FFmpeg/DecodedMedia.h"
-#include "Unit/FFmpeg/SegmentCollector.h"
+#include "Unit/MP4/SegmentCollector.h"
 
 namespace glimto {
 

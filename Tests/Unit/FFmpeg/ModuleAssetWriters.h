@@ -10,10 +10,10 @@ extern "C" const glimto::ModuleTable* glimtoCaptureModule();
 namespace glimto {
 
 // What the module gives: writer and encoder put together.
-inline AssetWriterFactory& moduleAssetWriters()
+inline VideoAssetWriterFactory& moduleAssetWriters()
 {
-    return *static_cast<AssetWriterFactory*>(
-        glimtoCaptureModule()->find(typeid(AssetWriterFactory).name(), nullptr));
+    return *static_cast<VideoAssetWriterFactory*>(
+        glimtoCaptureModule()->find(typeid(VideoAssetWriterFactory).name(), nullptr));
 }
 
 } // namespace glimto

@@ -37,7 +37,7 @@ protected:
     std::shared_ptr<SegmentedMP4Writer> writer = std::make_shared<SegmentedMP4Writer>(plan,
         SegmentedMP4Writer::Settings{
             .width = 64, .height = 48, .framesPerSecond = 30, .segmentSeconds = Seconds(4)},
-        assetWriters, standardError);
+        assetWriters, assetWriters, standardError);
     std::shared_ptr<ThumbnailWriter> thumbnail
         = std::make_shared<ThumbnailWriter>(plan.thumbnailURL, codec, standardError);
     // Hands what it mixed to `mixedTimes`.

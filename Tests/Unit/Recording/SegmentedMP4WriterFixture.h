@@ -32,7 +32,7 @@ protected:
 
     std::unique_ptr<SegmentedMP4Writer> makeWriter(const SegmentedMP4Writer::Settings& settings)
     {
-        return std::make_unique<SegmentedMP4Writer>(plan, settings, factory, standardError);
+        return std::make_unique<SegmentedMP4Writer>(plan, settings, factory, factory, standardError);
     }
 
     // The message of what finish() throws; empty when it throws nothing.

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "Backends/FFmpeg/AACEncoder.h"
-#include "Backends/FFmpeg/EncodingTask.h"
+#include "Backends/MP4/EncodingTask.h"
 #include "Backends/MP4/FragmentMuxer.h"
 #include "Backends/FFmpeg/SoundQueue.h"
 #include "Backends/FFmpeg/SoundSegmentCuts.h"

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "Backends/FFmpeg/EncodingTask.h"
+#include "Backends/MP4/EncodingTask.h"
 #include "Backends/MP4/FragmentMuxer.h"
-#include "Backends/FFmpeg/SegmentBoundaries.h"
+#include "Backends/MP4/SegmentBoundaries.h"
 #include "Platform/AssetWriter.h"
 
 namespace glimto {
@@ -20,10 +20,10 @@ namespace glimto {
 //
 // A frame that changes nothing is not encoded: the one before lasts longer. Only while that one is coarse (a
 // scene has just come to rest) is it encoded again, finer.
-class FFmpegVideoAssetWriter final : public VideoAssetWriter {
+class MP4VideoAssetWriter final : public VideoAssetWriter {
 public:
     // Null when the encoder refuses the settings. Throws PlatformError.
-    static std::unique_ptr<FFmpegVideoAssetWriter> make(VideoEncoderFactory& encoders,
+    static std::unique_ptr<MP4VideoAssetWriter> make(VideoEncoderFactory& encoders,
         const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval,
         AssetWriterDelegate& delegate);
 
@@ -41,7 +41,7 @@ public:
     std::string error() const override { return task_.error(); }
 
 private:
-    FFmpegVideoAssetWriter(const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval,
+    MP4VideoAssetWriter(const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval,
         AssetWriterDelegate& delegate, std::unique_ptr<VideoEncoder> encoder);
 
     void encodeFrame(const VideoFrame& frame);

@@ -4,10 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Backends/FFmpeg/FFmpegVideoAssetWriter.h"
+#include "Backends/MP4/MP4VideoAssetWriter.h"
 #include "Fakes/FakeFramePicture.h"
 #include "Fakes/FakeVideoEncoder.h"
-#include "Unit/FFmpeg/SegmentCollector.h"
+#include "Unit/MP4/SegmentCollector.h"
 
 namespace glimto {
 namespace {
@@ -28,7 +28,7 @@ class AnyVideoEncoderTests : public testing::Test {
 protected:
     void makeWriter()
     {
-        writer = FFmpegVideoAssetWriter::make(
+        writer = MP4VideoAssetWriter::make(
             encoders, {.width = 64, .height = 48, .framesPerSecond = 10}, MediaTime{1, 1}, collector);
         ASSERT_TRUE(writer);
         ASSERT_TRUE(writer->startWriting());
@@ -52,7 +52,7 @@ protected:
     std::uint64_t nextSequenceNumber = 0;
     FakeVideoEncoderFactory encoders;
     SegmentCollector collector;
-    std::unique_ptr<FFmpegVideoAssetWriter> writer;
+    std::unique_ptr<MP4VideoAssetWriter> writer;
 };
 
 TEST_F(AnyVideoEncoderTests, ContainerSaysWhatTheEncoderSays)
@@ -153,7 +153,7 @@ TEST_F(AnyVideoEncoderTests, WhatTheEncoderStillHasComesOutAtTheEnd)
 TEST_F(AnyVideoEncoderTests, SettingsThatTheEncoderRefusesGiveNoWriter)
 {
     encoders.state->refusesSettings = true;
-    EXPECT_EQ(FFmpegVideoAssetWriter::make(encoders, {.width = 64, .height = 48}, MediaTime{1, 1}, collector),
+    EXPECT_EQ(MP4VideoAssetWriter::make(encoders, {.width = 64, .height = 48}, MediaTime{1, 1}, collector),
         nullptr);
 }
 

@@ -1,4 +1,4 @@
-#include "Backends/FFmpeg/SegmentBoundaries.h"
+#include "Backends/MP4/SegmentBoundaries.h"
 
 #include <gtest/gtest.h>
 

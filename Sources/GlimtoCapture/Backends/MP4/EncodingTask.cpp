@@ -1,4 +1,4 @@
-#include "Backends/FFmpeg/EncodingTask.h"
+#include "Backends/MP4/EncodingTask.h"
 
 #include <cstddef>
 #include <exception>

@@ -1,4 +1,4 @@
-#include "Backends/FFmpeg/FFmpegVideoAssetWriter.h"
+#include "Backends/MP4/MP4VideoAssetWriter.h"
 
 #include <chrono>
 #include <functional>
@@ -11,14 +11,14 @@
 #include "ModuleAssetWriters.h"
 #include "Support/Errors.h"
 #include "Unit/FFmpeg/DecodedMedia.h"
-#include "Unit/FFmpeg/SegmentCollector.h"
+#include "Unit/MP4/SegmentCollector.h"
 
 namespace glimto {
 namespace {
 
 constexpr std::int64_t ticksPerSecond = 90'000;
 
-class FFmpegVideoAssetWriterTests : public testing::Test {
+class MP4VideoAssetWriterTests : public testing::Test {
 protected:
     void makeWriter(int width, int height, double segmentSeconds, int framesPerSecond = 30)
     {
@@ -75,7 +75,7 @@ protected:
     std::uint64_t nextSequenceNumber_ = 0;
 };
 
-TEST_F(FFmpegVideoAssetWriterTests, MovingPictureIsCutAtTheIntervalWithExactReports)
+TEST_F(MP4VideoAssetWriterTests, MovingPictureIsCutAtTheIntervalWithExactReports)
 {
     makeWriter(64, 48, 1.0);
     appendMotion(75, 30);
@@ -88,7 +88,7 @@ TEST_F(FFmpegVideoAssetWriterTests, MovingPictureIsCutAtTheIntervalWithExactRepo
     EXPECT_EQ(collector_.segments[2].report.duration, (MediaTime{ticksPerSecond / 2, ticksPerSecond}));
 }
 
-TEST_F(FFmpegVideoAssetWriterTests, EverySegmentDecodesAloneAfterTheInitializationSegment)
+TEST_F(MP4VideoAssetWriterTests, EverySegmentDecodesAloneAfterTheInitializationSegment)
 {
     makeWriter(64, 48, 1.0);
     appendMotion(75, 30);
@@ -104,7 +104,7 @@ TEST_F(FFmpegVideoAssetWriterTests, EverySegmentDecodesAloneAfterTheInitializati
     }
 }
 
-TEST_F(FFmpegVideoAssetWriterTests, TakeIsHighProfileAndShowsEveryFrameAtItsTime)
+TEST_F(MP4VideoAssetWriterTests, TakeIsHighProfileAndShowsEveryFrameAtItsTime)
 {
     makeWriter(64, 48, 1.0);
     appendMotion(45, 30);
@@ -117,7 +117,7 @@ TEST_F(FFmpegVideoAssetWriterTests, TakeIsHighProfileAndShowsEveryFrameAtItsTime
     EXPECT_NEAR(media.pictures[20].firstLuma, 16 + 100 * 219 / 255, 3);
 }
 
-TEST_F(FFmpegVideoAssetWriterTests, StillPictureIsCutExactlyAtTheIntervalAndLastsToTheLastFrame)
+TEST_F(MP4VideoAssetWriterTests, StillPictureIsCutExactlyAtTheIntervalAndLastsToTheLastFrame)
 {
     makeWriter(64, 48, 1.0);
     ASSERT_TRUE(appendWhenReady(frame(0, 200)));
@@ -135,7 +135,7 @@ TEST_F(FFmpegVideoAssetWriterTests, StillPictureIsCutExactlyAtTheIntervalAndLast
     EXPECT_LE(media.pictures.size(), 6U);
 }
 
-TEST_F(FFmpegVideoAssetWriterTests, PictureAfterAMissedFrameIsTakenWhole)
+TEST_F(MP4VideoAssetWriterTests, PictureAfterAMissedFrameIsTakenWhole)
 {
     makeWriter(64, 48, 1.0);
     ASSERT_TRUE(appendWhenReady(frame(0, 0)));
@@ -149,7 +149,7 @@ TEST_F(FFmpegVideoAssetWriterTests, PictureAfterAMissedFrameIsTakenWhole)
     EXPECT_GT(media.pictures[1].firstLuma, 200);
 }
 
-TEST_F(FFmpegVideoAssetWriterTests, OddSizeIsEncodedAsTheNextEvenSize)
+TEST_F(MP4VideoAssetWriterTests, OddSizeIsEncodedAsTheNextEvenSize)
 {
     makeWriter(65, 47, 1.0);
     appendMotion(3, 30);
@@ -160,7 +160,7 @@ TEST_F(FFmpegVideoAssetWriterTests, OddSizeIsEncodedAsTheNextEvenSize)
     EXPECT_EQ(media.height, 48);
 }
 
-TEST_F(FFmpegVideoAssetWriterTests, SmallestPictureIsEncoded)
+TEST_F(MP4VideoAssetWriterTests, SmallestPictureIsEncoded)
 {
     makeWriter(2, 2, 1.0);
     appendMotion(3, 30);
@@ -168,7 +168,7 @@ TEST_F(FFmpegVideoAssetWriterTests, SmallestPictureIsEncoded)
     EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).width, 2);
 }
 
-TEST_F(FFmpegVideoAssetWriterTests, SegmentShorterThanAFrameHoldsOneFrame)
+TEST_F(MP4VideoAssetWriterTests, SegmentShorterThanAFrameHoldsOneFrame)
 {
     makeWriter(64, 48, 0.001);
     appendMotion(10, 30);
@@ -176,7 +176,7 @@ TEST_F(FFmpegVideoAssetWriterTests, SegmentShorterThanAFrameHoldsOneFrame)
     EXPECT_EQ(collector_.segments.size(), 10U);
 }
 
-TEST_F(FFmpegVideoAssetWriterTests, FramesAreRefusedWhileTwoAreHeld)
+TEST_F(MP4VideoAssetWriterTests, FramesAreRefusedWhileTwoAreHeld)
 {
     // The encoder stands still inside the delegate until the gate opens.
     std::promise<void> gate;
@@ -194,7 +194,7 @@ TEST_F(FFmpegVideoAssetWriterTests, FramesAreRefusedWhileTwoAreHeld)
     EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).pictures.size(), 3U);
 }
 
-TEST_F(FFmpegVideoAssetWriterTests, FrameThatIsNotLaterThanTheLastIsRefused)
+TEST_F(MP4VideoAssetWriterTests, FrameThatIsNotLaterThanTheLastIsRefused)
 {
     makeWriter(64, 48, 1.0);
     ASSERT_TRUE(appendWhenReady(frame(1.0, 10)));
@@ -202,7 +202,7 @@ TEST_F(FFmpegVideoAssetWriterTests, FrameThatIsNotLaterThanTheLastIsRefused)
     EXPECT_FALSE(appendWhenReady(frame(0.5, 20)));
 }
 
-TEST_F(FFmpegVideoAssetWriterTests, FrameOfAnotherSizeIsRefused)
+TEST_F(MP4VideoAssetWriterTests, FrameOfAnotherSizeIsRefused)
 {
     makeWriter(64, 48, 1.0);
     VideoFrame other = frame(0, 10);
@@ -211,7 +211,7 @@ TEST_F(FFmpegVideoAssetWriterTests, FrameOfAnotherSizeIsRefused)
     EXPECT_FALSE(writer_->append(other));
 }
 
-TEST_F(FFmpegVideoAssetWriterTests, CancelDeliversNothingMore)
+TEST_F(MP4VideoAssetWriterTests, CancelDeliversNothingMore)
 {
     makeWriter(64, 48, 1.0);
     appendMotion(10, 30);
@@ -222,7 +222,7 @@ TEST_F(FFmpegVideoAssetWriterTests, CancelDeliversNothingMore)
 }
 
 // Another coder with parameter sets of its own takes over in the middle of a segment and gives back later.
-TEST_F(FFmpegVideoAssetWriterTests, HardSceneBetweenEasyOnesIsWholeAndCutAsEver)
+TEST_F(MP4VideoAssetWriterTests, HardSceneBetweenEasyOnesIsWholeAndCutAsEver)
 {
     makeWriter(320, 240, 1.0);
     for (int index = 0; index < 150; ++index) {
@@ -250,7 +250,7 @@ TEST_F(FFmpegVideoAssetWriterTests, HardSceneBetweenEasyOnesIsWholeAndCutAsEver)
 }
 
 // Motion that cannot be made fine: pictures are predicted from both sides, and come out late.
-TEST_F(FFmpegVideoAssetWriterTests, EveryFrameOfAHardSceneIsShownAtItsTimeWhereverItEnds)
+TEST_F(MP4VideoAssetWriterTests, EveryFrameOfAHardSceneIsShownAtItsTimeWhereverItEnds)
 {
     for (const int frameCount : {1, 2, 3, 33, 34, 62}) {
         collector_ = {};
@@ -280,7 +280,7 @@ TEST_F(FFmpegVideoAssetWriterTests, EveryFrameOfAHardSceneIsShownAtItsTimeWherev
 }
 
 // From the third segment on its keyframes are not encoded anew, and what comes later is predicted from them.
-TEST_F(FFmpegVideoAssetWriterTests, PicturesAfterALongRestAreThoseAfterAShortOne)
+TEST_F(MP4VideoAssetWriterTests, PicturesAfterALongRestAreThoseAfterAShortOne)
 {
     const auto picturesAfterRest = [this](int segmentsOfRest) {
         collector_ = {};
@@ -315,7 +315,7 @@ TEST_F(FFmpegVideoAssetWriterTests, PicturesAfterALongRestAreThoseAfterAShortOne
     }
 }
 
-TEST_F(FFmpegVideoAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
+TEST_F(MP4VideoAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
 {
     makeWriter(640, 480, 3600.0);
     for (int index = 0; index < 60; ++index) {
@@ -331,7 +331,7 @@ TEST_F(FFmpegVideoAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
     EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).pictures.size(), 60U);
 }
 
-TEST(FFmpegVideoAssetWriterSettingsTests, SizeThatH264CannotHoldIsRefused)
+TEST(MP4VideoAssetWriterSettingsTests, SizeThatH264CannotHoldIsRefused)
 {
     SegmentCollector collector;
     const VideoEncodingSettings settings = {.width = 40'000,

@@ -1,4 +1,4 @@
-#include "Backends/FFmpeg/FFmpegVideoAssetWriter.h"
+#include "Backends/MP4/MP4VideoAssetWriter.h"
 
 #include <algorithm>
 #include <array>
@@ -18,17 +18,17 @@ constexpr VideoTime longestLastFrame = VideoTime(std::chrono::seconds(1)) / 30;
 
 } // namespace
 
-std::unique_ptr<FFmpegVideoAssetWriter> FFmpegVideoAssetWriter::make(VideoEncoderFactory& encoders,
+std::unique_ptr<MP4VideoAssetWriter> MP4VideoAssetWriter::make(VideoEncoderFactory& encoders,
     const VideoEncodingSettings& settings, MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate)
 {
     auto encoder = encoders.makeEncoder(settings);
     if (!encoder)
         return nullptr;
-    return std::unique_ptr<FFmpegVideoAssetWriter>(
-        new FFmpegVideoAssetWriter(settings, preferredSegmentInterval, delegate, std::move(encoder)));
+    return std::unique_ptr<MP4VideoAssetWriter>(
+        new MP4VideoAssetWriter(settings, preferredSegmentInterval, delegate, std::move(encoder)));
 }
 
-FFmpegVideoAssetWriter::FFmpegVideoAssetWriter(const VideoEncodingSettings& settings,
+MP4VideoAssetWriter::MP4VideoAssetWriter(const VideoEncodingSettings& settings,
     MediaTime preferredSegmentInterval, AssetWriterDelegate& delegate, std::unique_ptr<VideoEncoder> encoder)
     : settings_(settings)
     , codec_(encoder->codec())
@@ -42,12 +42,12 @@ FFmpegVideoAssetWriter::FFmpegVideoAssetWriter(const VideoEncodingSettings& sett
 {
 }
 
-bool FFmpegVideoAssetWriter::isReadyForMoreMediaData() const
+bool MP4VideoAssetWriter::isReadyForMoreMediaData() const
 {
     return framesHeld_ < mostFramesHeld && task_.isWriting();
 }
 
-bool FFmpegVideoAssetWriter::append(const VideoFrame& frame)
+bool MP4VideoAssetWriter::append(const VideoFrame& frame)
 {
     if (!frame.picture || !frame.presentationTime.isValid() || !isReadyForMoreMediaData())
         return false;
@@ -62,7 +62,7 @@ bool FFmpegVideoAssetWriter::append(const VideoFrame& frame)
     return true;
 }
 
-void FFmpegVideoAssetWriter::encodeFrame(const VideoFrame& frame)
+void MP4VideoAssetWriter::encodeFrame(const VideoFrame& frame)
 {
     const VideoTime time = videoTime(frame.presentationTime);
     repeatOnBoundariesBefore(time);
@@ -81,7 +81,7 @@ void FFmpegVideoAssetWriter::encodeFrame(const VideoFrame& frame)
 }
 
 // A picture that stands still is not seen again at a segment's start, but the segment needs it there.
-void FFmpegVideoAssetWriter::repeatOnBoundariesBefore(VideoTime time)
+void MP4VideoAssetWriter::repeatOnBoundariesBefore(VideoTime time)
 {
     while (lastGivenTime_ && !task_.isCancelled() && boundaries_.needsRepeatBefore(time)) {
         const VideoTime boundary = boundaries_.boundary();
@@ -89,7 +89,7 @@ void FFmpegVideoAssetWriter::repeatOnBoundariesBefore(VideoTime time)
     }
 }
 
-void FFmpegVideoAssetWriter::refine(VideoTime time)
+void MP4VideoAssetWriter::refine(VideoTime time)
 {
     if (auto finer = encoder_->refine(time)) {
         lastGivenTime_ = time;
@@ -98,7 +98,7 @@ void FFmpegVideoAssetWriter::refine(VideoTime time)
 }
 
 // A picture of that time is about to be given to the encoder.
-PictureKind FFmpegVideoAssetWriter::begin(VideoTime time)
+PictureKind MP4VideoAssetWriter::begin(VideoTime time)
 {
     lastGivenTime_ = time;
     if (!boundaries_.startsSegment(time))
@@ -108,13 +108,13 @@ PictureKind FFmpegVideoAssetWriter::begin(VideoTime time)
     return PictureKind::keyframe;
 }
 
-void FFmpegVideoAssetWriter::take(std::vector<EncodedPicture> pictures)
+void MP4VideoAssetWriter::take(std::vector<EncodedPicture> pictures)
 {
     for (EncodedPicture& picture : pictures)
         take(std::move(picture));
 }
 
-void FFmpegVideoAssetWriter::take(EncodedPicture picture)
+void MP4VideoAssetWriter::take(EncodedPicture picture)
 {
     if (held_)
         writeHeldPicture(picture.decodeTime);
@@ -127,7 +127,7 @@ void FFmpegVideoAssetWriter::take(EncodedPicture picture)
     held_ = std::move(picture);
 }
 
-void FFmpegVideoAssetWriter::writeHeldPicture(VideoTime endTime)
+void MP4VideoAssetWriter::writeHeldPicture(VideoTime endTime)
 {
     muxer_.addSample(held_->data,
         {.decodeTime = held_->decodeTime.count(),
@@ -138,13 +138,13 @@ void FFmpegVideoAssetWriter::writeHeldPicture(VideoTime endTime)
         task_.deliverFragment();
 }
 
-void FFmpegVideoAssetWriter::endSegment(VideoTime endTime)
+void MP4VideoAssetWriter::endSegment(VideoTime endTime)
 {
     task_.deliverSegment({.duration = mediaTime(endTime - segmentStart_),
         .earliestPresentationTime = mediaTime(segmentStart_)});
 }
 
-void FFmpegVideoAssetWriter::finishTrack()
+void MP4VideoAssetWriter::finishTrack()
 {
     if (!lastGivenTime_)
         return;
