@@ -1,5 +1,6 @@
 """The command line as a program and a person at a terminal meet it: help, errors, exit statuses."""
 
+import pathlib
 import shutil
 import subprocess
 import unittest
@@ -124,6 +125,28 @@ class MissingEncoderTests(EndToEndCase):
         self.assertEqual(output.texts[-1], "GLIMTO_RECORDING_STATUS=failed")
         self.assertNotIn("GLIMTO_RECORDING_STATUS=recording", output.texts)
         self.assertEqual([path for path in self.work.rglob("*") if path.is_file()], [])
+
+    def test_program_without_its_sound_encoder_says_so_when_there_is_to_be_sound(self):
+        self.start_screen()
+        folder = self.directory / "elsewhere"
+        folder.mkdir()
+        for name in ("glimto-capture", "glimto-capture-video.so", "glimto-capture-sound.so"):
+            shutil.copy2(BINARY.parent / name, folder / name)
+        output = self.run_tool("record", "--system-audio", "-d", "1", "-o", self.take, binary=folder / "glimto-capture")
+        self.assertEqual(output.status, 1)
+        self.assertRegex(output.error_lines[-1],
+                         r"\Aerror: The sound encoder is not available: .* is missing beside the program\.\Z")
+        self.assertEqual([path for path in self.work.rglob("*") if path.is_file()], [])
+
+    def test_recording_without_sound_loads_no_library_of_ffmpeg(self):
+        self.start_screen()
+        recording = self.start_recording("-d", "60")
+        recording.wait_until_recording()
+        loaded = pathlib.Path(f"/proc/{recording.process.pid}/maps").read_text()
+        recording.process.terminate()
+        self.assertEqual(recording.finish().status, 0)
+        self.assertIn("/glimto-capture-video.so", loaded)
+        self.assertNotRegex(loaded, r"/libav(codec|format|util)\.|/glimto-capture-ffmpeg\.so")
 
 
 if __name__ == "__main__":

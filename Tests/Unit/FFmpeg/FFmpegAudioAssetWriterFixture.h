@@ -14,7 +14,7 @@
 
 #include "Backends/FFmpeg/FFmpegAudioAssetWriter.h"
 #include "Unit/FFmpeg/DecodedMedia.h"
-#include "Unit/MP4/SegmentCollector.h"
+#include "Fakes/SegmentCollector.h"
 
 namespace glimto {
 

@@ -1,5 +1,3 @@
-#include "Backends/MP4/MP4VideoAssetWriter.h"
-
 #include <chrono>
 #include <functional>
 #include <future>
@@ -11,14 +9,14 @@
 #include "ModuleAssetWriters.h"
 #include "Support/Errors.h"
 #include "Unit/FFmpeg/DecodedMedia.h"
-#include "Unit/MP4/SegmentCollector.h"
+#include "Fakes/SegmentCollector.h"
 
 namespace glimto {
 namespace {
 
 constexpr std::int64_t ticksPerSecond = 90'000;
 
-class MP4VideoAssetWriterTests : public testing::Test {
+class VideoModuleTests : public testing::Test {
 protected:
     void makeWriter(int width, int height, double segmentSeconds, int framesPerSecond = 30)
     {
@@ -75,7 +73,7 @@ protected:
     std::uint64_t nextSequenceNumber_ = 0;
 };
 
-TEST_F(MP4VideoAssetWriterTests, MovingPictureIsCutAtTheIntervalWithExactReports)
+TEST_F(VideoModuleTests, MovingPictureIsCutAtTheIntervalWithExactReports)
 {
     makeWriter(64, 48, 1.0);
     appendMotion(75, 30);
@@ -88,7 +86,7 @@ TEST_F(MP4VideoAssetWriterTests, MovingPictureIsCutAtTheIntervalWithExactReports
     EXPECT_EQ(collector_.segments[2].report.duration, (MediaTime{ticksPerSecond / 2, ticksPerSecond}));
 }
 
-TEST_F(MP4VideoAssetWriterTests, EverySegmentDecodesAloneAfterTheInitializationSegment)
+TEST_F(VideoModuleTests, EverySegmentDecodesAloneAfterTheInitializationSegment)
 {
     makeWriter(64, 48, 1.0);
     appendMotion(75, 30);
@@ -104,7 +102,7 @@ TEST_F(MP4VideoAssetWriterTests, EverySegmentDecodesAloneAfterTheInitializationS
     }
 }
 
-TEST_F(MP4VideoAssetWriterTests, TakeIsHighProfileAndShowsEveryFrameAtItsTime)
+TEST_F(VideoModuleTests, TakeIsHighProfileAndShowsEveryFrameAtItsTime)
 {
     makeWriter(64, 48, 1.0);
     appendMotion(45, 30);
@@ -117,7 +115,7 @@ TEST_F(MP4VideoAssetWriterTests, TakeIsHighProfileAndShowsEveryFrameAtItsTime)
     EXPECT_NEAR(media.pictures[20].firstLuma, 16 + 100 * 219 / 255, 3);
 }
 
-TEST_F(MP4VideoAssetWriterTests, StillPictureIsCutExactlyAtTheIntervalAndLastsToTheLastFrame)
+TEST_F(VideoModuleTests, StillPictureIsCutExactlyAtTheIntervalAndLastsToTheLastFrame)
 {
     makeWriter(64, 48, 1.0);
     ASSERT_TRUE(appendWhenReady(frame(0, 200)));
@@ -135,7 +133,7 @@ TEST_F(MP4VideoAssetWriterTests, StillPictureIsCutExactlyAtTheIntervalAndLastsTo
     EXPECT_LE(media.pictures.size(), 6U);
 }
 
-TEST_F(MP4VideoAssetWriterTests, PictureAfterAMissedFrameIsTakenWhole)
+TEST_F(VideoModuleTests, PictureAfterAMissedFrameIsTakenWhole)
 {
     makeWriter(64, 48, 1.0);
     ASSERT_TRUE(appendWhenReady(frame(0, 0)));
@@ -149,7 +147,7 @@ TEST_F(MP4VideoAssetWriterTests, PictureAfterAMissedFrameIsTakenWhole)
     EXPECT_GT(media.pictures[1].firstLuma, 200);
 }
 
-TEST_F(MP4VideoAssetWriterTests, OddSizeIsEncodedAsTheNextEvenSize)
+TEST_F(VideoModuleTests, OddSizeIsEncodedAsTheNextEvenSize)
 {
     makeWriter(65, 47, 1.0);
     appendMotion(3, 30);
@@ -160,7 +158,7 @@ TEST_F(MP4VideoAssetWriterTests, OddSizeIsEncodedAsTheNextEvenSize)
     EXPECT_EQ(media.height, 48);
 }
 
-TEST_F(MP4VideoAssetWriterTests, SmallestPictureIsEncoded)
+TEST_F(VideoModuleTests, SmallestPictureIsEncoded)
 {
     makeWriter(2, 2, 1.0);
     appendMotion(3, 30);
@@ -168,7 +166,7 @@ TEST_F(MP4VideoAssetWriterTests, SmallestPictureIsEncoded)
     EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).width, 2);
 }
 
-TEST_F(MP4VideoAssetWriterTests, SegmentShorterThanAFrameHoldsOneFrame)
+TEST_F(VideoModuleTests, SegmentShorterThanAFrameHoldsOneFrame)
 {
     makeWriter(64, 48, 0.001);
     appendMotion(10, 30);
@@ -176,7 +174,7 @@ TEST_F(MP4VideoAssetWriterTests, SegmentShorterThanAFrameHoldsOneFrame)
     EXPECT_EQ(collector_.segments.size(), 10U);
 }
 
-TEST_F(MP4VideoAssetWriterTests, FramesAreRefusedWhileTwoAreHeld)
+TEST_F(VideoModuleTests, FramesAreRefusedWhileTwoAreHeld)
 {
     // The encoder stands still inside the delegate until the gate opens.
     std::promise<void> gate;
@@ -194,7 +192,7 @@ TEST_F(MP4VideoAssetWriterTests, FramesAreRefusedWhileTwoAreHeld)
     EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).pictures.size(), 3U);
 }
 
-TEST_F(MP4VideoAssetWriterTests, FrameThatIsNotLaterThanTheLastIsRefused)
+TEST_F(VideoModuleTests, FrameThatIsNotLaterThanTheLastIsRefused)
 {
     makeWriter(64, 48, 1.0);
     ASSERT_TRUE(appendWhenReady(frame(1.0, 10)));
@@ -202,7 +200,7 @@ TEST_F(MP4VideoAssetWriterTests, FrameThatIsNotLaterThanTheLastIsRefused)
     EXPECT_FALSE(appendWhenReady(frame(0.5, 20)));
 }
 
-TEST_F(MP4VideoAssetWriterTests, FrameOfAnotherSizeIsRefused)
+TEST_F(VideoModuleTests, FrameOfAnotherSizeIsRefused)
 {
     makeWriter(64, 48, 1.0);
     VideoFrame other = frame(0, 10);
@@ -211,7 +209,7 @@ TEST_F(MP4VideoAssetWriterTests, FrameOfAnotherSizeIsRefused)
     EXPECT_FALSE(writer_->append(other));
 }
 
-TEST_F(MP4VideoAssetWriterTests, CancelDeliversNothingMore)
+TEST_F(VideoModuleTests, CancelDeliversNothingMore)
 {
     makeWriter(64, 48, 1.0);
     appendMotion(10, 30);
@@ -222,7 +220,7 @@ TEST_F(MP4VideoAssetWriterTests, CancelDeliversNothingMore)
 }
 
 // Another coder with parameter sets of its own takes over in the middle of a segment and gives back later.
-TEST_F(MP4VideoAssetWriterTests, HardSceneBetweenEasyOnesIsWholeAndCutAsEver)
+TEST_F(VideoModuleTests, HardSceneBetweenEasyOnesIsWholeAndCutAsEver)
 {
     makeWriter(320, 240, 1.0);
     for (int index = 0; index < 150; ++index) {
@@ -250,7 +248,7 @@ TEST_F(MP4VideoAssetWriterTests, HardSceneBetweenEasyOnesIsWholeAndCutAsEver)
 }
 
 // Motion that cannot be made fine: pictures are predicted from both sides, and come out late.
-TEST_F(MP4VideoAssetWriterTests, EveryFrameOfAHardSceneIsShownAtItsTimeWhereverItEnds)
+TEST_F(VideoModuleTests, EveryFrameOfAHardSceneIsShownAtItsTimeWhereverItEnds)
 {
     for (const int frameCount : {1, 2, 3, 33, 34, 62}) {
         collector_ = {};
@@ -280,7 +278,7 @@ TEST_F(MP4VideoAssetWriterTests, EveryFrameOfAHardSceneIsShownAtItsTimeWhereverI
 }
 
 // From the third segment on its keyframes are not encoded anew, and what comes later is predicted from them.
-TEST_F(MP4VideoAssetWriterTests, PicturesAfterALongRestAreThoseAfterAShortOne)
+TEST_F(VideoModuleTests, PicturesAfterALongRestAreThoseAfterAShortOne)
 {
     const auto picturesAfterRest = [this](int segmentsOfRest) {
         collector_ = {};
@@ -315,7 +313,7 @@ TEST_F(MP4VideoAssetWriterTests, PicturesAfterALongRestAreThoseAfterAShortOne)
     }
 }
 
-TEST_F(MP4VideoAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
+TEST_F(VideoModuleTests, LongSegmentComesOutInPiecesOfBoundedSize)
 {
     makeWriter(640, 480, 3600.0);
     for (int index = 0; index < 60; ++index) {
@@ -331,7 +329,7 @@ TEST_F(MP4VideoAssetWriterTests, LongSegmentComesOutInPiecesOfBoundedSize)
     EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).pictures.size(), 60U);
 }
 
-TEST(MP4VideoAssetWriterSettingsTests, SizeThatH264CannotHoldIsRefused)
+TEST(VideoModuleSettingsTests, SizeThatH264CannotHoldIsRefused)
 {
     SegmentCollector collector;
     const VideoEncodingSettings settings = {.width = 40'000,

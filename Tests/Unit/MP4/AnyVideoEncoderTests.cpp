@@ -7,7 +7,7 @@
 #include "Backends/MP4/MP4VideoAssetWriter.h"
 #include "Fakes/FakeFramePicture.h"
 #include "Fakes/FakeVideoEncoder.h"
-#include "Unit/MP4/SegmentCollector.h"
+#include "Fakes/SegmentCollector.h"
 
 namespace glimto {
 namespace {
