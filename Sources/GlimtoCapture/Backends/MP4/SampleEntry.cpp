@@ -65,7 +65,8 @@ void writeElementaryStream(BoxWriter& writer, ElementaryStream stream,
     writer.zeros(3); // the stream's number, of no use in a file, and its priority
     writeDescriptorHead(writer, decoderConfigurationTag, decoderBytes);
     writer.number8(stream.objectType);
-    writer.number8(static_cast<std::uint8_t>(stream.streamType << 2U | 1U)); // the lowest bit is reserved
+    writer.number8(
+        static_cast<std::uint8_t>(unsigned{stream.streamType} << 2U | 1U)); // the lowest bit is reserved
     writer.zeros(3); // size of the decoder's buffer, not known
     writer.number32(bitRate); // at most
     writer.number32(bitRate); // on average
