@@ -126,18 +126,6 @@ class MissingEncoderTests(EndToEndCase):
         self.assertNotIn("GLIMTO_RECORDING_STATUS=recording", output.texts)
         self.assertEqual([path for path in self.work.rglob("*") if path.is_file()], [])
 
-    def test_program_without_its_sound_encoder_says_so_when_there_is_to_be_sound(self):
-        self.start_screen()
-        folder = self.directory / "elsewhere"
-        folder.mkdir()
-        for name in ("glimto-capture", "glimto-capture-video.so", "glimto-capture-sound.so"):
-            shutil.copy2(BINARY.parent / name, folder / name)
-        output = self.run_tool("record", "--system-audio", "-d", "1", "-o", self.take, binary=folder / "glimto-capture")
-        self.assertEqual(output.status, 1)
-        self.assertRegex(output.error_lines[-1],
-                         r"\Aerror: The sound encoder is not available: .* is missing beside the program\.\Z")
-        self.assertEqual([path for path in self.work.rglob("*") if path.is_file()], [])
-
     def test_recording_without_sound_loads_no_library_of_ffmpeg(self):
         self.start_screen()
         recording = self.start_recording("-d", "60")

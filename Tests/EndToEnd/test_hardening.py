@@ -8,7 +8,7 @@ import unittest
 from support.dev_server import DEV_SERVER
 from support.windows import BINARY
 
-MODULES = ("ffmpeg", "network", "sound", "stills", "text")
+MODULES = ("ffmpeg", "network", "sound", "stills", "text", "video")
 OPTIONAL_MODULES = ("portal", "wayland")
 LANDING_PADS = {"x86_64": b"\xf3\x0f\x1e\xfa"}  # endbr64, where an indirect branch may go
 FORTIFIED = re.compile(r"\b__\w+_chk\b")

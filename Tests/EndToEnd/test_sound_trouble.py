@@ -1,11 +1,13 @@
 """Sound that goes away, and sound that is not there."""
 
+import shutil
 import time
 import unittest
 
 from support import sound
 from support.case import EndToEndCase
 from support.sound_case import MICROPHONE, MICROPHONE_FEED, SPEAKER, SoundCase
+from support.windows import BINARY
 
 
 class LostMicrophoneTests(SoundCase):
@@ -48,6 +50,19 @@ class LostMicrophoneTests(SoundCase):
         self.assertEqual(output.status, 0, output.errors)
         self.assertTrue(any(text.startswith("Microphone stopped (") for text in output.texts), output.texts)
         self.assert_whole_take()
+
+
+class MissingSoundEncoderTests(SoundCase):
+    def test_program_without_its_sound_encoder_says_so_when_there_is_to_be_sound(self):
+        folder = self.directory / "elsewhere"
+        folder.mkdir()
+        for name in ("glimto-capture", "glimto-capture-video.so", "glimto-capture-sound.so"):
+            shutil.copy2(BINARY.parent / name, folder / name)
+        output = self.run_tool("record", "--system-audio", "-d", "1", "-o", self.take, binary=folder / "glimto-capture")
+        self.assertEqual(output.status, 1)
+        self.assertRegex(output.error_lines[-1],
+                         r"\Aerror: The sound encoder is not available: .* is missing beside the program\.\Z")
+        self.assertEqual([path for path in self.work.rglob("*") if path.is_file()], [])
 
 
 class LostOutputTests(SoundCase):
