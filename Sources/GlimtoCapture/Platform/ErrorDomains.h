@@ -14,6 +14,9 @@ inline constexpr const char* x11 = "X11";
 inline constexpr const char* wayland = "Wayland";
 inline constexpr const char* portal = "Portal";
 
+// What the container has no room for; without numbers.
+inline constexpr const char* mp4 = "MP4";
+
 // Libraries, with the numbers that they give; 0 or -1 where they give none.
 inline constexpr const char* ffmpeg = "FFmpeg";
 inline constexpr const char* http = "HTTP"; // libcurl's

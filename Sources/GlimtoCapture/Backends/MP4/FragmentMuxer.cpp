@@ -4,6 +4,7 @@
 #include <string>
 
 #include "Backends/MP4/InitializationSegment.h"
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -14,7 +15,7 @@ std::uint32_t field(std::int64_t value)
 {
     if (value < 0 || value > std::numeric_limits<std::uint32_t>::max())
         throw PlatformError(
-            "MP4", value, "MP4 has no room for a number of a sample: " + std::to_string(value));
+            errorDomain::mp4, 0, "MP4 has no room for a number of a sample: " + std::to_string(value));
     return static_cast<std::uint32_t>(value);
 }
 

@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+#include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
 
 namespace glimto {
@@ -98,7 +99,8 @@ const VideoFormat& knownFormat(const std::string& sampleEntry)
     const auto* const found = std::find_if(videoFormats.begin(), videoFormats.end(),
         [&](const VideoFormat& format) { return format.sampleEntry == sampleEntry; });
     if (found == videoFormats.end())
-        throw PlatformError("MP4", 0, "MP4 has no place for pictures of the format \"" + sampleEntry + "\".");
+        throw PlatformError(
+            errorDomain::mp4, 0, "MP4 has no place for pictures of the format \"" + sampleEntry + "\".");
     return *found;
 }
 
