@@ -2,9 +2,8 @@
 
 #include <chrono>
 
-#include "Platform/StopRequests.h"
-
 #include "Platform/MediaTime.h"
+#include "Platform/StopRequests.h"
 
 namespace glimto {
 
