@@ -27,6 +27,25 @@ class ServerTests(EndToEndCase):
         self.assertEqual([path for path in self.take.rglob("*") if path.is_file()], [])
 
 
+class ResettingServerTests(ServerTests):
+    """A server that starts anew, with other displays, when its last client leaves; there is no client but ours."""
+
+    def setUp(self):
+        super().setUp()
+        self.server = self.started(XServer(["Xvfb", "-screen", "0", "320x240x24"], resets=True))
+
+    def test_its_screen_is_recorded(self):
+        output = self.record("-d", "0.4")
+        self.assertEqual((output.status, output.errors), (0, ""))
+        self.assert_shows(self.frames()[-1], "000000", 200, 20)
+
+    def test_its_screen_is_photographed(self):
+        picture = self.work / "picture.png"
+        output = self.run_tool("screenshot", "-o", picture, "--no-watermark")
+        self.assertEqual((output.status, output.errors), (0, ""))
+        self.assertTrue(picture.exists())
+
+
 class MissingExtensionTests(ServerTests):
     def test_display_is_recorded_without_extensions_that_only_help(self):
         for extension in ("MIT-SHM", "RANDR", "Composite", "RENDER", "X-Resource", "SHAPE"):

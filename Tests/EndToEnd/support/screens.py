@@ -54,12 +54,14 @@ Section "ServerLayout"
 
 
 class XServer(Child):
-    """A server on a display number of its own choice, named by `display` (":3")."""
+    """A server on a display number of its own choice, named by `display` (":3"). One that `resets` starts anew when
+    its last client leaves, as servers do that are started without options."""
 
-    def __init__(self, command, environment=None):
+    def __init__(self, command, environment=None, resets=False):
         reader, writer = os.pipe()
         try:
-            super().__init__([*command, "-displayfd", str(writer), "-noreset", "-nolisten", "tcp"], environment,
+            stays = [] if resets else ["-noreset"]
+            super().__init__([*command, "-displayfd", str(writer), *stays, "-nolisten", "tcp"], environment,
                              pass_fds=[writer], start_new_session=True)
             os.close(writer)
             self.display = ":" + read_line(reader, START_LIMIT, command[0]).decode()

@@ -3,8 +3,11 @@
 #include <cstdint>
 #include <exception>
 #include <limits>
+#include <memory>
+#include <utility>
 
 #include <xcb/res.h>
+#include <xcb/xfixes.h>
 
 #include "Backends/Streams/PlainScreenCapture.h"
 #include "Backends/X11/Clipboard/X11Pasteboard.h"
@@ -19,21 +22,11 @@
 #include "Backends/X11/Windows/X11ShareableContentProvider.h"
 #include "Platform/ErrorDomains.h"
 #include "Platform/ScreenAccess.h"
+#include "Support/Guarded.h"
 
 namespace glimto {
 
 namespace {
-
-// The answer that `question` finds with a new connection; `otherwise` when it cannot be found out.
-template <typename Answer, typename Question> Answer answerOr(Answer otherwise, Question question)
-{
-    try {
-        const auto connection = X11Connection::open();
-        return question(*connection);
-    } catch (const std::exception&) {
-        return otherwise;
-    }
-}
 
 struct AtomNames : X11AtomSet {
     using X11AtomSet::X11AtomSet;
@@ -49,12 +42,13 @@ public:
     ScreenCaptureAccess preflightScreenCaptureAccess() override
     {
         try {
-            const auto connection = X11Connection::open();
+            auto connection = opened();
             constexpr auto allPlanes = std::numeric_limits<std::uint32_t>::max();
             const auto cookie = xcb_get_image(
                 connection->xcb(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection->root(), 0, 0, 1, 1, allPlanes);
             if (!connection->reply<xcb_get_image_reply_t>(cookie))
                 return ScreenCaptureAccess::denied("The X server does not let this program read the screen.");
+            stayConnected(std::move(connection));
             return {};
         } catch (const PlatformError& error) {
             if (error.domain() == errorDomain::x11)
@@ -105,6 +99,43 @@ public:
             return found;
         });
     }
+
+private:
+    static std::unique_ptr<X11Connection> opened()
+    {
+        auto connection = X11Connection::open();
+        xcb_prefetch_extension_data(connection->xcb(), &xcb_xfixes_id);
+        return connection;
+    }
+
+    // The answer that `question` finds with a new connection; `otherwise` when it cannot be found out.
+    template <typename Answer, typename Question> Answer answerOr(Answer otherwise, Question question)
+    {
+        try {
+            auto connection = opened();
+            const Answer answer = question(*connection);
+            stayConnected(std::move(connection));
+            return answer;
+        } catch (const std::exception&) {
+            return otherwise;
+        }
+    }
+
+    // A server that has no other clients, such as Xvfb on its own, would start anew after each question. The
+    // first connection stays, since it may have the place among the clients that the pointer's maker had
+    // (xsetroot, say), and servers refuse the pointer's shape while nobody has it. Servers without XFIXES,
+    // which nothing can be recorded from, abort when one of two clients leaves.
+    void stayConnected(std::unique_ptr<X11Connection> answered)
+    {
+        if (!answered->hasExtension(xcb_xfixes_id))
+            return;
+        presence_.with([&](std::unique_ptr<X11Connection>& presence) {
+            if (!presence || xcb_connection_has_error(presence->xcb()) != 0)
+                presence = std::move(answered);
+        });
+    }
+
+    Guarded<std::unique_ptr<X11Connection>> presence_;
 };
 
 class X11WindowSystem final : public WindowSystem {
