@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -114,6 +116,37 @@ TEST_F(ThoroughCoder, OnePictureInBetweenAtTheEndIsOneLikeTheOthers)
     show("IPBIB");
     EXPECT_EQ(order(), (Numbers{0, 1, 2, 3, 4}));
     expectTimesToDecode();
+}
+
+// Everything moves evenly, and nothing as its neighbours do.
+TEST(X264PictureCoderTests, PicturesInBetweenCostLittleWhereSomethingComesNearer)
+{
+    const auto coder = X264PictureCoder::make(settings, CodingTools::thorough);
+    I420Picture picture(width, height);
+    std::vector<EncodedPicture> out;
+    for (int number = 0; number < 8; ++number) {
+        const double part = 1 - 0.03 * number;
+        const GrayPicture gray(width, height, [&](int x, int y) {
+            const double along = width / 2.0 + (x - width / 2.0) * part;
+            const double down = height / 2.0 + (y - height / 2.0) * part;
+            return 128 + 60 * std::sin(along * 0.5 + 3 * std::sin(down * 0.2)) * std::cos(down * 0.4);
+        });
+        picture.update(gray.pixels(), std::array{gray.bounds()});
+        X264PictureCoder::Coding coding;
+        coding.time = number * step;
+        coding.kind = number == 0 ? PictureKind::keyframe : PictureKind::predicted;
+        coding.isBetween = number % 3 != 1 && number > 0;
+        coding.quantizer = 30;
+        std::ranges::move(coder->encode(picture, coding), std::back_inserter(out));
+    }
+    std::size_t inBetween = 0;
+    std::size_t others = 0;
+    for (const EncodedPicture& each : out) {
+        const auto number = each.time / step;
+        if (number > 1)
+            (number % 3 != 1 ? inBetween : others) += each.data.size();
+    }
+    EXPECT_LT(10 * inBetween, 3 * others);
 }
 
 // Bytes of a keyframe of grain that is `strength` times as strong as usual.
