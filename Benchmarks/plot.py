@@ -28,8 +28,8 @@ def save(figure, file):
 def ratios(benchmarks):
     """CPU time of ours in parts of the peer's, by content."""
     found = {}
-    for content, pair in benchmarks.get("record", {}).items():
-        found[f"recording: {content}"] = pair["ours"]["cpu"] / pair["ffmpeg"]["cpu"]
+    for pair in benchmarks.get("record", {}).values():
+        found[f"recording: {pair['title']}"] = pair["ours"]["cpu"] / pair["peer"]["cpu"]
     for pair in benchmarks.get("picture-720p", []):
         found[pair["ours"]["scene"]] = pair["ours"]["cpuSecondsAMinute"] / pair["peer"]["cpuSecondsAMinute"]
     return found

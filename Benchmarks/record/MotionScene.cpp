@@ -1,35 +1,32 @@
-// Full-screen motion for recorders to record: a window that shows a new picture of 1920x1080 thirty times a
-// second, all of it moving, with edges, gradients and grain as in filmed video. Its number stands in
-// the top left corner as 16 black or white squares, lowest bit first.
+// Full-screen motion for recorders to record: a window that shows a new picture some times a second, all of
+// it moving, with edges, gradients and grain as in filmed video. Its number stands in the top left corner,
+// see NumberedWindow.h.
 //
-//     glimto-motion-scene                shows the pictures until it is killed
-//     glimto-motion-scene --picture N    writes picture N to standard output, 1920x1080 BGRX
+//     glimto-motion-scene [--size 1920x1080] [--rate 30]    shows the pictures until it is killed
+//     glimto-motion-scene [--size 1920x1080] --pictures N,...    writes pictures to standard output, BGRX
 
-#include <chrono>
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include <sys/ipc.h>
-#include <sys/shm.h>
-#include <xcb/shm.h>
-#include <xcb/xcb.h>
+#include "record/NumberedWindow.h"
 
 namespace {
 
-constexpr int width = 1920;
-constexpr int height = 1080;
 constexpr int textureSize = 4096; // a power of two, so that panning wraps with a mask
-constexpr int markerBits = 16;
-constexpr int markerSize = 16;
-constexpr int framesPerSecond = 30;
-constexpr std::size_t pictureBytes = static_cast<std::size_t>(width) * height * 4;
+
+struct Options {
+    int width = 1920;
+    int height = 1080;
+    int picturesPerSecond = 30;
+    std::vector<unsigned> pictures; // to be written; shows them all when there are none
+};
 
 std::uint32_t noise(std::uint32_t x, std::uint32_t y)
 {
@@ -63,118 +60,100 @@ std::vector<std::uint32_t> makeTexture()
     return texture;
 }
 
-void drawMarker(std::uint32_t* pixels, unsigned number)
-{
-    for (unsigned bit = 0; bit < markerBits; ++bit) {
-        const std::uint32_t color = ((number >> bit) & 1U) != 0 ? 0xFFFFFFU : 0U;
-        for (unsigned y = 0; y < markerSize; ++y) {
-            std::uint32_t* row = pixels + static_cast<std::size_t>(y) * width + bit * markerSize;
-            std::fill(row, row + markerSize, color);
+class MotionScene {
+public:
+    MotionScene(int width, int height)
+        : width_(width)
+        , height_(height)
+        , texture_(makeTexture())
+    {
+    }
+
+    void draw(std::uint32_t* pixels, unsigned number) const
+    {
+        number &= 0xFFFFU; // what a marker can tell
+        drawBackground(pixels, number);
+        for (unsigned ball = 0; ball < 12; ++ball)
+            drawBall(pixels, number, ball);
+    }
+
+private:
+    void drawBackground(std::uint32_t* pixels, unsigned number) const
+    {
+        const unsigned shiftY = number * 4;
+        const unsigned first = number * 9 & (textureSize - 1);
+        const unsigned beforeWrap = std::min(static_cast<unsigned>(width_), textureSize - first);
+        for (int y = 0; y < height_; ++y) {
+            const std::size_t line = (static_cast<unsigned>(y) + shiftY) & (textureSize - 1);
+            const std::uint32_t* row = texture_.data() + line * textureSize;
+            std::uint32_t* target = pixels + static_cast<std::ptrdiff_t>(y) * width_;
+            std::memcpy(target, row + first, beforeWrap * 4UL);
+            std::memcpy(target + beforeWrap, row, (static_cast<unsigned>(width_) - beforeWrap) * 4UL);
         }
     }
-}
 
-void drawPicture(std::uint32_t* pixels, const std::vector<std::uint32_t>& texture, unsigned number)
-{
-    const unsigned shiftX = number * 9;
-    const unsigned shiftY = number * 4;
-    for (unsigned y = 0; y < height; ++y) {
-        const std::uint32_t* row
-            = texture.data() + static_cast<std::size_t>((y + shiftY) & (textureSize - 1)) * textureSize;
-        const unsigned first = shiftX & (textureSize - 1);
-        const unsigned beforeWrap = std::min<unsigned>(width, textureSize - first);
-        std::uint32_t* target = pixels + static_cast<std::size_t>(y) * width;
-        std::memcpy(target, row + first, beforeWrap * 4UL);
-        std::memcpy(target + beforeWrap, row, (width - beforeWrap) * 4UL);
-    }
-    // Things that move against the background.
-    for (unsigned ball = 0; ball < 12; ++ball) {
-        const int centerX = static_cast<int>((number * (7 + ball * 3) + ball * 331) % width);
-        const int centerY = static_cast<int>((number * (5 + ball * 2) + ball * 177) % height);
+    // Something that moves against the background.
+    void drawBall(std::uint32_t* pixels, unsigned number, unsigned ball) const
+    {
+        const int centerX
+            = static_cast<int>((number * (7 + ball * 3) + ball * 331) % static_cast<unsigned>(width_));
+        const int centerY
+            = static_cast<int>((number * (5 + ball * 2) + ball * 177) % static_cast<unsigned>(height_));
         const int radius = 40 + static_cast<int>(ball) * 6;
-        for (int y = std::max(centerY - radius, 0); y < std::min(centerY + radius, height); ++y) {
+        for (int y = std::max(centerY - radius, 0); y < std::min(centerY + radius, height_); ++y) {
             const int half = static_cast<int>(std::sqrt(radius * radius - (y - centerY) * (y - centerY)));
             const int left = std::max(centerX - half, 0);
-            const int right = std::min(centerX + half, width);
-            std::uint32_t* row = pixels + static_cast<std::size_t>(y) * width;
+            const int right = std::min(centerX + half, width_);
+            std::uint32_t* row = pixels + static_cast<std::ptrdiff_t>(y) * width_;
             if (right > left)
                 std::fill(row + left, row + right, 0x203040U * (ball + 1) & 0xFFFFFFU);
         }
     }
-    drawMarker(pixels, number);
-}
 
-class Screen {
-public:
-    Screen()
-        : connection_(xcb_connect(nullptr, nullptr))
-    {
-        if (xcb_connection_has_error(connection_) != 0)
-            throw std::runtime_error("no X display");
-        const xcb_screen_t& screen = *xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
-        window_ = xcb_generate_id(connection_);
-        const std::uint32_t overrideRedirect = 1;
-        xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, screen.root, 0, 0, width, height, 0,
-            XCB_WINDOW_CLASS_INPUT_OUTPUT, screen.root_visual, XCB_CW_OVERRIDE_REDIRECT, &overrideRedirect);
-        context_ = xcb_generate_id(connection_);
-        xcb_create_gc(connection_, context_, window_, 0, nullptr);
-        const int memory = shmget(IPC_PRIVATE, pictureBytes, IPC_CREAT | 0600);
-        pixels_ = static_cast<std::uint32_t*>(shmat(memory, nullptr, 0));
-        segment_ = xcb_generate_id(connection_);
-        xcb_shm_attach(connection_, segment_, static_cast<std::uint32_t>(memory), 1);
-        xcb_map_window(connection_, window_);
-        synchronize();
-        shmctl(memory, IPC_RMID, nullptr);
-        depth_ = screen.root_depth;
-    }
-
-    ~Screen() { xcb_disconnect(connection_); }
-    Screen(const Screen&) = delete;
-    Screen& operator=(const Screen&) = delete;
-
-    std::uint32_t* pixels() { return pixels_; }
-
-    void show()
-    {
-        xcb_shm_put_image(connection_, window_, context_, width, height, 0, 0, width, height, 0, 0, depth_,
-            XCB_IMAGE_FORMAT_Z_PIXMAP, 0, segment_, 0);
-        synchronize();
-    }
-
-private:
-    void synchronize()
-    {
-        auto* reply = xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr);
-        if (!reply)
-            throw std::runtime_error("the X server went away");
-        std::free(reply);
-    }
-
-    xcb_connection_t* connection_;
-    xcb_window_t window_ = 0;
-    xcb_gcontext_t context_ = 0;
-    xcb_shm_seg_t segment_ = 0;
-    std::uint32_t* pixels_ = nullptr;
-    std::uint8_t depth_ = 24;
+    int width_;
+    int height_;
+    std::vector<std::uint32_t> texture_;
 };
 
-void show(const std::vector<std::uint32_t>& texture)
+Options parse(int count, char** arguments)
 {
-    Screen screen;
-    const auto start = std::chrono::steady_clock::now();
-    for (unsigned number = 0;; ++number) {
-        drawPicture(screen.pixels(), texture, number & 0xFFFFU);
-        std::this_thread::sleep_until(
-            start + std::chrono::microseconds(number * 1'000'000LL / framesPerSecond));
-        screen.show();
+    Options options;
+    for (int at = 1; at + 1 < count; at += 2) {
+        const std::string name = arguments[at];
+        std::istringstream value(arguments[at + 1]);
+        char separator = 0;
+        if (name == "--size") {
+            value >> options.width >> separator >> options.height;
+        } else if (name == "--rate") {
+            value >> options.picturesPerSecond;
+        } else if (name == "--pictures") {
+            for (unsigned number = 0; value >> number; value >> separator)
+                options.pictures.push_back(number);
+        } else {
+            throw std::runtime_error("unknown option " + name);
+        }
     }
+    if (count % 2 == 0 || options.width < 256 || options.width > textureSize || options.height < 256
+        || options.height > textureSize || options.picturesPerSecond < 1)
+        throw std::runtime_error("an option without a usable value");
+    return options;
 }
 
-void writePicture(const std::vector<std::uint32_t>& texture, unsigned number)
+void run(const Options& options)
 {
-    std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width) * height);
-    drawPicture(pixels.data(), texture, number);
-    std::fwrite(pixels.data(), 4, pixels.size(), stdout);
+    const MotionScene scene(options.width, options.height);
+    if (options.pictures.empty()) {
+        glimto::NumberedWindow window(options.width, options.height);
+        window.showAll(options.picturesPerSecond,
+            [&](std::uint32_t* pixels, unsigned number) { scene.draw(pixels, number); });
+    }
+    std::vector<std::uint32_t> pixels(
+        static_cast<std::size_t>(options.width) * static_cast<std::size_t>(options.height));
+    for (const unsigned number : options.pictures) {
+        scene.draw(pixels.data(), number);
+        glimto::drawMarker(pixels.data(), options.width, number);
+        std::fwrite(pixels.data(), 4, pixels.size(), stdout);
+    }
 }
 
 } // namespace
@@ -182,11 +161,7 @@ void writePicture(const std::vector<std::uint32_t>& texture, unsigned number)
 int main(int argumentCount, char** arguments)
 {
     try {
-        const auto texture = makeTexture();
-        if (argumentCount == 3 && std::string(arguments[1]) == "--picture")
-            writePicture(texture, static_cast<unsigned>(std::strtoul(arguments[2], nullptr, 10)));
-        else
-            show(texture);
+        run(parse(argumentCount, arguments));
         return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "error: %s\n", error.what());

@@ -1,17 +1,18 @@
-"""What a recording of the motion scene shows: which pictures, how well."""
+"""What a recording of numbered pictures shows: which of them, how well."""
+import math
 import re
+import statistics
 import subprocess
 
-WIDTH, HEIGHT = 1920, 1080
 MARKER_BITS, MARKER_SIZE = 16, 16
-RAW = ["-f", "rawvideo", "-pix_fmt", "bgr0", "-video_size", f"{WIDTH}x{HEIGHT}"]
+MOST_COMPARED = 75  # pictures of a recording
 
 
-def picture_numbers(playlist):
+def picture_numbers(playlist, pictures):
     """The number that each decoded frame carries in its corner."""
     strip = subprocess.run(
-        ["ffmpeg", "-v", "error", "-i", str(playlist), "-fps_mode", "passthrough", "-vf",
-         f"crop={MARKER_BITS * MARKER_SIZE}:{MARKER_SIZE}:0:0,format=gray", "-f", "rawvideo", "-"],
+        ["ffmpeg", "-nostdin", "-v", "error", "-i", str(playlist), "-fps_mode", "passthrough", "-vf",
+         f"crop={MARKER_BITS * MARKER_SIZE}:{MARKER_SIZE}:{pictures.left}:{pictures.top},format=gray", "-f", "rawvideo", "-"],
         check=True, stdout=subprocess.PIPE).stdout
     row, frame = MARKER_BITS * MARKER_SIZE, MARKER_BITS * MARKER_SIZE * MARKER_SIZE
     middle = row * (MARKER_SIZE // 2) + MARKER_SIZE // 2
@@ -19,25 +20,46 @@ def picture_numbers(playlist):
             for start in range(0, len(strip), frame)]
 
 
-def lost_pictures(numbers):
-    """Pictures that were shown twice or never, of all between the first and the last."""
-    steps = [after - before for before, after in zip(numbers, numbers[1:])]
-    return sum(1 for step in steps if step == 0) + sum(step - 1 for step in steps if step > 1)
+def gaps(numbers, period):
+    """How many pictures were left out between each shown one and the next one, of those that differ."""
+    steps = [(after - before) % period for before, after in zip(numbers, numbers[1:])]
+    return [step - 1 for step in steps if step > 0]
 
 
-def similarity(playlist, numbers, scene, folder, samples=8):
-    """Mean SSIM of luma of some frames against the scene's own pictures."""
-    values = []
-    for sample in range(samples):
-        index = len(numbers) * (2 * sample + 1) // (2 * samples)
-        shown, source = folder / "shown.raw", folder / "source.raw"
-        subprocess.run(["ffmpeg", "-v", "error", "-y", "-i", str(playlist), "-fps_mode", "passthrough", "-vf",
-                        f"select=eq(n\\,{index})", "-frames:v", "1", "-pix_fmt", "bgr0", "-f", "rawvideo", str(shown)],
-                       check=True)
-        with source.open("wb") as output:
-            subprocess.run([str(scene), "--picture", str(numbers[index])], check=True, stdout=output)
-        result = subprocess.run(["ffmpeg", "-hide_banner", *RAW, "-i", str(shown), *RAW, "-i", str(source), "-lavfi",
-                                 "[0:v]format=yuv420p[a];[1:v]format=yuv420p[b];[a][b]ssim", "-f", "null", "-"],
-                                check=True, stderr=subprocess.PIPE, text=True)
-        values.append(float(re.search(r"SSIM Y:([0-9.]+)", result.stderr).group(1)))
-    return sum(values) / len(values)
+def likeness(playlist, numbers, pictures, folder):
+    """SSIM and PSNR of luma of some frames against the pictures as they were drawn: mean and worst one."""
+    step = max(math.ceil(len(numbers) / MOST_COMPARED), 1)
+    height = pictures.height - MARKER_SIZE
+    ssim, psnr = folder / "ssim.txt", folder / "psnr.txt"
+    crop = f"crop={pictures.width}:{height}"
+    graph = (f"[0:v]settb=1/30,setpts=N,format=yuv420p,{crop}:0:{MARKER_SIZE},extractplanes=y,split[drawn1][drawn2];"
+             f"[1:v]select='not(mod(n,{step}))',settb=1/30,setpts=N,{crop}:{pictures.left}:{pictures.top + MARKER_SIZE},"
+             f"extractplanes=y,split[shown1][shown2];[shown1][drawn1]ssim=stats_file={ssim}[one];"
+             f"[shown2][drawn2]psnr=stats_file={psnr}[two]")
+    command = ["ffmpeg", "-v", "error", "-f", "rawvideo", "-pix_fmt", pictures.pixel_format, "-video_size",
+               f"{pictures.width}x{pictures.height}", "-i", "pipe:0", "-i", str(playlist), "-lavfi", graph]
+    for output in ("[one]", "[two]"):
+        command += ["-map", output, "-fps_mode", "passthrough", "-f", "null", "-"]
+    with subprocess.Popen(command, stdin=subprocess.PIPE) as process:
+        pictures.write(numbers[::step], process.stdin)
+        process.stdin.close()
+        if process.wait() != 0:
+            raise RuntimeError("ffmpeg could not compare the pictures")
+    structures = [float(value) for value in re.findall(r"\bY:([0-9.]+)", ssim.read_text())]
+    errors = [float(value) for value in re.findall(r"\bmse_y:([0-9.]+)", psnr.read_text())]
+    if len(structures) != len(numbers[::step]):
+        raise RuntimeError(f"{len(structures)} pictures compared of {len(numbers[::step])}")
+    return {"ssim": statistics.mean(structures), "worstSSIM": min(structures),
+            "psnr": decibels(statistics.mean(errors)), "worstPSNR": decibels(max(errors))}
+
+
+def decibels(error):
+    return 99.0 if error <= 0 else min(10 * math.log10(255 * 255 / error), 99.0)
+
+
+def quality(playlist, pictures, folder):
+    """How many pictures were left out, the longest gap, and the likeness of the others."""
+    numbers = picture_numbers(playlist, pictures)
+    left_out = gaps(numbers, pictures.period)
+    return {"pictures": len(left_out) + 1 + sum(left_out), "lost": sum(left_out), "longestGap": max(left_out, default=0),
+            **likeness(playlist, numbers, pictures, folder)}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+
+#include <xcb/shm.h>
+#include <xcb/xcb.h>
+
+namespace glimto {
+
+// Squares in the top left corner of a picture that tell its number, black for 0 and white for 1, lowest bit
+// first.
+constexpr int markerBits = 16;
+constexpr int markerSize = 16; // pixels
+
+// Draws the marker of `number`, of which the lowest `markerBits` bits count. The pixels are B, G, R, X, rows
+// of `width` without gaps, at least 256x16.
+void drawMarker(std::uint32_t* pixels, int width, unsigned number);
+
+// A window in the top left corner of the screen, above all others and without a frame, whose picture is put
+// there in one piece. All of it throws std::runtime_error when there is no X server or it goes away.
+class NumberedWindow {
+public:
+    NumberedWindow(int width, int height);
+    ~NumberedWindow();
+    NumberedWindow(const NumberedWindow&) = delete;
+    NumberedWindow& operator=(const NumberedWindow&) = delete;
+
+    // Shows pictures 0, 1, 2 and so on at a rate, for ever: `draw` draws the one with that number, without
+    // its marker.
+    void showAll(
+        int picturesPerSecond, const std::function<void(std::uint32_t* pixels, unsigned number)>& draw);
+
+private:
+    void show();
+    void synchronize();
+
+    xcb_connection_t* connection_;
+    std::uint16_t width_;
+    std::uint16_t height_;
+    xcb_window_t window_ = 0;
+    xcb_gcontext_t context_ = 0;
+    xcb_shm_seg_t segment_ = 0;
+    std::uint32_t* pixels_ = nullptr;
+    std::uint8_t depth_ = 24;
+};
+
+} // namespace glimto
