@@ -8,13 +8,13 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "Platform/HTTPTransport.h"
 #include "Support/Errors.h"
-#include "Support/RegularFile.h"
 
 namespace glimto {
 
@@ -25,13 +25,13 @@ public:
     // The answer to a request with that body; what it throws is the request's error.
     std::function<HTTPResponse(const HTTPRequest& request, const std::string& body)> answer;
 
-    std::unique_ptr<HTTPTransfer> start(const HTTPRequest& request, Completion completion) override
+    std::unique_ptr<HTTPTransfer> start(HTTPRequest request, Completion completion) override
     {
-        auto held = std::make_shared<Held>(Held{request, std::move(completion)});
+        auto held = std::make_shared<Held>(Held{std::move(request), std::move(completion)});
         {
             const std::lock_guard lock(mutex_);
-            requests_.push_back(request);
-            if (holdsPuts_ && request.method == "PUT") {
+            requests_.push_back(held->request);
+            if (holdsPuts_ && held->request.method == "PUT") {
                 held_.push_back(held);
                 mostHeld_ = std::max(mostHeld_, held_.size());
                 changed_.notify_all();
@@ -128,8 +128,12 @@ private:
     {
         if (const auto* bytes = std::get_if<std::string>(&request.body))
             return *bytes;
-        const auto* file = std::get_if<FileBelow>(&request.body);
-        return file ? readFile(*file, std::size_t{1} << 30U) : std::string();
+        const auto* file = std::get_if<HTTPBodyFile>(&request.body);
+        if (!file)
+            return {};
+        std::string bytes((*file)->size(), '\0');
+        bytes.resize((*file)->readAt(0, std::as_writable_bytes(std::span(bytes))));
+        return bytes;
     }
 
     mutable std::mutex mutex_;

@@ -10,11 +10,14 @@
 #include <variant>
 #include <vector>
 
-#include "Support/FileBelow.h"
+#include "Support/RegularFile.h"
 
 namespace glimto {
 
 using HTTPHeaders = std::vector<std::pair<std::string, std::string>>;
+
+// Shared by who makes a request and the transport.
+using HTTPBodyFile = std::shared_ptr<const RegularFile>;
 
 struct HTTPRequest {
     std::string method; // "GET", "POST", "PUT"
@@ -22,8 +25,8 @@ struct HTTPRequest {
     HTTPHeaders headers; // only these and what HTTP itself needs
     // Sent only to the origin (scheme, host and port) of `url`, also when a redirect leads elsewhere.
     HTTPHeaders originHeaders;
-    // None, bytes in memory, or a file that is read while it is sent.
-    std::variant<std::monostate, std::string, FileBelow> body;
+    // None, bytes in memory, or a file that is read while it is sent, as long as it was when it was opened.
+    std::variant<std::monostate, std::string, HTTPBodyFile> body;
     std::chrono::seconds timeout{60}; // without any progress
     std::chrono::seconds deadline{120}; // for all of it, redirects included
     std::size_t mostResponseBytes = 8 << 20; // a longer body is an error
@@ -54,7 +57,7 @@ public:
 
     // Begins the request; `completion` is called once, on a thread of the transport, and must not block.
     // Any number may be on their way at once. Does not throw.
-    virtual std::unique_ptr<HTTPTransfer> start(const HTTPRequest& request, Completion completion) = 0;
+    virtual std::unique_ptr<HTTPTransfer> start(HTTPRequest request, Completion completion) = 0;
 };
 
 } // namespace glimto

@@ -56,8 +56,8 @@ public:
     void noteDropped() { dropped_.fetch_add(1, std::memory_order_relaxed); }
     void noteBytes(std::int64_t count) { bytes_.fetch_add(count, std::memory_order_relaxed); }
 
-    // What costs something to know, as the levels and the sizes of files, is noted only when somebody looks,
-    // which is said before the recording begins.
+    // What costs something to know, as the levels, is noted only when somebody looks, which is said before
+    // the recording begins.
     void watch() { isWatched_ = true; }
     bool isWatched() const { return isWatched_; }
 

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <exception>
+#include <string_view>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -30,6 +31,15 @@ std::string FileBelow::lastName() const
     return name.substr(name.rfind('/') + 1);
 }
 
+bool FileBelow::isBeside(const FileBelow& other) const
+{
+    const auto folder = [](const FileBelow& file) {
+        const auto end = file.name.rfind('/');
+        return std::string_view(file.name).substr(0, end == std::string::npos ? 0 : end + 1);
+    };
+    return folder(*this) == folder(other) && directory == other.directory;
+}
+
 FileDescriptor openDirectoryOf(const FileBelow& file)
 {
     constexpr int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
@@ -48,11 +58,15 @@ FileDescriptor openDirectoryOf(const FileBelow& file)
 
 FileDescriptor openForReading(const FileBelow& file)
 {
+    return FilesBelow().openForReading(file);
+}
+
+FileDescriptor FilesBelow::openForReading(const FileBelow& file)
+{
     FileDescriptor opened;
     try {
-        const FileDescriptor directory = openDirectoryOf(file);
-        opened = FileDescriptor(::openat(
-            directory.get(), file.lastName().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+        opened = FileDescriptor(::openat(directoryOf(file).get(), file.lastName().c_str(),
+            O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
     } catch (const PlatformError& error) {
         throwReadError(file, static_cast<int>(error.code()));
     }
@@ -71,6 +85,29 @@ bool isRegularFile(const FileBelow& file) noexcept
     } catch (const std::exception&) {
         return false;
     }
+}
+
+std::optional<std::uintmax_t> FilesBelow::sizeOf(const FileBelow& file) noexcept
+{
+    try {
+        struct stat status = {};
+        const int directory = directoryOf(file).get();
+        if (::fstatat(directory, file.lastName().c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0
+            && S_ISREG(status.st_mode))
+            return static_cast<std::uintmax_t>(status.st_size);
+    } catch (const std::exception&) {
+        // There is no way to it.
+    }
+    return std::nullopt;
+}
+
+const FileDescriptor& FilesBelow::directoryOf(const FileBelow& file)
+{
+    if (!directory_ || !file.isBeside(last_)) {
+        directory_ = openDirectoryOf(file);
+        last_ = file;
+    }
+    return directory_;
 }
 
 } // namespace glimto

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "Support/FileDescriptor.h"
@@ -18,6 +20,7 @@ struct FileBelow {
 
     std::filesystem::path path() const { return directory / name; }
     std::string lastName() const; // without the directories
+    bool isBeside(const FileBelow& other) const; // in the same directory, by its names
 
     friend bool operator==(const FileBelow&, const FileBelow&) = default;
 };
@@ -31,5 +34,22 @@ FileDescriptor openForReading(const FileBelow& file);
 
 // Whether openForReading() would succeed.
 bool isRegularFile(const FileBelow& file) noexcept;
+
+// The same for many files: while they lie in the same directory, the way there is gone once. What stood
+// there then is read, whatever its name leads to later.
+class FilesBelow {
+public:
+    // As the function of that name.
+    FileDescriptor openForReading(const FileBelow& file);
+
+    // In bytes; absent when it is no regular file, or none is there. That it may be read is not said.
+    std::optional<std::uintmax_t> sizeOf(const FileBelow& file) noexcept;
+
+private:
+    const FileDescriptor& directoryOf(const FileBelow& file);
+
+    FileBelow last_; // a file in `directory_`
+    FileDescriptor directory_;
+};
 
 } // namespace glimto

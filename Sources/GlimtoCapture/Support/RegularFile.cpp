@@ -12,6 +12,28 @@
 
 namespace glimto {
 
+namespace {
+
+// Calls `read` for the rest of `target`, behind what was filled before, until nothing more comes.
+template <typename Read>
+std::size_t fill(std::span<std::byte> target, const std::string& failure, const Read& read)
+{
+    std::size_t filled = 0;
+    while (filled < target.size()) {
+        const ssize_t count = read(target.subspan(filled), filled);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            throw PlatformError::posix(failure, errno);
+        if (count == 0)
+            break;
+        filled += static_cast<std::size_t>(count);
+    }
+    return filled;
+}
+
+} // namespace
+
 RegularFile::RegularFile(FileDescriptor file, std::uintmax_t size, std::string failure)
     : file_(std::move(file))
     , size_(size)
@@ -39,7 +61,13 @@ std::optional<RegularFile> RegularFile::open(
 
 RegularFile RegularFile::open(const FileBelow& file)
 {
-    FileDescriptor opened = openForReading(file);
+    FilesBelow files;
+    return open(file, files);
+}
+
+RegularFile RegularFile::open(const FileBelow& file, FilesBelow& files)
+{
+    FileDescriptor opened = files.openForReading(file);
     std::string failure = "Could not read " + file.path().string();
     struct stat status = {};
     if (::fstat(opened.get(), &status) != 0)
@@ -49,18 +77,16 @@ RegularFile RegularFile::open(const FileBelow& file)
 
 std::size_t RegularFile::read(std::span<std::byte> target) const
 {
-    std::size_t filled = 0;
-    while (filled < target.size()) {
-        const ssize_t count = ::read(file_.get(), target.data() + filled, target.size() - filled);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            throw PlatformError::posix(failure_, errno);
-        if (count == 0)
-            break;
-        filled += static_cast<std::size_t>(count);
-    }
-    return filled;
+    return fill(target, failure_, [this](std::span<std::byte> rest, std::size_t) {
+        return ::read(file_.get(), rest.data(), rest.size());
+    });
+}
+
+std::size_t RegularFile::readAt(std::uintmax_t offset, std::span<std::byte> target) const
+{
+    return fill(target, failure_, [&](std::span<std::byte> rest, std::size_t filled) {
+        return ::pread(file_.get(), rest.data(), rest.size(), static_cast<off_t>(offset + filled));
+    });
 }
 
 std::string RegularFile::readText(std::size_t mostBytes) const

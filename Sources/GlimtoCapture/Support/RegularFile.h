@@ -26,12 +26,19 @@ public:
 
     // One that lies below a directory. Throws PlatformError (POSIX) when it cannot be opened or is none.
     static RegularFile open(const FileBelow& file);
+    static RegularFile open(const FileBelow& file, FilesBelow& files);
 
     // Bytes when it was opened.
     std::uintmax_t size() const { return size_; }
 
+    // What errors begin with.
+    const std::string& failure() const { return failure_; }
+
     // Fills `target` as far as the file reaches. Returns how many bytes that were.
     std::size_t read(std::span<std::byte> target) const;
+
+    // The same from a place of its own, which the other operations do not care about.
+    std::size_t readAt(std::uintmax_t offset, std::span<std::byte> target) const;
 
     // The next bytes, `mostBytes` of them or as many as there are.
     std::string readText(std::size_t mostBytes) const;

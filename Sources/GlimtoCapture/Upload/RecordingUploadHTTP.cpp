@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -16,7 +17,7 @@ namespace {
 
 constexpr std::size_t mostUploadAnswerBytes = 1 << 20; // nobody reads it
 // A slower line makes no headway against a recording of text on a still screen.
-constexpr std::int64_t slowestBytesPerSecond = 4 << 10;
+constexpr std::uintmax_t slowestBytesPerSecond = 4 << 10;
 
 // Of a web address, whose scheme is in lower case.
 bool isEncrypted(std::string_view address)
@@ -66,7 +67,7 @@ std::string RecordingUploadHTTP::getJSON(const std::string& url)
     request.method = "GET";
     request.url = url;
     request.originHeaders = accessKeyHeader();
-    return perform(request);
+    return perform(std::move(request));
 }
 
 std::string RecordingUploadHTTP::postJSON(
@@ -79,11 +80,11 @@ std::string RecordingUploadHTTP::postJSON(
     request.originHeaders = accessKeyHeader();
     request.body = std::move(body);
     request.mostResponseBytes = mostAnswerBytes;
-    return perform(request);
+    return perform(std::move(request));
 }
 
-HTTPRequest RecordingUploadHTTP::uploadRequest(
-    const UploadArtifact& artifact, const SignedUpload& upload, std::string_view apiBaseURL)
+HTTPRequest RecordingUploadHTTP::uploadRequest(const UploadArtifact& artifact, const SignedUpload& upload,
+    std::string_view apiBaseURL, FilesBelow& files)
 {
     const std::string key = excerpt(artifact.key);
     if (upload.method != "PUT")
@@ -100,12 +101,18 @@ HTTPRequest RecordingUploadHTTP::uploadRequest(
     request.headers = {upload.headers.begin(), upload.headers.end()};
     if (request.headers.empty())
         request.headers = {{"Content-Type", upload.contentType}};
-    if (const auto* bytes = std::get_if<std::string>(&artifact.body))
+    std::uintmax_t size = 0;
+    if (const auto* bytes = std::get_if<std::string>(&artifact.body)) {
+        size = bytes->size();
         request.body = *bytes;
-    else
-        request.body = std::get<FileBelow>(artifact.body);
+    } else {
+        auto file = std::make_shared<const RegularFile>(
+            RegularFile::open(std::get<FileBelow>(artifact.body), files));
+        size = file->size();
+        request.body = std::move(file);
+    }
     request.mostResponseBytes = mostUploadAnswerBytes;
-    request.deadline += std::chrono::seconds(artifact.bytes() / slowestBytesPerSecond);
+    request.deadline += std::chrono::seconds(size / slowestBytesPerSecond);
     return request;
 }
 
@@ -126,15 +133,15 @@ HTTPHeaders RecordingUploadHTTP::accessKeyHeader() const
     return {{"x-glimto-access-key", *key}};
 }
 
-std::string RecordingUploadHTTP::perform(const HTTPRequest& request)
+std::string RecordingUploadHTTP::perform(HTTPRequest request)
 {
+    const std::string path = excerpt(pathOfWebAddress(request.url));
     TransferGroup group(transport_, cancellation_);
-    group.start(0, request);
+    group.start(0, std::move(request));
     auto result = group.next();
     if (result.error)
         std::rethrow_exception(result.error);
-    validateHTTPResponse(
-        result.response.status, result.response.body, excerpt(pathOfWebAddress(request.url)));
+    validateHTTPResponse(result.response.status, result.response.body, path);
     return std::move(result.response.body);
 }
 

@@ -33,10 +33,11 @@ public:
     std::string postJSON(
         const std::string& url, std::string body, std::size_t mostAnswerBytes = usualAnswerBytes);
 
-    // The PUT of one object. Throws CLIError when the method is not "PUT", the URL is none, or it leads from
-    // an encrypted API to a place in the clear.
-    static HTTPRequest uploadRequest(
-        const UploadArtifact& artifact, const SignedUpload& upload, std::string_view apiBaseURL);
+    // The PUT of one object, whose file is opened. Throws CLIError when the method is not "PUT", the URL is
+    // none, or it leads from an encrypted API to a place in the clear, and PlatformError when the file cannot
+    // be read.
+    static HTTPRequest uploadRequest(const UploadArtifact& artifact, const SignedUpload& upload,
+        std::string_view apiBaseURL, FilesBelow& files);
 
     const std::string& apiBaseURL() const { return options_.apiBaseURL; }
 
@@ -48,7 +49,7 @@ public:
 
 private:
     HTTPHeaders accessKeyHeader() const;
-    std::string perform(const HTTPRequest& request);
+    std::string perform(HTTPRequest request);
 
     RecordingUploadOptions options_;
     const Service<HTTPTransport> transport_;

@@ -34,9 +34,9 @@ TransferGroup::~TransferGroup()
     cancellation_.waitInAnyCase([this] { return inbox_->ended.size() >= transfers_.size(); }, patience);
 }
 
-void TransferGroup::start(std::size_t index, const HTTPRequest& request)
+void TransferGroup::start(std::size_t index, HTTPRequest request)
 {
-    transfers_[index] = transport_.start(request,
+    transfers_[index] = transport_.start(std::move(request),
         [inbox = inbox_, cancellation = cancellation_, index](
             HTTPResponse response, std::exception_ptr error) {
             cancellation.change([&] {

@@ -28,7 +28,7 @@ public:
     TransferGroup& operator=(const TransferGroup&) = delete;
 
     // `index` must not be that of a request on its way.
-    void start(std::size_t index, const HTTPRequest& request);
+    void start(std::size_t index, HTTPRequest request);
 
     std::size_t countOnTheirWay() const { return transfers_.size(); }
 

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
-#include <system_error>
 #include <variant>
 
 #include "Support/FileBelow.h"
@@ -18,16 +16,7 @@ struct UploadArtifact {
     Body body;
     std::string key; // the whole object key
     std::string sourceDescription; // what it came from: a local key, or "rewritten manifest.json"
-
-    // 0 for a file whose size cannot be told: who sends it tells why.
-    std::int64_t bytes() const
-    {
-        if (const auto* text = std::get_if<std::string>(&body))
-            return static_cast<std::int64_t>(text->size());
-        std::error_code error;
-        const auto size = std::filesystem::file_size(std::get<FileBelow>(body).path(), error);
-        return error ? 0 : static_cast<std::int64_t>(size);
-    }
+    std::int64_t bytes = 0; // when it was listed
 };
 
 } // namespace glimto

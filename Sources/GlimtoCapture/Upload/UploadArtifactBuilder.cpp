@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <set>
 #include <string_view>
 #include <system_error>
@@ -52,9 +53,10 @@ public:
         if (covers(key))
             return true;
         FileBelow file = fileURL(root_, relativeKey);
-        if (!isRegularFile(file))
+        const auto size = files_.sizeOf(file);
+        if (!size)
             return false;
-        add({std::move(file), std::move(key), relativeKey});
+        add({std::move(file), std::move(key), relativeKey, static_cast<std::int64_t>(*size)});
         return true;
     }
 
@@ -72,6 +74,7 @@ private:
     const std::set<std::string>& uploadedKeys_;
     std::vector<UploadArtifact> artifacts_;
     std::set<std::string> keys_;
+    FilesBelow files_;
 };
 
 // The playlist beside the video segments, which a take with sound has and the manifest does not name.
@@ -151,8 +154,10 @@ std::vector<UploadArtifact> UploadArtifactBuilder::buildUploadArtifacts(const fs
     const MediaManifest manifest
         = decodeMediaManifest(readFile({outputDirectory, "manifest.json"}, mostManifestBytes));
     auto rewritten = encodePrettyJSON(toJSON(rewritingObjectKeys(manifest, instructions.objectPrefix)));
-    if (!list.covers(session.manifestKey))
-        list.add({std::move(rewritten), session.manifestKey, "rewritten manifest.json"});
+    if (!list.covers(session.manifestKey)) {
+        const auto size = static_cast<std::int64_t>(rewritten.size());
+        list.add({std::move(rewritten), session.manifestKey, "rewritten manifest.json", size});
+    }
 
     const auto plannedKeys = plannedRelativeUploadKeys(instructions);
     for (const auto& named : manifestKeys(manifest, plannedKeys)) {

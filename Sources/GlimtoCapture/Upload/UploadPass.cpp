@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <filesystem>
-#include <numeric>
 #include <system_error>
 #include <utility>
 #include <variant>
@@ -61,11 +59,8 @@ std::size_t UploadPass::run()
 
 void UploadPass::beginQueue()
 {
-    if (!services_.figures->isWatched())
-        return;
     for (const auto& artifact : artifacts_)
-        sizes_.push_back(artifact.bytes());
-    waitingBytes_ = std::accumulate(sizes_.begin(), sizes_.end(), std::int64_t(0));
+        waitingBytes_ += artifact.bytes;
     tellQueue();
 }
 
@@ -104,7 +99,8 @@ void UploadPass::startNext()
     job_.checkCancellation();
     const auto& artifact = artifacts_[next_];
     transfers_.start(next_,
-        RecordingUploadHTTP::uploadRequest(artifact, signedUploads_.at(artifact.key), http_.apiBaseURL()));
+        RecordingUploadHTTP::uploadRequest(
+            artifact, signedUploads_.at(artifact.key), http_.apiBaseURL(), files_));
     ++next_;
 }
 
@@ -118,8 +114,7 @@ void UploadPass::noteEnd(const TransferGroup::Result& result)
     state_.addUploadedKey(key);
     ++sent_;
     services_.figures->noteUploadSent();
-    if (!sizes_.empty())
-        waitingBytes_ -= sizes_[result.index];
+    waitingBytes_ -= artifacts_[result.index].bytes;
     tellQueue();
 }
 

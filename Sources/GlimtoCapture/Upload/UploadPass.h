@@ -50,8 +50,8 @@ private:
     std::chrono::nanoseconds urlsRequestedAt_{};
     std::size_t next_ = 0; // the artifact that is started next
     std::size_t sent_ = 0;
-    std::vector<std::int64_t> sizes_; // in bytes, of the artifacts; empty when nobody watches
-    std::int64_t waitingBytes_ = 0;
+    std::int64_t waitingBytes_ = 0; // of objects that were not sent yet
+    FilesBelow files_;
     TransferGroup transfers_;
 };
 

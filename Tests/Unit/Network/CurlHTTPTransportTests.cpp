@@ -55,6 +55,11 @@ protected:
         return request;
     }
 
+    static HTTPBodyFile fileIn(const TemporaryDirectory& directory)
+    {
+        return std::make_shared<RegularFile>(RegularFile::open(FileBelow{directory.path(), "x"}));
+    }
+
     TestHTTPServer& serve(TestHTTPServer::Answer answer)
     {
         servers.push_back(std::make_unique<TestHTTPServer>(std::move(answer)));
@@ -155,7 +160,7 @@ TEST_F(CurlHTTPTransportTests, APutStreamsItsFile)
     auto& server = serveOK();
     auto request = get(server.url("/x"));
     request.method = "PUT";
-    request.body = FileBelow{directory.path(), "x"};
+    request.body = fileIn(directory);
     EXPECT_EQ(perform(request).response.status, 200);
     EXPECT_EQ(server.requests().at(0).body, content);
     EXPECT_EQ(server.requests().at(0).head,
@@ -170,17 +175,21 @@ TEST_F(CurlHTTPTransportTests, AnEmptyFileIsSentAsAnEmptyBody)
     auto& server = serveOK();
     auto request = get(server.url("/x"));
     request.method = "PUT";
-    request.body = FileBelow{directory.path(), "x"};
+    request.body = fileIn(directory);
     EXPECT_EQ(perform(request).response.status, 200);
     EXPECT_THAT(server.requests().at(0).head, HasSubstr("Content-Length: 0\r\n"));
 }
 
-TEST_F(CurlHTTPTransportTests, AFileThatCannotBeReadIsAnError)
+TEST_F(CurlHTTPTransportTests, AFileThatBecomesShorterIsAnError)
 {
+    const TemporaryDirectory directory;
+    std::ofstream(directory.path() / "x") << "0123456789";
     auto request = get(serveOK().url("/"));
     request.method = "PUT";
-    request.body = FileBelow{"/nonexistent", "file"};
-    EXPECT_EQ(perform(request).error, "Could not read /nonexistent/file: No such file or directory");
+    request.body = fileIn(directory);
+    std::filesystem::resize_file(directory.path() / "x", 0);
+    EXPECT_EQ(perform(request).error,
+        "Could not read " + (directory.path() / "x").string() + ": it became shorter while it was sent.");
 }
 
 TEST_F(CurlHTTPTransportTests, ConnectionsAreKept)

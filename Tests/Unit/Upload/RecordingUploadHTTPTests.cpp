@@ -10,9 +10,9 @@ class RecordingUploadHTTPTests : public testing::Test {
 protected:
     RecordingUploadHTTP http() { return {options, transport, cancellation}; }
 
-    HTTPRequest request() const
+    HTTPRequest request()
     {
-        return RecordingUploadHTTP::uploadRequest(artifact, signedUpload, options.apiBaseURL);
+        return RecordingUploadHTTP::uploadRequest(artifact, signedUpload, options.apiBaseURL, files);
     }
 
     static std::string validationFailure(int status, const std::string& body)
@@ -24,7 +24,9 @@ protected:
         .accessKey = " key \n", .apiBaseURL = "http://host:1/base/", .recordingId = std::nullopt};
     FakeHTTPTransport transport;
     UploadCancellation cancellation;
-    UploadArtifact artifact{FileBelow{"/take", "x"}, "org/rec/x", "x"};
+    TemporaryDirectory take;
+    FilesBelow files;
+    UploadArtifact artifact{std::string("bytes"), "org/rec/x", "x", 5};
     SignedUpload signedUpload{"video/mp4", {}, "org/rec/x", "PUT", "https://store/x?signature=1"};
 };
 
@@ -124,7 +126,6 @@ TEST_F(RecordingUploadHTTPTests, AnUploadHasTheHeadersThatItCameWith)
     EXPECT_EQ(request.url, "https://store/x?signature=1");
     EXPECT_EQ(request.headers, (HTTPHeaders{{"Content-Type", "a/b"}, {"x-extra", "1"}}));
     EXPECT_TRUE(request.originHeaders.empty());
-    EXPECT_EQ(std::get<FileBelow>(request.body), (FileBelow{"/take", "x"}));
     EXPECT_EQ(request.timeout, std::chrono::seconds(60));
 }
 
@@ -137,8 +138,18 @@ TEST_F(RecordingUploadHTTPTests, AnUploadWithoutHeadersHasItsContentType)
 
 TEST_F(RecordingUploadHTTPTests, BytesAreSentFromMemory)
 {
-    artifact.body = std::string("bytes");
     EXPECT_EQ(std::get<std::string>(request().body), "bytes");
+}
+
+TEST_F(RecordingUploadHTTPTests, AFileIsSentAsItIsWhenItsTurnHasCome)
+{
+    artifact.body = FileBelow{take.path(), "x"};
+    EXPECT_EQ(failureOf([&] { request(); }),
+        "Could not read " + (take.path() / "x").string() + ": No such file or directory");
+    writeTestFile(take.path() / "x", "content");
+    const auto body = std::get<HTTPBodyFile>(request().body);
+    std::filesystem::rename(take.path() / "x", take.path() / "y");
+    EXPECT_EQ(body->readWhole(100), "content");
 }
 
 TEST_F(RecordingUploadHTTPTests, AnEncryptedAPIMayNotSendObjectsInTheClear)
@@ -157,7 +168,8 @@ TEST_F(RecordingUploadHTTPTests, RequestsHaveADeadlineAndObjectsTheTimeThatASlow
     transport.answer = [](const auto&, const auto&) { return HTTPResponse{200, "{}"}; };
     http().getJSON("http://host/x");
     EXPECT_EQ(transport.requests().back().deadline, std::chrono::seconds(120));
-    artifact.body = std::string(8 << 20, 'x');
+    writeTestFile(take.path() / "x", std::string(8 << 20, 'x'));
+    artifact.body = FileBelow{take.path(), "x"};
     EXPECT_EQ(request().deadline, std::chrono::seconds(120 + 2048));
 }
 

@@ -90,7 +90,7 @@ CurlExchange::CurlExchange(
     : request_(std::move(request))
     , completion_(std::move(completion))
     , isCancelled_(std::move(isCancelled))
-    , body_(std::monostate())
+    , body_(request_.body)
     , firstOrigin_(WebOrigin::of(request_.url))
     , address_(request_.url)
     , method_(request_.method)
@@ -102,13 +102,12 @@ void CurlExchange::prepareHop()
     if (!firstOrigin_)
         throw PlatformError(
             errorDomain::http, CURLE_URL_MALFORMAT, "The address of a request is no http or https URL.");
-    if (!easy_) {
-        body_ = RequestBody(request_.body);
+    if (easy_)
+        curl_easy_reset(easy_.get());
+    else
         easy_.reset(curl_easy_init());
-        if (!easy_)
-            throw std::bad_alloc();
-    }
-    curl_easy_reset(easy_.get());
+    if (!easy_)
+        throw std::bad_alloc();
     response_ = {};
     headerBytes_ = 0;
     movedBytes_ = 0;
@@ -181,7 +180,7 @@ void CurlExchange::setUpBody()
 
 void CurlExchange::setUpHeaders()
 {
-    const bool isAtFirstOrigin = WebOrigin::of(address_) == firstOrigin_;
+    const bool isAtFirstOrigin = redirects_ == 0 || WebOrigin::of(address_) == firstOrigin_;
     HTTPHeaders headers = request_.headers;
     if (isAtFirstOrigin)
         headers.insert(headers.end(), request_.originHeaders.begin(), request_.originHeaders.end());

@@ -192,10 +192,10 @@ CurlHTTPTransport::~CurlHTTPTransport()
     thread_->join();
 }
 
-std::unique_ptr<HTTPTransfer> CurlHTTPTransport::start(const HTTPRequest& request, Completion completion)
+std::unique_ptr<HTTPTransfer> CurlHTTPTransport::start(HTTPRequest request, Completion completion)
 {
     auto isCancelled = std::make_shared<std::atomic<bool>>(false);
-    core_->post(std::make_unique<CurlExchange>(request, std::move(completion), isCancelled));
+    core_->post(std::make_unique<CurlExchange>(std::move(request), std::move(completion), isCancelled));
     return std::make_unique<CurlTransfer<Core>>(core_, std::move(isCancelled));
 }
 

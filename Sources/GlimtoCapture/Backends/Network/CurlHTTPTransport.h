@@ -19,7 +19,7 @@ public:
     CurlHTTPTransport(const CurlHTTPTransport&) = delete;
     CurlHTTPTransport& operator=(const CurlHTTPTransport&) = delete;
 
-    std::unique_ptr<HTTPTransfer> start(const HTTPRequest& request, Completion completion) override;
+    std::unique_ptr<HTTPTransfer> start(HTTPRequest request, Completion completion) override;
 
 private:
     class Core;

@@ -2,35 +2,20 @@
 
 #include <algorithm>
 #include <cerrno>
-
-#include <sys/stat.h>
-#include <unistd.h>
+#include <span>
 
 #include "Support/Errors.h"
 
 namespace glimto {
 
-namespace {
-
-[[noreturn]] void throwReadError(const std::filesystem::path& path, int errorNumber)
-{
-    throw PlatformError::posix("Could not read " + path.string(), errorNumber);
-}
-
-} // namespace
-
-RequestBody::RequestBody(const std::variant<std::monostate, std::string, FileBelow>& source)
+RequestBody::RequestBody(const std::variant<std::monostate, std::string, HTTPBodyFile>& source)
 {
     if (const auto* bytes = std::get_if<std::string>(&source)) {
         bytes_ = bytes;
         size_ = static_cast<std::int64_t>(bytes->size());
-    } else if (const auto* file = std::get_if<FileBelow>(&source)) {
-        path_ = file->path();
-        file_ = openForReading(*file);
-        struct stat status = {};
-        if (::fstat(file_.get(), &status) != 0)
-            throwReadError(path_, errno);
-        size_ = status.st_size;
+    } else if (const auto* file = std::get_if<HTTPBodyFile>(&source)) {
+        file_ = file->get();
+        size_ = static_cast<std::int64_t>(file_->size());
     }
 }
 
@@ -43,16 +28,10 @@ std::size_t RequestBody::read(char* buffer, std::size_t capacity)
     if (bytes_) {
         count = bytes_->copy(buffer, wanted, static_cast<std::size_t>(offset_));
     } else {
-        ssize_t result = 0;
-        do {
-            result = ::pread(file_.get(), buffer, wanted, offset_);
-        } while (result < 0 && errno == EINTR);
-        if (result < 0)
-            throwReadError(path_, errno);
-        if (result == 0)
-            throw PlatformError(
-                "POSIX", EIO, "Could not read " + path_.string() + ": it became shorter while it was sent.");
-        count = static_cast<std::size_t>(result);
+        const auto target = std::as_writable_bytes(std::span(buffer, wanted));
+        count = file_->readAt(static_cast<std::uintmax_t>(offset_), target);
+        if (count == 0)
+            throw PlatformError("POSIX", EIO, file_->failure() + ": it became shorter while it was sent.");
     }
     offset_ += static_cast<std::int64_t>(count);
     return count;

@@ -2,12 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <string>
 #include <variant>
 
-#include "Support/FileBelow.h"
-#include "Support/FileDescriptor.h"
+#include "Platform/HTTPTransport.h"
 
 namespace glimto {
 
@@ -15,9 +13,8 @@ namespace glimto {
 // another keeps, or a file as long as it was when it was opened.
 class RequestBody {
 public:
-    // Nothing, bytes, or a file. `source` outlives the body. Throws PlatformError (POSIX) when the file
-    // cannot be opened or is no regular file.
-    explicit RequestBody(const std::variant<std::monostate, std::string, FileBelow>& source);
+    // Nothing, bytes, or a file. `source` outlives the body.
+    explicit RequestBody(const std::variant<std::monostate, std::string, HTTPBodyFile>& source);
 
     std::int64_t size() const { return size_; }
 
@@ -30,8 +27,7 @@ public:
 
 private:
     const std::string* bytes_ = nullptr;
-    FileDescriptor file_;
-    std::filesystem::path path_;
+    const RegularFile* file_ = nullptr;
     std::int64_t size_ = 0;
     std::int64_t offset_ = 0;
 };
