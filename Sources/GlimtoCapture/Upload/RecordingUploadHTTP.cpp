@@ -136,8 +136,8 @@ HTTPHeaders RecordingUploadHTTP::accessKeyHeader() const
 std::string RecordingUploadHTTP::perform(HTTPRequest request)
 {
     const std::string path = excerpt(pathOfWebAddress(request.url));
-    TransferGroup group(transport_, cancellation_);
-    group.start(0, std::move(request));
+    TransferGroup group(transport_, cancellation_, 1);
+    group.add(0, std::move(request), 0);
     auto result = group.next();
     if (result.error)
         std::rethrow_exception(result.error);

@@ -92,4 +92,9 @@ void UploadCancellation::change(const std::function<void()>& function) const
     state_->wish.change([&](Wish&) { function(); });
 }
 
+void UploadCancellation::with(const std::function<void()>& function) const
+{
+    state_->wish.with([&](Wish&) { function(); });
+}
+
 } // namespace glimto

@@ -33,6 +33,9 @@ public:
     // Runs `function`, which makes somebody ready, and wakes who waits.
     void change(const std::function<void()>& function) const;
 
+    // The same without waking anybody, who then notices it with the next question at the latest.
+    void with(const std::function<void()>& function) const;
+
 private:
     struct State;
     std::shared_ptr<State> state_;

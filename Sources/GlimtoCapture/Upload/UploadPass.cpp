@@ -34,7 +34,7 @@ UploadPass::UploadPass(const std::vector<UploadArtifact>& artifacts, const std::
     , job_(job)
     , services_(services)
     , state_(state)
-    , transfers_(services.transport, cancellation)
+    , transfers_(services.transport, cancellation, mostAtOnce)
 {
 }
 
@@ -43,12 +43,10 @@ std::size_t UploadPass::run()
     beginQueue();
     try {
         requestURLs();
-        while (next_ < artifacts_.size() && transfers_.countOnTheirWay() < mostAtOnce)
-            startNext();
-        while (transfers_.countOnTheirWay() > 0) {
+        addWhatHasRoom();
+        while (transfers_.count() > 0) {
             noteEnd(transfers_.next());
-            if (next_ < artifacts_.size())
-                startNext();
+            addWhatHasRoom();
         }
     } catch (...) {
         drain();
@@ -92,15 +90,22 @@ void UploadPass::requestURLs()
     }
 }
 
-void UploadPass::startNext()
+void UploadPass::addWhatHasRoom()
+{
+    while (next_ < artifacts_.size() && transfers_.hasRoom())
+        addNext();
+}
+
+void UploadPass::addNext()
 {
     if (services_.clock.now() - urlsRequestedAt_ > urlsAreGoodFor)
         requestURLs();
     job_.checkCancellation();
     const auto& artifact = artifacts_[next_];
-    transfers_.start(next_,
+    transfers_.add(next_,
         RecordingUploadHTTP::uploadRequest(
-            artifact, signedUploads_.at(artifact.key), http_.apiBaseURL(), files_));
+            artifact, signedUploads_.at(artifact.key), http_.apiBaseURL(), files_),
+        static_cast<std::size_t>(artifact.bytes));
     ++next_;
 }
 
@@ -122,7 +127,7 @@ void UploadPass::noteEnd(const TransferGroup::Result& result)
 void UploadPass::drain() noexcept
 {
     transfers_.cancelAll();
-    while (transfers_.countOnTheirWay() > 0) {
+    while (transfers_.count() > 0) {
         try {
             noteEnd(transfers_.next());
         } catch (const TaskCancellationError&) {

@@ -36,7 +36,8 @@ private:
     void beginQueue();
     void tellQueue() const;
     void requestURLs();
-    void startNext();
+    void addWhatHasRoom();
+    void addNext();
     void noteEnd(const TransferGroup::Result& result);
     void drain() noexcept;
 

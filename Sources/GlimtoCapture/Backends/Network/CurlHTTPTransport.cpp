@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <list>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -39,7 +40,8 @@ public:
     void post(std::unique_ptr<CurlExchange> exchange)
     {
         posted_.with([&](auto& posted) { posted.push_back(std::move(exchange)); });
-        wakeUp();
+        if (std::this_thread::get_id() != thread_)
+            wakeUp();
     }
     void stop()
     {
@@ -51,13 +53,17 @@ public:
     // The transport's thread.
     void run()
     {
+        thread_ = std::this_thread::get_id();
         while (!isStopped_) {
             takePosted();
             int running = 0;
             curl_multi_perform(multi_.get(), &running);
             noteEnds();
             endCancelledAndLate();
-            // What was posted meanwhile has left a wake-up behind.
+            // A completion may have posted the next request.
+            if (posted_.with([](const auto& posted) { return !posted.empty(); }))
+                continue;
+            // What others post from now on leaves a wake-up behind.
             const int patience = exchanges_.empty() ? idlePollMilliseconds : busyPollMilliseconds;
             curl_multi_poll(multi_.get(), nullptr, 0, patience, nullptr);
         }
@@ -150,6 +156,7 @@ private:
 
     const Owned<CURLM, curl_multi_cleanup> multi_;
     std::atomic<bool> isStopped_ = false;
+    std::atomic<std::thread::id> thread_; // that runs run()
     Guarded<std::vector<std::unique_ptr<CurlExchange>>> posted_;
     Exchanges exchanges_; // the thread's own
 };
