@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <exception>
 #include <string_view>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -56,12 +57,12 @@ FileDescriptor openDirectoryOf(const FileBelow& file)
     return directory;
 }
 
-FileDescriptor openForReading(const FileBelow& file)
+OpenedFile openForReading(const FileBelow& file)
 {
     return FilesBelow().openForReading(file);
 }
 
-FileDescriptor FilesBelow::openForReading(const FileBelow& file)
+OpenedFile FilesBelow::openForReading(const FileBelow& file)
 {
     FileDescriptor opened;
     try {
@@ -75,13 +76,13 @@ FileDescriptor FilesBelow::openForReading(const FileBelow& file)
         throwReadError(file, errno);
     if (!S_ISREG(status.st_mode))
         throwReadError(file, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
-    return opened;
+    return {std::move(opened), static_cast<std::uintmax_t>(status.st_size)};
 }
 
 bool isRegularFile(const FileBelow& file) noexcept
 {
     try {
-        return static_cast<bool>(openForReading(file));
+        return static_cast<bool>(openForReading(file).descriptor);
     } catch (const std::exception&) {
         return false;
     }

@@ -28,9 +28,15 @@ struct FileBelow {
 // The directory in which the file lies, for the calls that end in "at". Throws PlatformError (POSIX).
 FileDescriptor openDirectoryOf(const FileBelow& file);
 
+// A regular file that was opened, and its size then.
+struct OpenedFile {
+    FileDescriptor descriptor;
+    std::uintmax_t size = 0; // in bytes
+};
+
 // The file for reading, which never waits for anybody. Throws PlatformError (POSIX), also when it is no
 // regular file.
-FileDescriptor openForReading(const FileBelow& file);
+OpenedFile openForReading(const FileBelow& file);
 
 // Whether openForReading() would succeed.
 bool isRegularFile(const FileBelow& file) noexcept;
@@ -40,7 +46,7 @@ bool isRegularFile(const FileBelow& file) noexcept;
 class FilesBelow {
 public:
     // As the function of that name.
-    FileDescriptor openForReading(const FileBelow& file);
+    OpenedFile openForReading(const FileBelow& file);
 
     // In bytes; absent when it is no regular file, or none is there. That it may be read is not said.
     std::optional<std::uintmax_t> sizeOf(const FileBelow& file) noexcept;

@@ -16,9 +16,11 @@ namespace {
 // of its layout they stand in strings, where an escape means the same.
 std::string escaped(std::uint32_t control)
 {
+    if (control == '\n')
+        return "\n";
     std::array<char, 8> text = {};
     std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(control));
-    return control == '\n' ? "\n" : text.data();
+    return text.data();
 }
 
 std::string encode(const nlohmann::json& value, int indentation)

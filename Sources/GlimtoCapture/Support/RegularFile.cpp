@@ -67,12 +67,8 @@ RegularFile RegularFile::open(const FileBelow& file)
 
 RegularFile RegularFile::open(const FileBelow& file, FilesBelow& files)
 {
-    FileDescriptor opened = files.openForReading(file);
-    std::string failure = "Could not read " + file.path().string();
-    struct stat status = {};
-    if (::fstat(opened.get(), &status) != 0)
-        throw PlatformError::posix(failure, errno);
-    return {std::move(opened), static_cast<std::uintmax_t>(status.st_size), std::move(failure)};
+    auto [descriptor, size] = files.openForReading(file);
+    return {std::move(descriptor), size, "Could not read " + file.path().string()};
 }
 
 std::size_t RegularFile::read(std::span<std::byte> target) const

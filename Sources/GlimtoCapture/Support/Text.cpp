@@ -50,6 +50,13 @@ bool isControl(char32_t value)
         || (value >= 0x2028 && value <= 0x202E) || (value >= 0x2066 && value <= 0x2069);
 }
 
+// Of the beginning that has ASCII without controls alone, as nearly all texts do.
+std::size_t lengthOfPlainASCII(std::string_view text)
+{
+    const auto isPlain = [](char character) { return character >= ' ' && character < '\x7F'; };
+    return static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), isPlain) - text.begin());
+}
+
 bool isWhitespaceOrNewline(char32_t value)
 {
     return (value >= 0x09 && value <= 0x0D) || value == 0x20 || value == 0x85 || value == 0xA0
@@ -109,7 +116,12 @@ std::string replacingControls(
 {
     std::string result;
     result.reserve(text.size());
-    while (!text.empty()) {
+    while (true) {
+        const std::size_t plain = lengthOfPlainASCII(text);
+        result += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (text.empty())
+            break;
         const CodePoint point = takeCodePoint(text);
         if (point.isWellFormed && isControl(point.value))
             result += replacement(point.value);
@@ -139,6 +151,8 @@ std::string shortestDecimal(double value)
 
 std::string prefixOfCodePoints(std::string_view text, std::size_t count)
 {
+    if (text.size() <= count)
+        return std::string(text);
     std::string_view rest = text;
     for (; count > 0 && !rest.empty(); --count)
         takeCodePoint(rest);

@@ -91,15 +91,21 @@ CurlExchange::CurlExchange(
     , completion_(std::move(completion))
     , isCancelled_(std::move(isCancelled))
     , body_(request_.body)
-    , firstOrigin_(WebOrigin::of(request_.url))
     , address_(request_.url)
     , method_(request_.method)
 {
 }
 
+CurlEasyHandle CurlExchange::giveBack()
+{
+    if (easy_)
+        curl_easy_reset(easy_.get()); // it points to what ends with this exchange
+    return std::move(easy_);
+}
+
 void CurlExchange::prepareHop()
 {
-    if (!firstOrigin_)
+    if (!isWebAddress(address_) && !WebOrigin::of(address_))
         throw PlatformError(
             errorDomain::http, CURLE_URL_MALFORMAT, "The address of a request is no http or https URL.");
     if (easy_)
@@ -180,7 +186,7 @@ void CurlExchange::setUpBody()
 
 void CurlExchange::setUpHeaders()
 {
-    const bool isAtFirstOrigin = redirects_ == 0 || WebOrigin::of(address_) == firstOrigin_;
+    const bool isAtFirstOrigin = redirects_ == 0 || WebOrigin::of(address_) == firstOrigin();
     HTTPHeaders headers = request_.headers;
     if (isAtFirstOrigin)
         headers.insert(headers.end(), request_.originHeaders.begin(), request_.originHeaders.end());
@@ -230,7 +236,7 @@ void CurlExchange::follow(int status, const std::string& address)
     const auto there = WebOrigin::of(address);
     if (++redirects_ > mostRedirects)
         throw PlatformError(errorDomain::http, CURLE_TOO_MANY_REDIRECTS,
-            "Too many redirects from " + firstOrigin_->text() + ".");
+            "Too many redirects from " + firstOrigin()->text() + ".");
     if (!there)
         throw PlatformError(errorDomain::http, CURLE_UNSUPPORTED_PROTOCOL,
             "A redirect of " + here->text() + " leads to no http or https URL.");

@@ -20,6 +20,7 @@ namespace {
 
 constexpr std::size_t stackBytes = 512 << 10;
 constexpr long mostKeptConnections = 16;
+constexpr std::size_t mostSpareHandles = 6;
 constexpr int busyPollMilliseconds = 500; // requests that take too long are looked for as often
 constexpr int idlePollMilliseconds = 60000;
 
@@ -87,6 +88,10 @@ private:
     void beginHop(Exchanges::iterator at)
     {
         try {
+            if (!(*at)->easy() && !spare_.empty()) {
+                (*at)->lend(std::move(spare_.back()));
+                spare_.pop_back();
+            }
             (*at)->prepareHop();
             const CURLMcode code = curl_multi_add_handle(multi_.get(), (*at)->easy());
             if (code != CURLM_OK)
@@ -148,6 +153,8 @@ private:
         exchanges_.erase(at);
         if (exchange->easy())
             curl_multi_remove_handle(multi_.get(), exchange->easy());
+        if (auto easy = exchange->giveBack(); easy && spare_.size() < mostSpareHandles)
+            spare_.push_back(std::move(easy));
         if (error)
             exchange->fail(error);
         else
@@ -159,6 +166,7 @@ private:
     std::atomic<std::thread::id> thread_; // that runs run()
     Guarded<std::vector<std::unique_ptr<CurlExchange>>> posted_;
     Exchanges exchanges_; // the thread's own
+    std::vector<CurlEasyHandle> spare_; // the thread's own
 };
 
 namespace {
