@@ -26,6 +26,7 @@ void uploadRecording(const UploadRecordingOptions& options, const UploadServices
     const std::optional<std::filesystem::path>& managedRoot)
 {
     services.stopRequests.beginListening();
+    services.transport.beginLoading();
     RecordingUploadJobStore job(options.outputDirectory, options.upload, TakeUse::uploading, managedRoot);
     const RecordingUploadJob begun = job.beginUpload();
     LineOutput& standardOutput = services.outputs.standardOutput;

@@ -234,12 +234,13 @@ void CurlExchange::follow(int status, const std::string& address)
 {
     const auto here = WebOrigin::of(address_);
     const auto there = WebOrigin::of(address);
+    const auto first = firstOrigin();
     if (++redirects_ > mostRedirects)
         throw PlatformError(errorDomain::http, CURLE_TOO_MANY_REDIRECTS,
-            "Too many redirects from " + firstOrigin()->text() + ".");
-    if (!there)
+            "Too many redirects from " + (first ? first->text() : "a server") + ".");
+    if (!here || !there)
         throw PlatformError(errorDomain::http, CURLE_UNSUPPORTED_PROTOCOL,
-            "A redirect of " + here->text() + " leads to no http or https URL.");
+            "A redirect of " + (here ? here->text() : "a server") + " leads to no http or https URL.");
     // What was to be sent encrypted is not sent in the clear.
     if (here->scheme == "https" && there->scheme == "http")
         throw PlatformError(errorDomain::http, CURLE_UNSUPPORTED_PROTOCOL,
