@@ -42,9 +42,10 @@ void checkKeys(const CreateRecordingResponse& response)
 
 void checkUploads(std::string_view body)
 {
+    FilesBelow files;
     for (const auto& upload : readJSON<UploadURLsResponse>(body, "the answer").uploads) {
-        const UploadArtifact artifact{std::string("x"), upload.key, "x"};
-        const auto request = RecordingUploadHTTP::uploadRequest(artifact, upload, "http://api");
+        const UploadArtifact artifact{std::string("x"), upload.key, "x", 1};
+        const auto request = RecordingUploadHTTP::uploadRequest(artifact, upload, "http://api", files);
         require(request.method == "PUT" && request.originHeaders.empty());
         require(request.url.starts_with("http://") || request.url.starts_with("https://"));
     }
