@@ -65,6 +65,23 @@ TEST(FlatZonesTests, BandBehindWordsThatReachToItsEdgesIsASurface)
     EXPECT_EQ(found->zones.size(), 2U);
 }
 
+TEST(FlatZonesTests, CellBetweenSmoothLinesIsASurface)
+{
+    const PixHandle picture = filled(300, 200, 255);
+    for (const int x : {20, 90, 160})
+        fill(picture, {x, 20, 2, 90}, 40);
+    for (const int y : {20, 50, 80, 110}) {
+        fill(picture, {20, y, 142, 1}, 40);
+        for (int x = 20; x < 160; x += 10)
+            fill(picture, {x, y + 1, 9, 1}, 40 + x);
+    }
+    fill(picture, {159, 21, 1, 20}, 200);
+    fill(picture, {100, 30, 4, 12}, 30);
+    const auto found = findFlatZones(picture.get());
+    ASSERT_TRUE(found);
+    EXPECT_EQ(valueAt(found->background.get(), 101, 35), 255);
+}
+
 TEST(FlatZonesTests, StrokeOfALargeLetterIsNoSurface)
 {
     const PixHandle picture = filled(200, 100, 240);

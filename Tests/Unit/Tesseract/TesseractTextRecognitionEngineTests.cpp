@@ -20,6 +20,7 @@
 namespace glimto {
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -186,6 +187,16 @@ TEST_F(TesseractTextRecognitionEngineTests, SelectedWordsStayInTheirLine)
     drawn.text(160, 20, "second door", 16, white);
     drawn.text(272, 20, "on the left side", 16, black);
     EXPECT_THAT(linesIn(drawn), ElementsAre("Please open the second door on the left side"));
+}
+
+// Tesseract is not sure at all whether words end at the points, and says so of the words on both sides.
+TEST_F(TesseractTextRecognitionEngineTests, ProgramTextWithPointsInItIsRead)
+{
+    DrawnText drawn(500, 120, white);
+    drawn.text(12, 12, "lines.append(indent)", 14, black, "DejaVu Sans Mono");
+    drawn.text(12, 62, "self._fix_sentence_endings(chunks)", 13, black, "DejaVu Sans Mono");
+    EXPECT_THAT(linesIn(drawn),
+        ElementsAre(HasSubstr("append(indent)"), AllOf(HasSubstr("sentence"), HasSubstr("chunks"))));
 }
 
 TEST_F(TesseractTextRecognitionEngineTests, WhatBecameOfTheTextIsToldWhenAskedFor)

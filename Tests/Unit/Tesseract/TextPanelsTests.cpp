@@ -95,6 +95,17 @@ TEST(TextPanelsTests, SelectionOverSeveralLinesBelongsToThem)
         ElementsAre(UnorderedElementsAre(before, selected, below, after)));
 }
 
+TEST(TextPanelsTests, SelectionOfWholeWordsOverTwoLinesBelongsToThem)
+{
+    Screen screen;
+    screen.surface({200, 115, 250, 40}, 100);
+    const PixelRect before{150, 120, 36, 10};
+    const PixelRect selected{200, 120, 250, 10};
+    const PixelRect below{200, 140, 250, 10};
+    EXPECT_THAT(
+        screen.panels({before, selected, below}), ElementsAre(UnorderedElementsAre(before, selected, below)));
+}
+
 TEST(TextPanelsTests, StripeWithoutTextBesideItBelongsToThePage)
 {
     Screen screen;

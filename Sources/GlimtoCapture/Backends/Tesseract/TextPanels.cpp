@@ -97,9 +97,9 @@ bool isInLine(const Panel& inner, const Panel& outer, int letterHeight)
 {
     if (2 * inner.bounds.height < 7 * letterHeight)
         return true;
+    const int space = 3 * letterHeight / 2; // between two words in letters of equal widths
     const auto goesOn = [&](const PixelRect& word) {
-        const PixelRect around{
-            word.x - letterHeight, word.y + word.height / 2, word.width + 2 * letterHeight, 1};
+        const PixelRect around{word.x - space, word.y + word.height / 2, word.width + 2 * space, 1};
         return std::ranges::any_of(
             outer.words, [&](const PixelRect& other) { return !intersection(around, other).isEmpty(); });
     };

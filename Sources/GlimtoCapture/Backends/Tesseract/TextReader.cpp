@@ -10,33 +10,45 @@
 
 #include "Platform/ErrorDomains.h"
 #include "Support/Errors.h"
-#include "Support/Text.h"
 
 namespace glimto {
 
 namespace {
 
-bool isLetterOrDigit(char character)
+// Whether a character that is not white begins with this byte of UTF-8.
+bool beginsCharacter(char byte)
 {
-    // Beyond ASCII nearly all is letters: they count by their first byte.
-    return isAlphanumeric(character) || static_cast<unsigned char>(character) >= 0xc0;
+    return byte != ' ' && (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
 }
 
-// Icons and edges read as a few characters that Tesseract is not sure of. What is longer is text, though
-// perhaps with errors.
-bool looksLikeText(const RecognizedLine& line)
+// Icons, edges and noise read as characters that Tesseract is not sure of, most of all the few ones. The
+// confidence of lines and words says less: it falls to nothing beside white that may be none.
+bool looksLikeText(const std::string& text, float lettersConfidence)
 {
     constexpr std::ptrdiff_t fewCharacters = 3;
-    constexpr float sureOfFew = 40;
-    constexpr float sureOfMany = 10;
-    const auto characters = std::count_if(line.text.begin(), line.text.end(), isLetterOrDigit);
-    return line.confidence >= (characters <= fewCharacters ? sureOfFew : sureOfMany);
+    constexpr float sureOfFew = 95;
+    constexpr float sureOfMany = 93;
+    const auto characters = std::ranges::count_if(text, beginsCharacter);
+    return lettersConfidence >= (characters <= fewCharacters ? sureOfFew : sureOfMany);
 }
 
 std::string textOf(const tesseract::ResultIterator& line)
 {
     const std::unique_ptr<char[]> text(line.GetUTF8Text(tesseract::RIL_TEXTLINE));
     return text ? text.get() : "";
+}
+
+// The mean of the letters of a line, in percent.
+float lettersConfidence(tesseract::ResultIterator letter)
+{
+    float sum = letter.Confidence(tesseract::RIL_SYMBOL);
+    float count = 1;
+    while (!letter.IsAtFinalElement(tesseract::RIL_TEXTLINE, tesseract::RIL_SYMBOL)
+        && letter.Next(tesseract::RIL_SYMBOL)) {
+        sum += letter.Confidence(tesseract::RIL_SYMBOL);
+        ++count;
+    }
+    return sum / count;
 }
 
 } // namespace
@@ -80,7 +92,7 @@ std::vector<RecognizedLine> TextReader::recognizedLines(Pix* picture, int pageSe
         RecognizedLine found{textOf(*line), line->Confidence(tesseract::RIL_TEXTLINE)};
         while (!found.text.empty() && (found.text.back() == '\n' || found.text.back() == ' '))
             found.text.pop_back();
-        if (!found.text.empty() && looksLikeText(found))
+        if (!found.text.empty() && looksLikeText(found.text, lettersConfidence(*line)))
             lines.push_back(std::move(found));
     } while (line->Next(tesseract::RIL_TEXTLINE));
     return lines;
