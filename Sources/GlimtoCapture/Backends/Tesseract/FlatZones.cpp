@@ -95,12 +95,10 @@ bool isSurface(const Candidate& candidate)
         return true;
     const std::int64_t edge = 2 * (std::int64_t{shorter} + longer) - 4;
     const std::int64_t whole = std::int64_t{shorter} * longer;
-    // Letters of selected words reach to the edges of their band, and the smooth lines of a table into its
-    // cells.
-    const bool isBand = longer >= 3 * shorter && 2 * candidate.area >= whole;
-    const bool isCell = 4 * candidate.area >= 3 * whole;
+    // Letters of selected words reach to the edges of their band, smooth lines of a table into its cells.
+    const bool isBand = candidate.bounds.width >= 2 * candidate.bounds.height && 2 * candidate.area >= whole;
     return candidate.area >= smallestArea && shorter >= smallestSide
-        && candidate.onEdge * 10 >= edge * (isBand || isCell ? 5 : 8) && candidate.area < whole;
+        && candidate.onEdge * 10 >= edge * (isBand ? 5 : 8) && candidate.area < whole;
 }
 
 // What is large enough to be looked at, in the order of its first pixels; `areas` holds its index after
