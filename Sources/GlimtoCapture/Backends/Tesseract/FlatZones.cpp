@@ -83,6 +83,7 @@ std::vector<std::int32_t> flatAreas(Pix* picture)
 
 struct Candidate {
     PixelRect bounds;
+    PixelRect broad; // the same without the strokes of letters that touch it
     std::int64_t area = 0;
     std::int64_t onEdge = 0; // pixels on the edge of the bounds
     int gray = 0;
@@ -112,20 +113,24 @@ std::vector<Candidate> candidatesOf(Pix* picture, std::vector<std::int32_t>& are
     std::vector<Candidate> candidates;
     std::vector<std::int32_t>& indexes = sizes; // the same memory: a root's size becomes its index
     std::size_t place = 0;
+    int run = 0; // pixels of one area up to this one
     for (int y = 0; y < pixGetHeight(picture); ++y) {
         for (int x = 0; x < pixGetWidth(picture); ++x, ++place) {
             const auto root = static_cast<std::size_t>(areas[place]);
             if (root == place) {
                 const bool isLarge = sizes[place] >= smallestArea;
                 if (isLarge)
-                    candidates.push_back({{x, y, 1, 1}, sizes[place], 0, valueAt(picture, x, y)});
+                    candidates.push_back({{}, {}, sizes[place], 0, valueAt(picture, x, y)});
                 indexes[place] = isLarge ? static_cast<std::int32_t>(candidates.size()) - 1 : noCandidate;
             }
             areas[place] = indexes[root];
-            if (areas[place] != noCandidate) {
-                PixelRect& bounds = candidates[static_cast<std::size_t>(areas[place])].bounds;
-                bounds = boundingRect(bounds, {x, y, 1, 1});
-            }
+            run = x > 0 && areas[place] == areas[place - 1] ? run + 1 : 1;
+            if (areas[place] == noCandidate)
+                continue;
+            Candidate& candidate = candidates[static_cast<std::size_t>(areas[place])];
+            candidate.bounds = boundingRect(candidate.bounds, {x, y, 1, 1});
+            if (run > widestStroke)
+                candidate.broad = boundingRect(candidate.broad, {x - widestStroke, y, widestStroke + 1, 1});
         }
     }
     place = 0;
@@ -153,7 +158,7 @@ std::optional<FlatZones> findFlatZones(Pix* picture)
     for (const auto& candidate : candidates) {
         if (!isSurface(candidate))
             continue;
-        found.zones.push_back({candidate.bounds, candidate.gray});
+        found.zones.push_back({candidate.broad, candidate.gray});
         flat += candidate.area;
     }
     if (flat * 5 < static_cast<std::int64_t>(areas.size()))

@@ -84,20 +84,18 @@ bool isRemnant(const PixelRect& part, const std::vector<PixelRect>& parts,
     });
 }
 
-// A stroke of a table's upright line, which the lines of text part: it crosses the place of a rule, and
-// others stand above and below.
-bool isStroke(const PixelRect& part, const std::vector<PixelRect>& parts, const std::vector<PixelRect>& rules,
-    int letterHeight)
+// Whether letters of two lines touch: beside both halves stand others that reach only into theirs.
+bool isOfTwoLines(const PixelRect& part, const std::vector<PixelRect>& parts, int letterHeight)
 {
-    const auto isUpright = [letterHeight](const PixelRect& shape) {
-        return 5 * shape.height >= 8 * letterHeight && 3 * shape.width <= std::max(6, letterHeight);
+    const auto hasNeighbourAt = [&](int top) {
+        const PixelRect around{part.x - letterHeight, top, part.width + 2 * letterHeight, part.height / 2};
+        return std::ranges::any_of(parts, [&](const PixelRect& other) {
+            return 2 * other.height > letterHeight && !intersection(around, other).isEmpty()
+                && intersection(grown(around, letterHeight / 2), other).height == other.height;
+        });
     };
-    return isUpright(part) && std::any_of(rules.begin(), rules.end(), [&](const PixelRect& rule) {
-        return rule.width > rule.height && rule.x <= part.x + letterHeight
-            && part.x <= rule.x + rule.width + letterHeight;
-    }) && std::count_if(parts.begin(), parts.end(), [&](const PixelRect& other) {
-        return isUpright(other) && other.x - part.x <= 1 && part.x - other.x <= 1;
-    }) >= 3;
+    return part.height > 2 * letterHeight && part.height < 4 * letterHeight && hasNeighbourAt(part.y)
+        && hasNeighbourAt(part.y + part.height / 2);
 }
 
 // Whether ink runs along all four sides, but for `corner` pixels at their ends.
@@ -180,9 +178,11 @@ TextGlyphs takeGlyphs(Pix* pixels)
     for (std::size_t index = 0; index < parts.bounds.size(); ++index) {
         const PixelRect& part = parts.bounds[index];
         if (!isGraphic(part, parts.bounds, glyphs.letterHeight)
-            && !isRemnant(part, parts.bounds, rules, glyphs.letterHeight)
-            && !isStroke(part, parts.bounds, rules, glyphs.letterHeight)) {
-            glyphs.bounds.push_back(part);
+            && !isRemnant(part, parts.bounds, rules, glyphs.letterHeight)) {
+            const int lines = isOfTwoLines(part, parts.bounds, glyphs.letterHeight) ? 2 : 1;
+            for (int line = 0; line < lines; ++line)
+                glyphs.bounds.push_back(
+                    {part.x, part.y + line * part.height / lines, part.width, part.height / lines});
             continue;
         }
         ++glyphs.graphics;

@@ -109,8 +109,10 @@ bool isInLine(const Panel& inner, const Panel& outer, int letterHeight)
 // Whether no words stand beside `inner`, which stands on `outer`. What touches it is part of its edge.
 bool isAlone(const Panel& inner, const Panel& outer)
 {
+    const int top = inner.bounds.y + edgeOverlap;
+    const int bottom = inner.bounds.y + inner.bounds.height - edgeOverlap;
     return std::ranges::none_of(outer.words, [&](const PixelRect& word) {
-        return word.y + word.height > inner.bounds.y && word.y < inner.bounds.y + inner.bounds.height
+        return word.y + word.height > top && word.y < bottom
             && intersection(word, grown(inner.bounds, edgeOverlap)).isEmpty();
     });
 }
