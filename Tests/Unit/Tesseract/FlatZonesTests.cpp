@@ -82,6 +82,18 @@ TEST(FlatZonesTests, CellBetweenSmoothLinesIsASurface)
     EXPECT_EQ(valueAt(found->background.get(), 101, 35), 255);
 }
 
+TEST(FlatZonesTests, LetterThatTouchesABandOfItsOwnColourDoesNotWidenIt)
+{
+    const PixHandle picture = filled(300, 100, 240);
+    fill(picture, {20, 30, 200, 14}, 20);
+    fill(picture, {40, 33, 3, 9}, 240);
+    fill(picture, {100, 44, 2, 12}, 20);
+    const auto found = findFlatZones(picture.get());
+    ASSERT_TRUE(found);
+    ASSERT_EQ(found->zones.size(), 2U);
+    EXPECT_EQ(found->zones[1].bounds, (PixelRect{20, 30, 200, 14}));
+}
+
 TEST(FlatZonesTests, StrokeOfALargeLetterIsNoSurface)
 {
     const PixHandle picture = filled(200, 100, 240);

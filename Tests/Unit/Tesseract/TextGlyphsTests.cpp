@@ -9,6 +9,8 @@
 namespace glimto {
 namespace {
 
+using testing::AllOf;
+using testing::Contains;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -123,6 +125,22 @@ TEST_F(TextGlyphsTests, BoxDrawingAroundATableIsTakenOut)
     letters(20, 20, 6);
     letters(110, 50, 6);
     EXPECT_THAT(takeGlyphs(paper.get()).bounds, SizeIs(12));
+}
+
+TEST_F(TextGlyphsTests, LettersOfTwoLinesThatTouchAreParted)
+{
+    letters(20, 20, 6);
+    letters(20, 34, 6);
+    ink(47, 30, 2, 4);
+    EXPECT_THAT(takeGlyphs(paper.get()).bounds,
+        AllOf(SizeIs(12), Contains(PixelRect{47, 20, 6, 12}), Contains(PixelRect{47, 32, 6, 12})));
+}
+
+TEST_F(TextGlyphsTests, LargeLetterBesideSmallOnesIsNotParted)
+{
+    ink(20, 20, 16, 24);
+    letters(40, 34, 6);
+    EXPECT_THAT(takeGlyphs(paper.get()).bounds, Contains(PixelRect{20, 20, 16, 24}));
 }
 
 TEST_F(TextGlyphsTests, PictureIsTakenOut)

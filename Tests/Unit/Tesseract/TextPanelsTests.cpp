@@ -114,6 +114,18 @@ TEST(TextPanelsTests, StripeWithoutTextBesideItBelongsToThePage)
     EXPECT_THAT(screen.panels({above, onSurface}), ElementsAre(UnorderedElementsAre(above, onSurface)));
 }
 
+TEST(TextPanelsTests, ReversedLinesWhoseNeighboursReachIntoTheirHeightBelongToThePage)
+{
+    Screen screen;
+    screen.surface({10, 115, 400, 42}, 100);
+    const PixelRect first{20, 120, 300, 10};
+    const PixelRect second{20, 140, 300, 10};
+    const PixelRect below{20, 155, 380, 10};
+    const PixelRect belowAtTheRight{430, 155, 40, 10};
+    EXPECT_THAT(screen.panels({first, second, below, belowAtTheRight}),
+        ElementsAre(UnorderedElementsAre(first, second, below, belowAtTheRight)));
+}
+
 TEST(TextPanelsTests, CellsOfOneColourAreOnePanel)
 {
     Screen screen;

@@ -83,8 +83,7 @@ public:
             if (readBands(words, depth, rows))
                 return;
         }
-        const auto plain = rowsOf(words, letterHeight_);
-        rows.insert(rows.end(), plain.begin(), plain.end());
+        std::ranges::copy(rowsOf(words, letterHeight_), std::back_inserter(rows));
     }
 
 private:
@@ -200,10 +199,8 @@ private:
             return false;
         bool found = false;
         Words plain; // of bands that are not part of a column
-        std::vector<TextRow> result;
         const auto readPlain = [&] {
-            const auto above = rowsOf(plain, letterHeight_);
-            result.insert(result.end(), above.begin(), above.end());
+            std::ranges::copy(rowsOf(plain, letterHeight_), std::back_inserter(rows));
             plain.clear();
         };
         for (std::size_t first = 0; first < bands.size(); ++first) {
@@ -214,12 +211,11 @@ private:
             }
             found = true;
             readPlain();
-            read(joinedBands(bands, first, *last), depth + 1, result);
+            read(joinedBands(bands, first, *last), depth + 1, rows);
             first = *last;
         }
-        readPlain();
         if (found)
-            rows.insert(rows.end(), result.begin(), result.end());
+            readPlain();
         return found;
     }
 
