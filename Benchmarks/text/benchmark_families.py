@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
 """Character errors and CPU seconds of recognize-text on families of screens, beside the tesseract command.
 
-Ours sees every installed language, the peer runs with its defaults, English. What the peer read is kept in
-the folder of the pictures, as it does not change. Box-drawing characters are left out of every text.
+Ours sees every installed language, the peer runs with its defaults, English; pages in other scripts, which are
+drawn only when their language is installed, are read by the peer with that language. What the peer read is kept in
+the folder of the pictures, as it does not change. Box-drawing characters, white between ideographs and marks of
+direction are left out of every text.
 
     Benchmarks/text/benchmark_families.py [--build build] [--folder pictures] [--count 3]
         [--only tuned|kept-out] [--families editor,boxes]
@@ -11,6 +13,7 @@ import argparse
 import json
 import pathlib
 import re
+import subprocess
 import sys
 import tempfile
 
@@ -21,15 +24,21 @@ WORST_RATIO, WORST_MORE = 1.3, 1  # errors of one picture that may be above the 
 
 
 def compared(text):
-    """The text without what draws boxes and rules."""
+    """The text without what draws boxes and rules, white between ideographs, and marks of direction."""
+    text = re.sub("[\u200e\u200f\u202a-\u202e\u2066-\u2069]", "", text)
+    text = re.sub("(?<=[\u3000-\u9fff\uff00-\uffef])\\s+(?=[\u3000-\u9fff\uff00-\uffef])", "", text)
     return one_spaced(re.sub("[\u2500-\u257f|]", " ", text))
 
 
-def peer_reading(path):
+def peer_reading(path, language="eng"):
     kept = path.with_suffix(".peer.json")
     if not kept.exists():
-        kept.write_text(json.dumps(read_peer(path)))
+        kept.write_text(json.dumps(read_peer(path, language)))
     return json.loads(kept.read_text())
+
+
+def installed_languages():
+    return subprocess.run(["tesseract", "--list-langs"], check=True, capture_output=True, text=True).stdout.split()
 
 
 def measure(page, folder, tool):
@@ -38,7 +47,7 @@ def measure(page, folder, tool):
         return Reading(edit_distance(truth, compared(text)), len(truth), seconds)
     text, seconds = read_ours(tool, path)
     path.with_suffix(".ours.txt").write_text(text)
-    return reading(text, seconds), reading(*peer_reading(path))
+    return reading(text, seconds), reading(*peer_reading(path, getattr(page, "language", "eng")))
 
 
 def row(name, group):
@@ -87,8 +96,9 @@ def main():
     with tempfile.TemporaryDirectory() as temporary:
         folder = pathlib.Path(options.folder or temporary)
         folder.mkdir(parents=True, exist_ok=True)
+        installed = installed_languages()
         wanted = [page for page in pages.pages(options.count, options.seed)
-                  if (not options.only or (options.only == "tuned") == (page.kept_out == ""))
+                  if page.language in installed and (not options.only or (options.only == "tuned") == (page.kept_out == ""))
                   and (not options.families or page.family in options.families.split(","))]
         return report(pages.draw(folder, wanted), "family",
                       lambda page: page.family + (f" ({page.kept_out} kept out)" if page.kept_out else ""),

@@ -96,8 +96,8 @@ def read_ours(tool, path):
     return json.loads(output)["text"], seconds
 
 
-def read_peer(path):
-    return run(["tesseract", str(path), "stdout"])
+def read_peer(path, language="eng"):
+    return run(["tesseract", str(path), "stdout", "-l", language])
 
 
 def measure(picture, tool, runs, verbose):

@@ -31,6 +31,12 @@ DARK = [("#d4d4d4", "#1e1e1e", "#252526", "#569cd6"), ("#f8f8f2", "#282a36", "#4
         ("#abb2bf", "#21252b", "#282c34", "#98c379")]
 
 
+POWERLINE_BANDS = [("#005f87", "#ffffff"), ("#5f8700", "#ffffff"), ("#af5f00", "#ffffff"), ("#af0000", "#ffffff"),
+                   ("#585858", "#d0d0d0"), ("#d7af00", "#262626")]
+ANSI_INKS = ["#c03030", "#2a9a3a", "#b08010", "#3a6fd8", "#b050b0", "#1f9aa0"]
+SCRIPT_LANGUAGES = {"ar": "ara", "he": "heb", "zh": "chi_sim", "ja": "jpn"}  # as Tesseract names them
+
+
 @dataclass
 class Look:
     fonts: dict
@@ -257,9 +263,80 @@ def toolbar(words, style):
             "\n".join([" ".join(menu), " ".join(tools), body, status]))
 
 
+def powerline(words, style):
+    """A terminal whose prompts are bands of colours that arrows part; a list of files in the sixteen colours."""
+    lines, text = [], []
+    for _ in range(5):
+        parts = [words.pick(NAMES).split()[0].lower(), "~/" + words.pick(THINGS).lower(), words.pick(["main", "release-2", "fix-login"])]
+        bands = words.several(POWERLINE_BANDS, 3)
+        drawn = ""
+        for at, (part, (paper, ink)) in enumerate(zip(parts, bands)):
+            after = bands[at + 1][0] if at < 2 else style.paper
+            drawn += (f'<span style="background:{paper};color:{ink}"> {escaped(part)} </span>'
+                      f'<span style="background:{after};color:{paper}">\ue0b0</span>')
+        command = words.pick(["ls --color", "git diff --stat", "make -j4 test", "tail -f server.log"])
+        lines.append(f"{drawn} {command}")
+        text.append(" ".join([*parts, command]))
+        for _ in range(words.number(0, 2)):
+            names = words.several(FILES, 4)
+            lines.append("  ".join(f'<span style="color:{words.pick(POWERLINE_BANDS)[0]}">{name}</span>' for name in names))
+            text.append("  ".join(names))
+    font = f"font-family:'{style.fonts['mono']}','PowerlineSymbols'"
+    return div(style.body("mono", f"display:inline-block;white-space:pre;padding:4px;line-height:normal;{font}"),
+               "\n".join(lines)), "\n".join(text)
+
+
+def ansi(words, style):
+    """A terminal with bold, faint and underlined words and all colours, as of diffs, tests and meters."""
+    lines, text = [], []
+    for _ in range(14):
+        kind = words.number(0, 4)
+        ink = words.pick(ANSI_INKS)
+        if kind == 0:
+            sign = words.pick("+-")
+            line = f"{sign} {words.sentence()}"
+            drawn = f'<span style="color:{"#2aa144" if sign == "+" else "#d03c3c"}">{escaped(line)}</span>'
+        elif kind == 1:
+            name, state = words.pick(FILES), words.pick(["PASSED", "FAILED", "SKIPPED"])
+            line = f"{name:20} {state} in {words.number()} ms"
+            drawn = escaped(line).replace(state, f'<span style="background:{ink};color:#000">{state}</span>')
+        elif kind == 2:
+            word = words.pick(THINGS)
+            line = f"{word}: {words.sentence()}"
+            drawn = f'<b style="color:{ink}">{word}:</b> <u>{escaped(line[len(word) + 2:])}</u>'
+        elif kind == 3:
+            line = f"{words.number(1, 99):3}% {words.title()}"
+            drawn = f'<span style="opacity:.65">{escaped(line)}</span>'
+        else:
+            parts = words.several(OPTIONS, 2)
+            line = "  ".join(parts)
+            drawn = f'<span style="color:{ink}">{parts[0]}</span>  <span style="color:{words.pick(ANSI_INKS)}">{parts[1]}</span>'
+        lines.append(drawn)
+        text.append(line)
+    return div(style.body("mono", "display:inline-block;white-space:pre;padding:3px;line-height:normal"),
+               "\n".join(lines)), "\n".join(text)
+
+
+def in_script(words, style, languages, fonts, extra=""):
+    language = words.pick(languages)
+    title, parts = words.title(language), [words.paragraph(4, language) for _ in range(2)]
+    body = f"font:{style.size + 3}px {words.pick(fonts)};color:{style.ink};background:{style.paper};width:560px;padding:12px;{extra}"
+    return (div(body, f"<h3>{title}</h3>", *[f"<p>{part}</p>" for part in parts]), "\n".join([title, *parts]),
+            SCRIPT_LANGUAGES[language])
+
+
+def rtl(words, style):
+    """Pages in scripts that run from right to left."""
+    return in_script(words, style, ["ar", "he"], ["'DejaVu Sans'"], "direction:rtl;line-height:1.5")
+
+
+def cjk(words, style):
+    return in_script(words, style, ["zh", "ja"], ["'WenQuanYi Micro Hei'"], "line-height:1.5")
+
+
 # `chat` was kept out until one of its pictures was looked at.
 TUNED_FAMILIES = [article, columns, editor, boxes, console, dialog, table, tree, languages, chat]
-KEPT_OUT_FAMILIES = [settings, mixed, subtitles, toolbar]
+KEPT_OUT_FAMILIES = [settings, mixed, subtitles, toolbar, powerline, ansi, rtl, cjk]
 SCALES = [1, 1, 1.25, 1.5, 2]
 
 
@@ -271,6 +348,7 @@ class Page:
     markup: str
     text: str
     scale: float
+    language: str = "eng"  # that the peer is told, as Tesseract names it
 
 
 def pages(count, seed=""):
@@ -282,8 +360,8 @@ def pages(count, seed=""):
             for index in range(count):
                 name = f"{family.__name__}-{'tuned' if fonts is TUNED_FONTS else 'kept'}-{seed}{index}"
                 words = Words(name)
-                markup, text = family(words, look(words, fonts))
-                yield Page(family.__name__, kept_out, name, markup, text, words.pick(SCALES))
+                markup, text, *language = family(words, look(words, fonts))
+                yield Page(family.__name__, kept_out, name, markup, text, words.pick(SCALES), *language)
 
 
 def draw(folder, wanted):

@@ -68,19 +68,6 @@ PixHandle blackOnWhite(Pix* picture, Pix* background)
     return result;
 }
 
-// A part of the picture, its darkest ink made black.
-PixHandle strongest(Pix* pixels, const PixelRect& area)
-{
-    PixHandle part = owned(pixCreate(area.width, area.height, 8));
-    pixSetAll(part.get());
-    pixRasterop(part.get(), 0, 0, area.width, area.height, PIX_SRC, pixels, area.x, area.y);
-    l_int32 darkest = 0;
-    pixGetExtremeValue(part.get(), 1, L_SELECT_MIN, nullptr, nullptr, nullptr, &darkest);
-    if (darkest > 0)
-        pixGammaTRC(part.get(), part.get(), 1.0F, darkest, white);
-    return part;
-}
-
 } // namespace
 
 PixHandle grayPicture(const PixelBuffer& pixels, std::size_t mostPixels)
@@ -142,7 +129,7 @@ PixHandle rowPicture(Pix* pixels, const TextRow& row)
         const PixelRect& word = row.words[index];
         const PixelRect area{word.x - edge, word.y - edge, word.width + 2 * edge, word.height + 2 * edge};
         pixRasterop(result.get(), places[index] - edge, margin + area.y - row.top, area.width, area.height,
-            PIX_SRC & PIX_DST, strongest(pixels, area).get(), 0, 0);
+            PIX_SRC & PIX_DST, pixels, area.x, area.y);
     }
     constexpr int wellRead = 24; // pixels
     return height >= wellRead ? std::move(result) : owned(pixScaleGrayLI(result.get(), 2, 2));
