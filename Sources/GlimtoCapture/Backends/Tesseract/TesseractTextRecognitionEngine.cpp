@@ -92,6 +92,9 @@ constexpr float sureReading = 93;
 constexpr float surer = 2;
 constexpr float muchSurer = 4;
 constexpr float fairlySure = 85;
+// Of another script Tesseract reads some letters or other, less sure of each than that.
+constexpr float foreignLetters = 97;
+constexpr std::size_t tellingLength = 12; // bytes
 // Below this the rows may be no rows at all, and lines that are less sure than that are noise.
 constexpr double doubtfulPage = 70;
 constexpr float noise = 50;
@@ -105,11 +108,11 @@ constexpr std::size_t mostTrialsOfAll = 40;
 // Whether a text is long enough to tell its language, and made of letters, not of figures and signs.
 bool isTelling(const std::string& text)
 {
-    constexpr std::ptrdiff_t fewestLetters = 12; // bytes
     const auto letters = std::count_if(text.begin(), text.end(),
         [](unsigned char character) { return character >= 0x80 || std::isalpha(character) != 0; });
     const auto spaces = std::count(text.begin(), text.end(), ' ');
-    return letters >= fewestLetters && 4 * letters >= 3 * (static_cast<std::ptrdiff_t>(text.size()) - spaces);
+    return letters >= static_cast<std::ptrdiff_t>(tellingLength)
+        && 4 * letters >= 3 * (static_cast<std::ptrdiff_t>(text.size()) - spaces);
 }
 
 // How much text was read, and how sure: each byte counts as much as its line is sure, in percent.
@@ -227,7 +230,8 @@ private:
             ++language.trials;
             ++counts_.trials;
             RecognizedLine other = readerOf(language).readLine(picture);
-            if (other.confidence < line.confidence + surer)
+            if (language.script == best->script ? other.confidence < line.confidence + surer
+                                                : other.lettersConfidence < line.lettersConfidence + surer)
                 continue;
             if (other.confidence >= fairlySure && other.confidence >= line.confidence + muchSurer)
                 next = index;
@@ -235,6 +239,8 @@ private:
             line = std::move(other);
         }
         ++best->wins;
+        if (!looksLikeText(line))
+            line = {};
         const auto first = languages_.begin();
         std::rotate(
             first, first + static_cast<std::ptrdiff_t>(next), first + static_cast<std::ptrdiff_t>(next) + 1);
@@ -244,12 +250,13 @@ private:
     // Of a foreign script only its first language is tried, until that one has read something best.
     bool isWorthATrial(const Language& language, const RecognizedLine& line) const
     {
-        if (line.confidence >= sureReading || !isTelling(line.text)
-            || language.trials >= mostTrials * (1 + language.wins)
+        if (language.trials >= mostTrials * (1 + language.wins)
             || counts_.trials >= mostTrialsOfAll + counts_.rows / 2)
             return false;
-        return language.script == languages_.front().script
-            || std::none_of(languages_.begin(), languages_.end(), [&](const Language& other) {
+        if (language.script == languages_.front().script)
+            return line.confidence < sureReading && isTelling(line.text);
+        return line.lettersConfidence < foreignLetters && line.text.size() >= tellingLength
+            && std::none_of(languages_.begin(), languages_.end(), [&](const Language& other) {
                    return &other != &language && other.script == language.script && other.trials > 0
                        && other.wins == 0;
                });

@@ -14,7 +14,7 @@ std::filesystem::path languageFolder();
 // vertical text. Models of whole scripts ("script/Latin") count only where there is no language.
 std::vector<std::string> languagesIn(const std::filesystem::path& folder);
 
-// The script that a language is written in: "Latin", "Cyrillic"; "Han" for Chinese and Japanese. Languages
+// The script that a language is written in: "Latin", "Cyrillic"; "Han" for Chinese. Languages
 // that are not known count as Latin, as most are.
 std::string scriptOf(const std::string& language);
 

@@ -21,25 +21,13 @@ bool beginsCharacter(char byte)
     return byte != ' ' && (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
 }
 
-// Icons, edges and noise read as characters that Tesseract is not sure of, most of all the few ones. The
-// confidence of lines and words says less: it falls to nothing beside white that may be none.
-bool looksLikeText(const std::string& text, float lettersConfidence)
-{
-    constexpr std::ptrdiff_t fewCharacters = 3;
-    constexpr float sureOfFew = 95;
-    constexpr float sureOfMany = 93;
-    const auto characters = std::ranges::count_if(text, beginsCharacter);
-    return lettersConfidence >= (characters <= fewCharacters ? sureOfFew : sureOfMany);
-}
-
 std::string textOf(const tesseract::ResultIterator& line)
 {
     const std::unique_ptr<char[]> text(line.GetUTF8Text(tesseract::RIL_TEXTLINE));
     return text ? text.get() : "";
 }
 
-// The mean of the letters of a line, in percent.
-float lettersConfidence(tesseract::ResultIterator letter)
+float meanOfLetters(tesseract::ResultIterator letter)
 {
     float sum = letter.Confidence(tesseract::RIL_SYMBOL);
     float count = 1;
@@ -52,6 +40,15 @@ float lettersConfidence(tesseract::ResultIterator letter)
 }
 
 } // namespace
+
+bool looksLikeText(const RecognizedLine& line)
+{
+    constexpr std::ptrdiff_t fewCharacters = 3;
+    constexpr float sureOfFew = 95;
+    constexpr float sureOfMany = 93;
+    const auto characters = std::ranges::count_if(line.text, beginsCharacter);
+    return line.lettersConfidence >= (characters <= fewCharacters ? sureOfFew : sureOfMany);
+}
 
 TextReader::TextReader(const std::string& language)
     : api_(std::make_unique<tesseract::TessBaseAPI>())
@@ -89,10 +86,10 @@ std::vector<RecognizedLine> TextReader::recognizedLines(Pix* picture, int pageSe
     if (!line)
         return lines;
     do {
-        RecognizedLine found{textOf(*line), line->Confidence(tesseract::RIL_TEXTLINE)};
+        RecognizedLine found{textOf(*line), line->Confidence(tesseract::RIL_TEXTLINE), meanOfLetters(*line)};
         while (!found.text.empty() && (found.text.back() == '\n' || found.text.back() == ' '))
             found.text.pop_back();
-        if (!found.text.empty() && looksLikeText(found.text, lettersConfidence(*line)))
+        if (!found.text.empty())
             lines.push_back(std::move(found));
     } while (line->Next(tesseract::RIL_TEXTLINE));
     return lines;

@@ -14,8 +14,12 @@ namespace glimto {
 
 struct RecognizedLine {
     std::string text; // UTF-8, without line end
-    float confidence = 0; // percent
+    float confidence = 0; // percent; falls to nothing beside white that may be none
+    float lettersConfidence = 0; // percent, the mean of the letters'; hardly less than 85 even for noise
 };
+
+// Icons, edges and noise read as characters that Tesseract is not sure of, most of all the few ones.
+bool looksLikeText(const RecognizedLine& line);
 
 // Tesseract with a language loaded. Nothing that it or its libraries have to say reaches the standard
 // streams.
@@ -25,10 +29,10 @@ public:
     explicit TextReader(const std::string& language);
     ~TextReader();
 
-    // A picture of one line; empty text when there is nothing that looks like text.
+    // A picture of one line, which may be none.
     RecognizedLine readLine(Pix* picture);
 
-    // The lines of a whole page as Tesseract finds them, what looks like text only.
+    // The lines of a whole page as Tesseract finds them.
     std::vector<RecognizedLine> readPage(Pix* picture);
 
 private:
