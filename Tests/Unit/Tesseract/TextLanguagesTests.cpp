@@ -61,7 +61,7 @@ TEST_F(TextLanguagesTests, ScriptsAreKnown)
     EXPECT_EQ(scriptOf("ara"), "Arabic");
     EXPECT_EQ(scriptOf("uzb_cyrl"), "Cyrillic");
     EXPECT_EQ(scriptOf("uzb"), "Latin");
-    EXPECT_EQ(scriptOf("chi_sim"), scriptOf("jpn"));
+    EXPECT_EQ(scriptOf("chi_sim"), scriptOf("chi_tra"));
     EXPECT_EQ(scriptOf("script/Greek"), "Greek");
 }
 

@@ -158,16 +158,12 @@ private:
 
     bool hasRule(const Span& gap, const Words& words) const
     {
-        int top = words.front().y;
-        int bottom = top;
-        for (const auto& word : words) {
-            top = std::min(top, word.y);
-            bottom = std::max(bottom, word.y + word.height);
-        }
+        PixelRect all;
+        for (const auto& word : words)
+            all = boundingRect(all, word);
         return std::any_of(rules_.begin(), rules_.end(), [&](const PixelRect& rule) {
-            const int covered = std::min(bottom, rule.y + rule.height) - std::max(top, rule.y);
             return rule.x >= gap.begin && rule.x + rule.width <= gap.end
-                && 10 * covered >= 9 * (bottom - top);
+                && 10 * intersection({rule.x, all.y, rule.width, all.height}, rule).height >= 9 * all.height;
         });
     }
 

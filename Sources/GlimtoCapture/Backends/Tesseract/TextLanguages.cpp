@@ -17,41 +17,37 @@ using namespace std::string_view_literals;
 constexpr std::string_view suffix = ".traineddata";
 constexpr std::string_view english = "eng";
 
-struct Script {
-    std::string_view name;
-    std::string_view languages; // each between spaces
-};
-
+// A script and the languages that are written in it, each with a space behind.
 constexpr std::array scripts = {
-    Script{"Arabic", " ara fas pus snd uig urd "},
-    Script{"Armenian", " hye "},
-    Script{"Bengali", " asm ben "},
-    Script{"Canadian_Aboriginal", " iku "},
-    Script{"Cherokee", " chr "},
-    Script{"Cyrillic", " bel bul kaz kir mkd mon rus srp tat tgk ukr uzb_cyrl "},
-    Script{"Devanagari", " hin mar nep san "},
-    Script{"Ethiopic", " amh tir "},
-    Script{"Georgian", " kat kat_old "},
-    Script{"Greek", " ell grc "},
-    Script{"Gujarati", " guj "},
-    Script{"Gurmukhi", " pan "},
-    Script{"Han", " chi_sim chi_tra "},
-    Script{"Hangul", " kor "},
-    Script{"Hebrew", " heb yid "},
-    Script{"Japanese", " jpn "},
-    Script{"Kannada", " kan "},
-    Script{"Khmer", " khm "},
-    Script{"Lao", " lao "},
-    Script{"Malayalam", " mal "},
-    Script{"Myanmar", " mya "},
-    Script{"Oriya", " ori "},
-    Script{"Sinhala", " sin "},
-    Script{"Syriac", " syr "},
-    Script{"Tamil", " tam "},
-    Script{"Telugu", " tel "},
-    Script{"Thaana", " div "},
-    Script{"Thai", " tha "},
-    Script{"Tibetan", " bod dzo "},
+    "Arabic ara fas pus snd uig urd "sv,
+    "Armenian hye "sv,
+    "Bengali asm ben "sv,
+    "Canadian_Aboriginal iku "sv,
+    "Cherokee chr "sv,
+    "Cyrillic bel bul kaz kir mkd mon rus srp tat tgk ukr uzb_cyrl "sv,
+    "Devanagari hin mar nep san "sv,
+    "Ethiopic amh tir "sv,
+    "Georgian kat kat_old "sv,
+    "Greek ell grc "sv,
+    "Gujarati guj "sv,
+    "Gurmukhi pan "sv,
+    "Han chi_sim chi_tra "sv,
+    "Hangul kor "sv,
+    "Hebrew heb yid "sv,
+    "Japanese jpn "sv,
+    "Kannada kan "sv,
+    "Khmer khm "sv,
+    "Lao lao "sv,
+    "Malayalam mal "sv,
+    "Myanmar mya "sv,
+    "Oriya ori "sv,
+    "Sinhala sin "sv,
+    "Syriac syr "sv,
+    "Tamil tam "sv,
+    "Telugu tel "sv,
+    "Thaana div "sv,
+    "Thai tha "sv,
+    "Tibetan bod dzo "sv,
 };
 
 bool isRunningText(std::string_view language)
@@ -108,8 +104,8 @@ std::string scriptOf(const std::string& language)
         return language.substr(folder.size());
     const std::string word = " " + language + " ";
     const auto script = std::ranges::find_if(
-        scripts, [&](const Script& each) { return each.languages.find(word) != std::string_view::npos; });
-    return std::string(script == scripts.end() ? "Latin"sv : script->name);
+        scripts, [&](std::string_view each) { return each.find(word) != std::string_view::npos; });
+    return std::string(script == scripts.end() ? "Latin"sv : script->substr(0, script->find(' ')));
 }
 
 } // namespace glimto

@@ -15,12 +15,6 @@ namespace glimto {
 
 namespace {
 
-// Whether a character that is not white begins with this byte of UTF-8.
-bool beginsCharacter(char byte)
-{
-    return byte != ' ' && (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
-}
-
 std::string textOf(const tesseract::ResultIterator& line)
 {
     const std::unique_ptr<char[]> text(line.GetUTF8Text(tesseract::RIL_TEXTLINE));
@@ -43,11 +37,10 @@ float meanOfLetters(tesseract::ResultIterator letter)
 
 bool looksLikeText(const RecognizedLine& line)
 {
-    constexpr std::ptrdiff_t fewCharacters = 3;
+    constexpr std::size_t few = 4; // bytes
     constexpr float sureOfFew = 95;
     constexpr float sureOfMany = 93;
-    const auto characters = std::ranges::count_if(line.text, beginsCharacter);
-    return line.lettersConfidence >= (characters <= fewCharacters ? sureOfFew : sureOfMany);
+    return line.lettersConfidence >= (line.text.size() <= few ? sureOfFew : sureOfMany);
 }
 
 TextReader::TextReader(const std::string& language)
