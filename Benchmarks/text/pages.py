@@ -334,9 +334,9 @@ def cjk(words, style):
     return in_script(words, style, ["zh", "ja"], ["'WenQuanYi Micro Hei'"], "line-height:1.5")
 
 
-# `chat` was kept out until one of its pictures was looked at.
-TUNED_FAMILIES = [article, columns, editor, boxes, console, dialog, table, tree, languages, chat]
-KEPT_OUT_FAMILIES = [settings, mixed, subtitles, toolbar, powerline, ansi, rtl, cjk]
+# `chat`, `powerline`, `rtl` and `cjk` were kept out until one of their pictures was looked at.
+TUNED_FAMILIES = [article, columns, editor, boxes, console, dialog, table, tree, languages, chat, powerline, rtl, cjk]
+KEPT_OUT_FAMILIES = [settings, mixed, subtitles, toolbar, ansi]
 SCALES = [1, 1, 1.25, 1.5, 2]
 
 

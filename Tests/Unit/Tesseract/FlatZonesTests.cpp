@@ -1,5 +1,7 @@
 #include "Backends/Tesseract/FlatZones.h"
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 namespace glimto {
@@ -92,6 +94,20 @@ TEST(FlatZonesTests, LetterThatTouchesABandOfItsOwnColourDoesNotWidenIt)
     ASSERT_TRUE(found);
     ASSERT_EQ(found->zones.size(), 2U);
     EXPECT_EQ(found->zones[1].bounds, (PixelRect{20, 30, 200, 14}));
+}
+
+TEST(FlatZonesTests, BandWhoseArrowStandsOutAtTheTopIsASurface)
+{
+    const PixHandle picture = filled(300, 100, 240);
+    fill(picture, {20, 30, 60, 20}, 150);
+    fill(picture, {78, 29, 2, 1}, 150);
+    for (int y = 0; y < 20; ++y)
+        fill(picture, {80, 30 + y, std::min(y, 19 - y), 1}, 150);
+    fill(picture, {40, 34, 3, 12}, 20);
+    const auto found = findFlatZones(picture.get());
+    ASSERT_TRUE(found);
+    ASSERT_EQ(found->zones.size(), 2U);
+    EXPECT_EQ(found->zones[1].bounds, (PixelRect{20, 30, 69, 20}));
 }
 
 TEST(FlatZonesTests, StrokeOfALargeLetterIsNoSurface)

@@ -139,7 +139,9 @@ std::vector<Candidate> candidatesOf(Pix* picture, std::vector<std::int32_t>& are
             if (areas[place] == noCandidate)
                 continue;
             Candidate& candidate = candidates[static_cast<std::size_t>(areas[place])];
-            const PixelRect& bounds = candidate.bounds;
+            PixelRect& bounds = candidate.bounds;
+            if (candidate.broad.width >= 2 * candidate.broad.height)
+                bounds = candidate.broad;
             candidate.onEdge += x == bounds.x || x + 1 == bounds.x + bounds.width || y == bounds.y
                 || y + 1 == bounds.y + bounds.height;
         }

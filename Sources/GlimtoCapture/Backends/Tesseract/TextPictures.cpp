@@ -126,8 +126,7 @@ PixHandle rowPicture(Pix* pixels, const TextRow& row)
     PixHandle result = owned(pixCreate(reached + shift + margin, height + 2 * margin, 8));
     pixSetAll(result.get());
     for (std::size_t index = 0; index < row.words.size(); ++index) {
-        const PixelRect& word = row.words[index];
-        const PixelRect area{word.x - edge, word.y - edge, word.width + 2 * edge, word.height + 2 * edge};
+        const PixelRect area = grown(row.words[index], edge);
         pixRasterop(result.get(), places[index] - edge, margin + area.y - row.top, area.width, area.height,
             PIX_SRC & PIX_DST, pixels, area.x, area.y);
     }
