@@ -21,13 +21,15 @@ struct FakeAudioInputState {
     std::exception_ptr makeError;
     bool isMissing = false; // none can be made
     AudioInputStart outcome = AudioInputStart::running;
-    std::function<void()> onStart; // runs within start(), when sound may come already
+    std::exception_ptr beginError;
+    std::function<void()> onStart; // runs within awaitStart(), when sound may come already
     std::function<void()> onStop; // runs within stop(); may hang
 
     // What happened.
     std::optional<AudioInputDevice> device;
     std::optional<SystemAudioConfiguration> configuration;
-    int starts = 0;
+    int begins = 0;
+    int starts = 0; // awaited
     int stops = 0;
     bool isAlive = false;
 
@@ -88,13 +90,18 @@ public:
         state_->isAlive = false;
     }
 
-    AudioInputStart start(Handlers handlers) override
+    void begin(Handlers handlers) override
     {
-        {
-            const std::lock_guard lock(state_->mutex);
-            ++state_->starts;
-            state_->handlers = std::move(handlers);
-        }
+        if (state_->beginError)
+            std::rethrow_exception(state_->beginError);
+        const std::lock_guard lock(state_->mutex);
+        ++state_->begins;
+        state_->handlers = std::move(handlers);
+    }
+
+    AudioInputStart awaitStart() override
+    {
+        ++state_->starts;
         if (state_->onStart)
             state_->onStart();
         return state_->outcome;

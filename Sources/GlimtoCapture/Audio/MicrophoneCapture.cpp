@@ -50,10 +50,8 @@ AudioInputDevice MicrophoneCapture::requireDevice(
     return *std::move(device);
 }
 
-MicrophoneCapture::MicrophoneCapture(
-    const AudioInputDevice& device, std::shared_ptr<AudioMixer> mixer, AudioInputFactory& inputs)
+MicrophoneCapture::MicrophoneCapture(const AudioInputDevice& device, AudioInputFactory& inputs)
     : device_(device)
-    , mixer_(std::move(mixer))
     , input_(inputs.makeMicrophoneInput(device))
 {
     if (!input_)
@@ -65,15 +63,24 @@ MicrophoneCapture::~MicrophoneCapture()
     stop();
 }
 
-void MicrophoneCapture::start()
+void MicrophoneCapture::begin()
 {
-    const auto outcome = input_->start(handlers());
+    input_->begin(handlers());
+    state_.with([](State& state) { state.hasBegun = true; });
+}
+
+void MicrophoneCapture::start(std::shared_ptr<AudioMixer> mixer)
+{
+    if (!state_.with([](const State& state) { return state.hasBegun; }))
+        begin();
+    const auto outcome = input_->awaitStart();
     if (outcome != AudioInputStart::running) {
+        state_.with([](State& state) { state.hasBegun = false; });
         input_->stop();
         throw CLIError(outcome == AudioInputStart::noClock ? "The microphone capture clock is unavailable."
                                                            : "The microphone did not start.");
     }
-    state_.with([](State& state) { state.isRunning = true; });
+    state_.with([&](State& state) { state.mixer = std::move(mixer); });
 }
 
 AudioInput::Handlers MicrophoneCapture::handlers()
@@ -92,9 +99,9 @@ AudioInput::Handlers MicrophoneCapture::handlers()
 
 void MicrophoneCapture::didOutputBuffer(const AudioBuffer& buffer)
 {
-    const bool isRunning = state_.with([](const State& state) { return state.isRunning; });
-    if (isRunning && buffer.presentationTime.isValid())
-        mixer_->append(buffer, AudioMixerSource::microphone, buffer.presentationTime);
+    const auto mixer = state_.with([](const State& state) { return state.mixer; });
+    if (mixer && buffer.presentationTime.isValid())
+        mixer->append(buffer, AudioMixerSource::microphone, buffer.presentationTime);
 }
 
 void MicrophoneCapture::recordFailure(const std::string& text)
@@ -107,15 +114,12 @@ void MicrophoneCapture::recordFailure(const std::string& text)
 
 void MicrophoneCapture::stop()
 {
-    struct Before {
-        bool isStopped;
-        bool isRunning;
-    };
-    const Before before = state_.with([](State& state) {
-        return Before{std::exchange(state.isStopped, true), state.isRunning};
+    const bool mustStop = state_.with([](State& state) {
+        state.isStopped = true;
+        return std::exchange(state.hasBegun, false);
     });
     // The input waits for a handler that is running.
-    if (!before.isStopped && before.isRunning)
+    if (mustStop)
         input_->stop();
 }
 

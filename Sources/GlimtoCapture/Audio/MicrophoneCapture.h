@@ -13,8 +13,8 @@ namespace glimto {
 
 // Records one microphone and hands its sound to a mixer.
 //
-// start() and stop() are called from one thread. Sound comes on a thread of the input and goes to the mixer
-// from there; no lock of this object is held meanwhile.
+// begin(), start() and stop() are called from one thread. Sound comes on a thread of the input and goes to
+// the mixer from there; no lock of this object is held meanwhile.
 class MicrophoneCapture {
 public:
     // Makes sure that microphones may be used; asks the user where the system does so, and waits for the
@@ -26,9 +26,8 @@ public:
     static AudioInputDevice requireDevice(
         const std::string& deviceID, AudioInputFactory& inputs, LineOutput& standardError);
 
-    // `mixer` has a source for the microphone. Throws what the factory throws when the device refuses.
-    MicrophoneCapture(
-        const AudioInputDevice& device, std::shared_ptr<AudioMixer> mixer, AudioInputFactory& inputs);
+    // Throws what the factory throws when the device refuses.
+    MicrophoneCapture(const AudioInputDevice& device, AudioInputFactory& inputs);
 
     // Stops.
     ~MicrophoneCapture();
@@ -36,8 +35,13 @@ public:
     MicrophoneCapture(const MicrophoneCapture&) = delete;
     MicrophoneCapture& operator=(const MicrophoneCapture&) = delete;
 
-    // Returns once sound flows. Throws CLIError when it does not. Call it once.
-    void start();
+    // Lets the microphone start while the rest of a recording gets ready: its first sound takes a while. It
+    // goes nowhere before start(). Call it once or not at all. Throws PlatformError.
+    void begin();
+
+    // Returns once sound flows to `mixer`, which has a source for the microphone. Throws CLIError when it
+    // does not, and what begin() throws. Call it once.
+    void start(std::shared_ptr<AudioMixer> mixer);
 
     // No sound reaches the mixer any more once this returns. Any number of times, also without a start.
     void stop();
@@ -48,7 +52,9 @@ public:
 
 private:
     struct State {
-        bool isRunning = false; // since start() was through; before that nothing tells the sound's time
+        bool hasBegun = false;
+        std::shared_ptr<AudioMixer>
+            mixer; // since start() was through; before that nothing tells the sound's time
         bool isStopped = false;
         std::optional<std::string> failure;
     };
@@ -58,7 +64,6 @@ private:
     void recordFailure(const std::string& text);
 
     const AudioInputDevice device_;
-    const std::shared_ptr<AudioMixer> mixer_; // shared with the other sources and the session
     Guarded<State> state_;
     const std::unique_ptr<AudioInput> input_; // last: its handlers use the others
 };

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Platform/AudioBuffer.h"
@@ -26,8 +27,9 @@ enum class AudioInputStart {
 
 // A live source of sound.
 //
-// start() and stop() are called from one thread, at most once each. The handlers run on a thread that the
-// input owns, one call at a time, and must not block for longer than a buffer lasts.
+// begin(), awaitStart() and stop() are called from one thread, in this order and at most once each. The
+// handlers run on a thread that the input owns, one call at a time, and must not block for longer than a
+// buffer lasts.
 class AudioInput {
 public:
     struct Handlers {
@@ -49,11 +51,22 @@ public:
 
     virtual ~AudioInput() = default;
 
-    // Returns once sound flows, or it is clear that it will not. An input that is not `running` must not be
-    // started again. Throws PlatformError (POSIX) when its thread cannot be started, and nothing else.
-    virtual AudioInputStart start(Handlers handlers) = 0;
+    // Lets the input start, and returns at once; handlers may be called from now on. Throws PlatformError
+    // (POSIX) when its thread cannot be started, and nothing else.
+    virtual void begin(Handlers handlers) = 0;
 
-    // No handler is running or will run once this returns. Does nothing if the input never started.
+    // After begin(): returns once sound flows, or it is clear that it will not. An input that is not
+    // `running` must not be started again.
+    virtual AudioInputStart awaitStart() = 0;
+
+    // Both, one after the other.
+    AudioInputStart start(Handlers handlers)
+    {
+        begin(std::move(handlers));
+        return awaitStart();
+    }
+
+    // No handler is running or will run once this returns. Does nothing if the input never began.
     virtual void stop() = 0;
 };
 

@@ -137,13 +137,19 @@ void ScreenSegmentRecorder::prepare(const RecordOptions& options, RecordingTake&
     const CaptureSourceResolver resolver(services_.process, system.access(), outputs_.standardError);
     const auto source = resolver.resolve(content, options);
     const auto geometry = resolver.resolveGeometry(content, options, source.width, source.height);
-    const auto microphone = prepareAudioSources(options, take);
+    prepareAudioSources(options, take);
+    // Its first sound takes as long as everything that follows, unless the user is asked now.
+    const bool asksUser = system.capabilities().asksUser;
+    if (take.microphone && !asksUser)
+        take.microphone->begin();
     openCapture(options, captureRequest(options, source, geometry), take, captureStart);
+    if (take.microphone && asksUser)
+        take.microphone->begin();
     if (options.recordEvents)
         take.eventRecorder = std::make_unique<InputEventRecorder>(take.plan.eventsURL,
             captureGeometry(take.facts), inputEventFlushInterval, system.eventTaps(), outputs_.standardError);
 
-    makeWriter(options, microphone, take);
+    makeWriter(options, take);
     take.thumbnailWriter
         = std::make_shared<ThumbnailWriter>(take.plan.thumbnailURL, services_.images, outputs_.standardError);
     take.output
@@ -171,24 +177,21 @@ void ScreenSegmentRecorder::openCapture(const RecordOptions& options, const Capt
         warn("This system shows the pointer in every recording.");
 }
 
-std::optional<AudioInputDevice> ScreenSegmentRecorder::prepareAudioSources(
-    const RecordOptions& options, RecordingTake& take)
+void ScreenSegmentRecorder::prepareAudioSources(const RecordOptions& options, RecordingTake& take)
 {
-    std::optional<AudioInputDevice> microphone;
     if (options.microphoneDeviceID) {
         MicrophoneCapture::requireAccess(services_.audioInputs);
-        microphone = MicrophoneCapture::requireDevice(
+        const auto device = MicrophoneCapture::requireDevice(
             *options.microphoneDeviceID, services_.audioInputs, outputs_.standardError);
+        take.microphone = std::make_unique<MicrophoneCapture>(device, services_.audioInputs);
     }
     if (options.captureSystemAudio)
         take.systemAudio = std::make_shared<SystemAudioCapture>(
             services_.audioInputs, recordingAudioSampleRate, recordingAudioChannelCount);
-    return microphone;
 }
 
-// The writer, and with audio the mixer that feeds it and the microphone that feeds the mixer.
-void ScreenSegmentRecorder::makeWriter(
-    const RecordOptions& options, const std::optional<AudioInputDevice>& microphone, RecordingTake& take)
+// The writer, and with audio the mixer that feeds it.
+void ScreenSegmentRecorder::makeWriter(const RecordOptions& options, RecordingTake& take)
 {
     const SegmentedMP4Writer::Settings settings = {.width = take.facts.width,
         .height = take.facts.height,
@@ -206,9 +209,6 @@ void ScreenSegmentRecorder::makeWriter(
         recordingAudioSources(options), recordingAudioSampleRate,
         [writer = take.writer](const AudioBuffer& buffer) { writer->appendAudioSampleBuffer(buffer); },
         services_.audioConverters, outputs_.standardOutput, recordingSoundMeter(figures_));
-    if (microphone)
-        take.microphone
-            = std::make_unique<MicrophoneCapture>(*microphone, take.audioMixer, services_.audioInputs);
 }
 
 void ScreenSegmentRecorder::start(const RecordOptions& options, RecordingTake& take,
@@ -218,7 +218,7 @@ void ScreenSegmentRecorder::start(const RecordOptions& options, RecordingTake& t
         progress.line(line);
     requirePermission("stream_start", progress);
     if (take.microphone)
-        take.microphone->start();
+        take.microphone->start(take.audioMixer);
     // Before the picture, so that there is sound from the first frame on.
     if (take.systemAudio)
         take.systemAudio->start(take.output->systemAudioHandlers());

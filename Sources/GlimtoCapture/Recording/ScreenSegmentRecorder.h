@@ -48,11 +48,10 @@ private:
     void requirePermission(std::string_view nextStage, RecordingProgress& progress);
     void prepare(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress,
         CaptureStart& captureStart);
-    std::optional<AudioInputDevice> prepareAudioSources(const RecordOptions& options, RecordingTake& take);
+    void prepareAudioSources(const RecordOptions& options, RecordingTake& take);
     void openCapture(const RecordOptions& options, const CaptureRequest& request, RecordingTake& take,
         CaptureStart& captureStart);
-    void makeWriter(
-        const RecordOptions& options, const std::optional<AudioInputDevice>& microphone, RecordingTake& take);
+    void makeWriter(const RecordOptions& options, RecordingTake& take);
     void start(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress,
         CaptureStart& captureStart);
     void startEventTrack(InputEventRecorder& recorder);

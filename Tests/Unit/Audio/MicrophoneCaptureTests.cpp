@@ -23,13 +23,13 @@ class MicrophoneCaptureTests : public ::testing::Test {
 protected:
     MicrophoneCapture& makeCapture()
     {
-        capture = std::make_unique<MicrophoneCapture>(device, mixer, inputs);
+        capture = std::make_unique<MicrophoneCapture>(device, inputs);
         return *capture;
     }
 
     MicrophoneCapture& startCapture()
     {
-        makeCapture().start();
+        makeCapture().start(mixer);
         return *capture;
     }
 
@@ -307,6 +307,60 @@ TEST_F(MicrophoneCaptureTests, NoSoundComesOnceItIsStopped)
     input.deliverTone({0, 48000});
 
     EXPECT_TRUE(mixedStarts().empty());
+}
+
+TEST_F(MicrophoneCaptureTests, OneThatHasBegunAheadIsOnlyWaitedFor)
+{
+    makeCapture().begin();
+    EXPECT_EQ(input.begins, 1);
+    EXPECT_EQ(input.starts, 0);
+    capture->start(mixer);
+    EXPECT_EQ(input.begins, 1);
+    EXPECT_EQ(input.starts, 1);
+}
+
+TEST_F(MicrophoneCaptureTests, SoundBetweenTheBeginningAndTheStartIsDropped)
+{
+    makeCapture().begin();
+    input.deliverTone({0, 48000});
+    capture->start(mixer);
+    input.deliverTone({4800, 48000});
+
+    EXPECT_EQ(mixedStarts().front(), 4800);
+}
+
+TEST_F(MicrophoneCaptureTests, OneThatHasBegunStopsWithoutAStart)
+{
+    makeCapture().begin();
+    capture->stop();
+    EXPECT_EQ(input.stops, 1);
+    capture.reset();
+    EXPECT_EQ(input.stops, 1);
+}
+
+TEST_F(MicrophoneCaptureTests, AFailureBeforeTheStartIsKept)
+{
+    makeCapture().begin();
+    input.disconnect();
+    capture->start(mixer);
+    EXPECT_EQ(capture->failure(), "Desk Microphone disconnected");
+}
+
+TEST_F(MicrophoneCaptureTests, OneThatHasBegunAndDoesNotStartIsStoppedOnce)
+{
+    input.outcome = AudioInputStart::notRunning;
+    makeCapture().begin();
+    EXPECT_EQ(errorOf([&] { capture->start(mixer); }), "The microphone did not start.");
+    capture.reset();
+    EXPECT_EQ(input.stops, 1);
+}
+
+TEST_F(MicrophoneCaptureTests, OneThatCannotBeginIsNotStopped)
+{
+    input.beginError = std::make_exception_ptr(PlatformError("POSIX", 11, "no thread"));
+    EXPECT_EQ(errorOf([&] { makeCapture().begin(); }), "no thread");
+    capture.reset();
+    EXPECT_EQ(input.stops, 0);
 }
 
 TEST_F(MicrophoneCaptureTests, StoppingWaitsForSoundThatIsBeingDelivered)

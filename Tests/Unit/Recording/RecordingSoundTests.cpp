@@ -294,22 +294,72 @@ TEST_F(RecordingSoundTests, AnEncoderThatRefusesTheSoundFailsBeforeAnyStream)
     EXPECT_FALSE(std::filesystem::exists(take));
 }
 
-TEST_F(RecordingSoundTests, AMicrophoneThatRefusesCancelsTheWriter)
+TEST_F(RecordingSoundTests, AMicrophoneThatRefusesFailsBeforeAnythingIsMade)
 {
     microphone.makeError = std::make_exception_ptr(PlatformError("PulseAudio", 3, "the device is busy"));
 
     EXPECT_EQ(recordError(), "the device is busy");
-    EXPECT_EQ(encoder.cancels, 1);
+    EXPECT_EQ(encoder.cancels, 0);
     EXPECT_EQ(stream.starts, 0);
-    expectSoundEnded();
+    EXPECT_EQ(systemAudio.starts, 0);
+    EXPECT_EQ(takeFiles(), Lines{});
 }
 
-TEST_F(RecordingSoundTests, ACaptureThatCannotBeOpenedStartsNoSound)
+TEST_F(RecordingSoundTests, TheMicrophoneGetsReadyWhileTheCaptureIsOpened)
+{
+    int begins = 0;
+    stream.onOpen = [&] { begins = microphone.begins; };
+    record();
+    EXPECT_EQ(begins, 1);
+    EXPECT_EQ(microphone.begins, 1);
+}
+
+TEST_F(RecordingSoundTests, TheMicrophoneIsSilentUntilTheUserHasAnswered)
+{
+    windowSystem.abilities.asksUser = true;
+    int begins = 0;
+    stream.onOpen = [&] { begins = microphone.begins; };
+    record();
+    EXPECT_EQ(begins, 0);
+    EXPECT_EQ(microphone.begins, 1);
+}
+
+TEST_F(RecordingSoundTests, AMicrophoneThatCannotBeginEndsTheStart)
+{
+    microphone.beginError = std::make_exception_ptr(PlatformError("POSIX", 11, "no thread"));
+    EXPECT_EQ(recordError(), "no thread");
+    EXPECT_EQ(microphone.stops, 0);
+    EXPECT_FALSE(microphone.isAlive);
+    EXPECT_EQ(takeFiles(), Lines{});
+}
+
+TEST_F(RecordingSoundTests, AWriterThatCannotBeMadeStopsTheMicrophone)
+{
+    encoder.refusesSettings = true;
+    EXPECT_NE(recordError(), "");
+    EXPECT_EQ(microphone.begins, 1);
+    EXPECT_EQ(microphone.starts, 0);
+    EXPECT_EQ(microphone.stops, 1);
+    EXPECT_FALSE(microphone.isAlive);
+    EXPECT_EQ(takeFiles(), Lines{});
+}
+
+TEST_F(RecordingSoundTests, AMicrophoneThatIsLostBeforeTheStartEndsTheRecordingNormally)
+{
+    stream.onOpen = [this] { microphone.disconnect(); };
+    stream.onStop = [this] { clock.onSleep(); };
+    record();
+    EXPECT_TRUE(wasTold("Microphone stopped (Desk Microphone disconnected); finishing recording"));
+}
+
+TEST_F(RecordingSoundTests, ACaptureThatCannotBeOpenedStopsTheMicrophone)
 {
     stream.openError = std::make_exception_ptr(PlatformError("X11", 3, "the window is gone"));
 
     EXPECT_EQ(recordError(), "the window is gone");
     EXPECT_EQ(microphone.starts, 0);
+    EXPECT_EQ(microphone.stops, 1);
+    EXPECT_FALSE(microphone.isAlive);
     EXPECT_EQ(systemAudio.starts, 0);
 }
 

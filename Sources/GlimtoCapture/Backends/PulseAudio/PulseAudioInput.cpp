@@ -29,10 +29,14 @@ PulseAudioInput::PulseAudioInput(const char* threadLabel)
 
 PulseAudioInput::~PulseAudioInput() = default;
 
-AudioInputStart PulseAudioInput::start(Handlers handlers)
+void PulseAudioInput::begin(Handlers handlers)
 {
     handlers_ = std::move(handlers);
     thread_ = std::make_unique<NamedThread>(threadLabel_, threadStackBytes, [this] { runGuarded(); });
+}
+
+AudioInputStart PulseAudioInput::awaitStart()
+{
     const auto outcome
         = started_.waitFor(startTimeout) ? started_.firstResult() : AudioInputStart::notRunning;
     if (outcome != AudioInputStart::running)

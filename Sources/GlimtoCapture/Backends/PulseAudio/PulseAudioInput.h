@@ -20,7 +20,8 @@ public:
     // `threadLabel` names the thread in debuggers and outlives the input.
     explicit PulseAudioInput(const char* threadLabel);
 
-    AudioInputStart start(Handlers handlers) final;
+    void begin(Handlers handlers) final;
+    AudioInputStart awaitStart() final;
     void stop() final;
 
 protected:
@@ -34,7 +35,7 @@ protected:
     PulseMainloop& loop() { return loop_; }
     const Handlers& handlers() const { return handlers_; }
 
-    // Lets start() return; only the first call counts.
+    // Lets awaitStart() return; only the first call counts.
     void didStart(AudioInputStart outcome);
     bool hasStarted() const { return hasStarted_; }
 
