@@ -93,7 +93,7 @@ class TakeServer:
         self.server.server_close()
 
 
-class PlaybackTests(EndToEndCase):
+class PlaybackCase(EndToEndCase):
     def record_clock(self):
         self.start_screen("320x240")
         painter = self.start_painter()
@@ -110,6 +110,14 @@ class PlaybackTests(EndToEndCase):
     def columns_of(self, frame):
         return [frame.pixel(column * COLUMN_WIDTH + COLUMN_WIDTH // 2, 60) for column in range(len(COLUMNS))]
 
+    def media_type(self):
+        """The MIME type with the profile and level of the stream."""
+        stream = media.video_stream(self.joined())
+        self.assertEqual(stream["profile"], "High")
+        return 'video/mp4; codecs="avc1.6400%02x"' % stream["level"]
+
+
+class PlaybackTests(PlaybackCase):
     def test_ffprobe_reads_the_playlist_to_its_end(self):
         self.record_clock()
         playlist = self.take / "segments/playlist.m3u8"
@@ -173,12 +181,6 @@ class PlaybackTests(EndToEndCase):
         self.assertAlmostEqual(report["currentTime"], report["duration"], delta=0.1)
         self.assertGreater(report["frames"], 10)
         self.assert_shows_columns(report["pixels"])
-
-    def media_type(self):
-        """The MIME type with the profile and level of the stream."""
-        stream = media.video_stream(self.joined())
-        self.assertEqual(stream["profile"], "High")
-        return 'video/mp4; codecs="avc1.6400%02x"' % stream["level"]
 
 
 if __name__ == "__main__":
