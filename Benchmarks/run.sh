@@ -4,7 +4,7 @@
 #
 #     Benchmarks/run.sh [--quick] [--only name,...] [build folder [results folder]]
 #
-# The folders are build and build/benchmarks without a word about them. --quick: one run of each, short. --only: some of
+# The folders are build and build/benchmarks without a word about them. --quick: one short run of each, of some contents. --only: some of
 # picture-720p, picture-1080p, picture-curve, record, faults, screenshot, upload, text, families, programs, wayland. A
 # benchmark that fails, misses a goal of its own or takes more than two hours is named at the end, with status 1; what it
 # said until then is kept, and the others run all the same. Benchmarks/plot.py makes the plots of
@@ -13,9 +13,13 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 runs=3 seconds=20 pictures=150 pages=3 only=
+fault_seconds=13 some_scenes=() some_groups=() some_programs=()
 while [[ ${1:-} == --* ]]; do
     case $1 in
-    --quick) runs=1 seconds=5 pictures=60 pages=1 ;;
+    --quick)
+        runs=1 seconds=5 pictures=60 pages=1 fault_seconds=5
+        some_scenes=(--scenes typing,zoom) some_groups=(--groups "light 12 px,dialogs") some_programs=(--only xmessage)
+        ;;
     --only)
         only=${2:?"--only needs names"}
         shift
@@ -50,18 +54,22 @@ section() {
     timeout --kill-after=60 2h "$@" </dev/null >"$results/$name.txt" || failed+=("$name")
 }
 
-scenes() { section "$1" Benchmarks/picture/benchmark_picture.py --build "$build" --pictures "$pictures" --json "$results/$1.json" "${@:2}"; }
+scenes() {
+    section "$1" Benchmarks/picture/benchmark_picture.py --build "$build" --pictures "$pictures" \
+        --json "$results/$1.json" "${@:2}"
+}
 
 scenes picture-720p --runs "$runs"
-scenes picture-1080p --runs "$runs" --size 1920x1080
-scenes picture-curve --curve --scenes zoom,pan,film,game,mixed,page
-section record Benchmarks/record/benchmark_record.py --build "$build" --runs "$runs" --seconds "$seconds" --json "$results/record.json"
-section faults Benchmarks/record/compare_faults.py --build "$build" --seconds 13
+scenes picture-1080p --runs "$runs" --size 1920x1080 "${some_scenes[@]}"
+scenes picture-curve --curve --scenes zoom,pan,film,game,mixed,page "${some_scenes[@]}"
+section record Benchmarks/record/benchmark_record.py --build "$build" --runs "$runs" --seconds "$seconds" \
+    --json "$results/record.json"
+section faults Benchmarks/record/compare_faults.py --build "$build" --seconds "$fault_seconds"
 section screenshot Benchmarks/screenshot/benchmark_screenshot.py --build "$build" --runs $((runs * 5))
 section upload Benchmarks/upload/benchmark_upload.py --binary "$build/glimto-capture" --runs "$runs"
-section text Benchmarks/text/benchmark_text.py --build "$build" --runs "$runs"
+section text Benchmarks/text/benchmark_text.py --build "$build" --runs "$runs" "${some_groups[@]}"
 section families Benchmarks/text/benchmark_families.py --build "$build" --count "$pages"
-section programs Benchmarks/text/benchmark_programs.py --build "$build"
+section programs Benchmarks/text/benchmark_programs.py --build "$build" "${some_programs[@]}"
 section wayland Benchmarks/wayland/benchmark_wayland.py --build "$build" --runs "$runs" --seconds "$seconds"
 
 python3 Benchmarks/join_results.py "$results" "${names[@]}" --machine "$machine" --revision "$revision" --runs "$runs" \

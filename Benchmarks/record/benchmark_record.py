@@ -48,12 +48,12 @@ def compare(content, options, folder):
     runs = {"ours": [], "peer": []}
     takes = {recorder: folder / recorder for recorder in runs}
     with opened(content.width, content.height, options.build, folder) as stage, content.show(stage) as pictures:
-        bits = None
+        seconds, bits = options.seconds * content.length, None
         for _ in range(options.runs):
-            runs["ours"].append(record(stage, content, takes["ours"], options.seconds))
+            runs["ours"].append(record(stage, content, takes["ours"], seconds))
             wanted = runs["ours"][-1]["bitsPerSecond"]
             bits = max(int(bits * wanted / runs["peer"][-1]["bitsPerSecond"] if bits else wanted), LEAST_BITS)
-            runs["peer"].append(record(stage, content, takes["peer"], options.seconds, bits))
+            runs["peer"].append(record(stage, content, takes["peer"], seconds, bits))
     result = {recorder: summary(entries) for recorder, entries in runs.items()}
     for recorder, take in takes.items():
         if pictures:

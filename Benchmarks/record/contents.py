@@ -20,13 +20,14 @@ class Content:
     width: int = 1920
     height: int = 1080
     rate: int = 30
+    length: int = 1  # times the seconds that are asked for; what costs next to nothing must not be measured at its start
     small: str = None  # the same at 1080p
     small_goal: float = None  # CPU time in parts of that of `small`, at most
 
 
 CONTENTS = {
-    "still": Content("still desktop", 0.02, terminals.still),
-    "clock": Content("clock and blinking cursor", 0.05, terminals.clock),
+    "still": Content("still desktop", 0.02, terminals.still, length=3),
+    "clock": Content("clock and blinking cursor", 0.05, terminals.clock, length=3),
     "typing": Content("typing, 20 characters a second", 0.18, terminals.typing),
     "log": Content("log in a terminal", 0.30, terminals.log),
     "page": Content("page scrolled in a browser", 0.18, scrolled_page.scrolled),
