@@ -12,6 +12,7 @@ import argparse
 import json
 import pathlib
 import shutil
+import signal
 import statistics
 import sys
 import tempfile
@@ -76,6 +77,7 @@ def main():
     names = options.contents.split(",")
     if unknown := set(names) - set(CONTENTS):
         parser.error(f"no such content: {', '.join(sorted(unknown))}")
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # or the programs on the screen would stay
     figures, failed = {}, []
     for name in names:
         print(name, file=sys.stderr, flush=True)

@@ -174,7 +174,7 @@ TEST_F(VideoModuleTests, SegmentShorterThanAFrameHoldsOneFrame)
     EXPECT_EQ(collector_.segments.size(), 10U);
 }
 
-TEST_F(VideoModuleTests, FramesAreRefusedWhileTwoAreHeld)
+TEST_F(VideoModuleTests, FramesAreRefusedWhileThreeAreHeld)
 {
     // The encoder stands still inside the delegate until the gate opens.
     std::promise<void> gate;
@@ -184,12 +184,13 @@ TEST_F(VideoModuleTests, FramesAreRefusedWhileTwoAreHeld)
     EXPECT_TRUE(writer_->append(frame(0, 10)));
     EXPECT_TRUE(writer_->isReadyForMoreMediaData());
     EXPECT_TRUE(writer_->append(frame(0.1, 20)));
+    EXPECT_TRUE(writer_->append(frame(0.2, 30)));
     EXPECT_FALSE(writer_->isReadyForMoreMediaData());
-    EXPECT_FALSE(writer_->append(frame(0.2, 30)));
+    EXPECT_FALSE(writer_->append(frame(0.3, 40)));
     gate.set_value();
-    EXPECT_TRUE(appendWhenReady(frame(0.3, 40)));
+    EXPECT_TRUE(appendWhenReady(frame(0.4, 50)));
     EXPECT_EQ(writer_->finishWriting(), AssetWriterStatus::completed);
-    EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).pictures.size(), 3U);
+    EXPECT_EQ(decodeMedia(collector_.playable(collector_.segments)).pictures.size(), 4U);
 }
 
 TEST_F(VideoModuleTests, FrameThatIsNotLaterThanTheLastIsRefused)

@@ -8,7 +8,8 @@ namespace glimto {
 
 namespace {
 
-constexpr int mostFramesHeld = 2;
+// As many as a stream keeps in flight: at 3840x2160 a keyframe takes longer than two frames last.
+constexpr int mostFramesHeld = 3;
 
 // A longer segment is written in several fragments, so that memory stays flat.
 constexpr std::size_t largestFragmentBytes = std::size_t{4} * 1024 * 1024;

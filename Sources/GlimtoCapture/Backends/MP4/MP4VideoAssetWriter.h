@@ -16,7 +16,7 @@
 namespace glimto {
 
 // Fragmented MP4 of whatever a video encoder makes. Frames are encoded on the queue "glimto.capture.encoder";
-// at most two are held at a time, one being encoded and one waiting.
+// at most three are held at a time, one being encoded and two waiting.
 //
 // A frame that changes nothing is not encoded: the one before lasts longer. Only while that one is coarse (a
 // scene has just come to rest) is it encoded again, finer.
