@@ -40,8 +40,13 @@ def measure(command, stage, folder, seconds):
                                start_new_session=True)
     watch = threading.Timer(seconds + GRACE, end, [process])
     watch.start()
-    _, status, usage = os.wait4(process.pid, 0)
-    watch.cancel()
+    try:
+        _, status, usage = os.wait4(process.pid, 0)
+    except SystemExit:
+        end(process)
+        raise
+    finally:
+        watch.cancel()
     process.returncode = os.waitstatus_to_exitcode(status)
     if process.returncode != 0:
         raise RuntimeError(f"{command[0]} ended with status {process.returncode}")
