@@ -6,6 +6,7 @@
 #include "picture/DesktopScenes.h"
 #include "picture/FilmScenes.h"
 #include "picture/MotionScenes.h"
+#include "picture/NatureScenes.h"
 
 namespace glimto {
 
@@ -34,9 +35,13 @@ const std::map<std::string, Maker>& makers()
         {"mixed", maker<MixedScene>()},
         {"page", maker<PageScene>()},
         {"pan", maker<PanScene>()},
+        {"smoke", maker<SmokeScene>()},
+        {"snow", maker<SnowScene>()},
         {"soft-zoom", maker<SoftZoomScene>()},
+        {"tunnel", maker<TunnelScene>()},
         {"turn", maker<TurnScene>()},
         {"typing", maker<TypingScene>()},
+        {"water", maker<WaterScene>()},
         {"zoom", maker<ZoomScene>()},
     };
     return all;

@@ -144,6 +144,21 @@ TEST(RateControllerTests, FirstPictureOfAMovingSceneIsLittleFinerThanTheOthers)
     EXPECT_LE(second.quantizer - first.quantizer, 6);
 }
 
+TEST(RateControllerTests, MovingSceneBeginsUntilOneOfItsPicturesIsKnown)
+{
+    RateController controller(bitsPerSecond, framesPerSecond, macroblocks);
+    EXPECT_FALSE(controller.beginsMotion());
+    const auto first = controller.plan(
+        {.kind = PictureKind::keyframe, .changedMacroblocks = macroblocks, .detail = 2e8, .motionShare = 1});
+    controller.pictureEncoded(first, 500'000);
+    EXPECT_TRUE(controller.beginsMotion());
+    const auto second
+        = controller.plan({.changedMacroblocks = macroblocks, .sinceLast = Seconds(1.0 / framesPerSecond)});
+    EXPECT_TRUE(controller.beginsMotion());
+    controller.pictureEncoded(second, 100'000);
+    EXPECT_FALSE(controller.beginsMotion());
+}
+
 // What moves may cost as much as in a keyframe; the third picture is as coarse as that needs.
 TEST(RateControllerTests, MovingSceneThatCannotBePredictedIsPaidForByTwoPictures)
 {

@@ -149,6 +149,34 @@ TEST(X264PictureCoderTests, PicturesInBetweenCostLittleWhereSomethingComesNearer
     EXPECT_LT(10 * inBetween, 3 * others);
 }
 
+// Bytes of a picture of which every second strip of eight rows moves the other way.
+std::size_t bytesOfStrips(bool findsPartsThatMove)
+{
+    const auto coder = X264PictureCoder::make(settings, CodingTools::thorough);
+    // What is said last counts.
+    coder->findPartsThatMove(!findsPartsThatMove);
+    coder->findPartsThatMove(findsPartsThatMove);
+    I420Picture picture(width, height);
+    std::vector<EncodedPicture> out;
+    for (int number = 0; number < 2; ++number) {
+        const GrayPicture gray(width, height,
+            [&](int x, int y) { return 2 * grain(y / 8 % 2 == 0 ? x + number : x - number, y) - 100; });
+        picture.update(gray.pixels(), std::array{gray.bounds()});
+        X264PictureCoder::Coding coding;
+        coding.time = number * step;
+        coding.kind = number == 0 ? PictureKind::keyframe : PictureKind::predicted;
+        coding.quantizer = 26;
+        std::ranges::move(coder->encode(picture, coding), std::back_inserter(out));
+    }
+    std::ranges::move(coder->finish(), std::back_inserter(out));
+    return out.at(1).data.size();
+}
+
+TEST(X264PictureCoderTests, PartsThatMoveByThemselvesAreFoundWhereAskedFor)
+{
+    EXPECT_LT(2 * bytesOfStrips(true), bytesOfStrips(false));
+}
+
 // Bytes of a keyframe of grain that is `strength` times as strong as usual.
 std::size_t bytesOfGrain(CodingTools tools, double strength)
 {

@@ -126,6 +126,7 @@ int RateController::beginMotion(const Plan& plan, double share)
 {
     expectOfFirst(plan, predictionGainInMotion, share);
     picturesOfScene_ = 0;
+    beginsMotion_ = true;
     const double cost = changeCost_ * share * macroblockCount_;
     const double expected = std::max(idealQuantizer(cost, bitsPerFrame_), finestInMotion);
     lastPredictedQuantizer_ = clamped(expected);
@@ -240,6 +241,7 @@ void RateController::spend(std::int64_t bits)
 
 void RateController::learnCostOfChange(const Plan& plan, double cost)
 {
+    beginsMotion_ = false;
     surprises_ = cost > surprise * changeCost_ ? surprises_ + 1 : 0;
     // One expensive picture is a pan that comes past a whole pixel; two are another scene.
     const bool isSteady = isMoving() && !plan.isNewScene && surprises_ < 2;

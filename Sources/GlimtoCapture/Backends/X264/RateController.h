@@ -73,6 +73,9 @@ public:
     // Whether it is known by now what the pictures of a moving scene cost.
     bool knowsScene() const;
 
+    // Whether a scene that moves has begun, and not yet what its pictures cost is known.
+    bool beginsMotion() const { return beginsMotion_; }
+
 private:
     double reserveAfter(Seconds sinceLast) const;
     void earn(Seconds sinceLast);
@@ -98,6 +101,7 @@ private:
     double changeCost_ = 0; // bits at quantizer 0 of a changed macroblock in a
                             // predicted picture; 0: unknown
     int picturesOfScene_ = 0; // predicted ones since its costs became known
+    bool beginsMotion_ = false;
     int surprises_ = 0; // pictures in a row that cost far more than expected
     int lastPredictedQuantizer_ = 0; // 0 before the first
 };

@@ -231,6 +231,19 @@ std::vector<EncodedPicture> X264PictureCoder::give(I420Picture& picture, const C
     return run(&input);
 }
 
+void X264PictureCoder::findPartsThatMove(bool shallFind)
+{
+    if (shallFind == findsPartsThatMove_)
+        return;
+    x264_param_t parameters;
+    x264_encoder_parameters(encoder_, &parameters);
+    parameters.analyse.inter &= ~X264_ANALYSE_PSUB16x16;
+    if (shallFind)
+        parameters.analyse.inter |= X264_ANALYSE_PSUB16x16;
+    if (x264_encoder_reconfig(encoder_, &parameters) == 0)
+        findsPartsThatMove_ = shallFind;
+}
+
 std::vector<EncodedPicture> X264PictureCoder::finish()
 {
     std::vector<EncodedPicture> pictures;

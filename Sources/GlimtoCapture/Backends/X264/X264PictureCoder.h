@@ -62,6 +62,10 @@ public:
     // one when a picture goes in. Throws PlatformError when x264 fails.
     std::vector<EncodedPicture> encode(I420Picture& picture, const Coding& coding);
 
+    // Whether to look for parts of macroblocks that move by themselves, from the next picture on; at first
+    // nobody does. With thorough tools only.
+    void findPartsThatMove(bool shallFind);
+
     // The idr_pic_id of the last keyframe given, 0 or 1; differs from `keyframeIDBefore`.
     int lastKeyframeID() const { return lastKeyframeID_; }
 
@@ -82,6 +86,7 @@ private:
     int lastKeyframeID_ = 1; // x264 begins with 0
     std::deque<VideoTime> timesInBetween_; // of the pictures in between that are not out
     VideoTime lastDecodeTime_{0};
+    bool findsPartsThatMove_ = false;
     std::vector<std::uint8_t> unchangedBefore_; // marks of pictures in between that wait for the next one
 };
 

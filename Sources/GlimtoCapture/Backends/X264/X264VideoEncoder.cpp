@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Backends/X264/I420Picture.h"
+#include "Backends/X264/InBetweenCosts.h"
 #include "Backends/X264/KeptKeyframes.h"
 #include "Backends/X264/PictureDetail.h"
 #include "Backends/X264/PictureMotion.h"
@@ -32,6 +33,13 @@ constexpr int coarseBeginning = 27;
 // A picture in between may be coarser than those that others are predicted from.
 constexpr int coarserInBetween = 3;
 constexpr int finerBesides = 1;
+
+// Where pictures in between cost so much in parts of the others, and all are this coarse, it is worth the
+// time to look for parts of macroblocks that move by themselves.
+constexpr double costWhereLittleIsPredicted = 0.34;
+constexpr double costWhereMuchIsPredicted = 0.3;
+constexpr double veryCoarse = 32;
+constexpr double lessCoarse = 30;
 
 // With thorough tools a picture waits for the next ones. Where none comes because nothing changes, it is let
 // out after so many frames: a film shows every fourth or fifth picture twice, which is no rest.
@@ -337,8 +345,8 @@ private:
     {
         constexpr VideoTime leastTime{2}; // one for each of the two that are decoded until then
         return tools_ == CodingTools::thorough && plan.kind == PictureKind::predicted && !plan.isNewScene
-            && rate_.knowsScene() && !given_.empty() && inBetween_ < X264PictureCoder::mostInBetween
-            && time - *lastTime_ >= leastTime;
+            && (rate_.knowsScene() || rate_.beginsMotion()) && !given_.empty()
+            && inBetween_ < X264PictureCoder::mostInBetween && time - *lastTime_ >= leastTime;
     }
 
     // Rate control knows of the average only.
@@ -354,6 +362,7 @@ private:
     void learn(const std::vector<EncodedPicture>& pictures)
     {
         for (const EncodedPicture& picture : pictures) {
+            learnCost(picture);
             bitsOfGroup_ += bitsOf(picture.data);
             endOfGroup_ = std::max(endOfGroup_, picture.time);
             ++picturesOfGroup_;
@@ -366,6 +375,20 @@ private:
                 given_.pop_front();
             }
         }
+    }
+
+    void learnCost(const EncodedPicture& picture)
+    {
+        const auto own = std::ranges::find(given_, picture.time, &Given::time);
+        const bool isMotion = tools_ == CodingTools::thorough && own->plan.kind == PictureKind::predicted
+            && !own->isRefinement && !own->plan.isNewScene && own->plan.changedShare > smallShare;
+        if (!isMotion)
+            return;
+        costs_.learn(own->isBetween, quantizerOf(*own), bitsOf(picture.data));
+        if (costs_.share() > costWhereLittleIsPredicted && rate_.usualQuantizer() > veryCoarse)
+            coder_->findPartsThatMove(true);
+        else if (costs_.share() < costWhereMuchIsPredicted || rate_.usualQuantizer() < lessCoarse)
+            coder_->findPartsThatMove(false);
     }
 
     void learn(const Given& given, std::int64_t bits)
@@ -415,6 +438,7 @@ private:
         if (!coder_)
             throw PlatformError(errorDomain::x264, 0, "The H.264 encoder could not be made.");
         tools_ = tools;
+        costs_ = {};
         kept_.forget();
     }
 
@@ -442,6 +466,7 @@ private:
     KeptKeyframes kept_;
     std::deque<Given> given_; // to the coder, and not back yet
     int inBetween_ = 0; // pictures in a row, the last one given
+    InBetweenCosts costs_;
     // Of a picture that came out before those in between that are shown before it, and of these, until all
     // are there.
     std::size_t picturesOfGroup_ = 0;
