@@ -66,7 +66,7 @@ def shown(lines):
 
 def terminals(folder):
     kinds = [prose, listing, log, boxed, lambda words: words.code(18)]
-    for number in range(60):
+    for number in range(70):
         name = f"xterm-{number}"
         words = Words(name)
         source = folder / (name + ".source")
@@ -75,6 +75,8 @@ def terminals(folder):
         ink, paper = words.pick(COLOURS)
         font = (["-fn", words.pick(BITMAP_FONTS)] if number % 3 == 0 else
                 ["-fa", words.pick(SMOOTH_FONTS), "-fs", str(words.pick([9, 10, 11, 12, 14]))])
+        if number >= 60:
+            font.append("-rv")
         viewer = ["cat"] if number % 4 else words.pick(VIEWERS)
         text = shown(lines)
         if viewer != ["cat"]:

@@ -100,9 +100,9 @@ constexpr double doubtfulPage = 70;
 constexpr float noise = 50;
 constexpr std::size_t tellingLines = 10;
 
-// A language that was never better in so many trials is not that of the screen; code and figures read badly
-// in every language, so looking for a better one has an end.
-constexpr int mostTrials = 4;
+// A language that was never far better in so many trials is not that of the screen; code and figures read
+// badly in every language, so looking for a better one has an end.
+constexpr int mostTrials = 3;
 constexpr std::size_t mostTrialsOfAll = 40;
 
 // Whether a text is long enough to tell its language, and made of letters, not of figures and signs.
@@ -191,7 +191,7 @@ private:
         std::string script;
         std::unique_ptr<TextReader> reader; // null until it is needed
         int trials = 0;
-        int wins = 0; // fields that it read best
+        int wins = 0; // fields that it read far better than those before it
     };
 
     TextReader& readerOf(Language& language)
@@ -233,12 +233,13 @@ private:
             if (language.script == best->script ? other.confidence < line.confidence + surer
                                                 : other.lettersConfidence < line.lettersConfidence + surer)
                 continue;
-            if (other.confidence >= fairlySure && other.confidence >= line.confidence + muchSurer)
+            if (other.confidence >= fairlySure && other.confidence >= line.confidence + muchSurer) {
                 next = index;
+                ++language.wins;
+            }
             best = &language;
             line = std::move(other);
         }
-        ++best->wins;
         if (!looksLikeText(line))
             line = {};
         const auto first = languages_.begin();

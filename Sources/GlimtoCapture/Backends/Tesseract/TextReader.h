@@ -21,8 +21,7 @@ struct RecognizedLine {
 // Icons, edges and noise read as characters that Tesseract is not sure of, most of all the few ones.
 bool looksLikeText(const RecognizedLine& line);
 
-// Tesseract with a language loaded. Nothing that it or its libraries have to say reaches the standard
-// streams.
+// Tesseract with a language loaded. Nothing that it has to say reaches the standard streams.
 class TextReader {
 public:
     // `language` as Tesseract names it; it is installed. Throws PlatformError when it cannot be loaded.
