@@ -54,8 +54,11 @@ constexpr int framesBeforeRefinement = 4;
 constexpr double copiedAtLeast = 2.0 / 3;
 constexpr int fewestMovedBlocks = 8;
 
-// While the quality suffers, every fourth picture is compared with the one before.
+// While the quality suffers, every fourth picture is compared with the one before; with thorough tools fewer
+// are, and so many of these looks in a row that find copied motion show that the tools are not needed.
 constexpr int picturesBetweenLooks = 4;
+constexpr int thoroughPicturesBetweenLooks = 16;
+constexpr int copiedLooksToGiveBack = 2;
 
 // Smaller changes are not worth a keyframe.
 constexpr double largeShare = 0.6;
@@ -113,25 +116,25 @@ public:
     std::vector<EncodedPicture> encode(const FramePicture& picture, std::span<const PixelRect> changedRects,
         VideoTime time, PictureKind kind) override
     {
-        const bool looksBack = opening_ || (suffers() && sufferingPictures_++ % picturesBetweenLooks == 0);
+        const bool looksBack = opening_ || isTimeToLook();
         if (looksBack) {
             if (!before_)
                 before_.emplace(settings_.width, settings_.height);
             before_->show(picture_);
-        } else if (tools_ == CodingTools::thorough) {
-            before_.reset();
         }
         picture_.update(picture.pixels(), changedRects);
         const int changed = picture_.changedMacroblockCount();
-        const bool isMotion = changed > smallShare * picture_.macroblockCount();
+        const bool isMotion = changedShare() > smallShare;
         if (unchangedFrames_ >= framesBeforeRefinement)
             motionsInARow_ = 0;
         motionsInARow_ += isMotion ? 1 : 0;
         unchangedFrames_ = 0;
         std::vector<EncodedPicture> pictures;
-        uncopiedShare_ = looksBack ? motionAfter(*before_) : 0;
+        movement_ = looksBack ? movementAfter(*before_) : Movement::unknown;
+        if (movement_ != Movement::unknown)
+            copiedLooks_ = movement_ == Movement::copied ? copiedLooks_ + 1 : 0;
         if (opening_)
-            open(pictures, *before_, uncopiedShare_);
+            open(pictures, *before_, movement_ == Movement::own ? changedShare() : 0);
         if (isOpening(kind, changed))
             opening_ = {.time = time, .kind = kind, .changedMacroblocks = changed};
         else
@@ -199,6 +202,13 @@ private:
         bool isRefinement = false;
     };
 
+    // How the picture came from the one before.
+    enum class Movement {
+        unknown, // nobody looked, or little moves
+        copied, // by a program, as when it scrolls
+        own, // as no program copies it
+    };
+
     // A picture that may begin a moving scene; how it is encoded depends on the next one.
     struct Opening {
         VideoTime time{0};
@@ -215,16 +225,26 @@ private:
             || (isLarge && kind == PictureKind::predicted && rate_.needsDetail(kind, changedMacroblocks));
     }
 
-    // The share of the picture that moves as no program copies it.
-    double motionAfter(const I420Picture& before) const
+    bool isTimeToLook()
     {
-        const double share
-            = static_cast<double>(picture_.changedMacroblockCount()) / picture_.macroblockCount();
-        if (share <= smallShare)
-            return 0;
+        if (tools_ == CodingTools::thorough)
+            return ++thoroughPictures_ % thoroughPicturesBetweenLooks == 0;
+        return suffers() && sufferingPictures_++ % picturesBetweenLooks == 0;
+    }
+
+    double changedShare() const
+    {
+        return static_cast<double>(picture_.changedMacroblockCount()) / picture_.macroblockCount();
+    }
+
+    Movement movementAfter(const I420Picture& before) const
+    {
+        if (changedShare() <= smallShare)
+            return Movement::unknown;
         const PictureMotion motion = motionBetween(before, picture_);
-        const bool isCopied = motion.copiedShare() >= copiedAtLeast;
-        return motion.movedBlocks < fewestMovedBlocks || isCopied ? 0 : share;
+        if (motion.movedBlocks < fewestMovedBlocks)
+            return Movement::unknown;
+        return motion.copiedShare() >= copiedAtLeast ? Movement::copied : Movement::own;
     }
 
     bool isAtRest() const
@@ -416,10 +436,10 @@ private:
         if (tools_ == CodingTools::thorough) {
             const bool movesLittle
                 = rate_.usualChangedShare() <= smallShare || picture_.changedMacroblockCount() == 0;
-            return plan.kind == PictureKind::keyframe && lastTime_ && movesLittle ? CodingTools::quick
-                                                                                  : tools_;
+            const bool isNeeded = !movesLittle && copiedLooks_ < copiedLooksToGiveBack;
+            return plan.kind == PictureKind::keyframe && lastTime_ && !isNeeded ? CodingTools::quick : tools_;
         }
-        return suffers() && uncopiedShare_ > 0 ? CodingTools::thorough : tools_;
+        return suffers() && movement_ == Movement::own ? CodingTools::thorough : tools_;
     }
 
     bool suffers() const
@@ -440,6 +460,7 @@ private:
         tools_ = tools;
         costs_ = {};
         kept_.forget();
+        copiedLooks_ = 0;
     }
 
     void finishCoder(std::vector<EncodedPicture>& pictures)
@@ -457,8 +478,10 @@ private:
     const VideoSampleDescription sampleDescription_;
     RateController rate_;
     std::optional<I420Picture> before_; // the memory is kept for the next look
-    double uncopiedShare_ = 0; // of the picture, what moves as no program copies it; 0 when nobody looked
+    Movement movement_ = Movement::unknown;
+    int copiedLooks_ = 0; // in a row
     int sufferingPictures_ = 0;
+    int thoroughPictures_ = 0;
     std::optional<Opening> opening_; // the picture that was given last, not yet encoded
     std::optional<VideoTime> lastTime_;
     int lastQuantizer_ = 0;

@@ -8,10 +8,10 @@ namespace glimto {
 // column or row.
 //
 // Where much moves that is not copied from the picture before, or cannot be made fine, a coder with thorough
-// tools takes over, and gives back when little moves. That happens at keyframes, and at once, with a keyframe
-// of its own, when the quality suffers. The first picture of a scene waits for the next one, which tells
-// whether the scene moves, and how. While the thorough coder is in charge, two of three pictures are
-// predicted from both sides.
+// tools takes over, and gives back when little moves or what moves is copied. That happens at keyframes, and
+// at once, with a keyframe of its own, when the quality suffers. The first picture of a scene waits for the
+// next one, which tells whether the scene moves, and how. While the thorough coder is in charge, two of three
+// pictures are predicted from both sides.
 //
 // Of a picture that stands still only the first two keyframes are encoded.
 class X264VideoEncoderFactory final : public VideoEncoderFactory {
