@@ -25,6 +25,40 @@ TEST(PNGFilterTests, ARowLikeTheOneAboveIsTheDifferenceToIt)
     EXPECT_EQ(filterForRow(Bytes{9, 9, 9, 99, 99, 99}, Bytes{9, 9, 9, 98, 98, 98}), PNGFilterType::up);
 }
 
+// 300 black and white pixels as letters have them, the first ones of `smooth` steps.
+Bytes rowOfLetters(int smooth)
+{
+    Bytes row;
+    for (int pixel = 0; pixel < 300; ++pixel) {
+        const bool isBlack = pixel % 7 < 2 || pixel % 11 == 3;
+        row.insert(row.end(), 3, static_cast<std::uint8_t>(pixel < smooth ? pixel : isBlack ? 0 : 255));
+    }
+    return row;
+}
+
+TEST(PNGFilterTests, LettersOnOneColourStayAsTheyAre)
+{
+    const Bytes above(900, 255);
+    EXPECT_EQ(filterForRow(rowOfLetters(0), above), PNGFilterType::none);
+    EXPECT_EQ(filterForRow(Bytes(900, 0), rowOfLetters(0)), PNGFilterType::sub);
+}
+
+TEST(PNGFilterTests, LettersBesideSomethingSmoothAreDifferences)
+{
+    EXPECT_NE(filterForRow(rowOfLetters(200), Bytes(900, 128)), PNGFilterType::none);
+}
+
+TEST(PNGFilterTests, RowsOfLettersAreWrittenAsTheyAre)
+{
+    const Bytes letters = rowOfLetters(0);
+    Bytes bgrx;
+    for (std::size_t pixel = 0; pixel < 300; ++pixel)
+        bgrx.insert(bgrx.end(), {letters[3 * pixel], letters[3 * pixel], letters[3 * pixel], 7});
+    const auto rows = filteredRows({300, 1, 1200, bgrx.data(), nullptr});
+    EXPECT_EQ(rows.bytes[0], 0);
+    EXPECT_EQ(Bytes(rows.bytes.get() + 1, rows.bytes.get() + rows.size), letters);
+}
+
 TEST(PNGFilterTests, LongRowsOfLargeDifferencesAreSummedWithoutOverflow)
 {
     Bytes row(300'000, 255);

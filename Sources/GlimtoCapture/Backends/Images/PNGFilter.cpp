@@ -31,6 +31,24 @@ std::uint64_t sumOfDifferences(const std::uint8_t* a, const std::uint8_t* b, std
     return total;
 }
 
+// How many bytes differ, but by no more than 8.
+std::uint64_t countSmallDifferences(const std::uint8_t* a, const std::uint8_t* b, std::size_t count)
+{
+    constexpr std::uint8_t largest = 8;
+    constexpr std::size_t stretch = 240; // their number fits a byte
+    std::uint64_t total = 0;
+    for (std::size_t start = 0; start < count; start += stretch) {
+        const std::size_t end = std::min(count, start + stretch);
+        std::uint8_t sum = 0;
+        for (std::size_t index = start; index < end; ++index) {
+            const int difference = std::max(a[index], b[index]) - std::min(a[index], b[index]);
+            sum = static_cast<std::uint8_t>(sum + (static_cast<std::uint8_t>(difference - 1) < largest));
+        }
+        total += sum;
+    }
+    return total;
+}
+
 void subtract(const std::uint8_t* a, const std::uint8_t* b, std::uint8_t* out, std::size_t count)
 {
     for (std::size_t index = 0; index < count; ++index)
@@ -41,6 +59,10 @@ void writeRow(PNGFilterType filter, std::span<const std::uint8_t> row, std::span
     std::uint8_t* out)
 {
     *out++ = static_cast<std::uint8_t>(filter);
+    if (filter == PNGFilterType::none) {
+        std::memcpy(out, row.data(), row.size());
+        return;
+    }
     if (filter == PNGFilterType::up) {
         subtract(row.data(), above.data(), out, row.size());
         return;
@@ -71,7 +93,16 @@ PNGFilterType filterForRow(std::span<const std::uint8_t> row, std::span<const st
     const auto toAbove = sumOfDifferences(row.data(), above.data(), row.size());
     if (toAbove == 0)
         return PNGFilterType::up;
-    const auto toLeft = sumOfDifferences(row.data() + channels, row.data(), row.size() - channels);
+    const std::size_t count = row.size() - channels;
+    const auto toLeft = sumOfDifferences(row.data() + channels, row.data(), count);
+    // Letters on one colour: their edges repeat as they are, and differences would hide that. Smooth parts
+    // beside them, as a wallpaper's, count for more.
+    constexpr std::uint64_t leastEdges = 2'000;
+    constexpr std::uint64_t edgesPerSmooth = 256;
+    const auto least = std::min(toAbove, toLeft);
+    if (least >= leastEdges
+        && least >= edgesPerSmooth * countSmallDifferences(row.data() + channels, row.data(), count))
+        return PNGFilterType::none;
     return toAbove < toLeft ? PNGFilterType::up : PNGFilterType::sub;
 }
 

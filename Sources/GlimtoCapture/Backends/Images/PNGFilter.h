@@ -28,8 +28,9 @@ struct PNGRows {
     std::size_t size = 0;
 };
 
-// The filter for one row of RGB bytes: the one that leaves the smaller differences, and `up` for a row that
-// repeats the one above. `above` is the row before, or zeros.
+// The filter for one row of RGB bytes: `up` for a row that repeats the one above, `none` for one that has
+// hard edges and nothing smooth, as letters on one colour, else the one that leaves the smaller differences.
+// `above` is the row before, or zeros.
 PNGFilterType filterForRow(std::span<const std::uint8_t> row, std::span<const std::uint8_t> above);
 
 // All rows of `pixels`, which has at least one and is xrgb8888.
