@@ -12,7 +12,7 @@ import unittest
 from support import media
 from support.processes import Child, wait_until
 from support.screens import Xvfb
-from test_playback import COLUMN_WIDTH, COLUMNS, PAGE, PlaybackCase, TakeServer
+from test_playback import COLUMN_WIDTH, COLUMNS, PlaybackCase
 
 FIREFOX_PREFERENCES = {"media.autoplay.default": 0, "browser.shell.checkDefaultBrowser": False,
                        "datareporting.policy.dataSubmissionEnabled": False, "app.update.enabled": False,
@@ -28,11 +28,7 @@ class OtherPlayersTests(PlaybackCase):
 
     def test_firefox(self):
         self.record_clock()
-        manifest = self.manifest()
-        pieces = ["/" + manifest["initSegmentKey"], *("/" + segment["key"] for segment in manifest["segments"])]
-        page = PAGE.replace("PIECES", json.dumps(pieces)).replace("TYPE", json.dumps(self.media_type()))
-        server = TakeServer(self.take, page)
-        self.addCleanup(server.end)
+        server = self.served_page()
         profile = self.directory / "profile"
         profile.mkdir()
         (profile / "user.js").write_text("".join(f"user_pref({json.dumps(name)}, {json.dumps(value)});\n"

@@ -110,6 +110,15 @@ class PlaybackCase(EndToEndCase):
     def columns_of(self, frame):
         return [frame.pixel(column * COLUMN_WIDTH + COLUMN_WIDTH // 2, 60) for column in range(len(COLUMNS))]
 
+    def served_page(self):
+        """A server of the page that plays the take."""
+        manifest = self.manifest()
+        pieces = ["/" + manifest["initSegmentKey"], *("/" + segment["key"] for segment in manifest["segments"])]
+        page = PAGE.replace("PIECES", json.dumps(pieces)).replace("TYPE", json.dumps(self.media_type()))
+        server = TakeServer(self.take, page)
+        self.addCleanup(server.end)
+        return server
+
     def media_type(self):
         """The MIME type with the profile and level of the stream."""
         stream = media.video_stream(self.joined())
@@ -167,17 +176,13 @@ class PlaybackTests(PlaybackCase):
 
     def test_web_browser_plays_initialization_and_media_segments(self):
         self.record_clock()
-        manifest = self.manifest()
-        pieces = ["/" + manifest["initSegmentKey"], *("/" + segment["key"] for segment in manifest["segments"])]
-        page = PAGE.replace("PIECES", json.dumps(pieces)).replace("TYPE", json.dumps(self.media_type()))
-        server = TakeServer(self.take, page)
-        self.addCleanup(server.end)
+        server = self.served_page()
         self.started(Child([*CHROMIUM, f"--user-data-dir={self.directory / 'profile'}", server.address],
                            self.environment(HOME=str(self.directory)), start_new_session=True))
         report = wait_until(lambda: server.report, "the end of playback in the browser", limit=90)
         self.assertNotIn("error", report)
         self.assertEqual((report["width"], report["height"], report["ranges"]), (320, 240, 1))
-        self.assertAlmostEqual(report["duration"], manifest["totalDuration"], delta=0.05)
+        self.assertAlmostEqual(report["duration"], self.manifest()["totalDuration"], delta=0.05)
         self.assertAlmostEqual(report["currentTime"], report["duration"], delta=0.1)
         self.assertGreater(report["frames"], 10)
         self.assert_shows_columns(report["pixels"])
