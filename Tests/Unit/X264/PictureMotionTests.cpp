@@ -1,6 +1,7 @@
 #include "Backends/X264/PictureMotion.h"
 
 #include <array>
+#include <cmath>
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,17 @@ namespace {
 
 constexpr int width = 320;
 constexpr int height = 240;
+
+template <typename First, typename Second> double likenessOf(First first, Second second)
+{
+    const GrayPicture before(width, height, first);
+    const GrayPicture after(width, height, second);
+    I420Picture earlier(width, height);
+    I420Picture later(width, height);
+    earlier.update(before.pixels(), std::array{before.bounds()});
+    later.update(after.pixels(), std::array{after.bounds()});
+    return likenessOf(earlier, later);
+}
 
 template <typename First, typename Second>
 PictureMotion motionOf(First first, Second second, const PixelRect& changed = {0, 0, width, height})
@@ -50,6 +62,33 @@ TEST(PictureMotionTests, WhatIsNewIsNotCopied)
 {
     const auto motion = motionOf(grain, [](int x, int y) { return grain(x + 5000, y); });
     EXPECT_EQ(motion.copiedBlocks, 0);
+}
+
+// Waves some pixels long.
+int waves(double x, double y)
+{
+    return static_cast<int>(128 + 50 * std::sin(x / 3) * std::sin(y / 4));
+}
+
+TEST(PictureMotionTests, SlowZoomIsAlike)
+{
+    const auto nearer = [](int x, int y) { return waves(x * 0.995, y * 0.995); };
+    EXPECT_GT(likenessOf(waves, nearer), 2);
+}
+
+TEST(PictureMotionTests, WhatHasMovedByWholePixelsIsVeryMuchAlike)
+{
+    EXPECT_GT(likenessOf(grain, [](int x, int y) { return grain(x + 3, y - 2); }), 5);
+}
+
+TEST(PictureMotionTests, WhatIsNewIsNotAlike)
+{
+    EXPECT_LT(likenessOf(grain, [](int x, int y) { return grain(x + 5000, y); }), 1.7);
+}
+
+TEST(PictureMotionTests, PictureThatStandsStillIsNotComparedWithItself)
+{
+    EXPECT_EQ(likenessOf(grain, grain), 0);
 }
 
 TEST(PictureMotionTests, FlatAndUnchangedBlocksDoNotCount)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -142,6 +143,28 @@ TEST(RateControllerTests, FirstPictureOfAMovingSceneIsLittleFinerThanTheOthers)
     EXPECT_FALSE(second.isNewScene);
     EXPECT_LT(first.quantizer, second.quantizer);
     EXPECT_LE(second.quantizer - first.quantizer, 6);
+}
+
+TEST(RateControllerTests, MovingSceneBeginsFinerWhereItsPicturesAreAlike)
+{
+    const auto quantizers = [](double likeness) {
+        RateController controller(bitsPerSecond, framesPerSecond, macroblocks);
+        const auto first = controller.plan({.kind = PictureKind::keyframe,
+            .changedMacroblocks = macroblocks,
+            .detail = 2e8,
+            .motionShare = 1,
+            .likeness = likeness});
+        const auto second = controller.plan(
+            {.changedMacroblocks = macroblocks, .sinceLast = Seconds(1.0 / framesPerSecond)});
+        return std::pair(first.quantizer, second.quantizer);
+    };
+    const auto unknown = quantizers(0);
+    EXPECT_EQ(quantizers(0.3), unknown);
+    EXPECT_EQ(quantizers(1.6), unknown);
+    EXPECT_LT(quantizers(2).second, unknown.second);
+    EXPECT_LE(quantizers(2.5).first, unknown.first);
+    EXPECT_LE(quantizers(2.5).second, unknown.second - 6);
+    EXPECT_EQ(quantizers(100), quantizers(2.5));
 }
 
 TEST(RateControllerTests, MovingSceneBeginsUntilOneOfItsPicturesIsKnown)

@@ -19,6 +19,9 @@ constexpr int rowsOfBlocks = 12; // that are looked at, and about as many blocks
 constexpr int nearby = 48;
 constexpr int farAway = 160;
 
+// How far from its place one is looked for that has become another, as by a zoom.
+constexpr int closeBy = 6;
+
 // With less luma between its neighbours than this, a block looks alike wherever it moves.
 constexpr int flatBelow = 160;
 
@@ -94,6 +97,21 @@ public:
         return true;
     }
 
+    int detail() const { return detail_; }
+
+    // What is left of it, at best, when a block that stands close by in the picture before is taken away.
+    int remainder() const
+    {
+        int least = differenceAt({});
+        for (int y = -closeBy; y <= closeBy; ++y) {
+            for (int x = -closeBy; x <= closeBy; ++x) {
+                if (before_.holdsBlock(left_ + x, top_ + y))
+                    least = std::min(least, differenceAt({x, y}));
+            }
+        }
+        return least;
+    }
+
     std::optional<Offset> find() const
     {
         for (int y = -farAway; y <= farAway; ++y) {
@@ -110,6 +128,18 @@ public:
     }
 
 private:
+    int differenceAt(Offset offset) const
+    {
+        int sum = 0;
+        for (int y = 0; y < blockSize; ++y) {
+            const std::uint8_t* now = after_.at(left_, top_ + y);
+            const std::uint8_t* then = before_.at(left_ + offset.x, top_ + offset.y + y);
+            for (int x = 0; x < blockSize; ++x)
+                sum += std::abs(now[x] - then[x]);
+        }
+        return sum;
+    }
+
     bool isSameRowAt(Offset offset, int y) const
     {
         return isSameRow(after_.at(left_, top_ + y), before_.at(left_ + offset.x, top_ + offset.y + y));
@@ -123,32 +153,51 @@ private:
     int busiestRow_ = 0;
 };
 
-} // namespace
-
-PictureMotion motionBetween(const I420Picture& before, const I420Picture& after)
+// Calls `look` for a sample of the blocks that look different in the picture after; flat ones are left out.
+template <typename Look>
+void lookAtMoved(const I420Picture& before, const I420Picture& after, const Look& look)
 {
     const Plane from(before);
     const Plane to(after);
     const int step = std::max(after.height() / blockSize / rowsOfBlocks, 1);
     const int columns = (after.width() + blockSize - 1) / blockSize;
-    PictureMotion motion;
-    Offset last; // neighbours move alike
     for (int y = step / 2; y < after.height() / blockSize; y += step) {
         for (int x = step / 2; x < after.width() / blockSize; x += step) {
             if (after.unchangedMacroblocks()[static_cast<std::size_t>(y * columns + x)] != 0)
                 continue;
             const Block block(from, to, x * blockSize, y * blockSize);
-            if (block.isFlat() || block.standsAt({}))
-                continue;
-            ++motion.movedBlocks;
-            const auto offset = block.standsAt(last) ? last : block.find();
-            if (!offset)
-                continue;
-            ++motion.copiedBlocks;
-            last = *offset;
+            if (!block.isFlat() && !block.standsAt({}))
+                look(block);
         }
     }
+}
+
+} // namespace
+
+PictureMotion motionBetween(const I420Picture& before, const I420Picture& after)
+{
+    PictureMotion motion;
+    Offset last; // neighbours move alike
+    lookAtMoved(before, after, [&](const Block& block) {
+        ++motion.movedBlocks;
+        const auto offset = block.standsAt(last) ? last : block.find();
+        if (!offset)
+            return;
+        ++motion.copiedBlocks;
+        last = *offset;
+    });
     return motion;
+}
+
+double likenessOf(const I420Picture& before, const I420Picture& after)
+{
+    double detail = 0;
+    double remainder = 0;
+    lookAtMoved(before, after, [&](const Block& block) {
+        detail += block.detail();
+        remainder += block.remainder();
+    });
+    return detail / std::max(remainder, 1.0);
 }
 
 } // namespace glimto

@@ -21,4 +21,10 @@ struct PictureMotion {
 // `after` is the picture that follows `before`, of the same size. Takes a millisecond or two.
 PictureMotion motionBetween(const I420Picture& before, const I420Picture& after);
 
+// How much more there is in the blocks of that sample than in what is left of them when the most alike ones
+// that stand close by in the picture before are taken away, both as differences of luma: 2 and more in slow
+// zooms, 1 to 1.7 in films and fractals, less where nothing is alike. 0 when nothing moves. Takes some
+// milliseconds.
+double likenessOf(const I420Picture& before, const I420Picture& after);
+
 } // namespace glimto

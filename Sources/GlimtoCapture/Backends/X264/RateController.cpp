@@ -11,6 +11,9 @@ namespace {
 // where everything moves: measured on zooms (12), films (5 to 15), games (2) and fractals (1).
 constexpr double predictionGain = 8;
 constexpr double predictionGainInMotion = 4;
+constexpr double largestPredictionGainInMotion = 10;
+constexpr double usualLikeness = 1.7; // of pictures that are predicted no better than that
+constexpr double gainOfLikeness = 10; // by each unit more
 constexpr double newSceneFactor = 5; // times the usual share: what moves is a new scene once, not twice
 constexpr double firstChangedShare = 0.2;
 constexpr double newSceneGain = 1.6; // what is left of that when something else is shown
@@ -99,8 +102,8 @@ RateController::Plan RateController::plan(const Picture& picture)
         .changedShare = std::clamp(picture.changedMacroblocks / macroblockCount_, 1 / macroblockCount_, 1.0),
         .detail = picture.detail};
     if (picture.kind == PictureKind::keyframe) {
-        plan.quantizer
-            = picture.motionShare > 0 ? beginMotion(plan, picture.motionShare) : quantizerOfKeyframe(plan);
+        plan.quantizer = picture.motionShare > 0 ? beginMotion(plan, picture.motionShare, picture.likeness)
+                                                 : quantizerOfKeyframe(plan);
         if (changeCost_ <= 0)
             expectOfFirst(plan, predictionGain, firstChangedShare);
         return plan;
@@ -122,9 +125,11 @@ void RateController::expectOfFirst(const Plan& plan, double gain, double changed
 
 // The keyframe that opens a moving scene is not much finer than the scene can stay: it would be paid for by
 // the pictures after it.
-int RateController::beginMotion(const Plan& plan, double share)
+int RateController::beginMotion(const Plan& plan, double share, double likeness)
 {
-    expectOfFirst(plan, predictionGainInMotion, share);
+    const double gain = std::clamp(predictionGainInMotion + gainOfLikeness * (likeness - usualLikeness),
+        predictionGainInMotion, largestPredictionGainInMotion);
+    expectOfFirst(plan, gain, share);
     picturesOfScene_ = 0;
     beginsMotion_ = true;
     const double cost = changeCost_ * share * macroblockCount_;

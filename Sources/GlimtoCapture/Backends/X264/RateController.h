@@ -31,6 +31,7 @@ public:
         double detail = 0; // as PictureDetail tells it, of the whole picture; 0
                            // when nobody looked
         double motionShare = 0; // of the picture, how much will move from now on; 0 when unknown
+        double likeness = 0; // as likenessOf() tells it, of the picture and the next one; 0 when unknown
     };
 
     // How a picture shall be encoded.
@@ -81,7 +82,7 @@ private:
     void earn(Seconds sinceLast);
     void spend(std::int64_t bits);
     void expectOfFirst(const Plan& plan, double gain, double changedShare);
-    int beginMotion(const Plan& plan, double share);
+    int beginMotion(const Plan& plan, double share, double likeness);
     void learnCostOfChange(const Plan& plan, double cost);
     int quantizerOfKeyframe(const Plan& plan) const;
     int quantizerOfPredicted(const Plan& plan) const;

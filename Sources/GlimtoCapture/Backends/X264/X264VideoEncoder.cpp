@@ -271,6 +271,7 @@ private:
         if (motionShare > 0) {
             takeOver(pictures, CodingTools::thorough);
             facts.kind = PictureKind::keyframe; // the first one of a coder
+            facts.likeness = likenessOf(picture, picture_);
         }
         RateController::Plan planned = rate_.plan(facts);
         if (motionShare <= 0 && planned.quantizer >= coarseBeginning) {
