@@ -2,13 +2,14 @@
 # Builds what the benchmarks run, runs all that have a peer, and writes what they say: benchmarks.md for people,
 # benchmarks.json for programs.
 #
-#     Benchmarks/run.sh [--quick] [--only name,...] [build folder [results folder]]
+#     Benchmarks/run.sh [--quick] [--runs count] [--only name,...] [build folder [results folder]]
 #
-# The folders are build and build/benchmarks without a word about them. --quick: one short run of each, of some contents. --only: some of
-# picture-720p, picture-1080p, picture-curve, record, faults, screenshot, upload, text, families, programs, wayland. A
-# benchmark that fails, misses a goal of its own or takes more than two hours is named at the end, with status 1; what it
-# said until then is kept, and the others run all the same. Benchmarks/plot.py makes the plots of
-# Documentation/performance.md out of the JSON, Benchmarks/tables.py its tables.
+# The folders are build and build/benchmarks without a word about them. --quick: one short run of each, of some
+# contents. --runs: how many of each, instead of 3. --only: some of picture-720p, picture-1080p, picture-curve, record,
+# faults, screenshot, upload, text, families, programs, wayland. A benchmark that fails, misses a goal of its own or takes
+# more than two hours is named at the end, with status 1; what it said until then is kept, and the others run all the
+# same. Benchmarks/plot.py makes the plots of Documentation/performance.md out of the JSON, Benchmarks/tables.py its
+# tables.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -19,6 +20,10 @@ while [[ ${1:-} == --* ]]; do
     --quick)
         runs=1 seconds=5 pictures=60 pages=1 fault_seconds=5
         some_scenes=(--scenes typing,zoom) some_groups=(--groups "light 12 px,dialogs") some_programs=(--only xmessage)
+        ;;
+    --runs)
+        runs=${2:?"--runs needs a count"}
+        shift
         ;;
     --only)
         only=${2:?"--only needs names"}
