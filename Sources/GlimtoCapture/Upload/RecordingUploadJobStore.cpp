@@ -198,7 +198,12 @@ void RecordingUploadJobStore::checkCancellation() const
 
 bool RecordingUploadJobStore::isCanceled() const
 {
-    return stands(directory_ / cancelMarkerName);
+    return stands(cancelMarker());
+}
+
+fs::path RecordingUploadJobStore::cancelMarker() const
+{
+    return directory_ / cancelMarkerName;
 }
 
 bool RecordingUploadJobStore::hasJob(const fs::path& directory)

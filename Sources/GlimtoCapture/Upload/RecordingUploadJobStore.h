@@ -47,6 +47,7 @@ public:
 
     // Throws TaskCancellationError when the marker is there. Cheap: asked before every request.
     void checkCancellation() const;
+    std::filesystem::path cancelMarker() const;
 
     // "rec_" and 16 random lowercase letters.
     static std::string newRecordingId();

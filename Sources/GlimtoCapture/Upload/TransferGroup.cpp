@@ -51,12 +51,14 @@ struct TransferGroup::Line : std::enable_shared_from_this<Line> {
         std::deque<Result> ended;
         Clock::time_point lastWake;
         bool isCancelled = false;
+        bool isHeldUp = false; // what waits may not follow
     };
 
-    Line(HTTPTransport& sender, UploadCancellation cancels, std::size_t most)
+    Line(HTTPTransport& sender, UploadCancellation cancels, std::size_t most, std::function<bool()> follow)
         : transport(sender)
         , cancellation(std::move(cancels))
         , mostAtOnce(most)
+        , mayFollow(std::move(follow))
     {
     }
 
@@ -120,10 +122,13 @@ struct TransferGroup::Line : std::enable_shared_from_this<Line> {
         std::optional<Waiting> following;
         Transfers::node_type ended; // let go of outside of the lock
         bool mustWake = true;
+        const bool hasSucceeded = isSuccess(result.response, result.error);
+        const bool isHeldUp = hasSucceeded && !mayFollow();
         cancellation.with([&] {
             ended = state.transfers.extract(result.index);
             --state.countOnTheirWay;
-            const bool goesOn = isSuccess(result.response, result.error) && !state.isCancelled;
+            state.isHeldUp = state.isHeldUp || isHeldUp;
+            const bool goesOn = hasSucceeded && !state.isCancelled && !state.isHeldUp;
             state.ended.push_back(std::move(result));
             if (goesOn)
                 following = takeFirst();
@@ -159,13 +164,14 @@ struct TransferGroup::Line : std::enable_shared_from_this<Line> {
     HTTPTransport& transport;
     const UploadCancellation cancellation;
     const std::size_t mostAtOnce;
+    const std::function<bool()> mayFollow;
     State state;
 };
 
-TransferGroup::TransferGroup(
-    HTTPTransport& transport, UploadCancellation cancellation, std::size_t mostAtOnce)
+TransferGroup::TransferGroup(HTTPTransport& transport, UploadCancellation cancellation,
+    std::size_t mostAtOnce, std::function<bool()> mayFollow)
     : cancellation_(std::move(cancellation))
-    , line_(std::make_shared<Line>(transport, cancellation_, mostAtOnce))
+    , line_(std::make_shared<Line>(transport, cancellation_, mostAtOnce, std::move(mayFollow)))
 {
 }
 
@@ -190,11 +196,14 @@ TransferGroup::Result TransferGroup::next()
 {
     if (ended_.empty()) {
         const auto hasEnded = [this] { return !line_->state.ended.empty(); };
+        const auto isOver = [&] { return hasEnded() || line_->state.isHeldUp; };
         if (!isDraining_)
-            cancellation_.waitUntil(hasEnded);
+            cancellation_.waitUntil(isOver);
         else if (!cancellation_.waitInAnyCase(hasEnded, patience))
             throw TaskCancellationError();
         cancellation_.with([&] { ended_.swap(line_->state.ended); });
+        if (ended_.empty())
+            throw TaskCancellationError();
     }
     Result result = std::move(ended_.front());
     ended_.pop_front();

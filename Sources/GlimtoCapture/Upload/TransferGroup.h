@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <deque>
 #include <exception>
+#include <functional>
 #include <memory>
 
 #include "Platform/HTTPTransport.h"
@@ -22,8 +23,12 @@ public:
         std::exception_ptr error; // null when there is a response
     };
 
-    // `transport` outlives the group.
-    TransferGroup(HTTPTransport& transport, UploadCancellation cancellation, std::size_t mostAtOnce);
+    // `transport` outlives the group. `mayFollow` is asked on its threads before a request that waited
+    // begins, must neither block nor throw, and may be asked after the group is gone; when it says no, none
+    // begins any more.
+    TransferGroup(
+        HTTPTransport& transport, UploadCancellation cancellation, std::size_t mostAtOnce,
+        std::function<bool()> mayFollow = [] { return true; });
     ~TransferGroup();
     TransferGroup(const TransferGroup&) = delete;
     TransferGroup& operator=(const TransferGroup&) = delete;
@@ -38,8 +43,9 @@ public:
     // Requests whose end was not told yet.
     std::size_t count() const { return count_; }
 
-    // Waits until one request has ended. There must be one. Throws as soon as the upload is cancelled. A
-    // success of many in a row may be told some milliseconds late.
+    // Waits until one request has ended. There must be one. Throws TaskCancellationError as soon as the
+    // upload is cancelled, and when the next one waits and may not follow. A success of many in a row may be
+    // told some milliseconds late.
     Result next();
 
     // Cancels everything, and forgets what waits. next() then returns how each of the others has ended, and

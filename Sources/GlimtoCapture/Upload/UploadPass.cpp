@@ -8,6 +8,7 @@
 
 #include "Support/Errors.h"
 #include "Support/JSONText.h"
+#include "Support/Paths.h"
 #include "Support/Text.h"
 #include "Upload/TaskCancellationError.h"
 
@@ -34,7 +35,8 @@ UploadPass::UploadPass(const std::vector<UploadArtifact>& artifacts, const std::
     , job_(job)
     , services_(services)
     , state_(state)
-    , transfers_(services.transport, cancellation, mostAtOnce)
+    , transfers_(services.transport, cancellation, mostAtOnce,
+          [marker = job.cancelMarker()] { return !stands(marker); })
 {
 }
 

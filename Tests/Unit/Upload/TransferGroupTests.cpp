@@ -55,6 +55,30 @@ TEST_F(TransferGroupTests, WhatWaitsFollowsWithoutBeingAskedFor)
     EXPECT_EQ(group.count(), 0U);
 }
 
+TEST_F(TransferGroupTests, NothingFollowsOnceItMayNot)
+{
+    bool mayFollow = true;
+    TransferGroup strict(transport, cancellation, 2, [&] { return mayFollow; });
+    for (std::size_t index = 0; index < 6; ++index) {
+        HTTPRequest request;
+        request.method = "PUT";
+        request.body = "a";
+        strict.add(index, std::move(request), 1);
+    }
+    transport.releaseOne();
+    EXPECT_EQ(transport.requests().size(), 3U);
+    mayFollow = false;
+    transport.releaseOne();
+    mayFollow = true;
+    transport.releaseOne();
+    EXPECT_EQ(transport.requests().size(), 3U);
+    for (const std::size_t index : {0, 1, 2})
+        EXPECT_EQ(strict.next().index, index);
+    EXPECT_THROW(strict.next(), TaskCancellationError);
+    strict.cancelAll();
+    EXPECT_EQ(strict.count(), 0U);
+}
+
 TEST_F(TransferGroupTests, NothingFollowsAFailureByItself)
 {
     for (const char* body : {"refused", "broken", "c", "d"})
