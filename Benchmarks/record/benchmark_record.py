@@ -20,7 +20,8 @@ import traceback
 
 import recording_tables
 from contents import CONTENTS
-from picture_quality import quality
+from picture_quality import left_out, likeness, picture_numbers
+from picture_vmaf import vmaf
 from recorders import measure, our_command, peer_command, playlist_of
 from stage import Missing, opened
 
@@ -60,6 +61,12 @@ def compare(content, options, folder):
         if pictures:
             result[recorder].update(quality(playlist_of(take), pictures, folder))
     return result
+
+
+def quality(playlist, pictures, folder):
+    numbers = picture_numbers(playlist, pictures)
+    return {**left_out(numbers, pictures.period), **likeness(playlist, numbers, pictures, folder),
+            **vmaf(playlist, numbers, pictures, folder)}
 
 
 def facts(content):

@@ -26,6 +26,12 @@ def gaps(numbers, period):
     return [step - 1 for step in steps if step > 0]
 
 
+def of_drawn(pictures):
+    """What tells ffmpeg to read pictures as they were drawn from its standard input."""
+    return ["-f", "rawvideo", "-pix_fmt", pictures.pixel_format, "-video_size", f"{pictures.width}x{pictures.height}",
+            "-i", "pipe:0"]
+
+
 def likeness(playlist, numbers, pictures, folder):
     """SSIM and PSNR of luma of some frames against the pictures as they were drawn: mean and worst one."""
     step = max(math.ceil(len(numbers) / MOST_COMPARED), 1)
@@ -36,8 +42,7 @@ def likeness(playlist, numbers, pictures, folder):
              f"[1:v]select='not(mod(n,{step}))',settb=1/30,setpts=N,{crop}:{pictures.left}:{pictures.top + MARKER_SIZE},"
              f"extractplanes=y,split[shown1][shown2];[shown1][drawn1]ssim=stats_file={ssim}[one];"
              f"[shown2][drawn2]psnr=stats_file={psnr}[two]")
-    command = ["ffmpeg", "-v", "error", "-f", "rawvideo", "-pix_fmt", pictures.pixel_format, "-video_size",
-               f"{pictures.width}x{pictures.height}", "-i", "pipe:0", "-i", str(playlist), "-lavfi", graph]
+    command = ["ffmpeg", "-v", "error", *of_drawn(pictures), "-i", str(playlist), "-lavfi", graph]
     for output in ("[one]", "[two]"):
         command += ["-map", output, "-fps_mode", "passthrough", "-f", "null", "-"]
     with subprocess.Popen(command, stdin=subprocess.PIPE) as process:
@@ -57,9 +62,7 @@ def decibels(error):
     return 99.0 if error <= 0 else min(10 * math.log10(255 * 255 / error), 99.0)
 
 
-def quality(playlist, pictures, folder):
-    """How many pictures were left out, the longest gap, and the likeness of the others."""
-    numbers = picture_numbers(playlist, pictures)
-    left_out = gaps(numbers, pictures.period)
-    return {"pictures": len(left_out) + 1 + sum(left_out), "lost": sum(left_out), "longestGap": max(left_out, default=0),
-            **likeness(playlist, numbers, pictures, folder)}
+def left_out(numbers, period):
+    """How many pictures there were, how many of them were left out, and the longest gap."""
+    found = gaps(numbers, period)
+    return {"pictures": len(found) + 1 + sum(found), "lost": sum(found), "longestGap": max(found, default=0)}

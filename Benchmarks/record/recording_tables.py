@@ -4,6 +4,9 @@ COST_HEAD = """| content | glimto-capture | ffmpeg | ratio | goal | kbit/s | X s
 |---|---|---|---|---|---|---|---|"""
 PICTURE_HEAD = """| content | SSIM, ours : peer | worst picture | PSNR, dB | worst picture | lost, ours : peer | longest gap |
 |---|---|---|---|---|---|---|"""
+VMAF_HEAD = """ VMAF | worst picture |
+---|---|"""
+NO_VMAF = "VMAF was not measured: there was no `vmaf` tool."
 LARGE_HEAD = """| content | glimto-capture | of the same at 1080p | goal |
 |---|---|---|---|"""
 
@@ -37,9 +40,20 @@ def picture_row(pair):
             f"| {both(pair, 'worstPSNR', 1)} | {lost} | {both(pair, 'longestGap', 0)} |")
 
 
+def vmaf_cells(pair):
+    """What a row of pictures ends with when some were judged by VMAF."""
+    if "vmaf" not in pair["ours"]:
+        return " | |"
+    return f" {both(pair, 'vmaf', 1)} | {both(pair, 'worstVMAF', 1)} |"
+
+
 def large_row(pair, small):
     return (f"| {pair['title']} | {with_spread(pair['ours'])} | {pair['ours']['cpu'] / small['ours']['cpu']:.2f} "
             f"| {pair['ofSmallGoal']:.1f} |")
+
+
+def beside(head, more):
+    return "\n".join(one + other for one, other in zip(head.splitlines(), more.splitlines()))
 
 
 def table(head, rows):
@@ -52,7 +66,12 @@ def cost_table(figures):
 
 
 def picture_table(figures):
-    return table(PICTURE_HEAD, [picture_row(pair) for pair in figures.values() if "ssim" in pair["ours"]])
+    known = [pair for pair in figures.values() if "ssim" in pair["ours"]]
+    if not known:
+        return ""
+    if not any("vmaf" in pair["ours"] for pair in known):
+        return table(PICTURE_HEAD, map(picture_row, known)) + "\n\n" + NO_VMAF
+    return table(beside(PICTURE_HEAD, VMAF_HEAD), [picture_row(pair) + vmaf_cells(pair) for pair in known])
 
 
 def large_table(figures):
