@@ -21,11 +21,12 @@ namespace {
 
 constexpr std::chrono::seconds firstFrameTimeout(8);
 
-// Fonts take as long to load as the screen takes to be looked at, so the watermark has a thread of its own.
+// Fonts that have to be loaded take as long as the screen takes to be looked at, so the watermark has a thread
+// of its own.
 class WatermarkQueue {
 public:
-    explicit WatermarkQueue(const Service<TextDrawing>& textDrawing)
-        : watermark_(textDrawing)
+    WatermarkQueue(const Service<TextDrawing>& textDrawing, const ProcessEnvironment& process)
+        : watermark_(textDrawing, WatermarkCache(process))
         , queue_("glimto.capture.screenshot.watermark")
     {
     }
@@ -87,7 +88,7 @@ ScreenshotMetadataJSON ScreenshotCapturer::capture(const ScreenshotOptions& opti
     std::optional<WatermarkQueue> watermark;
     if (options.applyWatermark) {
         const auto& crop = target.pixelCropRect;
-        watermark.emplace(services_.textDrawing);
+        watermark.emplace(services_.textDrawing, services_.process);
         watermark->prepare(
             crop ? crop->width : target.source.width, crop ? crop->height : target.source.height);
     }

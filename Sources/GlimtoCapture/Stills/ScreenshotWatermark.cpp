@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "Options/ScreenshotOptions.h"
 #include "Support/Errors.h"
@@ -13,18 +14,18 @@ namespace {
 constexpr double smallestFontSize = 14; // pixels
 constexpr double largestFontSize = 32;
 
-constexpr TextStyle style = {.gray = 1.0,
-    .alpha = 0.9,
-    .shadowOffsetX = 0,
-    .shadowOffsetY = 1,
-    .shadowBlur = 1,
-    .shadowGray = 0,
-    .shadowAlpha = 0.65};
+constexpr double white = 1;
+constexpr double textAlpha = 0.9;
+constexpr double black = 0;
+constexpr double shadowAlpha = 0.65;
+constexpr int shadowOffset = 1; // pixels down
+constexpr double shadowBlur = 1; // radius in pixels
 
 } // namespace
 
-ScreenshotWatermark::ScreenshotWatermark(const Service<TextDrawing>& textDrawing)
+ScreenshotWatermark::ScreenshotWatermark(const Service<TextDrawing>& textDrawing, WatermarkCache cache)
     : textDrawing_(textDrawing)
+    , cache_(std::move(cache))
 {
 }
 
@@ -58,45 +59,44 @@ void ScreenshotWatermark::apply(PixelCanvas& image) noexcept
     }
 }
 
-TextLine* ScreenshotWatermark::line(double fontSize)
+const std::optional<TextLine>& ScreenshotWatermark::line(double fontSize)
 {
     if (lineFontSize_ == fontSize)
-        return line_.get();
+        return line_;
     lineFontSize_ = fontSize;
+    line_ = cache_.find(fontSize);
+    if (line_)
+        return line_;
     try {
-        line_ = textDrawing_.get().makeLine(watermarkText,
+        line_ = textDrawing_.get().setLine(watermarkText,
             {.family = TextFont::Family::systemUI, .weight = TextFont::Weight::medium, .size = fontSize});
     } catch (const PlatformError&) {
-        line_ = nullptr; // no fonts, or nothing that draws them
+        // Nothing that draws text is installed.
     }
-    return line_.get();
+    if (line_)
+        cache_.keep(fontSize, *line_);
+    return line_;
 }
 
-// The text is drawn into a copy of the corner that it lies in, so that a failure leaves the picture whole and
-// most of it need not be copied.
 void ScreenshotWatermark::draw(PixelCanvas& image)
 {
     const double size = fontSize(image.width, image.height);
-    TextLine* text = line(size);
+    const auto& text = line(size);
     if (!text)
         return;
     const double space = margin(size);
     const double width = image.width;
     const double height = image.height;
-    const bool isTooWide = 2 * space + text->width() > width / 2;
-    const bool isTooHigh = 2 * space + text->ascent() + text->descent() > height / 3;
+    const bool isTooWide = 2 * space + text->width > width / 2;
+    const bool isTooHigh = 2 * space + text->ascent + text->descent > height / 3;
     if (isTooWide || isTooHigh)
         return;
-    const double x = std::round(width - space - text->width());
-    const double baseline = height - std::round(space + text->descent());
-
-    // Shadow and letters reach out of the typographic bounds by less than the size of the font.
-    const int left = std::max(0, static_cast<int>(std::floor(x - size)));
-    const int top = std::max(0, static_cast<int>(std::floor(baseline - text->ascent() - size)));
-    const PixelCanvas corner = image.part({left, top, image.width - left, image.height - top});
-    const PixelCanvas drawn = copyOf(corner, corner.format);
-    if (text->draw(drawn, x - left, baseline - top, style))
-        convertPixels(drawn, corner);
+    const int x = static_cast<int>(std::round(width - space - text->width));
+    const int baseline = image.height - static_cast<int>(std::round(space + text->descent));
+    const CoverageMask letters = text->coverage.moved(x, baseline);
+    const CoverageMask shadow = letters.moved(0, shadowOffset).blurred(shadowBlur);
+    shadow.paint(image, black, shadowAlpha);
+    letters.paint(image, white, textAlpha);
 }
 
 } // namespace glimto

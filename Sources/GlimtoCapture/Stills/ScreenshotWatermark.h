@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
-#include <string>
+#include <optional>
 
+#include "Platform/PixelBuffer.h"
 #include "Platform/Service.h"
 #include "Platform/TextDrawing.h"
-#include "Platform/PixelBuffer.h"
+#include "Stills/WatermarkCache.h"
 
 namespace glimto {
 
@@ -13,8 +13,8 @@ namespace glimto {
 // that is.
 class ScreenshotWatermark {
 public:
-    // `textDrawing` outlives this object.
-    explicit ScreenshotWatermark(const Service<TextDrawing>& textDrawing);
+    // `textDrawing` outlives this object; it is asked for what `cache` does not have.
+    ScreenshotWatermark(const Service<TextDrawing>& textDrawing, WatermarkCache cache);
 
     // Pixels, for a picture of that size; whole numbers.
     //
@@ -31,11 +31,12 @@ public:
     void apply(PixelCanvas& image) noexcept;
 
 private:
-    TextLine* line(double fontSize);
+    const std::optional<TextLine>& line(double fontSize);
     void draw(PixelCanvas& image);
 
     const Service<TextDrawing> textDrawing_;
-    std::unique_ptr<TextLine> line_; // in lineFontSize_; may be null
+    const WatermarkCache cache_;
+    std::optional<TextLine> line_; // in lineFontSize_; absent without a font
     double lineFontSize_ = 0;
 };
 

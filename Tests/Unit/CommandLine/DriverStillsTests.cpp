@@ -59,9 +59,9 @@ TEST_F(DriverStillsTests, AScreenshotIsToldInJSONInstead)
 TEST_F(DriverStillsTests, AScreenshotHasAWatermarkUnlessItIsSwitchedOff)
 {
     EXPECT_EQ(screenshot(), 0);
-    EXPECT_EQ(stills.textDrawing.drawn.size(), 1U);
+    EXPECT_EQ(stills.textDrawing.fonts.size(), 1U);
     EXPECT_EQ(screenshot({"--no-watermark"}), 0);
-    EXPECT_EQ(stills.textDrawing.drawn.size(), 1U);
+    EXPECT_EQ(stills.textDrawing.fonts.size(), 1U);
 }
 
 TEST_F(DriverStillsTests, AScreenshotIsCopiedRevealedAndOpenedAsAsked)

@@ -1,11 +1,13 @@
 #include "Stills/ScreenshotWatermark.h"
 
-#include <algorithm>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "Fakes/FakeProcessEnvironment.h"
 #include "Fakes/FakeStillCapture.h"
 #include "Fakes/FakeTextDrawing.h"
+#include "Fakes/TemporaryDirectory.h"
 #include "Stills/ScreenshotImage.h"
 
 namespace glimto {
@@ -20,16 +22,29 @@ protected:
     }
 
     // Whether a picture of that size gets a watermark from `drawing`; it stays as it is otherwise.
-    static bool isDrawn(const Service<TextDrawing>& drawing, int width, int height)
+    bool isDrawn(const Service<TextDrawing>& drawing, int width, int height) const
     {
         auto image = fakePicture(width, height, 7);
-        ScreenshotWatermark(drawing).apply(image);
-        const auto size = image.bytesPerRow * static_cast<std::size_t>(height);
-        return std::any_of(image.bytes, image.bytes + size, [](std::uint8_t value) { return value != 7; });
+        ScreenshotWatermark(drawing, WatermarkCache(process)).apply(image);
+        return changed(image) != PixelRect();
     }
 
+    // The smallest rectangle around the pixels that are not as the picture's first one.
+    static PixelRect changed(const PixelCanvas& image)
+    {
+        PixelRect rect;
+        for (int y = 0; y < image.height; ++y) {
+            for (int x = 0; x < image.width; ++x) {
+                if (image.pixelAt(x, y)[0] != image.bytes[0])
+                    rect = boundingRect(rect, {x, y, 1, 1});
+            }
+        }
+        return rect;
+    }
+
+    FakeProcessEnvironment process; // has no directory for caches
     FakeTextDrawing textDrawing;
-    ScreenshotWatermark watermark{textDrawing};
+    ScreenshotWatermark watermark{textDrawing, WatermarkCache(process)};
 };
 
 TEST_F(ScreenshotWatermarkTests, FontSizeFollowsTheShorterSideWithinLimits)
@@ -65,39 +80,41 @@ TEST_F(ScreenshotWatermarkTests, StandsInTheBottomRightCornerWithAMargin)
 {
     textDrawing.width = 90.4;
     textDrawing.descent = 4.6;
-    auto image = fakePicture(1920, 1080, 7);
+    auto image = fakePicture(1920, 1080, 200);
     watermark.apply(image);
-    // 1920 - 14 - 90.4 = 1815.6, and 14 + 4.6 = 18.6 from below.
-    const std::size_t at = (1080 - 19) * image.bytesPerRow + 4 * 1816;
-    EXPECT_EQ(image.bytes[at], 255);
-    image.bytes[at] = image.bytes[at + 1] = image.bytes[at + 2] = 7;
-    EXPECT_TRUE(std::all_of(image.bytes, image.bytes + std::size_t(4) * 1920 * 1080,
-        [](std::uint8_t value) { return value == 7; }));
+    // 1920 - 14 - 90.4 = 1815.6, and 14 + 4.6 = 18.6 from below. The shadow lies one pixel below and reaches
+    // one around.
+    EXPECT_GT(image.pixelAt(1816, 1080 - 19)[0], 240);
+    EXPECT_EQ(changed(image), (PixelRect{1815, 1080 - 19, 3, 3}));
 }
 
 TEST_F(ScreenshotWatermarkTests, StandsInTheCornerOfAPart)
 {
-    auto whole = fakePicture(1000, 800, 7);
+    auto whole = fakePicture(1000, 800, 200);
     auto part = croppedImage(whole, {100, 100, 400, 300});
     watermark.apply(part);
-    const std::size_t at = (100 + 300 - 15) * whole.bytesPerRow + 4 * (100 + 400 - 11 - 80);
-    EXPECT_EQ(whole.bytes[at], 255);
-    whole.bytes[at] = whole.bytes[at + 1] = whole.bytes[at + 2] = 7;
-    EXPECT_TRUE(std::all_of(whole.bytes, whole.bytes + std::size_t(4) * 1000 * 800,
-        [](std::uint8_t value) { return value == 7; }));
+    EXPECT_EQ(changed(whole), (PixelRect{100 + 400 - 11 - 80 - 1, 100 + 300 - 15, 3, 3}));
 }
 
-TEST_F(ScreenshotWatermarkTests, IsNearlyWhiteWithADarkShadowBelow)
+TEST_F(ScreenshotWatermarkTests, IsNearlyWhiteWithADarkSoftShadowBelow)
 {
-    apply(1920, 1080);
-    const TextStyle& style = textDrawing.drawn.at(0).style;
-    EXPECT_EQ(style.gray, 1.0);
-    EXPECT_EQ(style.alpha, 0.9);
-    EXPECT_EQ(style.shadowOffsetX, 0);
-    EXPECT_EQ(style.shadowOffsetY, 1);
-    EXPECT_EQ(style.shadowBlur, 1);
-    EXPECT_EQ(style.shadowGray, 0);
-    EXPECT_EQ(style.shadowAlpha, 0.65);
+    auto image = fakePicture(400, 300, 200);
+    watermark.apply(image);
+    const int x = 400 - 11 - 80;
+    const int y = 300 - 15;
+    const auto channels = [&](int right, int down) {
+        const std::uint8_t* const pixel = image.pixelAt(x + right, y + down);
+        return std::vector<int>(pixel, pixel + 3);
+    };
+    const auto gray = [](int value) { return std::vector<int>(3, value); };
+    // Blurred, the shadow covers 158 of 255 in its middle and 21 beside it.
+    EXPECT_EQ(channels(0, 1), gray(119));
+    EXPECT_EQ(channels(1, 1), gray(189));
+    EXPECT_EQ(channels(-1, 1), gray(189));
+    EXPECT_EQ(channels(0, 2), gray(189));
+    // The letter, over the shadow's upper edge.
+    EXPECT_EQ(channels(0, 0), gray(248));
+    EXPECT_EQ(channels(0, -1), gray(200));
 }
 
 TEST_F(ScreenshotWatermarkTests, MayTakeHalfOfTheWidthAndNoMore)
@@ -108,7 +125,6 @@ TEST_F(ScreenshotWatermarkTests, MayTakeHalfOfTheWidthAndNoMore)
     EXPECT_TRUE(isDrawn(textDrawing, 100, 100));
     textDrawing.width = 50 - 22 + 0.01;
     EXPECT_FALSE(isDrawn(textDrawing, 100, 100));
-    EXPECT_EQ(textDrawing.drawn.size(), 1U);
 }
 
 TEST_F(ScreenshotWatermarkTests, MayTakeAThirdOfTheHeightAndNoMore)
@@ -134,13 +150,6 @@ TEST_F(ScreenshotWatermarkTests, APictureStaysAsItIsWithoutTheModuleThatDraws)
     EXPECT_FALSE(isDrawn(missing, 400, 300));
 }
 
-TEST_F(ScreenshotWatermarkTests, APictureStaysAsItIsWhenDrawingFails)
-{
-    textDrawing.drawsWell = false;
-    EXPECT_FALSE(isDrawn(textDrawing, 400, 300));
-    EXPECT_EQ(textDrawing.drawn.size(), 1U);
-}
-
 TEST_F(ScreenshotWatermarkTests, AnEmptyPictureStaysAsItIs)
 {
     apply(0, 300);
@@ -160,6 +169,18 @@ TEST_F(ScreenshotWatermarkTests, ATextPreparedForAnotherSizeIsNot)
     apply(1920, 1080);
     ASSERT_EQ(textDrawing.fonts.size(), 2U);
     EXPECT_EQ(textDrawing.fonts.back().size, 19);
+}
+
+TEST_F(ScreenshotWatermarkTests, ATextThatIsKeptIsNotSetAgain)
+{
+    const TemporaryDirectory directory;
+    process.caches = directory.path();
+    textDrawing.files = {"/nonexistent/font"};
+    EXPECT_TRUE(isDrawn(textDrawing, 400, 300));
+    EXPECT_TRUE(isDrawn(textDrawing, 400, 300));
+    EXPECT_EQ(textDrawing.fonts.size(), 1U);
+    EXPECT_TRUE(isDrawn(textDrawing, 1920, 1080));
+    EXPECT_EQ(textDrawing.fonts.size(), 2U);
 }
 
 } // namespace

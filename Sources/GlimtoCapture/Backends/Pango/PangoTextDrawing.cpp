@@ -1,16 +1,17 @@
 #include "Backends/Pango/PangoTextDrawing.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <exception>
+#include <memory>
 #include <mutex>
-#include <new>
 #include <utility>
 
 #include <fontconfig/fontconfig.h>
 #include <pango/pangocairo.h>
 
-#include "Backends/Pango/CoverageMask.h"
+#include "Backends/Pango/FontSources.h"
+#include "Platform/Geometry.h"
 
 namespace glimto {
 
@@ -95,91 +96,55 @@ PangoHandle<PangoContext> makeContext()
     return context;
 }
 
-class PangoTextLine final : public TextLine {
-public:
-    PangoTextLine(PangoHandle<PangoContext> context, PangoHandle<PangoLayout> layout)
-        : context_(std::move(context))
-        , layout_(std::move(layout))
-    {
-        PangoRectangle ink{};
-        PangoRectangle logical{};
-        pango_layout_line_get_extents(line(), &ink, &logical);
-        width_ = pixels(logical.width);
-        // The logical rectangle is as high as the font, whatever the letters. Asking for the font's metrics
-        // instead would set a whole sample text.
-        ascent_ = pixels(-logical.y);
-        descent_ = pixels(logical.y + logical.height);
-        ink_ = {pixels(ink.x), pixels(ink.y), pixels(ink.width), pixels(ink.height)};
-    }
-
-    double width() const override { return width_; }
-    double ascent() const override { return ascent_; }
-    double descent() const override { return descent_; }
-
-    bool draw(const PixelCanvas& canvas, double x, double baseline, const TextStyle& style) override
-    {
-        try {
-            const CoverageMask text = mask(x, baseline);
-            if (style.shadowAlpha > 0) {
-                const CoverageMask shadow
-                    = mask(x + style.shadowOffsetX, baseline + style.shadowOffsetY).blurred(style.shadowBlur);
-                shadow.paint(canvas, style.shadowGray, style.shadowAlpha);
-            }
-            text.paint(canvas, style.gray, style.alpha);
-            return true;
-        } catch (const DrawingFailed&) {
-        } catch (const std::bad_alloc&) {
-        }
-        return false;
-    }
-
-private:
-    struct DrawingFailed { };
-
-    PangoLayoutLine* line() const { return pango_layout_get_line_readonly(layout_.get(), 0); }
-
-    // What the line covers when its baseline starts at (`x`, `baseline`) of a canvas.
-    CoverageMask mask(double x, double baseline) const
-    {
-        // One pixel more on each side, for what antialiasing adds.
-        const int left = static_cast<int>(std::floor(x + ink_.x)) - 1;
-        const int top = static_cast<int>(std::floor(baseline + ink_.y)) - 1;
-        const int width = static_cast<int>(std::ceil(x + ink_.x + ink_.width)) + 1 - left;
-        const int height = static_cast<int>(std::ceil(baseline + ink_.y + ink_.height)) + 1 - top;
-        const PangoHandle<cairo_surface_t> surface(
-            cairo_image_surface_create(CAIRO_FORMAT_A8, width, height));
-        const PangoHandle<cairo_t> context(cairo_create(surface.get()));
-        cairo_move_to(context.get(), x - left, baseline - top);
-        pango_cairo_show_layout_line(context.get(), line());
-        cairo_surface_flush(surface.get());
-        if (cairo_status(context.get()) != CAIRO_STATUS_SUCCESS)
-            throw DrawingFailed();
-        return CoverageMask::copied({left, top, width, height}, cairo_image_surface_get_data(surface.get()),
-            static_cast<std::size_t>(cairo_image_surface_get_stride(surface.get())));
-    }
-
-    PangoHandle<PangoContext> context_;
-    PangoHandle<PangoLayout> layout_;
-    double width_ = 0;
-    double ascent_ = 0;
-    double descent_ = 0;
-    Rect ink_; // relative to the baseline's start
-};
+// What the line covers when its baseline starts at (0, 0). `ink` is what it draws in.
+std::optional<CoverageMask> coverageOf(PangoLayoutLine* line, const Rect& ink)
+{
+    // One pixel more on each side, for what antialiasing adds.
+    const int left = static_cast<int>(std::floor(ink.x)) - 1;
+    const int top = static_cast<int>(std::floor(ink.y)) - 1;
+    const int width = static_cast<int>(std::ceil(ink.maxX())) + 1 - left;
+    const int height = static_cast<int>(std::ceil(ink.maxY())) + 1 - top;
+    const PangoHandle<cairo_surface_t> surface(cairo_image_surface_create(CAIRO_FORMAT_A8, width, height));
+    const PangoHandle<cairo_t> context(cairo_create(surface.get()));
+    cairo_move_to(context.get(), -left, -top);
+    pango_cairo_show_layout_line(context.get(), line);
+    cairo_surface_flush(surface.get());
+    if (cairo_status(context.get()) != CAIRO_STATUS_SUCCESS)
+        return std::nullopt;
+    return CoverageMask::copied({left, top, width, height}, cairo_image_surface_get_data(surface.get()),
+        static_cast<std::size_t>(cairo_image_surface_get_stride(surface.get())));
+}
 
 } // namespace
 
-std::unique_ptr<TextLine> PangoTextDrawing::makeLine(const std::string& text, const TextFont& font)
-{
+std::optional<TextLine> PangoTextDrawing::setLine(const std::string& text, const TextFont& font)
+try {
     const QuietLibraries quiet;
     if (!(font.size > 0) || !std::isfinite(font.size) || !hasFonts())
-        return nullptr;
-    auto context = makeContext();
+        return std::nullopt;
+    const auto context = makeContext();
     const auto description = descriptionOf(font);
     PangoHandle<PangoLayout> layout(pango_layout_new(context.get()));
     pango_layout_set_single_paragraph_mode(layout.get(), TRUE);
     pango_layout_set_font_description(layout.get(), description.get());
     pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
-    return std::make_unique<PangoTextLine>(std::move(context), std::move(layout));
+    PangoLayoutLine* const line = pango_layout_get_line_readonly(layout.get(), 0);
+    PangoRectangle ink{};
+    PangoRectangle logical{};
+    pango_layout_line_get_extents(line, &ink, &logical);
+    auto coverage = coverageOf(line, {pixels(ink.x), pixels(ink.y), pixels(ink.width), pixels(ink.height)});
+    if (!coverage)
+        return std::nullopt;
+    // The logical rectangle is as high as the font, whatever the letters. Asking for the font's metrics
+    // instead would set a whole sample text.
+    return TextLine{.width = pixels(logical.width),
+        .ascent = pixels(-logical.y),
+        .descent = pixels(logical.y + logical.height),
+        .coverage = std::move(*coverage),
+        .files = filesBehind(line),
+        .variables = variablesOfFonts()};
+} catch (const std::exception&) {
+    return std::nullopt; // no memory
 }
 
 } // namespace glimto

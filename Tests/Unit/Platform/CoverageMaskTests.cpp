@@ -1,4 +1,4 @@
-#include "Backends/Pango/CoverageMask.h"
+#include "Platform/CoverageMask.h"
 
 #include <vector>
 
@@ -58,6 +58,14 @@ TEST(CoverageMaskTests, NoRadiusIsNoBlur)
     const auto mask = CoverageMask::copied({5, 6, 1, 1}, &covered, 1).blurred(0);
     EXPECT_EQ(mask.rect(), (PixelRect{5, 6, 1, 1}));
     EXPECT_EQ(mask.at(0, 0), 33);
+}
+
+TEST(CoverageMaskTests, CanBeMoved)
+{
+    const std::vector<std::uint8_t> covered = {1, 2};
+    const auto mask = CoverageMask::copied({5, 6, 2, 1}, covered.data(), 2).moved(3, -7);
+    EXPECT_EQ(mask.rect(), (PixelRect{8, -1, 2, 1}));
+    EXPECT_EQ(std::vector<std::uint8_t>(mask.values().begin(), mask.values().end()), covered);
 }
 
 } // namespace

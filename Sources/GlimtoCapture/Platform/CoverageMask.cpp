@@ -1,4 +1,4 @@
-#include "Backends/Pango/CoverageMask.h"
+#include "Platform/CoverageMask.h"
 
 #include <algorithm>
 #include <cmath>
@@ -62,6 +62,14 @@ std::size_t CoverageMask::index(int column, int row) const
 {
     return static_cast<std::size_t>(row) * static_cast<std::size_t>(rect_.width)
         + static_cast<std::size_t>(column);
+}
+
+CoverageMask CoverageMask::moved(int right, int down) const
+{
+    CoverageMask mask = *this;
+    mask.rect_.x += right;
+    mask.rect_.y += down;
+    return mask;
 }
 
 CoverageMask CoverageMask::blurred(double radius) const
