@@ -17,7 +17,7 @@ build=(build-essential cmake ninja-build pkg-config ccache
     libxcb-composite0-dev libxcb-render0-dev libxcb-res0-dev libxcb-shape0-dev libxcb-xinput-dev
     libxcb-record0-dev libxcb-xtest0-dev libwayland-dev libwayland-bin wayland-protocols
     libpipewire-0.3-dev libsystemd-dev
-    libpulse-dev libyuv-dev libturbojpeg0-dev libdeflate-dev libspng-dev libcairo2-dev
+    libpulse-dev libyuv-dev libturbojpeg0-dev libdeflate-dev libspng-dev zlib1g-dev libcairo2-dev
     libpango1.0-dev libfontconfig-dev
     nlohmann-json3-dev libssl-dev libcurl4-openssl-dev libicu-dev
     libtesseract-dev libleptonica-dev

@@ -6,7 +6,7 @@ pkgs.stdenv.mkDerivation {
   src = pkgs.lib.cleanSource ../..;
   nativeBuildInputs = with pkgs; [ cmake ninja pkg-config wayland-scanner ];
   buildInputs = with pkgs; [
-    ffmpeg x264 xorg.libxcb libyuv libjpeg_turbo libdeflate libspng nlohmann_json openssl pango cairo fontconfig
+    ffmpeg x264 xorg.libxcb libyuv libjpeg_turbo libdeflate libspng zlib nlohmann_json openssl pango cairo fontconfig
     wayland wayland-protocols pipewire systemd libpulseaudio curl icu tesseract leptonica httplib
   ];
   cmakeFlags = [ "-DGLIMTO_TESTS=OFF" "-DGLIMTO_BENCHMARKS=OFF" ];

@@ -6,8 +6,8 @@ namespace glimto {
 
 // PNG, written with libdeflate and read with libspng.
 //
-// Pictures of screens are written with one cheap filter a row and a fast match finder: smaller files than
-// libpng's fast levels give, in less than half of their time.
+// Pictures of screens are written with one cheap filter a row and a fast match finder, photos without one:
+// smaller files than libpng's fast levels give, in less than half of their time.
 class DeflatePNGCodec final : public PNGCodec {
 public:
     std::vector<std::byte> encode(const PixelBuffer& pixels) override;
