@@ -14,6 +14,7 @@ import sys
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent / "record"))
 
 import recording_tables  # noqa: E402
+import scene_tables  # noqa: E402
 
 SCENE_HEAD = """| scene | kbit/s | SSIM, ours : peer | worst picture | PSNR, dB |
 |---|---|---|---|---|"""
@@ -42,6 +43,10 @@ def tables(results):
         found["recordings"] = recording_tables.cost_table(record)
         found["recorded pictures"] = recording_tables.picture_table(record)
         found["4K"] = recording_tables.large_table(record)
+    beginnings = benchmarks.get("new-scenes")
+    if isinstance(beginnings, dict):
+        found["new scenes"] = scene_tables.summary_table(beginnings)
+        found["pictures of new scenes"] = scene_tables.course_tables(beginnings)
     scenes = benchmarks.get("picture-720p")
     if scenes and isinstance(scenes[0], dict):
         found["scenes"] = "\n".join([SCENE_HEAD, *map(scene_row, scenes)])

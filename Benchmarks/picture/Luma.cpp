@@ -11,6 +11,7 @@ namespace {
 constexpr int window = 8;
 constexpr int windowStep = 4;
 constexpr int sharp = 48; // from one sample to the next
+constexpr int sharpSteps = 4; // a window with so many of them has edges
 
 double structureOfWindow(const std::uint8_t* first, const std::uint8_t* second, int stride)
 {
@@ -39,6 +40,16 @@ double structureOfWindow(const std::uint8_t* first, const std::uint8_t* second, 
         / ((meanA * meanA + meanB * meanB + c1) * (variances + c2));
 }
 
+bool hasEdges(const std::uint8_t* source, int stride)
+{
+    int steps = 0;
+    for (int y = 0; y < window; ++y) {
+        for (int x = 1; x < window; ++x)
+            steps += std::abs(source[y * stride + x] - source[y * stride + x - 1]) >= sharp;
+    }
+    return steps >= sharpSteps;
+}
+
 } // namespace
 
 Luma lumaOf(const Canvas& picture)
@@ -57,16 +68,25 @@ Likeness likeness(const Luma& shown, const Luma& source)
 {
     Likeness result;
     double structure = 0;
+    double edgeStructure = 0;
     int windows = 0;
+    int edgeWindows = 0;
     for (int y = 0; y + window <= source.height; y += windowStep) {
         for (int x = 0; x + window <= source.width; x += windowStep) {
             const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(y) * source.width + x;
-            structure
-                += structureOfWindow(shown.samples.data() + at, source.samples.data() + at, source.width);
+            const double like
+                = structureOfWindow(shown.samples.data() + at, source.samples.data() + at, source.width);
+            structure += like;
             ++windows;
+            if (hasEdges(source.samples.data() + at, source.width)) {
+                edgeStructure += like;
+                ++edgeWindows;
+            }
         }
     }
     result.structure = structure / std::max(windows, 1);
+    if (edgeWindows > 0)
+        result.edgeStructure = edgeStructure / edgeWindows;
     std::int64_t squares = 0;
     std::int64_t edgeSquares = 0;
     std::int64_t edges = 0;

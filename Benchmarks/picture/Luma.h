@@ -19,8 +19,9 @@ Luma lumaOf(const Canvas& picture);
 // How close one picture comes to another.
 struct Likeness {
     double structure = 0; // SSIM (Wang, Bovik, Sheikh, Simoncelli 2004), 1: the same
+    double edgeStructure = -1; // SSIM of what has sharp edges, as text has them; -1 when there are none
     double error = 0; // mean square
-    double edgeError = 0; // the same beside sharp edges, as text has them; -1 when there are none
+    double edgeError = -1; // the same beside sharp edges; -1 when there are none
 };
 
 Likeness likeness(const Luma& shown, const Luma& source);

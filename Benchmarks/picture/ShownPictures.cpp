@@ -4,6 +4,7 @@
 #include <cmath>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -39,8 +40,7 @@ Luma lumaOf(const AVFrame& frame)
 
 } // namespace
 
-void readShownPictures(const std::string& file, int pictureCount, int picturesPerSecond,
-    const std::function<void(int number, const Luma& shown)>& receive)
+void readPictures(const std::string& file, const std::function<void(double time, Luma shown)>& receive)
 {
     AVFormatContext* opened = nullptr;
     require(avformat_open_input(&opened, file.c_str(), nullptr, nullptr) == 0, "the file cannot be read");
@@ -57,16 +57,9 @@ void readShownPictures(const std::string& file, int pictureCount, int picturesPe
 
     const std::unique_ptr<AVFrame, Closer> frame(av_frame_alloc());
     const std::unique_ptr<AVPacket, Closer> packet(av_packet_alloc());
-    Luma shown;
-    int next = 0;
     const auto receiveFrames = [&] {
-        while (avcodec_receive_frame(codec.get(), frame.get()) == 0) {
-            const double seconds = static_cast<double>(frame->pts) * av_q2d(stream.time_base);
-            const auto number = static_cast<int>(std::lround(seconds * picturesPerSecond));
-            for (; next < std::min(number, pictureCount) && !shown.samples.empty(); ++next)
-                receive(next, shown);
-            shown = lumaOf(*frame);
-        }
+        while (avcodec_receive_frame(codec.get(), frame.get()) == 0)
+            receive(static_cast<double>(frame->pts) * av_q2d(stream.time_base), lumaOf(*frame));
     };
     while (av_read_frame(format.get(), packet.get()) >= 0) {
         require(avcodec_send_packet(codec.get(), packet.get()) == 0, "a picture cannot be decoded");
@@ -75,6 +68,19 @@ void readShownPictures(const std::string& file, int pictureCount, int picturesPe
     }
     avcodec_send_packet(codec.get(), nullptr);
     receiveFrames();
+}
+
+void readShownPictures(const std::string& file, int pictureCount, int picturesPerSecond,
+    const std::function<void(int number, const Luma& shown)>& receive)
+{
+    Luma shown;
+    int next = 0;
+    readPictures(file, [&](double time, Luma picture) {
+        const auto number = static_cast<int>(std::lround(time * picturesPerSecond));
+        for (; next < std::min(number, pictureCount) && !shown.samples.empty(); ++next)
+            receive(next, shown);
+        shown = std::move(picture);
+    });
     require(!shown.samples.empty(), "the file has no picture");
     for (; next < pictureCount; ++next)
         receive(next, shown);

@@ -11,6 +11,12 @@
 
 namespace glimto {
 
+namespace {
+
+constexpr int bandHeight = 16; // rows whose changes are put on the screen as one rectangle
+
+}
+
 void drawMarker(std::uint32_t* pixels, int width, unsigned number)
 {
     for (int bit = 0; bit < markerBits; ++bit) {
@@ -67,11 +73,69 @@ void NumberedWindow::showAll(
     }
 }
 
+void NumberedWindow::showPlan(int ticksPerSecond, const std::vector<NumberedStep>& plan,
+    const std::function<void(std::uint32_t* pixels, unsigned number)>& draw)
+{
+    const auto start = std::chrono::steady_clock::now();
+    long long tick = 0;
+    for (;;) {
+        for (const NumberedStep& step : plan) {
+            draw(pixels_, step.number);
+            drawMarker(pixels_, width_, step.number);
+            std::this_thread::sleep_until(
+                start + std::chrono::microseconds(tick * 1'000'000LL / ticksPerSecond));
+            showChanges();
+            tick += step.ticks;
+        }
+    }
+}
+
 void NumberedWindow::show()
 {
-    xcb_shm_put_image(connection_, window_, context_, width_, height_, 0, 0, width_, height_, 0, 0, depth_,
-        XCB_IMAGE_FORMAT_Z_PIXMAP, 0, segment_, 0);
+    put(0, 0, width_, height_);
     synchronize();
+}
+
+// Nobody sees the screen between the first and the last rectangle.
+void NumberedWindow::showChanges()
+{
+    const std::size_t count = static_cast<std::size_t>(width_) * height_;
+    if (shown_.empty()) {
+        shown_.assign(pixels_, pixels_ + count);
+        show();
+        return;
+    }
+    xcb_grab_server(connection_);
+    for (int top = 0; top < height_; top += bandHeight) {
+        const int bottom = std::min<int>(top + bandHeight, height_);
+        int left = width_;
+        int right = 0;
+        for (int y = top; y < bottom; ++y) {
+            const std::uint32_t* row = pixels_ + static_cast<std::ptrdiff_t>(y) * width_;
+            const std::uint32_t* before = shown_.data() + static_cast<std::ptrdiff_t>(y) * width_;
+            const auto first = std::mismatch(row, row + width_, before).first - row;
+            if (first == width_)
+                continue;
+            auto last = static_cast<std::ptrdiff_t>(width_);
+            while (row[last - 1] == before[last - 1])
+                --last;
+            left = std::min(left, static_cast<int>(first));
+            right = std::max(right, static_cast<int>(last));
+        }
+        if (left < right)
+            put(static_cast<std::uint16_t>(left), static_cast<std::uint16_t>(top),
+                static_cast<std::uint16_t>(right - left), static_cast<std::uint16_t>(bottom - top));
+    }
+    xcb_ungrab_server(connection_);
+    synchronize();
+    std::copy_n(pixels_, count, shown_.begin());
+}
+
+void NumberedWindow::put(std::uint16_t left, std::uint16_t top, std::uint16_t width, std::uint16_t height)
+{
+    xcb_shm_put_image(connection_, window_, context_, width_, height_, left, top, width, height,
+        static_cast<std::int16_t>(left), static_cast<std::int16_t>(top), depth_, XCB_IMAGE_FORMAT_Z_PIXMAP, 0,
+        segment_, 0);
 }
 
 void NumberedWindow::synchronize()

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 #include <xcb/shm.h>
 #include <xcb/xcb.h>
@@ -18,6 +19,12 @@ constexpr int markerSize = 16; // pixels
 // of `width` without gaps, at least 256x16.
 void drawMarker(std::uint32_t* pixels, int width, unsigned number);
 
+// A picture and for how long it is shown.
+struct NumberedStep {
+    unsigned number = 0;
+    unsigned ticks = 1;
+};
+
 // A window in the top left corner of the screen, above all others and without a frame, whose picture is put
 // there in one piece. All of it throws std::runtime_error when there is no X server or it goes away.
 class NumberedWindow {
@@ -32,8 +39,15 @@ public:
     void showAll(
         int picturesPerSecond, const std::function<void(std::uint32_t* pixels, unsigned number)>& draw);
 
+    // Shows the pictures of a plan again and again, for ever, and touches nothing while one is shown. Of the
+    // next one only the rows and columns that differ are put on the screen, all at once.
+    void showPlan(int ticksPerSecond, const std::vector<NumberedStep>& plan,
+        const std::function<void(std::uint32_t* pixels, unsigned number)>& draw);
+
 private:
     void show();
+    void showChanges();
+    void put(std::uint16_t left, std::uint16_t top, std::uint16_t width, std::uint16_t height);
     void synchronize();
 
     xcb_connection_t* connection_;
@@ -43,6 +57,7 @@ private:
     xcb_gcontext_t context_ = 0;
     xcb_shm_seg_t segment_ = 0;
     std::uint32_t* pixels_ = nullptr;
+    std::vector<std::uint32_t> shown_; // by showChanges()
     std::uint8_t depth_ = 24;
 };
 

@@ -1,14 +1,21 @@
-// Shows a file of raw pictures, BGRX, forwards and backwards again and again, thirty a second, until it is
-// killed. The number of each, which goes on counting, stands in its top left corner, see NumberedWindow.h.
+// Shows a file of raw pictures, BGRX, until it is killed: thirty a second, forwards and backwards again and
+// again, or as a plan has it. The number of each stands in its top left corner, see NumberedWindow.h: it goes
+// on counting, or is, with a plan, the picture's place in the file.
 //
-//     glimto-picture-loop <file> <width> <height>
+//     glimto-picture-loop <file> <width> <height> [<plan>]
+//
+// The plan "0*80,1,2*40" shows picture 0 for 80 thirtieths of a second, then 1 for one, then 2 for 40, and so
+// on again and again.
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -40,12 +47,18 @@ public:
         pictures_ = static_cast<const std::byte*>(mapped);
     }
 
-    void draw(std::uint32_t* pixels, unsigned number) const
+    std::size_t count() const { return count_; }
+
+    void draw(std::uint32_t* pixels, std::size_t index) const
+    {
+        std::memcpy(pixels, pictures_ + index * pictureBytes_, pictureBytes_);
+    }
+
+    void drawThereAndBack(std::uint32_t* pixels, unsigned number) const
     {
         const std::size_t turn = 2 * (count_ - 1);
         const std::size_t step = number % turn;
-        const std::size_t index = step < count_ ? step : turn - step;
-        std::memcpy(pixels, pictures_ + index * pictureBytes_, pictureBytes_);
+        draw(pixels, step < count_ ? step : turn - step);
     }
 
 private:
@@ -54,19 +67,39 @@ private:
     const std::byte* pictures_ = nullptr;
 };
 
+std::vector<glimto::NumberedStep> parsePlan(const std::string& text, std::size_t pictures)
+{
+    std::vector<glimto::NumberedStep> plan;
+    std::istringstream steps(text);
+    for (std::string step; std::getline(steps, step, ',');) {
+        glimto::NumberedStep parsed;
+        if (std::sscanf(step.c_str(), "%u*%u", &parsed.number, &parsed.ticks) < 1
+            || parsed.number >= pictures)
+            throw std::runtime_error("a plan that the file has no pictures for");
+        plan.push_back(parsed);
+    }
+    return plan;
+}
+
 } // namespace
 
 int main(int argumentCount, char** arguments)
 {
     try {
-        const int width = argumentCount == 4 ? std::atoi(arguments[2]) : 0;
-        const int height = argumentCount == 4 ? std::atoi(arguments[3]) : 0;
+        const bool isComplete = argumentCount == 4 || argumentCount == 5;
+        const int width = isComplete ? std::atoi(arguments[2]) : 0;
+        const int height = isComplete ? std::atoi(arguments[3]) : 0;
         if (width < 256 || height < 16)
-            throw std::runtime_error("usage: glimto-picture-loop <file> <width> <height>");
+            throw std::runtime_error("usage: glimto-picture-loop <file> <width> <height> [<plan>]");
         const PictureFile file(arguments[1], width, height);
+        const auto plan = parsePlan(argumentCount == 5 ? arguments[4] : "", file.count());
         glimto::NumberedWindow window(width, height);
-        window.showAll(
-            picturesPerSecond, [&](std::uint32_t* pixels, unsigned number) { file.draw(pixels, number); });
+        if (!plan.empty()) {
+            window.showPlan(picturesPerSecond, plan,
+                [&](std::uint32_t* pixels, unsigned number) { file.draw(pixels, number); });
+        }
+        window.showAll(picturesPerSecond,
+            [&](std::uint32_t* pixels, unsigned number) { file.drawThereAndBack(pixels, number); });
     } catch (const std::exception& error) {
         std::fprintf(stderr, "error: %s\n", error.what());
         return 1;

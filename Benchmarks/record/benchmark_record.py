@@ -11,7 +11,6 @@ run of each are decoded and compared with them. Prints Markdown tables; --json k
 import argparse
 import json
 import pathlib
-import shutil
 import signal
 import statistics
 import sys
@@ -22,22 +21,8 @@ import recording_tables
 from contents import CONTENTS
 from picture_quality import left_out, likeness, picture_numbers
 from picture_vmaf import vmaf
-from recorders import measure, our_command, peer_command, playlist_of
+from recorders import LEAST_BITS, playlist_of, record
 from stage import Missing, opened
-
-LEAST_BITS = 20_000  # a second, for the peer
-
-
-def record(stage, content, folder, seconds, peer_bits=None):
-    """Records once, with the peer when it is given a bit rate."""
-    shutil.rmtree(folder, ignore_errors=True)
-    folder.mkdir()
-    if peer_bits:
-        command = peer_command(stage, folder, seconds, content.rate, peer_bits)
-    else:
-        command = our_command(stage, folder, seconds, content.rate)
-    return measure(command, stage, folder, seconds)
-
 
 def summary(runs):
     """The medians, and what lies between the cheapest and the dearest run."""
@@ -52,10 +37,10 @@ def compare(content, options, folder):
     with opened(content.width, content.height, options.build, folder) as stage, content.show(stage) as pictures:
         seconds, bits = options.seconds * content.length, None
         for _ in range(options.runs):
-            runs["ours"].append(record(stage, content, takes["ours"], seconds))
+            runs["ours"].append(record(stage, takes["ours"], seconds, content.rate))
             wanted = runs["ours"][-1]["bitsPerSecond"]
             bits = max(int(bits * wanted / runs["peer"][-1]["bitsPerSecond"] if bits else wanted), LEAST_BITS)
-            runs["peer"].append(record(stage, content, takes["peer"], seconds, bits))
+            runs["peer"].append(record(stage, takes["peer"], seconds, content.rate, bits))
     result = {recorder: summary(entries) for recorder, entries in runs.items()}
     for recorder, take in takes.items():
         if pictures:
@@ -70,7 +55,8 @@ def quality(playlist, pictures, folder):
 
 
 def facts(content):
-    return {"title": content.title, "goal": content.goal, "small": content.small, "ofSmallGoal": content.small_goal}
+    return {"title": content.title, "goal": content.goal, "again": content.again, "small": content.small,
+            "ofSmallGoal": content.small_goal}
 
 
 def main():

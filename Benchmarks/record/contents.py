@@ -8,6 +8,7 @@ import dragged_window
 import moving_pictures
 import scrolled_page
 import terminals
+from shown_again import again
 
 
 @dataclasses.dataclass
@@ -21,6 +22,7 @@ class Content:
     height: int = 1080
     rate: int = 30
     length: int = 1  # times the seconds that are asked for; what costs next to nothing must not be measured at its start
+    again: bool = False  # shown as numbered pictures for the sake of the picture, and not of what it costs
     small: str = None  # the same at 1080p
     small_goal: float = None  # CPU time in parts of that of `small`, at most
 
@@ -32,6 +34,10 @@ CONTENTS = {
     "log": Content("log in a terminal", 0.30, terminals.log),
     "page": Content("page scrolled in a browser", 0.18, scrolled_page.scrolled),
     "drag": Content("window dragged about", 0.25, dragged_window.dragged),
+    "typing-again": Content("typing, 20 characters a second", None, again(terminals.typing), again=True),
+    "log-again": Content("log in a terminal", None, again(terminals.log), again=True),
+    "page-again": Content("page scrolled in a browser", None, again(scrolled_page.scrolled), again=True),
+    "drag-again": Content("window dragged about", None, again(dragged_window.dragged), again=True),
     "film": Content("720p film in a window", 0.30, moving_pictures.film),
     "motion": Content("full-screen motion", 0.42, moving_pictures.motion),
     "zoom": Content("slow zoom over a sharp photo", 0.42, moving_pictures.photo_zoom),

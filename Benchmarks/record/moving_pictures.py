@@ -59,8 +59,8 @@ class FilePictures(Drawn):
                 output.write(pictures.read(self.picture_bytes))
 
 
-def ffmpeg(*arguments):
-    subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-y", *map(str, arguments)], check=True)
+def ffmpeg(*arguments, output=None):
+    subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-y", *map(str, arguments)], check=True, stdout=output)
 
 
 @contextlib.contextmanager
@@ -82,15 +82,17 @@ def looped(stage, *arguments):
                            there_and_back=True)
 
 
-@contextlib.contextmanager
-def photo_zoom(stage):
-    """Slowly into a sharp photo, by parts of a pixel."""
+def zooming(stage):
+    """What tells ffmpeg to zoom slowly into a sharp photo, by parts of a pixel."""
     left, top = f"W*on/{ZOOM_STEP}", f"H*on/{ZOOM_STEP}"
     corners = f"x0={left}:y0={top}:x1=W-{left}:y1={top}:x2={left}:y2=H-{top}:x3=W-{left}:y3=H-{top}"
-    with looped(stage, "-i", PHOTOS / "abstract" / "Elephants_3840x2160.jpg", "-vf",
-                f"scale={stage.width}:{stage.height}:flags=lanczos,format=gbrp,loop=-1:1,"
-                f"perspective={corners}:eval=frame:interpolation=cubic") as pictures:
-        yield pictures
+    return ["-i", PHOTOS / "abstract" / "Elephants_3840x2160.jpg", "-vf",
+            f"scale={stage.width}:{stage.height}:flags=lanczos,format=gbrp,loop=-1:1,"
+            f"perspective={corners}:eval=frame:interpolation=cubic"]
+
+
+def photo_zoom(stage):
+    return looped(stage, *zooming(stage))
 
 
 @contextlib.contextmanager

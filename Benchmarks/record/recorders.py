@@ -1,6 +1,7 @@
 """The two recorders, and what a recording with each costs."""
 import os
 import pathlib
+import shutil
 import subprocess
 import threading
 
@@ -8,6 +9,7 @@ from stage import end
 
 SEGMENT_SECONDS = 4
 PRESET = "superfast"
+LEAST_BITS = 20_000  # a second, for the peer
 GRACE = 120  # seconds beyond its length that a recording may take
 
 
@@ -54,3 +56,14 @@ def measure(command, stage, folder, seconds):
     return {"cpu": (usage.ru_utime + usage.ru_stime) * 60 / seconds,
             "server": (cpu_of(stage.server) - server_before) * 60 / seconds,
             "peakMegabytes": usage.ru_maxrss / 1024, "bitsPerSecond": 8 * size / seconds}
+
+
+def record(stage, folder, seconds, rate, peer_bits=None):
+    """Records once, with the peer when it is given a bit rate."""
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir()
+    if peer_bits:
+        command = peer_command(stage, folder, seconds, rate, peer_bits)
+    else:
+        command = our_command(stage, folder, seconds, rate)
+    return measure(command, stage, folder, seconds)

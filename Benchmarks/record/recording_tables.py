@@ -62,7 +62,7 @@ def table(head, rows):
 
 
 def cost_table(figures):
-    return table(COST_HEAD, [cost_row(pair) for pair in figures.values()])
+    return table(COST_HEAD, [cost_row(pair) for pair in figures.values() if not pair.get("again")])
 
 
 def picture_table(figures):

@@ -101,6 +101,7 @@ def opened(width, height, build, folder):
         kept = {name: value for name, value in os.environ.items() if name not in ("WAYLAND_DISPLAY", "XAUTHORITY")}
         stage = Stage(width, height, build, folder, kept | {"DISPLAY": ":" + display, "HOME": str(folder)}, server)
         stage.call("feh", "--no-fehbg", "--bg-scale", WALLPAPER)
+        stage.call("xdotool", "mousemove", width - 1, height - 1)  # or the pointer would be in pictures that are compared
         yield stage
 
 

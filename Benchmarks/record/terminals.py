@@ -22,10 +22,15 @@ def terminal(stage, geometry, script, *options):
         yield
 
 
+def write_text(stage):
+    """What TEXT shows."""
+    (stage.folder / "text.txt").write_text(some_text(1, 700))
+
+
 @contextlib.contextmanager
 def beside_text(stage, script, *options):
     """Two terminals, one of which is full of text and stands still."""
-    (stage.folder / "text.txt").write_text(some_text(1, 700))
+    write_text(stage)
     near, far = round(NEAR * stage.scale), round(FAR * stage.scale)
     with terminal(stage, f"100x40+{far}+{5 * near}", TEXT + NOTHING), \
             terminal(stage, f"100x40+{near}+{near}", script, *options):

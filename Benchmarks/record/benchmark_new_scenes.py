@@ -1,0 +1,91 @@
+#!/usr/bin/env python3
+"""How soon a new scene can be read and is sharp, in ours and in ffmpeg's x11grab with libx264 superfast at the same bytes.
+
+Numbered pictures are shown whose scenes begin at known moments: cuts between pages and desktops, a window that opens, a
+scroll and a zoom that begin, shots of a film. What a decoder shows in the half second after is compared with what was
+drawn. Prints Markdown tables; --json keeps the likeness at every look.
+
+    Benchmarks/record/benchmark_new_scenes.py [--build build] [--seconds 20] [--contents slides,window,...]
+"""
+import argparse
+import json
+import pathlib
+import signal
+import subprocess
+import sys
+import tempfile
+import traceback
+
+import scene_tables
+from new_scenes import CONTENTS
+from recorders import LEAST_BITS, playlist_of, record
+from shown_again import played
+from stage import opened
+
+SIZE = (1920, 1080)
+RATE = 30
+CLOSE_ENOUGH = 0.05  # of the bytes that ours took
+MOST_TRIES = 3
+
+
+def record_both(stage, folder, seconds):
+    """Takes of both, of which the peer's comes near to the bytes of ours, and the bit rates."""
+    bits = {"ours": record(stage, folder / "ours", seconds, RATE)["bitsPerSecond"]}
+    asked = bits["ours"]
+    for _ in range(MOST_TRIES):
+        bits["peer"] = record(stage, folder / "peer", seconds, RATE, max(round(asked), LEAST_BITS))["bitsPerSecond"]
+        if abs(bits["peer"] / bits["ours"] - 1) < CLOSE_ENOUGH:
+            break
+        asked *= bits["ours"] / bits["peer"]
+    return bits
+
+
+def looks(stage, scenes, take):
+    """What a decoder shows at some moments of every scene."""
+    command = [stage.build / "glimto-scene-likeness", playlist_of(take), scenes.file, f"{stage.width}x{stage.height}",
+               ",".join(map(str, sorted(scenes.titles)))]
+    lines = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout.splitlines()
+    return [json.loads(line) for line in lines]
+
+
+def compare(content, options, folder):
+    with opened(*SIZE, options.build, folder) as stage:
+        scenes = content.make(stage)
+        with played(stage, scenes.file, scenes.plan):
+            bits = record_both(stage, folder, options.seconds)
+    titles = [scenes.titles[first] for first in sorted(scenes.titles)]
+    return {"title": content.title, "scenes": titles,
+            **{recorder: {"bitsPerSecond": rate, "looks": looks(stage, scenes, folder / recorder)}
+               for recorder, rate in bits.items()}}
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--build", type=lambda path: pathlib.Path(path).resolve(), default="build")
+    parser.add_argument("--seconds", type=int, default=20)
+    parser.add_argument("--contents", default=",".join(CONTENTS))
+    parser.add_argument("--json", type=pathlib.Path, help="also write the figures to this file")
+    options = parser.parse_args()
+    names = options.contents.split(",")
+    if unknown := set(names) - set(CONTENTS):
+        parser.error(f"no such content: {', '.join(sorted(unknown))}")
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # or the programs on the screen would stay
+    figures, failed = {}, []
+    for name in names:
+        print(name, file=sys.stderr, flush=True)
+        try:
+            with tempfile.TemporaryDirectory() as folder:
+                figures[name] = compare(CONTENTS[name], options, pathlib.Path(folder))
+        except Exception:
+            traceback.print_exc()
+            failed.append(name)
+        if options.json:
+            options.json.write_text(json.dumps(figures, indent=1) + "\n")
+    print("\n\n".join(filter(None, [scene_tables.summary_table(figures), scene_tables.course_tables(figures)])))
+    if failed:
+        print(f"error: not recorded: {', '.join(failed)}", file=sys.stderr)
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
