@@ -129,7 +129,7 @@ void ScreenSegmentRecorder::prepare(const RecordOptions& options, RecordingTake&
     WindowSystem& system = services_.windowSystem;
     // Takes as long to load as the screen takes to be looked at: side by side.
     if (options.includesAudio())
-        services_.audioWriters.beginLoading();
+        services_.audioInputs.beginLoading();
     requirePermission("shareable_content", progress);
     auto content = ScreenCaptureShareableContent(system.content()).recordingSources();
     addWindowToBePicked(options, system.capabilities(), content);
@@ -142,6 +142,10 @@ void ScreenSegmentRecorder::prepare(const RecordOptions& options, RecordingTake&
     const bool asksUser = system.capabilities().asksUser;
     if (take.microphone && !asksUser)
         take.microphone->begin();
+    // The system starts no thread while it loads libraries, and these are many: the microphone's has to run by
+    // now.
+    if (options.includesAudio())
+        services_.audioWriters.beginLoading();
     openCapture(options, captureRequest(options, source, geometry), take, captureStart);
     if (take.microphone && asksUser)
         take.microphone->begin();
