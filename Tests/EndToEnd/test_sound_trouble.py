@@ -1,6 +1,7 @@
 """Sound that goes away, and sound that is not there."""
 
 import shutil
+import signal
 import time
 import unittest
 
@@ -167,6 +168,59 @@ class AbsentSoundTests(SoundCase):
     def test_recording_without_sound_needs_no_sound_server(self):
         self.sound_server.kill()
         self.assertEqual(self.record("-d", "0.5").error_lines, [])
+
+
+class HangingSoundServerTests(SoundCase):
+    """A sound server that stops answering when the microphone has begun and is not waited for yet.
+
+    The microphone is one from which nothing comes, so that it cannot have started before.
+    """
+
+    NO_FRAMES = ("No screen frames were captured. Check Screen Recording permission and try moving the cursor during "
+                 "the capture.")
+
+    def start_and_freeze(self, *arguments):
+        self.sound_server.add_silent_microphone("silentmic")
+        recording = self.start_recording("-d", "30", *arguments)
+        recording.wait_for("Recording screen:0")
+        self.sound_server.freeze()
+        return recording
+
+    def finish_in_vain(self, recording, message):
+        output = recording.finish()
+        self.assert_fails(output, message)
+        self.assertEqual(output.error_lines, ["error: " + message])
+        self.assertIsNone(recording.line_with("GLIMTO_RECORDING_STATUS=recording"))
+        self.assertEqual(list(self.work.iterdir()), [])
+
+    def test_microphone_without_any_sound_does_not_start(self):
+        self.sound_server.add_silent_microphone("silentmic")
+        recording = self.start_recording("-d", "30", "--microphone", "silentmic")
+        self.finish_in_vain(recording, "The microphone did not start.")
+
+    def test_microphone_does_not_start(self):
+        recording = self.start_and_freeze("--microphone", "silentmic")
+        self.finish_in_vain(recording, "The microphone did not start.")
+
+    def test_system_audio_does_not_start(self):
+        recording = self.start_and_freeze("--system-audio")
+        self.finish_in_vain(recording, "System audio did not start.")
+
+    def test_signals_end_the_wait_for_the_microphone(self):
+        for number, name in ((signal.SIGTERM, "Termination signal"), (signal.SIGINT, "Interrupt")):
+            with self.subTest(name):
+                recording = self.start_and_freeze("--microphone", "silentmic")
+                recording.process.send_signal(number)
+                recording.wait_for("finishing recording")
+                self.finish_in_vain(recording, self.NO_FRAMES)
+            self.sound_server.thaw()
+
+    def test_signal_ends_the_wait_for_a_server_that_is_asked(self):
+        self.sound_server.freeze()
+        recording = self.start_recording("-d", "30", "--microphone", MICROPHONE)
+        recording.wait_for('"stage":"shareable_content"')
+        recording.process.send_signal(signal.SIGTERM)
+        self.finish_in_vain(recording, self.NO_FRAMES)
 
 
 class UnknownMicrophoneTests(SoundCase):

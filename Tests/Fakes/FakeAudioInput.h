@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -22,6 +23,7 @@ struct FakeAudioInputState {
     bool isMissing = false; // none can be made
     AudioInputStart outcome = AudioInputStart::running;
     std::exception_ptr beginError;
+    bool isStartKnown = true; // false: it hangs
     std::function<void()> onStart; // runs within awaitStart(), when sound may come already
     std::function<void()> onStop; // runs within stop(); may hang
 
@@ -29,6 +31,7 @@ struct FakeAudioInputState {
     std::optional<AudioInputDevice> device;
     std::optional<SystemAudioConfiguration> configuration;
     int begins = 0;
+    int looks = 0; // for its start
     int starts = 0; // awaited
     int stops = 0;
     bool isAlive = false;
@@ -99,6 +102,12 @@ public:
         state_->handlers = std::move(handlers);
     }
 
+    bool isStartKnownWithin(std::chrono::nanoseconds) override
+    {
+        ++state_->looks;
+        return state_->isStartKnown;
+    }
+
     AudioInputStart awaitStart() override
     {
         ++state_->starts;
@@ -143,6 +152,8 @@ public:
 
     std::optional<AudioInputDevice> microphone(const std::string& id) override
     {
+        if (onMicrophone)
+            onMicrophone();
         if (error)
             std::rethrow_exception(error);
         const auto found = std::find_if(
@@ -168,6 +179,7 @@ public:
     bool isGrantedOnRequest = false;
     int requests = 0;
     std::vector<AudioInputDevice> devices = {{"mic", "Desk Microphone"}};
+    std::function<void()> onMicrophone; // runs within microphone(); may hang
     std::exception_ptr error; // the server does not answer
     std::exception_ptr listError;
 

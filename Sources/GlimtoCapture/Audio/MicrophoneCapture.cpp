@@ -69,6 +69,11 @@ void MicrophoneCapture::begin()
     state_.with([](State& state) { state.hasBegun = true; });
 }
 
+bool MicrophoneCapture::isReadyWithin(std::chrono::nanoseconds limit)
+{
+    return input_->isStartKnownWithin(limit);
+}
+
 void MicrophoneCapture::start(std::shared_ptr<AudioMixer> mixer)
 {
     if (!state_.with([](const State& state) { return state.hasBegun; }))

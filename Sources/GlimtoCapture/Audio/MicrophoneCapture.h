@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,8 +14,8 @@ namespace glimto {
 
 // Records one microphone and hands its sound to a mixer.
 //
-// begin(), start() and stop() are called from one thread. Sound comes on a thread of the input and goes to
-// the mixer from there; no lock of this object is held meanwhile.
+// begin(), isReadyWithin(), start() and stop() are called from one thread. Sound comes on a thread of the
+// input and goes to the mixer from there; no lock of this object is held meanwhile.
 class MicrophoneCapture {
 public:
     // Makes sure that microphones may be used; asks the user where the system does so, and waits for the
@@ -39,6 +40,10 @@ public:
     // goes nowhere before start(). Call it once or not at all. Throws PlatformError.
     void begin();
 
+    // After begin(): whether start() would return or throw at once. Waits for that, at most as long as
+    // `limit`.
+    bool isReadyWithin(std::chrono::nanoseconds limit);
+
     // Returns once sound flows to `mixer`, which has a source for the microphone. Throws CLIError when it
     // does not, and what begin() throws. Call it once.
     void start(std::shared_ptr<AudioMixer> mixer);
@@ -53,8 +58,8 @@ public:
 private:
     struct State {
         bool hasBegun = false;
-        std::shared_ptr<AudioMixer>
-            mixer; // since start() was through; before that nothing tells the sound's time
+        // Since start() was through: before that nothing tells the sound's time.
+        std::shared_ptr<AudioMixer> mixer;
         bool isStopped = false;
         std::optional<std::string> failure;
     };

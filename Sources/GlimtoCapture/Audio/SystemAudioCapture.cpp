@@ -17,20 +17,30 @@ SystemAudioCapture::~SystemAudioCapture()
     stop();
 }
 
-void SystemAudioCapture::start(AudioInput::Handlers handlers)
+void SystemAudioCapture::begin(AudioInput::Handlers handlers)
 {
-    const auto outcome = input_->start(std::move(handlers));
+    input_->begin(std::move(handlers));
+    hasBegun_ = true;
+}
+
+bool SystemAudioCapture::isReadyWithin(std::chrono::nanoseconds limit)
+{
+    return input_->isStartKnownWithin(limit);
+}
+
+void SystemAudioCapture::awaitStart()
+{
+    const auto outcome = input_->awaitStart();
     if (outcome != AudioInputStart::running) {
-        input_->stop();
+        stop();
         throw CLIError(outcome == AudioInputStart::noClock ? "The system audio clock is unavailable."
                                                            : "System audio did not start.");
     }
-    hasStarted_ = true;
 }
 
 void SystemAudioCapture::stop()
 {
-    if (!isStopped_.exchange(true) && hasStarted_)
+    if (!isStopped_.exchange(true) && hasBegun_)
         input_->stop();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 
 #include "Platform/AudioInput.h"
@@ -20,8 +21,15 @@ public:
     SystemAudioCapture(const SystemAudioCapture&) = delete;
     SystemAudioCapture& operator=(const SystemAudioCapture&) = delete;
 
-    // Returns once sound flows. Throws CLIError when it does not. Call it once.
-    void start(AudioInput::Handlers handlers);
+    // Lets it start; sound may come from now on. Throws PlatformError. Call it once, and then the next two
+    // from the same thread.
+    void begin(AudioInput::Handlers handlers);
+
+    // Whether awaitStart() would return or throw at once. Waits for that, at most as long as `limit`.
+    bool isReadyWithin(std::chrono::nanoseconds limit);
+
+    // Returns once sound flows. Throws CLIError when it does not.
+    void awaitStart();
 
     // No handler runs any more once the first call returns; later calls do nothing, so that a session can
     // let go of one that hangs. Any thread.
@@ -29,7 +37,7 @@ public:
 
 private:
     const std::unique_ptr<AudioInput> input_;
-    std::atomic<bool> hasStarted_ = false;
+    std::atomic<bool> hasBegun_ = false;
     std::atomic<bool> isStopped_ = false;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -27,7 +28,8 @@ enum class AudioInputStart {
 
 // A live source of sound.
 //
-// begin(), awaitStart() and stop() are called from one thread, in this order and at most once each. The
+// begin(), awaitStart() and stop() are called from one thread, in this order and at most once each, and
+// isStartKnownWithin() any number of times after the first of them. The
 // handlers run on a thread that the input owns, one call at a time, and must not block for longer than a
 // buffer lasts.
 class AudioInput {
@@ -54,6 +56,9 @@ public:
     // Lets the input start, and returns at once; handlers may be called from now on. Throws PlatformError
     // (POSIX) when its thread cannot be started, and nothing else.
     virtual void begin(Handlers handlers) = 0;
+
+    // Whether awaitStart() would return at once. Waits for that, at most as long as `limit`.
+    virtual bool isStartKnownWithin(std::chrono::nanoseconds limit) = 0;
 
     // After begin(): returns once sound flows, or it is clear that it will not. An input that is not
     // `running` must not be started again.

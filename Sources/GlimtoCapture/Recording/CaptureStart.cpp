@@ -48,4 +48,10 @@ std::exception_ptr CaptureStart::waitOrGiveUp(
     return nullptr;
 }
 
+void CaptureStart::await(const std::function<bool(std::chrono::nanoseconds)>& isSettledWithin)
+{
+    if (const auto reason = waitOrGiveUp(Question::none, isSettledWithin))
+        std::rethrow_exception(reason);
+}
+
 } // namespace glimto

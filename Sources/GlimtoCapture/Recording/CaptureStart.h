@@ -53,6 +53,10 @@ public:
         });
     }
 
+    // Waits for a step that is on its way elsewhere: until `isSettledWithin` says so, which waits for that
+    // for a time. Throws as run() when it is given up.
+    void await(const std::function<bool(std::chrono::nanoseconds)>& isSettledWithin);
+
 private:
     // Null once `isSettled` says so within its limit; else why the step is given up.
     std::exception_ptr waitOrGiveUp(

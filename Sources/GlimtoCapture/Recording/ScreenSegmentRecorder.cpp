@@ -137,13 +137,13 @@ void ScreenSegmentRecorder::prepare(const RecordOptions& options, RecordingTake&
     const CaptureSourceResolver resolver(services_.process, system.access(), outputs_.standardError);
     const auto source = resolver.resolve(content, options);
     const auto geometry = resolver.resolveGeometry(content, options, source.width, source.height);
-    prepareAudioSources(options, take);
+    prepareAudioSources(options, take, captureStart);
     // Its first sound takes as long as everything that follows, unless the user is asked now.
     const bool asksUser = system.capabilities().asksUser;
     if (take.microphone && !asksUser)
         take.microphone->begin();
-    // The system starts no thread while it loads libraries, and these are many: the microphone's has to run by
-    // now.
+    // The system starts no thread while it loads libraries, and these are many: the microphone's has to run
+    // by now.
     if (options.includesAudio())
         services_.audioWriters.beginLoading();
     openCapture(options, captureRequest(options, source, geometry), take, captureStart);
@@ -181,17 +181,34 @@ void ScreenSegmentRecorder::openCapture(const RecordOptions& options, const Capt
         warn("This system shows the pointer in every recording.");
 }
 
-void ScreenSegmentRecorder::prepareAudioSources(const RecordOptions& options, RecordingTake& take)
+// The sound server may hang while it is asked, and systems may ask the user about microphones.
+void ScreenSegmentRecorder::prepareAudioSources(
+    const RecordOptions& options, RecordingTake& take, CaptureStart& captureStart)
 {
-    if (options.microphoneDeviceID) {
-        MicrophoneCapture::requireAccess(services_.audioInputs);
-        const auto device = MicrophoneCapture::requireDevice(
-            *options.microphoneDeviceID, services_.audioInputs, outputs_.standardError);
-        take.microphone = std::make_unique<MicrophoneCapture>(device, services_.audioInputs);
-    }
-    if (options.captureSystemAudio)
-        take.systemAudio = std::make_shared<SystemAudioCapture>(
-            services_.audioInputs, recordingAudioSampleRate, recordingAudioChannelCount);
+    if (!options.includesAudio())
+        return;
+    struct Sources {
+        std::unique_ptr<MicrophoneCapture> microphone;
+        std::shared_ptr<SystemAudioCapture> systemAudio;
+    };
+    auto sources = captureStart.run(
+        CaptureStart::Question::possible,
+        [inputs = services_.audioInputs, &standardError = outputs_.standardError,
+            deviceID = options.microphoneDeviceID, withSystemAudio = options.captureSystemAudio] {
+            Sources found;
+            if (deviceID) {
+                MicrophoneCapture::requireAccess(inputs);
+                const auto device = MicrophoneCapture::requireDevice(*deviceID, inputs, standardError);
+                found.microphone = std::make_unique<MicrophoneCapture>(device, inputs);
+            }
+            if (withSystemAudio)
+                found.systemAudio = std::make_shared<SystemAudioCapture>(
+                    inputs, recordingAudioSampleRate, recordingAudioChannelCount);
+            return found;
+        },
+        [] {});
+    take.microphone = std::move(sources.microphone);
+    take.systemAudio = std::move(sources.systemAudio);
 }
 
 // The writer, and with audio the mixer that feeds it.
@@ -221,11 +238,8 @@ void ScreenSegmentRecorder::start(const RecordOptions& options, RecordingTake& t
     for (const auto& line : recordingStartLines(options, take.facts, take.plan))
         progress.line(line);
     requirePermission("stream_start", progress);
-    if (take.microphone)
-        take.microphone->start(take.audioMixer);
     // Before the picture, so that there is sound from the first frame on.
-    if (take.systemAudio)
-        take.systemAudio->start(take.output->systemAudioHandlers());
+    startSound(take, captureStart);
     TakeDirectories directories(options.outputDirectory);
     directories.claim();
     take.directories = std::move(directories);
@@ -240,6 +254,19 @@ void ScreenSegmentRecorder::start(const RecordOptions& options, RecordingTake& t
         startEventTrack(*take.eventRecorder);
     figures_->enter(RecordingPhase::recording);
     progress.recording();
+}
+
+void ScreenSegmentRecorder::startSound(RecordingTake& take, CaptureStart& captureStart)
+{
+    if (take.microphone) {
+        captureStart.await([&](auto limit) { return take.microphone->isReadyWithin(limit); });
+        take.microphone->start(take.audioMixer);
+    }
+    if (take.systemAudio) {
+        take.systemAudio->begin(take.output->systemAudioHandlers());
+        captureStart.await([&](auto limit) { return take.systemAudio->isReadyWithin(limit); });
+        take.systemAudio->awaitStart();
+    }
 }
 
 void ScreenSegmentRecorder::startEventTrack(InputEventRecorder& recorder)

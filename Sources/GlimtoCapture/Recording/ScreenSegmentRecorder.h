@@ -48,12 +48,13 @@ private:
     void requirePermission(std::string_view nextStage, RecordingProgress& progress);
     void prepare(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress,
         CaptureStart& captureStart);
-    void prepareAudioSources(const RecordOptions& options, RecordingTake& take);
+    void prepareAudioSources(const RecordOptions& options, RecordingTake& take, CaptureStart& captureStart);
     void openCapture(const RecordOptions& options, const CaptureRequest& request, RecordingTake& take,
         CaptureStart& captureStart);
     void makeWriter(const RecordOptions& options, RecordingTake& take);
     void start(const RecordOptions& options, RecordingTake& take, RecordingProgress& progress,
         CaptureStart& captureStart);
+    void startSound(RecordingTake& take, CaptureStart& captureStart);
     void startEventTrack(InputEventRecorder& recorder);
     void warn(const std::string& message);
     void waitForEnd(const RecordOptions& options, const RecordingTake& take, RecordingProgress& progress);

@@ -178,6 +178,12 @@ class SoundServer:
         self.wait_for("sources", name)
         return number
 
+    def add_silent_microphone(self, name):
+        """A source from which nothing ever comes, not even silence; once again is no matter."""
+        if name not in self.pactl("list", "short", "sources").split():
+            self.load_module("module-pipe-source", f"source_name={name}", f"file={self.folder.name}/{name}")
+            self.wait_for("sources", name)
+
     def set_default_sink(self, name):
         self.pactl("set-default-sink", name)
         wait_until(lambda: self.pactl("get-default-sink") == name, f"the change of the default sink to {name}")

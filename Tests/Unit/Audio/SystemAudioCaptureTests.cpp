@@ -18,10 +18,11 @@ protected:
     void startCapture()
     {
         makeCapture();
-        capture->start({.onBuffer = [this](const AudioBuffer&) { ++buffers; },
+        capture->begin({.onBuffer = [this](const AudioBuffer&) { ++buffers; },
             .onDisconnected = [] {},
             .onFailed = [](const std::string&) {},
             .onInterrupted = [](const std::string&) {}});
+        capture->awaitStart();
     }
 
     std::string startError()

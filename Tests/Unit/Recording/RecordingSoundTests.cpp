@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <future>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -11,6 +12,8 @@
 
 namespace glimto {
 namespace {
+
+using namespace std::chrono_literals;
 
 // A recording of one second with sound from the system and the microphone "mic". In every round of the wait
 // loop there is a frame, and a tenth of a second of sound of each source.
@@ -456,6 +459,98 @@ TEST_F(RecordingSoundTests, AStopOfTheStreamThatFailsStopsAllSound)
     EXPECT_EQ(microphone.stops, 1);
     expectCleanedUp();
     expectSoundEnded();
+}
+
+// Sound that hangs while it is to start.
+class HangingSoundTests : public RecordingSoundTests {
+protected:
+    HangingSoundTests()
+    {
+        startLimits.patience = 0s;
+        startLimits.givingUp = 0s;
+        makeEarlierTake();
+    }
+
+    void expectNothingStarted()
+    {
+        EXPECT_FALSE(systemAudio.isAlive);
+        EXPECT_FALSE(microphone.isAlive);
+        EXPECT_EQ(stream.starts, 0);
+        EXPECT_FALSE(wasTold("GLIMTO_RECORDING_STATUS=recording"));
+        expectEarlierTakeUntouched();
+    }
+
+    static constexpr const char* interrupt = "Interrupt received; finishing recording";
+    static constexpr const char* noFrames
+        = "No screen frames were captured. Check Screen Recording permission and try moving "
+          "the cursor during the capture.";
+};
+
+TEST_F(HangingSoundTests, AStopWishGivesUpTheMicrophone)
+{
+    microphone.isStartKnown = false;
+    stopRequests.request = interrupt;
+
+    EXPECT_EQ(recordError(), noFrames);
+    EXPECT_TRUE(wasTold(interrupt));
+    EXPECT_EQ(microphone.starts, 0);
+    EXPECT_EQ(microphone.stops, 1);
+    EXPECT_EQ(systemAudio.begins, 0);
+    expectNothingStarted();
+}
+
+TEST_F(HangingSoundTests, AStopWishGivesUpTheSystemsSound)
+{
+    systemAudio.isStartKnown = false;
+    stopRequests.request = interrupt;
+
+    EXPECT_EQ(recordError(), noFrames);
+    EXPECT_EQ(systemAudio.starts, 0);
+    EXPECT_EQ(systemAudio.stops, 1);
+    EXPECT_EQ(microphone.stops, 1);
+    expectNothingStarted();
+}
+
+TEST_F(HangingSoundTests, SoundThatNobodyGivesUpEndsWithItsTime)
+{
+    microphone.isStartKnown = false;
+    startLimits.step = 10ms;
+
+    EXPECT_EQ(recordError(), "Starting the capture timed out after 0s.");
+    EXPECT_EQ(microphone.stops, 1);
+    expectNothingStarted();
+}
+
+TEST_F(HangingSoundTests, AStopWishGivesUpASoundServerThatIsAsked)
+{
+    std::promise<void> hang;
+    std::promise<void> end;
+    audioInputs.onMicrophone = [&] {
+        hang.get_future().wait();
+        end.set_value_at_thread_exit();
+    };
+    stopRequests.request = interrupt;
+
+    EXPECT_EQ(recordError(), noFrames);
+    EXPECT_EQ(microphone.begins, 0);
+    expectNothingStarted();
+    hang.set_value();
+    end.get_future().wait(); // the thread that was let go of uses what is above
+}
+
+TEST_F(HangingSoundTests, AStartThatIsKnownIsWaitedForByNobody)
+{
+    std::filesystem::remove_all(take);
+    stopRequests.request = interrupt;
+    stream.onStop = [this] {
+        stream.deliver(fakeFrame(0, 640, 480));
+        microphone.deliverTone(MediaTime::fromNanoseconds(0));
+    };
+    options.captureSystemAudio = false;
+    options.durationSeconds = 600;
+
+    EXPECT_EQ(record().videoSegmentCount, 1);
+    EXPECT_EQ(microphone.looks, 1);
 }
 
 } // namespace

@@ -35,6 +35,11 @@ void PulseAudioInput::begin(Handlers handlers)
     thread_ = std::make_unique<NamedThread>(threadLabel_, threadStackBytes, [this] { runGuarded(); });
 }
 
+bool PulseAudioInput::isStartKnownWithin(std::chrono::nanoseconds limit)
+{
+    return started_.waitFor(limit);
+}
+
 AudioInputStart PulseAudioInput::awaitStart()
 {
     const auto outcome

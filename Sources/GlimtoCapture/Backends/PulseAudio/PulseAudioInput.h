@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -21,6 +22,7 @@ public:
     explicit PulseAudioInput(const char* threadLabel);
 
     void begin(Handlers handlers) final;
+    bool isStartKnownWithin(std::chrono::nanoseconds limit) final;
     AudioInputStart awaitStart() final;
     void stop() final;
 
