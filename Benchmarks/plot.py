@@ -3,7 +3,8 @@
 
     Benchmarks/plot.py build/benchmarks/benchmarks.json Documentation/pictures
 
-makes benchmark-cpu.svg and benchmark-picture.svg in the folder. Needs Debian's python3-matplotlib.
+makes benchmark-cpu.svg and benchmark-picture.svg in the folder, or that of them which it has figures for. Needs Debian's
+python3-matplotlib.
 """
 import json
 import math
@@ -36,8 +37,7 @@ def ratios(benchmarks):
     return found
 
 
-def plot_cpu(benchmarks, file):
-    rows = sorted(ratios(benchmarks).items(), key=lambda row: -row[1])
+def plot_cpu(rows, file):
     figure, axes = pyplot.subplots(figsize=(7, 0.4 + 0.22 * len(rows)))
     axes.barh([name for name, _ in rows], [ratio for _, ratio in rows], color=OURS)
     axes.axvline(1, color=PEER)
@@ -69,8 +69,11 @@ def main():
         raise SystemExit(__doc__)
     benchmarks = json.loads(pathlib.Path(sys.argv[1]).read_text("utf-8"))["benchmarks"]
     folder = pathlib.Path(sys.argv[2])
-    plot_cpu(benchmarks, folder / "benchmark-cpu.svg")
-    plot_picture(benchmarks["picture-curve"], folder / "benchmark-picture.svg")
+    rows = sorted(ratios(benchmarks).items(), key=lambda row: -row[1])
+    if rows:
+        plot_cpu(rows, folder / "benchmark-cpu.svg")
+    if curves := benchmarks.get("picture-curve"):
+        plot_picture(curves, folder / "benchmark-picture.svg")
 
 
 if __name__ == "__main__":

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""The tables of Documentation/performance.md, made of what Benchmarks/run.sh wrote.
+"""The tables of Documentation/performance.md and Benchmarks/README.md, made of what Benchmarks/run.sh wrote.
 
-    Benchmarks/tables.py build/benchmarks/benchmarks.json [Documentation/performance.md]
+    Benchmarks/tables.py build/benchmarks/benchmarks.json [Documentation/performance.md Benchmarks/README.md]
 
-prints them all, or writes each into the document between <!-- table: name --> and <!-- end of table -->. A table whose
-figures are not in the JSON stays as it is.
+prints them all, or writes each into the document that has a place for it, between <!-- table: name --> and
+<!-- end of table -->. A table whose figures are not in the JSON stays as it is.
 """
 import json
 import pathlib
@@ -19,20 +19,29 @@ import scene_tables  # noqa: E402
 SCENE_HEAD = """| scene | kbit/s | SSIM, ours : peer | worst picture | PSNR, dB |
 |---|---|---|---|---|"""
 
+LARGE_SCENE_HEAD = """| scene | kbit/s, ours : peer | SSIM | worst picture | PSNR, dB | edges, dB | CPU |
+|---|---|---|---|---|---|---|"""
+
 
 def machine(results):
     return (f"Revision {results['revision']}, {results['machine']}; load {results['loadBefore']} before and "
             f"{results['loadAfter']} after the run; medians of {results['runs']} run(s).")
 
 
+def both(pair, key, digits, factor=1.0):
+    return " : ".join(f"{pair[encoder][key] * factor:.{digits}f}" for encoder in ("ours", "peer"))
+
+
 def scene_row(pair):
-    ours, peer = pair["ours"], pair["peer"]
+    ours = pair["ours"]
+    return (f"| {ours['scene']} | {ours['bitsPerSecond'] / 1000:.0f} | {both(pair, 'ssim', 4)} "
+            f"| {both(pair, 'worstSSIM', 3)} | {both(pair, 'psnr', 1)} |")
 
-    def both(key, digits):
-        return f"{ours[key]:.{digits}f} : {peer[key]:.{digits}f}"
 
-    return (f"| {ours['scene']} | {ours['bitsPerSecond'] / 1000:.0f} | {both('ssim', 4)} | {both('worstSSIM', 3)} "
-            f"| {both('psnr', 1)} |")
+def large_scene_row(pair):
+    return (f"| {pair['ours']['scene']} | {both(pair, 'bitsPerSecond', 0, 1e-3)} | {both(pair, 'ssim', 4)} "
+            f"| {both(pair, 'worstSSIM', 3)} | {both(pair, 'psnr', 1)} | {both(pair, 'edgePSNR', 1)} "
+            f"| {pair['ours']['cpuSecondsAMinute'] / pair['peer']['cpuSecondsAMinute']:.2f} |")
 
 
 def tables(results):
@@ -50,24 +59,29 @@ def tables(results):
     scenes = benchmarks.get("picture-720p")
     if scenes and isinstance(scenes[0], dict):
         found["scenes"] = "\n".join([SCENE_HEAD, *map(scene_row, scenes)])
+        found["scenes and edges"] = "\n".join([LARGE_SCENE_HEAD, *map(large_scene_row, scenes)])
     return {name: table for name, table in found.items() if table}
 
 
 def main():
-    if len(sys.argv) not in (2, 3):
+    if len(sys.argv) < 2:
         raise SystemExit(__doc__)
     found = tables(json.loads(pathlib.Path(sys.argv[1]).read_text("utf-8")))
     if len(sys.argv) == 2:
         print("\n\n".join(found.values()))
         return
-    document = pathlib.Path(sys.argv[2])
-    text = document.read_text("utf-8")
+    documents = {pathlib.Path(name): pathlib.Path(name).read_text("utf-8") for name in sys.argv[2:]}
     for name, table in found.items():
-        text, count = re.subn(rf"(<!-- table: {name} -->\n).*?(<!-- end of table -->)",
-                              lambda place, table=table: place[1] + table + "\n" + place[2], text, flags=re.DOTALL)
-        if count != 1:
-            raise SystemExit(f"error: {document} has {count} places for the table {name}")
-    document.write_text(text, "utf-8")
+        places = 0
+        for document, text in documents.items():
+            documents[document], count = re.subn(rf"(<!-- table: {name} -->\n).*?(<!-- end of table -->)",
+                                                 lambda place, table=table: place[1] + table + "\n" + place[2], text,
+                                                 flags=re.DOTALL)
+            places += count
+        if places != 1:
+            raise SystemExit(f"error: {places} places for the table {name} in {', '.join(map(str, documents))}")
+    for document, text in documents.items():
+        document.write_text(text, "utf-8")
 
 
 if __name__ == "__main__":
