@@ -41,7 +41,7 @@ build=${1:-build}
 results=${2:-$build/benchmarks}
 [ -e "$build/build.ninja" ] || cmake -G Ninja -B "$build" -DCMAKE_BUILD_TYPE=Release >&2
 ninja -C "$build" glimto-capture glimto-motion-scene glimto-picture-loop glimto-picture-benchmark \
-    glimto-scene-likeness glimto-test-surface >&2
+    glimto-picture-likeness glimto-test-surface >&2
 mkdir -p "$results"
 
 load() { cut -d' ' -f1-3 /proc/loadavg; }

@@ -9,14 +9,12 @@ drawn. Prints Markdown tables; --json keeps the likeness at every look.
 """
 import argparse
 import json
-import pathlib
 import signal
 import subprocess
 import sys
-import tempfile
-import traceback
 
 import scene_tables
+from collecting import add_options, collect, names_of, report
 from new_scenes import CONTENTS
 from recorders import LEAST_BITS, playlist_of, record
 from shown_again import played
@@ -42,7 +40,7 @@ def record_both(stage, folder, seconds):
 
 def looks(stage, scenes, take):
     """What a decoder shows at some moments of every scene."""
-    command = [stage.build / "glimto-scene-likeness", playlist_of(take), scenes.file, f"{stage.width}x{stage.height}",
+    command = [stage.build / "glimto-picture-likeness", playlist_of(take), scenes.file, f"{stage.width}x{stage.height}",
                ",".join(map(str, sorted(scenes.titles)))]
     lines = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout.splitlines()
     return [json.loads(line) for line in lines]
@@ -61,30 +59,12 @@ def compare(content, options, folder):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--build", type=lambda path: pathlib.Path(path).resolve(), default="build")
-    parser.add_argument("--seconds", type=int, default=20)
-    parser.add_argument("--contents", default=",".join(CONTENTS))
-    parser.add_argument("--json", type=pathlib.Path, help="also write the figures to this file")
+    add_options(parser, CONTENTS)
     options = parser.parse_args()
-    names = options.contents.split(",")
-    if unknown := set(names) - set(CONTENTS):
-        parser.error(f"no such content: {', '.join(sorted(unknown))}")
+    names = names_of(options, parser, CONTENTS)
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # or the programs on the screen would stay
-    figures, failed = {}, []
-    for name in names:
-        print(name, file=sys.stderr, flush=True)
-        try:
-            with tempfile.TemporaryDirectory() as folder:
-                figures[name] = compare(CONTENTS[name], options, pathlib.Path(folder))
-        except Exception:
-            traceback.print_exc()
-            failed.append(name)
-        if options.json:
-            options.json.write_text(json.dumps(figures, indent=1) + "\n")
-    print("\n\n".join(filter(None, [scene_tables.summary_table(figures), scene_tables.course_tables(figures)])))
-    if failed:
-        print(f"error: not recorded: {', '.join(failed)}", file=sys.stderr)
-    return 1 if failed else 0
+    figures, failed = collect(names, options.json, lambda name, folder: compare(CONTENTS[name], options, folder))
+    return report([scene_tables.summary_table(figures), scene_tables.course_tables(figures)], failed)
 
 
 if __name__ == "__main__":

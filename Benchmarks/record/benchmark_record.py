@@ -9,20 +9,19 @@ run of each are decoded and compared with them. Prints Markdown tables; --json k
     Benchmarks/record/benchmark_record.py [--build build] [--seconds 20] [--runs 3] [--contents still,typing,...]
 """
 import argparse
-import json
-import pathlib
 import signal
 import statistics
 import sys
-import tempfile
-import traceback
 
 import recording_tables
+from collecting import add_options, collect, names_of, report
 from contents import CONTENTS
+from picture_edges import edges
 from picture_quality import left_out, likeness, picture_numbers
 from picture_vmaf import vmaf
 from recorders import LEAST_BITS, playlist_of, record
-from stage import Missing, opened
+from stage import opened
+
 
 def summary(runs):
     """The medians, and what lies between the cheapest and the dearest run."""
@@ -45,6 +44,8 @@ def compare(content, options, folder):
     for recorder, take in takes.items():
         if pictures:
             result[recorder].update(quality(playlist_of(take), pictures, folder))
+            if content.again:
+                result[recorder].update(edges(playlist_of(take), pictures, options.build))
     return result
 
 
@@ -61,35 +62,15 @@ def facts(content):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--build", type=lambda path: pathlib.Path(path).resolve(), default="build")
-    parser.add_argument("--seconds", type=int, default=20)
+    add_options(parser, CONTENTS)
     parser.add_argument("--runs", type=int, default=3)
-    parser.add_argument("--contents", default=",".join(CONTENTS))
-    parser.add_argument("--json", type=pathlib.Path, help="also write the figures to this file")
     options = parser.parse_args()
-    names = options.contents.split(",")
-    if unknown := set(names) - set(CONTENTS):
-        parser.error(f"no such content: {', '.join(sorted(unknown))}")
+    names = names_of(options, parser, CONTENTS)
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # or the programs on the screen would stay
-    figures, failed = {}, []
-    for name in names:
-        print(name, file=sys.stderr, flush=True)
-        try:
-            with tempfile.TemporaryDirectory() as folder:
-                figures[name] = {**facts(CONTENTS[name]), **compare(CONTENTS[name], options, pathlib.Path(folder))}
-        except Exception as error:
-            if not isinstance(error, Missing):
-                traceback.print_exc()
-            print(f"{name}: {error}", file=sys.stderr)
-            failed.append(name)
-        if options.json:
-            options.json.write_text(json.dumps(figures, indent=1) + "\n")
-    tables = [recording_tables.cost_table(figures), recording_tables.picture_table(figures),
-              recording_tables.large_table(figures)]
-    print("\n\n".join(filter(None, tables)))
-    if failed:
-        print(f"error: not recorded: {', '.join(failed)}", file=sys.stderr)
-    return 1 if failed else 0
+    figures, failed = collect(names, options.json, lambda name, folder: {
+        **facts(CONTENTS[name]), **compare(CONTENTS[name], options, folder)})
+    return report([recording_tables.cost_table(figures), recording_tables.picture_table(figures),
+                   recording_tables.large_table(figures)], failed)
 
 
 if __name__ == "__main__":

@@ -33,14 +33,14 @@ def of_drawn(pictures):
 
 
 def likeness(playlist, numbers, pictures, folder):
-    """SSIM and PSNR of luma of some frames against the pictures as they were drawn: mean and worst one."""
+    """SSIM and PSNR of luma, PSNR of chroma, of some frames against the pictures as they were drawn: mean, worst one."""
     step = max(math.ceil(len(numbers) / MOST_COMPARED), 1)
     height = pictures.height - MARKER_SIZE
     ssim, psnr = folder / "ssim.txt", folder / "psnr.txt"
     crop = f"crop={pictures.width}:{height}"
-    graph = (f"[0:v]settb=1/30,setpts=N,format=yuv420p,{crop}:0:{MARKER_SIZE},extractplanes=y,split[drawn1][drawn2];"
+    graph = (f"[0:v]settb=1/30,setpts=N,format=yuv420p,{crop}:0:{MARKER_SIZE},split[drawn1][drawn2];"
              f"[1:v]select='not(mod(n,{step}))',settb=1/30,setpts=N,{crop}:{pictures.left}:{pictures.top + MARKER_SIZE},"
-             f"extractplanes=y,split[shown1][shown2];[shown1][drawn1]ssim=stats_file={ssim}[one];"
+             f"split[shown1][shown2];[shown1][drawn1]ssim=stats_file={ssim}[one];"
              f"[shown2][drawn2]psnr=stats_file={psnr}[two]")
     command = ["ffmpeg", "-v", "error", *of_drawn(pictures), "-i", str(playlist), "-lavfi", graph]
     for output in ("[one]", "[two]"):
@@ -51,11 +51,13 @@ def likeness(playlist, numbers, pictures, folder):
         if process.wait() != 0:
             raise RuntimeError("ffmpeg could not compare the pictures")
     structures = [float(value) for value in re.findall(r"\bY:([0-9.]+)", ssim.read_text())]
-    errors = [float(value) for value in re.findall(r"\bmse_y:([0-9.]+)", psnr.read_text())]
+    errors, *of_chroma = ([float(value) for value in re.findall(rf"\bmse_{plane}:([0-9.]+)", psnr.read_text())]
+                          for plane in "yuv")
     if len(structures) != len(numbers[::step]):
         raise RuntimeError(f"{len(structures)} pictures compared of {len(numbers[::step])}")
     return {"ssim": statistics.mean(structures), "worstSSIM": min(structures),
-            "psnr": decibels(statistics.mean(errors)), "worstPSNR": decibels(max(errors))}
+            "psnr": decibels(statistics.mean(errors)), "worstPSNR": decibels(max(errors)),
+            "chromaPSNR": decibels(statistics.mean(map(statistics.mean, of_chroma)))}
 
 
 def decibels(error):

@@ -2,8 +2,8 @@
 
 COST_HEAD = """| content | glimto-capture | ffmpeg | ratio | goal | kbit/s | X server, ratio | peak memory, MB |
 |---|---|---|---|---|---|---|---|"""
-PICTURE_HEAD = """| content | SSIM, ours : peer | worst picture | PSNR, dB | worst picture | lost, ours : peer | longest gap |
-|---|---|---|---|---|---|---|"""
+PICTURE_HEAD = """| content | SSIM, ours : peer | worst picture | PSNR, dB | worst picture | edges, dB | chroma, dB | lost | longest gap |
+|---|---|---|---|---|---|---|---|---|"""
 VMAF_HEAD = """ VMAF | worst picture |
 ---|---|"""
 NO_VMAF = "VMAF was not measured: there was no `vmaf` tool."
@@ -23,6 +23,10 @@ def both(pair, key, digits, factor=1.0):
     return " : ".join(f"{pair[recorder][key] * factor:.{digits}f}" for recorder in ("ours", "peer"))
 
 
+def known(pair, key):
+    return both(pair, key, 1) if all(key in pair[recorder] for recorder in ("ours", "peer")) else ""
+
+
 def goal_text(goal):
     return f"{goal:.2f}" if goal else ""
 
@@ -37,7 +41,8 @@ def cost_row(pair):
 def picture_row(pair):
     lost = " : ".join(f"{pair[recorder]['lost']} of {pair[recorder]['pictures']}" for recorder in ("ours", "peer"))
     return (f"| {pair['title']} | {both(pair, 'ssim', 4)} | {both(pair, 'worstSSIM', 3)} | {both(pair, 'psnr', 1)} "
-            f"| {both(pair, 'worstPSNR', 1)} | {lost} | {both(pair, 'longestGap', 0)} |")
+            f"| {both(pair, 'worstPSNR', 1)} | {known(pair, 'edgePSNR')} | {known(pair, 'chromaPSNR')} | {lost} "
+            f"| {both(pair, 'longestGap', 0)} |")
 
 
 def vmaf_cells(pair):
@@ -66,12 +71,12 @@ def cost_table(figures):
 
 
 def picture_table(figures):
-    known = [pair for pair in figures.values() if "ssim" in pair["ours"]]
-    if not known:
+    pairs = [pair for pair in figures.values() if "ssim" in pair["ours"]]
+    if not pairs:
         return ""
-    if not any("vmaf" in pair["ours"] for pair in known):
-        return table(PICTURE_HEAD, map(picture_row, known)) + "\n\n" + NO_VMAF
-    return table(beside(PICTURE_HEAD, VMAF_HEAD), [picture_row(pair) + vmaf_cells(pair) for pair in known])
+    if not any("vmaf" in pair["ours"] for pair in pairs):
+        return table(PICTURE_HEAD, map(picture_row, pairs)) + "\n\n" + NO_VMAF
+    return table(beside(PICTURE_HEAD, VMAF_HEAD), [picture_row(pair) + vmaf_cells(pair) for pair in pairs])
 
 
 def large_table(figures):

@@ -1,17 +1,20 @@
-// Tells how well a recording shows new scenes of numbered pictures, see NumberedWindow.h.
+// Tells how well a recording shows numbered pictures, see NumberedWindow.h.
 //
-//     glimto-scene-likeness TAKE PICTURES WIDTHxHEIGHT FIRST,...
+//     glimto-picture-likeness TAKE PICTURES WIDTHxHEIGHT FIRST,...
+//     glimto-picture-likeness TAKE PICTURES WIDTHxHEIGHT every:COUNT
 //
 // TAKE is a file or playlist; PICTURES holds the pictures as they were drawn, raw BGRX, in the order of their
-// numbers; FIRST,... are the numbers that the scenes begin with, from 0 on. Looks at what is shown at some
-// moments of each scene that begins within the take, every thirtieth of its first half second and five times
-// before its second second ends, and prints a line of JSON for each look: the scene, how many had begun
-// before, the seconds since it began, the picture's number, and how close it comes to what was drawn.
+// numbers. Prints a line of JSON for each look at the take: the picture's number and how close it comes to
+// what was drawn. With every:COUNT it looks at every COUNTth picture. FIRST,... are the numbers that scenes
+// begin with, from 0 on: then it looks at what is shown at some moments of each scene that begins within the
+// take, every thirtieth of its first half second and five times before its second second ends, and tells
+// besides the scene, how many had begun before, and the seconds since it began.
 
 #include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <sstream>
@@ -46,6 +49,12 @@ std::vector<double> timesOfLooks()
 
 constexpr double tolerance = 1.0 / 60; // recorders do not see a picture at once
 
+void cutMarkerOff(Luma& luma)
+{
+    luma.height -= markerSize;
+    luma.samples.erase(luma.samples.begin(), luma.samples.begin() + markerSize * luma.width);
+}
+
 // Pictures as they were drawn, without the rows of the marker.
 class DrawnPictures {
 public:
@@ -63,8 +72,7 @@ public:
             if (!file_.read(reinterpret_cast<char*>(canvas_.pixels.data()), bytes))
                 throw std::runtime_error("there is no picture " + std::to_string(number));
             luma_ = lumaOf(canvas_);
-            luma_.height -= markerSize;
-            luma_.samples.erase(luma_.samples.begin(), luma_.samples.begin() + markerSize * luma_.width);
+            cutMarkerOff(luma_);
             number_ = number;
         }
         return luma_;
@@ -86,6 +94,14 @@ unsigned numberIn(const Luma& shown)
             number |= 1U << static_cast<unsigned>(bit);
     }
     return number;
+}
+
+void print(nlohmann::ordered_json line, unsigned number, const Likeness& likeness)
+{
+    line.update({{"number", number}, {"ssim", likeness.structure}, {"psnr", signalToNoise(likeness.error)}});
+    if (likeness.edgeStructure >= 0)
+        line.update({{"edgeSSIM", likeness.edgeStructure}, {"edgePSNR", signalToNoise(likeness.edgeError)}});
+    std::cout << line.dump() << "\n";
 }
 
 // Follows a take, whose first picture is in the middle of a scene.
@@ -124,16 +140,10 @@ private:
     void look(double since)
     {
         if (!likeness_) {
-            shown_.height -= markerSize;
-            shown_.samples.erase(shown_.samples.begin(), shown_.samples.begin() + markerSize * shown_.width);
+            cutMarkerOff(shown_);
             likeness_ = likeness(shown_, drawn_.picture(number_));
         }
-        nlohmann::ordered_json line = {{"scene", scene_}, {"begun", begun_ - 1}, {"since", since},
-            {"number", number_}, {"ssim", likeness_->structure}, {"psnr", signalToNoise(likeness_->error)}};
-        if (likeness_->edgeStructure >= 0)
-            line.update(
-                {{"edgeSSIM", likeness_->edgeStructure}, {"edgePSNR", signalToNoise(likeness_->edgeError)}});
-        std::cout << line.dump() << "\n";
+        print({{"scene", scene_}, {"begun", begun_ - 1}, {"since", since}}, number_, *likeness_);
     }
 
     DrawnPictures& drawn_;
@@ -165,16 +175,31 @@ int run(const std::vector<std::string>& arguments)
     int height = 0;
     if (arguments.size() != 4 || std::sscanf(arguments[2].c_str(), "%dx%d", &width, &height) != 2
         || width < markerBits * markerSize || height <= markerSize) {
-        std::cerr << "usage: glimto-scene-likeness TAKE PICTURES WIDTHxHEIGHT FIRST,...\n";
+        std::cerr << "usage: glimto-picture-likeness TAKE PICTURES WIDTHxHEIGHT FIRST,...|every:COUNT\n";
         return 2;
     }
     DrawnPictures drawn(arguments[1], width, height);
+    const auto read = [&](const std::function<void(double time, Luma shown)>& receive) {
+        readPictures(arguments[0], [&](double time, Luma shown) {
+            if (shown.width != width || shown.height != height)
+                throw std::runtime_error("the take has another size");
+            receive(time, std::move(shown));
+        });
+    };
+    int step = 0;
+    if (std::sscanf(arguments[3].c_str(), "every:%d", &step) == 1 && step > 0) {
+        int count = 0;
+        read([&](double /*time*/, Luma shown) {
+            if (count++ % step != 0)
+                return;
+            const unsigned number = numberIn(shown);
+            cutMarkerOff(shown);
+            print({}, number, likeness(shown, drawn.picture(number)));
+        });
+        return 0;
+    }
     SceneWatch watch(drawn, parseFirsts(arguments[3]));
-    readPictures(arguments[0], [&](double time, Luma shown) {
-        if (shown.width != width || shown.height != height)
-            throw std::runtime_error("the take has another size");
-        watch.see(time, std::move(shown));
-    });
+    read([&](double time, Luma shown) { watch.see(time, std::move(shown)); });
     return 0;
 }
 
