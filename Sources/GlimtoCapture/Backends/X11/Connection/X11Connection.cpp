@@ -157,6 +157,7 @@ bool X11Connection::takeReply(unsigned sequence, void** reply)
     xcb_generic_error_t* error = nullptr;
     const bool isThere = xcb_poll_for_reply(connection_, sequence, reply, &error) != 0;
     const XCBHandle<xcb_generic_error_t> owned(error);
+    lastError_ = error ? error->error_code : 0;
     return isThere;
 }
 

@@ -80,6 +80,9 @@ public:
         return XCBHandle<Reply>(static_cast<Reply*>(waitForReply(cookie.sequence)));
     }
 
+    // The code of the server's error to what was last asked for a reply; 0 when there was one.
+    std::uint8_t lastError() const { return lastError_; }
+
     // The reply that has come to a request: none yet, or null when the server answered with an error.
     template <typename Reply> std::optional<XCBHandle<Reply>> pollReply(unsigned sequence)
     {
@@ -121,6 +124,7 @@ private:
     const xcb_screen_t* screen_ = nullptr;
     std::chrono::milliseconds answerTimeout_{3000};
     HostTime deadline_ = HostTime::max();
+    std::uint8_t lastError_ = 0;
 };
 
 // The windows of a reply, bottom to top, and no more than have come. Valid as long as the reply.

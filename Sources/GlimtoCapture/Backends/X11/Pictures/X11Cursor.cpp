@@ -1,5 +1,11 @@
 #include "Backends/X11/Pictures/X11Cursor.h"
 
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "Support/Errors.h"
+
 namespace glimto {
 
 X11Cursor::X11Cursor(X11Connection& connection)
@@ -38,8 +44,10 @@ void X11Cursor::receive()
 
 void X11Cursor::receiveImage()
 {
-    const auto reply = connection_.reply<xcb_xfixes_get_cursor_image_reply_t>(imageCookie_);
+    auto reply = connection_.reply<xcb_xfixes_get_cursor_image_reply_t>(imageCookie_);
     hasNewShape_ = false;
+    if (!reply && connection_.lastError() == XCB_ACCESS)
+        reply = imageWithoutItsMaker();
     // A server without a pointer has no image to give, and tells when it gets one.
     if (!reply) {
         image_ = {};
@@ -48,6 +56,25 @@ void X11Cursor::receiveImage()
     }
     serial_ = reply->cursor_serial;
     image_ = x11CursorImage(*reply);
+}
+
+// Servers give a shape to nobody while the number of the client that made it belongs to none, as after
+// "xsetroot -cursor_name". A new client gets the lowest number that is free, so one of the next is that.
+X11Cursor::ImageReply X11Cursor::imageWithoutItsMaker()
+{
+    constexpr std::size_t mostClients = 16;
+    std::vector<std::unique_ptr<X11Connection>> clients;
+    ImageReply reply;
+    try {
+        while (!reply && clients.size() < mostClients) {
+            clients.push_back(X11Connection::open());
+            reply = connection_.reply<xcb_xfixes_get_cursor_image_reply_t>(
+                xcb_xfixes_get_cursor_image(connection_.xcb()));
+        }
+    } catch (const PlatformError&) {
+        // The server takes no more clients. One that is gone shows with the next question.
+    }
+    return reply;
 }
 
 void X11Cursor::draw(X11Canvas& canvas) const

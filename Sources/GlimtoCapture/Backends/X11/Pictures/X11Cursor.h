@@ -41,7 +41,10 @@ public:
     State state() const { return {x_, y_, serial_}; }
 
 private:
+    using ImageReply = XCBHandle<xcb_xfixes_get_cursor_image_reply_t>;
+
     void receiveImage();
+    ImageReply imageWithoutItsMaker();
 
     X11Connection& connection_;
     X11CursorImage image_;
