@@ -1,5 +1,7 @@
 #include "Backends/Images/PNGFilter.h"
 
+#include <algorithm>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -8,6 +10,13 @@ namespace glimto {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+
+Bytes filteredRows(const PixelBuffer& pixels)
+{
+    const auto rows = makeRows(pixels);
+    filterRows(pixels, 0, static_cast<std::size_t>(pixels.height), rows);
+    return {rows.bytes.get(), rows.bytes.get() + rows.size};
+}
 
 TEST(PNGFilterTests, ARowThatRepeatsTheOneAboveIsTheDifferenceToIt)
 {
@@ -55,8 +64,8 @@ TEST(PNGFilterTests, RowsOfLettersAreWrittenAsTheyAre)
     for (std::size_t pixel = 0; pixel < 300; ++pixel)
         bgrx.insert(bgrx.end(), {letters[3 * pixel], letters[3 * pixel], letters[3 * pixel], 7});
     const auto rows = filteredRows({300, 1, 1200, bgrx.data(), nullptr});
-    EXPECT_EQ(rows.bytes[0], 0);
-    EXPECT_EQ(Bytes(rows.bytes.get() + 1, rows.bytes.get() + rows.size), letters);
+    EXPECT_EQ(rows[0], 0);
+    EXPECT_EQ(Bytes(rows.begin() + 1, rows.end()), letters);
 }
 
 TEST(PNGFilterTests, LongRowsOfLargeDifferencesAreSummedWithoutOverflow)
@@ -72,8 +81,22 @@ TEST(PNGFilterTests, RowsAreRGBDifferencesBehindTheirFilter)
 {
     const Bytes bgrx = {3, 2, 1, 99, 13, 12, 11, 98, /* next row */ 3, 2, 1, 97, 14, 12, 11, 96};
     const auto rows = filteredRows({2, 2, 8, bgrx.data(), nullptr});
-    EXPECT_EQ(Bytes(rows.bytes.get(), rows.bytes.get() + rows.size),
-        (Bytes{1, 1, 2, 3, 10, 10, 10, /* next row */ 2, 0, 0, 0, 0, 0, 1}));
+    EXPECT_EQ(rows, (Bytes{1, 1, 2, 3, 10, 10, 10, /* next row */ 2, 0, 0, 0, 0, 0, 1}));
+}
+
+TEST(PNGFilterTests, RowsMayBeFilledInPartsOfAnyLength)
+{
+    constexpr int width = 5;
+    constexpr int height = 40;
+    Bytes bgrx(4 * width * height);
+    for (std::size_t at = 0; at < bgrx.size(); ++at)
+        bgrx[at] = static_cast<std::uint8_t>(at / (8 * width) % 3 * at * at);
+    const PixelBuffer pixels = {width, height, 4 * width, bgrx.data(), nullptr};
+    const auto rows = makeRows(pixels);
+    std::fill(rows.bytes.get(), rows.bytes.get() + rows.size, std::uint8_t(0xa5));
+    for (const auto& [first, end] : {std::pair{17U, 18U}, {18U, 40U}, {1U, 17U}, {0U, 1U}})
+        filterRows(pixels, first, end, rows);
+    EXPECT_EQ(Bytes(rows.bytes.get(), rows.bytes.get() + rows.size), filteredRows(pixels));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "Backends/Images/ZlibStream.h"
 
 #include <algorithm>
+#include <new>
 #include <random>
 #include <vector>
 
@@ -77,7 +78,7 @@ TEST(ZlibStreamTests, PiecesAreOneStream)
     constexpr std::size_t size = 2'500'001;
     for (const Bytes& data : {letters(size), grain(size), mixed(size), Bytes(size, 0)}) {
         for (const std::size_t count : {1U, 2U, 3U, 4U, 7U}) {
-            const auto pieces = zlibStream(data, count);
+            const auto pieces = zlibStream({.bytes = data}, count);
             EXPECT_EQ(pieces.size(), count);
             EXPECT_EQ(decompressed(joined(pieces), size), data) << count;
         }
@@ -89,7 +90,8 @@ TEST(ZlibStreamTests, LittleDataIsAStreamAsWell)
     for (const std::size_t size : {1U, 2U, 5U, 100U}) {
         for (const std::size_t count : {1U, 2U, 4U}) {
             const Bytes data = letters(size);
-            EXPECT_EQ(decompressed(joined(zlibStream(data, count)), size), data) << size << " " << count;
+            EXPECT_EQ(decompressed(joined(zlibStream({.bytes = data}, count)), size), data)
+                << size << " " << count;
         }
     }
 }
@@ -97,8 +99,8 @@ TEST(ZlibStreamTests, LittleDataIsAStreamAsWell)
 TEST(ZlibStreamTests, DividingCostsNextToNothing)
 {
     const Bytes data = letters(8'000'000);
-    const auto whole = joined(zlibStream(data, 1)).size();
-    EXPECT_LT(joined(zlibStream(data, 4)).size(), whole + whole / 50);
+    const auto whole = joined(zlibStream({.bytes = data}, 1)).size();
+    EXPECT_LT(joined(zlibStream({.bytes = data}, 4)).size(), whole + whole / 50);
 }
 
 TEST(ZlibStreamTests, WhatNeverRepeatsIsNotLargerForThat)
@@ -108,14 +110,39 @@ TEST(ZlibStreamTests, WhatNeverRepeatsIsNotLargerForThat)
         Bytes searched(libdeflate_zlib_compress_bound(compressor.get(), data.size()));
         searched.resize(libdeflate_zlib_compress(
             compressor.get(), data.data(), data.size(), searched.data(), searched.size()));
-        EXPECT_LT(joined(zlibStream(data, 1)).size(), searched.size() + 100);
+        EXPECT_LT(joined(zlibStream({.bytes = data}, 1)).size(), searched.size() + 100);
     }
 }
 
 TEST(ZlibStreamTests, LargeDataIsDividedByItself)
 {
     const Bytes data = letters(30'000'000);
-    EXPECT_EQ(decompressed(joined(zlibStream(data)), data.size()), data);
+    EXPECT_EQ(decompressed(joined(zlibStream({.bytes = data})), data.size()), data);
+}
+
+TEST(ZlibStreamTests, PiecesAreWholeRowsThatAreFilledBefore)
+{
+    const Bytes data = letters(1001 * 37);
+    Bytes filled(data.size());
+    const RowData rows = {.bytes = filled, .rowSize = 37, .fill = [&](std::size_t first, std::size_t end) {
+                              for (std::size_t at = 37 * first; at < 37 * end; ++at)
+                                  filled[at] = data[at];
+                          }};
+    for (const std::size_t count : {1U, 3U, 4U}) {
+        std::ranges::fill(filled, std::uint8_t(0));
+        EXPECT_EQ(decompressed(joined(zlibStream(rows, count)), data.size()), data) << count;
+    }
+}
+
+TEST(ZlibStreamTests, FillingThatFailsIsTold)
+{
+    const Bytes data(100'000);
+    const RowData rows = {.bytes = data, .rowSize = 10, .fill = [](std::size_t first, std::size_t) {
+                              if (first == 0)
+                                  throw std::bad_alloc();
+                          }};
+    for (const std::size_t count : {1U, 2U})
+        EXPECT_THROW(zlibStream(rows, count), std::bad_alloc);
 }
 
 } // namespace

@@ -191,8 +191,13 @@ std::vector<std::byte> DeflatePNGCodec::encode(const PixelBuffer& pixels)
     if (pixels.width < 1 || pixels.height < 1)
         throw PlatformError(errorDomain::png, -1, "An empty picture cannot be a PNG.");
     try {
-        const PNGRows rows = filteredRows(inFormat(pixels, PixelFormat::xrgb8888));
-        return fileOf(pixels, zlibStream({rows.bytes.get(), rows.size}));
+        const PixelBuffer converted = inFormat(pixels, PixelFormat::xrgb8888);
+        const PNGRows rows = makeRows(converted);
+        return fileOf(pixels,
+            zlibStream({.bytes = {rows.bytes.get(), rows.size},
+                .rowSize = rows.rowSize,
+                .fill
+                = [&](std::size_t first, std::size_t end) { filterRows(converted, first, end, rows); }}));
     } catch (const std::bad_alloc&) {
         throw PlatformError(errorDomain::png, -1, "There is not enough memory to encode the picture.");
     }

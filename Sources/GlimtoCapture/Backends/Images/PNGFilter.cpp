@@ -106,16 +106,23 @@ PNGFilterType filterForRow(std::span<const std::uint8_t> row, std::span<const st
     return toAbove < toLeft ? PNGFilterType::up : PNGFilterType::sub;
 }
 
-PNGRows filteredRows(const PixelBuffer& pixels)
+PNGRows makeRows(const PixelBuffer& pixels)
 {
-    const std::size_t rowSize = channels * static_cast<std::size_t>(pixels.width);
-    const auto height = static_cast<std::size_t>(pixels.height);
-    PNGRows rows = {.bytes = makeLargeBuffer((rowSize + 1) * height), .size = (rowSize + 1) * height};
+    const std::size_t rowSize = 1 + channels * static_cast<std::size_t>(pixels.width);
+    const std::size_t size = rowSize * static_cast<std::size_t>(pixels.height);
+    return {.bytes = makeLargeBuffer(size), .rowSize = rowSize, .size = size};
+}
+
+void filterRows(const PixelBuffer& pixels, std::size_t first, std::size_t end, const PNGRows& rows)
+{
+    const std::size_t rowSize = rows.rowSize - 1;
     std::vector<std::uint8_t> row(rowSize);
     std::vector<std::uint8_t> above(rowSize);
-    std::uint8_t* out = rows.bytes.get();
-    const std::uint8_t* source = pixels.bytes;
-    for (std::size_t y = 0; y < height; ++y, source += pixels.bytesPerRow, out += rowSize + 1) {
+    const std::uint8_t* source = pixels.bytes + first * pixels.bytesPerRow;
+    if (first > 0)
+        libyuv::ARGBToRAW(source - pixels.bytesPerRow, 0, row.data(), 0, pixels.width, 1);
+    std::uint8_t* out = rows.bytes.get() + first * rows.rowSize;
+    for (std::size_t y = first; y < end; ++y, source += pixels.bytesPerRow, out += rows.rowSize) {
         // Most of a desktop's rows repeat the one above; the fourth byte of a pixel is mostly the same as
         // well.
         if (y > 0 && std::memcmp(source, source - pixels.bytesPerRow, 4 * rowSize / channels) == 0) {
@@ -127,7 +134,6 @@ PNGRows filteredRows(const PixelBuffer& pixels)
         libyuv::ARGBToRAW(source, 0, row.data(), 0, pixels.width, 1);
         writeRow(filterForRow(row, above), row, above, out);
     }
-    return rows;
 }
 
 } // namespace glimto

@@ -25,7 +25,8 @@ enum class PNGFilterType : std::uint8_t { none = 0, sub = 1, up = 2 };
 // The rows of a picture as PNG compresses them: each is the number of its filter and its filtered RGB bytes.
 struct PNGRows {
     LargeBuffer bytes;
-    std::size_t size = 0;
+    std::size_t rowSize = 0; // bytes
+    std::size_t size = 0; // of all
 };
 
 // The filter for one row of RGB bytes: `up` for a row that repeats the one above, `none` for one that has
@@ -33,7 +34,11 @@ struct PNGRows {
 // `above` is the row before, or zeros.
 PNGFilterType filterForRow(std::span<const std::uint8_t> row, std::span<const std::uint8_t> above);
 
-// All rows of `pixels`, which has at least one and is xrgb8888.
-PNGRows filteredRows(const PixelBuffer& pixels);
+// Memory for the rows of `pixels`, not filled.
+PNGRows makeRows(const PixelBuffer& pixels);
+
+// Fills the rows from `first` to before `end`, of those of `pixels`, which is xrgb8888. Several threads may
+// fill rows of their own.
+void filterRows(const PixelBuffer& pixels, std::size_t first, std::size_t end, const PNGRows& rows);
 
 } // namespace glimto

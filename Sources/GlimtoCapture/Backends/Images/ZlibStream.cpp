@@ -158,15 +158,22 @@ StreamPiece compressedPiece(Bytes data, const Place& place)
 
 // One piece and the checksum of its data, made on whichever thread.
 struct PieceTask {
-    Bytes data;
+    const RowData& rows;
+    std::size_t first = 0; // row
+    std::size_t end = 0;
     Place place;
     StreamPiece piece = {};
     std::uint32_t checksum = 1;
     std::exception_ptr error = nullptr;
 
+    Bytes data() const { return rows.bytes.subspan(first * rows.rowSize, (end - first) * rows.rowSize); }
+
     void run() noexcept
     {
         try {
+            if (rows.fill)
+                rows.fill(first, end);
+            const Bytes data = this->data();
             piece = compressedPiece(data, place);
             checksum = libdeflate_adler32(1, data.data(), data.size());
         } catch (...) {
@@ -175,13 +182,13 @@ struct PieceTask {
     }
 };
 
-// To reopen a stream takes a third of the time of its compression, so the last piece, which stays closed, is
-// larger.
-std::size_t beginOf(std::size_t index, std::size_t pieceCount, std::size_t size)
+// The first row of a piece. To reopen a stream takes a third of the time of its compression, so the last
+// piece, which stays closed, is larger.
+std::size_t beginOf(std::size_t index, std::size_t pieceCount, std::size_t rowCount)
 {
     if (index == pieceCount)
-        return size;
-    return size * 3 * index / (3 * (pieceCount - 1) + 4);
+        return rowCount;
+    return rowCount * 3 * index / (3 * (pieceCount - 1) + 4);
 }
 
 // The first ones on threads of their own, the last one here. Without threads to be had, all here.
@@ -201,22 +208,22 @@ void runAll(std::vector<PieceTask>& tasks)
 
 } // namespace
 
-std::vector<StreamPiece> zlibStream(std::span<const std::uint8_t> data, std::size_t pieceCount)
+std::vector<StreamPiece> zlibStream(const RowData& rows, std::size_t pieceCount)
 {
+    const std::size_t rowCount = rows.bytes.size() / rows.rowSize;
     std::vector<PieceTask> tasks;
-    for (std::size_t index = 0; index < pieceCount; ++index) {
-        const std::size_t from = beginOf(index, pieceCount, data.size());
-        const std::size_t to = beginOf(index + 1, pieceCount, data.size());
-        tasks.push_back({.data = data.subspan(from, to - from),
+    for (std::size_t index = 0; index < pieceCount; ++index)
+        tasks.push_back({.rows = rows,
+            .first = beginOf(index, pieceCount, rowCount),
+            .end = beginOf(index + 1, pieceCount, rowCount),
             .place = {.isFirst = index == 0, .isLast = index + 1 == pieceCount}});
-    }
     runAll(tasks);
     std::vector<StreamPiece> pieces;
     uLong checksum = 1;
     for (PieceTask& task : tasks) {
         if (task.error)
             std::rethrow_exception(task.error);
-        checksum = adler32_combine(checksum, task.checksum, static_cast<z_off_t>(task.data.size()));
+        checksum = adler32_combine(checksum, task.checksum, static_cast<z_off_t>(task.data().size()));
         pieces.push_back(std::move(task.piece));
     }
     StreamPiece& last = pieces.back();
@@ -225,10 +232,10 @@ std::vector<StreamPiece> zlibStream(std::span<const std::uint8_t> data, std::siz
     return pieces;
 }
 
-std::vector<StreamPiece> zlibStream(std::span<const std::uint8_t> data)
+std::vector<StreamPiece> zlibStream(const RowData& rows)
 {
     const std::size_t threads = std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, mostThreads);
-    return zlibStream(data, std::clamp<std::size_t>(data.size() / leastPiece, 1, threads));
+    return zlibStream(rows, std::clamp<std::size_t>(rows.bytes.size() / leastPiece, 1, threads));
 }
 
 } // namespace glimto
