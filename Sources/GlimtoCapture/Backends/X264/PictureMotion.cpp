@@ -174,6 +174,15 @@ void lookAtMoved(const I420Picture& before, const I420Picture& after, const Look
 
 } // namespace
 
+Movement PictureMotion::movement() const
+{
+    constexpr double copiedAtLeast = 2.0 / 3;
+    constexpr int fewestMovedBlocks = 8;
+    if (movedBlocks < fewestMovedBlocks)
+        return Movement::unknown;
+    return copiedShare() >= copiedAtLeast ? Movement::copied : Movement::own;
+}
+
 PictureMotion motionBetween(const I420Picture& before, const I420Picture& after)
 {
     PictureMotion motion;

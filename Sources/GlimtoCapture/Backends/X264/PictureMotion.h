@@ -4,6 +4,13 @@
 
 namespace glimto {
 
+// How a picture came from the one before.
+enum class Movement {
+    unknown, // nobody looked, or little moves
+    copied, // by a program, as when it scrolls
+    own, // as no program copies it
+};
+
 // What one picture has of the one before it, found out from a sample of its changed blocks.
 //
 // Programs that scroll and drag copy: what moves stands in the picture before as it is, some whole pixels
@@ -16,6 +23,8 @@ struct PictureMotion {
     {
         return movedBlocks == 0 ? 0 : static_cast<double>(copiedBlocks) / movedBlocks;
     }
+
+    Movement movement() const;
 };
 
 // `after` is the picture that follows `before`, of the same size. Takes a millisecond or two.

@@ -43,8 +43,16 @@ constexpr double standingShareOfReserve = 0.8;
 // Finer than this a picture is not made at once where all of it has to be encoded.
 constexpr double finestOfScene = 16;
 
+// A change need not be finer than this before the picture rests.
+constexpr double finestChange = 14;
+
 // While much moves, nobody sees what is finer than this, but grain would take all bits.
 constexpr double finestInMotion = 20;
+constexpr double finestInOwnMotion = 22; // which programs do not copy: every picture has grain of its own
+
+// Predicting from both sides saves so much where it saves anything.
+constexpr double savedInBetween = 2;
+constexpr double missedInBetween = 1.2;
 
 // In the middle of a scene a keyframe must not stand out.
 constexpr double finerKeyframe = 3;
@@ -103,13 +111,13 @@ RateController::Plan RateController::plan(const Picture& picture)
         .detail = picture.detail};
     if (picture.kind == PictureKind::keyframe) {
         plan.quantizer = picture.motionShare > 0 ? beginMotion(plan, picture.motionShare, picture.likeness)
-                                                 : quantizerOfKeyframe(plan);
+                                                 : quantizerOfKeyframe(plan, picture.movement);
         if (changeCost_ <= 0)
             expectOfFirst(plan, predictionGain, firstChangedShare);
         return plan;
     }
     plan.isNewScene = plan.detail > 0 && needsDetail(picture.kind, picture.changedMacroblocks);
-    plan.quantizer = plan.isNewScene ? quantizerOfNewScene(plan) : quantizerOfPredicted(plan);
+    plan.quantizer = plan.isNewScene ? quantizerOfNewScene(plan) : quantizerOfPredicted(plan, picture.movement);
     usualChangedShare_ = blended(usualChangedShare_, plan.changedShare, 0.2);
     usualQuantizer_ = blended(usualQuantizer_, plan.quantizer, 0.2 * plan.changedShare);
     lastPredictedQuantizer_ = plan.quantizer;
@@ -133,10 +141,17 @@ int RateController::beginMotion(const Plan& plan, double share, double likeness)
     picturesOfScene_ = 0;
     beginsMotion_ = true;
     const double cost = changeCost_ * share * macroblockCount_;
-    const double expected = std::max(idealQuantizer(cost, bitsPerFrame_), finestInMotion);
+    const double expected = std::max(idealQuantizer(cost, bitsPerFrame_), finestInOwnMotion);
     lastPredictedQuantizer_ = clamped(expected);
     const double affordable = idealQuantizer(plan.detail * detailCost_, bitsForScene());
     return clamped(std::max(affordable, expected - finerKeyframe));
+}
+
+bool RateController::needsInBetween(bool already) const
+{
+    const double cost = changeCost_ * usualChangedShare_ * macroblockCount_;
+    const double without = cost * (already ? savedInBetween : missedInBetween);
+    return idealQuantizer(without, bitsPerFrame_) > finestInOwnMotion;
 }
 
 bool RateController::knowsScene() const
@@ -158,9 +173,13 @@ double RateController::bitsForScene() const
     return std::max(reserve_, bitsPerSecond_ * smallestSceneReserveSeconds) * sceneShareOfReserve;
 }
 
-int RateController::quantizerOfKeyframe(const Plan& plan) const
+// What is copied again and again stays as fine as it came.
+int RateController::quantizerOfKeyframe(const Plan& plan, Movement movement) const
 {
-    const double ideal = std::max(idealQuantizer(plan.detail * detailCost_, bitsForScene()), finestOfScene);
+    const double affordable = idealQuantizer(plan.detail * detailCost_, bitsForScene());
+    if (movement == Movement::copied)
+        return clamped(affordable);
+    const double ideal = std::max(affordable, finestOfScene);
     if (!isMoving())
         return clamped(ideal);
     return clamped(std::clamp(ideal, lastPredictedQuantizer_ - finerKeyframe, lastPredictedQuantizer_ + 1.0));
@@ -173,11 +192,13 @@ int RateController::quantizerOfNewScene(const Plan& plan) const
     return clamped(std::max(idealQuantizer(cost, bitsForScene()), finestOfScene));
 }
 
-int RateController::quantizerOfPredicted(const Plan& plan) const
+int RateController::quantizerOfPredicted(const Plan& plan, Movement movement) const
 {
     const double cost = changeCost_ * plan.changedShare * macroblockCount_;
     const bool isMotion = usualChangedShare_ > 0.1 && plan.changedShare > 0.1;
-    const double finest = isMotion ? finestInMotion : finestQuantizer;
+    const double finest = !isMotion ? finestChange
+        : movement == Movement::own ? finestInOwnMotion
+                                    : finestInMotion;
     const double ideal = std::max(idealQuantizer(cost, bitsForFrame()), finest);
     if (!isMoving() || !knowsScene())
         return clamped(ideal);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "Backends/X264/PictureMotion.h"
 #include "Platform/VideoEncoder.h"
 
 namespace glimto {
@@ -18,7 +19,7 @@ namespace glimto {
 class RateController {
 public:
     // Finer than this a desktop looks no better and only costs bits.
-    static constexpr int finestQuantizer = 14;
+    static constexpr int finestQuantizer = 12;
     static constexpr int coarsestQuantizer = 48;
 
     // `framesPerSecond` is the rate of a picture that moves all the time.
@@ -32,12 +33,13 @@ public:
                            // when nobody looked
         double motionShare = 0; // of the picture, how much will move from now on; 0 when unknown
         double likeness = 0; // as likenessOf() tells it, of the picture and the next one; 0 when unknown
+        Movement movement = Movement::unknown; // of what moves in it
     };
 
     // How a picture shall be encoded.
     struct Plan {
         PictureKind kind = PictureKind::predicted;
-        int quantizer = 0; // 14 to 48
+        int quantizer = 0; // finestQuantizer to coarsestQuantizer
         double changedShare = 1; // 0 to 1
         double detail = 0;
         bool isNewScene = false; // it shows something else than the one before
@@ -74,6 +76,10 @@ public:
     // Whether it is known by now what the pictures of a moving scene cost.
     bool knowsScene() const;
 
+    // Whether pictures of own movement need what predicting from both sides saves; when they do so `already`,
+    // whether they still would without.
+    bool needsInBetween(bool already) const;
+
     // Whether a scene that moves has begun, and not yet what its pictures cost is known.
     bool beginsMotion() const { return beginsMotion_; }
 
@@ -84,8 +90,8 @@ private:
     void expectOfFirst(const Plan& plan, double gain, double changedShare);
     int beginMotion(const Plan& plan, double share, double likeness);
     void learnCostOfChange(const Plan& plan, double cost);
-    int quantizerOfKeyframe(const Plan& plan) const;
-    int quantizerOfPredicted(const Plan& plan) const;
+    int quantizerOfKeyframe(const Plan& plan, Movement movement) const;
+    int quantizerOfPredicted(const Plan& plan, Movement movement) const;
     int quantizerOfNewScene(const Plan& plan) const;
     bool isMoving() const { return lastPredictedQuantizer_ > 0 && usualChangedShare_ > 0.3; }
     double bitsForFrame() const;

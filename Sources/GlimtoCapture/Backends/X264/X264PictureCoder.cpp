@@ -64,6 +64,9 @@ void spreadQuantizers(x264_param_t& parameters)
     parameters.rc.i_rc_method = X264_RC_CRF;
     parameters.rc.i_aq_mode = X264_AQ_VARIANCE;
     parameters.rc.f_aq_strength = 0.8F; // stronger ones take too much from edges and grain
+    // Coefficients are rounded down from further up, as 6 and 12 of 64; otherwise much is lost that is weak.
+    parameters.analyse.i_luma_deadzone[0] = 12; // inter
+    parameters.analyse.i_luma_deadzone[1] = 6; // intra
 }
 
 // The superfast preset without what costs more than it brings on a screen: measured in Benchmarks/record.
@@ -84,9 +87,12 @@ void chooseAnalysis(x264_param_t& parameters)
 void chooseTools(x264_param_t& parameters, CodingTools tools, const VideoEncodingSettings& settings)
 {
     parameters.i_sps_id = static_cast<int>(tools);
-    if (tools == CodingTools::quick) {
+    parameters.b_cabac = tools != CodingTools::quick ? 1 : 0;
+    if (tools == CodingTools::spreading)
+        spreadQuantizers(parameters);
+    else
         takeQuantizersFromCaller(parameters);
-        parameters.b_cabac = 0;
+    if (!looksAhead(tools)) {
         parameters.analyse.inter = 0;
         parameters.analyse.i_subpel_refine = 0;
         if (!X264PictureCoder::hasTimeToBeThorough(settings))
@@ -95,8 +101,6 @@ void chooseTools(x264_param_t& parameters, CodingTools tools, const VideoEncodin
         parameters.analyse.i_me_method = X264_ME_UMH;
         parameters.analyse.i_me_range = 24;
     } else {
-        spreadQuantizers(parameters);
-        parameters.b_cabac = 1;
         parameters.analyse.inter = X264_ANALYSE_I4x4; // 8x8 ones blur what comes nearer
         // What moves evenly is where the pictures around it say, also where its neighbours move otherwise.
         parameters.analyse.i_direct_mv_pred = X264_DIRECT_PRED_TEMPORAL;
@@ -279,7 +283,7 @@ std::vector<EncodedPicture> X264PictureCoder::run(x264_picture_t* input)
     x264_nal_t* units = nullptr;
     int unitCount = 0;
     const int size = x264_encoder_encode(encoder_, &units, &unitCount, input, &output);
-    const bool mayWait = input && tools_ == CodingTools::thorough;
+    const bool mayWait = input && looksAhead(tools_);
     if (size < 0 || (size == 0 && !mayWait))
         throw PlatformError(errorDomain::x264, size, "The H.264 encoder failed.");
     if (size == 0 || output.opaque)

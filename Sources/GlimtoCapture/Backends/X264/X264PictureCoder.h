@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -14,15 +15,27 @@ struct x264_t;
 
 namespace glimto {
 
-// Quick tools find motion by whole pixels, which is all that windows and pages have; what zooms, turns and
-// films need is found by thorough ones, at half as much time again. Thorough ones also predict pictures from
-// one after them, which therefore has to be known first, and make flat parts finer than busy ones.
-enum class CodingTools { quick, thorough };
+enum class CodingTools {
+    quick, // motion by whole pixels, which is all that windows and pages have
+    compact, // the same with CABAC: a sixth fewer bits where most of a picture moves, in a sixth more time
+    thorough, // motion by parts of a pixel, as zooms, turns and films need it, and pictures in between
+    spreading, // also makes flat parts finer than busy ones, which shows where pictures are coarse
+};
+
+inline constexpr std::array allCodingTools
+    = {CodingTools::quick, CodingTools::compact, CodingTools::thorough, CodingTools::spreading};
+
+// Whether there can be pictures that are predicted from one after them too, which therefore has to be known
+// first.
+constexpr bool looksAhead(CodingTools tools)
+{
+    return tools >= CodingTools::thorough;
+}
 
 // H.264 High profile by x264. The caller chooses the quantizers and which pictures are predicted from both
 // sides.
 //
-// With quick tools each picture comes out at once, with thorough ones `mostInBetween` pictures later.
+// Each picture comes out at once, or with tools that look ahead `mostInBetween` pictures later.
 //
 // x264 is used directly because it alone takes hints about macroblocks that did not change, which saves a
 // quarter of the time on a desktop where little moves.
@@ -52,7 +65,7 @@ public:
         VideoTime time{0}; // rises, by 2 ticks at least where a picture is in between
         PictureKind kind = PictureKind::predicted;
         // Predicted from the next picture that is not in between too, and nothing is predicted from it; with
-        // thorough tools only. Where no such one comes, or a keyframe, it becomes one like the others.
+        // tools that look ahead only. Where no such one comes, or a keyframe, it becomes one like the others.
         bool isBetween = false;
         int quantizer = 0;
         std::optional<int> keyframeIDBefore; // of the picture given before, if that is a keyframe
@@ -63,7 +76,7 @@ public:
     std::vector<EncodedPicture> encode(I420Picture& picture, const Coding& coding);
 
     // Whether to look for parts of macroblocks that move by themselves, from the next picture on; at first
-    // nobody does. With thorough tools only.
+    // nobody does. With tools that look ahead only.
     void findPartsThatMove(bool shallFind);
 
     // The idr_pic_id of the last keyframe given, 0 or 1; differs from `keyframeIDBefore`.

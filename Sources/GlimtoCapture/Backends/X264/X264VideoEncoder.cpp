@@ -49,20 +49,22 @@ constexpr int framesOfRest = 2;
 // frames: the next one needs the bits.
 constexpr int framesBeforeRefinement = 4;
 
-// Motion is taken for copied when so many of the blocks stand in the picture before, and for unknown when
-// there are fewer of them.
-constexpr double copiedAtLeast = 2.0 / 3;
-constexpr int fewestMovedBlocks = 8;
-
 // While the quality suffers, every fourth picture is compared with the one before; with thorough tools fewer
 // are, and so many of these looks in a row that find copied motion show that the tools are not needed.
 constexpr int picturesBetweenLooks = 4;
-constexpr int thoroughPicturesBetweenLooks = 16;
+constexpr int thoroughPicturesBetweenLooks = 32;
 constexpr int copiedLooksToGiveBack = 2;
 
 // Smaller changes are not worth a keyframe.
 constexpr double largeShare = 0.6;
 constexpr double smallShare = 0.1;
+
+// With less that moves, CABAC takes more time than its bits are worth.
+constexpr double compactShare = 0.3;
+
+// Where pictures are coarse, flat parts that are finer than busy ones show.
+constexpr double coarseEnoughToSpread = 30;
+constexpr double fineEnoughNotTo = 27;
 
 void append(std::vector<std::uint8_t>& record, const std::vector<std::uint8_t>& parameterSet)
 {
@@ -71,21 +73,22 @@ void append(std::vector<std::uint8_t>& record, const std::vector<std::uint8_t>& 
     record.insert(record.end(), parameterSet.begin(), parameterSet.end());
 }
 
-// The avcC record (ISO/IEC 14496-15 section 5.3.3.1) with the parameter sets of both coders.
-std::vector<std::uint8_t> decoderConfiguration(
-    const X264PictureCoder::ParameterSets& first, const X264PictureCoder::ParameterSets& second)
+// The avcC record (ISO/IEC 14496-15 section 5.3.3.1) with the parameter sets of all coders.
+std::vector<std::uint8_t> decoderConfiguration(const std::vector<X264PictureCoder::ParameterSets>& sets)
 {
     constexpr int lengthBytes = 4;
-    constexpr int setCount = 2;
-    // A player that can decode the higher level can decode all.
-    const std::uint8_t level = std::max(first.sequence[3], second.sequence[3]);
-    std::vector<std::uint8_t> record
-        = {1, first.sequence[1], first.sequence[2], level, 0xFC | (lengthBytes - 1), 0xE0 | setCount};
-    append(record, first.sequence);
-    append(record, second.sequence);
+    const auto setCount = static_cast<std::uint8_t>(sets.size());
+    // A player that can decode the highest level can decode all.
+    std::uint8_t level = 0;
+    for (const X264PictureCoder::ParameterSets& set : sets)
+        level = std::max(level, set.sequence[3]);
+    std::vector<std::uint8_t> record = {1, sets[0].sequence[1], sets[0].sequence[2], level,
+        0xFC | (lengthBytes - 1), static_cast<std::uint8_t>(0xE0 | setCount)};
+    for (const X264PictureCoder::ParameterSets& set : sets)
+        append(record, set.sequence);
     record.push_back(setCount);
-    append(record, first.picture);
-    append(record, second.picture);
+    for (const X264PictureCoder::ParameterSets& set : sets)
+        append(record, set.picture);
     // High profile adds the chroma format and bit depths: 4:2:0, 8 and 8.
     record.insert(record.end(), {0xFC | 1, 0xF8, 0xF8, 0});
     return record;
@@ -101,11 +104,17 @@ public:
     // Null when x264 refuses the settings.
     static std::unique_ptr<X264VideoEncoder> make(const VideoEncodingSettings& settings)
     {
-        auto coder = X264PictureCoder::make(settings, CodingTools::quick);
-        const auto thorough = X264PictureCoder::make(settings, CodingTools::thorough);
-        if (!coder || !thorough)
-            return nullptr;
-        auto configuration = decoderConfiguration(coder->parameterSets(), thorough->parameterSets());
+        std::vector<X264PictureCoder::ParameterSets> sets;
+        std::unique_ptr<X264PictureCoder> coder;
+        for (const CodingTools tools : allCodingTools) {
+            auto made = X264PictureCoder::make(settings, tools);
+            if (!made)
+                return nullptr;
+            sets.push_back(made->parameterSets());
+            if (tools == CodingTools::quick)
+                coder = std::move(made);
+        }
+        auto configuration = decoderConfiguration(sets);
         return std::unique_ptr<X264VideoEncoder>(
             new X264VideoEncoder(settings, std::move(coder), std::move(configuration)));
     }
@@ -116,7 +125,7 @@ public:
     std::vector<EncodedPicture> encode(const FramePicture& picture, std::span<const PixelRect> changedRects,
         VideoTime time, PictureKind kind) override
     {
-        const bool looksBack = opening_ || isTimeToLook();
+        const bool looksBack = opening_ || isTimeToLook(kind);
         if (looksBack) {
             if (!before_)
                 before_.emplace(settings_.width, settings_.height);
@@ -134,7 +143,7 @@ public:
         if (movement_ != Movement::unknown)
             copiedLooks_ = movement_ == Movement::copied ? copiedLooks_ + 1 : 0;
         if (opening_)
-            open(pictures, *before_, movement_ == Movement::own ? changedShare() : 0);
+            open(pictures, *before_, movement_, movement_ == Movement::own ? changedShare() : 0);
         if (isOpening(kind, changed))
             opening_ = {.time = time, .kind = kind, .changedMacroblocks = changed};
         else
@@ -200,13 +209,7 @@ private:
         RateController::Plan plan;
         bool isBetween = false;
         bool isRefinement = false;
-    };
-
-    // How the picture came from the one before.
-    enum class Movement {
-        unknown, // nobody looked, or little moves
-        copied, // by a program, as when it scrolls
-        own, // as no program copies it
+        int quantizer = 0; // its own; the plan's is the average of those around it
     };
 
     // A picture that may begin a moving scene; how it is encoded depends on the next one.
@@ -218,18 +221,20 @@ private:
 
     bool isOpening(PictureKind kind, int changedMacroblocks) const
     {
-        if (tools_ == CodingTools::thorough || !X264PictureCoder::hasTimeToBeThorough(settings_))
+        if (looksAhead(tools_) || !X264PictureCoder::hasTimeToBeThorough(settings_))
             return false;
         const bool isLarge = changedMacroblocks > largeShare * picture_.macroblockCount();
         return !lastTime_
             || (isLarge && kind == PictureKind::predicted && rate_.needsDetail(kind, changedMacroblocks));
     }
 
-    bool isTimeToLook()
+    bool isTimeToLook(PictureKind kind)
     {
-        if (tools_ == CodingTools::thorough)
-            return ++thoroughPictures_ % thoroughPicturesBetweenLooks == 0;
-        return suffers() && sufferingPictures_++ % picturesBetweenLooks == 0;
+        if (looksAhead(tools_))
+            return ++picturesSinceLook_ % thoroughPicturesBetweenLooks == 0;
+        const bool mayChooseAnew = kind == PictureKind::keyframe && rate_.usualChangedShare() > compactShare
+            && X264PictureCoder::hasTimeToBeThorough(settings_);
+        return mayChooseAnew || (suffers() && picturesSinceLook_++ % picturesBetweenLooks == 0);
     }
 
     double changedShare() const
@@ -241,10 +246,7 @@ private:
     {
         if (changedShare() <= smallShare)
             return Movement::unknown;
-        const PictureMotion motion = motionBetween(before, picture_);
-        if (motion.movedBlocks < fewestMovedBlocks)
-            return Movement::unknown;
-        return motion.copiedShare() >= copiedAtLeast ? Movement::copied : Movement::own;
+        return motionBetween(before, picture_).movement();
     }
 
     bool isAtRest() const
@@ -256,10 +258,11 @@ private:
     void openAtRest(std::vector<EncodedPicture>& pictures)
     {
         if (opening_)
-            open(pictures, picture_, 0);
+            open(pictures, picture_, Movement::unknown, 0);
     }
 
-    void open(std::vector<EncodedPicture>& pictures, I420Picture& picture, double motionShare)
+    void open(
+        std::vector<EncodedPicture>& pictures, I420Picture& picture, Movement movement, double motionShare)
     {
         const Opening opening = *opening_;
         opening_.reset();
@@ -267,14 +270,19 @@ private:
             .changedMacroblocks = opening.changedMacroblocks,
             .sinceLast = sinceLast(opening.time),
             .detail = detailOf(picture),
-            .motionShare = motionShare};
+            .motionShare = motionShare,
+            .movement = movement};
         if (motionShare > 0) {
-            takeOver(pictures, CodingTools::thorough);
             facts.kind = PictureKind::keyframe; // the first one of a coder
             facts.likeness = likenessOf(picture, picture_);
         }
         RateController::Plan planned = rate_.plan(facts);
-        if (motionShare <= 0 && planned.quantizer >= coarseBeginning) {
+        if (motionShare > 0) {
+            takeOver(pictures, toolsOfOwnMovement(planned.quantizer));
+        } else if (movement == Movement::copied && planned.kind == PictureKind::keyframe
+            && changedShare() > compactShare) {
+            takeOver(pictures, CodingTools::compact);
+        } else if (planned.quantizer >= coarseBeginning) {
             takeOver(pictures, CodingTools::thorough);
             planned.kind = PictureKind::keyframe;
         }
@@ -301,18 +309,15 @@ private:
     void encodePicture(
         std::vector<EncodedPicture>& pictures, VideoTime time, PictureKind kind, int changedMacroblocks)
     {
+        const CodingTools wanted = wantedTools(kind);
+        if (wanted != tools_) {
+            takeOver(pictures, wanted);
+            kind = PictureKind::keyframe; // the first one of a coder
+        }
         RateController::Plan planned = plan(time, kind, changedMacroblocks);
         if (kind == PictureKind::keyframe && standingQuantizer_ > 0)
             planned.quantizer
                 = rate_.standingQuantizer(planned.quantizer, standingQuantizer_, planned.detail);
-        const CodingTools wanted = wantedTools(planned);
-        if (wanted != tools_) {
-            takeOver(pictures, wanted);
-            if (kind == PictureKind::predicted) {
-                lastTime_ = time;
-                planned = plan(time, PictureKind::keyframe, changedMacroblocks); // the first one of a coder
-            }
-        }
         lastQuantizer_ = planned.quantizer;
         give(pictures, picture_, {.time = time, .plan = planned, .isBetween = isBetween(time, planned)});
     }
@@ -338,13 +343,14 @@ private:
         else if (!standsStill)
             standingQuantizer_ = 0;
         given_.push_back(given);
+        given_.back().quantizer = quantizerOf(given);
         inBetween_ = given.isBetween ? inBetween_ + 1 : 0;
         lastTime_ = given.time;
         std::vector<EncodedPicture> made = coder_->encode(picture,
             {.time = given.time,
                 .kind = given.plan.kind,
                 .isBetween = given.isBetween,
-                .quantizer = quantizerOf(given),
+                .quantizer = given_.back().quantizer,
                 .keyframeIDBefore = kept_.lastID()});
         learn(made);
         keep(given, made, standsStill);
@@ -365,7 +371,7 @@ private:
     bool isBetween(VideoTime time, const RateController::Plan& plan) const
     {
         constexpr VideoTime leastTime{2}; // one for each of the two that are decoded until then
-        return tools_ == CodingTools::thorough && plan.kind == PictureKind::predicted && !plan.isNewScene
+        return usesInBetween_ && plan.kind == PictureKind::predicted && !plan.isNewScene
             && (rate_.knowsScene() || rate_.beginsMotion()) && !given_.empty()
             && inBetween_ < X264PictureCoder::mostInBetween && time - *lastTime_ >= leastTime;
     }
@@ -373,7 +379,7 @@ private:
     // Rate control knows of the average only.
     int quantizerOf(const Given& given) const
     {
-        const bool alternates = tools_ == CodingTools::thorough && given.plan.kind == PictureKind::predicted
+        const bool alternates = usesInBetween_ && given.plan.kind == PictureKind::predicted
             && !given.isRefinement && !given.plan.isNewScene;
         const int step = !alternates ? 0 : given.isBetween ? coarserInBetween : -finerBesides;
         return std::clamp(
@@ -401,11 +407,11 @@ private:
     void learnCost(const EncodedPicture& picture)
     {
         const auto own = std::ranges::find(given_, picture.time, &Given::time);
-        const bool isMotion = tools_ == CodingTools::thorough && own->plan.kind == PictureKind::predicted
+        const bool isMotion = looksAhead(tools_) && own->plan.kind == PictureKind::predicted
             && !own->isRefinement && !own->plan.isNewScene && own->plan.changedShare > smallShare;
         if (!isMotion)
             return;
-        costs_.learn(own->isBetween, quantizerOf(*own), bitsOf(picture.data));
+        costs_.learn(own->isBetween, own->quantizer, bitsOf(picture.data));
         if (costs_.share() > costWhereLittleIsPredicted && rate_.usualQuantizer() > veryCoarse)
             coder_->findPartsThatMove(true);
         else if (costs_.share() < costWhereMuchIsPredicted || rate_.usualQuantizer() < lessCoarse)
@@ -424,28 +430,46 @@ private:
 
     RateController::Plan plan(VideoTime time, PictureKind kind, int changedMacroblocks)
     {
+        usesInBetween_ = looksAhead(tools_) && rate_.needsInBetween(usesInBetween_);
         return rate_.plan({.kind = kind,
             .changedMacroblocks = changedMacroblocks,
             .sinceLast = sinceLast(time),
-            .detail = rate_.needsDetail(kind, changedMacroblocks) ? detailOf(picture_) : 0});
+            .detail = rate_.needsDetail(kind, changedMacroblocks) ? detailOf(picture_) : 0,
+            .movement = looksAhead(tools_) ? Movement::own : movement_});
     }
 
-    CodingTools wantedTools(const RateController::Plan& plan) const
+    CodingTools wantedTools(PictureKind kind) const
     {
         if (!X264PictureCoder::hasTimeToBeThorough(settings_))
             return CodingTools::quick;
-        if (tools_ == CodingTools::thorough) {
-            const bool movesLittle
-                = rate_.usualChangedShare() <= smallShare || picture_.changedMacroblockCount() == 0;
-            const bool isNeeded = !movesLittle && copiedLooks_ < copiedLooksToGiveBack;
-            return plan.kind == PictureKind::keyframe && lastTime_ && !isNeeded ? CodingTools::quick : tools_;
-        }
-        return suffers() && movement_ == Movement::own ? CodingTools::thorough : tools_;
+        if ((suffers() && movement_ == Movement::own) || becameCoarse())
+            return toolsOfOwnMovement(rate_.usualQuantizer());
+        if (kind != PictureKind::keyframe || !lastTime_)
+            return tools_;
+        if (rate_.usualChangedShare() <= smallShare || picture_.changedMacroblockCount() == 0)
+            return CodingTools::quick;
+        if (looksAhead(tools_) && copiedLooks_ < copiedLooksToGiveBack)
+            return toolsOfOwnMovement(rate_.usualQuantizer());
+        const bool isCopied = looksAhead(tools_) || movement_ == Movement::copied;
+        return isCopied && rate_.usualChangedShare() > compactShare ? CodingTools::compact
+                                                                    : CodingTools::quick;
+    }
+
+    bool becameCoarse() const
+    {
+        return tools_ == CodingTools::thorough && rate_.knowsScene()
+            && rate_.usualQuantizer() >= coarseEnoughToSpread;
+    }
+
+    CodingTools toolsOfOwnMovement(double quantizer) const
+    {
+        const double limit = tools_ == CodingTools::spreading ? fineEnoughNotTo : coarseEnoughToSpread;
+        return quantizer >= limit ? CodingTools::spreading : CodingTools::thorough;
     }
 
     bool suffers() const
     {
-        return tools_ == CodingTools::quick && X264PictureCoder::hasTimeToBeThorough(settings_)
+        return !looksAhead(tools_) && X264PictureCoder::hasTimeToBeThorough(settings_)
             && rate_.usualQuantizer() >= coarseInMotion && rate_.usualChangedShare() > smallShare;
     }
 
@@ -481,14 +505,14 @@ private:
     std::optional<I420Picture> before_; // the memory is kept for the next look
     Movement movement_ = Movement::unknown;
     int copiedLooks_ = 0; // in a row
-    int sufferingPictures_ = 0;
-    int thoroughPictures_ = 0;
+    int picturesSinceLook_ = 0;
     std::optional<Opening> opening_; // the picture that was given last, not yet encoded
     std::optional<VideoTime> lastTime_;
     int lastQuantizer_ = 0;
     int standingQuantizer_ = 0; // of the whole picture, 0 when some of it changed later
     KeptKeyframes kept_;
     std::deque<Given> given_; // to the coder, and not back yet
+    bool usesInBetween_ = false;
     int inBetween_ = 0; // pictures in a row, the last one given
     InBetweenCosts costs_;
     // Of a picture that came out before those in between that are shown before it, and of these, until all
