@@ -1,11 +1,17 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 
 #include "Platform/MediaTime.h"
 #include "Support/HostClock.h"
 
 namespace glimto {
+
+// How long nothing changes before a stream delivers the last picture again: the first time, which is when an
+// encoder may make finer what rests, and from then on.
+inline constexpr std::chrono::milliseconds firstRepetitionAfter(250);
+inline constexpr std::chrono::milliseconds nextRepetitionAfter(500);
 
 // The moments at which a stream may take pictures: whole multiples of the frame interval after the
 // first picture. Absolute, so that delays never add up.

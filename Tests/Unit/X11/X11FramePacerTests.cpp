@@ -31,16 +31,16 @@ TEST(X11FramePacerTests, TheFirstPictureIsTakenAtOnce)
     EXPECT_EQ(pacer.next(at(123ns), false).action, Action::grab);
 }
 
-TEST(X11FramePacerTests, NothingIsDoneForHalfASecondWhenNothingChanges)
+TEST(X11FramePacerTests, NothingIsDoneForAQuarterOfASecondWhenNothingChanges)
 {
     auto pacer = begun(PointerPolling::off);
     const auto step = pacer.next(at(1ms), false);
     EXPECT_EQ(step.action, Action::wait);
-    EXPECT_EQ(step.until, at(500ms));
-    EXPECT_EQ(pacer.next(at(500ms), false).action, Action::repeat);
+    EXPECT_EQ(step.until, at(200ms)); // the last point of the grid within that time
+    EXPECT_EQ(pacer.next(at(200ms), false).action, Action::repeat);
 }
 
-TEST(X11FramePacerTests, ARepetitionStartsAnotherHalfSecond)
+TEST(X11FramePacerTests, ARepetitionIsFollowedByHalfASecond)
 {
     auto pacer = begun(PointerPolling::off);
     pacer.didDeliver(at(501ms), Delivery::repetition);

@@ -21,7 +21,7 @@ public:
     {
         // What a usual unit of detail costs in a keyframe.
         constexpr double detailCost = 1.25;
-        const double detail = controller.needsDetail(kind, changed) ? cost * macroblocks / detailCost : 0;
+        const double detail = controller.needsDetail(kind, changed, false) ? cost * macroblocks / detailCost : 0;
         const auto plan = controller.plan(
             {.kind = kind, .changedMacroblocks = changed, .sinceLast = Seconds(seconds), .detail = detail});
         lastQuantizer = plan.quantizer;

@@ -194,10 +194,10 @@ std::size_t bytesOfGrain(CodingTools tools, double strength)
     return pictures.at(0).data.size();
 }
 
-TEST(X264PictureCoderTests, ThoroughToolsMakeFlatPartsFinerAndBusyOnesCoarser)
+TEST(X264PictureCoderTests, SpreadingToolsMakeFlatPartsFinerAndBusyOnesCoarser)
 {
-    EXPECT_GT(bytesOfGrain(CodingTools::thorough, 0.25), 2 * bytesOfGrain(CodingTools::quick, 0.25));
-    EXPECT_LT(bytesOfGrain(CodingTools::thorough, 4), bytesOfGrain(CodingTools::quick, 4));
+    EXPECT_GT(bytesOfGrain(CodingTools::spreading, 0.25), 2 * bytesOfGrain(CodingTools::thorough, 0.25));
+    EXPECT_LT(bytesOfGrain(CodingTools::spreading, 4), bytesOfGrain(CodingTools::thorough, 4));
 }
 
 } // namespace

@@ -11,7 +11,6 @@ namespace glimto {
 
 namespace {
 
-constexpr std::chrono::milliseconds repeatInterval(500);
 constexpr std::chrono::seconds askInterval(1);
 
 // Consumers wake the stream when they let go of what it waits for; this is for those who do not.
@@ -55,7 +54,7 @@ private:
             deliverNow(Picture::newOne, pictures_.time());
             return;
         }
-        HostTime until = now + repeatInterval;
+        HostTime until = now + nextRepetitionAfter;
         if (picture()) {
             if (now >= repeatDue_)
                 deliverNow(Picture::asBefore, now);
@@ -71,7 +70,8 @@ private:
 
     void deliverNow(Picture kind, HostTime time)
     {
-        repeatDue_ = HostClock::now() + repeatInterval;
+        repeatDue_
+            = HostClock::now() + (kind == Picture::newOne ? firstRepetitionAfter : nextRepetitionAfter);
         deliver(time, kind);
     }
 

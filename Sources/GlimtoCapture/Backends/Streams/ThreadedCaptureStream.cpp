@@ -73,6 +73,7 @@ void ThreadedCaptureStream::deliver(HostTime time, Picture kind)
     if (!picture())
         return;
     lastTime_ = std::max(time, lastTime_ + leastDistance);
+    lastKind_ = kind;
     VideoFrame frame;
     frame.status = FrameStatus::complete;
     frame.presentationTime = MediaTime::at(lastTime_);

@@ -57,6 +57,7 @@ protected:
 
     WakeUp& wakeUp() { return *wakeUp_; }
     HostTime lastTime() const { return lastTime_; } // of the last frame
+    bool lastWasNew() const { return lastKind_ == Picture::newOne; }
     std::uint64_t delivered() const { return nextSequenceNumber_; } // frames
 
     // Whether a frame at `now` would not be too young after the last one.
@@ -70,6 +71,7 @@ private:
     const std::shared_ptr<WakeUp> wakeUp_;
     std::atomic<bool> mustDeliverLastPicture_ = false;
     HostTime lastTime_;
+    Picture lastKind_ = Picture::asBefore;
     std::uint64_t nextSequenceNumber_ = 0;
     std::unique_ptr<NamedThread> thread_; // null while the stream does not run
 };

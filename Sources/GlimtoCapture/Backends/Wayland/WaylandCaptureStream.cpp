@@ -20,8 +20,6 @@ namespace glimto {
 
 namespace {
 
-constexpr std::chrono::milliseconds repeatInterval(500);
-
 // How often to look whether consumers have let go of a picture.
 constexpr std::chrono::milliseconds lookInterval(4);
 
@@ -101,7 +99,7 @@ private:
         const auto now = HostClock::now();
         heartbeat_.beat(now);
         requestWhenDue(now);
-        HostTime until = hasBegun_ ? repeatDue() : now + repeatInterval;
+        HostTime until = hasBegun_ ? repeatDue() : now + nextRepetitionAfter;
         if (!source_.isRequested())
             until = std::min(until, nextRequest_);
         if (source_.waitsForConsumers())
@@ -124,7 +122,8 @@ private:
 
     HostTime repeatDue() const
     {
-        return std::max(grid_.pointAtOrBefore(lastTime() + repeatInterval), grid_.pointAfter(lastTime()));
+        const auto rest = lastWasNew() ? firstRepetitionAfter : nextRepetitionAfter;
+        return std::max(grid_.pointAtOrBefore(lastTime() + rest), grid_.pointAfter(lastTime()));
     }
 
     void receive()

@@ -43,9 +43,6 @@ constexpr double standingShareOfReserve = 0.8;
 // Finer than this a picture is not made at once where all of it has to be encoded.
 constexpr double finestOfScene = 16;
 
-// A change need not be finer than this before the picture rests.
-constexpr double finestChange = 14;
-
 // While much moves, nobody sees what is finer than this, but grain would take all bits.
 constexpr double finestInMotion = 20;
 constexpr double finestInOwnMotion = 22; // which programs do not copy: every picture has grain of its own
@@ -95,12 +92,12 @@ RateController::RateController(std::int64_t bitsPerSecond, int framesPerSecond, 
 {
 }
 
-bool RateController::needsDetail(PictureKind kind, int changedMacroblocks) const
+bool RateController::needsDetail(PictureKind kind, int changedMacroblocks, bool hasRested) const
 {
     if (kind == PictureKind::keyframe)
         return true;
     const double share = changedMacroblocks / macroblockCount_;
-    return share > newSceneFactor * usualChangedShare_ && share > 0.05;
+    return share > 0.05 && (hasRested || share > newSceneFactor * usualChangedShare_);
 }
 
 RateController::Plan RateController::plan(const Picture& picture)
@@ -116,8 +113,10 @@ RateController::Plan RateController::plan(const Picture& picture)
             expectOfFirst(plan, predictionGain, firstChangedShare);
         return plan;
     }
-    plan.isNewScene = plan.detail > 0 && needsDetail(picture.kind, picture.changedMacroblocks);
-    plan.quantizer = plan.isNewScene ? quantizerOfNewScene(plan) : quantizerOfPredicted(plan, picture.movement);
+    plan.isNewScene
+        = plan.detail > 0 && needsDetail(picture.kind, picture.changedMacroblocks, picture.hasRested);
+    plan.quantizer
+        = plan.isNewScene ? quantizerOfNewScene(plan) : quantizerOfPredicted(plan, picture.movement);
     usualChangedShare_ = blended(usualChangedShare_, plan.changedShare, 0.2);
     usualQuantizer_ = blended(usualQuantizer_, plan.quantizer, 0.2 * plan.changedShare);
     lastPredictedQuantizer_ = plan.quantizer;
@@ -196,7 +195,7 @@ int RateController::quantizerOfPredicted(const Plan& plan, Movement movement) co
 {
     const double cost = changeCost_ * plan.changedShare * macroblockCount_;
     const bool isMotion = usualChangedShare_ > 0.1 && plan.changedShare > 0.1;
-    const double finest = !isMotion ? finestChange
+    const double finest = !isMotion ? finestQuantizer
         : movement == Movement::own ? finestInOwnMotion
                                     : finestInMotion;
     const double ideal = std::max(idealQuantizer(cost, bitsForFrame()), finest);

@@ -28,6 +28,7 @@ public:
     struct Picture {
         PictureKind kind = PictureKind::predicted;
         int changedMacroblocks = 0;
+        bool hasRested = false; // the picture before was seen for a while
         Seconds sinceLast{0}; // since the picture before
         double detail = 0; // as PictureDetail tells it, of the whole picture; 0
                            // when nobody looked
@@ -46,7 +47,7 @@ public:
     };
 
     // Whether it pays to look at the picture's detail first.
-    bool needsDetail(PictureKind kind, int changedMacroblocks) const;
+    bool needsDetail(PictureKind kind, int changedMacroblocks, bool hasRested) const;
 
     // Plans the next picture. What became of those before need not be known yet.
     Plan plan(const Picture& picture);

@@ -42,12 +42,18 @@ constexpr double veryCoarse = 32;
 constexpr double lessCoarse = 30;
 
 // With thorough tools a picture waits for the next ones. Where none comes because nothing changes, it is let
-// out after so many frames: a film shows every fourth or fifth picture twice, which is no rest.
-constexpr int framesOfRest = 2;
+// out after so long, but not less than so many frames: a film shows every fourth or fifth picture twice,
+// which is no rest.
+constexpr Seconds restBeforeRelease{2.0 / 30};
+constexpr int framesBeforeRelease = 2;
 
-// While much changes again and again, a picture is not made finer before it has stood still for so many
-// frames: the next one needs the bits.
+// While much changes again and again, a picture is not made finer before it has stood still for so long: the
+// next one needs the bits.
+constexpr Seconds restBeforeRefinement{4.0 / 30};
 constexpr int framesBeforeRefinement = 4;
+
+// What comes after so long a rest has nothing to do with what moved before it.
+constexpr Seconds restBetweenScenes{0.25};
 
 // While the quality suffers, every fourth picture is compared with the one before; with thorough tools fewer
 // are, and so many of these looks in a row that find copied motion show that the tools are not needed.
@@ -134,10 +140,11 @@ public:
         picture_.update(picture.pixels(), changedRects);
         const int changed = picture_.changedMacroblockCount();
         const bool isMotion = changedShare() > smallShare;
-        if (unchangedFrames_ >= framesBeforeRefinement)
+        if (hasRested(time, restBeforeRefinement, framesBeforeRefinement))
             motionsInARow_ = 0;
         motionsInARow_ += isMotion ? 1 : 0;
-        unchangedFrames_ = 0;
+        isAfterRest_ = hasRested(time, restBetweenScenes, framesBeforeRefinement);
+        lastChange_ = time;
         std::vector<EncodedPicture> pictures;
         movement_ = looksBack ? movementAfter(*before_) : Movement::unknown;
         if (movement_ != Movement::unknown)
@@ -145,7 +152,10 @@ public:
         if (opening_)
             open(pictures, *before_, movement_, movement_ == Movement::own ? changedShare() : 0);
         if (isOpening(kind, changed))
-            opening_ = {.time = time, .kind = kind, .changedMacroblocks = changed};
+            opening_ = {.time = time,
+                .kind = kind,
+                .changedMacroblocks = changed,
+                .isAfterRest = isAfterRest_};
         else
             encodePicture(pictures, time, kind, changed);
         return pictures;
@@ -163,14 +173,14 @@ public:
 
     std::optional<std::vector<EncodedPicture>> refine(VideoTime time) override
     {
-        ++unchangedFrames_;
         std::vector<EncodedPicture> pictures;
         const bool opens = opening_.has_value();
         openAtRest(pictures);
         const bool isWaiting = !std::ranges::all_of(given_, &Given::isRefinement);
         const bool isDue = opens
             || (isWaiting
-                && (unchangedFrames_ >= framesOfRest || given_.back().plan.kind == PictureKind::keyframe));
+                && (hasRested(time, restBeforeRelease, framesBeforeRelease)
+                    || given_.back().plan.kind == PictureKind::keyframe));
         if (!isWaiting || isDue)
             refine(pictures, time, isDue);
         if (pictures.empty())
@@ -217,6 +227,7 @@ private:
         VideoTime time{0};
         PictureKind kind = PictureKind::predicted;
         int changedMacroblocks = 0;
+        bool isAfterRest = false;
     };
 
     bool isOpening(PictureKind kind, int changedMacroblocks) const
@@ -225,7 +236,8 @@ private:
             return false;
         const bool isLarge = changedMacroblocks > largeShare * picture_.macroblockCount();
         return !lastTime_
-            || (isLarge && kind == PictureKind::predicted && rate_.needsDetail(kind, changedMacroblocks));
+            || (isLarge && kind == PictureKind::predicted
+                && rate_.needsDetail(kind, changedMacroblocks, isAfterRest_));
     }
 
     bool isTimeToLook(PictureKind kind)
@@ -249,10 +261,17 @@ private:
         return motionBetween(before, picture_).movement();
     }
 
-    bool isAtRest() const
+    bool hasRested(VideoTime time, Seconds seconds, int frames) const
+    {
+        const Seconds least(static_cast<double>(frames) / std::max(settings_.framesPerSecond, 1));
+        constexpr Seconds jitter{0.002};
+        return time - lastChange_ >= std::max(seconds, least) - jitter;
+    }
+
+    bool isAtRest(VideoTime time) const
     {
         return rate_.usualChangedShare() <= smallShare || motionsInARow_ < 2
-            || unchangedFrames_ >= framesBeforeRefinement;
+            || hasRested(time, restBeforeRefinement, framesBeforeRefinement);
     }
 
     void openAtRest(std::vector<EncodedPicture>& pictures)
@@ -268,6 +287,7 @@ private:
         opening_.reset();
         RateController::Picture facts = {.kind = opening.kind,
             .changedMacroblocks = opening.changedMacroblocks,
+            .hasRested = opening.isAfterRest,
             .sinceLast = sinceLast(opening.time),
             .detail = detailOf(picture),
             .motionShare = motionShare,
@@ -292,7 +312,7 @@ private:
 
     void refine(std::vector<EncodedPicture>& pictures, VideoTime time, bool isDue)
     {
-        const int finer = !isAtRest() || lastQuantizer_ <= RateController::finestQuantizer
+        const int finer = !isAtRest(time) || lastQuantizer_ <= RateController::finestQuantizer
             ? lastQuantizer_
             : rate_.refinedQuantizer(lastQuantizer_, detailOf(picture_));
         if (finer >= lastQuantizer_ && !isDue)
@@ -433,8 +453,9 @@ private:
         usesInBetween_ = looksAhead(tools_) && rate_.needsInBetween(usesInBetween_);
         return rate_.plan({.kind = kind,
             .changedMacroblocks = changedMacroblocks,
+            .hasRested = isAfterRest_,
             .sinceLast = sinceLast(time),
-            .detail = rate_.needsDetail(kind, changedMacroblocks) ? detailOf(picture_) : 0,
+            .detail = rate_.needsDetail(kind, changedMacroblocks, isAfterRest_) ? detailOf(picture_) : 0,
             .movement = looksAhead(tools_) ? Movement::own : movement_});
     }
 
@@ -520,7 +541,8 @@ private:
     std::size_t picturesOfGroup_ = 0;
     std::int64_t bitsOfGroup_ = 0;
     VideoTime endOfGroup_{0};
-    int unchangedFrames_ = 0; // since the picture last changed
+    VideoTime lastChange_{0};
+    bool isAfterRest_ = false; // the picture given last
     int motionsInARow_ = 0; // since it last stood still for some frames
 };
 

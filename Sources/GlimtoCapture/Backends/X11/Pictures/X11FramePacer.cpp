@@ -6,8 +6,6 @@ namespace glimto {
 
 namespace {
 
-constexpr std::chrono::milliseconds repeatInterval(500);
-
 // A little less than 1/60 s and 1/15 s, so that points of a grid are not missed by their jitter.
 constexpr std::chrono::milliseconds pollInterval(16);
 constexpr std::chrono::milliseconds restingPollInterval(66);
@@ -67,7 +65,8 @@ void X11FramePacer::didDeliver(HostTime now, Delivery delivery)
 {
     if (delivery == Delivery::newPicture)
         lastNewPicture_ = now;
-    repeatDue_ = std::max(grid_.pointAtOrBefore(now + repeatInterval), grid_.pointAfter(now));
+    const auto rest = delivery == Delivery::newPicture ? firstRepetitionAfter : nextRepetitionAfter;
+    repeatDue_ = std::max(grid_.pointAtOrBefore(now + rest), grid_.pointAfter(now));
 }
 
 } // namespace glimto

@@ -10,7 +10,8 @@ namespace glimto {
 // Decides when a stream does what.
 //
 // Pictures are taken on the points of a grid that begins with the first one; points that pass meanwhile
-// are skipped, never made up for. While nothing changes, the last frame is repeated every half second.
+// are skipped, never made up for. While nothing changes, the last frame is repeated after a quarter of a
+// second and then every half second.
 //
 // The pointer is polled at most 60 times a second, and 15 times once nothing has changed for a second:
 // a screen at rest is to cost next to nothing.
