@@ -17,13 +17,18 @@ constexpr std::int64_t bitsPerSecond = 7'776'000;
 // An encoder whose pictures need `cost` bits a changed macroblock at quantizer 0.
 class ModelEncoder {
 public:
-    double encode(PictureKind kind, int changed, double seconds, double cost)
+    double encode(
+        PictureKind kind, int changed, double seconds, double cost, Movement movement = Movement::unknown)
     {
         // What a usual unit of detail costs in a keyframe.
         constexpr double detailCost = 1.25;
-        const double detail = controller.needsDetail(kind, changed, false) ? cost * macroblocks / detailCost : 0;
-        const auto plan = controller.plan(
-            {.kind = kind, .changedMacroblocks = changed, .sinceLast = Seconds(seconds), .detail = detail});
+        const double detail
+            = controller.needsDetail(kind, changed, false) ? cost * macroblocks / detailCost : 0;
+        const auto plan = controller.plan({.kind = kind,
+            .changedMacroblocks = changed,
+            .sinceLast = Seconds(seconds),
+            .detail = detail,
+            .movement = movement});
         lastQuantizer = plan.quantizer;
         const double bits = cost * changed / std::exp2(lastQuantizer / 6.0);
         controller.pictureEncoded(plan, std::llround(bits));
@@ -31,11 +36,11 @@ public:
     }
 
     // One second of moving pictures; the bits that they took.
-    double encodeMovingSecond(double cost)
+    double encodeMovingSecond(double cost, Movement movement = Movement::unknown)
     {
         double bits = 0;
         for (int frame = 0; frame < framesPerSecond; ++frame)
-            bits += encode(PictureKind::predicted, macroblocks, 1.0 / framesPerSecond, cost);
+            bits += encode(PictureKind::predicted, macroblocks, 1.0 / framesPerSecond, cost, movement);
         return bits;
     }
 
@@ -271,6 +276,60 @@ TEST(RateControllerTests, QuantizerStaysInItsRangeWhateverHappens)
             EXPECT_LE(encoder.lastQuantizer, RateController::coarsestQuantizer);
         }
     }
+}
+
+TEST(RateControllerTests, OwnMovementIsCoarserThanWhatProgramsCopy)
+{
+    ModelEncoder encoder;
+    encoder.encode(PictureKind::keyframe, macroblocks, 0, 100);
+    encoder.encodeMovingSecond(10, Movement::own);
+    encoder.encodeMovingSecond(10, Movement::own);
+    EXPECT_EQ(encoder.lastQuantizer, 22);
+}
+
+TEST(RateControllerTests, KeyframeOfCopiedMovementIsAsFineAsCanBeAfforded)
+{
+    const auto quantizerOfKeyframe = [](Movement movement, double cost) {
+        ModelEncoder encoder;
+        encoder.encode(PictureKind::keyframe, macroblocks, 0, 3000);
+        for (int second = 0; second < 8; ++second)
+            encoder.encodeMovingSecond(cost, movement);
+        encoder.encode(PictureKind::keyframe, macroblocks, 1.0 / framesPerSecond, 3000, movement);
+        return encoder.lastQuantizer;
+    };
+    EXPECT_EQ(quantizerOfKeyframe(Movement::unknown, 50), 17);
+    EXPECT_EQ(quantizerOfKeyframe(Movement::copied, 50), RateController::finestQuantizer);
+    // Not where there is little left.
+    EXPECT_GT(quantizerOfKeyframe(Movement::copied, 3000), 18);
+}
+
+TEST(RateControllerTests, LargeChangeAfterARestIsANewSceneHoweverOftenThereIsOne)
+{
+    ModelEncoder encoder;
+    encoder.encode(PictureKind::keyframe, macroblocks, 0, 3000);
+    encoder.encodeMovingSecond(500);
+    constexpr int changed = macroblocks / 2;
+    EXPECT_FALSE(encoder.controller.needsDetail(PictureKind::predicted, changed, false));
+    EXPECT_TRUE(encoder.controller.needsDetail(PictureKind::predicted, changed, true));
+    EXPECT_FALSE(encoder.controller.needsDetail(PictureKind::predicted, macroblocks / 50, true));
+}
+
+TEST(RateControllerTests, PicturesInBetweenAreNeededWhereBitsAreShort)
+{
+    const auto needs = [](double cost, bool already) {
+        ModelEncoder encoder;
+        encoder.encode(PictureKind::keyframe, macroblocks, 0, 8 * cost);
+        encoder.encodeMovingSecond(cost, Movement::own);
+        return encoder.controller.needsInBetween(already);
+    };
+    EXPECT_TRUE(needs(3000, false));
+    EXPECT_TRUE(needs(3000, true));
+    EXPECT_FALSE(needs(100, false));
+    EXPECT_FALSE(needs(100, true));
+    // So that they are not given up as soon as they have brought what they bring.
+    constexpr double inTheMiddle = 300;
+    EXPECT_FALSE(needs(inTheMiddle, false));
+    EXPECT_TRUE(needs(inTheMiddle, true));
 }
 
 } // namespace

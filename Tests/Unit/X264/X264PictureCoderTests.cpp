@@ -194,6 +194,11 @@ std::size_t bytesOfGrain(CodingTools tools, double strength)
     return pictures.at(0).data.size();
 }
 
+TEST(X264PictureCoderTests, CompactToolsTakeFewerBytesThanQuickOnes)
+{
+    EXPECT_LT(20 * bytesOfGrain(CodingTools::compact, 1), 19 * bytesOfGrain(CodingTools::quick, 1));
+}
+
 TEST(X264PictureCoderTests, SpreadingToolsMakeFlatPartsFinerAndBusyOnesCoarser)
 {
     EXPECT_GT(bytesOfGrain(CodingTools::spreading, 0.25), 2 * bytesOfGrain(CodingTools::thorough, 0.25));

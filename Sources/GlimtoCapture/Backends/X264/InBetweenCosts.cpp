@@ -17,4 +17,17 @@ double InBetweenCosts::share() const
     return others_ > 0 ? inBetween_ / others_ : 0;
 }
 
+bool InBetweenChoice::choose(bool areNeeded, double costOfChange)
+{
+    constexpr int picturesOfTrial = 24; // until costs have been learnt
+    constexpr double dear = 1.25; // times the cost with them
+    if (chosen_ && !areNeeded) {
+        costWith_ = costOfChange;
+        picturesWithout_ = 0;
+    }
+    if (!chosen_ && ++picturesWithout_ == picturesOfTrial)
+        isProven_ = costOfChange > dear * costWith_;
+    return chosen_ = areNeeded || isProven_;
+}
+
 } // namespace glimto

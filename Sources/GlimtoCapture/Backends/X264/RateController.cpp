@@ -148,9 +148,12 @@ int RateController::beginMotion(const Plan& plan, double share, double likeness)
 
 bool RateController::needsInBetween(bool already) const
 {
+    constexpr double coarse = finestInOwnMotion + 3;
+    if (lastPredictedQuantizer_ > (already ? finestInOwnMotion : coarse))
+        return true;
     const double cost = changeCost_ * usualChangedShare_ * macroblockCount_;
     const double without = cost * (already ? savedInBetween : missedInBetween);
-    return idealQuantizer(without, bitsPerFrame_) > finestInOwnMotion;
+    return idealQuantizer(without, std::min(bitsForFrame(), bitsPerFrame_)) > finestInOwnMotion;
 }
 
 bool RateController::knowsScene() const

@@ -81,6 +81,9 @@ public:
     // whether they still would without.
     bool needsInBetween(bool already) const;
 
+    // What a changed macroblock of a predicted picture costs, in bits at quantizer 0.
+    double costOfChange() const { return changeCost_; }
+
     // Whether a scene that moves has begun, and not yet what its pictures cost is known.
     bool beginsMotion() const { return beginsMotion_; }
 

@@ -155,7 +155,8 @@ public:
             opening_ = {.time = time,
                 .kind = kind,
                 .changedMacroblocks = changed,
-                .isAfterRest = isAfterRest_};
+                .isAfterRest = isAfterRest_,
+                .isUnusual = !looksAhead(tools_) && isUnusual(kind, changed)};
         else
             encodePicture(pictures, time, kind, changed);
         return pictures;
@@ -228,16 +229,24 @@ private:
         PictureKind kind = PictureKind::predicted;
         int changedMacroblocks = 0;
         bool isAfterRest = false;
+        bool isUnusual = false;
     };
+
+    // Whether the picture may begin a scene, unlike any that moved lately; or, after a rest, another one.
+    bool isUnusual(PictureKind kind, int changedMacroblocks) const
+    {
+        return !lastTime_
+            || (kind == PictureKind::predicted && rate_.needsDetail(kind, changedMacroblocks, false));
+    }
 
     bool isOpening(PictureKind kind, int changedMacroblocks) const
     {
-        if (looksAhead(tools_) || !X264PictureCoder::hasTimeToBeThorough(settings_))
+        if (!X264PictureCoder::hasTimeToBeThorough(settings_))
             return false;
         const bool isLarge = changedMacroblocks > largeShare * picture_.macroblockCount();
-        return !lastTime_
-            || (isLarge && kind == PictureKind::predicted
-                && rate_.needsDetail(kind, changedMacroblocks, isAfterRest_));
+        if (kind == PictureKind::predicted && isLarge && isAfterRest_)
+            return true;
+        return !looksAhead(tools_) && (!lastTime_ || isLarge) && isUnusual(kind, changedMacroblocks);
     }
 
     bool isTimeToLook(PictureKind kind)
@@ -292,17 +301,21 @@ private:
             .detail = detailOf(picture),
             .motionShare = motionShare,
             .movement = movement};
-        if (motionShare > 0) {
+        if (!opening.isUnusual && movement != Movement::unknown) {
+            facts.hasRested = false; // it goes on as what moved before the rest
+            facts.detail = 0;
+            facts.motionShare = 0;
+        } else if (motionShare > 0) {
             facts.kind = PictureKind::keyframe; // the first one of a coder
             facts.likeness = likenessOf(picture, picture_);
         }
         RateController::Plan planned = rate_.plan(facts);
-        if (motionShare > 0) {
-            takeOver(pictures, toolsOfOwnMovement(planned.quantizer));
+        if (facts.motionShare > 0) {
+            takeOver(pictures, CodingTools::spreading); // until it is known how coarse it gets
         } else if (movement == Movement::copied && planned.kind == PictureKind::keyframe
             && changedShare() > compactShare) {
             takeOver(pictures, CodingTools::compact);
-        } else if (planned.quantizer >= coarseBeginning) {
+        } else if (opening.isUnusual && planned.quantizer >= coarseBeginning) {
             takeOver(pictures, CodingTools::thorough);
             planned.kind = PictureKind::keyframe;
         }
@@ -450,7 +463,8 @@ private:
 
     RateController::Plan plan(VideoTime time, PictureKind kind, int changedMacroblocks)
     {
-        usesInBetween_ = looksAhead(tools_) && rate_.needsInBetween(usesInBetween_);
+        usesInBetween_ = looksAhead(tools_)
+            && inBetweenChoice_.choose(rate_.needsInBetween(inBetweenChoice_.chosen()), rate_.costOfChange());
         return rate_.plan({.kind = kind,
             .changedMacroblocks = changedMacroblocks,
             .hasRested = isAfterRest_,
@@ -505,6 +519,7 @@ private:
             throw PlatformError(errorDomain::x264, 0, "The H.264 encoder could not be made.");
         tools_ = tools;
         costs_ = {};
+        inBetweenChoice_ = {};
         kept_.forget();
         copiedLooks_ = 0;
     }
@@ -533,6 +548,7 @@ private:
     int standingQuantizer_ = 0; // of the whole picture, 0 when some of it changed later
     KeptKeyframes kept_;
     std::deque<Given> given_; // to the coder, and not back yet
+    InBetweenChoice inBetweenChoice_;
     bool usesInBetween_ = false;
     int inBetween_ = 0; // pictures in a row, the last one given
     InBetweenCosts costs_;
