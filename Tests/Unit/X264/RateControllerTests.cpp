@@ -314,6 +314,18 @@ TEST(RateControllerTests, LargeChangeAfterARestIsANewSceneHoweverOftenThereIsOne
     EXPECT_FALSE(encoder.controller.needsDetail(PictureKind::predicted, macroblocks / 50, true));
 }
 
+TEST(RateControllerTests, MotionThatTakesMostOfTheBitsIsBusy)
+{
+    const auto isBusy = [](double cost) {
+        ModelEncoder encoder;
+        encoder.encode(PictureKind::keyframe, macroblocks, 0, 8 * cost);
+        encoder.encodeMovingSecond(cost, Movement::copied);
+        return encoder.controller.isBusy();
+    };
+    EXPECT_TRUE(isBusy(300));
+    EXPECT_FALSE(isBusy(100));
+}
+
 TEST(RateControllerTests, PicturesInBetweenAreNeededWhereBitsAreShort)
 {
     const auto needs = [](double cost, bool already) {

@@ -45,7 +45,7 @@ constexpr double finestOfScene = 16;
 
 // While much moves, nobody sees what is finer than this, but grain would take all bits.
 constexpr double finestInMotion = 20;
-constexpr double finestInOwnMotion = 22; // which programs do not copy: every picture has grain of its own
+constexpr double finestInBusyMotion = 22; // also where programs do not copy: each picture has its own grain
 
 // Predicting from both sides saves so much where it saves anything.
 constexpr double savedInBetween = 2;
@@ -140,20 +140,26 @@ int RateController::beginMotion(const Plan& plan, double share, double likeness)
     picturesOfScene_ = 0;
     beginsMotion_ = true;
     const double cost = changeCost_ * share * macroblockCount_;
-    const double expected = std::max(idealQuantizer(cost, bitsPerFrame_), finestInOwnMotion);
+    const double expected = std::max(idealQuantizer(cost, bitsPerFrame_), finestInBusyMotion);
     lastPredictedQuantizer_ = clamped(expected);
     const double affordable = idealQuantizer(plan.detail * detailCost_, bitsForScene());
     return clamped(std::max(affordable, expected - finerKeyframe));
 }
 
+bool RateController::isBusy() const
+{
+    const double cost = changeCost_ * usualChangedShare_ * macroblockCount_;
+    return isMoving() && idealQuantizer(2 * cost, bitsPerFrame_) > finestInMotion;
+}
+
 bool RateController::needsInBetween(bool already) const
 {
-    constexpr double coarse = finestInOwnMotion + 3;
-    if (lastPredictedQuantizer_ > (already ? finestInOwnMotion : coarse))
+    constexpr double coarse = finestInBusyMotion + 3;
+    if (lastPredictedQuantizer_ > (already ? finestInBusyMotion : coarse))
         return true;
     const double cost = changeCost_ * usualChangedShare_ * macroblockCount_;
     const double without = cost * (already ? savedInBetween : missedInBetween);
-    return idealQuantizer(without, std::min(bitsForFrame(), bitsPerFrame_)) > finestInOwnMotion;
+    return idealQuantizer(without, std::min(bitsForFrame(), bitsPerFrame_)) > finestInBusyMotion;
 }
 
 bool RateController::knowsScene() const
@@ -198,9 +204,9 @@ int RateController::quantizerOfPredicted(const Plan& plan, Movement movement) co
 {
     const double cost = changeCost_ * plan.changedShare * macroblockCount_;
     const bool isMotion = usualChangedShare_ > 0.1 && plan.changedShare > 0.1;
-    const double finest = !isMotion ? finestQuantizer
-        : movement == Movement::own ? finestInOwnMotion
-                                    : finestInMotion;
+    const double finest = !isMotion             ? finestQuantizer
+        : movement == Movement::own || isBusy() ? finestInBusyMotion
+                                                : finestInMotion;
     const double ideal = std::max(idealQuantizer(cost, bitsForFrame()), finest);
     if (!isMoving() || !knowsScene())
         return clamped(ideal);

@@ -19,7 +19,7 @@ namespace glimto {
 class RateController {
 public:
     // Finer than this a desktop looks no better and only costs bits.
-    static constexpr int finestQuantizer = 12;
+    static constexpr int finestQuantizer = 11;
     static constexpr int coarsestQuantizer = 48;
 
     // `framesPerSecond` is the rate of a picture that moves all the time.
@@ -74,6 +74,11 @@ public:
     double usualChangedShare() const { return usualChangedShare_; }
     double usualQuantizer() const { return usualQuantizer_; }
 
+    // Whether much of the picture moves; and whether that takes more than half of the bits that there are, as
+    // fine as it gets.
+    bool isMoving() const { return lastPredictedQuantizer_ > 0 && usualChangedShare_ > 0.3; }
+    bool isBusy() const;
+
     // Whether it is known by now what the pictures of a moving scene cost.
     bool knowsScene() const;
 
@@ -97,7 +102,6 @@ private:
     int quantizerOfKeyframe(const Plan& plan, Movement movement) const;
     int quantizerOfPredicted(const Plan& plan, Movement movement) const;
     int quantizerOfNewScene(const Plan& plan) const;
-    bool isMoving() const { return lastPredictedQuantizer_ > 0 && usualChangedShare_ > 0.3; }
     double bitsForFrame() const;
     double bitsForScene() const;
 

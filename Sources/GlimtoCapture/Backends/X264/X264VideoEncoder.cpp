@@ -27,7 +27,7 @@ namespace {
 // what quick ones find well is as fine as motion gets.
 constexpr int coarseInMotion = 22;
 
-// A scene that begins coarser than this is worth them at once, whether it will move or not.
+// A scene that begins coarser than this is worth thorough tools at once, whether it will move or not.
 constexpr int coarseBeginning = 27;
 
 // A picture in between may be coarser than those that others are predicted from.
@@ -58,15 +58,12 @@ constexpr Seconds restBetweenScenes{0.25};
 // While the quality suffers, every fourth picture is compared with the one before; with thorough tools fewer
 // are, and so many of these looks in a row that find copied motion show that the tools are not needed.
 constexpr int picturesBetweenLooks = 4;
-constexpr int thoroughPicturesBetweenLooks = 32;
+constexpr int thoroughPicturesBetweenLooks = 16;
 constexpr int copiedLooksToGiveBack = 2;
 
 // Smaller changes are not worth a keyframe.
 constexpr double largeShare = 0.6;
 constexpr double smallShare = 0.1;
-
-// With less that moves, CABAC takes more time than its bits are worth.
-constexpr double compactShare = 0.3;
 
 // Where pictures are coarse, flat parts that are finer than busy ones show.
 constexpr double coarseEnoughToSpread = 30;
@@ -253,7 +250,7 @@ private:
     {
         if (looksAhead(tools_))
             return ++picturesSinceLook_ % thoroughPicturesBetweenLooks == 0;
-        const bool mayChooseAnew = kind == PictureKind::keyframe && rate_.usualChangedShare() > compactShare
+        const bool mayChooseAnew = kind == PictureKind::keyframe && rate_.isMoving()
             && X264PictureCoder::hasTimeToBeThorough(settings_);
         return mayChooseAnew || (suffers() && picturesSinceLook_++ % picturesBetweenLooks == 0);
     }
@@ -311,10 +308,8 @@ private:
         }
         RateController::Plan planned = rate_.plan(facts);
         if (facts.motionShare > 0) {
-            takeOver(pictures, CodingTools::spreading); // until it is known how coarse it gets
-        } else if (movement == Movement::copied && planned.kind == PictureKind::keyframe
-            && changedShare() > compactShare) {
-            takeOver(pictures, CodingTools::compact);
+            // Until it is known how coarse it gets; a part of the screen seldom does.
+            takeOver(pictures, motionShare > largeShare ? CodingTools::spreading : CodingTools::thorough);
         } else if (opening.isUnusual && planned.quantizer >= coarseBeginning) {
             takeOver(pictures, CodingTools::thorough);
             planned.kind = PictureKind::keyframe;
@@ -485,9 +480,8 @@ private:
             return CodingTools::quick;
         if (looksAhead(tools_) && copiedLooks_ < copiedLooksToGiveBack)
             return toolsOfOwnMovement(rate_.usualQuantizer());
-        const bool isCopied = looksAhead(tools_) || movement_ == Movement::copied;
-        return isCopied && rate_.usualChangedShare() > compactShare ? CodingTools::compact
-                                                                    : CodingTools::quick;
+        return rate_.isBusy() && (looksAhead(tools_) || movement_ == Movement::copied) ? CodingTools::compact
+                                                                                       : CodingTools::quick;
     }
 
     bool becameCoarse() const

@@ -8,10 +8,10 @@ namespace glimto {
 // column or row.
 //
 // Which coding tools are used is chosen anew at keyframes, and at once, with a keyframe of its own, when the
-// quality suffers: quick ones where little moves, compact ones where programs copy much, thorough ones where
-// it moves in another way, spreading ones where that gets coarse. The first picture of a scene waits for the
-// next one, which tells whether the scene moves, and how. While tools look ahead, two of three pictures are
-// predicted from both sides, unless the bits suffice without.
+// quality suffers: quick ones where little moves, compact ones where programs copy so much that it takes most
+// of the bits, thorough ones where it moves in another way, spreading ones where that gets coarse. The first
+// picture of a scene waits for the next one, which tells whether the scene moves, and how. While tools look
+// ahead, two of three pictures are predicted from both sides, unless the bits suffice without.
 //
 // Of a picture that stands still only the first two keyframes are encoded.
 class X264VideoEncoderFactory final : public VideoEncoderFactory {
