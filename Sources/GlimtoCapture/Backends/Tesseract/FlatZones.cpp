@@ -98,8 +98,10 @@ bool isSurface(const Candidate& candidate)
     const std::int64_t whole = std::int64_t{shorter} * longer;
     // Letters of selected words reach to the edges of their band, smooth lines of a table into its cells.
     const bool isBand = candidate.bounds.width >= 2 * candidate.bounds.height && 2 * candidate.area >= whole;
+    // Bands of one colour below each other, of unequal lengths, leave much of their bounds free.
+    const bool isBlock = shorter >= 2 * smallestSide && 10 * candidate.area >= 7 * whole;
     return candidate.area >= smallestArea && shorter >= smallestSide
-        && candidate.onEdge * 10 >= edge * (isBand ? 5 : 8) && candidate.area < whole;
+        && candidate.onEdge * 10 >= edge * (isBand || isBlock ? 5 : 8) && candidate.area < whole;
 }
 
 // What is large enough to be looked at, in the order of its first pixels; `areas` holds its index after

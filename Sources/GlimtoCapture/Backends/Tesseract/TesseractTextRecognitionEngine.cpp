@@ -87,11 +87,18 @@ std::shared_ptr<const PixelBuffer> readPicture(const std::filesystem::path& path
 }
 
 // In percent: a reading this sure is in the right language, no other one has to be tried.
-constexpr float sureReading = 93;
+constexpr float sureReading = 95;
 // By so much has another language to be better for a row, and for the rows after it.
 constexpr float surer = 2;
 constexpr float muchSurer = 4;
 constexpr float fairlySure = 85;
+// Text in another language of a script is read better than that, text in another script worse than that.
+constexpr float sameScript = 60;
+constexpr float foreignScript = 75;
+// Shares of a text that are in the dictionary: that of its language holds so much of it, and so much more
+// than that of another one.
+constexpr float mostlyKnown = 0.7F;
+constexpr float moreKnown = 0.2F;
 // Of another script Tesseract reads some letters or other, less sure of each than that.
 constexpr float foreignLetters = 97;
 constexpr std::size_t tellingLength = 12; // bytes
@@ -230,12 +237,16 @@ private:
             ++language.trials;
             ++counts_.trials;
             RecognizedLine other = readerOf(language).readLine(picture);
-            if (language.script == best->script ? other.confidence < line.confidence + surer
-                                                : other.lettersConfidence < line.lettersConfidence + surer)
+            if (language.script == best->script
+                    ? other.confidence < line.confidence || other.known < line.known + moreKnown
+                    : other.lettersConfidence < line.lettersConfidence + surer)
                 continue;
-            if (other.confidence >= fairlySure && other.confidence >= line.confidence + muchSurer) {
+            if (other.confidence >= fairlySure
+                && (other.known >= mostlyKnown || other.confidence >= line.confidence + muchSurer)) {
                 next = index;
                 ++language.wins;
+                for (Language& each : languages_)
+                    each.trials = 0;
             }
             best = &language;
             line = std::move(other);
@@ -251,12 +262,13 @@ private:
     // Of a foreign script only its first language is tried, until that one has read something best.
     bool isWorthATrial(const Language& language, const RecognizedLine& line) const
     {
-        if (language.trials >= mostTrials * (1 + language.wins)
-            || counts_.trials >= mostTrialsOfAll + counts_.rows / 2)
+        if (language.trials >= mostTrials || counts_.trials >= mostTrialsOfAll + counts_.rows / 2)
             return false;
         if (language.script == languages_.front().script)
-            return line.confidence < sureReading && isTelling(line.text);
-        return line.lettersConfidence < foreignLetters && line.text.size() >= tellingLength
+            return line.confidence >= sameScript && line.confidence < sureReading && line.known < mostlyKnown
+                && isTelling(line.text);
+        return line.confidence < foreignScript && line.lettersConfidence < foreignLetters
+            && line.text.size() >= tellingLength
             && std::none_of(languages_.begin(), languages_.end(), [&](const Language& other) {
                    return &other != &language && other.script == language.script && other.trials > 0
                        && other.wins == 0;

@@ -126,11 +126,13 @@ bool isFrame(const PixelRect& part, const std::vector<PixelRect>& parts, Pix* sh
         || (hasFourSides(part, shape, side / 8) && !hasNeighbour(part, parts, letterHeight));
 }
 
-// Whether a part of the ink is no letter: too large, or drawn around letters.
-bool isGraphic(const PixelRect& part, const std::vector<PixelRect>& parts, int letterHeight)
+// Whether a part of the ink is no letter: too large, drawn around letters, or a filled shape as of a switch.
+bool isGraphic(const PixelRect& part, const std::vector<PixelRect>& parts, Pix* shape, int letterHeight)
 {
+    const bool isFilled = part.height > letterHeight && 2 * part.width >= 3 * part.height
+        && 10 * inkIn(shape, {0, 0, part.width, part.height}) >= 7 * part.width * part.height;
     return part.height > pictureHeight * letterHeight || part.width > 2 * pictureHeight * letterHeight
-        || part.height > highestLetter
+        || part.height > highestLetter || isFilled
         || (2 * part.height > 3 * letterHeight && holdsLetters(part, parts, letterHeight));
 }
 
@@ -177,7 +179,7 @@ TextGlyphs takeGlyphs(Pix* pixels)
     glyphs.letterHeight = middleHeight(parts.bounds);
     for (std::size_t index = 0; index < parts.bounds.size(); ++index) {
         const PixelRect& part = parts.bounds[index];
-        if (!isGraphic(part, parts.bounds, glyphs.letterHeight)
+        if (!isGraphic(part, parts.bounds, parts.shape(index).get(), glyphs.letterHeight)
             && !isRemnant(part, parts.bounds, rules, glyphs.letterHeight)) {
             const int lines = isOfTwoLines(part, parts.bounds, glyphs.letterHeight) ? 2 : 1;
             for (int line = 0; line < lines; ++line)

@@ -53,9 +53,10 @@ PixHandle blackOnWhite(Pix* picture, Pix* background)
 {
     PixHandle result = contrastWith(background, picture);
     // Below the least contrast it is noise and is not made stronger.
-    constexpr int around = 81; // pixels
+    constexpr int beside = 31; // pixels
+    constexpr int above = 15; // so that no line is compared with the next
     constexpr int leastContrast = 40; // gray values
-    const PixHandle strongest = owned(pixDilateGray(result.get(), around, around));
+    const PixHandle strongest = owned(pixDilateGray(result.get(), beside, above));
     for (int y = 0; y < pixGetHeight(picture); ++y) {
         l_uint32* row = pixGetData(result.get()) + std::ptrdiff_t{y} * pixGetWpl(result.get());
         const l_uint32* most = pixGetData(strongest.get()) + std::ptrdiff_t{y} * pixGetWpl(strongest.get());

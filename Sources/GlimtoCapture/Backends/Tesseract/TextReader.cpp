@@ -1,6 +1,7 @@
 #include "Backends/Tesseract/TextReader.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
 
 #include <leptonica/allheaders.h>
@@ -15,9 +16,9 @@ namespace glimto {
 
 namespace {
 
-std::string textOf(const tesseract::ResultIterator& line)
+std::string textOf(const tesseract::ResultIterator& place, tesseract::PageIteratorLevel level)
 {
-    const std::unique_ptr<char[]> text(line.GetUTF8Text(tesseract::RIL_TEXTLINE));
+    const std::unique_ptr<char[]> text(place.GetUTF8Text(level));
     return text ? text.get() : "";
 }
 
@@ -31,6 +32,24 @@ float meanOfLetters(tesseract::ResultIterator letter)
         ++count;
     }
     return sum / count;
+}
+
+bool isLetter(unsigned char byte)
+{
+    return byte >= 0x80 || std::isalpha(byte) != 0;
+}
+
+float shareOfKnown(tesseract::ResultIterator word)
+{
+    std::ptrdiff_t known = 0;
+    std::ptrdiff_t all = 0;
+    do {
+        const auto letters = std::ranges::count_if(textOf(word, tesseract::RIL_WORD), isLetter);
+        all += letters;
+        known += word.WordIsFromDictionary() ? letters : 0;
+    } while (!word.IsAtFinalElement(tesseract::RIL_TEXTLINE, tesseract::RIL_WORD)
+        && word.Next(tesseract::RIL_WORD));
+    return all > 0 ? static_cast<float>(known) / static_cast<float>(all) : 0;
 }
 
 } // namespace
@@ -79,7 +98,8 @@ std::vector<RecognizedLine> TextReader::recognizedLines(Pix* picture, int pageSe
     if (!line)
         return lines;
     do {
-        RecognizedLine found{textOf(*line), line->Confidence(tesseract::RIL_TEXTLINE), meanOfLetters(*line)};
+        RecognizedLine found{textOf(*line, tesseract::RIL_TEXTLINE),
+            line->Confidence(tesseract::RIL_TEXTLINE), meanOfLetters(*line), shareOfKnown(*line)};
         while (!found.text.empty() && (found.text.back() == '\n' || found.text.back() == ' '))
             found.text.pop_back();
         if (!found.text.empty())
