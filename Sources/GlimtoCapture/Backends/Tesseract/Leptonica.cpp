@@ -10,10 +10,10 @@ int inkIn(Pix* shape, const PixelRect& area)
     return count;
 }
 
-InkParts::InkParts(Pix* ink, int connectivity)
+InkParts::InkParts(Pix* ink)
 {
     Pixa* shapes = nullptr;
-    const BoxaHandle boxes(pixConnComp(ink, &shapes, connectivity));
+    const BoxaHandle boxes(pixConnComp(ink, &shapes, 8));
     shapes_.reset(shapes);
     bounds.resize(boxes ? static_cast<std::size_t>(boxaGetCount(boxes.get())) : 0);
     for (l_int32 index = 0; auto& part : bounds)

@@ -33,11 +33,10 @@ inline int valueAt(Pix* picture, int x, int y)
 // How many pixels of `area` are set in `shape`, 1 bit a pixel.
 int inkIn(Pix* shape, const PixelRect& area);
 
-// What is set in a picture of 1 bit a pixel, by its connected parts.
+// What is set in a picture of 1 bit a pixel, by its parts, connected at sides or corners.
 class InkParts {
 public:
-    // `connectivity` is 4 or 8.
-    InkParts(Pix* ink, int connectivity);
+    explicit InkParts(Pix* ink);
 
     // As large as its bounds.
     PixHandle shape(std::size_t index) const;

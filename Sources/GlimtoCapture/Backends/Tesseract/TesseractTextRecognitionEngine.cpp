@@ -1,9 +1,6 @@
 #include "Backends/Tesseract/TesseractTextRecognitionEngine.h"
 
 #include <algorithm>
-#include <array>
-#include <cctype>
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -19,68 +16,45 @@
 #include "Backends/Tesseract/TextPictures.h"
 #include "Backends/Tesseract/TextReader.h"
 #include "Platform/ErrorDomains.h"
+#include "Platform/ImageFile.h"
 #include "Platform/PNGCodec.h"
 #include "Support/Errors.h"
-#include "Support/RegularFile.h"
 
 namespace glimto {
 
 namespace {
-
-constexpr std::array<std::uint8_t, 8> pngSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
-// More than the largest picture takes without any compression.
-constexpr std::uintmax_t largestFile = 1'000'000'000; // bytes
 
 [[noreturn]] void throwUnreadable(const std::string& message)
 {
     throw PlatformError(errorDomain::png, 0, message);
 }
 
-std::vector<std::byte> readWholeFile(const std::filesystem::path& path)
-{
-    const std::string failed = "Could not read the image at " + path.string();
-    const auto file = RegularFile::open(path, SymbolicLinks::followed, failed);
-    if (!file)
-        throwUnreadable(failed + ": it is not a regular file.");
-    if (file->size() > largestFile)
-        throwUnreadable(failed + ": the file is too large.");
-    std::vector<std::byte> bytes(static_cast<std::size_t>(file->size()));
-    bytes.resize(file->read(bytes));
-    return bytes;
-}
-
 std::uint32_t bigEndian(const std::byte* bytes)
 {
-    std::uint32_t value = 0;
-    for (int index = 0; index < 4; ++index)
-        value = value << 8 | std::to_integer<std::uint32_t>(bytes[index]);
-    return value;
+    return std::accumulate(bytes, bytes + 4, std::uint32_t{0}, [](std::uint32_t value, std::byte next) {
+        return value << 8 | std::to_integer<std::uint32_t>(next);
+    });
 }
 
-// The picture in a PNG file. Never waits: a pipe is refused, not opened for reading.
-//
 // Throws PlatformError when the file cannot be read, is no PNG, is damaged, or declares more pixels than
 // the codec decodes.
 std::shared_ptr<const PixelBuffer> readPicture(const std::filesystem::path& path, PNGCodec& codec)
 {
-    const std::vector<std::byte> bytes = readWholeFile(path);
-    const auto isPNG = bytes.size() >= pngSignature.size()
-        && std::equal(pngSignature.begin(), pngSignature.end(), bytes.begin(),
-            [](std::uint8_t expected, std::byte found) { return std::byte{expected} == found; });
-    if (!isPNG)
+    const auto bytes = readPNGFile(path);
+    if (!bytes)
         throwUnreadable("The image at " + path.string() + " is not a PNG.");
 
     // The header chunk comes first and begins with width and height (ISO/IEC 15948, 11.2.2).
     constexpr std::size_t widthPlace = 16;
-    if (bytes.size() >= widthPlace + 8) {
-        const std::uint64_t width = bigEndian(bytes.data() + widthPlace);
-        const std::uint64_t height = bigEndian(bytes.data() + widthPlace + 4);
+    if (bytes->size() >= widthPlace + 8) {
+        const std::uint64_t width = bigEndian(bytes->data() + widthPlace);
+        const std::uint64_t height = bigEndian(bytes->data() + widthPlace + 4);
         if (width > PNGCodec::largestDecodedSide || height > PNGCodec::largestDecodedSide
             || width * height > PNGCodec::mostDecodedPixels)
             throwUnreadable("The image at " + path.string() + " is too large to be read: "
                 + std::to_string(width) + "x" + std::to_string(height) + " pixels.");
     }
-    auto picture = codec.decode(bytes);
+    auto picture = codec.decode(*bytes);
     if (!picture || picture->width <= 0 || picture->height <= 0)
         throwUnreadable("The image at " + path.string() + " is damaged or incomplete.");
     return picture;
@@ -103,7 +77,7 @@ constexpr float moreKnown = 0.2F;
 constexpr float foreignLetters = 97;
 constexpr std::size_t tellingLength = 12; // bytes
 // Below this the rows may be no rows at all, and lines that are less sure than that are noise.
-constexpr double doubtfulPage = 70;
+constexpr float doubtfulPage = 70;
 constexpr float noise = 50;
 constexpr std::size_t tellingLines = 10;
 
@@ -115,18 +89,18 @@ constexpr std::size_t mostTrialsOfAll = 40;
 // Whether a text is long enough to tell its language, and made of letters, not of figures and signs.
 bool isTelling(const std::string& text)
 {
-    const auto letters = std::count_if(text.begin(), text.end(),
-        [](unsigned char character) { return character >= 0x80 || std::isalpha(character) != 0; });
+    const auto letters = lettersIn(text);
     const auto spaces = std::count(text.begin(), text.end(), ' ');
     return letters >= static_cast<std::ptrdiff_t>(tellingLength)
         && 4 * letters >= 3 * (static_cast<std::ptrdiff_t>(text.size()) - spaces);
 }
 
-// How much text was read, and how sure: each byte counts as much as its line is sure, in percent.
-double weight(const std::vector<RecognizedLine>& lines)
+// How much text was read, and how sure: each byte counts as much as its line is surer than `least`, in
+// percent.
+double weight(const std::vector<RecognizedLine>& lines, float least)
 {
-    return std::accumulate(lines.begin(), lines.end(), 0.0, [](double sum, const RecognizedLine& line) {
-        return sum + static_cast<double>(line.confidence) * static_cast<double>(line.text.size());
+    return std::accumulate(lines.begin(), lines.end(), 0.0, [least](double sum, const RecognizedLine& line) {
+        return sum + static_cast<double>(line.confidence - least) * static_cast<double>(line.text.size());
     });
 }
 
@@ -143,9 +117,7 @@ void append(const RecognizedLine& field, RecognizedLine& line)
 
 bool isDoubtful(const std::vector<RecognizedLine>& lines)
 {
-    const auto length = std::accumulate(lines.begin(), lines.end(), std::size_t{0},
-        [](std::size_t sum, const RecognizedLine& line) { return sum + line.text.size(); });
-    return weight(lines) < doubtfulPage * static_cast<double>(length);
+    return weight(lines, doubtfulPage) < 0;
 }
 
 // What became of the text of a screen.
@@ -183,7 +155,7 @@ public:
         auto plain = readerOf(languages_.front()).readPage(plainPicture(picture).get());
         for (auto* reading : {&lines, &plain})
             std::erase_if(*reading, [](const RecognizedLine& line) { return line.confidence < noise; });
-        if (screen && weight(plain) <= weight(lines))
+        if (screen && weight(plain, 0) <= weight(lines, 0))
             return lines;
         counts_.isPlain = true;
         return plain;
@@ -253,9 +225,8 @@ private:
         }
         if (!looksLikeText(line))
             line = {};
-        const auto first = languages_.begin();
-        std::rotate(
-            first, first + static_cast<std::ptrdiff_t>(next), first + static_cast<std::ptrdiff_t>(next) + 1);
+        const auto winner = languages_.begin() + static_cast<std::ptrdiff_t>(next);
+        std::rotate(languages_.begin(), winner, winner + 1);
         return line;
     }
 

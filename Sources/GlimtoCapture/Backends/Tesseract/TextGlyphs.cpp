@@ -43,7 +43,7 @@ std::vector<PixelRect> takeRules(Pix* pixels, Pix* ink, int length, int thickest
     const PixHandle runs
         = owned(isUpright ? pixOpenBrick(nullptr, ink, 1, length) : pixOpenBrick(nullptr, ink, length, 1));
     std::vector<PixelRect> rules;
-    const InkParts found(runs.get(), 8);
+    const InkParts found(runs.get());
     for (const auto& rule : found.bounds) {
         if ((isUpright ? rule.width : rule.height) > thickest)
             continue;
@@ -56,8 +56,7 @@ std::vector<PixelRect> takeRules(Pix* pixels, Pix* ink, int length, int thickest
 
 bool contains(const PixelRect& outer, const PixelRect& inner)
 {
-    return inner.x > outer.x && inner.y > outer.y && inner.x + inner.width < outer.x + outer.width
-        && inner.y + inner.height < outer.y + outer.height;
+    return intersection(inner, grown(outer, -1)) == inner;
 }
 
 // Whether there is other ink close by at the left or the right, as in a word.
@@ -161,7 +160,7 @@ TextGlyphs takeGlyphs(Pix* pixels)
     const PixHandle ink = owned(pixThresholdToBinary(pixels, inkBelow));
     int height = 0;
     {
-        const InkParts parts(ink.get(), 8);
+        const InkParts parts(ink.get());
         height = middleHeight(parts.bounds);
         if (height == 0)
             return glyphs;
@@ -175,7 +174,7 @@ TextGlyphs takeGlyphs(Pix* pixels)
     rules.insert(rules.end(), glyphs.rules.begin(), glyphs.rules.end());
     glyphs.graphics += rules.size();
 
-    const InkParts parts(ink.get(), 8);
+    const InkParts parts(ink.get());
     glyphs.letterHeight = middleHeight(parts.bounds);
     for (std::size_t index = 0; index < parts.bounds.size(); ++index) {
         const PixelRect& part = parts.bounds[index];

@@ -63,12 +63,10 @@ std::vector<std::string> namesIn(const std::filesystem::path& folder)
     for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error)) {
         std::error_code ignored;
-        const std::string name = entry->path().filename().string();
-        if (!name.ends_with(suffix) || !entry->is_regular_file(ignored))
-            continue;
-        std::string stem = name.substr(0, name.size() - suffix.size());
-        if (!stem.empty() && isRunningText(stem))
-            names.push_back(std::move(stem));
+        const auto& path = entry->path();
+        if (path.extension() == suffix && entry->is_regular_file(ignored)
+            && isRunningText(path.stem().string()))
+            names.push_back(path.stem().string());
     }
     std::sort(names.begin(), names.end());
     return names;

@@ -44,15 +44,14 @@ std::int64_t areaOf(const Panel& panel)
 // The panels, the smallest first; the last one is the whole picture.
 std::vector<Panel> panelsOf(const FlatZones& zones)
 {
-    std::vector<Panel> panels
-        = {{{0, 0, pixGetWidth(zones.background.get()), pixGetHeight(zones.background.get())}, -1, {}}};
+    std::vector<Panel> panels;
     for (const auto& zone : zones.zones) {
         if (isPanel(zone))
             panels.push_back({zone.bounds, zone.gray, {}});
     }
     std::ranges::stable_sort(panels, {}, areaOf);
-    const auto whole = std::ranges::find_if(panels, [](const Panel& panel) { return panel.gray < 0; });
-    std::rotate(whole, whole + 1, panels.end());
+    panels.push_back(
+        {{0, 0, pixGetWidth(zones.background.get()), pixGetHeight(zones.background.get())}, -1, {}});
     return panels;
 }
 
@@ -154,22 +153,16 @@ void appendInReadingOrder(const std::vector<PixelRect>& bounds, const std::vecto
     const auto rows = cut(
         indexes, [&](std::size_t i) { return bounds[i].y; },
         [&](std::size_t i) { return bounds[i].y + bounds[i].height; });
-    if (rows.size() > 1) {
-        for (const auto& row : rows)
-            appendInReadingOrder(bounds, row, order);
-        return;
-    }
     const auto columns = cut(
         indexes, [&](std::size_t i) { return bounds[i].x; },
         [&](std::size_t i) { return bounds[i].x + bounds[i].width; });
-    if (columns.size() > 1) {
-        for (const auto& column : columns)
-            appendInReadingOrder(bounds, column, order);
-        return;
+    const auto& parts = rows.size() > 1 ? rows : columns;
+    for (const auto& part : parts) {
+        if (parts.size() > 1)
+            appendInReadingOrder(bounds, part, order);
+        else // they overlap: what begins first is read first
+            order.insert(order.end(), rows.front().begin(), rows.front().end());
     }
-    // They overlap: what begins first is read first.
-    for (const auto& row : rows)
-        order.insert(order.end(), row.begin(), row.end());
 }
 
 } // namespace

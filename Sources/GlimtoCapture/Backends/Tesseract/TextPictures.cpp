@@ -62,8 +62,7 @@ PixHandle blackOnWhite(Pix* picture, Pix* background)
         const l_uint32* most = pixGetData(strongest.get()) + std::ptrdiff_t{y} * pixGetWpl(strongest.get());
         for (int x = 0; x < pixGetWidth(picture); ++x) {
             const int contrast = std::max<int>(leastContrast, GET_DATA_BYTE(most, x));
-            const int value = GET_DATA_BYTE(row, x);
-            SET_DATA_BYTE(row, x, static_cast<l_uint8>(white - value * white / contrast));
+            SET_DATA_BYTE(row, x, static_cast<l_uint8>(white - GET_DATA_BYTE(row, x) * white / contrast));
         }
     }
     return result;

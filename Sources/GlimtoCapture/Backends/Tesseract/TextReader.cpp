@@ -34,17 +34,12 @@ float meanOfLetters(tesseract::ResultIterator letter)
     return sum / count;
 }
 
-bool isLetter(unsigned char byte)
-{
-    return byte >= 0x80 || std::isalpha(byte) != 0;
-}
-
 float shareOfKnown(tesseract::ResultIterator word)
 {
     std::ptrdiff_t known = 0;
     std::ptrdiff_t all = 0;
     do {
-        const auto letters = std::ranges::count_if(textOf(word, tesseract::RIL_WORD), isLetter);
+        const auto letters = lettersIn(textOf(word, tesseract::RIL_WORD));
         all += letters;
         known += word.WordIsFromDictionary() ? letters : 0;
     } while (!word.IsAtFinalElement(tesseract::RIL_TEXTLINE, tesseract::RIL_WORD)
@@ -53,6 +48,12 @@ float shareOfKnown(tesseract::ResultIterator word)
 }
 
 } // namespace
+
+std::ptrdiff_t lettersIn(const std::string& text)
+{
+    return std::ranges::count_if(
+        text, [](unsigned char byte) { return byte >= 0x80 || std::isalpha(byte) != 0; });
+}
 
 bool looksLikeText(const RecognizedLine& line)
 {

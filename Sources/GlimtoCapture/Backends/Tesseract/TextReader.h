@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +19,9 @@ struct RecognizedLine {
     float lettersConfidence = 0; // percent, the mean of the letters'; hardly less than 85 even for noise
     float known = 0; // share of its letters that stand in words of the dictionary
 };
+
+// The bytes of letters in `text`, as a measure of how much of it is words.
+std::ptrdiff_t lettersIn(const std::string& text);
 
 // Icons, edges and noise read as characters that Tesseract is not sure of, most of all the few ones.
 bool looksLikeText(const RecognizedLine& line);

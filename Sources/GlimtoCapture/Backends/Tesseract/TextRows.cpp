@@ -32,9 +32,8 @@ PixelRect grown(const PixelRect& rect, int by)
     return {rect.x - by, rect.y - by, rect.width + 2 * by, rect.height + 2 * by};
 }
 
-std::vector<PixelRect> findWords(const std::vector<PixelRect>& glyphs, int letterHeight)
+std::vector<PixelRect> findWords(std::vector<PixelRect> parts, int letterHeight)
 {
-    std::vector<PixelRect> parts = glyphs;
     std::ranges::sort(parts, {}, &PixelRect::x);
     DisjointSets groups(parts.size());
     for (std::size_t index = 0; index < parts.size(); ++index) {
@@ -54,19 +53,18 @@ std::vector<PixelRect> findWords(const std::vector<PixelRect>& glyphs, int lette
     return whole;
 }
 
-std::vector<TextRow> rowsOf(const std::vector<PixelRect>& words, int letterHeight)
+std::vector<TextRow> rowsOf(std::vector<PixelRect> words, int letterHeight)
 {
     // What has the height of letters makes the rows; points, dashes and quotes join them.
-    std::vector<PixelRect> sorted = words;
     const auto isLow = [letterHeight](const PixelRect& word) { return 4 * word.height < 3 * letterHeight; };
-    std::stable_sort(sorted.begin(), sorted.end(), [&](const PixelRect& a, const PixelRect& b) {
+    std::ranges::stable_sort(words, [&](const PixelRect& a, const PixelRect& b) {
         if (isLow(a) != isLow(b))
             return isLow(b);
         return 2 * a.y + a.height < 2 * b.y + b.height;
     });
 
     std::vector<TextRow> rows;
-    for (const auto& word : sorted) {
+    for (const auto& word : words) {
         TextRow* best = nullptr;
         int most = isLow(word) ? -letterHeight : 0;
         for (auto row = rows.rbegin(); row != rows.rend(); ++row) {

@@ -18,10 +18,10 @@ PixelRect grown(const PixelRect& rect, int by);
 
 // Joins letters, and the parts of letters, into words; a word holds no white as wide as half a letter is
 // high.
-std::vector<PixelRect> findWords(const std::vector<PixelRect>& glyphs, int letterHeight);
+std::vector<PixelRect> findWords(std::vector<PixelRect> parts, int letterHeight);
 
 // Rows from top to bottom.
-std::vector<TextRow> rowsOf(const std::vector<PixelRect>& words, int letterHeight);
+std::vector<TextRow> rowsOf(std::vector<PixelRect> words, int letterHeight);
 
 // The row in parts that very wide white parts, as the fields of a table.
 std::vector<TextRow> fieldsOf(const TextRow& row);

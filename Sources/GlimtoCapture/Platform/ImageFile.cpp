@@ -1,4 +1,4 @@
-#include "Stills/ImageFile.h"
+#include "Platform/ImageFile.h"
 
 #include <algorithm>
 #include <array>
