@@ -29,7 +29,7 @@ class PortalPointerTests(PointerCase):
         prepare(portal)
         before = time.monotonic()
         for x, y in places:
-            portal.tell("pointer", x, y)
+            portal.point(x, y)
             time.sleep(0.05)  # moves are thinned out to what the eye can follow
         after = time.monotonic()
         time.sleep(0.3)  # the last of them is on its way
@@ -83,7 +83,7 @@ class PortalClickTests(PointerCase):
         self.recording.wait_until_recording()
 
     def move(self, x, y):
-        self.portal.tell("pointer", x, y)
+        self.portal.point(x, y)
         self.moves += 1
         wait_until(lambda: self.heard_moves() == self.moves, "the move")
 

@@ -158,7 +158,7 @@ class PortalRecordingTests(PortalCase):
         portal.send()
         for how in ("flag", "header", "stride", "negative", "offset", "narrow"):
             portal.tell("corrupt", how)
-        portal.tell("pointer", 5, 5)
+        portal.point(5, 5)
         portal.tell("paint", 100, 100, 60, 60, "ff0000")
         portal.send()
         self.finish(recording)

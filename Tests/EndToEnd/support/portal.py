@@ -113,13 +113,21 @@ class Portal(Child):
         self.process.stdin.flush()
         self.wait_for(f"done {line}", done + 1)
 
-    def send(self):
-        """Sends what was painted, as soon as there is memory to send it in."""
+    def tell_with_memory(self, *words):
+        """Tells it to send something, again until there was memory to send it in."""
         def is_sent():
             misses = self.count("no buffer")
-            self.tell("send")
+            self.tell(*words)
             return self.count("no buffer") == misses
         wait_until(is_sent, "a buffer to send", limit=QUESTION_LIMIT)
+
+    def send(self):
+        """Sends what was painted."""
+        self.tell_with_memory("send")
+
+    def point(self, x, y):
+        """Says where the pointer is."""
+        self.tell_with_memory("pointer", x, y)
 
     def end(self):
         if self.is_running():
